@@ -1,0 +1,121 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+/* What a configuration wants of the switch, by name. Host order, defaults filled in. */
+namespace kvnsim {
+
+/* Where something was said: line and column are 1-based. */
+struct Place {
+    std::string file; /* as given on the command line, "-" for standard input */
+    uint32_t line = 0, column = 0;
+    std::string table, key; /* "INTERFACE", "Ethernet0|10.0.0.1/31" */
+    std::string row() const { return key.empty() ? table : table + "|" + key; }
+    std::string to_text() const; /* "leaf.json:12:5: INTERFACE|Ethernet0" */
+};
+
+/* Order of interface names as people read them: Ethernet2 before Ethernet10. */
+struct NaturalOrder {
+    using is_transparent = void;
+    bool operator()(const std::string &a, const std::string &b) const;
+};
+template <class T> using ByName = std::map<std::string, T, NaturalOrder>;
+
+using Mac = std::array<uint8_t, 6>;
+std::string to_text(const Mac &mac); /* "00:00:5e:00:01:0a" */
+
+/* L3 settings that every kind of routed interface has. */
+struct L3Settings {
+    bool ipv4 = false, ipv6 = false;
+    std::string vrf;       /* empty = default */
+    uint32_t nat_zone = 0; /* 0..3 */
+    std::vector<std::string> addresses; /* as written, for show and explain */
+};
+
+struct DesiredPort {
+    uint16_t mtu = 9100;
+    bool admin_up = false;
+    std::string alias;
+    Place place;
+};
+struct DesiredRoutedPort { /* MTU from the port */
+    L3Settings l3;
+    bool implied = false; /* only the parent of a sub-interface; no row of its own */
+    Place place;
+};
+struct DesiredPortChannel {
+    uint32_t number = 0; /* 0..9999 */
+    uint16_t mtu = 9100;
+    bool admin_up = true;
+    std::optional<L3Settings> l3; /* empty: layer 2 */
+    ByName<Place> members;        /* port names */
+    Place place, l3_place;
+};
+struct DesiredSubInterface {
+    std::string parent; /* a port or a port-channel, by full name */
+    uint32_t vlan = 0;  /* 1..4094 */
+    uint16_t mtu = 0;   /* already capped to the parent's */
+    L3Settings l3;
+    Place place;
+};
+struct DesiredSvi {
+    uint32_t vlan = 0; /* 2..4094 */
+    uint16_t mtu = 9100;
+    L3Settings l3;
+    Place place;
+};
+struct DesiredVlan {
+    uint32_t vlan = 0;
+    ByName<Place> members; /* for show and report */
+    Place place;
+};
+/* A virtual MAC of an interface. */
+struct VirtualMac {
+    std::string interface;
+    Mac mac{};
+    friend bool operator<(const VirtualMac &a, const VirtualMac &b);
+};
+
+struct Desired {
+    std::optional<Mac> router_mac;
+    Place router_mac_place;
+    std::string hostname;
+    ByName<DesiredPort> ports;
+    std::map<std::string, Place> vrfs;
+    ByName<DesiredRoutedPort> routed_ports; /* implied ones included */
+    ByName<DesiredPortChannel> port_channels;
+    ByName<DesiredSubInterface> sub_interfaces;
+    ByName<DesiredSvi> svis;
+    ByName<DesiredVlan> vlans;
+    std::map<VirtualMac, Place> virtual_macs;
+};
+
+/* Something the reader has to tell. */
+struct Finding {
+    enum class Severity : uint8_t { note, warning, error };
+    Severity severity = Severity::error;
+    Place place;
+    std::string message;           /* what is wrong and what was expected */
+    std::optional<Place> other;    /* the row it conflicts with */
+    std::string to_text() const;   /* "file:line:column: table|key: message (see file:line:column: ...)" */
+};
+
+/* A configuration as read: what it wants, what is to be said about it, what was left out. */
+struct Configuration {
+    std::string file;
+    Desired desired;               /* the sound rows only */
+    std::vector<Finding> findings; /* in the order of their places */
+    std::map<std::string, uint32_t> ignored; /* tables that are not applied, with their rows */
+    bool has_errors() const;
+};
+
+/* Read a configuration; text is the file's whole content. Never throws on bad input. */
+Configuration read_configuration(const std::string &file, const std::string &text);
+
+} // namespace kvnsim

@@ -1,0 +1,236 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "sim/journal/value.h"
+
+/* What happens at the library's boundary, as it happens: the requests made of the library, the
+ * calls that the library makes, and its trace records. Everything is on one thread. */
+namespace kvnsim {
+
+/* A request: one call of a library entry point, or one task that the host does by itself. */
+struct Request {
+    uint64_t number = 0;     /* 1, 2, ... in the order made */
+    const char *entry = "";  /* the entry point's name, or "host ..." */
+    std::string arguments;   /* "l3lif=Ethernet0 create=1" */
+    std::string subject;     /* the interface concerned, by name; empty when there is none */
+    std::string cause;       /* configuration row or command behind it: "INTERFACE|Ethernet0" */
+    std::vector<Field> values;       /* the arguments as values; filled only when observed */
+    std::optional<int64_t> result;   /* set at the end; stays empty for a task of the host */
+    uint32_t failed_calls = 0;       /* calls with a failing status, injected ones included */
+    uint32_t injected_failures = 0;  /* of these, the injected ones */
+    std::string first_failure;       /* "libsdk_intf_create: SDK_E_FULL", empty without one */
+};
+using RequestRef = std::shared_ptr<const Request>;
+
+/* Who made an object or wrote a value. */
+struct Origin {
+    RequestRef request;      /* null: before any request */
+    const char *call = "";   /* the call within it */
+    std::string to_text() const; /* "libsdk_intf_create in request 12 l3lifpd_kvn_add_l3port(...)" */
+};
+
+/* How a C value of one type is shown, recorded and, on replay, put back. */
+struct Codec {
+    Value (*read)(const void *data);
+    void (*write)(void *data, const Value &value); /* nullptr: an input only */
+};
+
+/* The codec of type T; specialise for each record that a call takes. Integers have one. */
+template <class T> const Codec &codec();
+
+/* One argument of a call in flight: a name and where the C value lies. */
+struct Argument {
+    const char *name;
+    bool is_output;
+    void *data; /* may be null for a null pointer argument */
+    const Codec *codec;
+};
+
+template <class T> Argument in(const char *name, const T &value)
+{
+    return {name, false, const_cast<T *>(&value), &codec<T>()};
+}
+template <class T> Argument in(const char *name, const T &value, const Codec &with)
+{
+    return {name, false, const_cast<T *>(&value), &with};
+}
+template <class T> Argument out(const char *name, T *value)
+{
+    return {name, true, value, &codec<T>()};
+}
+
+/* What the result of an imported call means. */
+enum class Result : uint8_t {
+    sdk_status,  /* 0 or a named SDK status; can be made to fail */
+    host_status, /* 0 or non-zero; can be made to fail */
+    value        /* an answer; never fails */
+};
+
+/* What a call is for: timelines leave out the questions unless asked for everything. */
+enum class Purpose : uint8_t { programs, asks };
+
+/* The one definition of an imported call. A static object per call; the function body runs through
+ * it, so that counting, faults, recording, replay and printing need nothing else. */
+class ImportedCall {
+public:
+    ImportedCall(const char *name, Result result, Purpose purpose);
+
+    const char *name() const { return name_; }
+    Result result() const { return result_; }
+    Purpose purpose() const { return purpose_; }
+    bool can_fail() const { return result_ != Result::value; }
+
+    /* Make the call: an injected failure or a replayed answer stands in for the body. R is an
+     * integer type, or a pointer type with a codec (its body always runs; a replay compares). */
+    template <class Body>
+    auto operator()(std::initializer_list<Argument> arguments, Body &&body) const
+        -> std::invoke_result_t<Body>
+    {
+        using R = std::invoke_result_t<Body>;
+        const Token token = begin();
+        R result{};
+        if (const std::optional<int64_t> stand_in = stand_in_for(arguments, std::is_pointer_v<R>)) {
+            if constexpr (!std::is_pointer_v<R>)
+                result = static_cast<R>(*stand_in);
+        } else {
+            result = body();
+        }
+        end(token, arguments, &result, codec<R>());
+        return result;
+    }
+
+    /* All calls that were defined, in the order of their names. */
+    static const std::vector<const ImportedCall *> &all();
+    static const ImportedCall *find(std::string_view name);
+
+private:
+    struct Token {
+        const char *outer;
+    };
+    Token begin() const;
+    std::optional<int64_t> stand_in_for(std::initializer_list<Argument> arguments,
+                                        bool body_runs) const;
+    void end(Token token, std::initializer_list<Argument> arguments, const void *result,
+             const Codec &result_codec) const;
+
+    const char *name_;
+    Result result_;
+    Purpose purpose_;
+};
+
+/* A finished call, as observers see it. */
+struct Call {
+    const ImportedCall *what;
+    std::vector<Field> inputs, outputs;
+    Value result;
+    bool failed;   /* a status that is not 0 */
+    bool injected; /* made to fail */
+};
+
+/* A trace record, as observers see it: the text is what the trace buffer got. */
+struct TraceRecord {
+    int32_t level; /* 104 debug, 102 error */
+    const char *function;
+    int32_t line;
+    std::string text;
+};
+
+/* Sees everything in order. Registered observers make calls spell out their arguments. */
+class Observer {
+public:
+    virtual ~Observer() = default;
+    virtual void request_begins(const Request &) {}
+    virtual void call_made(const Call &) {}
+    virtual void trace_emitted(const TraceRecord &) {}
+    virtual void request_ends(const Request &) {}
+};
+
+/* Answers calls in place of the model, for replay. */
+class Answers {
+public:
+    virtual ~Answers() = default;
+    /* The result, outputs written; empty when there is none, and the body runs. For a call whose
+     * body runs in any case (body_runs) only the arguments are compared. */
+    virtual std::optional<int64_t> answer(const ImportedCall &call,
+                                          std::initializer_list<Argument> arguments,
+                                          bool body_runs) = 0;
+};
+
+/* Failures to inject. */
+class Faults {
+public:
+    /* "libsdk_intf_create", "libsdk_intf_create:2", "libsdk_intf_create:2=SDK_E_FULL" or "=7":
+     * every occurrence, or the nth from now on (1-based). Empty on success, else what is wrong. */
+    std::string add(const std::string &text);
+    /* Each call that can fail fails with this probability (0..1); a seed gives the same again. */
+    void set_rate(double rate, uint64_t seed);
+    void clear();
+    /* Turn all injection off and on again, for the host's own repairs. */
+    void suspend(bool suspended) { suspended_ = suspended; }
+    /* The status to fail with now, if the call is to fail. Counts the occurrence. */
+    std::optional<int32_t> strike(const ImportedCall &call);
+    /* The specifications that never struck, for a message at the end. */
+    std::vector<std::string> unused() const;
+
+private:
+    struct Rule {
+        std::string text;
+        const ImportedCall *call;
+        uint64_t occurrence; /* 0 = each */
+        int32_t status;
+        uint64_t seen;
+        bool struck;
+    };
+    std::vector<Rule> rules_;
+    double rate_ = 0;
+    uint64_t random_ = 0;
+    bool suspended_ = false;
+};
+
+class Journal {
+public:
+    static Journal &instance();
+
+    void add(Observer &observer);
+    void remove(Observer &observer);
+    bool observed() const { return !observers_.empty(); }
+
+    /* Between these two everything belongs to the request. Requests do not nest. */
+    void begin(std::shared_ptr<Request> request); /* numbers it */
+    RequestRef end(std::optional<int64_t> result);
+    RequestRef current() const { return current_; }
+    Origin origin() const; /* of what is being made now */
+    uint64_t requests_made() const { return made_; }
+
+    void trace(const TraceRecord &record);
+
+    Faults faults;
+    Answers *answers = nullptr;
+    uint64_t calls_made = 0;
+
+    /* Forget requests, faults and counts; observers stay. */
+    void reset();
+
+private:
+    friend class ImportedCall;
+    std::vector<Observer *> observers_;
+    std::shared_ptr<Request> current_;
+    const char *current_call_ = "";
+    bool injected_ = false;
+    uint64_t made_ = 0;
+};
+
+/* The name of an SDK status ("SDK_E_FULL"), or its number for an unknown one; and back. */
+std::string sdk_status_name(int64_t status);
+std::optional<int32_t> sdk_status_number(std::string_view name);
+
+} // namespace kvnsim
