@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/* The event-history file. All numbers are little-endian.
+ *   header      8 bytes "KVNEVENT", 32-bit version (1), 32-bit 0
+ *   each event  64-bit time in ns since the epoch, 32-bit event id, 32-bit length,
+ *               then length bytes: 32-bit level, the text, its NUL */
+namespace kvnsim {
+
+struct Event {
+    int64_t time_ns = 0;
+    uint32_t event = 0; /* 0x730000 for the library's trace records */
+    int32_t level = 0;
+    std::string text;
+    friend bool operator==(const Event &a, const Event &b);
+};
+
+/* What a file held: every event up to the first one that is damaged. */
+struct EventFile {
+    std::vector<Event> events;
+    std::string problem; /* "at byte 1234: ..."; empty when the file is sound to its end */
+};
+
+/* Write to a file opened for writing in binary; false when it cannot be written. */
+bool write_event_header(std::FILE *file);
+bool write_event(std::FILE *file, int64_t time_ns, uint32_t event, int32_t level,
+                 std::string_view text);
+
+/* Decode a file, or bytes in memory. Any bytes are tolerated. */
+EventFile read_events(const std::string &path);
+EventFile parse_events(std::string_view bytes);
+
+} // namespace kvnsim

@@ -1,0 +1,181 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <queue>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "platform_api/fwm.h"
+#include "platform_api/l3lif.h"
+#include "platform_api/sse.h"
+#include "sim/fwm/state_db.h"
+
+/* The small forwarding manager: the interfaces of the switch and what its services know of them.
+ * The C services (l3lif_*, fwmpd_*, if_index_*, sse_call2 ...) answer from Host::instance(). */
+namespace kvnsim {
+
+/* "None" in intf_id, lid_id and pc_id. */
+constexpr uint32_t no_id = 0xFFFF;
+
+enum class InterfaceKind : uint8_t { port, port_channel, sub_interface, svi };
+const char *to_text(InterfaceKind kind); /* "port", "port-channel", "sub-interface", "SVI" */
+
+/* Interface indexes of this forwarding manager: the kind in the upper four bits, a number below.
+ *   1  port          0-based front-panel port 0..254
+ *   2  port-channel  channel number 0..9999
+ *   3  SVI           VLAN 1..4094
+ *   4  sub-interface a sequence number, the lowest free one */
+constexpr uint32_t max_port = 254;
+constexpr uint32_t max_channel = 9999;
+constexpr uint32_t max_vlan = 4094;
+constexpr uint32_t port_ifindex(uint32_t port)
+{
+    return 0x10000000 | port;
+}
+constexpr uint32_t port_channel_ifindex(uint32_t channel)
+{
+    return 0x20000000 | channel;
+}
+constexpr uint32_t svi_ifindex(uint32_t vlan)
+{
+    return 0x30000000 | vlan;
+}
+constexpr uint32_t sub_interface_ifindex(uint32_t sequence)
+{
+    return 0x40000000 | sequence;
+}
+
+/* One interface of the switch. The base is the record that the library is given: ip_cfg points at
+ * ip, and a port-channel's pc_membership at membership. Made and owned by Host, which alone writes
+ * the base's pointers, parent, channel and the fields below the line; the rest is the user's, to
+ * be set before the library is called. */
+struct HostInterface : public l3lif {
+    HostInterface(InterfaceKind kind, std::string name, uint32_t ifindex, uint32_t number);
+    HostInterface(const HostInterface &) = delete;
+    HostInterface &operator=(const HostInterface &) = delete;
+
+    const InterfaceKind kind;
+    const std::string name; /* unique: "Ethernet0", "PortChannel0001", "Ethernet0.100", "Vlan100" */
+    const uint32_t number;  /* what the ifindex holds below its kind */
+
+    std::string alias;
+    l3lif_ip_cfg ip{};      /* settings as they shall be; ip.mtu goes to the database */
+    uint32_t v4_vpn_id = 0; /* VPN numbers and NAT zone that the database shall hold */
+    uint32_t v6_vpn_id = 0;
+    uint32_t nat_zone = 0;
+
+    /* ---- written by Host ---- */
+    uint32_t vlan = 0;                 /* of an SVI or sub-interface, else 0 */
+    HostInterface *parent = nullptr;   /* of a sub-interface, else nullptr */
+    HostInterface *channel = nullptr;  /* the port-channel that a port is a member of */
+    l3lif_pc_membership membership{};  /* of a port-channel */
+    uint32_t sub_interfaces = 0;       /* how many name this one as parent */
+    bool registered = false;           /* the library finds it by its ifindex */
+    std::optional<uint32_t> lid_id;    /* of a port: its layer-2 LID entry */
+    std::optional<uint32_t> kept_intf; /* of a port: the SDK interface kept for membership */
+    bool loopback = false;             /* of a port: internal loopback, by the port service */
+
+    /* The library's context, nullptr without one, and its identifiers, no_id without one. */
+    const struct l3_pd *context() const;
+    uint32_t intf_id() const;
+};
+
+/* How a task of the host ended: the imported call that refused, and its status. */
+struct Status {
+    const char *call = ""; /* "libsdk_lid_entry_create" */
+    int32_t code = 0;      /* 0 done */
+    bool ok() const { return code == 0; }
+    std::string to_text() const; /* "libsdk_lid_entry_create: SDK_E_FULL", "done" */
+};
+
+/* A port-channel that the host made in the ASIC before the library knew it. */
+struct HeldPortChannel {
+    uint32_t pc_id, lid_id;
+};
+
+class Host {
+public:
+    static Host &instance();
+    Host(const Host &) = delete;
+    Host &operator=(const Host &) = delete;
+
+    /* ---- Interfaces. Names and numbers are unique: nullptr when taken or out of range. Once
+     * added, an interface is known to the if_index_* services and keeps its place in memory. ----
+     */
+    HostInterface *add_port(const std::string &name, uint32_t port);
+    HostInterface *add_port_channel(const std::string &name, uint32_t channel);
+    HostInterface *add_svi(const std::string &name, uint32_t vlan);
+    /* Sub-interface of a port or port-channel. main_l3lif is set to a port only: with a
+     * port-channel there, the library would take it for a member. */
+    HostInterface *add_sub_interface(const std::string &name, HostInterface &parent, uint32_t vlan);
+    /* Unregister and forget it. false, and nothing done, while a sub-interface or member names it
+     * or it is a member itself. ASIC objects are left as they are. */
+    bool remove(HostInterface &interface);
+
+    /* The l3lif becomes findable for the library. */
+    void register_l3(HostInterface &interface);
+    /* The end of the interface as an L3 interface: no longer findable, the library's context freed
+     * (nobody else does), pd_state 0, the shared database's rows removed but for the kept one. */
+    void unregister_l3(HostInterface &interface);
+
+    HostInterface *find(uint32_t ifindex) const; /* registered or not; nullptr for an unknown one */
+    HostInterface *find(std::string_view name) const;
+    /* All, in the order of their ifindexes' kinds and numbers. */
+    std::vector<HostInterface *> interfaces() const;
+    size_t size() const { return by_name_.size(); }
+
+    /* A port becomes a member of a port-channel (main_l3lif, member_count), and stops being one.
+     * false, and nothing done, when it is one already, or is none, or the kinds are wrong. */
+    bool join(HostInterface &port, HostInterface &port_channel);
+    bool leave(HostInterface &port);
+    std::vector<HostInterface *> members(const HostInterface &port_channel) const;
+
+    /* ---- What the host makes in the ASIC on its own account, through the SDK's calls. Nothing
+     * stays behind when one of them is refused. ---- */
+
+    /* The layer-2 LID entry of a port, with its path; done when there is one. */
+    Status make_port_lid(HostInterface &port);
+    Status release_port_lid(HostInterface &port);
+    /* Flush, and destroy the SDK interface kept for the port's membership; done without one. */
+    Status release_kept_intf(HostInterface &port);
+    /* Make port-channel, LID entry and path, for the library to adopt; done when held already. */
+    Status hold_port_channel(HostInterface &port_channel);
+    /* Destroy what hold_port_channel made, unless it was given over; done when not held. */
+    Status release_held_port_channel(HostInterface &port_channel);
+    std::optional<HeldPortChannel> held_port_channel(const HostInterface &port_channel) const;
+
+    StateDb &db() { return *db_; }
+
+    /* Everything as at the start: interfaces with their contexts, held port-channels, database.
+     * The ASIC and the diagnostics are left alone. */
+    void reset();
+
+    /* ---- What the C services do: 0, or an errno number when refused. ---- */
+    int32_t keep_intf(uint32_t ifindex, uint32_t intf_id, int32_t flag);
+    int32_t give_over_port_channel(uint32_t ifindex);
+    int32_t port_command(uint32_t call, const port_cmd_msg *message, uint32_t length);
+
+private:
+    Host();
+    ~Host();
+    using Slot = std::unique_ptr<HostInterface>;
+    using LowestFirst =
+        std::priority_queue<uint32_t, std::vector<uint32_t>, std::greater<uint32_t>>;
+
+    const Slot *slot(uint32_t ifindex) const;
+    HostInterface *add(InterfaceKind kind, const std::string &name, uint32_t ifindex);
+
+    /* By the upper four bits of the ifindex, less one. A table grows as numbers are used. */
+    std::vector<Slot> tables_[4];
+    LowestFirst free_sequences_;
+    std::unordered_map<std::string_view, HostInterface *> by_name_; /* keys lie in the records */
+    std::unordered_map<uint32_t, HeldPortChannel> held_;            /* by ifindex */
+    std::unique_ptr<StateDb> db_;
+};
+
+} // namespace kvnsim
