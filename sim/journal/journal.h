@@ -1,13 +1,13 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "sim/journal/value.h"
@@ -44,8 +44,17 @@ struct Codec {
     void (*write)(void *data, const Value &value); /* nullptr: an input only */
 };
 
-/* The codec of type T; specialise for each record that a call takes. Integers have one. */
+/* The codec of type T; specialise for each record that a call takes. */
 template <class T> const Codec &codec();
+template <> const Codec &codec<uint8_t>();
+template <> const Codec &codec<uint16_t>();
+template <> const Codec &codec<uint32_t>();
+template <> const Codec &codec<uint64_t>();
+template <> const Codec &codec<int32_t>();
+template <> const Codec &codec<int64_t>();
+
+/* An interface index: hexadecimal. */
+const Codec &ifindex_codec();
 
 /* One argument of a call in flight: a name and where the C value lies. */
 struct Argument {
@@ -63,9 +72,18 @@ template <class T> Argument in(const char *name, const T &value, const Codec &wi
 {
     return {name, false, const_cast<T *>(&value), &with};
 }
+/* A record that the caller points at; null is shown as none. */
+template <class T> Argument in_record(const char *name, const T *value)
+{
+    return {name, false, const_cast<T *>(value), &codec<T>()};
+}
 template <class T> Argument out(const char *name, T *value)
 {
     return {name, true, value, &codec<T>()};
+}
+template <class T> Argument out(const char *name, T *value, const Codec &with)
+{
+    return {name, true, value, &with};
 }
 
 /* What the result of an imported call means. */
@@ -78,8 +96,22 @@ enum class Result : uint8_t {
 /* What a call is for: timelines leave out the questions unless asked for everything. */
 enum class Purpose : uint8_t { programs, asks };
 
-/* The one definition of an imported call. A static object per call; the function body runs through
- * it, so that counting, faults, recording, replay and printing need nothing else. */
+class ImportedCall;
+
+/* A finished call, as observers see it. */
+struct Call {
+    const ImportedCall *what = nullptr;
+    std::vector<Field> inputs;  /* as they were before the call */
+    std::vector<Field> outputs; /* as they were after it; none for a failed call */
+    Value result;
+    bool failed = false;   /* a status that is not 0 */
+    bool injected = false; /* made to fail */
+    std::string note;      /* why it was refused, when whoever refused it said so */
+};
+
+/* The one definition of an imported call: a static object per call, at namespace scope so that it
+ * is known from the start. The function body runs through it, so that counting, faults, recording,
+ * replay and printing need nothing else. */
 class ImportedCall {
 public:
     ImportedCall(const char *name, Result result, Purpose purpose);
@@ -90,21 +122,23 @@ public:
     bool can_fail() const { return result_ != Result::value; }
 
     /* Make the call: an injected failure or a replayed answer stands in for the body. R is an
-     * integer type, or a pointer type with a codec (its body always runs; a replay compares). */
+     * integer type, or a pointer type with a codec (its body always runs; a replay compares). A
+     * record that is both asked with and answered in is given twice, as in and as out. */
     template <class Body>
     auto operator()(std::initializer_list<Argument> arguments, Body &&body) const
         -> std::invoke_result_t<Body>
     {
         using R = std::invoke_result_t<Body>;
-        const Token token = begin();
+        InFlight call;
         R result{};
-        if (const std::optional<int64_t> stand_in = stand_in_for(arguments, std::is_pointer_v<R>)) {
-            if constexpr (!std::is_pointer_v<R>)
-                result = static_cast<R>(*stand_in);
-        } else {
+        const std::optional<int64_t> stand_in = begin(call, arguments, std::is_pointer_v<R>);
+        if constexpr (std::is_pointer_v<R>) {
             result = body();
+            end(call, arguments, 0, &result, codec<R>());
+        } else {
+            result = stand_in ? static_cast<R>(*stand_in) : body();
+            end(call, arguments, static_cast<int64_t>(result), &result, codec<R>());
         }
-        end(token, arguments, &result, codec<R>());
         return result;
     }
 
@@ -113,27 +147,20 @@ public:
     static const ImportedCall *find(std::string_view name);
 
 private:
-    struct Token {
-        const char *outer;
+    struct InFlight {
+        const char *outer = "";        /* the call that this one is made within */
+        bool injected = false;
+        std::unique_ptr<Call> seen;    /* only when observed */
     };
-    Token begin() const;
-    std::optional<int64_t> stand_in_for(std::initializer_list<Argument> arguments,
-                                        bool body_runs) const;
-    void end(Token token, std::initializer_list<Argument> arguments, const void *result,
-             const Codec &result_codec) const;
+    /* The result that stands in for the body's, if one does. */
+    std::optional<int64_t> begin(InFlight &call, std::initializer_list<Argument> arguments,
+                                 bool body_runs) const;
+    void end(InFlight &call, std::initializer_list<Argument> arguments, int64_t status,
+             const void *result, const Codec &result_codec) const;
 
     const char *name_;
     Result result_;
     Purpose purpose_;
-};
-
-/* A finished call, as observers see it. */
-struct Call {
-    const ImportedCall *what;
-    std::vector<Field> inputs, outputs;
-    Value result;
-    bool failed;   /* a status that is not 0 */
-    bool injected; /* made to fail */
 };
 
 /* A trace record, as observers see it: the text is what the trace buffer got. */
@@ -174,8 +201,10 @@ public:
     /* Each call that can fail fails with this probability (0..1); a seed gives the same again. */
     void set_rate(double rate, uint64_t seed);
     void clear();
-    /* Turn all injection off and on again, for the host's own repairs. */
+    /* Turn all injection off and on again, for the host's own repairs; such calls do not count. */
     void suspend(bool suspended) { suspended_ = suspended; }
+    /* Whether a call can be struck at all. */
+    bool armed() const { return !suspended_ && (!rules_.empty() || rate_ > 0); }
     /* The status to fail with now, if the call is to fail. Counts the occurrence. */
     std::optional<int32_t> strike(const ImportedCall &call);
     /* The specifications that never struck, for a message at the end. */
@@ -213,6 +242,9 @@ public:
 
     void trace(const TraceRecord &record);
 
+    /* Say why the call in flight is refused; observers get it with the call. */
+    void note(std::string reason) { note_ = std::move(reason); }
+
     Faults faults;
     Answers *answers = nullptr;
     uint64_t calls_made = 0;
@@ -225,7 +257,7 @@ private:
     std::vector<Observer *> observers_;
     std::shared_ptr<Request> current_;
     const char *current_call_ = "";
-    bool injected_ = false;
+    std::string note_;
     uint64_t made_ = 0;
 };
 

@@ -19,12 +19,14 @@ public:
 
     Value() = default;
     static Value integer(int64_t number, Style style = Style::decimal);
+    /* An integer that people know by a name: printed as the name, else as any integer. */
+    static Value named(int64_t number, std::string name);
     static Value text(std::string text);
     static Value record(std::vector<Field> fields);
 
     Kind kind() const { return kind_; }
     int64_t number() const { return number_; }           /* 0 unless an integer */
-    const std::string &string() const { return text_; }  /* empty unless a text */
+    const std::string &string() const { return text_; }  /* empty unless a text or named */
     const std::vector<Field> &fields() const { return fields_; }
     const Value *find(std::string_view name) const;      /* a record's field, or nullptr */
 
@@ -40,7 +42,7 @@ private:
     Kind kind_ = Kind::null;
     Style style_ = Style::decimal;
     int64_t number_ = 0;
-    std::string text_;
+    std::string text_; /* the text, or an integer's name; the latter is not compared */
     std::vector<Field> fields_;
 };
 

@@ -1,0 +1,25 @@
+/*
+ * What the ASIC model offers to a forwarding manager beyond the SDK's own calls.
+ */
+#ifndef KVNSIM_SDK_H
+#define KVNSIM_SDK_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Where a LID path leads, besides SdkPortTypeChannel: to the front-panel port front_port. The
+ * layer-2 side uses it for the LID entries of physical ports. */
+#define KVNSIM_SDK_PORT_TYPE_FRONT_PANEL 0
+
+/* Carry out the pending batch of attribute writes, in the order queued. Writes whose interface or
+ * LID entry is gone meanwhile are dropped; returns how many were. */
+uint32_t kvnsim_sdk_batch_flush(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
