@@ -1,0 +1,69 @@
+# Every target sets up what it needs and takes TARGET=i386, the product as it ships, or
+# TARGET=native. The trees are build/i386, build/native, build/asan, build/coverage, build/bench.
+
+ifeq ($(origin TARGET), undefined)
+TARGET := $(shell scripts/target)
+endif
+JOBS ?= $(shell nproc)
+CONFIG ?= examples/leaf.json
+PREFIX ?= /usr/local
+
+tree = build/$(TARGET)
+# Configured once; after that the build itself sees when the CMake files change.
+configure = [ -e $(tree)/build.ninja ] || cmake --preset $(TARGET) >build/$(TARGET).log || \
+	{ cat build/$(TARGET).log; exit 1; }
+build = $(configure) && cmake --build $(tree) -j $(JOBS)
+
+.DEFAULT_GOAL := help
+.PHONY: help setup build run test check lint coverage bench fuzz install package docs clean
+
+help:
+	@echo "make build     the library and kvnsim into build/$(TARGET)"
+	@echo "make run       build, then bring up the switch of $(CONFIG)"
+	@echo "make test      build and run every test"
+	@echo "make check     the tests of every build, with sanitizers, then lint"
+	@echo "make lint      formatting, clang-tidy and the library's binary interface"
+	@echo "make coverage  which lines the tests execute, as pages in build/coverage/report"
+	@echo "make install   library, headers and kvnsim into PREFIX=$(PREFIX)"
+	@echo "make package   the same as an archive and a Debian package in build/$(TARGET)"
+	@echo "make clean     remove what was built; the 32-bit libraries stay"
+	@echo
+	@echo "Each takes TARGET=i386 (the product as it ships) or TARGET=native; here: $(TARGET)."
+
+setup:
+	@scripts/setup build $(TARGET)
+
+build: setup
+	@$(build) --target product
+
+run: build
+	@$(tree)/bin/kvnsim run $(CONFIG)
+
+test: setup
+	@$(build)
+	@ctest --test-dir $(tree) -j $(JOBS) --output-on-failure --no-tests=error \
+	    --output-junit tests.xml
+
+check:
+	@scripts/check
+
+lint:
+	@scripts/setup check native
+	@$(MAKE) --no-print-directory build TARGET=native
+	@scripts/lint
+
+coverage:
+	@scripts/setup coverage native
+	@$(MAKE) --no-print-directory test TARGET=coverage
+	@mkdir -p build/coverage/report
+	@gcovr --root . --filter l3lif/ --filter sim/ --object-directory build/coverage \
+	    --html-details build/coverage/report/index.html --print-summary
+
+install: build
+	@cmake --install $(tree) --prefix $(PREFIX)
+
+package: build
+	@cpack --config $(tree)/CPackConfig.cmake -B $(tree)
+
+clean:
+	@for tree in i386 native asan coverage bench; do rm -rf build/$$tree build/$$tree.log; done
