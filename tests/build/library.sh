@@ -40,7 +40,7 @@ exports)
 needs)
     wanted=$(printf '%s\n' "$@" | sort)
     found=$(readelf --dynamic "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | sort)
-    [ "$wanted" = "$found" ] || complain "needs" $found "instead of" $wanted
+    [ "$wanted" = "$found" ] || complain "needs ${found//$'\n'/ } instead of $*"
     ;;
 
 # Nothing runs when the host loads the library.
