@@ -1,0 +1,118 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "sim/config/desired.h"
+#include "sim/fwm/host.h"
+#include "sim/switch/entry_points.h"
+
+/* The switch: brings what a configuration wants about, by requests to the library, and knows what
+ * came of it. */
+namespace kvnsim {
+
+/* What one step does, in the order in which steps of a plan are carried out. */
+enum class StepKind : uint8_t {
+    remove_virtual_mac,
+    delete_sub_interface,
+    delete_svi,
+    remove_member,
+    unroute_port_channel,
+    delete_port_channel,
+    unroute_port,
+    delete_port,
+    remove_router_mac,
+    add_router_mac,
+    add_port,
+    route_port,
+    add_port_channel,
+    route_port_channel,
+    add_member,
+    add_svi,
+    add_sub_interface,
+    change_settings,
+    add_virtual_mac
+};
+
+struct Step {
+    StepKind kind;
+    std::string name;   /* the object: "Ethernet0", "PortChannel0001" */
+    std::string other;  /* a member port's name; else empty */
+    Mac mac{};          /* of a MAC step */
+    std::string words;  /* "route port Ethernet0: MTU 9100, IPv4, VRF Vrf42" */
+    Place cause;        /* the row behind it; of a deletion, the row that went */
+};
+
+/* Steps in the order to be carried out. */
+struct Plan {
+    std::vector<Step> steps;
+    bool empty() const { return steps.empty(); }
+};
+
+/* A step that did not come about, wholly or in part. */
+struct Failure {
+    Step step;
+    RequestRef request;  /* null when the host refused by itself */
+    std::string message; /* "l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create: SDK_E_FULL" */
+};
+
+struct Applied {
+    uint32_t steps_done = 0;  /* carried out, failed ones included */
+    std::vector<Failure> failures;
+    bool interrupted = false; /* the caller's stop came first; the rest was left */
+};
+
+class Switch {
+public:
+    /* Powers the switch on: host, ASIC, journal and diagnostics start empty. One at a time. */
+    Switch();
+    ~Switch();
+    Switch(const Switch &) = delete;
+    Switch &operator=(const Switch &) = delete;
+
+    /* What it takes to get from here to there; empty when all is as wanted. */
+    Plan plan(const Desired &want) const;
+
+    /* Carry a plan out. stop is asked before each step; progress is told after each. want is what
+     * the plan was made for. A failed step is reported and the others go on. */
+    Applied apply(const Plan &plan, const Desired &want,
+                  const std::function<bool()> &stop = {},
+                  const std::function<void(size_t done, size_t of)> &progress = {});
+    Applied apply(const Desired &want) { return apply(plan(want), want); }
+
+    /* What has come about so far, and what was wanted last. */
+    const Desired &have() const { return have_; }
+    const Desired &wanted() const { return wanted_; }
+    /* Members that the library declined because the port is routed: (port-channel, port). */
+    const std::set<std::pair<std::string, std::string>> &declined_members() const
+    {
+        return declined_;
+    }
+    /* The VPN number of a VRF: 0 for the default one, else 1, 2, ... */
+    uint32_t vpn_of(const std::string &vrf) const;
+    std::map<std::string, uint32_t> vpns() const { return vpns_; }
+    uint32_t router_mac_id() const { return router_mac_id_; } /* no_id without one */
+
+    /* Failures since power-on whose object is still not as wanted, by object name. */
+    const std::map<std::string, std::string> &last_failures() const { return last_failures_; }
+
+    /* Why the library must not be asked for this sub-interface (it would abort): "parent
+     * PortChannel0001 has no LID"; empty when it may. For an ifindex that is no sub-interface: why
+     * not. */
+    static std::string why_not_sub_interface(uint32_t ifindex);
+
+private:
+    struct Work;
+    Desired have_, wanted_;
+    std::set<std::pair<std::string, std::string>> declined_;
+    std::map<std::string, uint32_t> vpns_;
+    std::map<std::string, std::string> last_failures_;
+    uint32_t router_mac_id_ = no_id;
+};
+
+} // namespace kvnsim
