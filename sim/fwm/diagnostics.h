@@ -8,8 +8,10 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "platform_api/fwm.h"
 #include "sim/journal/journal.h"
 
 /* The forwarding manager's diagnostic services: where trace records go. */
@@ -30,7 +32,7 @@ struct Sinks {
     size_t error_groups = 1000;           /* size of the error store, 0 = off */
     std::string debug_file;               /* path, empty = off */
     std::string event_file;               /* path, empty = off */
-    LevelSwitch events;                   /* levels that the event history records */
+    LevelSwitch events{true, true};       /* levels that the event file gets */
     LevelSwitch console;                  /* levels whose debug switch is on */
     std::FILE *console_file = stderr;     /* what the debug switch prints to; not owned */
     std::optional<int64_t> fixed_time_ns; /* time since the epoch that every sink shows, for
@@ -53,59 +55,62 @@ public:
     Diagnostics(const Diagnostics &) = delete;
     Diagnostics &operator=(const Diagnostics &) = delete;
 
-    /* Switch to these sinks: files of before are closed, trace buffer and error store keep what
-     * fits. Empty when done; else why not ("cannot write FILE: reason"), and all is as before. */
+    /* Switch to these sinks. A file that was open under the same path goes on, any other is
+     * started anew; trace buffer and error store keep what fits. Empty when done; else why not
+     * ("cannot write FILE: reason"), and the sinks are as before. */
     std::string configure(const Sinks &sinks);
     const Sinks &sinks() const { return sinks_; }
 
-    /* The trace buffer, oldest first, and how many records it has lost. */
+    /* The trace buffer, oldest first, and how many records it had to drop. */
     std::vector<TraceRecord> trace();
-    uint64_t trace_lost() const { return lost_; }
+    uint64_t trace_dropped() const { return trace_dropped_; }
     /* The error store, in the order of first occurrence, and how many messages it had no room
      * for. */
-    std::vector<ErrorGroup> errors() const;
-    uint64_t errors_lost() const { return errors_lost_; }
+    const std::vector<ErrorGroup> &errors() const;
+    uint64_t errors_dropped() const;
 
-    /* Write out what is buffered for files; empty, or what could not be written. */
+    /* Write out what is buffered for files. Empty, or the file that could not be written. */
     std::string flush();
     /* Close files, forget everything, the sinks as at the start. */
     void reset();
 
-    /* ---- What the C services do ---- */
-    void add_trace(const char *function, int32_t line, const char *format, va_list arguments);
-    void add_error(const char *function, int32_t line, const char *format, va_list arguments);
+    /* ---- What the C services do; messages are printf-style. ---- */
+    void add_trace(const char *function, int32_t line, const char *format, va_list arguments)
+        FWM_PRINTF(4, 0);
+    void add_error(const char *function, int32_t line, const char *format, va_list arguments)
+        FWM_PRINTF(4, 0);
     const char *time_text();
     const char *level_name(int32_t level);
     void debug_message_written();
     bool records_events(int32_t level);
-    void record_event(uint32_t event, int32_t level, const char *text, size_t length);
-    bool debug_switch(int32_t level) const;
-    void print(const char *module, const char *format, va_list arguments);
+    void record_event(uint32_t event, int32_t level, std::string_view text);
+    bool debug_switch(int32_t level) const { return sinks_.console.on(level); }
+    void print(const char *module, const char *format, va_list arguments) FWM_PRINTF(3, 0);
 
 private:
+    class TraceBuffer;
+    class ErrorStore;
+
     Diagnostics();
     ~Diagnostics();
-    void emit_pending();
+    void level_told(int32_t level);
     int64_t now_ns() const;
-    const std::string &format_text(const char *format, va_list arguments);
+    std::string_view formatted(const char *format, va_list arguments) FWM_PRINTF(2, 0);
 
     Sinks sinks_;
-    std::string text_; /* scratch of format_text */
+    std::string scratch_; /* of formatted() */
 
-    /* The service that takes a trace record is not told its level: a record waits here for the
-     * next service called, which tells. */
-    std::optional<TraceRecord> pending_;
+    /* The service that takes a trace record is not told its level: the record waits here for the
+     * next service of its emission, which is. */
+    TraceRecord pending_;
+    bool is_pending_ = false;
     std::set<std::string, std::less<>> functions_; /* names that records point at */
-    std::vector<TraceRecord> ring_;
-    size_t oldest_ = 0;
-    uint64_t lost_ = 0;
+    std::unique_ptr<TraceBuffer> trace_;
+    uint64_t trace_dropped_ = 0;
+    std::unique_ptr<ErrorStore> errors_;
 
-    struct Errors;
-    std::unique_ptr<Errors> errors_;
-    uint64_t errors_lost_ = 0;
-
-    int32_t last_level_ = trace_level_debug; /* of the debug file's message being written */
-    uint32_t unflushed_ = 0;
+    int32_t written_level_ = trace_level_debug; /* of the debug file's last prefix */
+    uint32_t unflushed_ = 0;                    /* messages of the debug file */
     std::FILE *events_ = nullptr;
     char time_text_[40];
 };

@@ -22,7 +22,8 @@ namespace kvnsim {
 /* "None" in intf_id, lid_id and pc_id. */
 constexpr uint32_t no_id = 0xFFFF;
 
-enum class InterfaceKind : uint8_t { port, port_channel, sub_interface, svi };
+/* In the order of the upper four bits of their interface indexes. */
+enum class InterfaceKind : uint8_t { port, port_channel, svi, sub_interface };
 const char *to_text(InterfaceKind kind); /* "port", "port-channel", "sub-interface", "SVI" */
 
 /* Interface indexes of this forwarding manager: the kind in the upper four bits, a number below.
@@ -55,7 +56,8 @@ constexpr uint32_t sub_interface_ifindex(uint32_t sequence)
  * the base's pointers, parent, channel and the fields below the line; the rest is the user's, to
  * be set before the library is called. */
 struct HostInterface : public l3lif {
-    HostInterface(InterfaceKind kind, std::string name, uint32_t ifindex, uint32_t number);
+    HostInterface(InterfaceKind kind, std::string name, uint32_t ifindex);
+    ~HostInterface(); /* frees the library's context */
     HostInterface(const HostInterface &) = delete;
     HostInterface &operator=(const HostInterface &) = delete;
 
@@ -124,6 +126,7 @@ public:
     void unregister_l3(HostInterface &interface);
 
     HostInterface *find(uint32_t ifindex) const; /* registered or not; nullptr for an unknown one */
+    HostInterface *find(uint32_t ifindex, InterfaceKind kind) const; /* nullptr for another kind */
     HostInterface *find(std::string_view name) const;
     /* All, in the order of their ifindexes' kinds and numbers. */
     std::vector<HostInterface *> interfaces() const;
@@ -147,7 +150,7 @@ public:
     Status hold_port_channel(HostInterface &port_channel);
     /* Destroy what hold_port_channel made, unless it was given over; done when not held. */
     Status release_held_port_channel(HostInterface &port_channel);
-    std::optional<HeldPortChannel> held_port_channel(const HostInterface &port_channel) const;
+    std::optional<HeldPortChannel> held_port_channel(uint32_t ifindex) const;
 
     StateDb &db() { return *db_; }
 
@@ -155,9 +158,13 @@ public:
      * The ASIC and the diagnostics are left alone. */
     void reset();
 
-    /* ---- What the C services do: 0, or an errno number when refused. ---- */
+    /* ---- What the C services do: 0, or an errno number when refused, and nothing done. ---- */
     int32_t keep_intf(uint32_t ifindex, uint32_t intf_id, int32_t flag);
     int32_t give_over_port_channel(uint32_t ifindex);
+    int32_t publish(const l3lif *record);
+    int32_t store_port_binding(const fwm_pm_sdb_key &key, const fwm_pm_sdb_data &data);
+    int32_t store_pc_id(uint32_t ifindex, uint32_t pc_id);
+    int32_t store_label(uint32_t ifindex, bool enable, bool svi);
     int32_t port_command(uint32_t call, const port_cmd_msg *message, uint32_t length);
 
 private:
@@ -167,10 +174,14 @@ private:
     using LowestFirst =
         std::priority_queue<uint32_t, std::vector<uint32_t>, std::greater<uint32_t>>;
 
-    const Slot *slot(uint32_t ifindex) const;
+    std::vector<Slot> &table_of(InterfaceKind kind) { return tables_[static_cast<size_t>(kind)]; }
+    const std::vector<Slot> &table_of(InterfaceKind kind) const
+    {
+        return tables_[static_cast<size_t>(kind)];
+    }
     HostInterface *add(InterfaceKind kind, const std::string &name, uint32_t ifindex);
 
-    /* By the upper four bits of the ifindex, less one. A table grows as numbers are used. */
+    /* By kind, then number. A table grows as numbers are used. */
     std::vector<Slot> tables_[4];
     LowestFirst free_sequences_;
     std::unordered_map<std::string_view, HostInterface *> by_name_; /* keys lie in the records */

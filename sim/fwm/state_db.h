@@ -9,7 +9,6 @@
 #include "sim/journal/journal.h"
 
 struct sqlite3;
-struct sqlite3_stmt;
 
 /* The shared state database: what the switch's other programs see of the interfaces. SQLite, in
  * memory, one table for each kind of record, keyed by the interface index. */
@@ -22,7 +21,8 @@ struct RowOrigin {
     std::string text;     /* Origin::to_text() */
 };
 
-/* pm_sdb: the port manager's record; kind 1 binds a port to its LID's ifmap index. */
+/* pm_sdb: the port manager's record; kind 1, the only one here, binds a port to its LID's ifmap
+ * index. */
 struct PmRow {
     uint32_t kind = 1, ifindex = 0;
     uint32_t ifmap_idx = 0, word1 = 0;
@@ -69,7 +69,7 @@ public:
     StateDb(const StateDb &) = delete;
     StateDb &operator=(const StateDb &) = delete;
 
-    /* The origin of the row given is not used. */
+    /* The origin of the row that is handed in is not used. */
     bool store(const PmRow &row);
     bool store(const PcRow &row);
     bool store(const L3lifRow &row);
@@ -87,7 +87,7 @@ public:
     std::vector<LabelRow> label_rows() const;
     std::vector<MemberIntfRow> member_intf_rows() const;
     /* One row, empty without one. */
-    std::optional<PmRow> pm_row(uint32_t kind, uint32_t ifindex) const;
+    std::optional<PmRow> pm_row(uint32_t ifindex) const;
     std::optional<PcRow> pc_row(uint32_t ifindex) const;
     std::optional<L3lifRow> l3lif_row(uint32_t ifindex) const;
     std::optional<LabelRow> label_row(uint32_t ifindex) const;
@@ -103,6 +103,12 @@ public:
 
 private:
     struct Statements;
+    template <class Row> bool store_row(Row row);
+    template <class Row> bool forget_row(uint32_t ifindex);
+    template <class Row> std::vector<Row> all_rows() const;
+    template <class Row> std::optional<Row> one_row(uint32_t ifindex) const;
+    bool checked(bool done);
+
     sqlite3 *db_ = nullptr;
     std::unique_ptr<Statements> statements_;
     std::string error_;

@@ -1,0 +1,342 @@
+#include "sim/fwm/diagnostics.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <ctime>
+#include <unordered_map>
+
+#include "sim/fwm/event_file.h"
+
+namespace kvnsim {
+namespace {
+
+/* The debug file is flushed every so many messages, and with each error. */
+constexpr uint32_t messages_per_flush = 64;
+
+struct LevelName {
+    int32_t level;
+    const char *name;
+};
+constexpr LevelName level_names[] = {{trace_level_error, "ERR"}, {trace_level_debug, "DBG"}};
+
+/* Opens the file for writing unless it is off or the same as before. */
+struct Opening {
+    Opening(const std::string &path, const std::string &path_before, std::FILE *before,
+            const char *mode)
+        : file(path == path_before ? before : nullptr)
+    {
+        if (path.empty() || file)
+            return;
+        file = opened = std::fopen(path.c_str(), mode);
+        if (!file)
+            problem = "cannot write " + path + ": " + std::strerror(errno);
+    }
+    void undo()
+    {
+        if (opened)
+            std::fclose(opened);
+    }
+
+    std::FILE *file, *opened = nullptr;
+    std::string problem;
+};
+
+/* Empty when everything written so far is in the file. */
+std::string flush_file(std::FILE *file, const std::string &path)
+{
+    if (!file)
+        return "";
+    if (std::fflush(file) != 0)
+        return "cannot write " + path + ": " + std::strerror(errno);
+    return std::ferror(file) ? "cannot write " + path : "";
+}
+
+void close_unless(std::FILE *file, std::FILE *still_used)
+{
+    if (file && file != still_used)
+        std::fclose(file);
+}
+
+} // namespace
+
+bool LevelSwitch::on(int32_t level) const
+{
+    return level == trace_level_error ? error : level == trace_level_debug && debug;
+}
+
+/* The last records, in a ring whose texts keep their storage. */
+class Diagnostics::TraceBuffer {
+public:
+    explicit TraceBuffer(size_t capacity) : capacity_(capacity) {}
+
+    /* Take the record, leaving the dropped one's storage in its place. true when one dropped. */
+    bool add(TraceRecord &record)
+    {
+        if (ring_.size() < capacity_) {
+            ring_.push_back(record);
+            return false;
+        }
+        if (capacity_ > 0) {
+            std::swap(ring_[oldest_], record);
+            oldest_ = (oldest_ + 1) % capacity_;
+        }
+        return true;
+    }
+
+    std::vector<TraceRecord> records() const
+    {
+        std::vector<TraceRecord> all(ring_.begin() + static_cast<ptrdiff_t>(oldest_), ring_.end());
+        all.insert(all.end(), ring_.begin(), ring_.begin() + static_cast<ptrdiff_t>(oldest_));
+        return all;
+    }
+
+private:
+    size_t capacity_;
+    size_t oldest_ = 0; /* 0 until the ring is full */
+    std::vector<TraceRecord> ring_;
+};
+
+/* Messages grouped by where they come from and what they say. */
+class Diagnostics::ErrorStore {
+public:
+    explicit ErrorStore(size_t capacity) : capacity_(capacity) {}
+
+    void add(std::string_view function, int32_t line, std::string_view text, uint64_t count,
+             uint64_t request)
+    {
+        key_.assign(function).append(1, '\0').append(std::to_string(line)).append(1, '\0');
+        key_.append(text);
+        auto known = index_.find(key_);
+        if (known == index_.end()) {
+            if (groups_.size() >= capacity_) {
+                dropped_ += count;
+                return;
+            }
+            known = index_.emplace(key_, groups_.size()).first;
+            groups_.push_back({std::string(function), line, std::string(text), 0, 0});
+        }
+        groups_[known->second].count += count;
+        groups_[known->second].last_request = request;
+    }
+
+    /* A store of another size with what fits. */
+    std::unique_ptr<ErrorStore> resized(size_t capacity) const
+    {
+        auto other = std::make_unique<ErrorStore>(capacity);
+        other->dropped_ = dropped_;
+        for (const ErrorGroup &group : groups_)
+            other->add(group.function, group.line, group.text, group.count, group.last_request);
+        return other;
+    }
+
+    const std::vector<ErrorGroup> &groups() const { return groups_; }
+    uint64_t dropped() const { return dropped_; }
+
+private:
+    size_t capacity_;
+    std::vector<ErrorGroup> groups_;
+    std::unordered_map<std::string, size_t> index_;
+    std::string key_; /* scratch */
+    uint64_t dropped_ = 0;
+};
+
+Diagnostics &Diagnostics::instance()
+{
+    static Diagnostics diagnostics;
+    return diagnostics;
+}
+
+Diagnostics::Diagnostics() : scratch_(1024, '\0')
+{
+    reset();
+}
+
+Diagnostics::~Diagnostics()
+{
+    close_unless(dbg_out_file, nullptr);
+    close_unless(events_, nullptr);
+    dbg_out_file = nullptr;
+}
+
+std::string Diagnostics::configure(const Sinks &sinks)
+{
+    level_told(trace_level_debug);
+    Opening debug(sinks.debug_file, sinks_.debug_file, dbg_out_file, "w");
+    Opening events(sinks.event_file, sinks_.event_file, events_, "wb");
+    if (events.opened && !write_event_header(events.opened))
+        events.problem = "cannot write " + sinks.event_file + ": " + std::strerror(errno);
+    if (!debug.problem.empty() || !events.problem.empty()) {
+        debug.undo();
+        events.undo();
+        return debug.problem.empty() ? events.problem : debug.problem;
+    }
+    close_unless(dbg_out_file, debug.file);
+    close_unless(events_, events.file);
+    dbg_out_file = debug.file;
+    events_ = events.file;
+
+    if (sinks.trace_records != sinks_.trace_records) {
+        const std::vector<TraceRecord> kept = trace_->records();
+        trace_ = std::make_unique<TraceBuffer>(sinks.trace_records);
+        for (TraceRecord record : kept)
+            trace_dropped_ += trace_->add(record);
+    }
+    if (sinks.error_groups != sinks_.error_groups)
+        errors_ = errors_->resized(sinks.error_groups);
+    sinks_ = sinks;
+    return "";
+}
+
+void Diagnostics::reset()
+{
+    close_unless(dbg_out_file, nullptr);
+    close_unless(events_, nullptr);
+    dbg_out_file = events_ = nullptr;
+    sinks_ = Sinks();
+    is_pending_ = false;
+    unflushed_ = 0;
+    trace_dropped_ = 0;
+    trace_ = std::make_unique<TraceBuffer>(sinks_.trace_records);
+    errors_ = std::make_unique<ErrorStore>(sinks_.error_groups);
+}
+
+std::vector<TraceRecord> Diagnostics::trace()
+{
+    level_told(trace_level_debug);
+    return trace_->records();
+}
+
+const std::vector<ErrorGroup> &Diagnostics::errors() const
+{
+    return errors_->groups();
+}
+
+uint64_t Diagnostics::errors_dropped() const
+{
+    return errors_->dropped();
+}
+
+std::string Diagnostics::flush()
+{
+    unflushed_ = 0;
+    const std::string problem = flush_file(dbg_out_file, sinks_.debug_file);
+    return problem.empty() ? flush_file(events_, sinks_.event_file) : problem;
+}
+
+/* The waiting trace record, if any, is of this level. */
+void Diagnostics::level_told(int32_t level)
+{
+    if (!is_pending_)
+        return;
+    is_pending_ = false;
+    pending_.level = level;
+    Journal::instance().trace(pending_);
+    trace_dropped_ += trace_->add(pending_);
+}
+
+void Diagnostics::add_trace(const char *function, int32_t line, const char *format,
+                            va_list arguments)
+{
+    level_told(trace_level_debug);
+    if (sinks_.trace_records == 0 && !Journal::instance().observed())
+        return;
+    auto name = functions_.find(std::string_view(function));
+    if (name == functions_.end())
+        name = functions_.emplace(function).first;
+    pending_.function = name->c_str();
+    pending_.line = line;
+    pending_.text = formatted(format, arguments);
+    is_pending_ = true;
+}
+
+void Diagnostics::add_error(const char *function, int32_t line, const char *format,
+                            va_list arguments)
+{
+    level_told(trace_level_error);
+    const RequestRef request = Journal::instance().current();
+    errors_->add(function, line, formatted(format, arguments), 1, request ? request->number : 0);
+}
+
+const char *Diagnostics::time_text()
+{
+    const int64_t now = now_ns();
+    const std::time_t seconds = static_cast<std::time_t>(now / 1000000000);
+    std::tm utc;
+    gmtime_r(&seconds, &utc);
+    const size_t length = std::strftime(time_text_, sizeof time_text_, "%Y-%m-%d %H:%M:%S", &utc);
+    std::snprintf(time_text_ + length, sizeof time_text_ - length, ".%06d",
+                  static_cast<int>(now % 1000000000 / 1000));
+    return time_text_;
+}
+
+const char *Diagnostics::level_name(int32_t level)
+{
+    level_told(level);
+    written_level_ = level;
+    for (const LevelName &row : level_names)
+        if (row.level == level)
+            return row.name;
+    return "???";
+}
+
+void Diagnostics::debug_message_written()
+{
+    if (!dbg_out_file)
+        return;
+    if (++unflushed_ >= messages_per_flush || written_level_ == trace_level_error) {
+        std::fflush(dbg_out_file);
+        unflushed_ = 0;
+    }
+}
+
+bool Diagnostics::records_events(int32_t level)
+{
+    level_told(level);
+    return events_ && sinks_.events.on(level);
+}
+
+void Diagnostics::record_event(uint32_t event, int32_t level, std::string_view text)
+{
+    if (!events_)
+        return;
+    write_event(events_, now_ns(), event, level, text);
+    /* The process may end with the failure that an error tells of. */
+    if (level == trace_level_error)
+        std::fflush(events_);
+}
+
+void Diagnostics::print(const char *module, const char *format, va_list arguments)
+{
+    if (!sinks_.console_file)
+        return;
+    const std::string_view text = formatted(format, arguments);
+    const bool ended = !text.empty() && text.back() == '\n';
+    std::fprintf(sinks_.console_file, "%s: %s%s", module, text.data(), ended ? "" : "\n");
+}
+
+int64_t Diagnostics::now_ns() const
+{
+    if (sinks_.fixed_time_ns)
+        return *sinks_.fixed_time_ns;
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
+}
+
+/* The message, in the scratch text until the next call. */
+std::string_view Diagnostics::formatted(const char *format, va_list arguments)
+{
+    va_list again;
+    va_copy(again, arguments);
+    int length = std::vsnprintf(scratch_.data(), scratch_.size(), format, arguments);
+    if (length >= static_cast<int>(scratch_.size())) {
+        scratch_.resize(static_cast<size_t>(length) + 1);
+        length = std::vsnprintf(scratch_.data(), scratch_.size(), format, again);
+    }
+    va_end(again);
+    if (length < 0)
+        return "(message cannot be formatted)";
+    return {scratch_.data(), static_cast<size_t>(length)};
+}
+
+} // namespace kvnsim

@@ -1,0 +1,449 @@
+#include "sim/fwm/host.h"
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "l3lifpd_kavelin.h"
+#include "platform_api/libsdk.h"
+#include "sim/sdk/kvnsim_sdk.h"
+
+namespace kvnsim {
+namespace {
+
+constexpr int32_t dev_inst = 0;
+constexpr uint32_t number_mask = 0x0FFFFFFF;
+constexpr uint32_t port_binding = 1; /* kind of the port manager's record */
+
+/* The port service's call for both commands, and the commands. */
+constexpr uint32_t port_command_call = 0x8000001;
+constexpr uint32_t internal_loopback_on = 121, internal_loopback_off = 122;
+
+/* Repairs of the host's own are not made to fail. */
+class WithoutFaults {
+public:
+    WithoutFaults() { Journal::instance().faults.suspend(true); }
+    ~WithoutFaults() { Journal::instance().faults.suspend(false); }
+    WithoutFaults(const WithoutFaults &) = delete;
+    WithoutFaults &operator=(const WithoutFaults &) = delete;
+};
+
+/* A LID entry with one path; nothing stays behind when refused. */
+Status make_lid_entry(const sdk_lid_path &path, uint32_t *lid_id)
+{
+    if (const int32_t code = libsdk_lid_entry_create(dev_inst, lid_id))
+        return {"libsdk_lid_entry_create", code};
+    if (const int32_t code = libsdk_lid_entry_path_add(dev_inst, *lid_id, &path)) {
+        const WithoutFaults repair;
+        libsdk_lid_entry_destroy(dev_inst, *lid_id);
+        return {"libsdk_lid_entry_path_add", code};
+    }
+    return {};
+}
+
+void free_context(HostInterface &interface)
+{
+    if (interface.pd_ctxt)
+        std::free(interface.pd_ctxt->l3_pd);
+    std::free(interface.pd_ctxt);
+    interface.pd_ctxt = nullptr;
+}
+
+} // namespace
+
+const char *to_text(InterfaceKind kind)
+{
+    switch (kind) {
+    case InterfaceKind::port:
+        return "port";
+    case InterfaceKind::port_channel:
+        return "port-channel";
+    case InterfaceKind::sub_interface:
+        return "sub-interface";
+    case InterfaceKind::svi:
+        return "SVI";
+    }
+    return "";
+}
+
+HostInterface::HostInterface(InterfaceKind of_kind, std::string named, uint32_t index)
+    : l3lif{}, kind(of_kind), name(std::move(named)), number(index & number_mask)
+{
+    ifindex = index;
+    ip_cfg = &ip;
+    if (kind == InterfaceKind::port_channel)
+        pc_membership = &membership;
+}
+
+HostInterface::~HostInterface()
+{
+    free_context(*this);
+}
+
+const l3_pd *HostInterface::context() const
+{
+    return pd_ctxt ? pd_ctxt->l3_pd : nullptr;
+}
+
+uint32_t HostInterface::intf_id() const
+{
+    const l3_pd *record = context();
+    return record ? record->intf_id : no_id;
+}
+
+std::string Status::to_text() const
+{
+    if (ok())
+        return "done";
+    const ImportedCall *made = ImportedCall::find(call);
+    const bool named = made && made->result() == Result::sdk_status;
+    return std::string(call) + ": " + (named ? sdk_status_name(code) : std::to_string(code));
+}
+
+Host &Host::instance()
+{
+    static Host host;
+    return host;
+}
+
+Host::Host() : db_(std::make_unique<StateDb>()) {}
+
+Host::~Host() = default;
+
+HostInterface *Host::add(InterfaceKind kind, const std::string &name, uint32_t ifindex)
+{
+    std::vector<Slot> &table = table_of(kind);
+    const size_t number = ifindex & number_mask;
+    if (name.empty() || by_name_.count(name) || find(ifindex))
+        return nullptr;
+    if (number >= table.size())
+        table.resize(number + 1);
+    table[number] = std::make_unique<HostInterface>(kind, name, ifindex);
+    HostInterface *interface = table[number].get();
+    by_name_.emplace(interface->name, interface);
+    return interface;
+}
+
+HostInterface *Host::add_port(const std::string &name, uint32_t port)
+{
+    return port <= max_port ? add(InterfaceKind::port, name, port_ifindex(port)) : nullptr;
+}
+
+HostInterface *Host::add_port_channel(const std::string &name, uint32_t channel)
+{
+    if (channel > max_channel)
+        return nullptr;
+    return add(InterfaceKind::port_channel, name, port_channel_ifindex(channel));
+}
+
+HostInterface *Host::add_svi(const std::string &name, uint32_t vlan)
+{
+    if (vlan < 1 || vlan > max_vlan)
+        return nullptr;
+    HostInterface *svi = add(InterfaceKind::svi, name, svi_ifindex(vlan));
+    if (svi)
+        svi->vlan = vlan;
+    return svi;
+}
+
+HostInterface *Host::add_sub_interface(const std::string &name, HostInterface &parent,
+                                       uint32_t vlan)
+{
+    const bool on_port = parent.kind == InterfaceKind::port;
+    if (vlan < 1 || vlan > max_vlan || !(on_port || parent.kind == InterfaceKind::port_channel))
+        return nullptr;
+    const bool reuse = !free_sequences_.empty();
+    const auto next = static_cast<uint32_t>(table_of(InterfaceKind::sub_interface).size());
+    const uint32_t sequence = reuse ? free_sequences_.top() : next;
+    HostInterface *made = add(InterfaceKind::sub_interface, name, sub_interface_ifindex(sequence));
+    if (!made)
+        return nullptr;
+    if (reuse)
+        free_sequences_.pop();
+    made->vlan = vlan;
+    made->parent = &parent;
+    if (on_port)
+        made->main_l3lif = &parent;
+    parent.sub_interfaces++;
+    return made;
+}
+
+bool Host::remove(HostInterface &interface)
+{
+    if (interface.sub_interfaces || interface.membership.member_count || interface.channel)
+        return false;
+    unregister_l3(interface);
+    if (interface.kept_intf)
+        db_->forget_member_intf(interface.ifindex);
+    held_.erase(interface.ifindex);
+    if (interface.parent)
+        interface.parent->sub_interfaces--;
+    if (interface.kind == InterfaceKind::sub_interface)
+        free_sequences_.push(interface.number);
+    by_name_.erase(interface.name);
+    table_of(interface.kind)[interface.number].reset();
+    return true;
+}
+
+void Host::register_l3(HostInterface &interface)
+{
+    interface.registered = true;
+}
+
+void Host::unregister_l3(HostInterface &interface)
+{
+    interface.registered = false;
+    interface.pd_state = 0;
+    free_context(interface);
+    db_->forget_interface(interface.ifindex);
+}
+
+HostInterface *Host::find(uint32_t ifindex) const
+{
+    const uint32_t table = (ifindex >> 28) - 1;
+    const uint32_t number = ifindex & number_mask;
+    if (table >= std::size(tables_) || number >= tables_[table].size())
+        return nullptr;
+    return tables_[table][number].get();
+}
+
+HostInterface *Host::find(std::string_view name) const
+{
+    const auto found = by_name_.find(name);
+    return found == by_name_.end() ? nullptr : found->second;
+}
+
+HostInterface *Host::find(uint32_t ifindex, InterfaceKind kind) const
+{
+    HostInterface *interface = find(ifindex);
+    return interface && interface->kind == kind ? interface : nullptr;
+}
+
+std::vector<HostInterface *> Host::interfaces() const
+{
+    std::vector<HostInterface *> all;
+    all.reserve(size());
+    for (const std::vector<Slot> &table : tables_)
+        for (const Slot &slot : table)
+            if (slot)
+                all.push_back(slot.get());
+    return all;
+}
+
+bool Host::join(HostInterface &port, HostInterface &port_channel)
+{
+    if (port.kind != InterfaceKind::port || port_channel.kind != InterfaceKind::port_channel ||
+        port.channel)
+        return false;
+    port.channel = &port_channel;
+    port.main_l3lif = &port_channel;
+    port_channel.membership.member_count++;
+    return true;
+}
+
+bool Host::leave(HostInterface &port)
+{
+    if (!port.channel)
+        return false;
+    port.channel->membership.member_count--;
+    port.channel = nullptr;
+    port.main_l3lif = nullptr;
+    return true;
+}
+
+std::vector<HostInterface *> Host::members(const HostInterface &port_channel) const
+{
+    std::vector<HostInterface *> found;
+    for (const Slot &slot : table_of(InterfaceKind::port))
+        if (slot && slot->channel == &port_channel)
+            found.push_back(slot.get());
+    return found;
+}
+
+Status Host::make_port_lid(HostInterface &port)
+{
+    if (port.lid_id)
+        return {};
+    sdk_lid_path path{};
+    path.port_type = KVNSIM_SDK_PORT_TYPE_FRONT_PANEL;
+    path.front_port = static_cast<uint8_t>(port.number + 1);
+    uint32_t lid_id = no_id;
+    const Status status = make_lid_entry(path, &lid_id);
+    if (status.ok())
+        port.lid_id = lid_id;
+    return status;
+}
+
+Status Host::release_port_lid(HostInterface &port)
+{
+    if (!port.lid_id)
+        return {};
+    if (const int32_t code = libsdk_lid_entry_destroy(dev_inst, *port.lid_id))
+        return {"libsdk_lid_entry_destroy", code};
+    port.lid_id.reset();
+    return {};
+}
+
+Status Host::release_kept_intf(HostInterface &port)
+{
+    if (!port.kept_intf)
+        return {};
+    if (const int32_t code = fwmpd_kavelin_batch_flush())
+        return {"fwmpd_kavelin_batch_flush", code};
+    if (const int32_t code = libsdk_intf_destroy(dev_inst, *port.kept_intf))
+        return {"libsdk_intf_destroy", code};
+    port.kept_intf.reset();
+    db_->forget_member_intf(port.ifindex);
+    return {};
+}
+
+Status Host::hold_port_channel(HostInterface &port_channel)
+{
+    if (held_.count(port_channel.ifindex))
+        return {};
+    HeldPortChannel held{no_id, no_id};
+    if (const int32_t code = libsdk_portchannel_create(dev_inst, &held.pc_id))
+        return {"libsdk_portchannel_create", code};
+    sdk_lid_path path{};
+    path.port_type = SdkPortTypeChannel;
+    path.pc_id = held.pc_id;
+    const Status status = make_lid_entry(path, &held.lid_id);
+    if (status.ok()) {
+        held_.emplace(port_channel.ifindex, held);
+    } else {
+        const WithoutFaults repair;
+        libsdk_portchannel_destroy(dev_inst, held.pc_id);
+    }
+    return status;
+}
+
+Status Host::release_held_port_channel(HostInterface &port_channel)
+{
+    const auto found = held_.find(port_channel.ifindex);
+    if (found == held_.end())
+        return {};
+    HeldPortChannel &held = found->second;
+    if (held.lid_id != no_id) {
+        if (const int32_t code = libsdk_lid_entry_destroy(dev_inst, held.lid_id))
+            return {"libsdk_lid_entry_destroy", code};
+        held.lid_id = no_id; /* gone, should the next step be refused and this be done again */
+    }
+    if (const int32_t code = libsdk_portchannel_destroy(dev_inst, held.pc_id))
+        return {"libsdk_portchannel_destroy", code};
+    held_.erase(found);
+    return {};
+}
+
+std::optional<HeldPortChannel> Host::held_port_channel(uint32_t ifindex) const
+{
+    const auto found = held_.find(ifindex);
+    return found == held_.end() ? std::nullopt : std::optional(found->second);
+}
+
+void Host::reset()
+{
+    for (std::vector<Slot> &table : tables_)
+        table.clear();
+    free_sequences_ = {};
+    by_name_.clear();
+    held_.clear();
+    db_->clear();
+}
+
+int32_t Host::keep_intf(uint32_t ifindex, uint32_t intf_id, int32_t flag)
+{
+    HostInterface *port = find(ifindex, InterfaceKind::port);
+    if (!port)
+        return ENOENT;
+    if (flag == 1 && intf_id < no_id) {
+        MemberIntfRow row;
+        row.ifindex = ifindex;
+        row.intf_id = intf_id;
+        if (!db_->store(row))
+            return EIO;
+        port->kept_intf = intf_id;
+        return 0;
+    }
+    if (flag == 0 && intf_id == no_id) {
+        if (!db_->forget_member_intf(ifindex))
+            return EIO;
+        port->kept_intf.reset();
+        return 0;
+    }
+    return EINVAL;
+}
+
+int32_t Host::give_over_port_channel(uint32_t ifindex)
+{
+    return held_.erase(ifindex) ? 0 : ENOENT;
+}
+
+int32_t Host::publish(const l3lif *record)
+{
+    const HostInterface *interface = record ? find(record->ifindex) : nullptr;
+    if (!interface || interface != record || !interface->registered)
+        return ENOENT;
+    L3lifRow row;
+    row.ifindex = interface->ifindex;
+    row.name = interface->name;
+    row.mtu = interface->ip.mtu;
+    row.ipv4_ucst_en = interface->ip.ipv4_ucst_en;
+    row.ipv4_mcst_en = interface->ip.ipv4_mcst_en;
+    row.ipv4_same_if = interface->ip.ipv4_same_if;
+    row.v4_vpn_id = interface->v4_vpn_id;
+    row.v6_vpn_id = interface->v6_vpn_id;
+    row.nat_zone = interface->nat_zone;
+    return db_->store(row) ? 0 : EIO;
+}
+
+int32_t Host::store_port_binding(const fwm_pm_sdb_key &key, const fwm_pm_sdb_data &data)
+{
+    if (key.kind != port_binding)
+        return EINVAL;
+    if (!find(key.ifindex, InterfaceKind::port))
+        return ENOENT;
+    PmRow row;
+    row.kind = key.kind;
+    row.ifindex = key.ifindex;
+    row.ifmap_idx = data.ifmap_idx;
+    row.word1 = data.word1;
+    row.half2 = data.half2;
+    return db_->store(row) ? 0 : EIO;
+}
+
+int32_t Host::store_pc_id(uint32_t ifindex, uint32_t pc_id)
+{
+    if (!find(ifindex, InterfaceKind::port_channel))
+        return ENOENT;
+    PcRow row;
+    row.ifindex = ifindex;
+    row.pc_id = pc_id;
+    return db_->store(row) ? 0 : EIO;
+}
+
+int32_t Host::store_label(uint32_t ifindex, bool enable, bool svi)
+{
+    if (!find(ifindex))
+        return ENOENT;
+    LabelRow row;
+    row.ifindex = ifindex;
+    row.enabled = enable;
+    row.svi = svi;
+    return db_->store(row) ? 0 : EIO;
+}
+
+int32_t Host::port_command(uint32_t call, const port_cmd_msg *message, uint32_t length)
+{
+    if (call != port_command_call)
+        return ENOSYS;
+    if (!message || length != sizeof *message)
+        return EINVAL;
+    HostInterface *port = find(port_ifindex(message->port), InterfaceKind::port);
+    if (!port)
+        return ENODEV;
+    if (message->cmd != internal_loopback_on && message->cmd != internal_loopback_off)
+        return EINVAL;
+    port->loopback = message->cmd == internal_loopback_on;
+    return 0;
+}
+
+} // namespace kvnsim
