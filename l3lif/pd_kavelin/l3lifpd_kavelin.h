@@ -49,23 +49,23 @@ struct l3pd_holder {
 /* L3 properties; the numbers are shared with the forwarding manager. "Stored" properties are
  * pushed to the shared database once written. */
 enum l3lif_prop_type {
-    L3LIF_PROP_IPV4_UCST_EN = 1,      /* 1 enables IPv4 unicast routing, 0 disables it */
-    L3LIF_PROP_IPV4_MCST_EN = 2,      /* 1 enables IPv4 multicast routing, 0 disables it */
-    L3LIF_PROP_IPV4_VPN = 3,          /* IPv4 VPN number; stored */
-    L3LIF_PROP_IPV4_RPF_MODE = 4,     /* IPv4 reverse-path check, the SDK's mode code */
+    L3LIF_PROP_IPV4_UCST_EN = 1,       /* 1 enables IPv4 unicast routing, 0 disables it */
+    L3LIF_PROP_IPV4_MCST_EN = 2,       /* 1 enables IPv4 multicast routing, 0 disables it */
+    L3LIF_PROP_IPV4_VPN = 3,           /* IPv4 VPN number; stored */
+    L3LIF_PROP_IPV4_RPF_MODE = 4,      /* IPv4 reverse-path check, the SDK's mode code */
     L3LIF_PROP_IPV4_SAME_IF_CHECK = 5, /* 0 turns the hardware check on, all else turns it off */
-    L3LIF_PROP_IPV6_UCST_EN = 6,      /* 1 enables IPv6 unicast routing, 0 disables it */
-    L3LIF_PROP_IPV6_MCST_EN = 7,      /* 1 enables IPv6 multicast routing, 0 disables it */
+    L3LIF_PROP_IPV6_UCST_EN = 6,       /* 1 enables IPv6 unicast routing, 0 disables it */
+    L3LIF_PROP_IPV6_MCST_EN = 7,       /* 1 enables IPv6 multicast routing, 0 disables it */
     L3LIF_PROP_IPV6_SAME_IF_CHECK = 8, /* as type 5, for IPv6 */
-    L3LIF_PROP_IPV6_VPN = 9,          /* IPv6 VPN number */
-    L3LIF_PROP_ACL_BD_LABEL = 10,     /* ACL bridge-domain label */
-    L3LIF_PROP_QOS_LABEL = 11,        /* QoS label; traced only, never programmed */
-    L3LIF_PROP_MTU = 12,              /* MTU in bytes; stored */
-    L3LIF_PROP_VLAN_TABLE_MISS = 13,  /* action for a VLAN-table miss, the SDK's code */
-    L3LIF_PROP_DF_MASK_SET = 14,      /* bits to set in the DF mask */
-    L3LIF_PROP_DF_MASK_CLEAR = 15,    /* bits to clear in the DF mask */
-    L3LIF_PROP_IF_NAT = 17,           /* NAT setting; stored, not programmed */
-    L3LIF_PROP_IGMP_SNOOP_LABEL = 19  /* IGMP snooping label */
+    L3LIF_PROP_IPV6_VPN = 9,           /* IPv6 VPN number */
+    L3LIF_PROP_ACL_BD_LABEL = 10,      /* ACL bridge-domain label */
+    L3LIF_PROP_QOS_LABEL = 11,         /* QoS label; traced only, never programmed */
+    L3LIF_PROP_MTU = 12,               /* MTU in bytes; stored */
+    L3LIF_PROP_VLAN_TABLE_MISS = 13,   /* action for a VLAN-table miss, the SDK's code */
+    L3LIF_PROP_DF_MASK_SET = 14,       /* bits to set in the DF mask */
+    L3LIF_PROP_DF_MASK_CLEAR = 15,     /* bits to clear in the DF mask */
+    L3LIF_PROP_IF_NAT = 17,            /* NAT setting; stored, not programmed */
+    L3LIF_PROP_IGMP_SNOOP_LABEL = 19   /* IGMP snooping label */
 };
 
 /* ---- Lookups: an interface whose main_l3lif is a port-channel answers with the port-channel's
@@ -230,8 +230,8 @@ int32_t l3lifpd_kvn_loopback_enable(uint32_t ifindex, int32_t enable);
  *
  * l3lif   the port-channel; pc_membership must be set and its member_count be 1
  * create  passed on to l3lifpd_kvn_add_l3port
- * Returns 0   made, or already there; also when only the shared database or the SDK interface failed
- *         -1  l3lif is NULL, member_count is not 1, or the SDK refused the port-channel or LID entry
+ * Returns 0   made, or already there; also when only the shared database or the SDK interface
+ * failed -1  l3lif is NULL, member_count is not 1, or the SDK refused the port-channel or LID entry
  *         rc  of l3lifpd_kvn_l3pd_init when the context cannot be made
  */
 int32_t l3lifpd_kvn_alloc_l3pc_add(struct l3lif *l3lif, int32_t create);
@@ -247,7 +247,8 @@ int32_t l3lifpd_kvn_alloc_l3pc_add(struct l3lif *l3lif, int32_t create);
  */
 int32_t l3lifpd_kvn_add_l3pc(struct l3lif *l3lif, int32_t create);
 
-/* Member events without a programming of their own: trace ifindex and return 0. first is not read. */
+/* Member events without a programming of their own: trace ifindex and return 0. first is not read.
+ */
 int32_t l3lifpd_kvn_add_l3pc_member(uint32_t first, uint32_t ifindex);
 int32_t l3lifpd_kvn_del_l3pc_member(uint32_t first, uint32_t ifindex);
 
@@ -262,15 +263,16 @@ int32_t l3lifpd_kvn_pc_SupPortMask_set(struct l3lif *l3lif, struct l3lif *main_l
  * l3lif    the member port; its main_l3lif is the port-channel
  * destroy  non-zero with the last member: LID entry, SDK interface and SDK port-channel go too
  * Returns 0   done
- *         -1  l3lif or its main_l3lif is NULL, the port is a routed interface of its own, or the SDK
- *             refused a step; the later steps are not attempted
+ *         -1  l3lif or its main_l3lif is NULL, the port is a routed interface of its own, or the
+ * SDK refused a step; the later steps are not attempted
  */
 int32_t l3lifpd_kvn_del_l3pc(struct l3lif *l3lif, int32_t destroy);
 
 /* ---- Router and virtual MACs: 6 bytes in transmission order ---- */
 
 /*
- * Make the MAC a router MAC of the whole switch; the rmac functions are the same under another name.
+ * Make the MAC a router MAC of the whole switch; the rmac functions are the same under another
+ * name.
  *
  * Returns the peer_mac_id to hand to the delete function
  *         the SDK's status when it refused; the caller must tell the two apart

@@ -139,9 +139,8 @@ int32_t l3lifpd_kvn_add_l3pc(struct l3lif *l3lif, int32_t create)
     l3lifpd_trace_debug("[%d]: Calling libsdk_portchannel_member_add() pc_id=%d, front_port=%d.\n",
                         __LINE__, pc_id, front_port);
     if (libsdk_portchannel_member_add(L3LIFPD_DEV_INST, pc_id, &mask) != 0) {
-        l3lifpd_trace_error(
-            "%s: libsdk_portchannel_member_add failed for pc_id %d front_port %d\n", __func__,
-            pc_id, front_port);
+        l3lifpd_trace_error("%s: libsdk_portchannel_member_add failed for pc_id %d front_port %d\n",
+                            __func__, pc_id, front_port);
         return -1;
     }
     l3lifpd_trace_debug("[%d]: libsdk_portchannel_member_add succeeded for pc_id %d front_port "

@@ -63,8 +63,8 @@ static constexpr property_row property_rows[] = {
     {L3LIF_PROP_ACL_BD_LABEL, SdkIntfAttrAclBdLabel, Write::Value,
      "Setting acl_bd_label=%#x in libsdk for intf %d.\n", Failure::Value,
      "%s[%d]: libsdk_intf_attr_set with acl_bd_label=%d failed for sdk_intf %d.\n"},
-    {L3LIF_PROP_QOS_LABEL, 0, Write::NotProgrammed,
-     "Setting Qos_label=%d in libsdk for intf %d.\n", Failure::Value, nullptr},
+    {L3LIF_PROP_QOS_LABEL, 0, Write::NotProgrammed, "Setting Qos_label=%d in libsdk for intf %d.\n",
+     Failure::Value, nullptr},
     {L3LIF_PROP_MTU, SdkIntfAttrMtuIdx, Write::Value, "Setting mtu=%d in libsdk for intf %d.\n",
      Failure::Value, "%s[%d]: libsdk_intf_attr_set with mtu_idx=%d failed for sdk_intf %d.\n"},
     {L3LIF_PROP_VLAN_TABLE_MISS, SdkIntfAttrVlanTableMiss, Write::Value,
@@ -131,8 +131,7 @@ int32_t l3lifpd_kvn_set_single_l3_property(uint32_t intf_id, uint32_t prop_type,
         break;
     case Write::SetBits:
     case Write::ClearBits: {
-        const int32_t rc =
-            libsdk_intf_attr_get(L3LIFPD_DEV_INST, intf_id, row->attribute, &holder);
+        const int32_t rc = libsdk_intf_attr_get(L3LIFPD_DEV_INST, intf_id, row->attribute, &holder);
         if (rc != 0) {
             l3lifpd_trace_error("[%d]: libsdk_intf_attr_get failed for  SdkIntfAttrIngTblDfMask "
                                 "for intf_id %d.\n",
@@ -145,16 +144,14 @@ int32_t l3lifpd_kvn_set_single_l3_property(uint32_t intf_id, uint32_t prop_type,
     }
     }
 
-    l3lifpd_trace_debug_text(row->debug_text, holder.param1,
-                       intf_id);
+    l3lifpd_trace_debug_text(row->debug_text, holder.param1, intf_id);
     if (row->write == Write::NotProgrammed)
         return 0;
     const int32_t rc = libsdk_intf_attr_set(L3LIFPD_DEV_INST, intf_id, row->attribute, &holder);
     if (rc == 0)
         return 0;
     if (row->failure == Failure::Value)
-        l3lifpd_trace_error_text(row->failure_text, __func__,
-                           __LINE__, value, intf_id);
+        l3lifpd_trace_error_text(row->failure_text, __func__, __LINE__, value, intf_id);
     else
         l3lifpd_trace_error_text(row->failure_text, intf_id, rc);
     return rc;
@@ -258,8 +255,7 @@ static constexpr loopback_direction loopback_on = {
         {SdkIntfAttrIpv4SameIfCheck, 1, "%s:Error setting NAT SameIfCheck on 0x%x:intf_id:%d\n"},
         {SdkIntfAttrNatOutsideEgrBdDb, 3,
          "%s:Error setting NAT Outside egr-bd-db tbl on 0x%x:intf_id:%d\n"},
-        {SdkIntfAttrVlanTableMiss, 1,
-         "%s:Error setting IPMC Miss to CPU tbl on 0x%x:intf_id:%d\n"},
+        {SdkIntfAttrVlanTableMiss, 1, "%s:Error setting IPMC Miss to CPU tbl on 0x%x:intf_id:%d\n"},
     }};
 
 /* Attributes 64 and 58 come in the other order than above, and 58 has no text of its own. */
@@ -313,8 +309,7 @@ int32_t l3lifpd_kvn_loopback_enable(uint32_t ifindex, int32_t enable)
     }
 
     const loopback_direction &direction = enable != 0 ? loopback_on : loopback_off;
-    l3lifpd_trace_debug_text(direction.port_text, __func__,
-                       front_port);
+    l3lifpd_trace_debug_text(direction.port_text, __func__, front_port);
     port_cmd_msg msg = {};
     msg.port = (uint8_t)(front_port - 1);
     msg.cmd = direction.port_cmd;
@@ -325,8 +320,7 @@ int32_t l3lifpd_kvn_loopback_enable(uint32_t ifindex, int32_t enable)
         holder.param1 = write.value;
         if (libsdk_intf_attr_set_batch(L3LIFPD_DEV_INST, info.intf_id, write.attribute, &holder) !=
             0)
-            l3lifpd_trace_debug_text(write.failure_text,
-                               __func__, ifindex, info.intf_id);
+            l3lifpd_trace_debug_text(write.failure_text, __func__, ifindex, info.intf_id);
     }
     l3lifpd_trace_debug("%s - Exiting.\n", __func__);
     return 0;

@@ -34,7 +34,10 @@ struct l3lifpd_trace_intf_id_now {
     uint32_t ifindex;
 };
 
-template <typename T> inline T l3lifpd_trace_argument(T value) { return value; }
+template <typename T> inline T l3lifpd_trace_argument(T value)
+{
+    return value;
+}
 inline uint32_t l3lifpd_trace_argument(l3lifpd_trace_intf_id_now now)
 {
     return l3lifpd_kvn_get_intf_id_for_ifindex(now.ifindex);
@@ -75,20 +78,20 @@ __attribute__((noinline)) void l3lifpd_trace_emit(int32_t level, const char *fun
 
 #pragma GCC diagnostic pop
 
-#define L3LIFPD_TRACE(level, ...)                                   \
-    do {                                                            \
-        if (false)                                                  \
-            l3lifpd_trace_check(__VA_ARGS__);                       \
-        l3lifpd_trace_emit(level, __func__, __LINE__, __VA_ARGS__); \
+#define L3LIFPD_TRACE(level, ...)                                                                  \
+    do {                                                                                           \
+        if (false)                                                                                 \
+            l3lifpd_trace_check(__VA_ARGS__);                                                      \
+        l3lifpd_trace_emit(level, __func__, __LINE__, __VA_ARGS__);                                \
     } while (0)
 
 #define l3lifpd_trace_debug(...) L3LIFPD_TRACE(L3LIFPD_TRACE_DEBUG, __VA_ARGS__)
 #define l3lifpd_trace_error(...) L3LIFPD_TRACE(L3LIFPD_TRACE_ERROR, __VA_ARGS__)
 
 /* The same for a text out of a table, which a static_assert beside the table has checked. */
-#define l3lifpd_trace_debug_text(...) \
+#define l3lifpd_trace_debug_text(...)                                                              \
     l3lifpd_trace_emit(L3LIFPD_TRACE_DEBUG, __func__, __LINE__, __VA_ARGS__)
-#define l3lifpd_trace_error_text(...) \
+#define l3lifpd_trace_error_text(...)                                                              \
     l3lifpd_trace_emit(L3LIFPD_TRACE_ERROR, __func__, __LINE__, __VA_ARGS__)
 
 /* The conversions of a format in order ("sxd"), flags and widths aside, are the expected ones. */
@@ -109,10 +112,10 @@ constexpr bool l3lifpd_trace_format_takes(const char *format, const char *conver
 }
 
 /* When the condition is false: an error record with its text, then abort(). */
-#define l3lifpd_assert(condition)                                \
-    do {                                                         \
-        if (!(condition))                                        \
-            l3lifpd_assert_failed(__func__, __LINE__, #condition); \
+#define l3lifpd_assert(condition)                                                                  \
+    do {                                                                                           \
+        if (!(condition))                                                                          \
+            l3lifpd_assert_failed(__func__, __LINE__, #condition);                                 \
     } while (0)
 
 [[noreturn]] void l3lifpd_assert_failed(const char *function, int32_t line, const char *condition);
