@@ -18,24 +18,26 @@ namespace kvnsim {
 
 /* A request: one call of a library entry point, or one task that the host does by itself. */
 struct Request {
-    uint64_t number = 0;     /* 1, 2, ... in the order made */
-    const char *entry = "";  /* the entry point's name, or "host ..." */
-    std::string arguments;   /* "l3lif=Ethernet0 create=1" */
-    std::string subject;     /* the interface concerned, by name; empty when there is none */
-    std::string cause;       /* configuration row or command behind it: "INTERFACE|Ethernet0" */
-    std::vector<Field> values;       /* the arguments as values; filled only when observed */
-    std::optional<int64_t> result;   /* set at the end; stays empty for a task of the host */
-    uint32_t failed_calls = 0;       /* calls with a failing status, injected ones included */
-    uint32_t injected_failures = 0;  /* of these, the injected ones */
-    std::string first_failure;       /* "libsdk_intf_create: SDK_E_FULL", empty without one */
+    uint64_t number = 0;       /* 1, 2, ... in the order made */
+    const char *entry = "";    /* the entry point's name, or "host ..." */
+    std::string arguments;     /* "l3lif=Ethernet0 create=1" */
+    std::string subject;       /* the interface concerned, by name; empty when there is none */
+    std::string cause;         /* configuration row or command behind it: "INTERFACE|Ethernet0" */
+    std::vector<Field> values; /* the arguments as values; filled only when observed */
+    std::optional<int64_t> result;  /* set at the end; stays empty for a task of the host */
+    uint32_t failed_calls = 0;      /* calls with a failing status, injected ones included */
+    uint32_t injected_failures = 0; /* of these, the injected ones */
+    std::string first_failure;      /* "libsdk_intf_create: SDK_E_FULL", empty without one */
+    std::string first_reason;       /* why: the refusal's reason, or "injected"; may be empty */
 };
 using RequestRef = std::shared_ptr<const Request>;
 
 /* Who made an object or wrote a value. */
 struct Origin {
-    RequestRef request;      /* null: before any request */
-    const char *call = "";   /* the call within it */
-    std::string to_text() const; /* "libsdk_intf_create in request 12 l3lifpd_kvn_add_l3port(...)" */
+    RequestRef request;    /* null: before any request */
+    const char *call = ""; /* the call within it */
+    std::string
+    to_text() const; /* "libsdk_intf_create in request 12 l3lifpd_kvn_add_l3port(...)" */
 };
 
 /* How a C value of one type is shown, recorded and, on replay, put back. */
@@ -115,6 +117,8 @@ struct Call {
 class ImportedCall {
 public:
     ImportedCall(const char *name, Result result, Purpose purpose);
+    ImportedCall(const ImportedCall &) = delete;
+    ImportedCall &operator=(const ImportedCall &) = delete;
 
     const char *name() const { return name_; }
     Result result() const { return result_; }
@@ -148,9 +152,9 @@ public:
 
 private:
     struct InFlight {
-        const char *outer = "";        /* the call that this one is made within */
+        const char *outer = ""; /* the call that this one is made within */
         bool injected = false;
-        std::unique_ptr<Call> seen;    /* only when observed */
+        std::unique_ptr<Call> seen; /* only when observed */
     };
     /* The result that stands in for the body's, if one does. */
     std::optional<int64_t> begin(InFlight &call, std::initializer_list<Argument> arguments,
@@ -187,9 +191,8 @@ public:
     virtual ~Answers() = default;
     /* The result, outputs written; empty when there is none, and the body runs. For a call whose
      * body runs in any case (body_runs) only the arguments are compared. */
-    virtual std::optional<int64_t> answer(const ImportedCall &call,
-                                          std::initializer_list<Argument> arguments,
-                                          bool body_runs) = 0;
+    virtual std::optional<int64_t>
+    answer(const ImportedCall &call, std::initializer_list<Argument> arguments, bool body_runs) = 0;
 };
 
 /* Failures to inject. */

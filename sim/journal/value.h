@@ -25,10 +25,10 @@ public:
     static Value record(std::vector<Field> fields);
 
     Kind kind() const { return kind_; }
-    int64_t number() const { return number_; }           /* 0 unless an integer */
-    const std::string &string() const { return text_; }  /* empty unless a text or named */
+    int64_t number() const { return number_; }          /* 0 unless an integer */
+    const std::string &string() const { return text_; } /* empty unless a text or named */
     const std::vector<Field> &fields() const { return fields_; }
-    const Value *find(std::string_view name) const;      /* a record's field, or nullptr */
+    const Value *find(std::string_view name) const; /* a record's field, or nullptr */
 
     /* "5", "0x10000000", "\"text\"", "{param1=1 param2=0}", "none" for null. */
     std::string to_text() const;

@@ -43,7 +43,7 @@ struct AsicLidPath {
 };
 struct AsicLid {
     uint32_t lid_id;
-    uint32_t ifmap_idx; /* what switch-configuration item 38 answers */
+    uint32_t ifmap_idx;             /* what switch-configuration item 38 answers */
     std::vector<AsicLidPath> paths; /* in the order added */
     Origin origin;
 };
@@ -137,8 +137,8 @@ public:
 
     /* How full each table is and has been. */
     std::vector<TableUse> tables() const;
-    /* Change a table's capacity, 1 up to its default; what it holds stays. Empty on success, else
-     * what is wrong, with the names that there are. */
+    /* Change a table's capacity; what it holds already stays. Empty on success, else what is wrong,
+     * with the names or numbers that are possible. */
     std::string set_limit(std::string_view table, uint32_t capacity);
 
     /* Empty tables and default capacities, as after power-on. */

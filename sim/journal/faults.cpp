@@ -1,0 +1,132 @@
+#include <charconv>
+
+#include <fmt/format.h>
+
+#include "sim/journal/journal.h"
+
+namespace kvnsim {
+
+namespace {
+
+/* What a call fails with when nothing else is asked for. */
+int32_t usual_status(const ImportedCall &call)
+{
+    return call.result() == Result::sdk_status ? *sdk_status_number("SDK_E_INTERNAL") : -1;
+}
+
+std::string calls_that_can_fail()
+{
+    std::string names;
+    for (const ImportedCall *call : ImportedCall::all()) {
+        if (call->can_fail())
+            names += (names.empty() ? "" : ", ") + std::string(call->name());
+    }
+    return names;
+}
+
+template <class T> bool whole_number(std::string_view text, T &number)
+{
+    const char *end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end;
+}
+
+/* The next number of a reproducible sequence, evenly spread over 0..1, 1 excluded. */
+double next_random(uint64_t &state)
+{
+    state += 0x9e3779b97f4a7c15;
+    uint64_t mixed = state;
+    mixed = (mixed ^ (mixed >> 30)) * 0xbf58476d1ce4e5b9;
+    mixed = (mixed ^ (mixed >> 27)) * 0x94d049bb133111eb;
+    mixed ^= mixed >> 31;
+    return static_cast<double>(mixed >> 11) * 0x1p-53;
+}
+
+} // namespace
+
+std::string Faults::add(const std::string &text)
+{
+    const auto wrong = [&](const std::string &what) {
+        return fmt::format("\"{}\": {}", text, what);
+    };
+    std::string_view name = text;
+    std::optional<std::string_view> status_text, occurrence_text;
+    if (const size_t equals = name.find('='); equals != name.npos) {
+        status_text = name.substr(equals + 1);
+        name = name.substr(0, equals);
+    }
+    if (const size_t colon = name.find(':'); colon != name.npos) {
+        occurrence_text = name.substr(colon + 1);
+        name = name.substr(0, colon);
+    }
+
+    const ImportedCall *call = ImportedCall::find(name);
+    if (!call)
+        return wrong(fmt::format("there is no call \"{}\"; calls that can fail: {}", name,
+                                 calls_that_can_fail()));
+    if (!call->can_fail())
+        return wrong(
+            fmt::format("{} cannot fail; calls that can: {}", name, calls_that_can_fail()));
+
+    Rule rule{text, call, 0, usual_status(*call), 0, false};
+    if (occurrence_text &&
+        (!whole_number(*occurrence_text, rule.occurrence) || rule.occurrence == 0))
+        return wrong(fmt::format("\"{}\" is no occurrence; expected 1, 2, ...", *occurrence_text));
+    if (status_text) {
+        const auto named =
+            call->result() == Result::sdk_status ? sdk_status_number(*status_text) : std::nullopt;
+        if (named)
+            rule.status = *named;
+        else if (!whole_number(*status_text, rule.status))
+            return wrong(fmt::format("\"{}\" is no status; expected {}a number", *status_text,
+                                     call->result() == Result::sdk_status ? "SDK_E_... or " : ""));
+        if (rule.status == 0)
+            return wrong("status 0 is success; expected a failure");
+    }
+    rules_.push_back(rule);
+    return {};
+}
+
+void Faults::set_rate(double rate, uint64_t seed)
+{
+    rate_ = rate;
+    random_ = seed;
+}
+
+void Faults::clear()
+{
+    rules_.clear();
+    rate_ = 0;
+}
+
+std::optional<int32_t> Faults::strike(const ImportedCall &call)
+{
+    if (suspended_ || !call.can_fail())
+        return std::nullopt;
+    std::optional<int32_t> status;
+    for (Rule &rule : rules_) {
+        if (rule.call != &call)
+            continue;
+        ++rule.seen;
+        if (rule.occurrence == 0 || rule.occurrence == rule.seen) {
+            rule.struck = true;
+            if (!status)
+                status = rule.status;
+        }
+    }
+    if (rate_ > 0 && next_random(random_) < rate_ && !status)
+        status = usual_status(call);
+    return status;
+}
+
+std::vector<std::string> Faults::unused() const
+{
+    std::vector<std::string> texts;
+    for (const Rule &rule : rules_) {
+        if (!rule.struck)
+            texts.push_back(rule.text);
+    }
+    return texts;
+}
+
+} // namespace kvnsim

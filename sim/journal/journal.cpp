@@ -1,0 +1,235 @@
+#include "sim/journal/journal.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+#include <fmt/format.h>
+
+namespace kvnsim {
+
+namespace {
+
+template <class T, Value::Style style> Value read_integer(const void *data)
+{
+    T number;
+    std::memcpy(&number, data, sizeof number);
+    return Value::integer(static_cast<int64_t>(number), style);
+}
+
+template <class T> void write_integer(void *data, const Value &value)
+{
+    const T number = static_cast<T>(value.number());
+    std::memcpy(data, &number, sizeof number);
+}
+
+template <class T, Value::Style style = Value::Style::decimal>
+constexpr Codec integer_codec{read_integer<T, style>, write_integer<T>};
+
+constexpr Codec sdk_status_codec{
+    [](const void *data) {
+        const int64_t status = read_integer<int32_t, Value::Style::decimal>(data).number();
+        return Value::named(status, status == 0 ? std::string() : sdk_status_name(status));
+    },
+    write_integer<int32_t>};
+
+std::vector<const ImportedCall *> &registry()
+{
+    static std::vector<const ImportedCall *> calls;
+    return calls;
+}
+
+bool name_before(const ImportedCall *call, std::string_view name)
+{
+    return call->name() < name;
+}
+
+void spell_out(std::initializer_list<Argument> arguments, bool outputs, std::vector<Field> &into)
+{
+    for (const Argument &argument : arguments) {
+        if (argument.is_output == outputs)
+            into.push_back(
+                {argument.name, argument.data ? argument.codec->read(argument.data) : Value()});
+    }
+}
+
+std::string failure_text(const ImportedCall &call, int64_t status)
+{
+    return fmt::format("{}: {}", call.name(),
+                       call.result() == Result::sdk_status ? sdk_status_name(status)
+                                                           : fmt::to_string(status));
+}
+
+} // namespace
+
+template <> const Codec &codec<uint8_t>()
+{
+    return integer_codec<uint8_t>;
+}
+template <> const Codec &codec<uint16_t>()
+{
+    return integer_codec<uint16_t>;
+}
+template <> const Codec &codec<uint32_t>()
+{
+    return integer_codec<uint32_t>;
+}
+template <> const Codec &codec<uint64_t>()
+{
+    return integer_codec<uint64_t>;
+}
+template <> const Codec &codec<int32_t>()
+{
+    return integer_codec<int32_t>;
+}
+template <> const Codec &codec<int64_t>()
+{
+    return integer_codec<int64_t>;
+}
+const Codec &ifindex_codec()
+{
+    return integer_codec<uint32_t, Value::Style::hex>;
+}
+
+std::string Origin::to_text() const
+{
+    if (!request)
+        return fmt::format("{} before any request", *call ? call : "made");
+    return fmt::format("{}{}request {} {}({})", call, *call ? " in " : "", request->number,
+                       request->entry, request->arguments);
+}
+
+ImportedCall::ImportedCall(const char *name, Result result, Purpose purpose)
+    : name_(name), result_(result), purpose_(purpose)
+{
+    assert(find(name) == nullptr);
+    auto &calls = registry();
+    calls.insert(std::lower_bound(calls.begin(), calls.end(), name, name_before), this);
+}
+
+const std::vector<const ImportedCall *> &ImportedCall::all()
+{
+    return registry();
+}
+
+const ImportedCall *ImportedCall::find(std::string_view name)
+{
+    const auto &calls = registry();
+    const auto at = std::lower_bound(calls.begin(), calls.end(), name, name_before);
+    return at != calls.end() && (*at)->name() == name ? *at : nullptr;
+}
+
+std::optional<int64_t>
+ImportedCall::begin(InFlight &call, std::initializer_list<Argument> arguments, bool body_runs) const
+{
+    Journal &journal = Journal::instance();
+    call.outer = std::exchange(journal.current_call_, name_);
+    ++journal.calls_made;
+    if (journal.observed()) {
+        call.seen = std::make_unique<Call>();
+        spell_out(arguments, false, call.seen->inputs);
+    }
+    if (journal.answers) {
+        const auto answer = journal.answers->answer(*this, arguments, body_runs);
+        if (answer && !body_runs)
+            return answer;
+    }
+    if (can_fail() && journal.faults.armed()) {
+        if (const auto status = journal.faults.strike(*this)) {
+            call.injected = true;
+            return *status;
+        }
+    }
+    return std::nullopt;
+}
+
+void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments, int64_t status,
+                       const void *result, const Codec &result_codec) const
+{
+    Journal &journal = Journal::instance();
+    const bool failed = can_fail() && status != 0;
+    if (failed) {
+        if (call.injected)
+            journal.note_ = "injected";
+        if (journal.current_) {
+            Request &request = *journal.current_;
+            if (request.failed_calls++ == 0) {
+                request.first_failure = failure_text(*this, status);
+                request.first_reason = journal.note_;
+            }
+            request.injected_failures += call.injected;
+        }
+    }
+    if (call.seen) {
+        Call &seen = *call.seen;
+        seen.what = this;
+        seen.failed = failed;
+        seen.injected = call.injected;
+        seen.note = journal.note_;
+        seen.result =
+            (result_ == Result::sdk_status ? sdk_status_codec : result_codec).read(result);
+        if (!failed)
+            spell_out(arguments, true, seen.outputs);
+        for (Observer *observer : journal.observers_)
+            observer->call_made(seen);
+    }
+    journal.note_.clear();
+    journal.current_call_ = call.outer;
+}
+
+Journal &Journal::instance()
+{
+    static Journal journal;
+    return journal;
+}
+
+void Journal::add(Observer &observer)
+{
+    observers_.push_back(&observer);
+}
+
+void Journal::remove(Observer &observer)
+{
+    observers_.erase(std::remove(observers_.begin(), observers_.end(), &observer),
+                     observers_.end());
+}
+
+void Journal::begin(std::shared_ptr<Request> request)
+{
+    assert(!current_);
+    current_ = std::move(request);
+    current_->number = ++made_;
+    for (Observer *observer : observers_)
+        observer->request_begins(*current_);
+}
+
+RequestRef Journal::end(std::optional<int64_t> result)
+{
+    assert(current_);
+    current_->result = result;
+    for (Observer *observer : observers_)
+        observer->request_ends(*current_);
+    return std::exchange(current_, nullptr);
+}
+
+Origin Journal::origin() const
+{
+    return {current_, current_call_};
+}
+
+void Journal::trace(const TraceRecord &record)
+{
+    for (Observer *observer : observers_)
+        observer->trace_emitted(record);
+}
+
+void Journal::reset()
+{
+    current_.reset();
+    note_.clear();
+    made_ = 0;
+    calls_made = 0;
+    faults = Faults();
+}
+
+} // namespace kvnsim

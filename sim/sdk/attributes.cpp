@@ -1,0 +1,69 @@
+#include "sim/sdk/attributes.h"
+
+#include <algorithm>
+
+#include "platform_api/libsdk.h"
+
+namespace kvnsim {
+
+namespace {
+
+constexpr ValueRule lid{"a LID entry that exists", 0, 0xFFFFFFFF};
+constexpr ValueRule boolean{"0 or 1", 0, 1};
+constexpr ValueRule code{"0 to 3", 0, 3};
+constexpr ValueRule half_word{"0 to 65535", 0, 0xFFFF};
+constexpr ValueRule mtu{"68 to 9216", 68, 9216};
+constexpr ValueRule word{"any 32 bits", 0, 0xFFFFFFFF};
+
+} // namespace
+
+/* The enumerator gives both the number and the name. */
+#define ATTRIBUTE(enumerator) enumerator, #enumerator
+
+const std::vector<AttributeRow> &attributes()
+{
+    static const std::vector<AttributeRow> rows{
+        {ATTRIBUTE(SdkIntfAttrLid), "LID entry", &lid, 0, false},
+        {ATTRIBUTE(SdkIntfAttrDefSgt), "default security-group tag", &half_word, 0, true},
+        {ATTRIBUTE(SdkIntfAttrIpv4UcstEn), "IPv4 unicast routing", &boolean, 0, false},
+        {ATTRIBUTE(SdkIntfAttrIpv4McstEn), "IPv4 multicast routing", &boolean, 0, false},
+        {ATTRIBUTE(SdkIntfAttrIpv6UcstEn), "IPv6 unicast routing", &boolean, 0, false},
+        {ATTRIBUTE(SdkIntfAttrIpv6McstEn), "IPv6 multicast routing", &boolean, 0, false},
+        {ATTRIBUTE(SdkIntfAttrIpv4RpfMode), "IPv4 reverse-path check", &code, 0, false},
+        {ATTRIBUTE(SdkIntfAttrIpv4Vpn), "IPv4 VPN", &half_word, 0, false},
+        {ATTRIBUTE(SdkIntfAttrIpv6Vpn), "IPv6 VPN", &half_word, 0, false},
+        {ATTRIBUTE(SdkIntfAttrIngTblDfMask), "DF mask", &word, 0, true},
+        {ATTRIBUTE(SdkIntfAttrNatInside), "NAT inside", &code, 0, false},
+        {ATTRIBUTE(SdkIntfAttrAclBdLabel), "ACL bridge-domain label", &half_word, 0, true},
+        {ATTRIBUTE(SdkIntfAttrIngTblIgmpSnoopLabel), "IGMP snooping label", &half_word, 0, false},
+        {ATTRIBUTE(SdkIntfAttrVlanTableMiss), "VLAN-table miss action", &code, 0, false},
+        {ATTRIBUTE(SdkIntfAttrIpv4SameIfCheck), "IPv4 same-interface check", &boolean, 0, false},
+        {ATTRIBUTE(SdkIntfAttrIpv6SameIfCheck), "IPv6 same-interface check", &boolean, 0, false},
+        {ATTRIBUTE(SdkIntfAttrMtuIdx), "MTU in bytes", &mtu, 1500, false},
+        {ATTRIBUTE(SdkIntfAttrNatOutside), "NAT outside", &code, 0, false},
+        {ATTRIBUTE(SdkIntfAttrNatOutsideEgrBdDb), "NAT outside, egress table", &code, 0, false},
+    };
+    return rows;
+}
+
+#undef ATTRIBUTE
+
+const AttributeRow *find_attribute(uint32_t number)
+{
+    const auto &rows = attributes();
+    const auto at = std::lower_bound(
+        rows.begin(), rows.end(), number,
+        [](const AttributeRow &row, uint32_t wanted) { return row.number < wanted; });
+    return at != rows.end() && at->number == number ? &*at : nullptr;
+}
+
+const AttributeRow *find_attribute(std::string_view name)
+{
+    for (const AttributeRow &row : attributes()) {
+        if (row.name == name)
+            return &row;
+    }
+    return nullptr;
+}
+
+} // namespace kvnsim
