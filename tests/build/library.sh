@@ -74,6 +74,13 @@ imports)
     [ -z "$wrong" ] || complain "its imports are not each defined once in $*"$'\n'"$wrong"
     ;;
 
+# binary_interface BASELINE HEADERS: as recorded by scripts/record-abi, to the last type.
+binary_interface)
+    command -v abidiff >/dev/null || exit 77 # skipped
+    abidiff --headers-dir2 "$2" --drop-private-types "$1" "$library" >&2 ||
+        complain "its binary interface is not the recorded one"
+    ;;
+
 *)
     echo "library.sh: no check '$check'" >&2
     exit 2
