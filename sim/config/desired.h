@@ -33,8 +33,8 @@ std::string to_text(const Mac &mac); /* "00:00:5e:00:01:0a" */
 /* L3 settings that every kind of routed interface has. */
 struct L3Settings {
     bool ipv4 = false, ipv6 = false;
-    std::string vrf;       /* empty = default */
-    uint32_t nat_zone = 0; /* 0..3 */
+    std::string vrf;                    /* empty = default */
+    uint32_t nat_zone = 0;              /* 0..3 */
     std::vector<std::string> addresses; /* as written, for show and explain */
 };
 
@@ -54,6 +54,7 @@ struct DesiredPortChannel {
     uint16_t mtu = 9100;
     bool admin_up = true;
     std::optional<L3Settings> l3; /* empty: layer 2 */
+    bool l3_implied = false;      /* routed only as the parent of a sub-interface */
     ByName<Place> members;        /* port names */
     Place place, l3_place;
 };
@@ -72,7 +73,8 @@ struct DesiredSvi {
 };
 struct DesiredVlan {
     uint32_t vlan = 0;
-    ByName<Place> members; /* for show and report */
+    uint16_t mtu = 9100;   /* of its SVI */
+    ByName<Place> members; /* ports and port-channels, for show and report */
     Place place;
 };
 /* A virtual MAC of an interface. */
@@ -101,21 +103,28 @@ struct Finding {
     enum class Severity : uint8_t { note, warning, error };
     Severity severity = Severity::error;
     Place place;
-    std::string message;           /* what is wrong and what was expected */
-    std::optional<Place> other;    /* the row it conflicts with */
-    std::string to_text() const;   /* "file:line:column: table|key: message (see file:line:column: ...)" */
+    std::string message;        /* what is wrong and what was expected */
+    std::optional<Place> other; /* the row it conflicts with */
+    /* "file:line:column: table|key: message (see line:column: table|key)"; "warning: " or "note: "
+     * stands before the message of a finding that is no error. One line, whatever the file held. */
+    std::string to_text() const;
 };
 
 /* A configuration as read: what it wants, what is to be said about it, what was left out. */
 struct Configuration {
     std::string file;
-    Desired desired;               /* the sound rows only */
-    std::vector<Finding> findings; /* in the order of their places */
+    Desired desired;                         /* the sound rows only */
+    std::vector<Finding> findings;           /* in the order of their places */
     std::map<std::string, uint32_t> ignored; /* tables that are not applied, with their rows */
     bool has_errors() const;
 };
 
-/* Read a configuration; text is the file's whole content. Never throws on bad input. */
+/* Read a configuration; text is the file's whole content. Never throws on bad input. Rows with an
+ * error are left out of what is desired, and so is what refers to them. */
 Configuration read_configuration(const std::string &file, const std::string &text);
+
+/* What a Desired says that cannot be: a reference to something missing, a value out of its range.
+ * Empty for everything that read_configuration gives; for those who make one by other means. */
+std::vector<std::string> contradictions(const Desired &desired);
 
 } // namespace kvnsim

@@ -1,0 +1,313 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+#include <tuple>
+
+#include "sim/config/desired.h"
+#include "sim/config/document.h"
+#include "sim/config/names.h"
+#include "sim/config/tables.h"
+
+namespace kvnsim {
+
+namespace {
+
+std::vector<std::string> split(const std::string &key)
+{
+    std::vector<std::string> parts;
+    size_t begin = 0;
+    for (size_t bar; (bar = key.find('|', begin)) != key.npos; begin = bar + 1)
+        parts.push_back(key.substr(begin, bar - begin));
+    parts.push_back(key.substr(begin));
+    return parts;
+}
+
+bool has_blank(std::string_view text)
+{
+    return std::any_of(text.begin(), text.end(),
+                       [](unsigned char c) { return std::isspace(c) != 0; });
+}
+
+bool has_form(KeyPart part, const std::string &text)
+{
+    switch (part) {
+    case KeyPart::any:
+        return !text.empty();
+    case KeyPart::vrid:
+        return parse_number(text, 1, 255).has_value();
+    case KeyPart::vrf:
+        return is_vrf_name(text);
+    default:
+        break;
+    }
+    const auto name = parse_interface_name(text);
+    if (!name)
+        return false;
+    switch (part) {
+    case KeyPart::port:
+        return name->kind == InterfaceKind::port;
+    case KeyPart::port_channel:
+        return name->kind == InterfaceKind::port_channel;
+    case KeyPart::vlan:
+        return name->kind == InterfaceKind::vlan;
+    case KeyPart::sub_interface:
+        return name->kind == InterfaceKind::sub_interface;
+    case KeyPart::port_or_channel:
+        return name->kind == InterfaceKind::port || name->kind == InterfaceKind::port_channel;
+    default:
+        return true;
+    }
+}
+
+/* A routed interface in another kind's table: ", which belongs in VLAN_INTERFACE". */
+std::string where_it_belongs(const Table &table, const std::string &name)
+{
+    if (table.has_address_rows)
+        for (const Table &other : tables())
+            if (other.has_address_rows && has_form(other.key[0], name))
+                return fmt::format(" ({} belongs in {})", name, other.name);
+    return {};
+}
+
+class Reader {
+public:
+    Reader(Configuration &configuration, const Document &document)
+        : configuration_(configuration), document_(document), draft_(configuration)
+    {}
+
+    void read()
+    {
+        for (const DocumentTable &table : document_.tables)
+            check_shape(table);
+        infer_ports();
+        for (const Table &table : tables())
+            if (const DocumentTable *source = find(table.name))
+                read(table, *source);
+    }
+
+private:
+    Place place(const DocumentTable &table) const
+    {
+        return {configuration_.file, table.at.line, table.at.column, table.name, {}};
+    }
+    Place place(const Table &table, const DocumentRow &row) const
+    {
+        return {configuration_.file, row.at.line, row.at.column, table.name, row.name};
+    }
+
+    const DocumentTable *find(const char *name) const
+    {
+        for (const DocumentTable &table : document_.tables)
+            if (table.name == name && table.kind == ValueKind::object)
+                return &table;
+        return nullptr;
+    }
+
+    void check_shape(const DocumentTable &table)
+    {
+        const bool is_read = find_table(table.name) != nullptr;
+        if (!is_read)
+            configuration_.ignored[table.name] += static_cast<uint32_t>(table.rows.size());
+        if (table.kind != ValueKind::object) {
+            const std::string message =
+                fmt::format("found {}: expected an object of rows", to_text(table.kind));
+            if (is_read)
+                draft_.error(place(table), message);
+            else
+                draft_.warning(place(table), message);
+        }
+        if (is_read)
+            return;
+        for (const Table &known : tables())
+            if (spelling(table.name) == spelling(known.name))
+                draft_.error(place(table), fmt::format("there is no table {}: {} was meant",
+                                                       quoted(table.name), known.name));
+    }
+
+    /* Without a table of ports, the switch has those that its rows name. */
+    void infer_ports()
+    {
+        if (find("PORT"))
+            return;
+        ByName<DesiredPort> ports;
+        for (const DocumentTable &source : document_.tables) {
+            const Table *const table = find_table(source.name);
+            for (const DocumentRow &row : source.rows) {
+                if (!table)
+                    break;
+                for (const std::string &part : split(row.name)) {
+                    auto name = parse_interface_name(part);
+                    const std::string whole =
+                        name && name->kind == InterfaceKind::sub_interface ? name->parent : part;
+                    name = parse_interface_name(whole);
+                    if (!name || name->kind != InterfaceKind::port)
+                        continue;
+                    DesiredPort port;
+                    port.admin_up = true;
+                    port.place = place(*table, row);
+                    ports.emplace(whole, std::move(port));
+                }
+            }
+        }
+        if (ports.empty())
+            return;
+        draft_.note({configuration_.file, 1, 1, {}, {}},
+                    fmt::format("there is no table PORT: {} front-panel port{} taken from the rows "
+                                "that name them",
+                                ports.size(), ports.size() == 1 ? "" : "s"));
+        for (auto &[name, port] : ports)
+            draft_.add_port(name, std::move(port));
+    }
+
+    void read(const Table &table, const DocumentTable &source)
+    {
+        std::vector<FieldValue> defaults;
+        for (const FieldSpec &spec : table.fields)
+            defaults.push_back(spec.fallback ? *parse_field(spec, spec.fallback) : FieldValue{});
+
+        /* An interface's own row first: the address rows add to it. */
+        for (const bool with_address : {false, true}) {
+            for (const DocumentRow &source_row : source.rows) {
+                const auto bars = static_cast<size_t>(
+                    std::count(source_row.name.begin(), source_row.name.end(), '|'));
+                if ((bars >= table.key.size()) != with_address)
+                    continue;
+                Row row(table, place(table, source_row));
+                if (!take_key(row, source_row))
+                    continue;
+                if (!row.is_address_row)
+                    row.values = defaults;
+                if (take_fields(row, source_row))
+                    table.read(draft_, row);
+                else
+                    draft_.leave_out(table.name, row.name(), row.place);
+            }
+        }
+    }
+
+    bool take_key(Row &row, const DocumentRow &source)
+    {
+        const Table &table = row.table;
+        row.parts = split(source.name);
+        if (has_blank(source.name)) {
+            draft_.error(row.place, fmt::format("there is a blank in the key {}: expected {}",
+                                                quoted(source.name), key_form(table)));
+            return false;
+        }
+        const size_t parts = table.key.size();
+        row.is_address_row = table.has_address_rows && row.parts.size() == parts + 1;
+        if (row.parts.size() != parts && !row.is_address_row) {
+            draft_.error(row.place, fmt::format("the key {} is not of the form {}",
+                                                quoted(source.name), key_form(table)));
+            return false;
+        }
+        for (size_t i = 0; i < parts; ++i) {
+            if (has_form(table.key[i], row.parts[i]))
+                continue;
+            draft_.error(row.place, fmt::format("{}: expected {}{}", quoted(row.parts[i]),
+                                                expected(table.key[i]),
+                                                where_it_belongs(table, row.parts[i])));
+            return false;
+        }
+        if (row.is_address_row && !parse_address(row.address())) {
+            draft_.error(row.place,
+                         fmt::format("{}: expected an IPv4 or IPv6 address and its prefix length",
+                                     quoted(row.address())));
+            return false;
+        }
+        return true;
+    }
+
+    /* Whether the row can be used; every fault in it is told. */
+    bool take_fields(Row &row, const DocumentRow &source)
+    {
+        if (source.kind != ValueKind::object) {
+            draft_.error(row.place, fmt::format("found {}: expected an object of fields",
+                                                to_text(source.kind)));
+            return false;
+        }
+        const std::vector<FieldSpec> &specs = row.table.fields;
+        bool sound = true;
+        for (const DocumentField &field : source.fields) {
+            const auto spec =
+                std::find_if(specs.begin(), specs.end(), [&](const FieldSpec &candidate) {
+                    return field.name == candidate.name;
+                });
+            if (spec == specs.end())
+                sound &= check_unread(row, field);
+            else if (row.is_address_row)
+                draft_.warning(moved(row.place, field.at),
+                               fmt::format("{} is not read in an address row: it belongs in {}|{}",
+                                           field.name, row.table.name, row.name()));
+            else
+                sound &= take_field(row, *spec, field);
+        }
+        return sound;
+    }
+
+    bool take_field(Row &row, const FieldSpec &spec, const DocumentField &field)
+    {
+        if (spec.type == FieldType::elsewhere) {
+            draft_.warning(
+                moved(row.place, field.at),
+                fmt::format("{} is not read here: it comes from {}", spec.name, spec.meaning));
+            return true;
+        }
+        const Place where = moved(row.place, field.value_at);
+        if (field.kind != ValueKind::text) {
+            draft_.error(where, fmt::format("{} is {}: expected a string with {}", spec.name,
+                                            to_text(field.kind), expected(spec)));
+            return false;
+        }
+        auto value = parse_field(spec, field.text);
+        if (!value) {
+            draft_.error(where, fmt::format("{} is {}: expected {}", spec.name, quoted(field.text),
+                                            expected(spec)));
+            return false;
+        }
+        value->at = field.value_at;
+        row.values[static_cast<size_t>(&spec - row.table.fields.data())] = std::move(*value);
+        return true;
+    }
+
+    bool check_unread(Row &row, const DocumentField &field)
+    {
+        for (const FieldSpec &spec : row.table.fields) {
+            if (spelling(field.name) == spec.name) {
+                draft_.error(moved(row.place, field.at),
+                             fmt::format("there is no field {}: {} was meant", quoted(field.name),
+                                         spec.name));
+                return false;
+            }
+        }
+        if (field.kind != ValueKind::text && field.kind != ValueKind::list)
+            draft_.warning(moved(row.place, field.value_at),
+                           fmt::format("{} is {}: expected a string or a list; it is not read",
+                                       quoted(field.name), to_text(field.kind)));
+        return true;
+    }
+
+    Configuration &configuration_;
+    const Document &document_;
+    Draft draft_;
+};
+
+} // namespace
+
+Configuration read_configuration(const std::string &file, const std::string &text)
+{
+    Configuration configuration;
+    configuration.file = file;
+    const Document document = read_document(file, text, configuration.findings);
+    Reader(configuration, document).read();
+    std::stable_sort(configuration.findings.begin(), configuration.findings.end(),
+                     [](const Finding &a, const Finding &b) {
+                         return std::tie(a.place.line, a.place.column) <
+                                std::tie(b.place.line, b.place.column);
+                     });
+    return configuration;
+}
+
+} // namespace kvnsim

@@ -1,0 +1,114 @@
+#include "sim/config/desired.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+#include <tuple>
+
+#include "sim/config/names.h"
+
+namespace kvnsim {
+
+namespace {
+
+bool is_digit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+/* Takes the digits that text begins with; leading zeros do not count. */
+std::string_view take_digits(std::string_view &text)
+{
+    size_t zeros = 0;
+    while (zeros < text.size() && text[zeros] == '0')
+        ++zeros;
+    size_t end = zeros;
+    while (end < text.size() && is_digit(text[end]))
+        ++end;
+    const std::string_view digits = text.substr(zeros, end - zeros);
+    text.remove_prefix(end);
+    return digits;
+}
+
+/* Below, equal or above zero as a stands before, with or after b. */
+int compare_naturally(std::string_view a, std::string_view b)
+{
+    while (!a.empty() && !b.empty()) {
+        if (is_digit(a[0]) && is_digit(b[0])) {
+            const std::string_view x = take_digits(a), y = take_digits(b);
+            if (x.size() != y.size())
+                return x.size() < y.size() ? -1 : 1;
+            if (const int order = x.compare(y))
+                return order;
+        } else {
+            if (a[0] != b[0])
+                return static_cast<unsigned char>(a[0]) < static_cast<unsigned char>(b[0]) ? -1 : 1;
+            a.remove_prefix(1);
+            b.remove_prefix(1);
+        }
+    }
+    return static_cast<int>(!a.empty()) - static_cast<int>(!b.empty());
+}
+
+const char *word(Finding::Severity severity)
+{
+    switch (severity) {
+    case Finding::Severity::note:
+        return "note: ";
+    case Finding::Severity::warning:
+        return "warning: ";
+    case Finding::Severity::error:
+        break;
+    }
+    return "";
+}
+
+} // namespace
+
+bool NaturalOrder::operator()(const std::string &a, const std::string &b) const
+{
+    const int order = compare_naturally(a, b);
+    /* PortChannel1 and PortChannel01 are two names. */
+    return order != 0 ? order < 0 : a < b;
+}
+
+std::string to_text(const Mac &mac)
+{
+    return fmt::format("{:02x}:{:02x}:{:02x}:{:02x}:{:02x}:{:02x}", mac[0], mac[1], mac[2], mac[3],
+                       mac[4], mac[5]);
+}
+
+std::string Place::to_text() const
+{
+    const std::string position = fmt::format("{}:{}:{}", file, line, column);
+    return table.empty() ? position : position + ": " + printable(row());
+}
+
+std::string Finding::to_text() const
+{
+    std::string text = place.to_text() + ": " + word(severity) + message;
+    if (other) {
+        text += fmt::format(" (see {}:{}", other->line, other->column);
+        if (!other->table.empty())
+            text += ": " + printable(other->row());
+        text += ")";
+    }
+    return text;
+}
+
+bool operator<(const VirtualMac &a, const VirtualMac &b)
+{
+    if (a.interface != b.interface)
+        return NaturalOrder()(a.interface, b.interface);
+    return a.mac < b.mac;
+}
+
+bool Configuration::has_errors() const
+{
+    return std::any_of(findings.begin(), findings.end(), [](const Finding &finding) {
+        return finding.severity == Finding::Severity::error;
+    });
+}
+
+} // namespace kvnsim

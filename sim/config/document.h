@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "sim/config/desired.h"
+
+/* A configuration file as it is written: tables of rows of fields, each with its place. */
+namespace kvnsim {
+
+/* Of a token's first character; columns count characters, not bytes. */
+struct Position {
+    uint32_t line = 1, column = 1;
+};
+
+enum class ValueKind : uint8_t { text, number, boolean, null, list, object };
+const char *to_text(ValueKind kind); /* "a string", "a number", ... */
+
+struct DocumentField {
+    std::string name;
+    Position at;
+    ValueKind kind = ValueKind::null;
+    std::string text; /* of a string, number or boolean */
+    Position value_at;
+};
+struct DocumentRow {
+    std::string name; /* the key */
+    Position at;
+    ValueKind kind = ValueKind::null; /* fields only if an object */
+    std::vector<DocumentField> fields;
+};
+struct DocumentTable {
+    std::string name;
+    Position at;
+    ValueKind kind = ValueKind::null; /* rows only if an object */
+    std::vector<DocumentRow> rows;
+};
+struct Document {
+    std::vector<DocumentTable> tables; /* empty after a syntax error */
+};
+
+/* Parse text. What is wrong with its form goes to findings: one syntax error at the most, and
+ * every key that is there twice (the first row or field stays; a table's rows are joined). */
+Document read_document(const std::string &file, const std::string &text,
+                       std::vector<Finding> &findings);
+
+} // namespace kvnsim

@@ -1,0 +1,216 @@
+#include "sim/config/names.h"
+
+#include <arpa/inet.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+
+namespace kvnsim {
+
+namespace {
+
+struct NameForm {
+    std::string_view prefix;
+    InterfaceKind kind;
+    uint32_t min, max;
+    bool leading_zeros;
+};
+constexpr NameForm name_forms[] = {
+    {"Ethernet", InterfaceKind::port, 0, 9999, false},
+    {"PortChannel", InterfaceKind::port_channel, 0, 9999, true},
+    {"Vlan", InterfaceKind::vlan, 2, 4094, false},
+};
+constexpr size_t max_name_digits = 4;
+
+struct ShortForm {
+    std::string_view prefix, full;
+};
+constexpr ShortForm short_forms[] = {{"Eth", "Ethernet"}, {"Po", "PortChannel"}};
+
+bool starts_with(std::string_view text, std::string_view prefix)
+{
+    return text.substr(0, prefix.size()) == prefix;
+}
+
+bool is_in(std::string_view word, std::initializer_list<std::string_view> words)
+{
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+std::optional<InterfaceName> parse_whole_interface(std::string_view text)
+{
+    for (const NameForm &form : name_forms) {
+        if (!starts_with(text, form.prefix))
+            continue;
+        const std::string_view digits = text.substr(form.prefix.size());
+        if (digits.size() > max_name_digits)
+            return {};
+        if (!form.leading_zeros && digits.size() > 1 && digits[0] == '0')
+            return {};
+        const auto number = parse_number(digits, form.min, form.max);
+        if (!number)
+            return {};
+        return InterfaceName{form.kind, *number, {}, false};
+    }
+    return {};
+}
+
+bool can_be_parent(const std::optional<InterfaceName> &name)
+{
+    return name && (name->kind == InterfaceKind::port || name->kind == InterfaceKind::port_channel);
+}
+
+} // namespace
+
+std::optional<InterfaceName> parse_interface_name(std::string_view text)
+{
+    const size_t dot = text.find('.');
+    if (dot == text.npos)
+        return parse_whole_interface(text);
+
+    const std::string_view parent = text.substr(0, dot), digits = text.substr(dot + 1);
+    const auto number = parse_number(digits, 1, UINT32_MAX);
+    if (!number || digits[0] == '0')
+        return {};
+    if (can_be_parent(parse_whole_interface(parent)))
+        return InterfaceName{InterfaceKind::sub_interface, *number, std::string(parent), false};
+    for (const ShortForm &form : short_forms) {
+        if (!starts_with(parent, form.prefix))
+            continue;
+        std::string full{form.full};
+        full += parent.substr(form.prefix.size());
+        if (can_be_parent(parse_whole_interface(full)))
+            return InterfaceName{InterfaceKind::sub_interface, *number, std::move(full), true};
+    }
+    return {};
+}
+
+std::optional<uint32_t> parse_number(std::string_view text, uint32_t min, uint32_t max)
+{
+    constexpr size_t digits_of_largest = 10;
+    if (text.empty() || text.size() > digits_of_largest)
+        return {};
+    uint64_t number = 0;
+    for (const char c : text) {
+        if (c < '0' || c > '9')
+            return {};
+        number = number * 10 + static_cast<uint64_t>(c - '0');
+    }
+    if (number < min || number > max)
+        return {};
+    return static_cast<uint32_t>(number);
+}
+
+std::optional<Mac> parse_mac(std::string_view text)
+{
+    Mac mac{};
+    if (text.size() != 3 * mac.size() - 1)
+        return {};
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (i % 3 == 2) {
+            if (c != ':')
+                return {};
+            continue;
+        }
+        const int digit = c >= '0' && c <= '9'   ? c - '0'
+                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                 : -1;
+        if (digit < 0)
+            return {};
+        mac[i / 3] = static_cast<uint8_t>(mac[i / 3] << 4 | digit);
+    }
+    return mac;
+}
+
+bool is_zero(const Mac &mac)
+{
+    return mac == Mac{};
+}
+
+bool is_multicast(const Mac &mac)
+{
+    return (mac[0] & 1) != 0;
+}
+
+bool is_vrf_name(std::string_view text)
+{
+    constexpr size_t longest = 15;
+    if (text == "default")
+        return true;
+    if (!starts_with(text, "Vrf") || text.size() == 3 || text.size() > longest)
+        return false;
+    return std::all_of(text.begin(), text.end(), [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '_' || c == '.';
+    });
+}
+
+std::optional<Address> parse_address(std::string_view text)
+{
+    const size_t slash = text.find('/');
+    const std::string host{text.substr(0, slash)};
+    if (host.find('\0') != host.npos)
+        return {};
+
+    Address address;
+    address.has_prefix_length = slash != text.npos;
+    in6_addr bytes;
+    if (inet_pton(AF_INET6, host.c_str(), &bytes) == 1)
+        address.ipv6 = true;
+    else if (inet_pton(AF_INET, host.c_str(), &bytes) != 1)
+        return {};
+    if (address.has_prefix_length &&
+        !parse_number(text.substr(slash + 1), 0, address.ipv6 ? 128 : 32))
+        return {};
+    return address;
+}
+
+std::optional<bool> parse_boolean(std::string_view text)
+{
+    std::string word{text};
+    std::transform(word.begin(), word.end(), word.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (is_in(word, {"enable", "enabled", "true", "yes", "on"}))
+        return true;
+    if (is_in(word, {"disable", "disabled", "false", "no", "off"}))
+        return false;
+    return {};
+}
+
+std::string spelling(std::string_view text)
+{
+    const auto is_blank = [](unsigned char c) { return std::isspace(c) != 0; };
+    std::string word;
+    for (const char c : text)
+        word += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    word.erase(word.begin(), std::find_if_not(word.begin(), word.end(), is_blank));
+    word.erase(std::find_if_not(word.rbegin(), word.rend(), is_blank).base(), word.end());
+    return word;
+}
+
+std::string printable(std::string_view text)
+{
+    constexpr size_t longest = 80; /* characters */
+    std::string shown;
+    size_t characters = 0;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool continues = (byte & 0xc0) == 0x80;
+        if (!continues && characters++ == longest)
+            return shown + "...";
+        if (byte < 0x20 || byte == 0x7f)
+            shown += fmt::format("\\x{:02x}", byte);
+        else
+            shown += c;
+    }
+    return shown;
+}
+
+std::string quoted(std::string_view text)
+{
+    return '"' + printable(text) + '"';
+}
+
+} // namespace kvnsim

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "sim/config/desired.h"
+
+/* The forms of what configurations are written in: names, numbers, addresses. */
+namespace kvnsim {
+
+enum class InterfaceKind : uint8_t { port, port_channel, vlan, sub_interface };
+
+struct InterfaceName {
+    InterfaceKind kind = InterfaceKind::port;
+    uint32_t number = 0;     /* of the port, port-channel or VLAN; what follows the dot */
+    std::string parent;      /* of a sub-interface, by full name: Po0001.10 gives PortChannel0001 */
+    bool short_form = false; /* Eth64.10, Po0001.10 */
+};
+
+/* Ethernet0, PortChannel0001, Vlan100, Ethernet0.100, Eth64.10, Po0001.10; empty for anything
+ * else, numbers out of their range included. */
+std::optional<InterfaceName> parse_interface_name(std::string_view text);
+
+/* Decimal digits only. */
+std::optional<uint32_t> parse_number(std::string_view text, uint32_t min, uint32_t max);
+
+/* 00:11:22:aa:BB:cc */
+std::optional<Mac> parse_mac(std::string_view text);
+bool is_zero(const Mac &mac);
+bool is_multicast(const Mac &mac);
+
+/* "default" or "Vrf" and 1 to 12 letters, digits, '-', '_' or '.'. */
+bool is_vrf_name(std::string_view text);
+
+struct Address {
+    bool ipv6 = false;
+    bool has_prefix_length = false;
+};
+/* 192.0.2.1/31, 2001:db8::1/64, or either without its prefix length. */
+std::optional<Address> parse_address(std::string_view text);
+
+/* enable, enabled, true, yes, on and their opposites, in upper or lower case. */
+std::optional<bool> parse_boolean(std::string_view text);
+
+/* Without blanks at both ends, in lower case: what a misspelt name may have meant. */
+std::string spelling(std::string_view text);
+
+/* The text on one line and no longer than a message bears: control characters as \x0a. */
+std::string printable(std::string_view text);
+/* The same in double quotes. */
+std::string quoted(std::string_view text);
+
+} // namespace kvnsim

@@ -1,0 +1,754 @@
+#include "sim/config/tables.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+namespace kvnsim {
+
+namespace {
+
+constexpr uint32_t min_mtu = 68, max_mtu = 9216;
+constexpr size_t max_ports = 255; /* port numbers of the front panel are 8 bits wide, from 1 */
+constexpr uint32_t min_encapsulation = 1, max_encapsulation = 4094;
+
+using Severity = Finding::Severity;
+
+/* The object that a row refers to; if it is missing, says so and gives nullptr. */
+template <class Object>
+Object *referred(Draft &draft, const Row &row, ByName<Object> &objects, const char *table,
+                 const std::string &name, Severity severity = Severity::error)
+{
+    if (const auto found = objects.find(name); found != objects.end())
+        return &found->second;
+    if (const Place *left_out = draft.left_out(table, name))
+        draft.warning(row.place, fmt::format("left out, because {} is", left_out->row()),
+                      *left_out);
+    else if (severity == Severity::warning)
+        draft.warning(row.place, fmt::format("left out: {} has no row in {}", name, table));
+    else
+        draft.error(row.place, fmt::format("{} has no row in {}", name, table));
+    return nullptr;
+}
+
+void add_virtual_mac(Draft &draft, const Row &row, const std::string &interface, const Mac &mac)
+{
+    const auto [there, is_new] =
+        draft.desired.virtual_macs.try_emplace({interface, mac}, row.place);
+    if (!is_new)
+        draft.error(row.place,
+                    fmt::format("{} has the virtual MAC {} already", interface, to_text(mac)),
+                    there->second);
+}
+
+/* ---- The switch as a whole ---- */
+
+void read_device_metadata(Draft &draft, const Row &row)
+{
+    if (row.name() != "localhost")
+        return;
+    draft.desired.hostname = row.text("hostname");
+    if (!row.given("mac"))
+        return;
+    draft.desired.router_mac = row.mac("mac");
+    draft.desired.router_mac_place = row.place;
+    if (is_multicast(row.mac("mac")))
+        draft.warning(row.place_of("mac"),
+                      fmt::format("mac {} is a multicast address", row.text("mac")));
+}
+
+void read_vrf(Draft &draft, const Row &row)
+{
+    if (row.name() != "default")
+        draft.desired.vrfs.emplace(row.name(), row.place);
+}
+
+void read_sag(Draft &draft, const Row &row)
+{
+    if (row.name() != "GLOBAL") {
+        draft.error(row.place, fmt::format("{}: expected GLOBAL", quoted(row.name())));
+        return;
+    }
+    if (!row.given("gateway_mac"))
+        return;
+    draft.gateway_mac = row.mac("gateway_mac");
+    if (is_multicast(row.mac("gateway_mac")))
+        draft.warning(
+            row.place_of("gateway_mac"),
+            fmt::format("gateway_mac {} is a multicast address", row.text("gateway_mac")));
+}
+
+/* ---- Ports, port-channels, VLANs ---- */
+
+void read_port(Draft &draft, const Row &row)
+{
+    DesiredPort port;
+    port.mtu = static_cast<uint16_t>(row.number("mtu"));
+    port.admin_up = row.flag("admin_status");
+    port.alias = row.text("alias");
+    port.place = row.place;
+    draft.add_port(row.name(), std::move(port));
+}
+
+void read_port_channel(Draft &draft, const Row &row)
+{
+    const uint32_t number = parse_interface_name(row.name())->number;
+    const auto [there, is_new] = draft.channel_numbers.try_emplace(number, row.place);
+    if (!is_new) {
+        draft.error(row.place,
+                    fmt::format("port-channel {} is {} already", number, there->second.key),
+                    there->second);
+        draft.leave_out(row.table.name, row.name(), row.place);
+        return;
+    }
+    DesiredPortChannel &channel = draft.desired.port_channels[row.name()];
+    channel.number = number;
+    channel.mtu = static_cast<uint16_t>(row.number("mtu"));
+    channel.admin_up = row.flag("admin_status");
+    channel.place = row.place;
+}
+
+void read_port_channel_member(Draft &draft, const Row &row)
+{
+    const std::string &port = row.parts[1];
+    DesiredPortChannel *channel =
+        referred(draft, row, draft.desired.port_channels, "PORTCHANNEL", row.name());
+    if (!channel || !referred(draft, row, draft.desired.ports, "PORT", port, Severity::warning))
+        return;
+    const auto [there, is_new] = draft.joined.try_emplace(port, row.place);
+    if (is_new)
+        channel->members.emplace(port, row.place);
+    else
+        draft.error(row.place, fmt::format("{} is a member of another port-channel", port),
+                    there->second);
+}
+
+void read_vlan(Draft &draft, const Row &row)
+{
+    const uint32_t number = parse_interface_name(row.name())->number;
+    if (row.given("vlanid") && row.number("vlanid") != number) {
+        draft.error(row.place_of("vlanid"),
+                    fmt::format("vlanid is {}: expected {}, as the name says", row.number("vlanid"),
+                                number));
+        draft.leave_out(row.table.name, row.name(), row.place);
+        return;
+    }
+    DesiredVlan &vlan = draft.desired.vlans[row.name()];
+    vlan.vlan = number;
+    vlan.mtu = static_cast<uint16_t>(row.number("mtu"));
+    vlan.place = row.place;
+}
+
+void read_vlan_member(Draft &draft, const Row &row)
+{
+    const std::string &member = row.parts[1];
+    DesiredVlan *vlan =
+        referred(draft, row, draft.desired.vlans, "VLAN", row.name(), Severity::warning);
+    if (!vlan)
+        return;
+    if (parse_interface_name(member)->kind == InterfaceKind::port) {
+        if (!referred(draft, row, draft.desired.ports, "PORT", member, Severity::warning))
+            return;
+        draft.bridged.try_emplace(member, row.place);
+    } else if (!referred(draft, row, draft.desired.port_channels, "PORTCHANNEL", member,
+                         Severity::warning)) {
+        return;
+    }
+    vlan->members.emplace(member, row.place);
+}
+
+/* ---- Routed interfaces ---- */
+
+void add_address(Draft &draft, const Row &row, L3Settings &l3)
+{
+    const Address address = *parse_address(row.address());
+    if (!address.has_prefix_length)
+        draft.note(row.place,
+                   fmt::format("{} has no prefix length: taken as a host address", row.address()));
+    (address.ipv6 ? l3.ipv6 : l3.ipv4) = true;
+    /* In an order of their own, so that the order of the rows makes no difference. */
+    l3.addresses.insert(
+        std::upper_bound(l3.addresses.begin(), l3.addresses.end(), row.address(), NaturalOrder()),
+        row.address());
+}
+
+void set_l3(Draft &draft, const Row &row, L3Settings &l3)
+{
+    l3.ipv6 = row.flag("ipv6_use_link_local_only");
+    l3.nat_zone = row.number("nat_zone");
+    const std::string &vrf = row.text("vrf_name");
+    if (vrf == "default")
+        return;
+    l3.vrf = vrf;
+    if (draft.desired.vrfs.try_emplace(vrf, row.place).second)
+        draft.warning(row.place_of("vrf_name"),
+                      fmt::format("vrf_name is {}, which has no row in VRF", vrf));
+}
+
+/* What the rows of every routed interface have in common: find gives the settings of the
+ * interface if it is there, create makes it, or says what is wrong and gives nullptr. */
+template <class Find, class Create>
+void read_l3_row(Draft &draft, const Row &row, Find &&find, Create &&create)
+{
+    L3Settings *l3 = find();
+    if (!l3) {
+        if (draft.left_out(row.table.name, row.name()))
+            return;
+        l3 = create();
+        if (!l3) {
+            draft.leave_out(row.table.name, row.name(), row.place);
+            return;
+        }
+        if (row.is_address_row)
+            draft.note(row.place, fmt::format("{} has addresses, but no row {}|{} of its own",
+                                              row.name(), row.table.name, row.name()));
+    }
+    if (row.is_address_row)
+        add_address(draft, row, *l3);
+    else
+        set_l3(draft, row, *l3);
+}
+
+template <class Object> L3Settings *find_l3(ByName<Object> &objects, const std::string &name)
+{
+    const auto found = objects.find(name);
+    return found == objects.end() ? nullptr : &found->second.l3;
+}
+
+void read_interface(Draft &draft, const Row &row)
+{
+    Desired &desired = draft.desired;
+    const auto create = [&]() -> L3Settings * {
+        if (!referred(draft, row, desired.ports, "PORT", row.name()))
+            return nullptr;
+        if (const auto joined = draft.joined.find(row.name()); joined != draft.joined.end())
+            draft.warning(row.place,
+                          fmt::format("{} is routed and a member of a port-channel", row.name()),
+                          joined->second);
+        if (const auto bridged = draft.bridged.find(row.name()); bridged != draft.bridged.end())
+            draft.warning(row.place, fmt::format("{} is routed and a member of a VLAN", row.name()),
+                          bridged->second);
+        DesiredRoutedPort &port = desired.routed_ports[row.name()];
+        port.place = row.place;
+        return &port.l3;
+    };
+    read_l3_row(
+        draft, row, [&] { return find_l3(desired.routed_ports, row.name()); }, create);
+}
+
+void read_port_channel_interface(Draft &draft, const Row &row)
+{
+    auto &channels = draft.desired.port_channels;
+    const auto find = [&]() -> L3Settings * {
+        const auto found = channels.find(row.name());
+        return found != channels.end() && found->second.l3 ? &*found->second.l3 : nullptr;
+    };
+    const auto create = [&]() -> L3Settings * {
+        DesiredPortChannel *channel = referred(draft, row, channels, "PORTCHANNEL", row.name());
+        if (!channel)
+            return nullptr;
+        channel->l3_place = row.place;
+        return &channel->l3.emplace();
+    };
+    read_l3_row(draft, row, find, create);
+}
+
+void read_vlan_interface(Draft &draft, const Row &row)
+{
+    Desired &desired = draft.desired;
+    const auto create = [&]() -> L3Settings * {
+        const DesiredVlan *vlan = referred(draft, row, desired.vlans, "VLAN", row.name());
+        if (!vlan)
+            return nullptr;
+        DesiredSvi &svi = desired.svis[row.name()];
+        svi.vlan = vlan->vlan;
+        svi.mtu = vlan->mtu;
+        svi.place = row.place;
+        return &svi.l3;
+    };
+    read_l3_row(
+        draft, row, [&] { return find_l3(desired.svis, row.name()); }, create);
+
+    if (row.is_address_row || !row.flag("static_anycast_gateway") ||
+        !desired.svis.count(row.name()))
+        return;
+    if (draft.gateway_mac)
+        add_virtual_mac(draft, row, row.name(), *draft.gateway_mac);
+    else
+        draft.warning(row.place_of("static_anycast_gateway"),
+                      "static_anycast_gateway has no effect: there is no gateway_mac in "
+                      "SAG|GLOBAL");
+}
+
+/* The parent of a sub-interface: routed, made so if no row did, and with a LID to share. Gives its
+ * MTU; 0 when it cannot be a parent, and says why. */
+uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
+{
+    Desired &desired = draft.desired;
+    const bool is_port = parse_interface_name(parent)->kind == InterfaceKind::port;
+    const char *const l3_table = is_port ? "INTERFACE" : "PORTCHANNEL_INTERFACE";
+
+    DesiredPort *const port =
+        is_port ? referred(draft, row, desired.ports, "PORT", parent) : nullptr;
+    DesiredPortChannel *const channel =
+        is_port ? nullptr : referred(draft, row, desired.port_channels, "PORTCHANNEL", parent);
+    if (!port && !channel)
+        return 0;
+    if (const Place *left_out = draft.left_out(l3_table, parent)) {
+        draft.warning(row.place, fmt::format("left out, because {} is", left_out->row()),
+                      *left_out);
+        return 0;
+    }
+    if (channel) {
+        if (channel->members.empty()) {
+            draft.error(row.place,
+                        fmt::format("{} has no member: a sub-interface needs its LID, which comes "
+                                    "with the first one",
+                                    parent),
+                        channel->place);
+            return 0;
+        }
+        if (!channel->l3) {
+            channel->l3.emplace();
+            channel->l3_implied = true;
+            channel->l3_place = row.place;
+        }
+        return channel->mtu;
+    }
+    if (const auto joined = draft.joined.find(parent); joined != draft.joined.end()) {
+        draft.error(row.place,
+                    fmt::format("{} is a member of a port-channel: a sub-interface needs a LID, "
+                                "and a member has none of its own",
+                                parent),
+                    joined->second);
+        return 0;
+    }
+    if (desired.routed_ports.find(parent) == desired.routed_ports.end()) {
+        DesiredRoutedPort implied;
+        implied.implied = true;
+        implied.place = row.place;
+        desired.routed_ports.emplace(parent, std::move(implied));
+    }
+    return port->mtu;
+}
+
+void read_sub_interface(Draft &draft, const Row &row)
+{
+    const auto create = [&]() -> L3Settings * {
+        const InterfaceName name = *parse_interface_name(row.name());
+        uint32_t vlan = name.number;
+        if (!row.is_address_row && row.given("vlan")) {
+            vlan = row.number("vlan");
+        } else if (name.short_form) {
+            draft.error(row.place, fmt::format("vlan is missing: expected {}..{}, for the short "
+                                               "name {} does not say it",
+                                               min_encapsulation, max_encapsulation, row.name()));
+            return nullptr;
+        } else if (vlan > max_encapsulation) {
+            draft.error(row.place, fmt::format("VLAN {} after the dot: expected {}..{}, or the "
+                                               "field vlan",
+                                               vlan, min_encapsulation, max_encapsulation));
+            return nullptr;
+        }
+        if (const auto there = draft.encapsulations.find({name.parent, vlan});
+            there != draft.encapsulations.end()) {
+            draft.error(row.place,
+                        fmt::format("VLAN {} is there twice under {}", vlan, name.parent),
+                        there->second);
+            return nullptr;
+        }
+        const uint16_t parent_mtu = prepare_parent(draft, row, name.parent);
+        if (parent_mtu == 0)
+            return nullptr;
+        draft.encapsulations.emplace(std::make_pair(name.parent, vlan), row.place);
+
+        DesiredSubInterface &sub = draft.desired.sub_interfaces[row.name()];
+        sub.parent = name.parent;
+        sub.vlan = vlan;
+        sub.mtu = parent_mtu;
+        sub.place = row.place;
+        if (!row.is_address_row && row.given("mtu")) {
+            const auto mtu = static_cast<uint16_t>(row.number("mtu"));
+            sub.mtu = std::min(mtu, parent_mtu);
+            if (mtu > parent_mtu)
+                draft.note(row.place_of("mtu"),
+                           fmt::format("mtu is {}: capped to {}, the MTU of {}", mtu, parent_mtu,
+                                       name.parent));
+        }
+        return &sub.l3;
+    };
+    read_l3_row(
+        draft, row, [&] { return find_l3(draft.desired.sub_interfaces, row.name()); }, create);
+}
+
+/* ---- First-hop redundancy ---- */
+
+/* Whether the interface is one that a virtual MAC can be set on; if not, says why. */
+bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
+{
+    Desired &desired = draft.desired;
+    switch (parse_interface_name(name)->kind) {
+    case InterfaceKind::vlan:
+        return referred(draft, row, desired.svis, "VLAN_INTERFACE", name);
+    case InterfaceKind::sub_interface:
+        return referred(draft, row, desired.sub_interfaces, "VLAN_SUB_INTERFACE", name);
+    case InterfaceKind::port: {
+        const auto joined = draft.joined.find(name);
+        if (joined != draft.joined.end()) {
+            draft.error(row.place,
+                        fmt::format("{} is a member of a port-channel and has no interface of its "
+                                    "own for a virtual MAC",
+                                    name),
+                        joined->second);
+            return false;
+        }
+        return referred(draft, row, desired.routed_ports, "INTERFACE", name);
+    }
+    case InterfaceKind::port_channel:
+        break;
+    }
+    const auto found = desired.port_channels.find(name);
+    if (found == desired.port_channels.end() || !found->second.l3) {
+        ByName<DesiredPortChannel> none;
+        return referred(draft, row, none, "PORTCHANNEL_INTERFACE", name);
+    }
+    if (found->second.members.empty()) {
+        draft.warning(row.place,
+                      fmt::format("left out: {} has no member, and without one no interface for a "
+                                  "virtual MAC",
+                                  name),
+                      found->second.place);
+        return false;
+    }
+    return true;
+}
+
+void read_virtual_router(Draft &draft, const Row &row, uint8_t family)
+{
+    const uint32_t vrid = *parse_number(row.parts[1], 1, 255);
+    for (const char *field : {"vrid", "vid"}) {
+        if (row.given(field) && row.number(field) != vrid) {
+            draft.error(row.place_of(field), fmt::format("{} is {}: expected {}, as the key says",
+                                                         field, row.number(field), vrid));
+            return;
+        }
+    }
+    if (takes_virtual_mac(draft, row, row.name()))
+        add_virtual_mac(draft, row, row.name(),
+                        {0x00, 0x00, 0x5e, 0x00, family, static_cast<uint8_t>(vrid)});
+}
+
+void read_vrrp(Draft &draft, const Row &row)
+{
+    read_virtual_router(draft, row, 1);
+}
+
+void read_vrrp6(Draft &draft, const Row &row)
+{
+    read_virtual_router(draft, row, 2);
+}
+
+/* ---- The tables ---- */
+
+std::vector<FieldSpec> with_l3_fields(std::vector<FieldSpec> more)
+{
+    std::vector<FieldSpec> fields = {
+        {"vrf_name", FieldType::vrf, 0, 0, "default", "the VRF that the interface routes in"},
+        {"nat_zone", FieldType::number, 0, 3, "0", "the zone for address translation"},
+        {"ipv6_use_link_local_only", FieldType::boolean, 0, 0, "disable",
+         "IPv6 on without an IPv6 address"},
+    };
+    fields.insert(fields.end(), more.begin(), more.end());
+    return fields;
+}
+
+std::vector<Table> make_tables()
+{
+    const FieldSpec mtu = {
+        "mtu", FieldType::number, min_mtu, max_mtu, "9100", "the largest packet, in bytes"};
+    const std::vector<FieldSpec> vrrp_fields = {
+        {"vrid", FieldType::number, 1, 255, nullptr, "the same as in the key"},
+        {"vid", FieldType::number, 1, 255, nullptr, "another spelling of vrid"},
+    };
+    return {
+        {"DEVICE_METADATA",
+         {KeyPart::any},
+         false,
+         {{"hostname", FieldType::text, 0, 63, "", "the switch's name"},
+          {"mac", FieldType::mac, 0, 0, nullptr, "the router MAC; without it there is none"}},
+         "the switch itself; only the row `localhost` is read",
+         read_device_metadata},
+        {"VRF", {KeyPart::vrf}, false, {}, "a VRF; it gets a number", read_vrf},
+        {"PORT",
+         {KeyPart::port},
+         false,
+         {mtu,
+          {"admin_status", FieldType::up_down, 0, 0, "down", "whether the port is to be used"},
+          {"alias", FieldType::text, 0, 255, "", "a second name, shown only"}},
+         "a front-panel port; at most 255",
+         read_port},
+        {"PORTCHANNEL",
+         {KeyPart::port_channel},
+         false,
+         {mtu,
+          {"admin_status", FieldType::up_down, 0, 0, "up",
+           "whether the port-channel is to be used"}},
+         "a port-channel; layer 2 unless it is routed by a row below",
+         read_port_channel},
+        {"PORTCHANNEL_MEMBER",
+         {KeyPart::port_channel, KeyPart::port},
+         false,
+         {},
+         "a port's membership of a port-channel",
+         read_port_channel_member},
+        {"VLAN",
+         {KeyPart::vlan},
+         false,
+         {{"vlanid", FieldType::number, 2, 4094, nullptr, "the same as in the name"}, mtu},
+         "a VLAN; the MTU is that of its interface",
+         read_vlan},
+        {"VLAN_MEMBER",
+         {KeyPart::vlan, KeyPart::port_or_channel},
+         false,
+         {},
+         "a membership of a VLAN, shown only",
+         read_vlan_member},
+        {"INTERFACE",
+         {KeyPart::port},
+         true,
+         with_l3_fields({{"mtu", FieldType::elsewhere, 0, 0, nullptr, "the port's row in PORT"}}),
+         "a routed port",
+         read_interface},
+        {"PORTCHANNEL_INTERFACE",
+         {KeyPart::port_channel},
+         true,
+         with_l3_fields({{"mtu", FieldType::elsewhere, 0, 0, nullptr,
+                          "the port-channel's row in PORTCHANNEL"}}),
+         "a routed port-channel",
+         read_port_channel_interface},
+        {"VLAN_SUB_INTERFACE",
+         {KeyPart::sub_interface},
+         true,
+         with_l3_fields({{"vlan", FieldType::number, min_encapsulation, max_encapsulation, nullptr,
+                          "the VLAN on the wire; without it the number after the dot, which a "
+                          "short name does not have"},
+                         {"mtu", FieldType::number, min_mtu, max_mtu, nullptr,
+                          "the largest packet, in bytes; the parent's, and never more"}}),
+         "a sub-interface; its parent becomes routed if no row made it so",
+         read_sub_interface},
+        {"SAG",
+         {KeyPart::any},
+         false,
+         {{"gateway_mac", FieldType::mac, 0, 0, nullptr,
+           "the MAC that VLAN interfaces with static_anycast_gateway answer to"}},
+         "the anycast gateway; its row is `GLOBAL`",
+         read_sag},
+        {"VLAN_INTERFACE",
+         {KeyPart::vlan},
+         true,
+         with_l3_fields({{"static_anycast_gateway", FieldType::boolean, 0, 0, "false",
+                          "answers to gateway_mac of SAG too"},
+                         {"mtu", FieldType::elsewhere, 0, 0, nullptr, "the VLAN's row in VLAN"}}),
+         "a routed VLAN (SVI)",
+         read_vlan_interface},
+        {"VRRP",
+         {KeyPart::interface, KeyPart::vrid},
+         false,
+         vrrp_fields,
+         "a virtual router: the MAC 00:00:5e:00:01:VRID on its interface",
+         read_vrrp},
+        {"VRRP6",
+         {KeyPart::interface, KeyPart::vrid},
+         false,
+         vrrp_fields,
+         "a virtual router for IPv6: the MAC 00:00:5e:00:02:VRID on its interface",
+         read_vrrp6},
+    };
+}
+
+} // namespace
+
+const std::vector<Table> &tables()
+{
+    static const std::vector<Table> all = make_tables();
+    return all;
+}
+
+const Table *find_table(const std::string &name)
+{
+    for (const Table &table : tables())
+        if (name == table.name)
+            return &table;
+    return nullptr;
+}
+
+std::string expected(const FieldSpec &field)
+{
+    switch (field.type) {
+    case FieldType::number:
+        return fmt::format("a number {}..{}", field.min, field.max);
+    case FieldType::text:
+        return fmt::format("at most {} characters, none of them a control character", field.max);
+    case FieldType::boolean:
+        return "enable or disable (or true, yes, on, false, no, off)";
+    case FieldType::up_down:
+        return "up or down";
+    case FieldType::mac:
+        return "six bytes such as 00:11:22:aa:bb:cc, not all of them zero";
+    case FieldType::vrf:
+        return expected(KeyPart::vrf);
+    case FieldType::elsewhere:
+        break;
+    }
+    return "nothing: it comes from " + std::string(field.meaning);
+}
+
+std::string expected(KeyPart part)
+{
+    switch (part) {
+    case KeyPart::any:
+        break;
+    case KeyPart::port:
+        return "EthernetN, N 0..9999 without leading zeros";
+    case KeyPart::port_channel:
+        return "PortChannelN, N of 1 to 4 digits";
+    case KeyPart::vlan:
+        return "VlanN, N 2..4094 without leading zeros";
+    case KeyPart::sub_interface:
+        return "EthernetN.VLAN, PortChannelN.VLAN, EthN.ID or PoN.ID";
+    case KeyPart::port_or_channel:
+        return "EthernetN or PortChannelN";
+    case KeyPart::interface:
+        return "an interface: EthernetN, PortChannelN, VlanN or a sub-interface";
+    case KeyPart::vrid:
+        return "a number 1..255";
+    case KeyPart::vrf:
+        return "default, or Vrf and 1 to 12 letters, digits, '-', '_' or '.'";
+    }
+    return "a name";
+}
+
+std::string key_form(const Table &table)
+{
+    std::string form;
+    for (const KeyPart part : table.key) {
+        static const std::map<KeyPart, const char *> short_forms = {
+            {KeyPart::any, "name"},
+            {KeyPart::port, "EthernetN"},
+            {KeyPart::port_channel, "PortChannelN"},
+            {KeyPart::vlan, "VlanN"},
+            {KeyPart::sub_interface, "sub-interface"},
+            {KeyPart::port_or_channel, "member"},
+            {KeyPart::interface, "interface"},
+            {KeyPart::vrid, "VRID"},
+            {KeyPart::vrf, "VRF"},
+        };
+        form += (form.empty() ? "" : "|") + std::string(short_forms.at(part));
+    }
+    return table.has_address_rows ? form + " or " + form + "|address" : form;
+}
+
+std::optional<FieldValue> parse_field(const FieldSpec &field, const std::string &text)
+{
+    FieldValue value;
+    value.given = true;
+    value.text = text;
+    switch (field.type) {
+    case FieldType::number: {
+        const auto number = parse_number(text, field.min, field.max);
+        if (!number)
+            return {};
+        value.number = *number;
+        return value;
+    }
+    case FieldType::text: {
+        size_t characters = 0;
+        for (const char c : text) {
+            const auto byte = static_cast<unsigned char>(c);
+            if (byte < 0x20 || byte == 0x7f)
+                return {};
+            characters += (byte & 0xc0) != 0x80;
+        }
+        return characters <= field.max ? std::optional(value) : std::nullopt;
+    }
+    case FieldType::boolean: {
+        const auto flag = parse_boolean(text);
+        if (!flag)
+            return {};
+        value.number = *flag;
+        return value;
+    }
+    case FieldType::up_down:
+        if (text != "up" && text != "down")
+            return {};
+        value.number = text == "up";
+        return value;
+    case FieldType::mac: {
+        const auto mac = parse_mac(text);
+        if (!mac || is_zero(*mac))
+            return {};
+        value.mac = *mac;
+        return value;
+    }
+    case FieldType::vrf:
+        return is_vrf_name(text) ? std::optional(value) : std::nullopt;
+    case FieldType::elsewhere:
+        break;
+    }
+    return value;
+}
+
+const FieldValue &Row::value(const char *field) const
+{
+    for (size_t i = 0; i < values.size(); ++i)
+        if (std::strcmp(table.fields[i].name, field) == 0)
+            return values[i];
+    assert(!"a field of the table");
+    static const FieldValue none;
+    return none;
+}
+
+void Draft::error(const Place &place, std::string message, std::optional<Place> other)
+{
+    findings_.push_back({Severity::error, place, std::move(message), std::move(other)});
+}
+
+void Draft::warning(const Place &place, std::string message, std::optional<Place> other)
+{
+    findings_.push_back({Severity::warning, place, std::move(message), std::move(other)});
+}
+
+void Draft::note(const Place &place, std::string message)
+{
+    findings_.push_back({Severity::note, place, std::move(message), {}});
+}
+
+void Draft::leave_out(const std::string &table, const std::string &name, const Place &row)
+{
+    left_out_.try_emplace(table + "|" + name, row);
+}
+
+const Place *Draft::left_out(const std::string &table, const std::string &name) const
+{
+    if (left_out_.empty())
+        return nullptr;
+    const auto found = left_out_.find(table + "|" + name);
+    return found == left_out_.end() ? nullptr : &found->second;
+}
+
+void Draft::add_port(const std::string &name, DesiredPort port)
+{
+    if (desired.ports.size() < max_ports) {
+        desired.ports.emplace(name, std::move(port));
+        return;
+    }
+    if (!ports_full_)
+        error(port.place, fmt::format("more than {} ports: {} and those after it are left out",
+                                      max_ports, name));
+    ports_full_ = true;
+    leave_out("PORT", name, port.place);
+}
+
+} // namespace kvnsim

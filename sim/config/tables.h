@@ -1,0 +1,146 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sim/config/desired.h"
+#include "sim/config/document.h"
+#include "sim/config/names.h"
+
+/* The configuration tables that are read, as data: a table's key, fields, ranges, defaults and
+ * what reads its rows stand together in one row of the list in tables.cpp. */
+namespace kvnsim {
+
+enum class FieldType : uint8_t {
+    number,    /* min..max */
+    text,      /* at most max characters */
+    boolean,   /* see parse_boolean */
+    up_down,   /* "up" or "down" */
+    mac,       /* not all zero */
+    vrf,       /* see is_vrf_name */
+    elsewhere, /* not read from this table; meaning says from where */
+};
+
+struct FieldSpec {
+    const char *name;
+    FieldType type;
+    uint32_t min, max;
+    const char *fallback; /* what a row without the field means; nullptr: see meaning */
+    const char *meaning;
+};
+
+/* What a part of a key, between its '|', has to be. */
+enum class KeyPart : uint8_t {
+    any,
+    port,
+    port_channel,
+    vlan,
+    sub_interface,
+    port_or_channel,
+    interface, /* any of the four */
+    vrid,
+    vrf,
+};
+
+class Draft;
+class Row;
+
+/* The same row, another of its tokens. */
+inline Place moved(Place place, Position to)
+{
+    place.line = to.line;
+    place.column = to.column;
+    return place;
+}
+
+struct Table {
+    const char *name;
+    std::vector<KeyPart> key;
+    bool has_address_rows;         /* the key, then '|' and an IP address, in rows of their own */
+    std::vector<FieldSpec> fields; /* of the rows that are no address rows; others are not read */
+    const char *meaning;
+    /* Called for each row whose key and fields are sound; address rows after all others. */
+    void (*read)(Draft &draft, const Row &row);
+};
+
+/* In the order in which they are read: rows refer to rows of tables before their own. */
+const std::vector<Table> &tables();
+const Table *find_table(const std::string &name);
+
+/* In words, for messages and for the reference: "a number 68..9216", "EthernetN". */
+std::string expected(const FieldSpec &field);
+std::string expected(KeyPart part);
+std::string key_form(const Table &table);
+
+struct FieldValue {
+    bool given = false;  /* by the row or by the field's default */
+    uint32_t number = 0; /* of a number; 1 for true and up */
+    std::string text;
+    Mac mac{};
+    Position at; /* of what the row says */
+};
+/* The value of a field that says text; empty when it is not what is expected. */
+std::optional<FieldValue> parse_field(const FieldSpec &field, const std::string &text);
+
+/* A row with its key taken apart and its fields checked. The fields asked for must be the
+ * table's. */
+class Row {
+public:
+    Row(const Table &of, Place where) : table(of), place(std::move(where)) {}
+
+    const Table &table;
+    Place place;
+    std::vector<std::string> parts; /* the key's, the address included */
+    std::vector<FieldValue> values; /* as table.fields; empty for an address row */
+    bool is_address_row = false;
+
+    const std::string &name() const { return parts[0]; }
+    const std::string &address() const { return parts.back(); }
+    bool given(const char *field) const { return value(field).given; }
+    uint32_t number(const char *field) const { return value(field).number; }
+    bool flag(const char *field) const { return value(field).number != 0; }
+    const std::string &text(const char *field) const { return value(field).text; }
+    const Mac &mac(const char *field) const { return value(field).mac; }
+    /* Where the row says it; only for fields that it has. */
+    Place place_of(const char *field) const { return moved(place, value(field).at); }
+
+private:
+    const FieldValue &value(const char *field) const;
+};
+
+/* A configuration in the making. */
+class Draft {
+public:
+    explicit Draft(Configuration &configuration)
+        : desired(configuration.desired), findings_(configuration.findings)
+    {}
+
+    Desired &desired;
+    std::optional<Mac> gateway_mac;            /* of static anycast gateways */
+    std::map<uint32_t, Place> channel_numbers; /* port-channel number -> its row */
+    std::map<std::string, Place> joined;  /* port -> the row that puts it into a port-channel */
+    std::map<std::string, Place> bridged; /* port -> the row that puts it into a VLAN */
+    /* (parent, VLAN) -> the sub-interface's row */
+    std::map<std::pair<std::string, uint32_t>, Place> encapsulations;
+
+    void error(const Place &place, std::string message, std::optional<Place> other = {});
+    void warning(const Place &place, std::string message, std::optional<Place> other = {});
+    void note(const Place &place, std::string message);
+
+    /* Objects that have a row in the table, but no sound one. */
+    void leave_out(const std::string &table, const std::string &name, const Place &row);
+    const Place *left_out(const std::string &table, const std::string &name) const;
+
+    /* Add a front-panel port, or leave it out if there are as many as a switch has. */
+    void add_port(const std::string &name, DesiredPort port);
+
+private:
+    std::vector<Finding> &findings_;
+    std::map<std::string, Place> left_out_; /* by "table|name" */
+    bool ports_full_ = false;
+};
+
+} // namespace kvnsim
