@@ -44,7 +44,7 @@ private:
 /* The parser works on a copy of a StringStream while it reads a token, which hides how far it is;
  * of a stream that it does not know it makes none. */
 struct TextStream : rapidjson::StringStream {
-    using StringStream::StringStream;
+    explicit TextStream(const char *text) : rapidjson::StringStream(text) {}
 };
 
 bool is_blank(char c)
