@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include <fmt/format.h>
+
 #include "l3lifpd_kavelin.h"
 #include "platform_api/libsdk.h"
 #include "sim/sdk/kvnsim_sdk.h"
@@ -21,11 +23,31 @@ constexpr uint32_t internal_loopback_on = 121, internal_loopback_off = 122;
 /* Repairs of the host's own are not made to fail. */
 class WithoutFaults {
 public:
-    WithoutFaults() { Journal::instance().faults.suspend(true); }
-    ~WithoutFaults() { Journal::instance().faults.suspend(false); }
+    WithoutFaults() { switch_to(true); }
+    ~WithoutFaults() { switch_to(false); }
     WithoutFaults(const WithoutFaults &) = delete;
     WithoutFaults &operator=(const WithoutFaults &) = delete;
+
+private:
+    void switch_to(bool suspended)
+    {
+        if (were_armed_)
+            Journal::instance().faults.suspend(suspended);
+    }
+    const bool were_armed_ = Journal::instance().faults.armed();
 };
+
+/* Refuse a service, telling why to whoever watches. */
+int32_t refuse(int32_t code, std::string reason)
+{
+    Journal::instance().note(std::move(reason));
+    return code;
+}
+
+int32_t refuse_ifindex(uint32_t ifindex, const char *expected)
+{
+    return refuse(ENOENT, fmt::format("{:#x} is no {}", ifindex, expected));
+}
 
 /* A LID entry with one path; nothing stays behind when refused. */
 Status make_lid_entry(const sdk_lid_path &path, uint32_t *lid_id)
@@ -349,39 +371,68 @@ void Host::reset()
     db_->clear();
 }
 
+int32_t Host::port_lid(uint32_t ifindex, uint32_t &lid_id) const
+{
+    const HostInterface *port = find(ifindex, InterfaceKind::port);
+    if (!port)
+        return refuse_ifindex(ifindex, "port");
+    if (!port->lid_id)
+        return refuse(ENOENT, port->name + " has no layer-2 LID entry");
+    lid_id = *port->lid_id;
+    return 0;
+}
+
+int32_t Host::serving_intf(uint32_t ifindex, uint32_t &intf_id) const
+{
+    const HostInterface *interface = find(ifindex);
+    if (!interface)
+        return refuse_ifindex(ifindex, "interface");
+    if (interface->channel)
+        interface = interface->channel;
+    if (!interface->registered)
+        return refuse(ENOENT, interface->name + " is no L3 interface");
+    if (interface->intf_id() == no_id)
+        return refuse(ENOENT, interface->name + " has no SDK interface");
+    intf_id = interface->intf_id();
+    return 0;
+}
+
 int32_t Host::keep_intf(uint32_t ifindex, uint32_t intf_id, int32_t flag)
 {
     HostInterface *port = find(ifindex, InterfaceKind::port);
     if (!port)
-        return ENOENT;
+        return refuse_ifindex(ifindex, "port");
     if (flag == 1 && intf_id < no_id) {
         MemberIntfRow row;
         row.ifindex = ifindex;
         row.intf_id = intf_id;
-        if (!db_->store(row))
+        if (!stored(row))
             return EIO;
         port->kept_intf = intf_id;
         return 0;
     }
     if (flag == 0 && intf_id == no_id) {
-        if (!db_->forget_member_intf(ifindex))
-            return EIO;
+        db_->forget_member_intf(ifindex);
         port->kept_intf.reset();
         return 0;
     }
-    return EINVAL;
+    return refuse(EINVAL, fmt::format("interface {:#x} with flag {}", intf_id, flag));
 }
 
 int32_t Host::give_over_port_channel(uint32_t ifindex)
 {
-    return held_.erase(ifindex) ? 0 : ENOENT;
+    if (!held_.erase(ifindex))
+        return refuse_ifindex(ifindex, "port-channel that the forwarding manager holds");
+    return 0;
 }
 
 int32_t Host::publish(const l3lif *record)
 {
-    const HostInterface *interface = record ? find(record->ifindex) : nullptr;
-    if (!interface || interface != record || !interface->registered)
-        return ENOENT;
+    if (!record)
+        return refuse(EINVAL, "no interface is given");
+    const HostInterface *interface = find(record->ifindex);
+    if (interface != record || !interface->registered)
+        return refuse_ifindex(record->ifindex, "registered interface");
     L3lifRow row;
     row.ifindex = interface->ifindex;
     row.name = interface->name;
@@ -392,58 +443,69 @@ int32_t Host::publish(const l3lif *record)
     row.v4_vpn_id = interface->v4_vpn_id;
     row.v6_vpn_id = interface->v6_vpn_id;
     row.nat_zone = interface->nat_zone;
-    return db_->store(row) ? 0 : EIO;
+    return stored(row) ? 0 : EIO;
 }
 
-int32_t Host::store_port_binding(const fwm_pm_sdb_key &key, const fwm_pm_sdb_data &data)
+int32_t Host::store_port_binding(const fwm_pm_sdb_key *key, const fwm_pm_sdb_data *data)
 {
-    if (key.kind != port_binding)
-        return EINVAL;
-    if (!find(key.ifindex, InterfaceKind::port))
-        return ENOENT;
+    if (!key || !data)
+        return refuse(EINVAL, "no record is given");
+    if (key->kind != port_binding)
+        return refuse(EINVAL, fmt::format("{} is no kind of port record", key->kind));
+    if (!find(key->ifindex, InterfaceKind::port))
+        return refuse_ifindex(key->ifindex, "port");
     PmRow row;
-    row.kind = key.kind;
-    row.ifindex = key.ifindex;
-    row.ifmap_idx = data.ifmap_idx;
-    row.word1 = data.word1;
-    row.half2 = data.half2;
-    return db_->store(row) ? 0 : EIO;
+    row.kind = key->kind;
+    row.ifindex = key->ifindex;
+    row.ifmap_idx = data->ifmap_idx;
+    row.word1 = data->word1;
+    row.half2 = data->half2;
+    return stored(row) ? 0 : EIO;
 }
 
 int32_t Host::store_pc_id(uint32_t ifindex, uint32_t pc_id)
 {
     if (!find(ifindex, InterfaceKind::port_channel))
-        return ENOENT;
+        return refuse_ifindex(ifindex, "port-channel");
     PcRow row;
     row.ifindex = ifindex;
     row.pc_id = pc_id;
-    return db_->store(row) ? 0 : EIO;
+    return stored(row) ? 0 : EIO;
 }
 
 int32_t Host::store_label(uint32_t ifindex, bool enable, bool svi)
 {
     if (!find(ifindex))
-        return ENOENT;
+        return refuse_ifindex(ifindex, "interface");
     LabelRow row;
     row.ifindex = ifindex;
     row.enabled = enable;
     row.svi = svi;
-    return db_->store(row) ? 0 : EIO;
+    return stored(row) ? 0 : EIO;
 }
 
 int32_t Host::port_command(uint32_t call, const port_cmd_msg *message, uint32_t length)
 {
     if (call != port_command_call)
-        return ENOSYS;
+        return refuse(ENOSYS, fmt::format("{:#x} is no call of the port service", call));
     if (!message || length != sizeof *message)
-        return EINVAL;
+        return refuse(EINVAL, fmt::format("a message of {} bytes, expected {}",
+                                          message ? length : 0, sizeof *message));
     HostInterface *port = find(port_ifindex(message->port), InterfaceKind::port);
     if (!port)
-        return ENODEV;
+        return refuse(ENODEV, fmt::format("there is no port {}", message->port));
     if (message->cmd != internal_loopback_on && message->cmd != internal_loopback_off)
-        return EINVAL;
+        return refuse(EINVAL, fmt::format("{} is no command to a port", message->cmd));
     port->loopback = message->cmd == internal_loopback_on;
     return 0;
+}
+
+template <class Row> bool Host::stored(const Row &row)
+{
+    if (db_->store(row))
+        return true;
+    Journal::instance().note(db_->error());
+    return false;
 }
 
 } // namespace kvnsim

@@ -158,11 +158,15 @@ public:
      * The ASIC and the diagnostics are left alone. */
     void reset();
 
-    /* ---- What the C services do: 0, or an errno number when refused, and nothing done. ---- */
+    /* ---- What the C services do: 0; or an errno number when refused, with nothing done and the
+     * reason noted in the journal. ---- */
+    int32_t port_lid(uint32_t ifindex, uint32_t &lid_id) const;
+    /* The SDK interface that serves an interface: its port-channel's for a member. */
+    int32_t serving_intf(uint32_t ifindex, uint32_t &intf_id) const;
     int32_t keep_intf(uint32_t ifindex, uint32_t intf_id, int32_t flag);
     int32_t give_over_port_channel(uint32_t ifindex);
     int32_t publish(const l3lif *record);
-    int32_t store_port_binding(const fwm_pm_sdb_key &key, const fwm_pm_sdb_data &data);
+    int32_t store_port_binding(const fwm_pm_sdb_key *key, const fwm_pm_sdb_data *data);
     int32_t store_pc_id(uint32_t ifindex, uint32_t pc_id);
     int32_t store_label(uint32_t ifindex, bool enable, bool svi);
     int32_t port_command(uint32_t call, const port_cmd_msg *message, uint32_t length);
@@ -179,6 +183,7 @@ private:
     {
         return tables_[static_cast<size_t>(kind)];
     }
+    template <class Row> bool stored(const Row &row);
     HostInterface *add(InterfaceKind kind, const std::string &name, uint32_t ifindex);
 
     /* By kind, then number. A table grows as numbers are used. */

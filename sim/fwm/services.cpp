@@ -146,20 +146,14 @@ using namespace kvnsim;
 
 int32_t fwm_pm_sdb_store(const fwm_pm_sdb_key *key, const fwm_pm_sdb_data *data)
 {
-    return pm_sdb_store({in_record("key", key), in_record("data", data)}, [&]() -> int32_t {
-        return key && data ? host().store_port_binding(*key, *data) : EINVAL;
-    });
+    return pm_sdb_store({in_record("key", key), in_record("data", data)},
+                        [&] { return host().store_port_binding(key, data); });
 }
 
 int32_t fwmpd_kvn_if_index_lid_id(uint32_t ifindex, uint32_t *lid_id)
 {
-    return if_index_lid_id({in_ifindex(ifindex), out("lid_id", lid_id)}, [&]() -> int32_t {
-        const HostInterface *port = host().find(ifindex, InterfaceKind::port);
-        if (!port || !port->lid_id)
-            return ENOENT;
-        *lid_id = *port->lid_id;
-        return 0;
-    });
+    return if_index_lid_id({in_ifindex(ifindex), out("lid_id", lid_id)},
+                           [&] { return host().port_lid(ifindex, *lid_id); });
 }
 
 int32_t fwmpd_kvn_get_pc_info(uint32_t ifindex, uint32_t *pc_id, uint32_t *lid_id)
@@ -223,14 +217,13 @@ int32_t l3lif_update_sdb_for_intf(l3lif *record)
 int32_t l3lif_get_iif_for_ifindex_new(uint32_t ifindex, iif_info *info)
 {
     return get_iif({in_ifindex(ifindex), out("iif_info", info)}, [&]() -> int32_t {
-        const HostInterface *interface = host().find(ifindex);
-        if (interface && interface->channel)
-            interface = interface->channel;
-        if (!interface || !interface->registered || interface->intf_id() == no_id)
-            return ENOENT;
-        *info = {};
-        info->intf_id = interface->intf_id();
-        return 0;
+        uint32_t intf_id = no_id;
+        const int32_t status = host().serving_intf(ifindex, intf_id);
+        if (status == 0) {
+            *info = {};
+            info->intf_id = intf_id;
+        }
+        return status;
     });
 }
 
