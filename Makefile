@@ -1,5 +1,6 @@
 # Every target sets up what it needs and takes TARGET=i386, the product as it ships, or
-# TARGET=native. The trees are build/i386, build/native, build/asan, build/coverage, build/bench.
+# TARGET=native. The trees are build/i386, build/native, build/asan, build/coverage,
+# build/bench, build/fuzz.
 
 ifeq ($(origin TARGET), undefined)
 TARGET := $(shell scripts/target)
@@ -7,6 +8,7 @@ endif
 JOBS ?= $(shell nproc)
 CONFIG ?= examples/leaf.json
 PREFIX ?= /usr/local
+FUZZ_SECONDS ?= 60
 
 tree = build/$(TARGET)
 # Configured once; after that the build itself sees when the CMake files change.
@@ -24,6 +26,7 @@ help:
 	@echo "make check     the tests of every build, with sanitizers, then lint"
 	@echo "make lint      formatting, clang-tidy and the library's binary interface"
 	@echo "make coverage  which lines the tests execute, as pages in build/coverage/report"
+	@echo "make fuzz      feed the configuration reader for FUZZ_SECONDS=$(FUZZ_SECONDS)"
 	@echo "make install   library, headers and kvnsim into PREFIX=$(PREFIX)"
 	@echo "make package   the same as an archive and a Debian package in build/$(TARGET)"
 	@echo "make clean     remove what was built; the 32-bit libraries stay"
@@ -59,6 +62,18 @@ coverage:
 	@gcovr --root . --filter l3lif/ --filter sim/ --object-directory build/coverage \
 	    --html-details build/coverage/report/index.html --print-summary
 
+# The same inputs are kept and built upon from run to run.
+fuzz:
+	@scripts/setup fuzz native
+	@$(MAKE) --no-print-directory fuzz-targets TARGET=fuzz
+	@mkdir -p build/fuzz/corpus
+	@cd build/fuzz && bin/configuration_fuzz -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
+	    corpus ../../examples $(KVN_SAMPLES)
+
+.PHONY: fuzz-targets
+fuzz-targets:
+	@$(build) --target configuration_fuzz
+
 install: build
 	@cmake --install $(tree) --prefix $(PREFIX)
 
@@ -66,4 +81,4 @@ package: build
 	@cpack --config $(tree)/CPackConfig.cmake -B $(tree)
 
 clean:
-	@for tree in i386 native asan coverage bench; do rm -rf build/$$tree build/$$tree.log; done
+	@for tree in i386 native asan coverage bench fuzz; do rm -rf build/$$tree build/$$tree.log; done

@@ -14,6 +14,14 @@ if(KVN_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(KVN_FUZZ)
+    # Another compiler, whose warnings are not the ones this code is held to.
+    # RapidJSON adds offsets to null pointers.
+    add_compile_options(-w -fsanitize=fuzzer-no-link,address,undefined
+        -fno-sanitize=pointer-overflow -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=address,undefined)
+endif()
+
 if(KVN_COVERAGE)
     add_compile_options(--coverage -fprofile-update=atomic)
     add_link_options(--coverage)
