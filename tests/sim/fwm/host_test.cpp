@@ -394,7 +394,10 @@ TEST_F(HostTasks, ARefusedStepOfHoldingLeavesNothingBehind)
     }
 }
 
-TEST_F(HostTasks, ADoneTaskSaysSo) { EXPECT_EQ(Status{}.to_text(), "done"); }
+TEST_F(HostTasks, ADoneTaskSaysSo)
+{
+    EXPECT_EQ(Status{}.to_text(), "done");
+}
 
 } // namespace
 } // namespace kvnsim
