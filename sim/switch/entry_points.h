@@ -39,9 +39,9 @@ enum class Outcome : uint8_t {
 struct Response {
     RequestRef request;
     int64_t result = 0;
-    bool failed = false;   /* by the entry point's outcome, or a call within it failed */
-    bool refused = false;  /* by the entry point's outcome alone */
-    std::string output;    /* what it printed through cmd_prt */
+    bool failed = false;  /* by the entry point's outcome, or a call within it failed */
+    bool refused = false; /* by the entry point's outcome alone */
+    std::string output;   /* what it printed through cmd_prt */
 };
 
 class EntryPoint {
@@ -53,7 +53,10 @@ public:
     EntryPoint &operator=(const EntryPoint &) = delete;
 
     const char *name() const { return name_; }
-    const char *purpose() const { return purpose_; } /* "create the SDK interface of a routed ..." */
+    const char *purpose() const
+    {
+        return purpose_;
+    } /* "create the SDK interface of a routed ..." */
     Outcome outcome() const { return outcome_; }
     const std::vector<Parameter> &parameters() const { return parameters_; }
 
@@ -113,10 +116,10 @@ Response fhrp_mac_del(const Mac &mac, uint32_t ifindex);
 /* Property types by name ("mtu", "ipv4_ucst_en", "L3LIF_PROP_MTU"), for hand-made requests. */
 struct PropertyRow {
     int32_t type;
-    const char *name;        /* "mtu" */
-    const char *enumerator;  /* "L3LIF_PROP_MTU" */
-    uint32_t attribute;      /* SDK attribute that it writes, 0 = none */
-    bool inverted;           /* the attribute is 1 when the property is 0 */
+    const char *name;       /* "mtu" */
+    const char *enumerator; /* "L3LIF_PROP_MTU" */
+    uint32_t attribute;     /* SDK attribute that it writes, 0 = none */
+    bool inverted;          /* the attribute is 1 when the property is 0 */
 };
 const std::vector<PropertyRow> &properties();
 const PropertyRow *find_property(std::string_view name); /* name, enumerator or number */

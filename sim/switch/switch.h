@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -15,6 +16,17 @@
 /* The switch: brings what a configuration wants about, by requests to the library, and knows what
  * came of it. */
 namespace kvnsim {
+
+/* L3 settings as the switch has them for one interface. */
+struct Settings {
+    uint32_t mtu = 0; /* bytes; 0 = not known to be written */
+    bool ipv4 = false, ipv6 = false;
+    std::string vrf;
+    uint32_t nat_zone = 0;
+    friend bool operator==(const Settings &a, const Settings &b);
+    friend bool operator!=(const Settings &a, const Settings &b) { return !(a == b); }
+};
+Settings settings_of(const L3Settings &l3, uint16_t mtu);
 
 /* What one step does, in the order in which steps of a plan are carried out. */
 enum class StepKind : uint8_t {
@@ -41,11 +53,11 @@ enum class StepKind : uint8_t {
 
 struct Step {
     StepKind kind;
-    std::string name;   /* the object: "Ethernet0", "PortChannel0001" */
-    std::string other;  /* a member port's name; else empty */
-    Mac mac{};          /* of a MAC step */
-    std::string words;  /* "route port Ethernet0: MTU 9100, IPv4, VRF Vrf42" */
-    Place cause;        /* the row behind it; of a deletion, the row that went */
+    std::string name;  /* the object: "Ethernet0", "PortChannel0001"; of a member the port */
+    std::string other; /* a member's port-channel; else empty */
+    Mac mac{};         /* of a MAC step */
+    std::string words; /* "route port Ethernet0: MTU 9100, IPv4, VRF Vrf42" */
+    Place cause;       /* the row behind it; of a deletion, the row that went */
 };
 
 /* Steps in the order to be carried out. */
@@ -57,21 +69,22 @@ struct Plan {
 /* A step that did not come about, wholly or in part. */
 struct Failure {
     Step step;
-    RequestRef request;  /* null when the host refused by itself */
-    std::string message; /* "l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create: SDK_E_FULL" */
+    RequestRef request; /* null when the host refused by itself */
+    std::string
+        message; /* "l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create: SDK_E_FULL" */
 };
 
 struct Applied {
-    uint32_t steps_done = 0;  /* carried out, failed ones included */
+    uint32_t steps_done = 0; /* carried out, failed ones included */
     std::vector<Failure> failures;
     bool interrupted = false; /* the caller's stop came first; the rest was left */
 };
 
 class Switch {
 public:
-    /* Powers the switch on: host, ASIC, journal and diagnostics start empty. One at a time. */
+    /* Powers the switch on: host, ASIC, journal and the library's table of virtual MACs start
+     * empty; diagnostics and observers are left alone. One at a time. */
     Switch();
-    ~Switch();
     Switch(const Switch &) = delete;
     Switch &operator=(const Switch &) = delete;
 
@@ -80,8 +93,7 @@ public:
 
     /* Carry a plan out. stop is asked before each step; progress is told after each. want is what
      * the plan was made for. A failed step is reported and the others go on. */
-    Applied apply(const Plan &plan, const Desired &want,
-                  const std::function<bool()> &stop = {},
+    Applied apply(const Plan &plan, const Desired &want, const std::function<bool()> &stop = {},
                   const std::function<void(size_t done, size_t of)> &progress = {});
     Applied apply(const Desired &want) { return apply(plan(want), want); }
 
@@ -98,6 +110,9 @@ public:
     std::map<std::string, uint32_t> vpns() const { return vpns_; }
     uint32_t router_mac_id() const { return router_mac_id_; } /* no_id without one */
 
+    /* The settings that were written, by interface name; only interfaces that exist in the ASIC. */
+    const std::unordered_map<std::string, Settings> &settings() const { return settings_; }
+
     /* Failures since power-on whose object is still not as wanted, by object name. */
     const std::map<std::string, std::string> &last_failures() const { return last_failures_; }
 
@@ -107,8 +122,10 @@ public:
     static std::string why_not_sub_interface(uint32_t ifindex);
 
 private:
-    struct Work;
+    friend class Planner;
+    friend class Work;
     Desired have_, wanted_;
+    std::unordered_map<std::string, Settings> settings_;
     std::set<std::pair<std::string, std::string>> declined_;
     std::map<std::string, uint32_t> vpns_;
     std::map<std::string, std::string> last_failures_;

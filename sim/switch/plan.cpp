@@ -1,0 +1,331 @@
+#include <algorithm>
+#include <array>
+#include <unordered_set>
+
+#include "sim/switch/switch.h"
+
+namespace kvnsim {
+
+bool operator==(const Settings &a, const Settings &b)
+{
+    return a.mtu == b.mtu && a.ipv4 == b.ipv4 && a.ipv6 == b.ipv6 && a.vrf == b.vrf &&
+           a.nat_zone == b.nat_zone;
+}
+
+Settings settings_of(const L3Settings &l3, uint16_t mtu)
+{
+    Settings settings;
+    settings.mtu = mtu;
+    settings.ipv4 = l3.ipv4;
+    settings.ipv6 = l3.ipv6;
+    settings.vrf = l3.vrf;
+    settings.nat_zone = l3.nat_zone;
+    return settings;
+}
+
+namespace {
+
+template <class Map, class Key> auto *find_in(Map &map, const Key &key)
+{
+    const auto found = map.find(key);
+    return found == map.end() ? nullptr : &found->second;
+}
+
+std::string vrf_name(const std::string &vrf)
+{
+    return vrf.empty() ? "default" : vrf;
+}
+
+std::string words(const Settings &settings)
+{
+    std::string text = "MTU " + std::to_string(settings.mtu);
+    if (settings.ipv4)
+        text += ", IPv4";
+    if (settings.ipv6)
+        text += ", IPv6";
+    if (!settings.vrf.empty())
+        text += ", VRF " + settings.vrf;
+    if (settings.nat_zone != 0)
+        text += ", NAT zone " + std::to_string(settings.nat_zone);
+    return text;
+}
+
+/* "MTU 9100 -> 1500, IPv6 on, VRF Vrf1 -> default". */
+std::string difference(const Settings &from, const Settings &to)
+{
+    std::vector<std::string> parts;
+    if (from.mtu != to.mtu)
+        parts.push_back("MTU " + (from.mtu != 0 ? std::to_string(from.mtu) : "unknown") + " -> " +
+                        std::to_string(to.mtu));
+    if (from.ipv4 != to.ipv4)
+        parts.push_back(to.ipv4 ? "IPv4 on" : "IPv4 off");
+    if (from.ipv6 != to.ipv6)
+        parts.push_back(to.ipv6 ? "IPv6 on" : "IPv6 off");
+    if (from.vrf != to.vrf)
+        parts.push_back("VRF " + vrf_name(from.vrf) + " -> " + vrf_name(to.vrf));
+    if (from.nat_zone != to.nat_zone)
+        parts.push_back("NAT zone " + std::to_string(from.nat_zone) + " -> " +
+                        std::to_string(to.nat_zone));
+    std::string text;
+    for (const std::string &part : parts)
+        text += (text.empty() ? "" : ", ") + part;
+    return text;
+}
+
+} // namespace
+
+/* Compares what the switch has with what is wanted. */
+class Planner {
+public:
+    Planner(const Switch &sw, const Desired &want) : switch_(sw), have_(sw.have_), want_(want) {}
+
+    Plan make()
+    {
+        port_channels_that_change();
+        ports_that_change();
+        sub_interfaces_that_go();
+        svis_that_go();
+        virtual_macs();
+        router_mac();
+        new_ports();
+        new_port_channels();
+        new_svis();
+        new_sub_interfaces();
+        Plan plan;
+        for (std::vector<Step> &steps : steps_) {
+            for (Step &step : steps)
+                plan.steps.push_back(std::move(step));
+        }
+        return plan;
+    }
+
+private:
+    void add(StepKind kind, const std::string &name, std::string words, const Place &cause,
+             const std::string &other = {}, const Mac &mac = {})
+    {
+        steps_[static_cast<size_t>(kind)].push_back(
+            {kind, name, other, mac, std::move(words), cause});
+    }
+
+    bool routed(const DesiredPortChannel *port_channel) const
+    {
+        return port_channel != nullptr && port_channel->l3;
+    }
+
+    bool declined(const std::string &port_channel, const std::string &port) const
+    {
+        return !switch_.declined_.empty() && switch_.declined_.count({port_channel, port}) != 0;
+    }
+
+    /* The library declines a member that is a routed interface of its own. A port that is
+     * routed for its row's sake while it is a member has to leave and come back. */
+    bool member_stays(const std::string &name, const DesiredPortChannel &has,
+                      const DesiredPortChannel *wants, const std::string &port) const
+    {
+        if (wants == nullptr || wants->members.count(port) == 0 || routed(&has) != routed(wants))
+            return false;
+        if (!routed(wants))
+            return true;
+        const bool will_be_declined = want_.routed_ports.count(port) != 0;
+        return declined(name, port) == will_be_declined;
+    }
+
+    void port_channels_that_change()
+    {
+        for (const auto &[name, has] : have_.port_channels) {
+            const DesiredPortChannel *wants = find_in(want_.port_channels, name);
+            bool built = false, stays_built = false;
+            for (const auto &[port, place] : has.members) {
+                const bool stays = member_stays(name, has, wants, port);
+                const bool joined = routed(&has) && !declined(name, port);
+                built |= joined;
+                stays_built |= joined && stays;
+                if (stays)
+                    staying_members_.insert(name + '|' + port);
+                else
+                    add(StepKind::remove_member, port,
+                        "take " + port + " out of port-channel " + name, place, name);
+            }
+            if (routed(&has) && !routed(wants))
+                add(StepKind::unroute_port_channel, name, "stop routing port-channel " + name,
+                    has.l3_place);
+            if (wants == nullptr)
+                add(StepKind::delete_port_channel, name, "delete port-channel " + name, has.place);
+            if (routed(&has) && (!routed(wants) || (built && !stays_built)))
+                gone_.insert(name);
+            else if (stays_built)
+                change(name, settings_of(*wants->l3, wants->mtu), wants->l3_place);
+        }
+    }
+
+    void ports_that_change()
+    {
+        for (const auto &[name, has] : have_.routed_ports) {
+            const DesiredRoutedPort *wants = find_in(want_.routed_ports, name);
+            const DesiredPort *port = find_in(want_.ports, name);
+            if (wants != nullptr && port != nullptr) {
+                change(name, settings_of(wants->l3, port->mtu), wants->place);
+            } else {
+                add(StepKind::unroute_port, name, "stop routing port " + name, has.place);
+                gone_.insert(name);
+            }
+        }
+        for (const auto &[name, has] : have_.ports) {
+            if (want_.ports.count(name) == 0)
+                add(StepKind::delete_port, name, "remove port " + name, has.place);
+        }
+    }
+
+    void sub_interfaces_that_go()
+    {
+        for (const auto &[name, has] : have_.sub_interfaces) {
+            const DesiredSubInterface *wants = find_in(want_.sub_interfaces, name);
+            if (wants != nullptr && wants->parent == has.parent && wants->vlan == has.vlan &&
+                gone_.count(has.parent) == 0) {
+                change(name, settings_of(wants->l3, wants->mtu), wants->place);
+            } else {
+                add(StepKind::delete_sub_interface, name, "delete sub-interface " + name,
+                    has.place);
+                gone_.insert(name);
+            }
+        }
+    }
+
+    void svis_that_go()
+    {
+        for (const auto &[name, has] : have_.svis) {
+            const DesiredSvi *wants = find_in(want_.svis, name);
+            if (wants != nullptr && wants->vlan == has.vlan) {
+                change(name, settings_of(wants->l3, wants->mtu), wants->place);
+            } else {
+                add(StepKind::delete_svi, name, "delete SVI " + name, has.place);
+                gone_.insert(name);
+            }
+        }
+    }
+
+    void virtual_macs()
+    {
+        for (const auto &[mac, place] : have_.virtual_macs) {
+            if (want_.virtual_macs.count(mac) == 0 || gone_.count(mac.interface) != 0)
+                add(StepKind::remove_virtual_mac, mac.interface,
+                    "remove virtual MAC " + to_text(mac.mac) + " from " + mac.interface, place, {},
+                    mac.mac);
+        }
+        for (const auto &[mac, place] : want_.virtual_macs) {
+            if (!will_exist(mac.interface))
+                continue;
+            if (have_.virtual_macs.count(mac) == 0 || gone_.count(mac.interface) != 0)
+                add(StepKind::add_virtual_mac, mac.interface,
+                    "add virtual MAC " + to_text(mac.mac) + " to " + mac.interface, place, {},
+                    mac.mac);
+        }
+    }
+
+    /* A port-channel is in the ASIC only while it has a member that joined. */
+    bool will_exist(const std::string &interface) const
+    {
+        const DesiredPortChannel *port_channel = find_in(want_.port_channels, interface);
+        if (port_channel == nullptr)
+            return true;
+        return std::any_of(
+            port_channel->members.begin(), port_channel->members.end(),
+            [&](const auto &member) { return want_.routed_ports.count(member.first) == 0; });
+    }
+
+    void router_mac()
+    {
+        if (have_.router_mac == want_.router_mac)
+            return;
+        if (have_.router_mac)
+            add(StepKind::remove_router_mac, "switch",
+                "remove router MAC " + to_text(*have_.router_mac), have_.router_mac_place, {},
+                *have_.router_mac);
+        if (want_.router_mac)
+            add(StepKind::add_router_mac, "switch", "set router MAC " + to_text(*want_.router_mac),
+                want_.router_mac_place, {}, *want_.router_mac);
+    }
+
+    void new_ports()
+    {
+        for (const auto &[name, wants] : want_.ports) {
+            if (have_.ports.count(name) == 0)
+                add(StepKind::add_port, name, "add port " + name, wants.place);
+        }
+        for (const auto &[name, wants] : want_.routed_ports) {
+            const DesiredPort *port = find_in(want_.ports, name);
+            if (port != nullptr && have_.routed_ports.count(name) == 0)
+                add(StepKind::route_port, name,
+                    "route port " + name + ": " + words(settings_of(wants.l3, port->mtu)),
+                    wants.place);
+        }
+    }
+
+    void new_port_channels()
+    {
+        for (const auto &[name, wants] : want_.port_channels) {
+            const DesiredPortChannel *has = find_in(have_.port_channels, name);
+            if (has == nullptr)
+                add(StepKind::add_port_channel, name, "add port-channel " + name, wants.place);
+            if (routed(&wants) && !routed(has))
+                add(StepKind::route_port_channel, name,
+                    "route port-channel " + name + ": " + words(settings_of(*wants.l3, wants.mtu)),
+                    wants.l3_place);
+            /* Ports that the library will decline come last: they must not be taken for the
+             * first member, with which the port-channel is built. */
+            for (const bool declined_ones : {false, true}) {
+                for (const auto &[port, place] : wants.members) {
+                    const bool will_be_declined =
+                        routed(&wants) && want_.routed_ports.count(port) != 0;
+                    if (will_be_declined == declined_ones &&
+                        staying_members_.count(name + '|' + port) == 0)
+                        add(StepKind::add_member, port, "add " + port + " to port-channel " + name,
+                            place, name);
+                }
+            }
+        }
+    }
+
+    void new_svis()
+    {
+        for (const auto &[name, wants] : want_.svis) {
+            if (have_.svis.count(name) == 0 || gone_.count(name) != 0)
+                add(StepKind::add_svi, name,
+                    "create SVI " + name + ": " + words(settings_of(wants.l3, wants.mtu)),
+                    wants.place);
+        }
+    }
+
+    void new_sub_interfaces()
+    {
+        for (const auto &[name, wants] : want_.sub_interfaces) {
+            if (have_.sub_interfaces.count(name) == 0 || gone_.count(name) != 0)
+                add(StepKind::add_sub_interface, name,
+                    "create sub-interface " + name + " on " + wants.parent + ", VLAN " +
+                        std::to_string(wants.vlan) + ": " + words(settings_of(wants.l3, wants.mtu)),
+                    wants.place);
+        }
+    }
+
+    void change(const std::string &name, const Settings &wants, const Place &place)
+    {
+        const Settings *has = find_in(switch_.settings_, name);
+        if (has != nullptr && *has != wants)
+            add(StepKind::change_settings, name, "change " + name + ": " + difference(*has, wants),
+                place);
+    }
+
+    const Switch &switch_;
+    const Desired &have_;
+    const Desired &want_;
+    std::unordered_set<std::string> staying_members_; /* "port-channel|port" */
+    std::unordered_set<std::string> gone_;            /* interfaces whose SDK interface goes */
+    std::array<std::vector<Step>, static_cast<size_t>(StepKind::add_virtual_mac) + 1> steps_;
+};
+
+Plan Switch::plan(const Desired &want) const
+{
+    return Planner(*this, want).make();
+}
+
+} // namespace kvnsim
