@@ -1,0 +1,28 @@
+#include "fakes.h"
+
+using namespace kvnsim;
+
+const ImportedCall fake_sdk_call{"fake_sdk_call", Result::sdk_status, Purpose::programs};
+const ImportedCall fake_host_call{"fake_host_call", Result::host_status, Purpose::programs};
+const ImportedCall fake_question{"fake_question", Result::value, Purpose::asks};
+
+int32_t call_sdk(uint32_t asked, uint32_t *doubled, int32_t status)
+{
+    return fake_sdk_call({in("asked", asked), out("doubled", doubled)}, [&] {
+        if (status != 0)
+            Journal::instance().note("not today");
+        else
+            *doubled = 2 * asked;
+        return status;
+    });
+}
+
+int32_t call_host(int32_t status)
+{
+    return fake_host_call({}, [&] { return status; });
+}
+
+uint32_t call_question(uint32_t answer)
+{
+    return fake_question({}, [&] { return answer; });
+}
