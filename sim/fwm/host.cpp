@@ -416,7 +416,7 @@ int32_t Host::keep_intf(uint32_t ifindex, uint32_t intf_id, int32_t flag)
         port->kept_intf.reset();
         return 0;
     }
-    return refuse(EINVAL, fmt::format("interface {:#x} with flag {}", intf_id, flag));
+    return refuse(EINVAL, fmt::format("SDK interface {} with flag {}", intf_id, flag));
 }
 
 int32_t Host::give_over_port_channel(uint32_t ifindex)

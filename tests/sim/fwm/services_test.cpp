@@ -251,9 +251,9 @@ TEST_F(Services, NothingElseIsKept)
     };
     EXPECT_EQ(keep(unknown, 42, 1), "0x10000050 is no port");
     EXPECT_EQ(keep(port_channel(1).ifindex, 42, 1), "0x20000001 is no port");
-    EXPECT_EQ(keep(eth0.ifindex, 0xFFFF, 1), "interface 65535 with flag 1");
-    EXPECT_EQ(keep(eth0.ifindex, 42, 0), "interface 42 with flag 0");
-    EXPECT_EQ(keep(eth0.ifindex, 42, 2), "interface 42 with flag 2");
+    EXPECT_EQ(keep(eth0.ifindex, 0xFFFF, 1), "SDK interface 65535 with flag 1");
+    EXPECT_EQ(keep(eth0.ifindex, 42, 0), "SDK interface 42 with flag 0");
+    EXPECT_EQ(keep(eth0.ifindex, 42, 2), "SDK interface 42 with flag 2");
     EXPECT_FALSE(eth0.kept_intf);
 }
 
