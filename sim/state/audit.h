@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "sim/state/snapshot.h"
+
+/* Does everything agree? Records against the ASIC and back, with the shared database, the table of
+ * virtual MACs and the configuration. */
+namespace kvnsim {
+
+enum class AuditKind : uint8_t {
+    orphan,     /* in the ASIC, and no record owns it */
+    dangling,   /* names something that is gone */
+    difference, /* two places say different things of one object */
+    missing,    /* wanted, and not there */
+    unwanted    /* there, owned, and not wanted */
+};
+const char *to_text(AuditKind kind); /* "orphan" */
+
+struct AuditFinding {
+    AuditKind kind;
+    std::string object;    /* "SDK interface 5", "MAC trap 3", "Ethernet8", "pm_sdb row of ..." */
+    std::string property;  /* what differs or dangles: "MTU", "LID entry"; empty for the whole */
+    std::string interface; /* the interface concerned, by name; empty without one */
+    std::string words;     /* one sentence, the object named and who made it */
+    std::vector<uint64_t> requests; /* those that made what is concerned; ascending */
+};
+
+/* All findings, in the order of the kinds, then as in the snapshot. Empty: all agrees. What the
+ * host keeps with good reason (ports' LIDs, the SDK interface kept for a port's membership, held
+ * port-channels) is no finding. Time grows with the number of rows only. */
+std::vector<AuditFinding> audit(const Snapshot &snapshot);
+
+} // namespace kvnsim

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "sim/state/show.h"
+#include "sim/state/snapshot.h"
+
+/* One interface, property by property: what is configured, recorded, programmed and published. */
+namespace kvnsim {
+
+/* A property. A side that does not know the property is empty. */
+struct ExplainedProperty {
+    std::string name; /* "MTU" */
+    std::string configured, library, asic, database;
+    bool differs = false; /* the sides that know it do not agree */
+    std::string call;     /* who wrote the ASIC's value, else the database's */
+};
+
+struct Explanation {
+    std::string interface, kind;
+    std::string state;         /* "created", "destroyed", "not made", "not known" */
+    std::string configured_at; /* "leaf.json:12:5: INTERFACE|Ethernet0", empty when not wanted */
+    std::string failure;       /* the last failed step, empty without one */
+    std::vector<ExplainedProperty> properties;
+    std::vector<AuditFinding> findings; /* the audit's that concern this interface */
+};
+
+/* std::invalid_argument for a name that neither the configuration nor the host knows. */
+Explanation explain(const Snapshot &snapshot, const std::string &interface);
+
+std::string to_text(const Explanation &explanation);
+std::string to_json(const Explanation &explanation); /* one document, ends with a newline */
+
+} // namespace kvnsim
