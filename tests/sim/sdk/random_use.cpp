@@ -1,0 +1,254 @@
+/* Any sequence of calls: each result is compared with what the tables, read row by row, say that it
+ * must be. */
+#include <algorithm>
+
+#include <rapidcheck.h>
+
+#include "device.h"
+
+using namespace kvnsim;
+
+namespace {
+
+/* Few of each, so that calls meet: every identifier and place is used again and again. */
+constexpr uint32_t few = 4;
+constexpr uint32_t table_limit = 6;
+
+template <class Rows, class Test> bool any(const Rows &rows, Test test)
+{
+    return std::any_of(rows.begin(), rows.end(), test);
+}
+
+template <class Rows, class Id> uint32_t lowest_free(const Rows &rows, Id id)
+{
+    uint32_t lowest = 1;
+    for (const auto &row : rows)
+        lowest += row.*id == lowest;
+    return lowest;
+}
+
+class Model {
+public:
+    void step()
+    {
+        const auto step = *rc::gen::element(
+            &Model::create_port, &Model::create_channel_interface, &Model::create_sub_interface,
+            &Model::create_svi, &Model::destroy_interface, &Model::bind, &Model::create_lid,
+            &Model::destroy_lid, &Model::add_path, &Model::create_channel, &Model::destroy_channel,
+            &Model::add_member, &Model::delete_member, &Model::create_trap, &Model::destroy_trap);
+        (this->*step)();
+        for (const TableUse &table : asic.tables()) {
+            RC_ASSERT(table.used <= table.high_water);
+            RC_ASSERT(table.used <= table.capacity);
+        }
+    }
+
+    /* Take down everything, referrers first: nothing may stand in the way. */
+    void destroy_all()
+    {
+        asic.batch_flush();
+        for (const AsicTrap &row : asic.traps())
+            RC_ASSERT(asic.trap_destroy(row.mac_trap_id) == SDK_E_NONE);
+        std::vector<uint32_t> ids;
+        while (!(ids = destroyable_interfaces()).empty()) {
+            for (const uint32_t id : ids)
+                RC_ASSERT(asic.intf_destroy(id) == SDK_E_NONE);
+        }
+        for (const AsicLid &row : asic.lids())
+            RC_ASSERT(asic.lid_destroy(row.lid_id) == SDK_E_NONE);
+        for (const AsicPortChannel &row : asic.port_channels()) {
+            for (const AsicMember &member : row.members)
+                RC_ASSERT(asic.member_delete(row.pc_id, mask_of({member.front_port})) ==
+                          SDK_E_NONE);
+            RC_ASSERT(asic.portchannel_destroy(row.pc_id) == SDK_E_NONE);
+        }
+        for (const TableUse &table : asic.tables())
+            RC_ASSERT(table.used == 0u);
+    }
+
+    Asic asic;
+
+private:
+    static uint32_t pick() { return *rc::gen::inRange<uint32_t>(1, few + 1); }
+    static uint32_t pick_id() { return *rc::gen::inRange<uint32_t>(0, table_limit + 2); }
+
+    void create_interface(uint32_t type, const sdk_intf_create_params &params, bool reference_there)
+    {
+        const auto rows = asic.interfaces();
+        const bool twin = any(rows, [&](const AsicInterface &row) {
+            return row.type == type && row.params.param1 == params.param1 &&
+                   row.params.param2 == params.param2 && row.params.param3 == params.param3;
+        });
+        uint32_t id = 0;
+        const SdkStatus status = asic.intf_create(type, params, id);
+        RC_ASSERT(status == (!reference_there             ? SDK_E_NOT_FOUND
+                             : twin                       ? SDK_E_EXISTS
+                             : rows.size() == table_limit ? SDK_E_FULL
+                                                          : SDK_E_NONE));
+        RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &AsicInterface::intf_id) : 0));
+    }
+    void create_port() { create_interface(1, {pick(), 0, 0, 0, 0}, true); }
+    void create_svi() { create_interface(3, {pick(), 0, 0, 0, 0}, true); }
+    void create_channel_interface()
+    {
+        const uint32_t pc_id = pick_id();
+        create_interface(1, {pc_id, 0, 1, 0, 0}, asic.port_channel(pc_id).has_value());
+    }
+    void create_sub_interface()
+    {
+        const uint32_t parent = pick_id();
+        create_interface(2, {parent, pick(), 0, 0, 0}, asic.interface(parent).has_value());
+    }
+
+    bool interface_is_held(uint32_t id)
+    {
+        return any(asic.interfaces(),
+                   [&](const AsicInterface &row) {
+                       return row.type == sdk_sub_interface && row.params.param1 == id;
+                   }) ||
+               any(asic.traps(), [&](const AsicTrap &row) { return row.intf_id == id; });
+    }
+    std::vector<uint32_t> destroyable_interfaces()
+    {
+        std::vector<uint32_t> ids;
+        for (const AsicInterface &row : asic.interfaces()) {
+            if (!interface_is_held(row.intf_id))
+                ids.push_back(row.intf_id);
+        }
+        return ids;
+    }
+    void destroy_interface()
+    {
+        const uint32_t id = pick_id();
+        const SdkStatus expected = !asic.interface(id)     ? SDK_E_NOT_FOUND
+                                   : interface_is_held(id) ? SDK_E_BUSY
+                                                           : SDK_E_NONE;
+        RC_ASSERT(asic.intf_destroy(id) == expected);
+        RC_ASSERT(asic.interface(id).has_value() == (expected == SDK_E_BUSY));
+    }
+
+    void bind()
+    {
+        const uint32_t intf_id = pick_id(), lid_id = pick_id();
+        const bool possible = asic.interface(intf_id) && asic.lid(lid_id);
+        RC_ASSERT(asic.attr_set(intf_id, SdkIntfAttrLid, lid_id) ==
+                  (possible ? SDK_E_NONE : SDK_E_NOT_FOUND));
+    }
+    void create_lid()
+    {
+        const auto rows = asic.lids();
+        uint32_t id = 0;
+        const SdkStatus status = asic.lid_create(id);
+        RC_ASSERT(status == (rows.size() == table_limit ? SDK_E_FULL : SDK_E_NONE));
+        RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &AsicLid::lid_id) : 0));
+    }
+    void destroy_lid()
+    {
+        const uint32_t id = pick_id();
+        const bool held = any(asic.interfaces(), [&](const AsicInterface &row) {
+            const AsicAttribute *bound = row.find(SdkIntfAttrLid);
+            return row.type != sdk_routed_port && bound && bound->value == id;
+        });
+        RC_ASSERT(asic.lid_destroy(id) == (!asic.lid(id) && !held ? SDK_E_NOT_FOUND
+                                           : held                 ? SDK_E_BUSY
+                                                                  : SDK_E_NONE));
+    }
+    void add_path()
+    {
+        const uint32_t lid_id = pick_id(), pc_id = pick_id();
+        const auto row = asic.lid(lid_id);
+        const bool possible = row && asic.port_channel(pc_id);
+        RC_ASSERT(asic.lid_path_add(lid_id, {SdkPortTypeChannel, 0, {}, pc_id}) ==
+                  (!possible             ? SDK_E_NOT_FOUND
+                   : !row->paths.empty() ? SDK_E_EXISTS
+                                         : SDK_E_NONE));
+    }
+
+    void create_channel()
+    {
+        const auto rows = asic.port_channels();
+        uint32_t id = 0;
+        const SdkStatus status = asic.portchannel_create(id);
+        RC_ASSERT(status == (rows.size() == table_limit ? SDK_E_FULL : SDK_E_NONE));
+        RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &AsicPortChannel::pc_id) : 0));
+    }
+    void destroy_channel()
+    {
+        const uint32_t id = pick_id();
+        const auto row = asic.port_channel(id);
+        const bool held =
+            row && (!row->members.empty() || any(asic.interfaces(), [&](const AsicInterface &intf) {
+                return intf.type == sdk_routed_port && intf.params.param3 == 1 &&
+                       intf.params.param1 == id;
+            }) || any(asic.lids(), [&](const AsicLid &lid) {
+                return any(lid.paths,
+                           [&](const AsicLidPath &path) { return path.path.pc_id == id; });
+            }));
+        RC_ASSERT(asic.portchannel_destroy(id) == (!row   ? SDK_E_NOT_FOUND
+                                                   : held ? SDK_E_BUSY
+                                                          : SDK_E_NONE));
+    }
+    bool is_member(uint32_t pc_id, uint32_t port)
+    {
+        const auto row = asic.port_channel(pc_id);
+        return row &&
+               any(row->members, [&](const AsicMember &one) { return one.front_port == port; });
+    }
+    void add_member()
+    {
+        const uint32_t pc_id = pick_id(), port = pick();
+        const bool taken = any(asic.port_channels(), [&](const AsicPortChannel &row) {
+            return is_member(row.pc_id, port);
+        });
+        RC_ASSERT(asic.member_add(pc_id, mask_of({port})) == (!asic.port_channel(pc_id)
+                                                                  ? SDK_E_NOT_FOUND
+                                                              : taken ? SDK_E_EXISTS
+                                                                      : SDK_E_NONE));
+    }
+    void delete_member()
+    {
+        const uint32_t pc_id = pick_id(), port = pick();
+        const bool there = is_member(pc_id, port);
+        RC_ASSERT(asic.member_delete(pc_id, mask_of({port})) ==
+                  (there ? SDK_E_NONE : SDK_E_NOT_FOUND));
+        RC_ASSERT(!is_member(pc_id, port));
+    }
+
+    void create_trap()
+    {
+        const uint32_t intf_id = pick_id();
+        const std::array<uint8_t, 6> mac{0, 0, 0x5e, 0, 1, static_cast<uint8_t>(pick())};
+        const auto rows = asic.traps();
+        const bool twin = any(
+            rows, [&](const AsicTrap &row) { return row.intf_id == intf_id && row.mac == mac; });
+        uint32_t id = 0;
+        const SdkStatus status = asic.trap_create(intf_id, mac, id);
+        RC_ASSERT(status == (!asic.interface(intf_id)     ? SDK_E_NOT_FOUND
+                             : twin                       ? SDK_E_EXISTS
+                             : rows.size() == table_limit ? SDK_E_FULL
+                                                          : SDK_E_NONE));
+        RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &AsicTrap::mac_trap_id) : 0));
+    }
+    void destroy_trap()
+    {
+        const uint32_t id = pick_id();
+        const bool there = asic.trap(id).has_value();
+        RC_ASSERT(asic.trap_destroy(id) == (there ? SDK_E_NONE : SDK_E_NOT_FOUND));
+        RC_ASSERT(!asic.trap(id).has_value());
+    }
+};
+
+} // namespace
+
+TEST(RandomUse, HasTheResultsThatTheTablesAskFor)
+{
+    EXPECT_TRUE(rc::check("any sequence of calls", [] {
+        Model model;
+        for (const char *table : {"intf", "lid", "pc", "trap"})
+            RC_ASSERT(model.asic.set_limit(table, table_limit) == "");
+        const int steps = *rc::gen::inRange(0, 200);
+        for (int step = 0; step < steps; ++step)
+            model.step();
+        model.destroy_all();
+    }));
+}
