@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+
+#include "sim/config/desired.h"
+
+/* Random configurations: each change keeps the configuration sound, as if read without an error. */
+namespace kvnsim {
+
+class RandomDesired {
+public:
+    /* About so many L3 interfaces at most; the same seed gives the same configurations. */
+    explicit RandomDesired(uint32_t interfaces);
+
+    /* Make one random change, chosen by the seed alone; says what it did: "Vlan7: MTU 1500". */
+    std::string change(uint64_t seed);
+
+    const Desired &desired() const { return desired_; }
+
+private:
+    using Random = std::mt19937_64;
+    uint32_t pick(uint32_t below); /* 0..below-1 */
+    bool often() { return pick(3) != 0; }
+    std::string port_name(uint32_t number) const;
+    L3Settings random_l3();
+    uint16_t random_mtu();
+    bool is_member(const std::string &port) const;
+    bool can_have_sub_interfaces(const std::string &parent) const;
+    L3Settings *l3_of(const std::string &interface);
+    std::string random_interface();
+
+    std::string toggle_routed_port();
+    std::string toggle_port_channel();
+    std::string toggle_member();
+    std::string toggle_routing_of_port_channel();
+    std::string toggle_svi();
+    std::string toggle_sub_interface();
+    std::string toggle_virtual_mac();
+    std::string change_settings();
+    std::string change_port_mtu();
+    std::string change_router_mac();
+    void tidy(); /* drop what lost what it stands on */
+
+    Desired desired_;
+    uint32_t ports_, port_channels_, svis_, sub_interfaces_;
+    Random random_;
+};
+
+} // namespace kvnsim

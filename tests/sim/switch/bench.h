@@ -1,0 +1,103 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "sim/sdk/asic.h"
+#include "sim/switch/switch.h"
+
+namespace kvnsim {
+
+/* What a configuration wants; the test fails when it has errors. */
+inline Desired wanted(const std::string &json)
+{
+    const Configuration configuration = read_configuration("test.json", json);
+    for (const Finding &finding : configuration.findings) {
+        if (finding.severity == Finding::Severity::error)
+            ADD_FAILURE() << finding.to_text();
+    }
+    return configuration.desired;
+}
+
+/* Twelve ports, and the tables of the rest. */
+inline Desired with_ports(const std::string &tables)
+{
+    std::string ports;
+    for (int number = 0; number < 12; ++number)
+        ports += std::string(number != 0 ? ", " : "") + "\"Ethernet" + std::to_string(number * 4) +
+                 "\": {}";
+    return wanted("{\"PORT\": {" + ports + "}" + (tables.empty() ? "" : ", ") + tables + "}");
+}
+
+inline std::vector<std::string> words(const Plan &plan)
+{
+    std::vector<std::string> all;
+    for (const Step &step : plan.steps)
+        all.push_back(step.words);
+    return all;
+}
+
+/* The library's calls that program something, request by request: "add_l3port(Ethernet0): ...". */
+class Requests : public Observer {
+public:
+    Requests() { Journal::instance().add(*this); }
+    ~Requests() override { Journal::instance().remove(*this); }
+
+    std::vector<std::string> made;  /* "l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1)" */
+    std::vector<std::string> calls; /* names of the calls, in order */
+
+    void request_begins(const Request &request) override
+    {
+        made.push_back(std::string(request.entry) + "(" + request.arguments + ")");
+    }
+    void call_made(const Call &call) override { calls.push_back(call.what->name()); }
+};
+
+/* A switch, and what its ASIC holds. */
+class SwitchTest : public ::testing::Test {
+protected:
+    Switch sw;
+
+    void bring_about(const Desired &want)
+    {
+        const Applied applied = sw.apply(want);
+        for (const Failure &failure : applied.failures)
+            ADD_FAILURE() << failure.step.words << ": " << failure.message;
+    }
+
+    static uint32_t used(const std::string &table)
+    {
+        for (const TableUse &use : Asic::instance().tables()) {
+            if (table == use.name)
+                return use.used;
+        }
+        ADD_FAILURE() << "no table " << table;
+        return 0;
+    }
+
+    static void expect_empty_asic()
+    {
+        for (const TableUse &use : Asic::instance().tables())
+            EXPECT_EQ(use.used, 0U) << use.description;
+    }
+
+    static const HostInterface &interface(const std::string &name)
+    {
+        const HostInterface *found = Host::instance().find(name);
+        if (found == nullptr)
+            throw std::runtime_error("no interface " + name);
+        return *found;
+    }
+
+    /* An attribute's value in the ASIC; -1 when it was never written. */
+    static int64_t attribute(const std::string &name, uint32_t number)
+    {
+        const auto row = Asic::instance().interface(interface(name).intf_id());
+        const AsicAttribute *value = row ? row->find(number) : nullptr;
+        return value != nullptr ? int64_t{value->value} : -1;
+    }
+};
+
+} // namespace kvnsim

@@ -1,0 +1,160 @@
+#include <set>
+
+#include "l3lifpd_kavelin.h"
+#include "platform_api/libsdk.h"
+#include "tests/sim/switch/bench.h"
+
+namespace kvnsim {
+namespace {
+
+class EntryPointsTest : public SwitchTest {
+protected:
+    Host &host = Host::instance();
+
+    HostInterface &port()
+    {
+        HostInterface &added = *host.add_port("Ethernet0", 0);
+        EXPECT_TRUE(host.make_port_lid(added).ok());
+        host.register_l3(added);
+        return added;
+    }
+
+    static Response call(const char *name, const std::vector<Value> &values)
+    {
+        const EntryPoint *entry = EntryPoint::find(name);
+        if (entry == nullptr)
+            throw std::runtime_error(std::string("no entry point ") + name);
+        return entry->call(values);
+    }
+};
+
+TEST_F(EntryPointsTest, TheTableHasAll36UnderTheirOwnNames)
+{
+    std::set<std::string> names;
+    for (const EntryPoint *entry : EntryPoint::all()) {
+        names.insert(entry->name());
+        EXPECT_EQ(EntryPoint::find(entry->name()), entry);
+        EXPECT_STRNE(entry->purpose(), "");
+    }
+    EXPECT_EQ(names.size(), 36U);
+    EXPECT_EQ(EntryPoint::find("add_svi"), EntryPoint::find("l3lifpd_kvn_add_svi"));
+    EXPECT_EQ(EntryPoint::find("add_nothing"), nullptr);
+}
+
+TEST_F(EntryPointsTest, ARequestCarriesItsArgumentsSubjectAndCause)
+{
+    HostInterface &eth0 = port();
+    const CauseScope cause("INTERFACE|Ethernet0");
+    const Response response = entry::add_l3port(eth0, 1);
+    EXPECT_FALSE(response.failed);
+    EXPECT_STREQ(response.request->entry, "l3lifpd_kvn_add_l3port");
+    EXPECT_EQ(response.request->arguments, "l3lif=Ethernet0 create=1");
+    EXPECT_EQ(response.request->subject, "Ethernet0");
+    EXPECT_EQ(response.request->cause, "INTERFACE|Ethernet0");
+    EXPECT_EQ(response.request->result, 0);
+}
+
+TEST_F(EntryPointsTest, CausesNestAndTheInnerOneCounts)
+{
+    EXPECT_EQ(CauseScope::current(), "");
+    const CauseScope outer("outer");
+    {
+        const CauseScope inner("inner");
+        EXPECT_EQ(CauseScope::current(), "inner");
+    }
+    EXPECT_EQ(CauseScope::current(), "outer");
+}
+
+TEST_F(EntryPointsTest, InterfacesAreGivenByNameByIndexOrAsNull)
+{
+    HostInterface &eth0 = port();
+    EXPECT_EQ(call("is_lif_pc_member", {Value::text("Ethernet0")}).result, 0);
+    EXPECT_EQ(call("ifindex_to_port", {Value::integer(eth0.ifindex)}).result, 1);
+    EXPECT_EQ(call("ifindex_to_port", {Value::text("Ethernet0")}).result, 1);
+    EXPECT_EQ(call("add_l3port", {Value(), Value::integer(1)}).result, -1);
+}
+
+TEST_F(EntryPointsTest, AnArgumentThatDoesNotFitIsRefusedByNameBeforeAnyRequest)
+{
+    const auto refusal = [](const char *name, const std::vector<Value> &values) {
+        try {
+            call(name, values);
+        } catch (const std::invalid_argument &error) {
+            return std::string(error.what());
+        }
+        return std::string("accepted");
+    };
+    EXPECT_EQ(refusal("add_svi", {Value::text("Vlan9"), Value::integer(9)}),
+              "l3lif: expected an interface, not \"Vlan9\"");
+    EXPECT_EQ(refusal("rmac_del", {Value::text("one")}),
+              "peer_mac_id: expected a number, not \"one\"");
+    EXPECT_EQ(refusal("rmac_add", {Value::text("00:00:5e:00:01")}),
+              "mac: expected a MAC address such as 00:00:5e:00:01:0a, not \"00:00:5e:00:01\"");
+    EXPECT_EQ(refusal("rmac_del", {}), "l3lifpd_kvn_rmac_del takes 1 arguments, not 0");
+    EXPECT_EQ(Journal::instance().requests_made(), 0U);
+}
+
+TEST_F(EntryPointsTest, TheDumpPrintsIntoTheResponse)
+{
+    HostInterface &eth0 = port();
+    entry::add_l3port(eth0, 1);
+    const Response response =
+        call("dump_l3lif", {Value::text("output"), Value::text("show"), Value::text("Ethernet0")});
+    EXPECT_EQ(response.output, "show: intf_id  " + std::to_string(eth0.intf_id()) + " lid_id  " +
+                                   std::to_string(*eth0.lid_id) + ".\n");
+    EXPECT_EQ(call("dump_l3lif", {Value(), Value::text("show"), Value::text("Ethernet0")}).output,
+              "");
+}
+
+TEST_F(EntryPointsTest, AMacIsWrittenInDottedForm)
+{
+    const Response response =
+        call("l3lifpd_dump_format_mac_bytes", {Value::text("00:00:5e:00:01:0a"), Value()});
+    EXPECT_EQ(response.output, "0000.5e00.010a");
+}
+
+TEST_F(EntryPointsTest, ARouterMacThatTheSdkRefusesIsAFailureAndAnIdentifierIsNot)
+{
+    const Mac mac{0, 0, 0x5e, 0, 0x53, 1};
+    const Response added = entry::rmac_add(mac);
+    EXPECT_FALSE(added.refused);
+    EXPECT_TRUE(entry::rmac_add(mac).refused);
+    EXPECT_TRUE(entry::rmac_add(Mac{}).refused);
+    EXPECT_FALSE(entry::rmac_del(static_cast<int32_t>(added.result)).refused);
+}
+
+TEST_F(EntryPointsTest, ACallThatFailedWithinASuccessfulRequestIsSeen)
+{
+    HostInterface &eth0 = port();
+    Journal::instance().faults.add("libsdk_intf_attr_set:3=SDK_E_FULL");
+    const Response response = entry::add_l3port(eth0, 1);
+    EXPECT_EQ(response.result, 0);
+    EXPECT_TRUE(response.failed);
+    EXPECT_FALSE(response.refused);
+    EXPECT_EQ(response.request->first_failure, "libsdk_intf_attr_set: SDK_E_FULL");
+}
+
+TEST_F(EntryPointsTest, EveryPropertyWritesTheAttributeThatItsRowNames)
+{
+    HostInterface &eth0 = port();
+    entry::add_l3port(eth0, 1);
+    for (const PropertyRow &row : properties()) {
+        EXPECT_EQ(find_property(row.name), &row);
+        EXPECT_EQ(find_property(row.enumerator), &row);
+        EXPECT_EQ(find_property(std::to_string(row.type)), &row);
+        const uint32_t value = row.type == L3LIF_PROP_MTU ? 1400 : 1;
+        Requests requests;
+        EXPECT_FALSE(entry::set_l3_property(eth0, row.type, value).failed) << row.name;
+        const bool programs =
+            std::count(requests.calls.begin(), requests.calls.end(), "libsdk_intf_attr_set") == 1;
+        EXPECT_EQ(programs, row.attribute != 0) << row.name;
+        if (row.attribute == 0)
+            continue;
+        const bool writes_0 = row.inverted || row.type == L3LIF_PROP_DF_MASK_CLEAR;
+        EXPECT_EQ(attribute("Ethernet0", row.attribute), writes_0 ? 0 : value) << row.name;
+    }
+    EXPECT_EQ(find_property("speed"), nullptr);
+}
+
+} // namespace
+} // namespace kvnsim

@@ -1,0 +1,343 @@
+#include "l3lifpd_kavelin.h"
+#include "platform_api/libsdk.h"
+#include "tests/sim/switch/bench.h"
+
+namespace kvnsim {
+namespace {
+
+const char *const each_kind = R"({
+    "DEVICE_METADATA": {"localhost": {"mac": "00:00:5e:00:53:01"}},
+    "VRF": {"VrfBlue": {}, "VrfGreen": {}},
+    "PORT": {"Ethernet0": {"mtu": "9216"}, "Ethernet4": {}, "Ethernet8": {}, "Ethernet12": {}},
+    "INTERFACE": {"Ethernet0": {"vrf_name": "VrfBlue", "nat_zone": "3"},
+                  "Ethernet0|192.0.2.0/31": {}, "Ethernet0|2001:db8::/127": {}},
+    "PORTCHANNEL": {"PortChannel12": {"mtu": "9000"}},
+    "PORTCHANNEL_MEMBER": {"PortChannel12|Ethernet4": {}, "PortChannel12|Ethernet8": {}},
+    "PORTCHANNEL_INTERFACE": {"PortChannel12": {"vrf_name": "VrfGreen"},
+                              "PortChannel12|192.0.2.4/31": {}},
+    "VLAN": {"Vlan100": {}},
+    "VLAN_INTERFACE": {"Vlan100": {}, "Vlan100|198.51.100.1/24": {}},
+    "VLAN_SUB_INTERFACE": {"Ethernet0.10": {"vrf_name": "VrfBlue"}, "Ethernet0.10|192.0.2.2/31": {},
+                           "Po12.20": {"vlan": "20"}},
+    "VRRP": {"Vlan100|10": {"vid": "10"}}})";
+
+class AppliedTest : public SwitchTest {
+protected:
+    void expect_failure(const Applied &applied, const std::string &message)
+    {
+        ASSERT_EQ(applied.failures.size(), 1U);
+        EXPECT_EQ(applied.failures[0].message, message);
+    }
+    static void fail(const std::string &specification)
+    {
+        EXPECT_EQ(Journal::instance().faults.add(specification), "");
+    }
+};
+
+TEST_F(AppliedTest, EachKindOfInterfaceIsInTheAsicWithItsSettings)
+{
+    bring_about(wanted(each_kind));
+    EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrMtuIdx), 9216);
+    EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrIpv4UcstEn), 1);
+    EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrIpv6UcstEn), 1);
+    EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrIpv4Vpn), sw.vpn_of("VrfBlue"));
+    EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrIpv6Vpn), sw.vpn_of("VrfBlue"));
+    EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrDefSgt), 1);
+    EXPECT_EQ(attribute("PortChannel12", SdkIntfAttrDefSgt), 0x800D);
+    EXPECT_EQ(attribute("PortChannel12", SdkIntfAttrMtuIdx), 9000);
+    EXPECT_EQ(attribute("PortChannel12", SdkIntfAttrIpv4Vpn), sw.vpn_of("VrfGreen"));
+    EXPECT_EQ(attribute("Vlan100", SdkIntfAttrMtuIdx), 9100);
+    EXPECT_EQ(attribute("Ethernet0.10", SdkIntfAttrLid), attribute("Ethernet0", SdkIntfAttrLid));
+    EXPECT_EQ(attribute("Po12.20", SdkIntfAttrLid), attribute("PortChannel12", SdkIntfAttrLid));
+    EXPECT_EQ(attribute("Po12.20", SdkIntfAttrMtuIdx), 9000);
+    EXPECT_EQ(used("intf"), 5U);
+    EXPECT_EQ(used("pc"), 1U);
+    EXPECT_EQ(used("rmac"), 1U);
+    EXPECT_EQ(used("trap"), 1U);
+    EXPECT_EQ(Asic::instance().port_channels().at(0).members.size(), 2U);
+    const auto row = Host::instance().db().l3lif_row(interface("Ethernet0").ifindex);
+    ASSERT_TRUE(row);
+    EXPECT_EQ(row->mtu, 9216U);
+    EXPECT_EQ(row->v4_vpn_id, sw.vpn_of("VrfBlue"));
+    EXPECT_EQ(row->nat_zone, 3U);
+}
+
+TEST_F(AppliedTest, ApplyingTheSameConfigurationAgainMakesNoCall)
+{
+    const Desired want = wanted(each_kind);
+    bring_about(want);
+    const Requests requests;
+    EXPECT_EQ(sw.apply(want).steps_done, 0U);
+    EXPECT_TRUE(requests.made.empty());
+    EXPECT_TRUE(requests.calls.empty());
+}
+
+TEST_F(AppliedTest, CreatedDestroyedAndCreatedAgainLeavesNothingBehind)
+{
+    const Desired want = wanted(each_kind);
+    for (int round = 0; round < 3; ++round) {
+        bring_about(want);
+        EXPECT_EQ(used("intf"), 5U);
+        bring_about(Desired());
+        expect_empty_asic();
+        EXPECT_EQ(Host::instance().size(), 0U);
+        EXPECT_TRUE(Host::instance().db().l3lif_rows().empty());
+        EXPECT_TRUE(Host::instance().db().pm_rows().empty());
+        EXPECT_TRUE(Host::instance().db().pc_rows().empty());
+        EXPECT_TRUE(Host::instance().db().label_rows().empty());
+        EXPECT_TRUE(Host::instance().db().member_intf_rows().empty());
+    }
+}
+
+TEST_F(AppliedTest, APortThatIsNoLongerRoutedKeepsItsSdkInterfaceUntilItIsRoutedAgain)
+{
+    const Desired routed = with_ports(R"("INTERFACE": {"Ethernet0": {}})");
+    bring_about(routed);
+    const uint32_t first = interface("Ethernet0").intf_id();
+    bring_about(with_ports(""));
+    EXPECT_EQ(used("intf"), 1U);
+    EXPECT_EQ(interface("Ethernet0").kept_intf, first);
+    Requests requests;
+    bring_about(routed);
+    EXPECT_EQ(used("intf"), 1U);
+    EXPECT_FALSE(interface("Ethernet0").kept_intf);
+    ASSERT_GE(requests.calls.size(), 2U);
+    EXPECT_EQ(requests.calls[0], "fwmpd_kavelin_batch_flush");
+    EXPECT_EQ(requests.calls[1], "libsdk_intf_destroy");
+}
+
+TEST_F(AppliedTest, ASecondConfigurationChangesOnlyWhatDiffers)
+{
+    bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {}, "Ethernet4": {}})"));
+    const Requests requests;
+    bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {}, "Ethernet4|2001:db8::/127": {}})"));
+    EXPECT_EQ(requests.made,
+              (std::vector<std::string>{
+                  "l3lifpd_kvn_set_l3_property(l3lif=Ethernet4 prop_type=6 value=1)"}));
+}
+
+TEST_F(AppliedTest, EveryDeleteEntryPointIsReachedByAnEmptyConfiguration)
+{
+    bring_about(wanted(each_kind));
+    const Requests requests;
+    bring_about(Desired());
+    std::set<std::string> entries;
+    for (const std::string &request : requests.made)
+        entries.insert(request.substr(0, request.find('(')));
+    for (const char *entry :
+         {"l3lifpd_kvn_del_l3port", "l3lifpd_kvn_del_svi", "l3lifpd_kvn_del_subint",
+          "l3lifpd_kvn_del_l3pc", "l3lifpd_kvn_del_l3pc_member", "l3lifpd_kvn_rmac_del",
+          "l3lifpd_kvn_fhrp_mac_del"})
+        EXPECT_EQ(entries.count(entry), 1U) << entry;
+}
+
+TEST_F(AppliedTest, AnotherRouterMacReplacesTheFirst)
+{
+    bring_about(wanted(R"({"DEVICE_METADATA": {"localhost": {"mac": "00:00:5e:00:53:01"}}})"));
+    bring_about(wanted(R"({"DEVICE_METADATA": {"localhost": {"mac": "00:00:5e:00:53:02"}}})"));
+    ASSERT_EQ(used("rmac"), 1U);
+    EXPECT_EQ(Asic::instance().router_macs().at(0).mac[5], 2);
+}
+
+TEST_F(AppliedTest, VpnNumbersAreTheLowestFreeAndComeBackWhenAVrfGoes)
+{
+    const auto in_vrf = [](const std::string &port, const std::string &vrf) {
+        return "\"VRF\": {\"" + vrf + "\": {}}, \"INTERFACE\": {\"" + port +
+               "\": {\"vrf_name\": \"" + vrf + "\"}}";
+    };
+    bring_about(with_ports(in_vrf("Ethernet0", "VrfRed")));
+    EXPECT_EQ(sw.vpn_of("VrfRed"), 1U);
+    EXPECT_EQ(sw.vpn_of(""), 0U);
+    bring_about(with_ports(in_vrf("Ethernet0", "VrfBlue")));
+    EXPECT_EQ(sw.vpn_of("VrfBlue"), 2U);
+    EXPECT_EQ(sw.vpns().count("VrfRed"), 0U);
+    bring_about(with_ports(in_vrf("Ethernet0", "VrfGreen")));
+    EXPECT_EQ(sw.vpn_of("VrfGreen"), 1U);
+}
+
+/* ---- Members that are routed ports themselves ---- */
+
+const char *const routed_member = R"("INTERFACE": {"Ethernet0": {}},
+    "PORTCHANNEL": {"PortChannel1": {}}, "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
+    "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}, "PortChannel1|Ethernet4": {}})";
+
+TEST_F(AppliedTest, TheLibraryDeclinesAMemberThatIsRouted)
+{
+    const Desired want = with_ports(routed_member);
+    bring_about(want);
+    EXPECT_EQ(sw.declined_members().count({"PortChannel1", "Ethernet0"}), 1U);
+    const auto channels = Asic::instance().port_channels();
+    ASSERT_EQ(channels.size(), 1U);
+    ASSERT_EQ(channels[0].members.size(), 1U);
+    EXPECT_EQ(channels[0].members[0].front_port, 2U);
+    EXPECT_EQ(sw.apply(want).steps_done, 0U);
+    bring_about(Desired());
+    expect_empty_asic();
+}
+
+TEST_F(AppliedTest, ADeclinedMemberStillTakesItsOwnSettings)
+{
+    bring_about(with_ports(routed_member));
+    Desired want = with_ports(routed_member);
+    want.routed_ports.at("Ethernet0").l3.ipv6 = true;
+    bring_about(want);
+    EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrIpv6UcstEn), 1);
+    EXPECT_EQ(attribute("PortChannel1", SdkIntfAttrIpv6UcstEn), -1);
+}
+
+TEST_F(AppliedTest, ADeclinedMemberJoinsOnceItIsNoLongerRouted)
+{
+    bring_about(with_ports(routed_member));
+    Desired want = with_ports(routed_member);
+    want.routed_ports.clear();
+    bring_about(want);
+    EXPECT_TRUE(sw.declined_members().empty());
+    EXPECT_EQ(Asic::instance().port_channels().at(0).members.size(), 2U);
+    EXPECT_TRUE(sw.plan(want).empty());
+    bring_about(Desired());
+    expect_empty_asic();
+}
+
+TEST_F(AppliedTest, AMemberThatBecomesRoutedLeavesThePortChannel)
+{
+    Desired want = with_ports(routed_member);
+    want.routed_ports.clear();
+    bring_about(want);
+    bring_about(with_ports(routed_member));
+    EXPECT_NE(interface("Ethernet0").intf_id(), no_id);
+    EXPECT_EQ(Asic::instance().port_channels().at(0).members.size(), 1U);
+    EXPECT_TRUE(sw.plan(with_ports(routed_member)).empty());
+}
+
+/* ---- Failures ---- */
+
+TEST_F(AppliedTest, AFailureNamesTheRequestTheCallAndTheStatus)
+{
+    const Desired want = with_ports(R"("INTERFACE": {"Ethernet0": {}, "Ethernet4": {}})");
+    fail("libsdk_intf_create:1=SDK_E_FULL");
+    const Applied applied = sw.apply(want);
+    expect_failure(applied, "l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1) returned -1: "
+                            "libsdk_intf_create: SDK_E_FULL (injected)");
+    EXPECT_EQ(applied.failures[0].step.cause.row(), "INTERFACE|Ethernet0");
+    EXPECT_EQ(sw.last_failures().count("Ethernet0"), 1U);
+    EXPECT_NE(interface("Ethernet4").intf_id(), no_id);
+    bring_about(want);
+    EXPECT_NE(interface("Ethernet0").intf_id(), no_id);
+    EXPECT_TRUE(sw.last_failures().empty());
+}
+
+TEST_F(AppliedTest, ARequestThatReturned0AlthoughACallFailedIsAFailureAndIsWrittenAgain)
+{
+    const Desired want =
+        with_ports(R"("INTERFACE": {"Ethernet0": {}, "Ethernet0|192.0.2.0/31": {}})");
+    fail("libsdk_intf_attr_set:3"); /* LID, tag, then IPv4 unicast */
+    const Applied applied = sw.apply(want);
+    ASSERT_EQ(applied.failures.size(), 1U);
+    EXPECT_EQ(applied.failures[0].request->result, 0);
+    EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrIpv4UcstEn), 1); /* written right after */
+    EXPECT_TRUE(sw.plan(want).empty());
+}
+
+TEST_F(AppliedTest, ASettingThatWasRefusedIsTriedAgainByTheNextApply)
+{
+    bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {}})"));
+    const Desired want = with_ports(R"("INTERFACE": {"Ethernet0|2001:db8::/127": {}})");
+    fail("libsdk_intf_attr_set:1=SDK_E_INTERNAL");
+    EXPECT_EQ(sw.apply(want).failures.size(), 1U);
+    EXPECT_EQ(words(sw.plan(want)), (std::vector<std::string>{"change Ethernet0: IPv6 on"}));
+    bring_about(want);
+    EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrIpv6UcstEn), 1);
+}
+
+TEST_F(AppliedTest, ASubInterfaceIsRefusedByTheHostWhenItsParentHasNoLid)
+{
+    const Desired want =
+        with_ports(R"("INTERFACE": {"Ethernet0": {}}, "VLAN_SUB_INTERFACE": {"Ethernet0.10": {}})");
+    fail("libsdk_intf_create:1");
+    const Applied applied = sw.apply(want);
+    ASSERT_EQ(applied.failures.size(), 2U);
+    EXPECT_EQ(applied.failures[1].message,
+              "refused, the library would abort: parent Ethernet0 is not routed");
+    EXPECT_EQ(applied.failures[1].request, nullptr);
+    bring_about(want);
+    EXPECT_EQ(used("intf"), 2U);
+}
+
+TEST_F(AppliedTest, WhatMayAndMayNotBeASubInterfaceIsSaid)
+{
+    Host &host = Host::instance();
+    HostInterface &parent = *host.add_port("Ethernet0", 0);
+    HostInterface &sub = *host.add_sub_interface("Ethernet0.1", parent, 1);
+    EXPECT_EQ(Switch::why_not_sub_interface(parent.ifindex), "not a sub-interface");
+    EXPECT_EQ(Switch::why_not_sub_interface(0), "not a sub-interface");
+    EXPECT_EQ(Switch::why_not_sub_interface(sub.ifindex), "parent Ethernet0 is not routed");
+    host.register_l3(parent);
+    EXPECT_EQ(Switch::why_not_sub_interface(sub.ifindex), "parent Ethernet0 has no LID");
+    ASSERT_TRUE(host.make_port_lid(parent).ok());
+    entry::add_l3port(parent, 1);
+    EXPECT_EQ(Switch::why_not_sub_interface(sub.ifindex), "");
+}
+
+TEST_F(AppliedTest, AVirtualMacWhoseTrapTheAsicRefusedIsAFailureAlthoughTheLibrarySaysSuccess)
+{
+    const Desired want = wanted(each_kind);
+    fail("libsdk_intf_router_mac_trap_create:1=SDK_E_FULL");
+    const Applied applied = sw.apply(want);
+    expect_failure(applied,
+                   "l3lifpd_kvn_fhrp_mac_add(mac=00:00:5e:00:01:0a ifindex=Vlan100) returned 0: "
+                   "libsdk_intf_router_mac_trap_create: SDK_E_FULL (injected)");
+    bring_about(want);
+    EXPECT_EQ(used("trap"), 1U);
+}
+
+TEST_F(AppliedTest, AnInterfaceThatTheAsicWouldNotDestroyIsDestroyedByTheNextApply)
+{
+    bring_about(wanted(each_kind));
+    fail("libsdk_intf_destroy:1=SDK_E_TIMEOUT");
+    EXPECT_FALSE(sw.apply(Desired()).failures.empty());
+    bring_about(Desired());
+    expect_empty_asic();
+}
+
+TEST_F(AppliedTest, ATearDownThatFailedHalfWayStaysAsTheLibraryLeftIt)
+{
+    bring_about(wanted(each_kind));
+    fail("libsdk_portchannel_destroy:1=SDK_E_BUSY");
+    const Applied applied = sw.apply(Desired());
+    ASSERT_EQ(applied.failures.size(), 1U);
+    EXPECT_EQ(applied.failures[0].message,
+              "l3lifpd_kvn_del_l3pc(l3lif=Ethernet8 destroy=1) returned -1: "
+              "libsdk_portchannel_destroy: SDK_E_BUSY (injected)");
+    EXPECT_EQ(used("pc"), 1U);
+    EXPECT_EQ(used("intf"), 0U);
+    EXPECT_TRUE(sw.plan(Desired()).empty());
+}
+
+TEST_F(AppliedTest, AStopLeavesTheRestAndTheNextApplyGoesOn)
+{
+    const Desired want = wanted(each_kind);
+    size_t asked = 0;
+    const Applied first = sw.apply(sw.plan(want), want, [&] { return ++asked > 3; });
+    EXPECT_TRUE(first.interrupted);
+    EXPECT_EQ(first.steps_done, 3U);
+    size_t told = 0;
+    const Applied second =
+        sw.apply(sw.plan(want), want, {}, [&](size_t done, size_t) { told = done; });
+    EXPECT_FALSE(second.interrupted);
+    EXPECT_EQ(told, second.steps_done);
+    EXPECT_TRUE(sw.plan(want).empty());
+    EXPECT_EQ(used("intf"), 5U);
+}
+
+TEST_F(AppliedTest, ANewSwitchKnowsNothingOfTheOneBefore)
+{
+    bring_about(wanted(each_kind));
+    ASSERT_NE(fhrp_mac_hash, nullptr);
+    const Switch next;
+    EXPECT_EQ(fhrp_mac_hash, nullptr);
+    EXPECT_EQ(Host::instance().size(), 0U);
+    expect_empty_asic();
+}
+
+} // namespace
+} // namespace kvnsim
