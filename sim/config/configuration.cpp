@@ -257,7 +257,7 @@ private:
         }
         const Place where = moved(row.place, field.value_at);
         if (field.kind != ValueKind::text) {
-            draft_.error(where, fmt::format("{} is {}: expected a string with {}", spec.name,
+            draft_.error(where, fmt::format("{} is {}: expected {}, in quotes", spec.name,
                                             to_text(field.kind), expected(spec)));
             return false;
         }

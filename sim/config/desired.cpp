@@ -88,12 +88,8 @@ std::string Place::to_text() const
 std::string Finding::to_text() const
 {
     std::string text = place.to_text() + ": " + word(severity) + message;
-    if (other) {
-        text += fmt::format(" (see {}:{}", other->line, other->column);
-        if (!other->table.empty())
-            text += ": " + printable(other->row());
-        text += ")";
-    }
+    if (other)
+        text += fmt::format(" (see {})", other->to_text());
     return text;
 }
 

@@ -105,8 +105,8 @@ struct Finding {
     Place place;
     std::string message;        /* what is wrong and what was expected */
     std::optional<Place> other; /* the row it conflicts with */
-    /* "file:line:column: table|key: message (see line:column: table|key)"; "warning: " or "note: "
-     * stands before the message of a finding that is no error. One line, whatever the file held. */
+    /* "file:line:column: table|key: message (see file:line:column: table|key)"; "warning: " or
+     * "note: " stands before the message of a finding that is no error. Always one line. */
     std::string to_text() const;
 };
 

@@ -88,7 +88,7 @@ public:
 
     bool Key(const char *s, rapidjson::SizeType length, bool)
     {
-        const Position at = token_start();
+        const Position at = token_start(false);
         if (passed_over_ > 0)
             return true;
         const std::string name{s, length};
@@ -111,13 +111,13 @@ public:
     bool StartArray() { return value(ValueKind::list, {}) && opens(passed_over_); }
     bool EndObject(rapidjson::SizeType)
     {
-        token_start();
+        token_start(true);
         --(passed_over_ > 0 ? passed_over_ : level_);
         return true;
     }
     bool EndArray(rapidjson::SizeType)
     {
-        token_start();
+        token_start(true);
         --passed_over_;
         return true;
     }
@@ -130,19 +130,20 @@ private:
         return !too_deep;
     }
 
-    /* The parser tells of a token when it has read it: it began after the one before. */
-    Position token_start()
+    /* The parser tells of a string, number or word when it has read it, and of a bracket before:
+     * in either case the token begins after the one before. */
+    Position token_start(bool is_bracket)
     {
         while (is_blank(text_[token_end_]) || text_[token_end_] == ',' || text_[token_end_] == ':')
             ++token_end_;
         const Position at = cursor_.move_to(token_end_);
-        token_end_ = stream_.Tell();
+        token_end_ = is_bracket ? token_end_ + 1 : stream_.Tell();
         return at;
     }
 
     bool value(ValueKind kind, std::string_view text)
     {
-        const Position at = token_start();
+        const Position at = token_start(kind == ValueKind::object || kind == ValueKind::list);
         if (passed_over_ > 0)
             return true;
         if (level_ == 0) {
@@ -194,8 +195,13 @@ std::string explain(rapidjson::ParseErrorCode code, const std::string &text, siz
     if ((found == '}' || found == ']') && before > 0 && text[before - 1] == ',')
         return fmt::format("there is a comma before '{}': expected none after the last entry",
                            found);
-    if (code != rapidjson::kParseErrorStringInvalidEncoding && (found == '/' || found == '#'))
+    if (found == '/' || found == '#')
         return "there is a comment: JSON has none";
+    const bool in_string = code == rapidjson::kParseErrorStringInvalidEncoding ||
+                           code == rapidjson::kParseErrorStringEscapeInvalid;
+    if (in_string && static_cast<unsigned char>(found) < 0x20)
+        return "expected '\"' at the end of the string, found the control character " +
+               found_at(text, offset);
 
     switch (code) {
     case rapidjson::kParseErrorDocumentEmpty:
@@ -219,17 +225,15 @@ std::string explain(rapidjson::ParseErrorCode code, const std::string &text, siz
     case rapidjson::kParseErrorStringUnicodeSurrogateInvalid:
         return "expected a pair of surrogates after \\u in a string";
     case rapidjson::kParseErrorStringInvalidEncoding:
-        return static_cast<unsigned char>(found) < 0x20
-                   ? "expected '\"' at the end of the string, found the control character " +
-                         found_at(text, offset)
-                   : fmt::format("expected UTF-8 in a string, found the byte 0x{:02x}",
-                                 static_cast<unsigned char>(found));
+        return fmt::format("expected UTF-8 in a string, found the byte 0x{:02x}",
+                           static_cast<unsigned char>(found));
     case rapidjson::kParseErrorNumberMissFraction:
     case rapidjson::kParseErrorNumberMissExponent:
-    case rapidjson::kParseErrorNumberTooBig:
         return "expected a digit, found " + found_at(text, offset);
+    case rapidjson::kParseErrorNumberTooBig:
+        return "expected a smaller number";
     default:
-        return "expected a value in double quotes, found " + found_at(text, offset);
+        return "expected a value, found " + found_at(text, offset);
     }
 }
 
@@ -352,7 +356,7 @@ const char *to_text(ValueKind kind)
     case ValueKind::number:
         return "a number";
     case ValueKind::boolean:
-        return "true or false without quotes";
+        return "a boolean";
     case ValueKind::null:
         return "null";
     case ValueKind::list:
