@@ -196,7 +196,8 @@ struct Asic::State {
     SdkStatus check_svi(const sdk_intf_create_params &params);
     SdkStatus check_write(uint32_t intf_id, uint32_t attribute, uint32_t value);
     SdkStatus check_mask(const sdk_port_mask &mask, std::vector<uint32_t> &numbers);
-    SdkStatus check_mac(const Mac &mac);
+    SdkStatus check_unicast(const Mac &mac);
+    SdkStatus check_trappable(const Mac &mac);
 
     uint32_t occupant(uint32_t type, const sdk_intf_create_params &params);
     void occupy(uint32_t type, const sdk_intf_create_params &params, uint32_t intf_id);
@@ -239,11 +240,17 @@ SdkStatus Asic::State::full(const char *what, const Occupancy &occupancy)
                                           occupancy.used, occupancy.capacity));
 }
 
-SdkStatus Asic::State::check_mac(const Mac &mac)
+SdkStatus Asic::State::check_unicast(const Mac &mac)
 {
     if (as_number(mac) != 0 && (mac[0] & 1) == 0)
         return SDK_E_NONE;
     return refuse(SDK_E_PARAM, to_text(mac) + " is no unicast address");
+}
+
+/* A trap takes group addresses too: there are gateways that have one. */
+SdkStatus Asic::State::check_trappable(const Mac &mac)
+{
+    return as_number(mac) != 0 ? SDK_E_NONE : refuse(SDK_E_PARAM, to_text(mac) + " is no address");
 }
 
 /* Interfaces */
@@ -645,7 +652,7 @@ SdkStatus Asic::lid_path_add(uint32_t lid_id, const sdk_lid_path &path)
 SdkStatus Asic::router_mac_create(const Mac &mac, uint32_t &peer_mac_id)
 {
     State &s = *state_;
-    if (const SdkStatus status = s.check_mac(mac); status != SDK_E_NONE)
+    if (const SdkStatus status = s.check_unicast(mac); status != SDK_E_NONE)
         return status;
     if (const auto other = s.router_macs.find(as_number(mac)); other != s.router_macs.end())
         return s.refuse(SDK_E_EXISTS,
@@ -674,7 +681,7 @@ SdkStatus Asic::trap_create(uint32_t intf_id, const Mac &mac, uint32_t &mac_trap
     State &s = *state_;
     if (!s.intf.find(intf_id))
         return s.unknown("interface", intf_id);
-    if (const SdkStatus status = s.check_mac(mac); status != SDK_E_NONE)
+    if (const SdkStatus status = s.check_trappable(mac); status != SDK_E_NONE)
         return status;
     if (const auto other = s.traps.find(trap_key(intf_id, mac)); other != s.traps.end())
         return s.refuse(SDK_E_EXISTS, fmt::format("interface {} has MAC trap {} for {} already{}",

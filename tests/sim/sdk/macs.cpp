@@ -28,15 +28,22 @@ TEST_F(Macs, OfTheRouterAreThereOnce)
 
 TEST_F(Macs, AreUnicastAddresses)
 {
-    const uint32_t intf_id = svi(10);
     uint32_t id = 77;
-    for (const char *mac : {"00:00:00:00:00:00", "01:00:5e:00:00:01", "ff:ff:ff:ff:ff:ff"}) {
+    for (const char *mac : {"00:00:00:00:00:00", "01:00:5e:00:00:01", "ff:ff:ff:ff:ff:ff"})
         expect_refusal("SDK_E_PARAM", "is no unicast address",
                        [&] { return add_router_mac(mac, &id); });
-        expect_refusal("SDK_E_PARAM", mac, [&] { return add_trap(intf_id, mac, &id); });
-    }
     EXPECT_EQ(id, 77u);
     router_mac("00:00:00:00:00:01");
+}
+
+TEST_F(Macs, TrappedOnAnInterfaceMayBeGroupAddresses)
+{
+    const uint32_t intf_id = svi(10);
+    uint32_t id = 77;
+    expect_refusal("SDK_E_PARAM", "00:00:00:00:00:00 is no address",
+                   [&] { return add_trap(intf_id, "00:00:00:00:00:00", &id); });
+    EXPECT_EQ(id, 77u);
+    EXPECT_EQ(add_trap(intf_id, "bb:bb:bb:bb:bb:bb", &id), 0);
 }
 
 TEST_F(Macs, UnknownAreNotRemoved)
