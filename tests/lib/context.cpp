@@ -82,9 +82,9 @@ TEST_F(Context, WithoutMemoryForTheHolderNothingIsAttached)
     bench.answer("malloc", 1, 1);
     EXPECT_EQ(-1, l3lifpd_kvn_l3pd_init(&eth0, 1));
     EXPECT_EQ(nullptr, eth0.pd_ctxt);
-    EXPECT_TRUE(bench.did({call("malloc(%zu)", sizeof(l3pd_holder)),
-                           error("l3pd_init", "%s:Failed to allocate memory",
-                                 "l3lifpd_kvn_l3pd_init")}));
+    EXPECT_TRUE(
+        bench.did({call("malloc(%zu)", sizeof(l3pd_holder)),
+                   error("l3pd_init", "%s:Failed to allocate memory", "l3lifpd_kvn_l3pd_init")}));
 }
 
 TEST_F(Context, WithoutMemoryForTheRecordTheHolderStaysAndTheNextCallMakesTheRecordOnly)

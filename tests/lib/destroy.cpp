@@ -91,9 +91,9 @@ TEST_F(Destruction, OfNoInterfaceFails)
 
 TEST_F(Destruction, OfAClearedInterfaceSucceedsAndCallsNothing)
 {
-    const Steps already = debug(
-        "destroy_l3_intf", "[%d]: intf_id already cleared for ifindex %#x. Return success.\n",
-        line_no, eth0.ifindex);
+    const Steps already =
+        debug("destroy_l3_intf", "[%d]: intf_id already cleared for ifindex %#x. Return success.\n",
+              line_no, eth0.ifindex);
     EXPECT_EQ(0, l3lifpd_kvn_destroy_l3_intf(&eth0));
     EXPECT_TRUE(bench.did({entered(eth0), no_intf_id(eth0.ifindex), already}));
     bench.give_context(eth0, none, 2, 3);
@@ -109,11 +109,10 @@ TEST_F(Destruction, ASecondTimeSucceedsAndCallsNothing)
     EXPECT_EQ(0, l3lifpd_kvn_destroy_l3_intf(&eth0));
     bench.forget();
     EXPECT_EQ(0, l3lifpd_kvn_destroy_l3_intf(&eth0));
-    EXPECT_TRUE(bench.did(
-        {entered(eth0), intf_id_found(eth0.ifindex, 65535),
-         debug("destroy_l3_intf",
-               "[%d]: intf_id already cleared for ifindex %#x. Return success.\n", line_no,
-               eth0.ifindex)}));
+    EXPECT_TRUE(bench.did({entered(eth0), intf_id_found(eth0.ifindex, 65535),
+                           debug("destroy_l3_intf",
+                                 "[%d]: intf_id already cleared for ifindex %#x. Return success.\n",
+                                 line_no, eth0.ifindex)}));
     EXPECT_EQ(43u, eth0.pd().old_intf_id);
 }
 
@@ -129,8 +128,8 @@ TEST_F(Destruction, ThatTheSdkRefusesKeepsTheRecordButNotTheLabels)
                svi10.ifindex, 40),
          call("fwmpd_kavelin_batch_flush()"), call("libsdk_intf_destroy(dev_inst=0, intf_id=40)"),
          debug("destroy_l3_intf",
-               "[%d]: libsdk_intf_destroy() returned %d for ifindex=%#x, intf_id=%d.\n", line_no,
-               6, svi10.ifindex, 40),
+               "[%d]: libsdk_intf_destroy() returned %d for ifindex=%#x, intf_id=%d.\n", line_no, 6,
+               svi10.ifindex, 40),
          error("destroy_l3_intf", "%s:Failed to destroy interface %#x with intf-id %d.\n",
                "l3lifpd_kvn_destroy_l3_intf", svi10.ifindex, 40)}));
     EXPECT_TRUE(holds(svi10.pd(), 40, 2, 3));
@@ -214,8 +213,8 @@ TEST_F(Destruction, DeleteEventsTraceUnderTheirOwnNamesAndDestroy)
     Interface &sub = bench.sub_interface(eth0);
     bench.give_context(sub, 41, 100, none);
     EXPECT_EQ(0, l3lifpd_kvn_del_subint(&sub));
-    EXPECT_TRUE(bench.did({debug("del_subint", "ifindex = %#x\n", sub.ifindex),
-                           interface_destroyed(sub, 41)}));
+    EXPECT_TRUE(bench.did(
+        {debug("del_subint", "ifindex = %#x\n", sub.ifindex), interface_destroyed(sub, 41)}));
 }
 
 TEST_F(Destruction, DeleteEventsReturnWhatTheDestructionReturned)
@@ -229,8 +228,7 @@ TEST_F(Destruction, DeleteEventsReturnWhatTheDestructionReturned)
 
 TEST_F(Destruction, DeleteEventsOfNoInterfaceFail)
 {
-    const Steps null =
-        error("destroy_l3_intf", "[%d]: Got %s as null.\n", line_no, "l3lif");
+    const Steps null = error("destroy_l3_intf", "[%d]: Got %s as null.\n", line_no, "l3lif");
     EXPECT_EQ(-1, l3lifpd_kvn_del_l3port(nullptr));
     EXPECT_TRUE(bench.did({debug("del_l3port", "Entered.\n"), null}));
     EXPECT_EQ(-1, l3lifpd_kvn_del_svi(nullptr));

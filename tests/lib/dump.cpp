@@ -26,16 +26,16 @@ TEST_F(Dump, OfAPlainInterfaceKeepsTheTwoBlanksOfTheEmptyMarker)
     bench.give_context(eth0, 10, 20, 30);
     EXPECT_EQ(0u, l3lifpd_kvn_dump_l3lif(&output, "eth0", &eth0));
     EXPECT_STREQ("eth0: intf_id  10 lid_id  20.\n", l3lifpd_dump_one_line);
-    EXPECT_TRUE(bench.did(
-        {intf_id_found(eth0.ifindex, 10), printed("eth0: intf_id  10 lid_id  20.\n")}));
+    EXPECT_TRUE(
+        bench.did({intf_id_found(eth0.ifindex, 10), printed("eth0: intf_id  10 lid_id  20.\n")}));
 }
 
 TEST_F(Dump, WithoutACommandGoesIntoARecord)
 {
     bench.give_context(eth0, 10, 20, 30);
     EXPECT_EQ(0u, l3lifpd_kvn_dump_l3lif(nullptr, "eth0", &eth0));
-    EXPECT_TRUE(bench.did(
-        {intf_id_found(eth0.ifindex, 10), traced("eth0: intf_id  10 lid_id  20.\n")}));
+    EXPECT_TRUE(
+        bench.did({intf_id_found(eth0.ifindex, 10), traced("eth0: intf_id  10 lid_id  20.\n")}));
 }
 
 TEST_F(Dump, OfAMemberMarksThePortChannelsValues)
@@ -51,26 +51,25 @@ TEST_F(Dump, OfAPortChannelNamesItsPcId)
 {
     bench.give_context(po12, 11, 21, 31);
     EXPECT_EQ(0u, l3lifpd_kvn_dump_l3lif(&output, "po12", &po12));
-    EXPECT_TRUE(bench.did({intf_id_found(po12.ifindex, 11),
-                           printed("po12: intf_id 11 lid_id 21 pc_id 31.\n")}));
+    EXPECT_TRUE(bench.did(
+        {intf_id_found(po12.ifindex, 11), printed("po12: intf_id 11 lid_id 21 pc_id 31.\n")}));
 }
 
 TEST_F(Dump, OfAPortChannelWithoutAContextStillPrintsALine)
 {
     EXPECT_EQ(0u, l3lifpd_kvn_dump_l3lif(&output, "po12", &po12));
-    EXPECT_TRUE(
-        bench.did({no_intf_id(po12.ifindex),
-                   error("get_lid_id_for_ifindex", "%d: Got l3_pd as NULL.\n", line_no),
-                   printed("po12: intf_id 65535 lid_id 65535 pc_id 65535.\n")}));
+    EXPECT_TRUE(bench.did({no_intf_id(po12.ifindex),
+                           error("get_lid_id_for_ifindex", "%d: Got l3_pd as NULL.\n", line_no),
+                           printed("po12: intf_id 65535 lid_id 65535 pc_id 65535.\n")}));
 }
 
 TEST_F(Dump, OfAnUnregisteredInterfaceStillPrintsALine)
 {
     eth0.registered = false;
     EXPECT_EQ(0u, l3lifpd_kvn_dump_l3lif(&output, "eth0", &eth0));
-    EXPECT_TRUE(bench.did({no_intf_id(eth0.ifindex),
-                           error("get_lid_id_for_ifindex", "l3lif is NULL.\n"),
-                           printed("eth0: intf_id  65535 lid_id  65535.\n")}));
+    EXPECT_TRUE(
+        bench.did({no_intf_id(eth0.ifindex), error("get_lid_id_for_ifindex", "l3lif is NULL.\n"),
+                   printed("eth0: intf_id  65535 lid_id  65535.\n")}));
 }
 
 TEST_F(Dump, OfAnUnregisteredPortChannelPrintsItsOwnPcId)

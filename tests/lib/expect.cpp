@@ -153,8 +153,8 @@ Steps property_written(uint32_t intf_id, uint32_t type, uint32_t value)
 
 Steps property_set(const l3lif &lif, uint32_t intf_id, uint32_t type, uint32_t value)
 {
-    Steps steps = {debug("set_l3_property", "l3lif=%#x, Property type=%d, value=%d.\n",
-                         lif.ifindex, type, value),
+    Steps steps = {debug("set_l3_property", "l3lif=%#x, Property type=%d, value=%d.\n", lif.ifindex,
+                         type, value),
                    intf_id_found(lif.ifindex, intf_id), property_written(intf_id, type, value)};
     Steps stored;
     if (type == 12)
@@ -240,9 +240,9 @@ Steps lid_bound(const char *creator, uint32_t intf_id, uint32_t lid_id)
 Steps tag_set(const RoutedInterface &made)
 {
     const uint32_t number = made.lif.number + 1;
-    return {is_channel(made) ? call("if_index_eth_port_channel_get_channel_num(ifindex=%#x)",
-                                    made.lif.ifindex)
-                             : call("if_index_get_port(ifindex=%#x)", made.lif.ifindex),
+    return {is_channel(made)
+                ? call("if_index_eth_port_channel_get_channel_num(ifindex=%#x)", made.lif.ifindex)
+                : call("if_index_get_port(ifindex=%#x)", made.lif.ifindex),
             call("libsdk_intf_attr_set(dev_inst=0, intf_id=%u, attr=14, value={%u, 0, 0})",
                  made.intf_id, is_channel(made) ? (number & 0xFFFF) | 0x8000 : number & 0xFF)};
 }
@@ -259,8 +259,7 @@ namespace {
 
 Steps routed_interface_made(const RoutedInterface &made)
 {
-    const std::string params =
-        text("%u, 0, %d, 0, 0", first_word(made), is_channel(made) ? 1 : 0);
+    const std::string params = text("%u, 0, %d, 0, 0", first_word(made), is_channel(made) ? 1 : 0);
     return {create_announced(made), sdk_create(1, params),
             debug("add_l3port", "[%d]:libsdk_intf_create() returned, sdk intf_id=%d.\n", line_no,
                   made.intf_id),
@@ -295,20 +294,20 @@ Steps port_channel_interface_created(const RoutedInterface &made, int32_t create
 
 Steps port_channel_made_in_sdk(const Interface &channel, uint32_t pc_id, uint32_t lid_id)
 {
-    return {debug("alloc_l3pc_add", "libsdk_portchannel_create() called, dev_inst=%d.\n", 0),
-            call("libsdk_portchannel_create(dev_inst=0, *pc_id=65535)"),
-            debug("alloc_l3pc_add", "[%d]:libsdk_portchannel_create() returned, sdk pc_id=%d.\n",
-                  line_no, pc_id),
-            call("libsdk_lid_entry_create(dev_inst=0, *lid_id=65535)"),
-            debug("alloc_l3pc_add",
-                  "[%d]:libsdk_lid_entry_create() returned for pc %#x. lid_id = %d.\n", line_no,
-                  channel.ifindex, lid_id),
-            debug("alloc_l3pc_add",
-                  "Calling libsdk_lid_entry_path_add() dev_inst = %d, lid_id = %d, port type = "
-                  "%d(%s), front_port = %d, pc_id = %d.\n",
-                  0, lid_id, 1, "SdkPortTypeChannel", 0, pc_id),
-            call("libsdk_lid_entry_path_add(dev_inst=0, lid_id=%u, path={1, 0, %u})", lid_id,
-                 pc_id)};
+    return {
+        debug("alloc_l3pc_add", "libsdk_portchannel_create() called, dev_inst=%d.\n", 0),
+        call("libsdk_portchannel_create(dev_inst=0, *pc_id=65535)"),
+        debug("alloc_l3pc_add", "[%d]:libsdk_portchannel_create() returned, sdk pc_id=%d.\n",
+              line_no, pc_id),
+        call("libsdk_lid_entry_create(dev_inst=0, *lid_id=65535)"),
+        debug("alloc_l3pc_add",
+              "[%d]:libsdk_lid_entry_create() returned for pc %#x. lid_id = %d.\n", line_no,
+              channel.ifindex, lid_id),
+        debug("alloc_l3pc_add",
+              "Calling libsdk_lid_entry_path_add() dev_inst = %d, lid_id = %d, port type = "
+              "%d(%s), front_port = %d, pc_id = %d.\n",
+              0, lid_id, 1, "SdkPortTypeChannel", 0, pc_id),
+        call("libsdk_lid_entry_path_add(dev_inst=0, lid_id=%u, path={1, 0, %u})", lid_id, pc_id)};
 }
 
 Steps port_channel_allocated(const RoutedInterface &made, int32_t create)

@@ -40,16 +40,16 @@ Steps no_intf_id(uint32_t ifindex);
 
 /* ---- the context ---- */
 
-Steps context_made(const l3lif &lif);    /* first creation of the record, with its holder */
-Steps context_reset(const l3lif &lif);   /* the record was there and was overwritten */
-Steps context_kept(const l3lif &lif);    /* the record was there and is left alone */
+Steps context_made(const l3lif &lif);  /* first creation of the record, with its holder */
+Steps context_reset(const l3lif &lif); /* the record was there and was overwritten */
+Steps context_kept(const l3lif &lif);  /* the record was there and is left alone */
 
 /* ---- properties ---- */
 
 /* One row of the property table. */
 struct PropertyRow {
     uint32_t type;
-    uint32_t attribute; /* 0: nothing is written */
+    uint32_t attribute;  /* 0: nothing is written */
     const char *setting; /* debug record: the word written, the interface */
     const char *failure; /* error record */
 };

@@ -139,11 +139,10 @@ TEST_F(Lookup, OfThePortChannelIdRecordsHitAndMissAtDebugLevel)
 {
     bench.give_context(eth0, 1, 2, 3);
     l3lifpd_kvn_get_pc_id_for_ifindex(eth0.ifindex);
-    EXPECT_TRUE(bench.did(debug("get_pc_id_for_ifindex", "ifindex = %#x pc_id = %d.\n",
-                                eth0.ifindex, 3)));
-    l3lifpd_kvn_get_pc_id_for_ifindex(unknown);
     EXPECT_TRUE(
-        bench.did(debug("get_pc_id_for_ifindex", "ifindex = %#x. No pc_id.\n", unknown)));
+        bench.did(debug("get_pc_id_for_ifindex", "ifindex = %#x pc_id = %d.\n", eth0.ifindex, 3)));
+    l3lifpd_kvn_get_pc_id_for_ifindex(unknown);
+    EXPECT_TRUE(bench.did(debug("get_pc_id_for_ifindex", "ifindex = %#x. No pc_id.\n", unknown)));
     l3lifpd_kvn_get_pc_id_for_ifindex(eth1.ifindex);
     EXPECT_TRUE(
         bench.did(debug("get_pc_id_for_ifindex", "ifindex = %#x. No pc_id.\n", eth1.ifindex)));
@@ -153,8 +152,8 @@ TEST_F(Lookup, OfTheInterfaceIdRecordsHitAndMissAtDebugLevel)
 {
     bench.give_context(eth0, 1, 2, 3);
     l3lifpd_kvn_get_intf_id_for_ifindex(eth0.ifindex);
-    EXPECT_TRUE(bench.did(debug("get_intf_id_for_ifindex", "ifindex = %#x intf_id = %d.\n",
-                                eth0.ifindex, 1)));
+    EXPECT_TRUE(bench.did(
+        debug("get_intf_id_for_ifindex", "ifindex = %#x intf_id = %d.\n", eth0.ifindex, 1)));
     l3lifpd_kvn_get_intf_id_for_ifindex(unknown);
     EXPECT_TRUE(
         bench.did(debug("get_intf_id_for_ifindex", "ifindex = %#x. No intf_id.\n", unknown)));
@@ -171,16 +170,15 @@ TEST_F(Lookup, OfTheLidRecordsItsMissesAtErrorLevelAndNoHits)
     l3lifpd_kvn_get_lid_id_for_ifindex(unknown);
     EXPECT_TRUE(bench.did(error("get_lid_id_for_ifindex", "l3lif is NULL.\n")));
     l3lifpd_kvn_get_lid_id_for_ifindex(eth1.ifindex);
-    EXPECT_TRUE(
-        bench.did(error("get_lid_id_for_ifindex", "%d: Got l3_pd as NULL.\n", line_no)));
+    EXPECT_TRUE(bench.did(error("get_lid_id_for_ifindex", "%d: Got l3_pd as NULL.\n", line_no)));
 }
 
 TEST_F(Lookup, OfAClearedContextIsAHitWithNoIdentifier)
 {
     bench.give_context(eth0, none, none, none);
     l3lifpd_kvn_get_pc_id_for_ifindex(eth0.ifindex);
-    EXPECT_TRUE(bench.did(debug("get_pc_id_for_ifindex", "ifindex = %#x pc_id = %d.\n",
-                                eth0.ifindex, 65535)));
+    EXPECT_TRUE(bench.did(
+        debug("get_pc_id_for_ifindex", "ifindex = %#x pc_id = %d.\n", eth0.ifindex, 65535)));
     l3lifpd_kvn_get_intf_id_for_ifindex(eth0.ifindex);
     EXPECT_TRUE(bench.did(intf_id_found(eth0.ifindex, 65535)));
     l3lifpd_kvn_get_lid_id_for_ifindex(eth0.ifindex);

@@ -91,7 +91,8 @@ public:
     Sinks sinks() const { return sinks_; }
 
     bool accessor_broken = false; /* true: L3LIFPD_GET_PD_CTXT gives NULL */
-    bool ports_known = true; /* false: if_index_get_port leaves the port as it is */
+    bool same_text = true;        /* false: a record's text may differ from sink to sink */
+    bool ports_known = true;      /* false: if_index_get_port leaves the port as it is */
     sdk_intf_attr_value stored_attribute{}; /* what libsdk_intf_attr_get reads */
     uint32_t ifmap_idx = 900;
     uint32_t iif_intf_id = 77;
@@ -111,7 +112,7 @@ public:
     std::vector<std::string> failures;
     const l3lif *pushed = nullptr; /* by the last l3lif_update_sdb_for_intf */
     std::vector<void *> allocated; /* by the library, in order; freed ones stay in the list */
-    GHashFunc hash = nullptr; /* as g_hash_table_new received them */
+    GHashFunc hash = nullptr;      /* as g_hash_table_new received them */
     GEqualFunc equal = nullptr;
 
     /* Text written to the debug file so far. */
@@ -156,8 +157,8 @@ private:
         Stage stage;
     };
 
-    /* The innermost record halfway through its sinks, moved to stage; nullptr (and a violation) when
-     * there is none or it is past that stage. */
+    /* The innermost record halfway through its sinks, moved to stage; nullptr (and a violation)
+     * when there is none or it is past that stage. */
     Open *advance(const char *sink, Stage stage);
     void same(const char *sink, const char *what, const std::string &got, const std::string &want);
     void sink(const std::string &line);

@@ -72,8 +72,8 @@ TEST_P(PlainProperty, PassesOnTheSdksStatusAndTracesTheValueAskedFor)
         for (uint32_t value : {0u, 1u, 7u}) {
             const uint32_t word = written_word(row.type, value);
             EXPECT_EQ(status, l3lifpd_kvn_set_single_l3_property(intf, row.type, value));
-            EXPECT_TRUE(bench.did({setting(row, word), attr_set(row.attribute, word),
-                                   failure(row, value, status)}));
+            EXPECT_TRUE(bench.did(
+                {setting(row, word), attr_set(row.attribute, word), failure(row, value, status)}));
         }
     }
 }
@@ -107,8 +107,8 @@ TEST_F(SingleProperty, QosLabelIsOnlyTracedDeliberately)
 
 TEST_F(SingleProperty, UnknownTypesAreTracedAtDebugLevelAndSucceed)
 {
-    for (uint32_t type : {0u, 16u, 17u, 18u, 20u, 21u, 36u, 256u + 1u, 65536u + 12u, 0x7FFFFFFFu,
-                          0xFFFFFFFFu}) {
+    for (uint32_t type :
+         {0u, 16u, 17u, 18u, 20u, 21u, 36u, 256u + 1u, 65536u + 12u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
         EXPECT_EQ(0, l3lifpd_kvn_set_single_l3_property(intf, type, 1));
         EXPECT_TRUE(bench.did(debug("set_single_l3_property", "[%d]: Unknown property type %d.\n",
                                     line_no, static_cast<int>(type))));
@@ -203,8 +203,7 @@ TEST_F(Property, OfAnInterfaceThatTheAsicDoesNotHaveIsReportedButSucceedsDeliber
 
     bench.give_context(eth0, none, 1, 1);
     EXPECT_EQ(0, l3lifpd_kvn_set_l3_property(&eth0, 3, 2));
-    EXPECT_TRUE(
-        bench.did({asked(eth0, 3, 2), intf_id_found(eth0.ifindex, 65535), invalid(eth0)}));
+    EXPECT_TRUE(bench.did({asked(eth0, 3, 2), intf_id_found(eth0.ifindex, 65535), invalid(eth0)}));
 
     bench.give_context(eth0, 5, 1, 1);
     eth0.registered = false;
@@ -236,10 +235,10 @@ TEST_F(Property, OfAnUnknownTypeSucceedsWithoutEffect)
     bench.give_context(eth0, intf, 1, 1);
     for (int type : {0, 16, 18, 20, -1}) {
         EXPECT_EQ(0, l3lifpd_kvn_set_l3_property(&eth0, type, 4));
-        EXPECT_TRUE(bench.did({asked(eth0, type, 4), intf_id_found(eth0.ifindex, intf),
-                               debug("set_single_l3_property",
-                                     "[%d]: Unknown property type %d.\n", line_no, type),
-                               debug("set_l3_property", "Exiting.\n")}));
+        EXPECT_TRUE(bench.did(
+            {asked(eth0, type, 4), intf_id_found(eth0.ifindex, intf),
+             debug("set_single_l3_property", "[%d]: Unknown property type %d.\n", line_no, type),
+             debug("set_l3_property", "Exiting.\n")}));
     }
 }
 
@@ -262,11 +261,10 @@ TEST_F(Property, ThatTheSdkRefusesReturnsItsStatusAndIsNotPushed)
     bench.answer("libsdk_intf_attr_set", 5);
     for (uint32_t type : {12u, 3u, 1u}) {
         EXPECT_EQ(5, l3lifpd_kvn_set_l3_property(&eth0, static_cast<int32_t>(type), 9));
-        EXPECT_TRUE(bench.did({asked(eth0, static_cast<int>(type), 9),
-                               intf_id_found(eth0.ifindex, intf),
-                               property_written(intf, type, 9), failure(property_row(type), 9, 5),
-                               debug("set_l3_property", "[%d]: Error! Returning rc=%d.\n",
-                                     line_no, 5)}));
+        EXPECT_TRUE(
+            bench.did({asked(eth0, static_cast<int>(type), 9), intf_id_found(eth0.ifindex, intf),
+                       property_written(intf, type, 9), failure(property_row(type), 9, 5),
+                       debug("set_l3_property", "[%d]: Error! Returning rc=%d.\n", line_no, 5)}));
     }
 }
 
@@ -315,6 +313,7 @@ TEST_F(Property, BatchIsAPlaceholderThatDoesNothing)
 /* ---- defaults ---- */
 
 struct Defaults {
+    const char *name;
     bool has_ip;
     l3lif_ip_cfg ip;
     std::vector<std::pair<uint32_t, uint32_t>> set; /* type, value */
@@ -342,12 +341,14 @@ TEST_P(DefaultProperties, FollowTheInterfacesIpConfiguration)
 
 INSTANTIATE_TEST_SUITE_P(
     , DefaultProperties,
-    testing::Values(Defaults{false, {}, {{12, 1500}, {5, 1}}},
-                    Defaults{true, {1, 1, 9216, 0}, {{1, 1}, {2, 1}, {12, 9216}, {5, 0}}},
-                    Defaults{true, {0, 0, 0, 0}, {{12, 1500}, {5, 0}}},
-                    Defaults{true, {0, 0, 0, 7}, {{12, 1500}, {5, 1}}},
-                    Defaults{true, {8, 0, 68, 1}, {{1, 1}, {12, 68}, {5, 1}}},
-                    Defaults{true, {0, 0x10000, 65535, 0}, {{2, 1}, {12, 65535}, {5, 0}}}));
+    testing::Values(
+        Defaults{"no_configuration", false, {}, {{12, 1500}, {5, 1}}},
+        Defaults{"everything", true, {1, 1, 9216, 0}, {{1, 1}, {2, 1}, {12, 9216}, {5, 0}}},
+        Defaults{"all_zero", true, {0, 0, 0, 0}, {{12, 1500}, {5, 0}}},
+        Defaults{"mtu_unset", true, {0, 0, 0, 7}, {{12, 1500}, {5, 1}}},
+        Defaults{"unicast_only", true, {8, 0, 68, 1}, {{1, 1}, {12, 68}, {5, 1}}},
+        Defaults{"multicast_only", true, {0, 0x10000, 65535, 0}, {{2, 1}, {12, 65535}, {5, 0}}}),
+    [](const auto &row) { return std::string(row.param.name); });
 
 class DefaultPropertiesFailing : public testing::TestWithParam<int> {
 protected:

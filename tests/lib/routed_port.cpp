@@ -112,10 +112,9 @@ TEST_F(RoutedPort, ThatExistsIsLeftAlone)
     for (uint32_t intf_id : {1u, 65534u}) {
         bench.give_context(eth0, intf_id, 2, 3);
         EXPECT_EQ(0, l3lifpd_kvn_add_l3port(&eth0, 1));
-        EXPECT_TRUE(
-            bench.did({debug("add_l3port", "ifindex %#x create %d\n", eth0.ifindex, 1),
-                       intf_id_found(eth0.ifindex, intf_id),
-                       debug("add_l3port", "l3lif_pd intf already exists. Exiting.\n")}));
+        EXPECT_TRUE(bench.did({debug("add_l3port", "ifindex %#x create %d\n", eth0.ifindex, 1),
+                               intf_id_found(eth0.ifindex, intf_id),
+                               debug("add_l3port", "l3lif_pd intf already exists. Exiting.\n")}));
         EXPECT_TRUE(holds(eth0.pd(), intf_id, 2, 3));
         EXPECT_EQ(0u, eth0.pd_state);
     }
@@ -162,9 +161,9 @@ TEST_F(RoutedPort, WhoseLidHasNoIfmapIndexIsNotCreated)
     const Steps bound = port_bound(eth0, 100);
     Steps so_far = entered();
     so_far.insert(so_far.end(), bound.begin(), bound.begin() + 4);
-    EXPECT_TRUE(bench.did(
-        {so_far, error("if_update_sdb", "Could not get ifmap_idx for lid_id %d.\n", 100),
-         error("add_l3port", "l3lifpd_kvn_if_set_lid for %#x failed\n", eth0.ifindex)}));
+    EXPECT_TRUE(
+        bench.did({so_far, error("if_update_sdb", "Could not get ifmap_idx for lid_id %d.\n", 100),
+                   error("add_l3port", "l3lifpd_kvn_if_set_lid for %#x failed\n", eth0.ifindex)}));
     expect_unrecorded();
 }
 
@@ -176,8 +175,7 @@ TEST_F(RoutedPort, WhoseBindingCannotBeStoredIsNotCreated)
     Steps so_far = entered();
     so_far.insert(so_far.end(), bound.begin(), bound.begin() + 5);
     EXPECT_TRUE(bench.did(
-        {so_far,
-         error("if_update_sdb", "Failed to store pm_sdb for if_index %#x.\n", eth0.ifindex),
+        {so_far, error("if_update_sdb", "Failed to store pm_sdb for if_index %#x.\n", eth0.ifindex),
          error("add_l3port", "l3lifpd_kvn_if_set_lid for %#x failed\n", eth0.ifindex)}));
     expect_unrecorded();
 }
@@ -208,10 +206,10 @@ TEST_F(RoutedPort, WhoseTagIsRefusedReturnsTheSdksOwnStatusAndStaysUnrecorded)
 {
     bench.answer("libsdk_intf_attr_set", 7, 2);
     EXPECT_EQ(7, l3lifpd_kvn_add_l3port(&eth0, 1));
-    EXPECT_TRUE(bench.did({entered(), port_bound(eth0, 100), created(),
-                           lid_bound("add_l3port", 501, 100), tag_set(made),
-                           error("add_l3port", "intf_attr_set failed rc = %d for DefSgt. %s=%d\n",
-                                 7, "port", 1)}));
+    EXPECT_TRUE(bench.did(
+        {entered(), port_bound(eth0, 100), created(), lid_bound("add_l3port", 501, 100),
+         tag_set(made),
+         error("add_l3port", "intf_attr_set failed rc = %d for DefSgt. %s=%d\n", 7, "port", 1)}));
     expect_unrecorded();
 }
 
@@ -332,8 +330,7 @@ TEST_F(RoutedPortChannel, ThatIsNotRegisteredUsesNoLidAndItsOwnPcId)
         Journal(journal.begin(), journal.begin() + 5),
         Steps{debug("add_l3port", "ifindex %#x create %d\n", po12.ifindex, 1),
               no_intf_id(po12.ifindex),
-              debug("add_l3port", "[%d]: L3 interface is PC, ifindex %#x\n", line_no,
-                    po12.ifindex),
+              debug("add_l3port", "[%d]: L3 interface is PC, ifindex %#x\n", line_no, po12.ifindex),
               error("get_lid_id_for_ifindex", "l3lif is NULL.\n"),
               debug("add_l3port", "[%d]: Got lid id = %d from l3 lif ifindex %#x.\n", line_no,
                     65535, po12.ifindex)}));
@@ -347,10 +344,10 @@ TEST_F(RoutedPortChannel, ThatTheSdkRefusesKeepsItsContext)
     bench.give_context(po12, none, 9, 5);
     bench.answer("libsdk_intf_create", 3);
     EXPECT_EQ(-1, l3lifpd_kvn_add_l3port(&po12, 1));
-    EXPECT_TRUE(same_journal({bench.journal.back()},
-                             error("add_l3port",
-                                   "%s:libsdk_intf_create() returned %d for ifindex %#x.\n",
-                                   "l3lifpd_kvn_add_l3port", 3, po12.ifindex)));
+    EXPECT_TRUE(
+        same_journal({bench.journal.back()},
+                     error("add_l3port", "%s:libsdk_intf_create() returned %d for ifindex %#x.\n",
+                           "l3lifpd_kvn_add_l3port", 3, po12.ifindex)));
     EXPECT_TRUE(holds(po12.pd(), none, 9, 5));
 }
 
@@ -359,11 +356,10 @@ TEST_F(RoutedPortChannel, ThatCannotBeBoundToItsLidKeepsItsContext)
     bench.give_context(po12, none, 9, 5);
     bench.answer("libsdk_intf_attr_set", 3, 1);
     EXPECT_EQ(-1, l3lifpd_kvn_add_l3port(&po12, 1));
-    EXPECT_TRUE(
-        same_journal({bench.journal.back()},
-                     error("add_l3port",
-                           "%s:libsdk_intf_attr_set() returned %d for intf_id=%d lid_id=%d.\n",
-                           "l3lifpd_kvn_add_l3port", 3, 501, 9)));
+    EXPECT_TRUE(same_journal(
+        {bench.journal.back()},
+        error("add_l3port", "%s:libsdk_intf_attr_set() returned %d for intf_id=%d lid_id=%d.\n",
+              "l3lifpd_kvn_add_l3port", 3, 501, 9)));
     EXPECT_TRUE(holds(po12.pd(), none, 9, 5));
 }
 

@@ -31,9 +31,9 @@ protected:
 TEST_F(SubInterface, IsCreatedOnItsParentsInterfaceAndLid)
 {
     EXPECT_EQ(0, l3lifpd_kvn_add_subint(&sub, 100, 1));
-    EXPECT_TRUE(bench.did({entered(), no_intf_id(sub.ifindex), intf_id_found(eth0.ifindex, 50),
-                           sdk_create(2, "50, 100, 0, 0, 0"), bound(), context_made(sub),
-                           finished()}));
+    EXPECT_TRUE(
+        bench.did({entered(), no_intf_id(sub.ifindex), intf_id_found(eth0.ifindex, 50),
+                   sdk_create(2, "50, 100, 0, 0, 0"), bound(), context_made(sub), finished()}));
     EXPECT_TRUE(holds(sub.pd(), 501, 100, none));
     EXPECT_EQ(3u, sub.pd_state);
     EXPECT_TRUE(holds(eth0.pd(), 50, 100, none));
@@ -42,9 +42,9 @@ TEST_F(SubInterface, IsCreatedOnItsParentsInterfaceAndLid)
 TEST_F(SubInterface, CreateFlagIsOnlyTraced)
 {
     EXPECT_EQ(0, l3lifpd_kvn_add_subint(&sub, 100, 0));
-    EXPECT_TRUE(bench.did({entered(0), no_intf_id(sub.ifindex), intf_id_found(eth0.ifindex, 50),
-                           sdk_create(2, "50, 100, 0, 0, 0"), bound(), context_made(sub),
-                           finished()}));
+    EXPECT_TRUE(
+        bench.did({entered(0), no_intf_id(sub.ifindex), intf_id_found(eth0.ifindex, 50),
+                   sdk_create(2, "50, 100, 0, 0, 0"), bound(), context_made(sub), finished()}));
 }
 
 TEST_F(SubInterface, VlanIsNotChecked)
@@ -75,9 +75,9 @@ TEST_F(SubInterface, WithAClearedContextIsCreatedInTheSameRecord)
 {
     bench.give_context(sub, none, 2, 3);
     EXPECT_EQ(0, l3lifpd_kvn_add_subint(&sub, 100, 1));
-    EXPECT_TRUE(bench.did({entered(), intf_id_found(sub.ifindex, 65535),
-                           intf_id_found(eth0.ifindex, 50), sdk_create(2, "50, 100, 0, 0, 0"),
-                           bound(), context_reset(sub), finished()}));
+    EXPECT_TRUE(
+        bench.did({entered(), intf_id_found(sub.ifindex, 65535), intf_id_found(eth0.ifindex, 50),
+                   sdk_create(2, "50, 100, 0, 0, 0"), bound(), context_reset(sub), finished()}));
     EXPECT_TRUE(holds(sub.pd(), 501, 100, none));
 }
 
@@ -121,19 +121,17 @@ TEST_F(SubInterface, WhoseMainInterfaceIsAPortChannelCountsAsItsMember)
     bench.give_context(po1, 60, 300, 20);
     po_sub.main_l3lif = &po1;
     EXPECT_EQ(0, l3lifpd_kvn_add_subint(&po_sub, 7, 1));
-    EXPECT_TRUE(
-        bench.did({debug("add_subint", "ifindex = %#x encap_vlan = %d create = %d\n",
-                         po_sub.ifindex, 7, 1),
-                   intf_id_found(po_sub.ifindex, 60)}));
+    EXPECT_TRUE(bench.did(
+        {debug("add_subint", "ifindex = %#x encap_vlan = %d create = %d\n", po_sub.ifindex, 7, 1),
+         intf_id_found(po_sub.ifindex, 60)}));
     EXPECT_EQ(nullptr, po_sub.pd_ctxt);
 }
 
 TEST_F(SubInterface, OfAParentWithoutALidAborts)
 {
-    const Steps assertion = {error("add_subint", "Parent interface's lid is invalid!\n"),
-                             call("backtrace(50)"),
-                             error("add_subint", "assert failure '%s'\n", "lid_id != 0xFFFF"),
-                             call("abort()")};
+    const Steps assertion = {
+        error("add_subint", "Parent interface's lid is invalid!\n"), call("backtrace(50)"),
+        error("add_subint", "assert failure '%s'\n", "lid_id != 0xFFFF"), call("abort()")};
 
     bench.give_context(eth0, 50, none, none);
     EXPECT_TRUE(aborts([&] { l3lifpd_kvn_add_subint(&sub, 100, 1); }));
@@ -156,11 +154,11 @@ TEST_F(SubInterface, ThatTheSdkRefusesFailsWithTheStatusPrintedUnsigned)
 {
     bench.answer("libsdk_intf_create", -7);
     EXPECT_EQ(-1, l3lifpd_kvn_add_subint(&sub, 100, 1));
-    EXPECT_TRUE(bench.did(
-        {entered(), no_intf_id(sub.ifindex), intf_id_found(eth0.ifindex, 50),
-         sdk_create(2, "50, 100, 0, 0, 0"),
-         error("add_subint", "%s:libsdk_intf_create returned %u for ifindex %#x.\n",
-               "l3lifpd_kvn_add_subint", 4294967289u, sub.ifindex)}));
+    EXPECT_TRUE(
+        bench.did({entered(), no_intf_id(sub.ifindex), intf_id_found(eth0.ifindex, 50),
+                   sdk_create(2, "50, 100, 0, 0, 0"),
+                   error("add_subint", "%s:libsdk_intf_create returned %u for ifindex %#x.\n",
+                         "l3lifpd_kvn_add_subint", 4294967289u, sub.ifindex)}));
     EXPECT_EQ(nullptr, sub.pd_ctxt);
     EXPECT_EQ(0u, sub.pd_state);
 }
@@ -181,13 +179,13 @@ TEST_F(SubInterface, WithoutMemoryForItsContextReturnsTheInitialisationsResult)
 {
     bench.answer("malloc", 1, 2);
     EXPECT_EQ(-1, l3lifpd_kvn_add_subint(&sub, 100, 1));
-    EXPECT_TRUE(bench.did(
-        {entered(), no_intf_id(sub.ifindex), intf_id_found(eth0.ifindex, 50),
-         sdk_create(2, "50, 100, 0, 0, 0"), bound(), call("malloc(%zu)", sizeof(l3pd_holder)),
-         call("malloc(36)"),
-         error("l3pd_init", "%s:Failed to create L3PD context for intf 0x%x",
-               "l3lifpd_kvn_l3pd_init", sub.ifindex),
-         error("add_subint", "l3_pd initialization failed. Returned rc = %d\n", -1)}));
+    EXPECT_TRUE(
+        bench.did({entered(), no_intf_id(sub.ifindex), intf_id_found(eth0.ifindex, 50),
+                   sdk_create(2, "50, 100, 0, 0, 0"), bound(),
+                   call("malloc(%zu)", sizeof(l3pd_holder)), call("malloc(36)"),
+                   error("l3pd_init", "%s:Failed to create L3PD context for intf 0x%x",
+                         "l3lifpd_kvn_l3pd_init", sub.ifindex),
+                   error("add_subint", "l3_pd initialization failed. Returned rc = %d\n", -1)}));
     EXPECT_EQ(0u, sub.pd_state);
 }
 
@@ -197,9 +195,8 @@ TEST_F(SubInterface, KeepsTheSdksIdentifierWholeUntilItIsRecordedIn16Bits)
     EXPECT_EQ(0, l3lifpd_kvn_add_subint(&sub, 100, 1));
     EXPECT_EQ(0x2345u, sub.pd().intf_id);
     EXPECT_TRUE(same_journal({bench.journal.back()},
-                             debug("add_subint",
-                                   "intf_id = %d parent ifindex = %#x (intf %d)\n", 0x12345,
-                                   eth0.ifindex, 50)));
+                             debug("add_subint", "intf_id = %d parent ifindex = %#x (intf %d)\n",
+                                   0x12345, eth0.ifindex, 50)));
 }
 
 } // namespace

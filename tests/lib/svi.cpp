@@ -75,10 +75,10 @@ TEST_F(Svi, ThatTheSdkRefusesFailsWithTheStatusPrintedSigned)
 {
     bench.answer("libsdk_intf_create", -7);
     EXPECT_EQ(-1, l3lifpd_kvn_add_svi(&svi10, 10));
-    EXPECT_TRUE(bench.did(
-        {entered, no_intf_id(svi10.ifindex), announced(), sdk_create(3, "10, 0, 0, 0, 0"),
-         error("add_svi", "%s:libsdk_intf_create returned %d for ifindex %#x.\n",
-               "l3lifpd_kvn_add_svi", -7, svi10.ifindex)}));
+    EXPECT_TRUE(
+        bench.did({entered, no_intf_id(svi10.ifindex), announced(), sdk_create(3, "10, 0, 0, 0, 0"),
+                   error("add_svi", "%s:libsdk_intf_create returned %d for ifindex %#x.\n",
+                         "l3lifpd_kvn_add_svi", -7, svi10.ifindex)}));
     EXPECT_EQ(nullptr, svi10.pd_ctxt);
 }
 
@@ -87,8 +87,7 @@ TEST_F(Svi, WithoutMemoryForItsContextDeliberatelyLeavesTheSdkInterfaceBehind)
     bench.answer("malloc", 1, 1);
     EXPECT_EQ(-1, l3lifpd_kvn_add_svi(&svi10, 10));
     EXPECT_TRUE(bench.did(
-        {entered, no_intf_id(svi10.ifindex), created(),
-         call("malloc(%zu)", sizeof(l3pd_holder)),
+        {entered, no_intf_id(svi10.ifindex), created(), call("malloc(%zu)", sizeof(l3pd_holder)),
          error("l3pd_init", "%s:Failed to allocate memory", "l3lifpd_kvn_l3pd_init"),
          error("add_svi", "%d: l3_pd initialization failed. Returned rc = %d.\n", line_no, -1)}));
     EXPECT_EQ(nullptr, svi10.pd_ctxt);
@@ -99,10 +98,10 @@ TEST_F(Svi, KeepsTheSdksIdentifierWholeUntilItIsRecordedIn16Bits)
     bench.give("libsdk_intf_create", 0x12345);
     EXPECT_EQ(0, l3lifpd_kvn_add_svi(&svi10, 10));
     EXPECT_EQ(0x2345u, svi10.pd().intf_id);
-    EXPECT_TRUE(same_journal(
-        {bench.journal.at(5)},
-        debug("add_svi", "[%d]:libsdk_intf_create() returned, sdk intf_id=%d.\n", line_no,
-              0x12345)));
+    EXPECT_TRUE(
+        same_journal({bench.journal.at(5)},
+                     debug("add_svi", "[%d]:libsdk_intf_create() returned, sdk intf_id=%d.\n",
+                           line_no, 0x12345)));
 }
 
 } // namespace

@@ -123,19 +123,20 @@ TEST_P(HistoryRecord, HoldsAtMost511CharactersAndTheOtherSinksGetAll)
     l3lifpd_trace_debug("%s", message.c_str());
 
     const std::string recorded(GetParam().recorded, 'm');
-    EXPECT_TRUE(bench.sinks_saw(
-        {"fwm_ds_trace_add " + quoted(message),
-         "dbg_out_file " + quoted("[NOW]DBG: TestBody(" + line() + "): " + message),
-         std::string("fwm_check_flush_dbg_out_file"),
-         std::string("sdwrap_hist_event_subtype_check 0x730000 104"),
-         "sdwrap_hist_event " + std::to_string(GetParam().recorded + 5) + " 104 " +
-             quoted(recorded),
-         std::string("sdwrap_chk_int 104 0 0 1"), "buginf " + quoted(message)}));
+    EXPECT_TRUE(
+        bench.sinks_saw({"fwm_ds_trace_add " + quoted(message),
+                         "dbg_out_file " + quoted("[NOW]DBG: TestBody(" + line() + "): " + message),
+                         std::string("fwm_check_flush_dbg_out_file"),
+                         std::string("sdwrap_hist_event_subtype_check 0x730000 104"),
+                         "sdwrap_hist_event " + std::to_string(GetParam().recorded + 5) + " 104 " +
+                             quoted(recorded),
+                         std::string("sdwrap_chk_int 104 0 0 1"), "buginf " + quoted(message)}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Trace, HistoryRecord,
                          testing::Values(Cut{0, 0}, Cut{1, 1}, Cut{510, 510}, Cut{511, 511},
-                                         Cut{512, 511}, Cut{600, 511}));
+                                         Cut{512, 511}, Cut{600, 511}),
+                         [](const auto &cut) { return std::to_string(cut.param.message); });
 
 TEST_F(Trace, TheHistoryRecordIsLaidOutAsTheServiceReadsIt)
 {
