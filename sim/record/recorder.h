@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "sim/fwm/host.h"
+#include "sim/journal/journal.h"
+
+namespace kvnsim {
+
+/* Writes what happens at the library's boundary as a recording, line by line (docs/recording.md).
+ * Watches the journal from its construction to its destruction, which writes the last line; the
+ * stream must live as long, and tells whether all could be written. What the library keeps by
+ * itself, its virtual MACs, is not recorded: begin before the first request. */
+class Recorder : public Observer {
+public:
+    explicit Recorder(std::ostream &out);
+    ~Recorder() override;
+    Recorder(const Recorder &) = delete;
+    Recorder &operator=(const Recorder &) = delete;
+
+    void request_begins(const Request &request) override;
+    void call_made(const Call &call) override;
+    void trace_emitted(const TraceRecord &record) override;
+    void request_ends(const Request &request) override;
+
+private:
+    void write(const Value &line);
+
+    /* An interface as last written. */
+    struct Written {
+        std::string host, library;
+    };
+
+    std::ostream &out_;
+    std::unordered_map<uint32_t, Written> written_;
+    std::string sinks_;
+    std::vector<HostInterface *> concerned_; /* of the request under way */
+    bool in_request_ = false;
+    uint64_t last_request_ = 0, requests_ = 0;
+};
+
+} // namespace kvnsim

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstdint>
+#include <istream>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "sim/fwm/diagnostics.h"
+#include "sim/fwm/host.h"
+#include "sim/journal/journal.h"
+
+/* The lines of a recording: each is a record, known by the name of its first field. The format is
+ * described in docs/recording.md; recorder and replay make their lines here alike. */
+namespace kvnsim {
+
+constexpr int64_t recording_version = 1;
+
+Value header_line();
+/* Where records of debug level go: one of them looks its argument up anew for each such sink. */
+Value sinks_line(const Sinks &sinks);
+Value power_on_line();
+Value interface_line(const HostInterface &interface);
+Value request_line(const Request &request);
+Value call_line(const Call &call);
+Value trace_line(const TraceRecord &record);
+Value left_line(const HostInterface &interface);
+Value result_line(const Request &request);
+Value end_line(uint64_t requests);
+
+/* The kinds of line, in the order above. */
+enum class LineKind : uint8_t {
+    header,
+    sinks,
+    power_on,
+    interface,
+    request,
+    call,
+    trace,
+    left,
+    result,
+    end,
+    unknown
+};
+
+struct Line {
+    LineKind kind = LineKind::unknown;
+    Value value;
+    uint64_t number = 0;         /* in the file, 1-based */
+    std::string to_text() const; /* as people read it: "libsdk_intf_destroy(intf_id=5) = 0" */
+};
+
+/* A line as it would be read back. */
+Line as_read(const Value &line);
+
+/* Reads a recording line by line. */
+class RecordingReader {
+public:
+    RecordingReader(std::istream &in, std::string name) : in_(in), name_(std::move(name)) {}
+
+    /* The next line; empty at the end, and when something is wrong. The first one is the header,
+     * of a version that can be read. Lines of unknown kinds are left out. */
+    std::optional<Line> next();
+    /* "file:line:column: what"; empty when all is well. */
+    const std::string &problem() const { return problem_; }
+    /* Say what is wrong with a line. */
+    void report(const Line &line, const std::string &what);
+    std::string place(const Line &line) const;
+
+private:
+    std::istream &in_;
+    const std::string name_;
+    uint64_t number_ = 0;
+    std::string problem_;
+};
+
+/* The fields as "a=1 b={c=2}". */
+std::string to_text(const std::vector<Field> &fields);
+
+} // namespace kvnsim
