@@ -190,7 +190,7 @@ TEST_F(RealConfigurations, VrfsAndBreakout)
             "routed and a member of a port-channel (see "
             "leaf_vrf_breakout_portchannels.json:582:5: "
             "PORTCHANNEL_MEMBER|PortChannel01|Ethernet4)",
-            "leaf_vrf_breakout_portchannels.json:582:5: "
+            "leaf_vrf_breakout_portchannels.json:583:5: "
             "PORTCHANNEL_MEMBER|PortChannel01|Ethernet5: "
             "warning: left out: Ethernet5 has no row in PORT",
             "leaf_vrf_breakout_portchannels.json:601:5: VLAN_INTERFACE|Vlan4000|10.9.7.0: note: "
