@@ -1,29 +1,7 @@
 /* Reading and rewriting must not allocate as long as nobody watches: it is what the library does
  * most. */
-#include <cstdlib>
-#include <new>
-
+#include "allocations.h"
 #include "device.h"
-
-namespace {
-size_t allocations = 0;
-}
-
-void *operator new(size_t size)
-{
-    ++allocations;
-    if (void *memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void *memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void *memory, size_t) noexcept
-{
-    std::free(memory);
-}
 
 using namespace kvnsim;
 
@@ -33,14 +11,14 @@ TEST_F(Allocation, IsNotNeededByACallThatNobodyWatches)
 {
     const uint32_t intf_id = svi(10), lid_id = lid();
     set(intf_id, SdkIntfAttrMtuIdx, 9000);
-    const size_t before = allocations;
+    const size_t before = allocations();
     int32_t failed = 0;
     sdk_intf_attr_value value{9216, 0, 0};
     sdk_switch_config config{{lid_id}};
     failed |= libsdk_intf_attr_set(0, intf_id, SdkIntfAttrMtuIdx, &value);
     failed |= libsdk_intf_attr_get(0, intf_id, SdkIntfAttrMtuIdx, &value);
     failed |= libsdk_switch_config_get(0, 38, &config);
-    const size_t after = allocations;
+    const size_t after = allocations();
     EXPECT_EQ(after, before);
     EXPECT_EQ(failed, 0);
     EXPECT_EQ(value.param1, 9216u);
@@ -52,9 +30,9 @@ TEST_F(Allocation, IsCountedHere)
     const uint32_t intf_id = svi(10);
     Idle idle;
     journal.add(idle);
-    const size_t before = allocations;
+    const size_t before = allocations();
     set(intf_id, SdkIntfAttrMtuIdx, 9000);
-    const size_t after = allocations;
+    const size_t after = allocations();
     journal.remove(idle);
     EXPECT_GT(after, before) << "a watched call spells out its arguments";
 }
