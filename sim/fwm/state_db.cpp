@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 
 namespace kvnsim {
 namespace {
@@ -185,12 +186,6 @@ template <class Row> std::vector<Row> rows(sqlite3_stmt *statement)
     return found;
 }
 
-template <class Row> bool write_row(sqlite3_stmt *statement, const Row &row)
-{
-    all_columns(row, Binder{statement});
-    return run(statement);
-}
-
 } // namespace
 
 struct StateDb::Statements {
@@ -210,11 +205,9 @@ StateDb::StateDb()
 {
     if (sqlite3_open(":memory:", &db_) != SQLITE_OK)
         throw std::runtime_error("shared database: cannot be opened");
-    /* Nothing is ever rolled back. */
-    const std::string set_up = "PRAGMA journal_mode=OFF;" + create_sql<PmRow>() + ";" +
-                               create_sql<PcRow>() + ";" + create_sql<L3lifRow>() + ";" +
-                               create_sql<LabelRow>() + ";" + create_sql<MemberIntfRow>() +
-                               ";BEGIN";
+    const std::string set_up = create_sql<PmRow>() + ";" + create_sql<PcRow>() + ";" +
+                               create_sql<L3lifRow>() + ";" + create_sql<LabelRow>() + ";" +
+                               create_sql<MemberIntfRow>();
     if (sqlite3_exec(db_, set_up.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
         throw std::runtime_error("shared database: " + std::string(sqlite3_errmsg(db_)));
     statements_ = std::make_unique<Statements>(db_);
@@ -232,7 +225,9 @@ template <class Row> bool StateDb::store_row(Row row)
     row.origin.request = origin.request ? origin.request->number : 0;
     row.origin.call = origin.call;
     row.origin.text = origin.to_text();
-    return checked(write_row(statements_->of<Row>().store, row));
+    sqlite3_stmt *statement = statements_->of<Row>().store;
+    all_columns(std::as_const(row), Binder{statement});
+    return checked(run(statement));
 }
 
 bool StateDb::store(const PmRow &row)
@@ -330,44 +325,10 @@ std::optional<MemberIntfRow> StateDb::member_intf_row(uint32_t ifindex) const
     return one_row<MemberIntfRow>(ifindex);
 }
 
-bool StateDb::commit()
-{
-    return checked(sqlite3_exec(db_, "COMMIT;BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK);
-}
-
 void StateDb::clear()
 {
     statements_->for_each([](auto &table) { run(table.clear); });
     error_.clear();
-}
-
-namespace {
-
-template <class Row> bool copy_table(Prepared<Row> &from, sqlite3 *to)
-{
-    const std::string replace =
-        std::string("DROP TABLE IF EXISTS ") + Table<Row>::name + ";" + create_sql<Row>();
-    if (sqlite3_exec(to, replace.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
-        return false;
-    sqlite3_stmt *insert = nullptr;
-    bool done = sqlite3_prepare_v2(to, store_sql<Row>().c_str(), -1, &insert, nullptr) == SQLITE_OK;
-    for (Row row; done && sqlite3_step(from.all) == SQLITE_ROW;) {
-        all_columns(row, Reader{from.all});
-        done = write_row(insert, row);
-    }
-    sqlite3_reset(from.all);
-    sqlite3_finalize(insert);
-    return done;
-}
-
-} // namespace
-
-bool StateDb::copy_to(sqlite3 *other)
-{
-    bool done = true;
-    statements_->for_each([&](auto &table) { done = done && copy_table(table, other); });
-    error_ = done ? "" : sqlite3_errmsg(other);
-    return done;
 }
 
 bool StateDb::checked(bool done)

@@ -59,9 +59,9 @@ struct MemberIntfRow {
     RowOrigin origin;
 };
 
-/* A store replaces the row under the same key and marks it with Journal::origin(). One transaction
- * stays open until commit(). Stores answer false when SQLite refuses, with the reason in error().
- */
+/* A store replaces the row under the same key and marks it with Journal::origin(). Each store
+ * stands by itself: one that fails takes no other with it. Stores answer false when SQLite refuses,
+ * with the reason in error(). */
 class StateDb {
 public:
     StateDb(); /* empty; std::runtime_error when SQLite has no memory */
@@ -96,10 +96,6 @@ public:
     bool commit();
     void clear();                                       /* no rows */
     const std::string &error() const { return error_; } /* of the last refusal */
-
-    /* Write all tables, under their names here, into the database open on the given handle;
-     * tables of these names there are replaced. */
-    bool copy_to(sqlite3 *other);
 
 private:
     struct Statements;

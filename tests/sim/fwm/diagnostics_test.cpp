@@ -170,6 +170,12 @@ TEST_F(DiagnosticSinks, FormatsAreFilledIn)
     EXPECT_EQ(traced(), std::vector<std::string>{"ifindex 0x10000000 lid 7 x\n"});
 }
 
+TEST_F(DiagnosticSinks, AMessageThatCannotBeFormattedIsReplaced)
+{
+    fwm_ds_trace_add("f.cpp", "f", 1, 0, "%ls\n", L"\x7FFFFFFF");
+    EXPECT_EQ(traced(), std::vector<std::string>{"(message cannot be formatted)"});
+}
+
 TEST_F(DiagnosticSinks, TheNameOfAFunctionThatIsGoneStaysReadable)
 {
     std::string name = "l3lifpd_kvn_del_svi";

@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <sqlite3.h>
 
 #include <cstring>
 
@@ -354,6 +355,19 @@ TEST_F(Services, AFlushCarriesOutTheBatch)
     EXPECT_EQ(fwmpd_kavelin_batch_flush(), 0);
     EXPECT_THAT(asic.pending(), IsEmpty());
     EXPECT_EQ(asic.interface(intf_id)->find(SdkIntfAttrIpv4UcstEn)->value, 1u);
+}
+
+TEST_F(Services, WhatTheDatabaseCannotStoreHasNoEffect)
+{
+    const HostInterface &eth0 = port(0);
+    const sqlite3_int64 limit_before = sqlite3_hard_heap_limit64(-1);
+    sqlite3_hard_heap_limit64(1);
+    const std::string reason =
+        reason_of([&] { return fwmpd_pc_member_intf_store(eth0.ifindex, 42, 1); });
+    sqlite3_hard_heap_limit64(limit_before);
+    EXPECT_EQ(reason, "out of memory");
+    EXPECT_FALSE(eth0.kept_intf);
+    EXPECT_THAT(host.db().member_intf_rows(), IsEmpty());
 }
 
 /* ---- Failures made on purpose ---- */

@@ -140,53 +140,19 @@ TEST_F(SharedDatabase, IsEmptyOnceCleared)
     EXPECT_TRUE(db.store(interface_row(7, 1500)));
 }
 
-TEST_F(SharedDatabase, GoesOnAfterACommit)
+TEST_F(SharedDatabase, SaysWhyItCannotStore)
 {
-    db.store(interface_row(7, 1500));
-    EXPECT_TRUE(db.commit());
-    EXPECT_TRUE(db.store(interface_row(8, 1500)));
-    EXPECT_TRUE(db.commit());
-    EXPECT_EQ(db.l3lif_rows().size(), 2u);
-}
-
-TEST_F(SharedDatabase, CopiesAllTablesReplacingOlderOnes)
-{
-    sqlite3 *file = nullptr;
-    ASSERT_EQ(sqlite3_open(":memory:", &file), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(file, "CREATE TABLE pc_sdb(old)", nullptr, nullptr, nullptr), SQLITE_OK);
-    db.store(interface_row(7, 1500));
-    LabelRow label;
-    label.ifindex = 7;
-    label.svi = true;
-    db.store(label);
-    EXPECT_TRUE(db.copy_to(file)) << db.error();
-    EXPECT_TRUE(db.copy_to(file)) << db.error();
-
-    std::string found;
-    const auto collect = [](void *into, int, char **values, char **) {
-        *static_cast<std::string *>(into) += std::string(values[0]) + " ";
-        return 0;
-    };
-    sqlite3_exec(file,
-                 "SELECT name || mtu FROM l3lif_sdb UNION ALL SELECT svi FROM label_sdb UNION ALL "
-                 "SELECT count(*) FROM pc_sdb UNION ALL SELECT count(*) FROM pm_sdb UNION ALL "
-                 "SELECT count(*) FROM member_intf_sdb",
-                 collect, &found, nullptr);
-    EXPECT_EQ(found, "Ethernet01500 1 0 0 0 ");
-    sqlite3_close(file);
-}
-
-TEST_F(SharedDatabase, SaysWhyItCannotBeCopied)
-{
-    const ScratchFile scratch("db");
-    sqlite3 *file = nullptr;
-    sqlite3_open(scratch.path.c_str(), &file);
-    sqlite3_exec(file, "CREATE TABLE t(x)", nullptr, nullptr, nullptr);
-    sqlite3_close(file);
-    sqlite3_open_v2(scratch.path.c_str(), &file, SQLITE_OPEN_READONLY, nullptr);
-    EXPECT_FALSE(db.copy_to(file));
-    EXPECT_EQ(db.error(), "attempt to write a readonly database");
-    sqlite3_close(file);
+    const sqlite3_int64 limit_before = sqlite3_hard_heap_limit64(-1);
+    db.store(interface_row(0, 1500));
+    sqlite3_hard_heap_limit64(sqlite3_memory_used() + 1);
+    uint32_t stored = 1;
+    while (stored < 100000 && db.store(interface_row(stored, 1500)))
+        stored++;
+    sqlite3_hard_heap_limit64(limit_before);
+    EXPECT_LT(stored, 100000u);
+    EXPECT_EQ(db.error(), "out of memory");
+    EXPECT_EQ(db.l3lif_rows().size(), stored) << "what was stored before stays";
+    EXPECT_TRUE(db.store(interface_row(stored, 1500)));
 }
 
 } // namespace
