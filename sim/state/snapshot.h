@@ -24,7 +24,7 @@ struct Made {
     friend bool operator==(const Made &a, const Made &b);
 };
 
-/* Each row type says the name of its table and, once, its columns: visit("name", row.member) for
+/* Each row type says the name of its table and, once, its columns: visit("name", &Row::member) for
  * each in turn. Saving, loading, comparing and JSON are made from that alone; a table more is a
  * row type more and its vector in Snapshot. Columns are uint16_t, uint32_t, uint64_t, bool,
  * std::string, Mac, std::optional<uint32_t>, Place (five columns) and Made (two). */
@@ -38,13 +38,13 @@ struct WantedPort {
     std::string alias;
     Place place;
     static constexpr const char *table = "wanted_port";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("name", row.name);
-        visit("mtu", row.mtu);
-        visit("admin_up", row.admin_up);
-        visit("alias", row.alias);
-        visit("place", row.place);
+        visit("name", &WantedPort::name);
+        visit("mtu", &WantedPort::mtu);
+        visit("admin_up", &WantedPort::admin_up);
+        visit("alias", &WantedPort::alias);
+        visit("place", &WantedPort::place);
     }
 };
 
@@ -65,23 +65,23 @@ struct WantedInterface {
     std::string addresses; /* as written, a blank between two */
     Place place;
     static constexpr const char *table = "wanted_interface";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("name", row.name);
-        visit("kind", row.kind);
-        visit("routed", row.routed);
-        visit("implied", row.implied);
-        visit("admin_up", row.admin_up);
-        visit("parent", row.parent);
-        visit("number", row.number);
-        visit("mtu", row.mtu);
-        visit("ipv4", row.ipv4);
-        visit("ipv6", row.ipv6);
-        visit("vrf", row.vrf);
-        visit("vpn", row.vpn);
-        visit("nat_zone", row.nat_zone);
-        visit("addresses", row.addresses);
-        visit("place", row.place);
+        visit("name", &WantedInterface::name);
+        visit("kind", &WantedInterface::kind);
+        visit("routed", &WantedInterface::routed);
+        visit("implied", &WantedInterface::implied);
+        visit("admin_up", &WantedInterface::admin_up);
+        visit("parent", &WantedInterface::parent);
+        visit("number", &WantedInterface::number);
+        visit("mtu", &WantedInterface::mtu);
+        visit("ipv4", &WantedInterface::ipv4);
+        visit("ipv6", &WantedInterface::ipv6);
+        visit("vrf", &WantedInterface::vrf);
+        visit("vpn", &WantedInterface::vpn);
+        visit("nat_zone", &WantedInterface::nat_zone);
+        visit("addresses", &WantedInterface::addresses);
+        visit("place", &WantedInterface::place);
     }
 };
 
@@ -90,12 +90,12 @@ struct WantedMember {
     bool declined = false; /* by the library, because the port is routed */
     Place place;
     static constexpr const char *table = "wanted_member";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("port_channel", row.port_channel);
-        visit("port", row.port);
-        visit("declined", row.declined);
-        visit("place", row.place);
+        visit("port_channel", &WantedMember::port_channel);
+        visit("port", &WantedMember::port);
+        visit("declined", &WantedMember::declined);
+        visit("place", &WantedMember::place);
     }
 };
 
@@ -104,11 +104,11 @@ struct WantedVlan {
     uint32_t vlan = 0;
     Place place;
     static constexpr const char *table = "wanted_vlan";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("name", row.name);
-        visit("vlan", row.vlan);
-        visit("place", row.place);
+        visit("name", &WantedVlan::name);
+        visit("vlan", &WantedVlan::vlan);
+        visit("place", &WantedVlan::place);
     }
 };
 
@@ -116,11 +116,11 @@ struct WantedVlanMember {
     std::string vlan, member; /* "Vlan100", a port or a port-channel */
     Place place;
     static constexpr const char *table = "wanted_vlan_member";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("vlan", row.vlan);
-        visit("member", row.member);
-        visit("place", row.place);
+        visit("vlan", &WantedVlanMember::vlan);
+        visit("member", &WantedVlanMember::member);
+        visit("place", &WantedVlanMember::place);
     }
 };
 
@@ -129,11 +129,11 @@ struct WantedVirtualMac {
     Mac mac{};
     Place place;
     static constexpr const char *table = "wanted_virtual_mac";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("interface", row.interface);
-        visit("mac", row.mac);
-        visit("place", row.place);
+        visit("interface", &WantedVirtualMac::interface);
+        visit("mac", &WantedVirtualMac::mac);
+        visit("place", &WantedVirtualMac::place);
     }
 };
 
@@ -142,10 +142,10 @@ struct WantedRouterMac {
     Mac mac{};
     Place place;
     static constexpr const char *table = "wanted_router_mac";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("mac", row.mac);
-        visit("place", row.place);
+        visit("mac", &WantedRouterMac::mac);
+        visit("place", &WantedRouterMac::place);
     }
 };
 
@@ -153,10 +153,10 @@ struct VrfNumber {
     std::string name;
     uint32_t vpn = 0;
     static constexpr const char *table = "vrf";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("name", row.name);
-        visit("vpn", row.vpn);
+        visit("name", &VrfNumber::name);
+        visit("vpn", &VrfNumber::vpn);
     }
 };
 
@@ -181,29 +181,29 @@ struct HostRow {
     std::optional<uint32_t> held_pc, held_lid; /* port-channel held for the library to adopt */
     bool loopback = false;
     static constexpr const char *table = "host_interface";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("ifindex", row.ifindex);
-        visit("kind", row.kind);
-        visit("name", row.name);
-        visit("number", row.number);
-        visit("vlan", row.vlan);
-        visit("parent", row.parent);
-        visit("channel", row.channel);
-        visit("pd_state", row.pd_state);
-        visit("registered", row.registered);
-        visit("mtu", row.mtu);
-        visit("ipv4_ucst", row.ipv4_ucst);
-        visit("ipv4_mcst", row.ipv4_mcst);
-        visit("ipv4_same_if", row.ipv4_same_if);
-        visit("v4_vpn", row.v4_vpn);
-        visit("v6_vpn", row.v6_vpn);
-        visit("nat_zone", row.nat_zone);
-        visit("port_lid", row.port_lid);
-        visit("kept_intf", row.kept_intf);
-        visit("held_pc", row.held_pc);
-        visit("held_lid", row.held_lid);
-        visit("loopback", row.loopback);
+        visit("ifindex", &HostRow::ifindex);
+        visit("kind", &HostRow::kind);
+        visit("name", &HostRow::name);
+        visit("number", &HostRow::number);
+        visit("vlan", &HostRow::vlan);
+        visit("parent", &HostRow::parent);
+        visit("channel", &HostRow::channel);
+        visit("pd_state", &HostRow::pd_state);
+        visit("registered", &HostRow::registered);
+        visit("mtu", &HostRow::mtu);
+        visit("ipv4_ucst", &HostRow::ipv4_ucst);
+        visit("ipv4_mcst", &HostRow::ipv4_mcst);
+        visit("ipv4_same_if", &HostRow::ipv4_same_if);
+        visit("v4_vpn", &HostRow::v4_vpn);
+        visit("v6_vpn", &HostRow::v6_vpn);
+        visit("nat_zone", &HostRow::nat_zone);
+        visit("port_lid", &HostRow::port_lid);
+        visit("kept_intf", &HostRow::kept_intf);
+        visit("held_pc", &HostRow::held_pc);
+        visit("held_lid", &HostRow::held_lid);
+        visit("loopback", &HostRow::loopback);
     }
 };
 
@@ -214,13 +214,13 @@ struct ContextRow {
     uint32_t ifindex = 0;
     uint32_t intf_id = 0, old_intf_id = 0, lid_id = 0, pc_id = 0;
     static constexpr const char *table = "library_context";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("ifindex", row.ifindex);
-        visit("intf_id", row.intf_id);
-        visit("old_intf_id", row.old_intf_id);
-        visit("lid_id", row.lid_id);
-        visit("pc_id", row.pc_id);
+        visit("ifindex", &ContextRow::ifindex);
+        visit("intf_id", &ContextRow::intf_id);
+        visit("old_intf_id", &ContextRow::old_intf_id);
+        visit("lid_id", &ContextRow::lid_id);
+        visit("pc_id", &ContextRow::pc_id);
     }
 };
 
@@ -230,11 +230,11 @@ struct FhrpRow {
     Mac mac{};
     uint32_t mac_trap_id = 0;
     static constexpr const char *table = "library_virtual_mac";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("ifindex", row.ifindex);
-        visit("mac", row.mac);
-        visit("mac_trap_id", row.mac_trap_id);
+        visit("ifindex", &FhrpRow::ifindex);
+        visit("mac", &FhrpRow::mac);
+        visit("mac_trap_id", &FhrpRow::mac_trap_id);
     }
 };
 
@@ -242,9 +242,9 @@ struct FhrpRow {
 struct OwnedRouterMac {
     uint32_t peer_mac_id = 0;
     static constexpr const char *table = "owned_router_mac";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("peer_mac_id", row.peer_mac_id);
+        visit("peer_mac_id", &OwnedRouterMac::peer_mac_id);
     }
 };
 
@@ -256,16 +256,16 @@ struct IntfRow {
     uint32_t param1 = 0, param2 = 0, param3 = 0, param4 = 0, param5 = 0;
     Made made;
     static constexpr const char *table = "asic_interface";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("intf_id", row.intf_id);
-        visit("type", row.type);
-        visit("param1", row.param1);
-        visit("param2", row.param2);
-        visit("param3", row.param3);
-        visit("param4", row.param4);
-        visit("param5", row.param5);
-        visit("made", row.made);
+        visit("intf_id", &IntfRow::intf_id);
+        visit("type", &IntfRow::type);
+        visit("param1", &IntfRow::param1);
+        visit("param2", &IntfRow::param2);
+        visit("param3", &IntfRow::param3);
+        visit("param4", &IntfRow::param4);
+        visit("param5", &IntfRow::param5);
+        visit("made", &IntfRow::made);
     }
 };
 
@@ -273,12 +273,12 @@ struct AttributeValueRow {
     uint32_t intf_id = 0, number = 0, value = 0;
     Made made;
     static constexpr const char *table = "asic_attribute";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("intf_id", row.intf_id);
-        visit("number", row.number);
-        visit("value", row.value);
-        visit("made", row.made);
+        visit("intf_id", &AttributeValueRow::intf_id);
+        visit("number", &AttributeValueRow::number);
+        visit("value", &AttributeValueRow::value);
+        visit("made", &AttributeValueRow::made);
     }
 };
 
@@ -286,11 +286,11 @@ struct LidRow {
     uint32_t lid_id = 0, ifmap_idx = 0;
     Made made;
     static constexpr const char *table = "asic_lid";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("lid_id", row.lid_id);
-        visit("ifmap_idx", row.ifmap_idx);
-        visit("made", row.made);
+        visit("lid_id", &LidRow::lid_id);
+        visit("ifmap_idx", &LidRow::ifmap_idx);
+        visit("made", &LidRow::made);
     }
 };
 
@@ -299,14 +299,14 @@ struct LidPathRow {
     uint32_t port_type = 0, front_port = 0, pc_id = 0;
     Made made;
     static constexpr const char *table = "asic_lid_path";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("lid_id", row.lid_id);
-        visit("position", row.position);
-        visit("port_type", row.port_type);
-        visit("front_port", row.front_port);
-        visit("pc_id", row.pc_id);
-        visit("made", row.made);
+        visit("lid_id", &LidPathRow::lid_id);
+        visit("position", &LidPathRow::position);
+        visit("port_type", &LidPathRow::port_type);
+        visit("front_port", &LidPathRow::front_port);
+        visit("pc_id", &LidPathRow::pc_id);
+        visit("made", &LidPathRow::made);
     }
 };
 
@@ -314,10 +314,10 @@ struct PortChannelRow {
     uint32_t pc_id = 0;
     Made made;
     static constexpr const char *table = "asic_port_channel";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("pc_id", row.pc_id);
-        visit("made", row.made);
+        visit("pc_id", &PortChannelRow::pc_id);
+        visit("made", &PortChannelRow::made);
     }
 };
 
@@ -325,11 +325,11 @@ struct MemberRow {
     uint32_t pc_id = 0, front_port = 0; /* front port 1..255 */
     Made made;
     static constexpr const char *table = "asic_member";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("pc_id", row.pc_id);
-        visit("front_port", row.front_port);
-        visit("made", row.made);
+        visit("pc_id", &MemberRow::pc_id);
+        visit("front_port", &MemberRow::front_port);
+        visit("made", &MemberRow::made);
     }
 };
 
@@ -338,11 +338,11 @@ struct RouterMacRow {
     Mac mac{};
     Made made;
     static constexpr const char *table = "asic_router_mac";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("peer_mac_id", row.peer_mac_id);
-        visit("mac", row.mac);
-        visit("made", row.made);
+        visit("peer_mac_id", &RouterMacRow::peer_mac_id);
+        visit("mac", &RouterMacRow::mac);
+        visit("made", &RouterMacRow::made);
     }
 };
 
@@ -351,12 +351,12 @@ struct TrapRow {
     Mac mac{};
     Made made;
     static constexpr const char *table = "asic_trap";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("mac_trap_id", row.mac_trap_id);
-        visit("intf_id", row.intf_id);
-        visit("mac", row.mac);
-        visit("made", row.made);
+        visit("mac_trap_id", &TrapRow::mac_trap_id);
+        visit("intf_id", &TrapRow::intf_id);
+        visit("mac", &TrapRow::mac);
+        visit("made", &TrapRow::made);
     }
 };
 
@@ -366,13 +366,13 @@ struct PendingRow {
     uint32_t intf_id = 0, number = 0, value = 0;
     Made made;
     static constexpr const char *table = "asic_pending";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("position", row.position);
-        visit("intf_id", row.intf_id);
-        visit("number", row.number);
-        visit("value", row.value);
-        visit("made", row.made);
+        visit("position", &PendingRow::position);
+        visit("intf_id", &PendingRow::intf_id);
+        visit("number", &PendingRow::number);
+        visit("value", &PendingRow::value);
+        visit("made", &PendingRow::made);
     }
 };
 
@@ -381,13 +381,13 @@ struct TableUseRow {
     std::string name, description; /* "intf", "interfaces" */
     uint32_t used = 0, high_water = 0, capacity = 0;
     static constexpr const char *table = "asic_table";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("name", row.name);
-        visit("description", row.description);
-        visit("used", row.used);
-        visit("high_water", row.high_water);
-        visit("capacity", row.capacity);
+        visit("name", &TableUseRow::name);
+        visit("description", &TableUseRow::description);
+        visit("used", &TableUseRow::used);
+        visit("high_water", &TableUseRow::high_water);
+        visit("capacity", &TableUseRow::capacity);
     }
 };
 
@@ -397,12 +397,12 @@ struct DbPm {
     uint32_t kind = 0, ifindex = 0, ifmap_idx = 0;
     Made made;
     static constexpr const char *table = "pm_sdb";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("kind", row.kind);
-        visit("ifindex", row.ifindex);
-        visit("ifmap_idx", row.ifmap_idx);
-        visit("made", row.made);
+        visit("kind", &DbPm::kind);
+        visit("ifindex", &DbPm::ifindex);
+        visit("ifmap_idx", &DbPm::ifmap_idx);
+        visit("made", &DbPm::made);
     }
 };
 
@@ -410,11 +410,11 @@ struct DbPc {
     uint32_t ifindex = 0, pc_id = 0;
     Made made;
     static constexpr const char *table = "pc_sdb";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("ifindex", row.ifindex);
-        visit("pc_id", row.pc_id);
-        visit("made", row.made);
+        visit("ifindex", &DbPc::ifindex);
+        visit("pc_id", &DbPc::pc_id);
+        visit("made", &DbPc::made);
     }
 };
 
@@ -425,18 +425,18 @@ struct DbL3lif {
     uint32_t v4_vpn_id = 0, v6_vpn_id = 0, nat_zone = 0;
     Made made;
     static constexpr const char *table = "l3lif_sdb";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("ifindex", row.ifindex);
-        visit("name", row.name);
-        visit("mtu", row.mtu);
-        visit("ipv4_ucst_en", row.ipv4_ucst_en);
-        visit("ipv4_mcst_en", row.ipv4_mcst_en);
-        visit("ipv4_same_if", row.ipv4_same_if);
-        visit("v4_vpn_id", row.v4_vpn_id);
-        visit("v6_vpn_id", row.v6_vpn_id);
-        visit("nat_zone", row.nat_zone);
-        visit("made", row.made);
+        visit("ifindex", &DbL3lif::ifindex);
+        visit("name", &DbL3lif::name);
+        visit("mtu", &DbL3lif::mtu);
+        visit("ipv4_ucst_en", &DbL3lif::ipv4_ucst_en);
+        visit("ipv4_mcst_en", &DbL3lif::ipv4_mcst_en);
+        visit("ipv4_same_if", &DbL3lif::ipv4_same_if);
+        visit("v4_vpn_id", &DbL3lif::v4_vpn_id);
+        visit("v6_vpn_id", &DbL3lif::v6_vpn_id);
+        visit("nat_zone", &DbL3lif::nat_zone);
+        visit("made", &DbL3lif::made);
     }
 };
 
@@ -445,12 +445,12 @@ struct DbLabel {
     bool enabled = false, svi = false;
     Made made;
     static constexpr const char *table = "label_sdb";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("ifindex", row.ifindex);
-        visit("enabled", row.enabled);
-        visit("svi", row.svi);
-        visit("made", row.made);
+        visit("ifindex", &DbLabel::ifindex);
+        visit("enabled", &DbLabel::enabled);
+        visit("svi", &DbLabel::svi);
+        visit("made", &DbLabel::made);
     }
 };
 
@@ -458,11 +458,11 @@ struct DbMemberIntf {
     uint32_t ifindex = 0, intf_id = 0;
     Made made;
     static constexpr const char *table = "member_intf_sdb";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("ifindex", row.ifindex);
-        visit("intf_id", row.intf_id);
-        visit("made", row.made);
+        visit("ifindex", &DbMemberIntf::ifindex);
+        visit("intf_id", &DbMemberIntf::intf_id);
+        visit("made", &DbMemberIntf::made);
     }
 };
 
@@ -475,13 +475,13 @@ struct ErrorRow {
     std::string text;
     uint64_t count = 0, last_request = 0;
     static constexpr const char *table = "error";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("function", row.function);
-        visit("line", row.line);
-        visit("text", row.text);
-        visit("count", row.count);
-        visit("last_request", row.last_request);
+        visit("function", &ErrorRow::function);
+        visit("line", &ErrorRow::line);
+        visit("text", &ErrorRow::text);
+        visit("count", &ErrorRow::count);
+        visit("last_request", &ErrorRow::last_request);
     }
 };
 
@@ -489,10 +489,10 @@ struct ErrorRow {
 struct FailureRow {
     std::string object, message;
     static constexpr const char *table = "failure";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("object", row.object);
-        visit("message", row.message);
+        visit("object", &FailureRow::object);
+        visit("message", &FailureRow::message);
     }
 };
 
@@ -502,10 +502,10 @@ struct MetaRow {
     uint32_t word_size = 0; /* bits of the library that ran */
     std::string hostname;
     static constexpr const char *table = "meta";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("word_size", row.word_size);
-        visit("hostname", row.hostname);
+        visit("word_size", &MetaRow::word_size);
+        visit("hostname", &MetaRow::hostname);
     }
 };
 
@@ -513,10 +513,7 @@ struct MetaRow {
 struct FileRow {
     std::string file;
     static constexpr const char *table = "configuration_file";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
-    {
-        visit("file", row.file);
-    }
+    template <class Visit> static void columns(Visit &&visit) { visit("file", &FileRow::file); }
 };
 
 /* A request that a row of the snapshot names. */
@@ -526,12 +523,12 @@ struct RequestRow {
     std::string arguments; /* "l3lif=Ethernet8 create=1" */
     std::string cause;     /* the configuration row or command behind it */
     static constexpr const char *table = "request";
-    template <class Row, class Visit> static void columns(Row &row, Visit &&visit)
+    template <class Visit> static void columns(Visit &&visit)
     {
-        visit("number", row.number);
-        visit("entry", row.entry);
-        visit("arguments", row.arguments);
-        visit("cause", row.cause);
+        visit("number", &RequestRow::number);
+        visit("entry", &RequestRow::entry);
+        visit("arguments", &RequestRow::arguments);
+        visit("cause", &RequestRow::cause);
     }
 };
 
@@ -570,40 +567,40 @@ struct Snapshot {
     std::vector<FailureRow> failures;
     std::vector<RequestRow> requests; /* by number; filled in by capture and load */
 
-    /* visit(rows) for each vector, in this order. */
-    template <class Self, class Visit> static void tables(Self &self, Visit &&visit)
+    /* visit(&Snapshot::rows) for each vector, in this order. */
+    template <class Visit> static void tables(Visit &&visit)
     {
-        visit(self.files);
-        visit(self.wanted_ports);
-        visit(self.wanted_interfaces);
-        visit(self.wanted_members);
-        visit(self.wanted_vlans);
-        visit(self.wanted_vlan_members);
-        visit(self.wanted_virtual_macs);
-        visit(self.wanted_router_mac);
-        visit(self.vrfs);
-        visit(self.host);
-        visit(self.contexts);
-        visit(self.virtual_macs);
-        visit(self.owned_router_mac);
-        visit(self.intfs);
-        visit(self.attributes);
-        visit(self.lids);
-        visit(self.lid_paths);
-        visit(self.port_channels);
-        visit(self.members);
-        visit(self.router_macs);
-        visit(self.traps);
-        visit(self.pending);
-        visit(self.table_use);
-        visit(self.pm);
-        visit(self.pc);
-        visit(self.l3lif);
-        visit(self.label);
-        visit(self.member_intf);
-        visit(self.errors);
-        visit(self.failures);
-        visit(self.requests);
+        visit(&Snapshot::files);
+        visit(&Snapshot::wanted_ports);
+        visit(&Snapshot::wanted_interfaces);
+        visit(&Snapshot::wanted_members);
+        visit(&Snapshot::wanted_vlans);
+        visit(&Snapshot::wanted_vlan_members);
+        visit(&Snapshot::wanted_virtual_macs);
+        visit(&Snapshot::wanted_router_mac);
+        visit(&Snapshot::vrfs);
+        visit(&Snapshot::host);
+        visit(&Snapshot::contexts);
+        visit(&Snapshot::virtual_macs);
+        visit(&Snapshot::owned_router_mac);
+        visit(&Snapshot::intfs);
+        visit(&Snapshot::attributes);
+        visit(&Snapshot::lids);
+        visit(&Snapshot::lid_paths);
+        visit(&Snapshot::port_channels);
+        visit(&Snapshot::members);
+        visit(&Snapshot::router_macs);
+        visit(&Snapshot::traps);
+        visit(&Snapshot::pending);
+        visit(&Snapshot::table_use);
+        visit(&Snapshot::pm);
+        visit(&Snapshot::pc);
+        visit(&Snapshot::l3lif);
+        visit(&Snapshot::label);
+        visit(&Snapshot::member_intf);
+        visit(&Snapshot::errors);
+        visit(&Snapshot::failures);
+        visit(&Snapshot::requests);
     }
 
     const RequestRow *request(uint64_t number) const; /* nullptr for an unknown one */

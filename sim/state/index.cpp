@@ -1,0 +1,271 @@
+#include "sim/state/index.h"
+
+#include <fmt/format.h>
+
+#include "platform_api/libsdk.h"
+#include "sim/sdk/asic.h"
+#include "sim/sdk/attributes.h"
+
+namespace kvnsim {
+namespace {
+
+constexpr uint32_t routed_igmp_label = 16;
+
+uint64_t pair_key(uint32_t intf_id, uint32_t number)
+{
+    return uint64_t{intf_id} << 32 | number;
+}
+
+/* What an internal loopback writes. */
+constexpr ExpectedAttribute loopback_attributes[] = {
+    {SdkIntfAttrNatInside, 2, "NAT inside", "the loopback's"},
+    {SdkIntfAttrIpv4UcstEn, 1, "IPv4", "the loopback's"},
+    {SdkIntfAttrIpv4McstEn, 1, "IPv4 multicast", "the loopback's"},
+    {SdkIntfAttrIpv4Vpn, 1, "IPv4 VPN", "the loopback's"},
+    {SdkIntfAttrIpv6Vpn, 1, "IPv6 VPN", "the loopback's"},
+    {SdkIntfAttrNatOutside, 3, "NAT outside", "the loopback's"},
+    {SdkIntfAttrIpv4SameIfCheck, 1, "IPv4 same-interface check", "the loopback's"},
+    {SdkIntfAttrNatOutsideEgrBdDb, 3, "NAT outside, egress", "the loopback's"},
+    {SdkIntfAttrVlanTableMiss, 1, "VLAN-table miss", "the loopback's"},
+};
+
+} // namespace
+
+uint32_t expected_tag(const HostRow &host)
+{
+    return host.kind == "port-channel" ? ((host.number + 1) & 0xFFFF) | 0x8000
+                                       : (host.number + 1) & 0xFF;
+}
+
+Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
+{
+    host_by_name_.reserve(snapshot.host.size());
+    intf_owner_.reserve(snapshot.host.size());
+    for (const HostRow &row : snapshot.host) {
+        host_by_name_.emplace(row.name, &row);
+        if (row.kept_intf)
+            intf_owner_.emplace(*row.kept_intf, &row);
+        if (row.port_lid)
+            lid_owner_.emplace(*row.port_lid, &row);
+        if (row.held_lid)
+            lid_owner_.emplace(*row.held_lid, &row);
+        if (row.held_pc)
+            pc_owner_.emplace(*row.held_pc, &row);
+    }
+    for (const ContextRow &row : snapshot.contexts) {
+        const HostRow *owner = host(row.ifindex);
+        if (owner == nullptr)
+            continue;
+        if (!is_none(row.intf_id))
+            intf_owner_.emplace(row.intf_id, owner);
+        if (owner->kind == "port-channel") {
+            if (!is_none(row.lid_id))
+                lid_owner_.emplace(row.lid_id, owner);
+            if (!is_none(row.pc_id))
+                pc_owner_.emplace(row.pc_id, owner);
+        }
+    }
+    wanted_.reserve(snapshot.wanted_interfaces.size());
+    for (const WantedInterface &row : snapshot.wanted_interfaces)
+        wanted_.emplace(row.name, &row);
+    for (const WantedPort &row : snapshot.wanted_ports)
+        wanted_ports_.emplace(row.name, &row);
+    for (const WantedMember &row : snapshot.wanted_members) {
+        const WantedInterface *port = wanted(row.port);
+        if (!row.declined && port == nullptr)
+            joining_members_[row.port_channel]++;
+    }
+    for (const FailureRow &row : snapshot.failures)
+        failures_.emplace(row.object, &row.message);
+    for (const PendingRow &row : snapshot.pending)
+        pending_[pair_key(row.intf_id, row.number)] = row.value;
+}
+
+const HostRow *Index::host(uint32_t ifindex) const
+{
+    return find_row(snapshot_.host, &HostRow::ifindex, ifindex);
+}
+
+template <class Map> static auto found_in(const Map &map, const typename Map::key_type &key)
+{
+    const auto at = map.find(key);
+    return at == map.end() ? nullptr : at->second;
+}
+
+const HostRow *Index::host(std::string_view name) const
+{
+    return found_in(host_by_name_, name);
+}
+const WantedInterface *Index::wanted(std::string_view name) const
+{
+    return found_in(wanted_, name);
+}
+const WantedPort *Index::wanted_port(std::string_view name) const
+{
+    return found_in(wanted_ports_, name);
+}
+const HostRow *Index::owner_of_intf(uint32_t intf_id) const
+{
+    return found_in(intf_owner_, intf_id);
+}
+const HostRow *Index::owner_of_lid(uint32_t lid_id) const
+{
+    return found_in(lid_owner_, lid_id);
+}
+const HostRow *Index::owner_of_port_channel(uint32_t pc_id) const
+{
+    return found_in(pc_owner_, pc_id);
+}
+const HostRow *Index::owner_of_front_port(uint32_t front_port) const
+{
+    /* Ports come first among the host's interfaces, in the order of their numbers. */
+    const auto at =
+        std::partition_point(snapshot_.host.begin(), snapshot_.host.end(), [&](const HostRow &row) {
+            return row.kind == "port" && row.number + 1 < front_port;
+        });
+    const bool found =
+        at != snapshot_.host.end() && at->kind == "port" && at->number + 1 == front_port;
+    return found ? &*at : nullptr;
+}
+
+bool Index::must_exist(const WantedInterface &wanted) const
+{
+    return wanted.routed &&
+           (wanted.kind != "port-channel" || joining_members_.count(wanted.name) != 0);
+}
+
+const ContextRow *Index::context(uint32_t ifindex) const
+{
+    return find_row(snapshot_.contexts, &ContextRow::ifindex, ifindex);
+}
+
+const ContextRow *Index::serving_context(const HostRow &host) const
+{
+    return context(host.channel ? *host.channel : host.ifindex);
+}
+
+const IntfRow *Index::intf(uint32_t intf_id) const
+{
+    return find_row(snapshot_.intfs, &IntfRow::intf_id, intf_id);
+}
+const LidRow *Index::lid(uint32_t lid_id) const
+{
+    return find_row(snapshot_.lids, &LidRow::lid_id, lid_id);
+}
+const PortChannelRow *Index::port_channel(uint32_t pc_id) const
+{
+    return find_row(snapshot_.port_channels, &PortChannelRow::pc_id, pc_id);
+}
+const TrapRow *Index::trap(uint32_t mac_trap_id) const
+{
+    return find_row(snapshot_.traps, &TrapRow::mac_trap_id, mac_trap_id);
+}
+const DbL3lif *Index::l3lif(uint32_t ifindex) const
+{
+    return find_row(snapshot_.l3lif, &DbL3lif::ifindex, ifindex);
+}
+const DbLabel *Index::label(uint32_t ifindex) const
+{
+    return find_row(snapshot_.label, &DbLabel::ifindex, ifindex);
+}
+
+const AttributeValueRow *Index::attribute(uint32_t intf_id, uint32_t number) const
+{
+    for (const AttributeValueRow &row :
+         find_rows(snapshot_.attributes, &AttributeValueRow::intf_id, intf_id)) {
+        if (row.number == number)
+            return &row;
+    }
+    return nullptr;
+}
+
+uint32_t Index::attribute_value(uint32_t intf_id, uint32_t number) const
+{
+    if (!pending_.empty()) {
+        const auto waiting = pending_.find(pair_key(intf_id, number));
+        if (waiting != pending_.end())
+            return waiting->second;
+    }
+    if (const AttributeValueRow *row = attribute(intf_id, number))
+        return row->value;
+    const AttributeRow *known = find_attribute(number);
+    return known != nullptr ? known->initial : 0;
+}
+
+std::string Index::name(uint32_t ifindex) const
+{
+    const HostRow *row = host(ifindex);
+    return row != nullptr ? row->name : fmt::format("ifindex {:#x}", ifindex);
+}
+
+std::string Index::intf_words(uint32_t intf_id) const
+{
+    const IntfRow *row = intf(intf_id);
+    if (row == nullptr)
+        return fmt::format("{}", intf_id);
+    switch (row->type) {
+    case sdk_routed_port:
+        return row->param3 == 1
+                   ? fmt::format("{} (routed port, port-channel {})", intf_id, row->param1)
+                   : fmt::format("{} (routed port, front port {})", intf_id, row->param1);
+    case sdk_sub_interface:
+        return fmt::format("{} (sub-interface, VLAN {} on SDK interface {})", intf_id, row->param2,
+                           row->param1);
+    case sdk_svi:
+        return fmt::format("{} (SVI, VLAN {})", intf_id, row->param1);
+    default:
+        return fmt::format("{} (type {})", intf_id, row->type);
+    }
+}
+
+const std::string &Index::failure(std::string_view object) const
+{
+    static const std::string none;
+    const std::string *message = found_in(failures_, object);
+    return message != nullptr ? *message : none;
+}
+
+std::vector<ExpectedAttribute> Index::expected_attributes(const HostRow &host,
+                                                          const ContextRow &context,
+                                                          const WantedInterface *wanted) const
+{
+    std::vector<ExpectedAttribute> expected;
+    expected.reserve(16);
+    const bool is_svi = host.kind == "SVI";
+    const bool is_sub = host.kind == "sub-interface";
+    if (!is_svi)
+        expected.push_back({SdkIntfAttrLid, context.lid_id, "LID entry", "recorded"});
+    if (!is_svi && !is_sub)
+        expected.push_back(
+            {SdkIntfAttrDefSgt, expected_tag(host), "security-group tag", "the port's"});
+    if (wanted == nullptr)
+        return expected;
+    expected.push_back({SdkIntfAttrIngTblIgmpSnoopLabel, is_svi || is_sub ? 0 : routed_igmp_label,
+                        "IGMP snooping label", "the library's"});
+    expected.push_back({SdkIntfAttrIpv4UcstEn, wanted->ipv4, "IPv4", "configured"});
+    expected.push_back({SdkIntfAttrIpv4McstEn, host.ipv4_mcst, "IPv4 multicast", "recorded"});
+    expected.push_back({SdkIntfAttrIpv6UcstEn, wanted->ipv6, "IPv6", "configured"});
+    expected.push_back({SdkIntfAttrIpv4Vpn, wanted->vpn, "IPv4 VPN", "configured"});
+    expected.push_back({SdkIntfAttrIpv6Vpn, wanted->vpn, "IPv6 VPN", "configured"});
+    expected.push_back({SdkIntfAttrMtuIdx, wanted->mtu, "MTU", "configured"});
+    /* The property is the opposite of the hardware's check. */
+    expected.push_back(
+        {SdkIntfAttrIpv4SameIfCheck, !host.ipv4_same_if, "IPv4 same-interface check", "recorded"});
+    expected.push_back({SdkIntfAttrNatInside, 0, "NAT inside", "the library's"});
+    expected.push_back({SdkIntfAttrNatOutside, 0, "NAT outside", "the library's"});
+    expected.push_back({SdkIntfAttrNatOutsideEgrBdDb, 0, "NAT outside, egress", "the library's"});
+    if (!host.loopback)
+        return expected;
+    for (const ExpectedAttribute &loopback : loopback_attributes) {
+        const auto at =
+            std::find_if(expected.begin(), expected.end(),
+                         [&](const ExpectedAttribute &e) { return e.number == loopback.number; });
+        if (at != expected.end())
+            *at = loopback;
+        else
+            expected.push_back(loopback);
+    }
+    return expected;
+}
+
+} // namespace kvnsim

@@ -1,0 +1,122 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "sim/state/snapshot.h"
+
+/* Finding rows of a snapshot, and what belongs together across its tables. */
+namespace kvnsim {
+
+/* The row whose member has this value, in rows that are in its order; nullptr without one. */
+template <class Row, class Number>
+const Row *find_row(const std::vector<Row> &rows, Number Row::*member, Number value)
+{
+    const auto at = std::lower_bound(
+        rows.begin(), rows.end(), value,
+        [&](const Row &row, const Number &wanted) { return row.*member < wanted; });
+    return at != rows.end() && (*at).*member == value ? &*at : nullptr;
+}
+
+/* All rows whose member has this value, in rows that are in its order. */
+template <class Row> struct RowRange {
+    const Row *first, *last;
+    const Row *begin() const { return first; }
+    const Row *end() const { return last; }
+    bool empty() const { return first == last; }
+    size_t size() const { return static_cast<size_t>(last - first); }
+};
+template <class Row>
+RowRange<Row> find_rows(const std::vector<Row> &rows, uint32_t Row::*member, uint32_t value)
+{
+    const auto first =
+        std::lower_bound(rows.begin(), rows.end(), value,
+                         [&](const Row &row, uint32_t wanted) { return row.*member < wanted; });
+    auto last = first;
+    while (last != rows.end() && (*last).*member == value)
+        ++last;
+    return {rows.data() + (first - rows.begin()), rows.data() + (last - rows.begin())};
+}
+
+/* An attribute of an SDK interface that has a right value. */
+struct ExpectedAttribute {
+    uint32_t number;
+    uint32_t value;
+    const char *property; /* "MTU" */
+    const char *source;   /* who wants it so: "configured", "recorded" */
+};
+
+/* Lookups in one snapshot, which must outlive the index. */
+class Index {
+public:
+    explicit Index(const Snapshot &snapshot);
+
+    const Snapshot &snapshot() const { return snapshot_; }
+
+    const HostRow *host(uint32_t ifindex) const;
+    const HostRow *host(std::string_view name) const;
+    const ContextRow *context(uint32_t ifindex) const;
+    /* The context that answers for the interface: its port-channel's for a member. */
+    const ContextRow *serving_context(const HostRow &host) const;
+    /* What is wanted of it; nullptr when it is not. */
+    const WantedInterface *wanted(std::string_view name) const;
+    const WantedPort *wanted_port(std::string_view name) const;
+    /* Wanted, routed, and, for a port-channel, with a member that joins: it must be in the ASIC. */
+    bool must_exist(const WantedInterface &wanted) const;
+
+    const IntfRow *intf(uint32_t intf_id) const;
+    const LidRow *lid(uint32_t lid_id) const;
+    const PortChannelRow *port_channel(uint32_t pc_id) const;
+    const TrapRow *trap(uint32_t mac_trap_id) const;
+    const AttributeValueRow *attribute(uint32_t intf_id, uint32_t number) const;
+    /* Its value, or what the attribute is before anybody wrote it; as if flushed. */
+    uint32_t attribute_value(uint32_t intf_id, uint32_t number) const;
+
+    const DbL3lif *l3lif(uint32_t ifindex) const;
+    const DbLabel *label(uint32_t ifindex) const;
+
+    /* The interfaces whose records name the object, nullptr for an orphan. */
+    const HostRow *owner_of_intf(uint32_t intf_id) const;
+    const HostRow *owner_of_lid(uint32_t lid_id) const;
+    const HostRow *owner_of_port_channel(uint32_t pc_id) const;
+    const HostRow *owner_of_front_port(uint32_t front_port) const;
+
+    /* Its ifindex's name, or the number for an unknown one. */
+    std::string name(uint32_t ifindex) const;
+    /* "5 (routed port, front port 3)" */
+    std::string intf_words(uint32_t intf_id) const;
+    /* The failed step behind an object that is not as wanted; empty without one. */
+    const std::string &failure(std::string_view object) const;
+
+    /* The values that the attributes of an interface must have: those of its identity, and with
+     * wanted not null those that are configured. */
+    std::vector<ExpectedAttribute> expected_attributes(const HostRow &host,
+                                                       const ContextRow &context,
+                                                       const WantedInterface *wanted) const;
+
+private:
+    const Snapshot &snapshot_;
+    std::unordered_map<std::string_view, const HostRow *> host_by_name_;
+    std::unordered_map<std::string_view, const WantedInterface *> wanted_;
+    std::unordered_map<std::string_view, const WantedPort *> wanted_ports_;
+    std::unordered_map<std::string_view, uint32_t> joining_members_; /* by port-channel */
+    std::unordered_map<std::string_view, const std::string *> failures_;
+    std::unordered_map<uint32_t, const HostRow *> intf_owner_, lid_owner_, pc_owner_;
+    std::unordered_map<uint64_t, uint32_t> pending_; /* by interface and attribute */
+};
+
+constexpr uint32_t none_id = 0xFFFF; /* "none" in the records */
+inline bool is_none(uint32_t id)
+{
+    return id == none_id;
+}
+
+/* Tags and labels that the library writes. */
+uint32_t expected_tag(const HostRow &host);
+
+} // namespace kvnsim

@@ -1,0 +1,334 @@
+#include "sim/state/snapshot.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+
+#include <fmt/format.h>
+
+#include "l3lifpd_kavelin.h"
+#include "sim/fwm/diagnostics.h"
+#include "sim/fwm/host.h"
+#include "sim/sdk/asic.h"
+#include "sim/state/rows.h"
+#include "sim/switch/switch.h"
+
+namespace kvnsim {
+namespace {
+
+/* The library's record of one virtual MAC, key and value of its table alike. */
+struct FhrpEntry {
+    uint32_t ifindex;
+    uint8_t mac[6];
+    uint8_t pad[2];
+    uint32_t mac_trap_id;
+};
+static_assert(sizeof(FhrpEntry) == 16, "entry of the table of virtual MACs");
+
+/* The requests that rows name. Most rows follow one that the same request made. */
+class Requests {
+public:
+    Made made(const Origin &origin)
+    {
+        if (!origin.request)
+            return {0, origin.call};
+        if (refs_.empty() || refs_.back() != origin.request)
+            refs_.push_back(origin.request);
+        return {origin.request->number, origin.call};
+    }
+    /* The database keeps the origin in words: "CALL in request 12 ENTRY(ARGUMENTS)". */
+    Made made(const RowOrigin &origin)
+    {
+        if (origin.request != 0 && (told_.empty() || told_.back().number != origin.request))
+            told_.push_back(from_words(origin));
+        return {origin.request, lasting(origin.call)};
+    }
+    std::vector<RequestRow> rows()
+    {
+        std::vector<RequestRow> rows;
+        rows.reserve(refs_.size());
+        std::sort(refs_.begin(), refs_.end(),
+                  [](const auto &a, const auto &b) { return a->number < b->number; });
+        refs_.erase(std::unique(refs_.begin(), refs_.end()), refs_.end());
+        for (const RequestRef &ref : refs_)
+            rows.push_back({ref->number, ref->entry, ref->arguments, ref->cause});
+        /* What is known of a request by itself comes before its words. */
+        rows.insert(rows.end(), told_.begin(), told_.end());
+        const auto number_less = [](const RequestRow &a, const RequestRow &b) {
+            return a.number < b.number;
+        };
+        std::stable_sort(rows.begin(), rows.end(), number_less);
+        rows.erase(std::unique(rows.begin(), rows.end(),
+                               [](const auto &a, const auto &b) { return a.number == b.number; }),
+                   rows.end());
+        return rows;
+    }
+
+private:
+    static RequestRow from_words(const RowOrigin &origin)
+    {
+        RequestRow row;
+        row.number = origin.request;
+        const std::string before = fmt::format("request {} ", origin.request);
+        const size_t at = origin.text.find(before);
+        const size_t entry = at == std::string::npos ? 0 : at + before.size();
+        const size_t open = origin.text.find('(', entry);
+        row.entry = origin.text.substr(entry, open - entry);
+        if (open != std::string::npos)
+            row.arguments = origin.text.substr(open + 1, origin.text.size() - open - 2);
+        return row;
+    }
+
+    std::vector<RequestRef> refs_;
+    std::vector<RequestRow> told_;
+};
+
+std::string joined(const std::vector<std::string> &texts)
+{
+    return fmt::format("{}", fmt::join(texts, " "));
+}
+
+void capture_wanted(const Switch &of, Snapshot &into)
+{
+    const Desired &want = of.wanted();
+    into.meta.hostname = want.hostname;
+    for (const auto &[name, port] : want.ports)
+        into.wanted_ports.push_back({name, port.mtu, port.admin_up, port.alias, port.place});
+
+    const auto add = [&](const std::string &name, InterfaceKind kind, uint32_t number, uint32_t mtu,
+                         const L3Settings &l3, const Place &place) -> WantedInterface & {
+        WantedInterface row;
+        row.name = name;
+        row.kind = to_text(kind);
+        row.number = number;
+        row.mtu = mtu;
+        row.ipv4 = l3.ipv4;
+        row.ipv6 = l3.ipv6;
+        row.vrf = l3.vrf;
+        row.vpn = of.vpn_of(l3.vrf);
+        row.nat_zone = l3.nat_zone;
+        row.addresses = joined(l3.addresses);
+        row.place = place;
+        return into.wanted_interfaces.emplace_back(std::move(row));
+    };
+    for (const auto &[name, routed] : want.routed_ports) {
+        const auto port = want.ports.find(name);
+        const bool known = port != want.ports.end();
+        WantedInterface &row = add(name, InterfaceKind::port, 0, known ? port->second.mtu : 0u,
+                                   routed.l3, routed.place);
+        row.implied = routed.implied;
+        row.admin_up = known && port->second.admin_up;
+    }
+    for (const auto &[name, channel] : want.port_channels) {
+        WantedInterface &row =
+            add(name, InterfaceKind::port_channel, channel.number, channel.mtu,
+                channel.l3.value_or(L3Settings()), channel.l3 ? channel.l3_place : channel.place);
+        row.routed = channel.l3.has_value();
+        row.implied = channel.l3_implied;
+        row.admin_up = channel.admin_up;
+        for (const auto &[port, place] : channel.members)
+            into.wanted_members.push_back(
+                {name, port, of.declined_members().count({name, port}) != 0, place});
+    }
+    for (const auto &[name, sub] : want.sub_interfaces)
+        add(name, InterfaceKind::sub_interface, sub.vlan, sub.mtu, sub.l3, sub.place).parent =
+            sub.parent;
+    for (const auto &[name, svi] : want.svis)
+        add(name, InterfaceKind::svi, svi.vlan, svi.mtu, svi.l3, svi.place);
+    for (const auto &[name, vlan] : want.vlans) {
+        into.wanted_vlans.push_back({name, vlan.vlan, vlan.place});
+        for (const auto &[member, place] : vlan.members)
+            into.wanted_vlan_members.push_back({name, member, place});
+    }
+    for (const auto &[mac, place] : want.virtual_macs)
+        into.wanted_virtual_macs.push_back({mac.interface, mac.mac, place});
+    if (want.router_mac)
+        into.wanted_router_mac.push_back({*want.router_mac, want.router_mac_place});
+    for (const auto &[name, vpn] : of.vpns())
+        into.vrfs.push_back({name, vpn});
+    if (of.router_mac_id() != no_id)
+        into.owned_router_mac.push_back({of.router_mac_id()});
+    for (const auto &[object, message] : of.last_failures())
+        into.failures.push_back({object, message});
+}
+
+void capture_host(Snapshot &into)
+{
+    const Host &host = Host::instance();
+    for (const HostInterface *interface : host.interfaces()) {
+        HostRow row;
+        row.ifindex = interface->ifindex;
+        row.kind = to_text(interface->kind);
+        row.name = interface->name;
+        row.number = interface->number;
+        row.vlan = interface->vlan;
+        if (interface->parent != nullptr)
+            row.parent = interface->parent->ifindex;
+        if (interface->channel != nullptr)
+            row.channel = interface->channel->ifindex;
+        row.pd_state = interface->pd_state;
+        row.registered = interface->registered;
+        row.mtu = interface->ip.mtu;
+        row.ipv4_ucst = interface->ip.ipv4_ucst_en != 0;
+        row.ipv4_mcst = interface->ip.ipv4_mcst_en != 0;
+        row.ipv4_same_if = interface->ip.ipv4_same_if != 0;
+        row.v4_vpn = interface->v4_vpn_id;
+        row.v6_vpn = interface->v6_vpn_id;
+        row.nat_zone = interface->nat_zone;
+        row.port_lid = interface->lid_id;
+        row.kept_intf = interface->kept_intf;
+        if (const auto held = host.held_port_channel(interface->ifindex)) {
+            row.held_pc = held->pc_id;
+            row.held_lid = held->lid_id;
+        }
+        row.loopback = interface->loopback;
+        into.host.push_back(std::move(row));
+
+        if (const l3_pd *context = interface->context())
+            into.contexts.push_back({interface->ifindex, context->intf_id, context->old_intf_id,
+                                     context->lid_id, context->pc_id});
+    }
+}
+
+void capture_virtual_macs(Snapshot &into)
+{
+    if (fhrp_mac_hash == nullptr)
+        return;
+    GHashTableIter entries;
+    void *value;
+    g_hash_table_iter_init(&entries, fhrp_mac_hash);
+    while (g_hash_table_iter_next(&entries, nullptr, &value)) {
+        FhrpEntry entry;
+        std::memcpy(&entry, value, sizeof entry);
+        FhrpRow row;
+        row.ifindex = entry.ifindex;
+        std::copy(std::begin(entry.mac), std::end(entry.mac), row.mac.begin());
+        row.mac_trap_id = entry.mac_trap_id;
+        into.virtual_macs.push_back(row);
+    }
+    std::sort(into.virtual_macs.begin(), into.virtual_macs.end(),
+              [](const FhrpRow &a, const FhrpRow &b) {
+                  return std::tie(a.ifindex, a.mac) < std::tie(b.ifindex, b.mac);
+              });
+}
+
+void capture_asic(Snapshot &into, Requests &requests)
+{
+    const Asic &asic = Asic::instance();
+    for (const AsicInterface &intf : asic.interfaces()) {
+        const sdk_intf_create_params &p = intf.params;
+        into.intfs.push_back({intf.intf_id, intf.type, p.param1, p.param2, p.param3, p.param4,
+                              p.param5, requests.made(intf.origin)});
+        for (const AsicAttribute &attribute : intf.attributes)
+            into.attributes.push_back(
+                {intf.intf_id, attribute.number, attribute.value, requests.made(attribute.origin)});
+    }
+    for (const AsicLid &lid : asic.lids()) {
+        into.lids.push_back({lid.lid_id, lid.ifmap_idx, requests.made(lid.origin)});
+        uint32_t position = 0;
+        for (const AsicLidPath &path : lid.paths)
+            into.lid_paths.push_back({lid.lid_id, position++, path.path.port_type,
+                                      path.path.front_port, path.path.pc_id,
+                                      requests.made(path.origin)});
+    }
+    for (const AsicPortChannel &channel : asic.port_channels()) {
+        into.port_channels.push_back({channel.pc_id, requests.made(channel.origin)});
+        for (const AsicMember &member : channel.members)
+            into.members.push_back(
+                {channel.pc_id, member.front_port, requests.made(member.origin)});
+    }
+    for (const AsicRouterMac &mac : asic.router_macs())
+        into.router_macs.push_back({mac.peer_mac_id, mac.mac, requests.made(mac.origin)});
+    for (const AsicTrap &trap : asic.traps())
+        into.traps.push_back(
+            {trap.mac_trap_id, trap.intf_id, trap.mac, requests.made(trap.origin)});
+    uint32_t position = 0;
+    for (const AsicPendingWrite &write : asic.pending())
+        into.pending.push_back(
+            {position++, write.intf_id, write.number, write.value, requests.made(write.origin)});
+    for (const TableUse &use : asic.tables())
+        into.table_use.push_back(
+            {use.name, use.description, use.used, use.high_water, use.capacity});
+}
+
+void capture_database(Snapshot &into, Requests &requests)
+{
+    const StateDb &db = Host::instance().db();
+    for (const PmRow &row : db.pm_rows())
+        into.pm.push_back({row.kind, row.ifindex, row.ifmap_idx, requests.made(row.origin)});
+    for (const PcRow &row : db.pc_rows())
+        into.pc.push_back({row.ifindex, row.pc_id, requests.made(row.origin)});
+    for (const L3lifRow &row : db.l3lif_rows())
+        into.l3lif.push_back({row.ifindex, row.name, row.mtu, row.ipv4_ucst_en, row.ipv4_mcst_en,
+                              row.ipv4_same_if, row.v4_vpn_id, row.v6_vpn_id, row.nat_zone,
+                              requests.made(row.origin)});
+    for (const LabelRow &row : db.label_rows())
+        into.label.push_back({row.ifindex, row.enabled, row.svi, requests.made(row.origin)});
+    for (const MemberIntfRow &row : db.member_intf_rows())
+        into.member_intf.push_back({row.ifindex, row.intf_id, requests.made(row.origin)});
+}
+
+} // namespace
+
+bool operator==(const Made &a, const Made &b)
+{
+    return a.request == b.request && std::strcmp(a.call, b.call) == 0;
+}
+
+const char *lasting(std::string_view call)
+{
+    if (const ImportedCall *known = ImportedCall::find(call))
+        return known->name();
+    static std::set<std::string, std::less<>> others;
+    const auto at = others.find(call);
+    return (at != others.end() ? at : others.emplace(call).first)->c_str();
+}
+
+const RequestRow *Snapshot::request(uint64_t number) const
+{
+    const auto at = std::lower_bound(
+        requests.begin(), requests.end(), number,
+        [](const RequestRow &row, uint64_t wanted) { return row.number < wanted; });
+    return at != requests.end() && at->number == number ? &*at : nullptr;
+}
+
+std::string Snapshot::words(const Made &made) const
+{
+    if (made.request == 0)
+        return fmt::format("{} before any request", *made.call ? made.call : "made");
+    const RequestRow *row = request(made.request);
+    return fmt::format("{}{}request {}{}", made.call, *made.call ? " in " : "", made.request,
+                       row ? fmt::format(" {}({})", row->entry, row->arguments) : "");
+}
+
+bool operator==(const Snapshot &a, const Snapshot &b)
+{
+    bool equal = same_row(a.meta, b.meta);
+    Snapshot::tables([&](auto rows) {
+        equal = equal &&
+                std::equal((a.*rows).begin(), (a.*rows).end(), (b.*rows).begin(), (b.*rows).end(),
+                           [](const auto &x, const auto &y) { return same_row(x, y); });
+    });
+    return equal;
+}
+
+Snapshot capture(const Switch &of, const std::vector<std::string> &files)
+{
+    Snapshot snapshot;
+    snapshot.meta.word_size = 8 * sizeof(void *);
+    for (const std::string &file : files)
+        snapshot.files.push_back({file});
+    capture_wanted(of, snapshot);
+    capture_host(snapshot);
+    capture_virtual_macs(snapshot);
+    Requests requests;
+    capture_asic(snapshot, requests);
+    capture_database(snapshot, requests);
+    for (const ErrorGroup &group : Diagnostics::instance().errors())
+        snapshot.errors.push_back({group.function, static_cast<uint32_t>(group.line), group.text,
+                                   group.count, group.last_request});
+    snapshot.requests = requests.rows();
+    return snapshot;
+}
+
+} // namespace kvnsim
