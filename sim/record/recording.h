@@ -50,8 +50,9 @@ struct Line {
     std::string to_text() const; /* as people read it: "libsdk_intf_destroy(intf_id=5) = 0" */
 };
 
-/* A line as it would be read back. */
-Line as_read(const Value &line);
+/* A line as it was made, and as it would be read back: without the names of numbers. */
+Line line_of(const Value &value);
+Line as_read(const Value &value);
 
 /* Reads a recording line by line. */
 class RecordingReader {

@@ -1,0 +1,83 @@
+#include "sim/record/recorder.h"
+
+#include "sim/fwm/diagnostics.h"
+#include "sim/record/interface_state.h"
+#include "sim/record/recording.h"
+
+namespace kvnsim {
+
+Recorder::Recorder(std::ostream &out) : out_(out)
+{
+    write(header_line());
+    Journal::instance().add(*this);
+}
+
+Recorder::~Recorder()
+{
+    Journal::instance().remove(*this);
+    write(end_line(requests_));
+    out_.flush();
+}
+
+void Recorder::write(const Value &line)
+{
+    out_ << line.to_json() << '\n';
+}
+
+void Recorder::request_begins(const Request &request)
+{
+    if (request.number <= last_request_) {
+        write(power_on_line());
+        written_.clear();
+    }
+    last_request_ = request.number;
+    ++requests_;
+    in_request_ = true;
+
+    const Value sinks = sinks_line(Diagnostics::instance().sinks());
+    if (std::string text = sinks.to_json(); text != sinks_) {
+        sinks_ = std::move(text);
+        write(sinks);
+    }
+    concerned_ = interfaces_of(request);
+    for (const HostInterface *interface : concerned_) {
+        Written now{interface->name + host_state(*interface).to_json(),
+                    library_state(*interface).to_json()};
+        Written &before = written_[interface->ifindex];
+        if (now.host != before.host || now.library != before.library) {
+            before = std::move(now);
+            write(interface_line(*interface));
+        }
+    }
+    write(request_line(request));
+    /* Should the request end the process, the recording tells which one it was. */
+    out_.flush();
+}
+
+void Recorder::call_made(const Call &call)
+{
+    if (in_request_)
+        write(call_line(call));
+}
+
+void Recorder::trace_emitted(const TraceRecord &record)
+{
+    if (in_request_)
+        write(trace_line(record));
+}
+
+void Recorder::request_ends(const Request &request)
+{
+    for (const HostInterface *interface : concerned_) {
+        std::string now = library_state(*interface).to_json();
+        std::string &before = written_[interface->ifindex].library;
+        if (now != before) {
+            before = std::move(now);
+            write(left_line(*interface));
+        }
+    }
+    write(result_line(request));
+    in_request_ = false;
+}
+
+} // namespace kvnsim

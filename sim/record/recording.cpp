@@ -1,0 +1,328 @@
+#include "sim/record/recording.h"
+
+#include <array>
+
+#include <fmt/format.h>
+#include <rapidjson/document.h>
+#include <rapidjson/error/en.h>
+
+#include "sim/record/interface_state.h"
+#include "sim/switch/entry_points.h"
+
+namespace kvnsim {
+namespace {
+
+/* The first field of each kind of line, in the order of LineKind. */
+constexpr std::array line_names{"kvnsim_recording", "sinks", "power_on", "interface",
+                                "request",          "call",  "trace",    "left",
+                                "result",           "end"};
+
+LineKind kind_of(const Value &line)
+{
+    if (line.fields().empty())
+        return LineKind::unknown;
+    for (size_t i = 0; i < line_names.size(); ++i) {
+        if (line.fields()[0].name == line_names[i])
+            return static_cast<LineKind>(i);
+    }
+    return LineKind::unknown;
+}
+
+Value flag(bool is_set)
+{
+    return Value::integer(is_set);
+}
+
+Value number(uint64_t number)
+{
+    return Value::integer(static_cast<int64_t>(number));
+}
+
+/* Interfaces are recorded by their indexes, by whatever name they were asked for. */
+Value recorded_argument(const EntryPoint *entry, size_t index, const Value &value)
+{
+    const bool names_interface =
+        entry != nullptr && (entry->parameters()[index].kind == ParameterKind::interface ||
+                             entry->parameters()[index].kind == ParameterKind::ifindex);
+    if (!names_interface || value.kind() != Value::Kind::text)
+        return value;
+    const HostInterface *interface = Host::instance().find(value.string());
+    return interface != nullptr ? Value::integer(interface->ifindex) : value;
+}
+
+/* Numbers this large are interface indexes and bytes of addresses. */
+constexpr int64_t hex_from = 0x10000000;
+
+/* Nothing that is recorded lies deeper. */
+constexpr int max_depth = 8;
+
+Value read_json(const rapidjson::Value &json, int depth = 0)
+{
+    if (json.IsInt64()) {
+        const int64_t read = json.GetInt64();
+        return Value::integer(read, read >= hex_from ? Value::Style::hex : Value::Style::decimal);
+    }
+    if (json.IsString())
+        return Value::text({json.GetString(), json.GetStringLength()});
+    if (json.IsObject() && depth < max_depth) {
+        std::vector<Field> fields;
+        fields.reserve(json.MemberCount());
+        for (const auto &member : json.GetObject())
+            fields.push_back({{member.name.GetString(), member.name.GetStringLength()},
+                              read_json(member.value, depth + 1)});
+        return Value::record(std::move(fields));
+    }
+    return Value(); /* null, and what no field of this version holds */
+}
+
+/* A field that a line of its kind must have. */
+struct Required {
+    LineKind line;
+    const char *field;
+    Value::Kind kind;
+    const char *expected;
+};
+
+const Required required[] = {
+    {LineKind::header, "kvnsim_recording", Value::Kind::integer, "a number"},
+    {LineKind::header, "word_size", Value::Kind::integer, "a number"},
+    {LineKind::sinks, "sinks", Value::Kind::record, "an object"},
+    {LineKind::interface, "interface", Value::Kind::text, "a text"},
+    {LineKind::interface, "host", Value::Kind::record, "an object"},
+    {LineKind::interface, "library", Value::Kind::record, "an object"},
+    {LineKind::request, "request", Value::Kind::integer, "a number"},
+    {LineKind::request, "entry", Value::Kind::text, "a text"},
+    {LineKind::request, "arguments", Value::Kind::record, "an object"},
+    {LineKind::call, "call", Value::Kind::text, "a text"},
+    {LineKind::call, "in", Value::Kind::record, "an object"},
+    {LineKind::trace, "trace", Value::Kind::integer, "a number"},
+    {LineKind::trace, "function", Value::Kind::text, "a text"},
+    {LineKind::trace, "line", Value::Kind::integer, "a number"},
+    {LineKind::trace, "text", Value::Kind::text, "a text"},
+    {LineKind::left, "left", Value::Kind::text, "a text"},
+    {LineKind::left, "library", Value::Kind::record, "an object"},
+    {LineKind::end, "requests", Value::Kind::integer, "a number"},
+};
+
+std::string what_is_missing(const Line &line)
+{
+    for (const Required &row : required) {
+        if (row.line != line.kind)
+            continue;
+        const Value *field = line.value.find(row.field);
+        if (field == nullptr)
+            return fmt::format("\"{}\" is missing", row.field);
+        if (field->kind() != row.kind)
+            return fmt::format("\"{}\": expected {}, not {}", row.field, row.expected,
+                               field->to_text());
+    }
+    return "";
+}
+
+std::string call_text(const Value &line)
+{
+    const std::string &name = line.find("call")->string();
+    std::string text = fmt::format("{}({})", name, to_text(line.find("in")->fields()));
+    if (const Value *result = line.find("result")) {
+        const ImportedCall *call = ImportedCall::find(name);
+        const bool named = call != nullptr && call->result() == Result::sdk_status &&
+                           result->kind() == Value::Kind::integer && result->number() != 0;
+        text += " = " + (named ? sdk_status_name(result->number()) : result->to_text());
+    }
+    if (const Value *out = line.find("out"); out != nullptr && !out->fields().empty())
+        text += " " + to_text(out->fields());
+    if (const Value *note = line.find("note"))
+        text += " (" + note->string() + ")";
+    return text;
+}
+
+std::string trace_text(const Value &line)
+{
+    const std::string text = line.find("text")->to_text();
+    return fmt::format("{} record of {}, line {}: {}",
+                       line.find("trace")->number() == trace_level_error ? "error" : "debug",
+                       line.find("function")->string(), line.find("line")->number(), text);
+}
+
+} // namespace
+
+Value header_line()
+{
+    return Value::record({{line_names[0], Value::integer(recording_version)},
+                          {"word_size", Value::integer(8 * sizeof(void *))}});
+}
+
+Value sinks_line(const Sinks &sinks)
+{
+    return Value::record(
+        {{line_names[1],
+          Value::record({{"debug_file", flag(!sinks.debug_file.empty())},
+                         {"events", flag(!sinks.event_file.empty() && sinks.events.debug)},
+                         {"console", flag(sinks.console.debug)}})}});
+}
+
+Value power_on_line()
+{
+    return Value::record({{line_names[2], Value::integer(1)}});
+}
+
+Value interface_line(const HostInterface &interface)
+{
+    return Value::record({{line_names[3], Value::text(interface.name)},
+                          {"host", host_state(interface)},
+                          {"library", library_state(interface)}});
+}
+
+Value request_line(const Request &request)
+{
+    const EntryPoint *entry = EntryPoint::find(request.entry);
+    std::vector<Field> arguments;
+    for (size_t i = 0; i < request.values.size(); ++i)
+        arguments.push_back(
+            {request.values[i].name, recorded_argument(entry, i, request.values[i].value)});
+    std::vector<Field> fields{{line_names[4], number(request.number)},
+                              {"entry", Value::text(request.entry)},
+                              {"arguments", Value::record(std::move(arguments))}};
+    if (!request.subject.empty())
+        fields.push_back({"subject", Value::text(request.subject)});
+    if (!request.cause.empty())
+        fields.push_back({"cause", Value::text(request.cause)});
+    return Value::record(std::move(fields));
+}
+
+Value call_line(const Call &call)
+{
+    std::vector<Field> fields{{line_names[5], Value::text(call.what->name())},
+                              {"in", Value::record(call.inputs)}};
+    if (!call.outputs.empty())
+        fields.push_back({"out", Value::record(call.outputs)});
+    fields.push_back({"result", call.result});
+    if (call.injected)
+        fields.push_back({"injected", flag(true)});
+    if (!call.note.empty() && !call.injected)
+        fields.push_back({"note", Value::text(call.note)});
+    return Value::record(std::move(fields));
+}
+
+Value trace_line(const TraceRecord &record)
+{
+    return Value::record({{line_names[6], Value::integer(record.level)},
+                          {"function", Value::text(record.function)},
+                          {"line", Value::integer(record.line)},
+                          {"text", Value::text(record.text)}});
+}
+
+Value left_line(const HostInterface &interface)
+{
+    return Value::record(
+        {{line_names[7], Value::text(interface.name)}, {"library", library_state(interface)}});
+}
+
+Value result_line(const Request &request)
+{
+    return Value::record(
+        {{line_names[8], request.result ? Value::integer(*request.result) : Value()},
+         {"failed_calls", number(request.failed_calls)}});
+}
+
+Value end_line(uint64_t requests)
+{
+    return Value::record({{line_names[9], Value::integer(1)}, {"requests", number(requests)}});
+}
+
+std::string to_text(const std::vector<Field> &fields)
+{
+    std::string text;
+    for (const Field &field : fields)
+        text += fmt::format("{}{}={}", text.empty() ? "" : " ", field.name, field.value.to_text());
+    return text;
+}
+
+std::string Line::to_text() const
+{
+    switch (kind) {
+    case LineKind::request:
+        return fmt::format("{} {}({})", value.find("request")->number(),
+                           value.find("entry")->string(),
+                           kvnsim::to_text(value.find("arguments")->fields()));
+    case LineKind::call:
+        return call_text(value);
+    case LineKind::trace:
+        return trace_text(value);
+    case LineKind::left:
+        return fmt::format("{} is left with {}", value.find("left")->string(),
+                           kvnsim::to_text(value.find("library")->fields()));
+    case LineKind::result:
+        return "returns " + kvnsim::to_text(value.fields()).substr(std::size("result=") - 1);
+    default:
+        return value.to_json();
+    }
+}
+
+Line line_of(const Value &value)
+{
+    return {kind_of(value), value, 0};
+}
+
+Line as_read(const Value &value)
+{
+    const std::string text = value.to_json();
+    rapidjson::Document json;
+    json.Parse(text.data(), text.size());
+    return line_of(read_json(json));
+}
+
+std::optional<Line> RecordingReader::next()
+{
+    std::string text;
+    while (problem_.empty() && std::getline(in_, text)) {
+        ++number_;
+        rapidjson::Document json;
+        if (json.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size()).HasParseError()) {
+            problem_ =
+                fmt::format("{}:{}:{}: damaged line: {}", name_, number_, json.GetErrorOffset() + 1,
+                            rapidjson::GetParseError_En(json.GetParseError()));
+            return std::nullopt;
+        }
+        Line line = line_of(read_json(json));
+        line.number = number_;
+        if (number_ == 1 && line.kind != LineKind::header) {
+            report(line, "this is not a recording: expected {\"kvnsim_recording\":1,...}");
+            return std::nullopt;
+        }
+        if (line.value.kind() != Value::Kind::record) {
+            report(line, "damaged line: expected an object");
+            return std::nullopt;
+        }
+        if (const std::string missing = what_is_missing(line); !missing.empty()) {
+            report(line, "damaged line: " + missing);
+            return std::nullopt;
+        }
+        if (line.kind == LineKind::header) {
+            const int64_t version = line.value.fields()[0].value.number();
+            if (version != recording_version) {
+                report(line, fmt::format("a recording of version {}; version {} can be read",
+                                         version, recording_version));
+                return std::nullopt;
+            }
+        }
+        if (line.kind != LineKind::unknown)
+            return line;
+    }
+    if (problem_.empty() && number_ == 0)
+        problem_ = name_ + ": this is not a recording: it is empty";
+    return std::nullopt;
+}
+
+void RecordingReader::report(const Line &line, const std::string &what)
+{
+    if (problem_.empty())
+        problem_ = place(line) + ":1: " + what;
+}
+
+std::string RecordingReader::place(const Line &line) const
+{
+    return fmt::format("{}:{}", name_, line.number);
+}
+
+} // namespace kvnsim

@@ -1,0 +1,434 @@
+#include "sim/record/replay.h"
+
+#include <algorithm>
+#include <cctype>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "sim/fwm/diagnostics.h"
+#include "sim/record/interface_state.h"
+#include "sim/record/preconditions.h"
+#include "sim/record/recording.h"
+#include "sim/switch/entry_points.h"
+#include "sim/switch/switch.h"
+
+namespace kvnsim {
+namespace {
+
+constexpr size_t lines_before = 5;
+
+/* ---- What differs between two lines ---- */
+
+/* The path and both values of the first field that differs; empty when there is none. */
+std::string field_difference(const std::string &path, const Value &recorded, const Value &now)
+{
+    if (recorded == now)
+        return "";
+    if (recorded.kind() == Value::Kind::record && now.kind() == Value::Kind::record) {
+        const size_t common = std::min(recorded.fields().size(), now.fields().size());
+        for (size_t i = 0; i < common; ++i) {
+            const Field &a = recorded.fields()[i], &b = now.fields()[i];
+            if (a.name != b.name)
+                break;
+            const std::string difference =
+                field_difference(path.empty() ? a.name : path + "." + a.name, a.value, b.value);
+            if (!difference.empty())
+                return difference;
+        }
+    }
+    return fmt::format("{}: recorded {}, now {}", path, recorded.to_text(), now.to_text());
+}
+
+std::string field_difference(const Line &recorded, const Line &now,
+                             std::initializer_list<const char *> fields)
+{
+    for (const char *field : fields) {
+        const Value *a = recorded.value.find(field), *b = now.value.find(field);
+        const std::string difference = field_difference(field, a ? *a : Value(), b ? *b : Value());
+        if (!difference.empty())
+            return difference;
+    }
+    return "";
+}
+
+/* The decimal number at the start of the text, as written; empty when there is none. */
+std::string_view number_at(std::string_view text)
+{
+    size_t length = 0;
+    while (length < text.size() && std::isdigit(static_cast<unsigned char>(text[length])))
+        ++length;
+    return text.substr(0, length);
+}
+
+/* Whether two texts are the same but for the numbers of the source lines that they come from,
+ * which change with every edit of the library. */
+bool same_text(std::string_view recorded, const std::string &recorded_line, std::string_view now,
+               const std::string &now_line)
+{
+    while (!recorded.empty() && !now.empty()) {
+        const std::string_view a = number_at(recorded), b = number_at(now);
+        if (a.empty() && b.empty()) {
+            if (recorded[0] != now[0])
+                return false;
+            recorded.remove_prefix(1);
+            now.remove_prefix(1);
+            continue;
+        }
+        if (a != b && !(a == recorded_line && b == now_line))
+            return false;
+        recorded.remove_prefix(a.size());
+        now.remove_prefix(b.size());
+    }
+    return recorded.empty() && now.empty();
+}
+
+/* After a refused trap the library tells an identifier that nobody has set. */
+bool tells_unset_trap(const Line *before, std::string_view text)
+{
+    constexpr std::string_view untold = "mac_trap_id = ";
+    if (before == nullptr || before->kind != LineKind::call ||
+        before->value.find("call")->string() != "libsdk_intf_router_mac_trap_create" ||
+        before->value.find("result")->number() == 0)
+        return false;
+    return text.substr(0, untold.size()) == untold;
+}
+
+std::string trace_difference(const Line &recorded, const Line &now, const Line *before)
+{
+    std::string difference = field_difference(recorded, now, {"trace", "function"});
+    if (!difference.empty())
+        return difference;
+    const std::string &was = recorded.value.find("text")->string();
+    const std::string &is = now.value.find("text")->string();
+    if (same_text(was, std::to_string(recorded.value.find("line")->number()), is,
+                  std::to_string(now.value.find("line")->number())) ||
+        (tells_unset_trap(before, was) && tells_unset_trap(before, is)))
+        return "";
+    return field_difference(recorded, now, {"text"});
+}
+
+/* What differs between two lines of one kind; before is the recorded line above. */
+std::string difference_of(const Line &recorded, const Line &now, const Line *before)
+{
+    switch (now.kind) {
+    case LineKind::call:
+        return field_difference(recorded, now, {"call", "in", "out", "result"});
+    case LineKind::trace:
+        return trace_difference(recorded, now, before);
+    case LineKind::left:
+        return field_difference(recorded, now, {"left", "library"});
+    default:
+        return field_difference(recorded, now, {"result", "failed_calls"});
+    }
+}
+
+/* ---- One request ---- */
+
+/* A recorded request with what happened in it. */
+struct RecordedRequest {
+    Line request;
+    std::vector<Line> events; /* up to the result, which is the last one */
+};
+
+/* Questions that the host answers by the interfaces' records. These are as recorded, so the body
+ * runs and its answer is compared: a recording cannot talk the library into following a record
+ * that is not there. Port-channels that the host holds are its ASIC's, and are not recorded. */
+bool host_knows(const ImportedCall &call)
+{
+    return call.result() == Result::value &&
+           std::string_view(call.name()) != "fwmpd_kvn_get_pc_info";
+}
+
+/* Answers the library's calls from a recorded request and compares all that it does. */
+class Comparison : public Observer, public Answers {
+public:
+    Comparison(const RecordedRequest &recorded, const RecordingReader &reader, Replay &result)
+        : recorded_(recorded), reader_(reader), result_(result)
+    {
+        Journal::instance().add(*this);
+        Journal::instance().answers = this;
+    }
+    ~Comparison() override
+    {
+        Journal::instance().answers = nullptr;
+        Journal::instance().remove(*this);
+    }
+    Comparison(const Comparison &) = delete;
+    Comparison &operator=(const Comparison &) = delete;
+
+    std::optional<int64_t> answer(const ImportedCall &call,
+                                  std::initializer_list<Argument> arguments, bool) override
+    {
+        const Line *line = expected();
+        if (line == nullptr || line->kind != LineKind::call ||
+            line->value.find("call")->string() != call.name())
+            return std::nullopt; /* told when the call is made */
+        if (const Value *out = line->value.find("out")) {
+            for (const Argument &argument : arguments) {
+                const Value *value = out->find(argument.name);
+                if (argument.is_output && value != nullptr && argument.data != nullptr &&
+                    argument.codec->write != nullptr)
+                    argument.codec->write(argument.data, *value);
+            }
+        }
+        if (host_knows(call))
+            return std::nullopt;
+        const Value *result = line->value.find("result");
+        return result != nullptr ? result->number() : 0;
+    }
+
+    void request_begins(const Request &request) override
+    {
+        for (HostInterface *interface : interfaces_of(request))
+            found_.emplace_back(interface, library_state(*interface));
+    }
+    void call_made(const Call &call) override
+    {
+        if (matches(call_line(call)))
+            ++result_.calls;
+    }
+    void trace_emitted(const TraceRecord &record) override
+    {
+        if (matches(trace_line(record)))
+            ++result_.traces;
+    }
+    void request_ends(const Request &request) override
+    {
+        for (const auto &[interface, found] : found_) {
+            if (library_state(*interface) != found)
+                matches(left_line(*interface));
+        }
+        matches(result_line(request));
+    }
+
+private:
+    const Line *expected() const
+    {
+        return !result_.difference && at_ < recorded_.events.size() ? &recorded_.events[at_]
+                                                                    : nullptr;
+    }
+
+    std::string what_differs(const Line *line, const Line &now) const
+    {
+        if (line == nullptr)
+            return "more happens than was recorded";
+        if (line->kind != now.kind)
+            return "something else happens";
+        return difference_of(*line, now, at_ > 0 ? &recorded_.events[at_ - 1] : nullptr);
+    }
+
+    bool matches(const Value &happened)
+    {
+        if (result_.difference)
+            return false;
+        const Line *line = expected();
+        if (what_differs(line, line_of(happened)).empty()) {
+            ++at_;
+            return true;
+        }
+        const Line now = as_read(happened); /* to be shown as the recorded line is */
+        Difference difference;
+        difference.place = reader_.place(line != nullptr ? *line : recorded_.events.back());
+        difference.request = recorded_.request.to_text();
+        if (const Value *cause = recorded_.request.value.find("cause"))
+            difference.cause = cause->string();
+        difference.what = what_differs(line, now);
+        difference.recorded = line != nullptr ? line->to_text() : "nothing";
+        difference.now = now.to_text();
+        for (size_t i = at_ - std::min(at_, lines_before); i < at_; ++i)
+            difference.before.push_back(recorded_.events[i].to_text());
+        result_.difference = std::move(difference);
+        return false;
+    }
+
+    const RecordedRequest &recorded_;
+    const RecordingReader &reader_;
+    Replay &result_;
+    std::vector<std::pair<HostInterface *, Value>> found_; /* as the library found them */
+    size_t at_ = 0;                                        /* the event that is expected next */
+};
+
+/* ---- The whole recording ---- */
+
+/* The sinks as they were when recorded; what they get is not kept. */
+void switch_sinks(const Value &on)
+{
+    const auto is_on = [&](const char *sink) {
+        const Value *value = on.find(sink);
+        return value != nullptr && value->number() != 0;
+    };
+    Sinks sinks;
+    sinks.debug_file = is_on("debug_file") ? "/dev/null" : "";
+    sinks.event_file = is_on("events") ? "/dev/null" : "";
+    sinks.console.debug = is_on("console");
+    sinks.console_file = nullptr;
+    Diagnostics::instance().configure(sinks);
+}
+
+class SinksAsBefore {
+public:
+    SinksAsBefore() : sinks_(Diagnostics::instance().sinks()) {}
+    ~SinksAsBefore() { Diagnostics::instance().configure(sinks_); }
+    SinksAsBefore(const SinksAsBefore &) = delete;
+    SinksAsBefore &operator=(const SinksAsBefore &) = delete;
+
+private:
+    const Sinks sinks_;
+};
+
+void power_on()
+{
+    const Switch fresh;
+}
+
+class Replayer {
+public:
+    Replayer(std::istream &in, const std::string &name) : reader_(in, name) {}
+
+    Replay run()
+    {
+        const SinksAsBefore sinks;
+        power_on();
+        bool ended = false;
+        while (!result_.difference && !ended) {
+            const auto line = reader_.next();
+            if (!line)
+                break;
+            last_ = *line;
+            last_.value = Value();
+            ended = line->kind == LineKind::end;
+            take(*line);
+        }
+        if (!result_.difference && !ended && reader_.problem().empty())
+            reader_.report(last_, "the recording stops here, without its last line");
+        power_on();
+        result_.problem = reader_.problem();
+        return std::move(result_);
+    }
+
+private:
+    void take(const Line &line)
+    {
+        switch (line.kind) {
+        case LineKind::header:
+            result_.word_size = line.value.find("word_size")->number();
+            break;
+        case LineKind::sinks:
+            switch_sinks(*line.value.find("sinks"));
+            break;
+        case LineKind::power_on:
+            power_on();
+            last_request_ = 0;
+            break;
+        case LineKind::interface: {
+            const std::string wrong =
+                restore_interface(line.value.find("interface")->string(), *line.value.find("host"),
+                                  *line.value.find("library"));
+            if (!wrong.empty())
+                reader_.report(line, wrong);
+            break;
+        }
+        case LineKind::request:
+            take_request(line);
+            break;
+        case LineKind::end:
+            if (static_cast<uint64_t>(line.value.find("requests")->number()) != requests_)
+                reader_.report(line, fmt::format("damaged recording: {} requests of {} are here",
+                                                 requests_, line.value.find("requests")->number()));
+            break;
+        default:
+            reader_.report(line, "damaged recording: this belongs to a request, and none is here");
+        }
+    }
+
+    void take_request(const Line &line)
+    {
+        const int64_t number = line.value.find("request")->number();
+        if (last_request_ != 0 && number != last_request_ + 1)
+            return reader_.report(line, fmt::format("damaged recording: request {} follows {}",
+                                                    number, last_request_));
+        last_request_ = number;
+        ++requests_;
+
+        RecordedRequest recorded{line, {}};
+        do {
+            const auto event = reader_.next();
+            if (!event) {
+                if (reader_.problem().empty())
+                    reader_.report(line, fmt::format("the recording stops within request {}, which "
+                                                     "may have ended the process",
+                                                     number));
+                return;
+            }
+            if (event->kind < LineKind::call || event->kind > LineKind::result)
+                return reader_.report(
+                    *event, fmt::format("damaged recording: request {} has no result", number));
+            recorded.events.push_back(*event);
+        } while (recorded.events.back().kind != LineKind::result);
+        make(recorded);
+    }
+
+    void make(const RecordedRequest &recorded)
+    {
+        const std::string &name = recorded.request.value.find("entry")->string();
+        const EntryPoint *entry = EntryPoint::find(name);
+        if (entry == nullptr) {
+            if (name.rfind("host", 0) == 0)
+                ++result_.host_tasks;
+            else
+                reader_.report(recorded.request, "the library has no entry point " + name);
+            return;
+        }
+        std::vector<Value> values;
+        for (const Parameter &parameter : entry->parameters()) {
+            const Value *value = recorded.request.value.find("arguments")->find(parameter.name);
+            if (value == nullptr)
+                return reader_.report(
+                    recorded.request,
+                    fmt::format("damaged line: argument {} is missing", parameter.name));
+            values.push_back(*value);
+        }
+        if (const std::string reason = why_not(*entry, values); !reason.empty())
+            return reader_.report(recorded.request,
+                                  "not made, the library would not survive it: " + reason);
+        const Value *cause = recorded.request.value.find("cause");
+        const CauseScope scope(cause != nullptr ? cause->string() : "");
+        Comparison comparison(recorded, reader_, result_);
+        try {
+            entry->call(values);
+        } catch (const std::invalid_argument &wrong) {
+            return reader_.report(recorded.request, std::string("damaged line: ") + wrong.what());
+        }
+        if (!result_.difference)
+            ++result_.requests;
+    }
+
+    RecordingReader reader_;
+    Replay result_;
+    Line last_;
+    int64_t last_request_ = 0;
+    uint64_t requests_ = 0;
+};
+
+} // namespace
+
+std::string Difference::to_text() const
+{
+    std::string text = fmt::format("{}: {}\n  request   {}\n", place, what, request);
+    if (!cause.empty())
+        text += fmt::format("  because   {}\n", cause);
+    for (const std::string &line : before)
+        text += fmt::format("  before    {}\n", line);
+    text += fmt::format("  recorded  {}\n  now       {}\n", recorded, now);
+    return text;
+}
+
+Replay replay(std::istream &recording, const std::string &name)
+{
+    return Replayer(recording, name).run();
+}
+
+} // namespace kvnsim
