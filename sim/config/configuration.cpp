@@ -47,15 +47,15 @@ bool has_form(KeyPart part, const std::string &text)
         return false;
     switch (part) {
     case KeyPart::port:
-        return name->kind == InterfaceKind::port;
+        return name->kind == NameKind::port;
     case KeyPart::port_channel:
-        return name->kind == InterfaceKind::port_channel;
+        return name->kind == NameKind::port_channel;
     case KeyPart::vlan:
-        return name->kind == InterfaceKind::vlan;
+        return name->kind == NameKind::vlan;
     case KeyPart::sub_interface:
-        return name->kind == InterfaceKind::sub_interface;
+        return name->kind == NameKind::sub_interface;
     case KeyPart::port_or_channel:
-        return name->kind == InterfaceKind::port || name->kind == InterfaceKind::port_channel;
+        return name->kind == NameKind::port || name->kind == NameKind::port_channel;
     default:
         return true;
     }
@@ -140,9 +140,9 @@ private:
                 for (const std::string &part : split(row.name)) {
                     auto name = parse_interface_name(part);
                     const std::string whole =
-                        name && name->kind == InterfaceKind::sub_interface ? name->parent : part;
+                        name && name->kind == NameKind::sub_interface ? name->parent : part;
                     name = parse_interface_name(whole);
-                    if (!name || name->kind != InterfaceKind::port)
+                    if (!name || name->kind != NameKind::port)
                         continue;
                     DesiredPort port;
                     port.admin_up = true;

@@ -18,7 +18,7 @@ public:
         require(desired_.ports.size() <= 255, "more than 255 ports", "");
         require(!desired_.router_mac || !is_zero(*desired_.router_mac), "router MAC of zeros", "");
         for (const auto &[name, port] : desired_.ports) {
-            require_kind(name, InterfaceKind::port);
+            require_kind(name, NameKind::port);
             require_mtu(name, port.mtu);
         }
         for (const auto &[name, place] : desired_.vrfs)
@@ -32,7 +32,7 @@ public:
         for (const auto &[name, sub] : desired_.sub_interfaces)
             check_sub_interface(name, sub);
         for (const auto &[name, vlan] : desired_.vlans) {
-            require_kind(name, InterfaceKind::vlan);
+            require_kind(name, NameKind::vlan);
             for (const auto &[member, place] : vlan.members)
                 require(desired_.ports.count(member) + desired_.port_channels.count(member) == 1,
                         "a member of the VLAN is missing", name);
@@ -58,7 +58,7 @@ private:
         if (!holds)
             found.push_back(name.empty() ? contradiction : name + ": " + contradiction);
     }
-    void require_kind(const std::string &name, InterfaceKind kind)
+    void require_kind(const std::string &name, NameKind kind)
     {
         const auto parsed = parse_interface_name(name);
         require(parsed && parsed->kind == kind, "a name of the wrong form", name);
@@ -85,7 +85,7 @@ private:
     void check_channel(const std::string &name, const DesiredPortChannel &channel)
     {
         const auto parsed = parse_interface_name(name);
-        require(parsed && parsed->kind == InterfaceKind::port_channel &&
+        require(parsed && parsed->kind == NameKind::port_channel &&
                     parsed->number == channel.number,
                 "the number is not the name's", name);
         require(numbers_.insert(channel.number).second, "number taken by another", name);
@@ -100,7 +100,7 @@ private:
 
     void check_sub_interface(const std::string &name, const DesiredSubInterface &sub)
     {
-        require_kind(name, InterfaceKind::sub_interface);
+        require_kind(name, NameKind::sub_interface);
         require(sub.vlan >= 1 && sub.vlan <= 4094, "VLAN out of range", name);
         require(encapsulations_.emplace(sub.parent, sub.vlan).second, "VLAN twice under its parent",
                 name);

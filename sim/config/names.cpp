@@ -12,14 +12,14 @@ namespace {
 
 struct NameForm {
     std::string_view prefix;
-    InterfaceKind kind;
+    NameKind kind;
     uint32_t min, max;
     bool leading_zeros;
 };
 constexpr NameForm name_forms[] = {
-    {"Ethernet", InterfaceKind::port, 0, 9999, false},
-    {"PortChannel", InterfaceKind::port_channel, 0, 9999, true},
-    {"Vlan", InterfaceKind::vlan, 2, 4094, false},
+    {"Ethernet", NameKind::port, 0, 9999, false},
+    {"PortChannel", NameKind::port_channel, 0, 9999, true},
+    {"Vlan", NameKind::vlan, 2, 4094, false},
 };
 constexpr size_t max_name_digits = 4;
 
@@ -58,7 +58,7 @@ std::optional<InterfaceName> parse_whole_interface(std::string_view text)
 
 bool can_be_parent(const std::optional<InterfaceName> &name)
 {
-    return name && (name->kind == InterfaceKind::port || name->kind == InterfaceKind::port_channel);
+    return name && (name->kind == NameKind::port || name->kind == NameKind::port_channel);
 }
 
 } // namespace
@@ -74,14 +74,14 @@ std::optional<InterfaceName> parse_interface_name(std::string_view text)
     if (!number || digits[0] == '0')
         return {};
     if (can_be_parent(parse_whole_interface(parent)))
-        return InterfaceName{InterfaceKind::sub_interface, *number, std::string(parent), false};
+        return InterfaceName{NameKind::sub_interface, *number, std::string(parent), false};
     for (const ShortForm &form : short_forms) {
         if (!starts_with(parent, form.prefix))
             continue;
         std::string full{form.full};
         full += parent.substr(form.prefix.size());
         if (can_be_parent(parse_whole_interface(full)))
-            return InterfaceName{InterfaceKind::sub_interface, *number, std::move(full), true};
+            return InterfaceName{NameKind::sub_interface, *number, std::move(full), true};
     }
     return {};
 }

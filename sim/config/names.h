@@ -10,10 +10,10 @@
 /* The forms of what configurations are written in: names, numbers, addresses. */
 namespace kvnsim {
 
-enum class InterfaceKind : uint8_t { port, port_channel, vlan, sub_interface };
+enum class NameKind : uint8_t { port, port_channel, vlan, sub_interface };
 
 struct InterfaceName {
-    InterfaceKind kind = InterfaceKind::port;
+    NameKind kind = NameKind::port;
     uint32_t number = 0;     /* of the port, port-channel or VLAN; what follows the dot */
     std::string parent;      /* of a sub-interface, by full name: Po0001.10 gives PortChannel0001 */
     bool short_form = false; /* Eth64.10, Po0001.10 */

@@ -148,7 +148,7 @@ void read_vlan_member(Draft &draft, const Row &row)
         referred(draft, row, draft.desired.vlans, "VLAN", row.name(), Severity::warning);
     if (!vlan)
         return;
-    if (parse_interface_name(member)->kind == InterfaceKind::port) {
+    if (parse_interface_name(member)->kind == NameKind::port) {
         if (!referred(draft, row, draft.desired.ports, "PORT", member, Severity::warning))
             return;
         draft.bridged.try_emplace(member, row.place);
@@ -287,7 +287,7 @@ void read_vlan_interface(Draft &draft, const Row &row)
 uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
 {
     Desired &desired = draft.desired;
-    const bool is_port = parse_interface_name(parent)->kind == InterfaceKind::port;
+    const bool is_port = parse_interface_name(parent)->kind == NameKind::port;
     const char *const l3_table = is_port ? "INTERFACE" : "PORTCHANNEL_INTERFACE";
 
     DesiredPort *const port =
@@ -390,11 +390,11 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
 {
     Desired &desired = draft.desired;
     switch (parse_interface_name(name)->kind) {
-    case InterfaceKind::vlan:
+    case NameKind::vlan:
         return referred(draft, row, desired.svis, "VLAN_INTERFACE", name);
-    case InterfaceKind::sub_interface:
+    case NameKind::sub_interface:
         return referred(draft, row, desired.sub_interfaces, "VLAN_SUB_INTERFACE", name);
-    case InterfaceKind::port: {
+    case NameKind::port: {
         const auto joined = draft.joined.find(name);
         if (joined != draft.joined.end()) {
             draft.error(row.place,
@@ -406,7 +406,7 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
         }
         return referred(draft, row, desired.routed_ports, "INTERFACE", name);
     }
-    case InterfaceKind::port_channel:
+    case NameKind::port_channel:
         break;
     }
     const auto found = desired.port_channels.find(name);
