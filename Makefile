@@ -26,6 +26,7 @@ help:
 	@echo "make check     the tests of every build, with sanitizers, then lint"
 	@echo "make lint      formatting, clang-tidy and the library's binary interface"
 	@echo "make coverage  which lines the tests execute, as pages in build/coverage/report"
+	@echo "make bench     measure how fast a switch comes up"
 	@echo "make fuzz      feed the configuration reader for FUZZ_SECONDS=$(FUZZ_SECONDS)"
 	@echo "make install   library, headers and kvnsim into PREFIX=$(PREFIX)"
 	@echo "make package   the same as an archive and a Debian package in build/$(TARGET)"
@@ -62,6 +63,11 @@ coverage:
 	@gcovr --root . --filter l3lif/ --filter sim/ --object-directory build/coverage \
 	    --html-details build/coverage/report/index.html --print-summary
 
+bench:
+	@scripts/setup bench native
+	@$(MAKE) --no-print-directory bench-targets TARGET=bench
+	@build/bench/bin/bench/bench_bring_up
+
 # The same inputs are kept and built upon from run to run.
 fuzz:
 	@scripts/setup fuzz native
@@ -70,7 +76,9 @@ fuzz:
 	@cd build/fuzz && bin/configuration_fuzz -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
 	    corpus ../../examples $(KVN_SAMPLES)
 
-.PHONY: fuzz-targets
+.PHONY: bench-targets fuzz-targets
+bench-targets:
+	@$(build) --target bench_bring_up
 fuzz-targets:
 	@$(build) --target configuration_fuzz
 
