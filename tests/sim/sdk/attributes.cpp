@@ -72,6 +72,7 @@ TEST_F(Attributes, AreSeparateAndKeptInTheOrderOfTheirNumbers)
     EXPECT_EQ(row->attributes[0].number, uint32_t{SdkIntfAttrIpv4UcstEn});
     EXPECT_EQ(row->find(SdkIntfAttrMtuIdx)->value, 9000u);
     EXPECT_EQ(row->find(SdkIntfAttrNatInside), nullptr);
+    EXPECT_EQ(get(id, SdkIntfAttrNatInside), 0u) << "between two that were written";
     EXPECT_EQ(get(other, SdkIntfAttrMtuIdx), 1500u);
 }
 
