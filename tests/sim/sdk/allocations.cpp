@@ -7,7 +7,10 @@ namespace {
 size_t count = 0;
 }
 
-size_t allocations() { return count; }
+size_t allocations()
+{
+    return count;
+}
 
 void *operator new(size_t size)
 {
@@ -16,5 +19,11 @@ void *operator new(size_t size)
         return memory;
     throw std::bad_alloc();
 }
-void operator delete(void *memory) noexcept { std::free(memory); }
-void operator delete(void *memory, size_t) noexcept { std::free(memory); }
+void operator delete(void *memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void *memory, size_t) noexcept
+{
+    std::free(memory);
+}
