@@ -12,8 +12,9 @@
 /* What people and programs look at: tables of a snapshot, as aligned text and as JSON. */
 namespace kvnsim {
 
-/* Nothing, a flag ("yes", "-"; true, false), a number, a text, or texts (a list in JSON). */
-using Cell = std::variant<std::monostate, bool, int64_t, std::string, std::vector<std::string>>;
+/* Nothing ("-", null), a flag ("yes" or "-"), a number, a text, or a list of texts or numbers. */
+using Cell = std::variant<std::monostate, bool, int64_t, std::string, std::vector<std::string>,
+                          std::vector<int64_t>>;
 
 struct Column {
     std::string key;   /* of the JSON object: "lid_id" */

@@ -51,7 +51,7 @@ public:
                   [](const auto &a, const auto &b) { return a->number < b->number; });
         refs_.erase(std::unique(refs_.begin(), refs_.end()), refs_.end());
         for (const RequestRef &ref : refs_)
-            rows.push_back({ref->number, ref->entry, ref->arguments, ref->cause});
+            rows.push_back({ref->number, ref->entry, ref->arguments, ref->subject, ref->cause});
         /* What is known of a request by itself comes before its words. */
         rows.insert(rows.end(), told_.begin(), told_.end());
         const auto number_less = [](const RequestRow &a, const RequestRow &b) {

@@ -521,6 +521,7 @@ struct RequestRow {
     uint64_t number = 0;
     std::string entry;     /* "l3lifpd_kvn_add_l3port", or "host ..." */
     std::string arguments; /* "l3lif=Ethernet8 create=1" */
+    std::string subject;   /* the interface concerned, by name; empty without one */
     std::string cause;     /* the configuration row or command behind it */
     static constexpr const char *table = "request";
     template <class Visit> static void columns(Visit &&visit)
@@ -528,6 +529,7 @@ struct RequestRow {
         visit("number", &RequestRow::number);
         visit("entry", &RequestRow::entry);
         visit("arguments", &RequestRow::arguments);
+        visit("subject", &RequestRow::subject);
         visit("cause", &RequestRow::cause);
     }
 };

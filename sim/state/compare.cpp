@@ -1,0 +1,233 @@
+#include "sim/state/compare.h"
+
+#include <map>
+#include <type_traits>
+
+#include <fmt/format.h>
+
+#include "platform_api/libsdk.h"
+#include "sim/sdk/asic.h"
+#include "sim/sdk/attributes.h"
+#include "sim/state/index.h"
+
+namespace kvnsim {
+namespace {
+
+/* The columns that tell a table's rows apart. */
+template <class Row> constexpr std::initializer_list<const char *> key_of = {"ifindex"};
+template <> constexpr std::initializer_list<const char *> key_of<IntfRow> = {"intf_id"};
+template <>
+constexpr std::initializer_list<const char *> key_of<AttributeValueRow> = {"intf_id", "number"};
+template <> constexpr std::initializer_list<const char *> key_of<LidRow> = {"lid_id"};
+template <>
+constexpr std::initializer_list<const char *> key_of<LidPathRow> = {"lid_id", "position"};
+template <> constexpr std::initializer_list<const char *> key_of<PortChannelRow> = {"pc_id"};
+template <>
+constexpr std::initializer_list<const char *> key_of<MemberRow> = {"pc_id", "front_port"};
+template <> constexpr std::initializer_list<const char *> key_of<RouterMacRow> = {"mac"};
+template <> constexpr std::initializer_list<const char *> key_of<TrapRow> = {"intf_id", "mac"};
+
+/* Where a row stands by itself; the rest refers to it. */
+struct Seen {
+    std::string identifiers; /* "intf_id 5" */
+    std::vector<std::pair<const char *, std::string>> values;
+};
+using Rows = std::map<std::string, Seen, NaturalOrder>;
+
+/* The rows of one snapshot in words that do not depend on which identifiers were free. */
+class Names {
+public:
+    explicit Names(const Snapshot &snapshot) : index_(snapshot) {}
+
+    template <class Row> Rows rows(const std::vector<Row> &table) const
+    {
+        Rows seen;
+        for (const Row &row : table) {
+            std::string key;
+            Seen entry;
+            Row::columns(
+                [&](const char *name, auto member) { add(row, name, row.*member, key, entry); });
+            while (seen.count(key) != 0)
+                key += '\'';
+            seen.emplace(std::move(key), std::move(entry));
+        }
+        return seen;
+    }
+
+private:
+    template <class Row>
+    void add(const Row &, const char *, const Made &, std::string &, Seen &) const
+    {}
+    template <class Row, class T>
+    void add(const Row &row, const char *name, const T &value, std::string &key, Seen &entry) const
+    {
+        const std::string_view column = name;
+        if constexpr (std::is_same_v<T, uint32_t>) {
+            if (is_identifier(column))
+                entry.identifiers +=
+                    fmt::format("{}{} {}", entry.identifiers.empty() ? "" : ", ", column, value);
+            if (column == "peer_mac_id" || column == "mac_trap_id" || column == "ifmap_idx")
+                return;
+        }
+        const std::string text = words(row, column, value);
+        for (const char *part : key_of<Row>) {
+            if (column == part) {
+                key += (key.empty() ? "" : " ") + text;
+                return;
+            }
+        }
+        entry.values.emplace_back(name, text);
+    }
+
+    static bool is_identifier(std::string_view column)
+    {
+        return column == "intf_id" || column == "lid_id" || column == "pc_id" ||
+               column == "peer_mac_id" || column == "mac_trap_id" || column == "ifmap_idx";
+    }
+
+    template <class Row> std::string words(const Row &, std::string_view, const Mac &mac) const
+    {
+        return to_text(mac);
+    }
+    template <class Row>
+    std::string words(const Row &, std::string_view, const std::string &text) const
+    {
+        return text;
+    }
+    template <class Row> std::string words(const Row &, std::string_view, bool flag) const
+    {
+        return flag ? "yes" : "no";
+    }
+    template <class Row>
+    std::string words(const Row &row, std::string_view column, uint32_t number) const
+    {
+        if (column == "ifindex")
+            return index_.name(number);
+        if (column == "intf_id")
+            return intf(number);
+        if (column == "lid_id")
+            return owned("LID entry", number, index_.owner_of_lid(number));
+        if (column == "pc_id")
+            return channel(number);
+        if constexpr (std::is_same_v<Row, AttributeValueRow>) {
+            if (column == "number")
+                return attribute_name(number);
+            if (row.number == SdkIntfAttrLid)
+                return owned("LID entry", number, index_.owner_of_lid(number));
+        }
+        if constexpr (std::is_same_v<Row, IntfRow>) {
+            if (column == "param1" && row.type == sdk_sub_interface)
+                return intf(number);
+            if (column == "param1" && row.type == sdk_routed_port && row.param3 == 1)
+                return channel(number);
+        }
+        (void)row;
+        return fmt::to_string(number);
+    }
+
+    std::string intf(uint32_t intf_id) const
+    {
+        const HostRow *owner = index_.owner_of_intf(intf_id);
+        std::string text = owned("SDK interface", intf_id, owner);
+        if (owner != nullptr && owner->kept_intf == intf_id)
+            text += " (kept)";
+        return text;
+    }
+    std::string channel(uint32_t pc_id) const
+    {
+        return pc_id == 0 || is_none(pc_id)
+                   ? std::string("none")
+                   : owned("port-channel", pc_id, index_.owner_of_port_channel(pc_id));
+    }
+    static std::string owned(const char *what, uint32_t id, const HostRow *owner)
+    {
+        return owner != nullptr ? owner->name : fmt::format("{} {}", what, id);
+    }
+    static std::string attribute_name(uint32_t number)
+    {
+        const AttributeRow *row = find_attribute(number);
+        return row != nullptr ? row->name : fmt::to_string(number);
+    }
+
+    Index index_;
+};
+
+std::string identity(const Seen &seen)
+{
+    return seen.identifiers.empty() ? "there" : seen.identifiers;
+}
+
+void compare(const char *table, const Rows &a, const Rows &b, std::vector<Difference> &into)
+{
+    auto x = a.begin();
+    auto y = b.begin();
+    const NaturalOrder before;
+    while (x != a.end() || y != b.end()) {
+        if (y == b.end() || (x != a.end() && before(x->first, y->first))) {
+            into.push_back({table, x->first, {}, identity(x->second), {}});
+            ++x;
+        } else if (x == a.end() || before(y->first, x->first)) {
+            into.push_back({table, y->first, {}, {}, identity(y->second)});
+            ++y;
+        } else {
+            for (size_t i = 0; i < x->second.values.size(); ++i) {
+                const auto &[column, value] = x->second.values[i];
+                const std::string &other = y->second.values[i].second;
+                if (value != other)
+                    into.push_back({table, x->first, column, value, other});
+            }
+            ++x;
+            ++y;
+        }
+    }
+}
+
+/* ASIC and shared state, in the order told. */
+template <class Visit> void compared_tables(Visit &&visit)
+{
+    visit(&Snapshot::intfs);
+    visit(&Snapshot::attributes);
+    visit(&Snapshot::lids);
+    visit(&Snapshot::lid_paths);
+    visit(&Snapshot::port_channels);
+    visit(&Snapshot::members);
+    visit(&Snapshot::router_macs);
+    visit(&Snapshot::traps);
+    visit(&Snapshot::pm);
+    visit(&Snapshot::pc);
+    visit(&Snapshot::l3lif);
+    visit(&Snapshot::label);
+    visit(&Snapshot::member_intf);
+}
+
+} // namespace
+
+bool operator==(const Difference &x, const Difference &y)
+{
+    return x.table == y.table && x.object == y.object && x.column == y.column && x.a == y.a &&
+           x.b == y.b;
+}
+
+std::vector<Difference> diff(const Snapshot &a, const Snapshot &b)
+{
+    const Names of_a(a), of_b(b);
+    std::vector<Difference> differences;
+    compared_tables([&](auto rows) {
+        using Row = typename std::remove_reference_t<decltype(a.*rows)>::value_type;
+        compare(Row::table, of_a.rows(a.*rows), of_b.rows(b.*rows), differences);
+    });
+    return differences;
+}
+
+Listing show(const std::vector<Difference> &differences)
+{
+    Listing listing;
+    listing.title = "Differences";
+    listing.columns = {
+        {"table", "Table"}, {"object", "Object"}, {"column", "What"}, {"a", "A"}, {"b", "B"}};
+    for (const Difference &d : differences)
+        listing.rows.push_back({d.table, d.object, d.column, d.a, d.b});
+    return listing;
+}
+
+} // namespace kvnsim
