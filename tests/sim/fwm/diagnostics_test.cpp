@@ -376,6 +376,25 @@ TEST_F(DiagnosticSinks, AFileThatCannotBeWrittenChangesNothing)
     EXPECT_THAT(content_of(path.path), HasSubstr("still written\n"));
 }
 
+TEST_F(DiagnosticSinks, AllFilesOpenOrNone)
+{
+    const ScratchFile path("debug");
+    Sinks sinks;
+    sinks.debug_file = path.path;
+    sinks.event_file = "/nowhere/events";
+    EXPECT_NE(diagnostics.configure(sinks), "");
+    EXPECT_EQ(dbg_out_file, nullptr);
+    EXPECT_EQ(diagnostics.sinks().debug_file, "");
+}
+
+TEST_F(DiagnosticSinks, FilesThatAreOffTakeNothing)
+{
+    fwm_check_flush_dbg_out_file();
+    const sdwrap_hist_event_record record{104, "text"};
+    sdwrap_hist_event(0x730000, 9, &record);
+    EXPECT_EQ(diagnostics.flush(), "");
+}
+
 TEST_F(DiagnosticSinks, AFullDiskIsReported)
 {
     Sinks sinks;
