@@ -353,20 +353,16 @@ Listing show_attributes(const Snapshot &snapshot, const std::string &interface)
 
 /* ---- Text ---- */
 
-std::string cell_text(const Cell &cell)
-{
-    struct Text {
-        std::string operator()(std::monostate) const { return "-"; }
-        std::string operator()(bool flag) const { return flag ? "yes" : "-"; }
-        std::string operator()(int64_t value) const { return fmt::to_string(value); }
-        std::string operator()(const std::string &value) const { return value; }
-        template <class T> std::string operator()(const std::vector<T> &values) const
-        {
-            return values.empty() ? "-" : fmt::format("{}", fmt::join(values, ","));
-        }
-    };
-    return std::visit(Text(), cell);
-}
+struct CellText {
+    std::string operator()(std::monostate) const { return "-"; }
+    std::string operator()(bool flag) const { return flag ? "yes" : "-"; }
+    std::string operator()(int64_t value) const { return fmt::to_string(value); }
+    std::string operator()(const std::string &value) const { return value; }
+    template <class T> std::string operator()(const std::vector<T> &values) const
+    {
+        return values.empty() ? "-" : fmt::format("{}", fmt::join(values, ","));
+    }
+};
 
 /* Characters, of which UTF-8 may have several bytes. */
 size_t width(std::string_view text)
@@ -375,24 +371,20 @@ size_t width(std::string_view text)
         std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
 }
 
-void write(JsonWriter &writer, const Cell &cell)
-{
-    struct Write {
-        JsonWriter &writer;
-        void operator()(std::monostate) const { writer.Null(); }
-        void operator()(bool flag) const { writer.Bool(flag); }
-        void operator()(int64_t value) const { writer.Int64(value); }
-        void operator()(const std::string &value) const { put(writer, value); }
-        template <class T> void operator()(const std::vector<T> &values) const
-        {
-            writer.StartArray();
-            for (const T &value : values)
-                (*this)(value);
-            writer.EndArray();
-        }
-    };
-    std::visit(Write{writer}, cell);
-}
+struct CellJson {
+    JsonWriter &writer;
+    void operator()(std::monostate) const { writer.Null(); }
+    void operator()(bool flag) const { writer.Bool(flag); }
+    void operator()(int64_t value) const { writer.Int64(value); }
+    void operator()(const std::string &value) const { put(writer, value); }
+    template <class T> void operator()(const std::vector<T> &values) const
+    {
+        writer.StartArray();
+        for (const T &value : values)
+            (*this)(value);
+        writer.EndArray();
+    }
+};
 
 } // namespace
 
@@ -403,7 +395,7 @@ void write(JsonWriter &writer, const Listing &listing)
         writer.StartObject();
         for (size_t i = 0; i < listing.columns.size(); ++i) {
             put_key(writer, listing.columns[i].key);
-            write(writer, row[i]);
+            std::visit(CellJson{writer}, row[i]);
         }
         writer.EndObject();
     }
@@ -480,7 +472,7 @@ std::string to_text(const Listing &listing)
     for (size_t r = 0; r < listing.rows.size(); ++r) {
         for (size_t i = 0; i < columns; ++i) {
             const Cell &cell = listing.rows[r][i];
-            const std::string &shown = lines[r + 1].emplace_back(cell_text(cell));
+            const std::string &shown = lines[r + 1].emplace_back(std::visit(CellText(), cell));
             widths[i] = std::max(widths[i], width(shown));
             const bool nothing = shown == "-" || shown.empty();
             empty[i] = empty[i] && nothing;
