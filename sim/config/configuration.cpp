@@ -164,8 +164,9 @@ private:
     void read(const Table &table, const DocumentTable &source)
     {
         std::vector<FieldValue> defaults;
-        for (const FieldSpec &spec : table.fields)
-            defaults.push_back(spec.fallback ? *parse_field(spec, spec.fallback) : FieldValue{});
+        for (const TableField &declared : table.fields)
+            defaults.push_back(declared.fallback ? *parse_field(declared, declared.fallback)
+                                                 : FieldValue{});
 
         /* An interface's own row first: the address rows add to it. */
         for (const bool with_address : {false, true}) {
@@ -228,57 +229,57 @@ private:
                                                 to_text(source.kind)));
             return false;
         }
-        const std::vector<FieldSpec> &specs = row.table.fields;
+        const std::vector<TableField> &known = row.table.fields;
         bool sound = true;
         for (const DocumentField &field : source.fields) {
-            const auto spec =
-                std::find_if(specs.begin(), specs.end(), [&](const FieldSpec &candidate) {
+            const auto declared =
+                std::find_if(known.begin(), known.end(), [&](const TableField &candidate) {
                     return field.name == candidate.name;
                 });
-            if (spec == specs.end())
+            if (declared == known.end())
                 sound &= check_unread(row, field);
             else if (row.is_address_row)
                 draft_.warning(moved(row.place, field.at),
                                fmt::format("{} is not read in an address row: it belongs in {}|{}",
                                            field.name, row.table.name, row.name()));
             else
-                sound &= take_field(row, *spec, field);
+                sound &= take_field(row, *declared, field);
         }
         return sound;
     }
 
-    bool take_field(Row &row, const FieldSpec &spec, const DocumentField &field)
+    bool take_field(Row &row, const TableField &declared, const DocumentField &field)
     {
-        if (spec.type == FieldType::elsewhere) {
-            draft_.warning(
-                moved(row.place, field.at),
-                fmt::format("{} is not read here: it comes from {}", spec.name, spec.meaning));
+        if (declared.type == FieldType::elsewhere) {
+            draft_.warning(moved(row.place, field.at),
+                           fmt::format("{} is not read here: it comes from {}", declared.name,
+                                       declared.meaning));
             return true;
         }
         const Place where = moved(row.place, field.value_at);
         if (field.kind != ValueKind::text) {
-            draft_.error(where, fmt::format("{} is {}: expected {}, in quotes", spec.name,
-                                            to_text(field.kind), expected(spec)));
+            draft_.error(where, fmt::format("{} is {}: expected {}, in quotes", declared.name,
+                                            to_text(field.kind), expected(declared)));
             return false;
         }
-        auto value = parse_field(spec, field.text);
+        auto value = parse_field(declared, field.text);
         if (!value) {
-            draft_.error(where, fmt::format("{} is {}: expected {}", spec.name, quoted(field.text),
-                                            expected(spec)));
+            draft_.error(where, fmt::format("{} is {}: expected {}", declared.name,
+                                            quoted(field.text), expected(declared)));
             return false;
         }
         value->at = field.value_at;
-        row.values[static_cast<size_t>(&spec - row.table.fields.data())] = std::move(*value);
+        row.values[static_cast<size_t>(&declared - row.table.fields.data())] = std::move(*value);
         return true;
     }
 
     bool check_unread(Row &row, const DocumentField &field)
     {
-        for (const FieldSpec &spec : row.table.fields) {
-            if (spelling(field.name) == spec.name) {
+        for (const TableField &declared : row.table.fields) {
+            if (spelling(field.name) == declared.name) {
                 draft_.error(moved(row.place, field.at),
                              fmt::format("there is no field {}: {} was meant", quoted(field.name),
-                                         spec.name));
+                                         declared.name));
                 return false;
             }
         }

@@ -69,6 +69,7 @@ public:
 
     uint32_t level() const { return level_; }
 
+    // NOLINTBEGIN(readability-identifier-naming): the parser names its events.
     bool Null() { return value(ValueKind::null, {}); }
     bool Bool(bool b) { return value(ValueKind::boolean, b ? "true" : "false"); }
     bool RawNumber(const char *s, rapidjson::SizeType length, bool)
@@ -121,6 +122,7 @@ public:
         --passed_over_;
         return true;
     }
+    // NOLINTEND(readability-identifier-naming)
 
 private:
     bool opens(uint32_t &containers)

@@ -452,9 +452,9 @@ void read_vrrp6(Draft &draft, const Row &row)
 
 /* ---- The tables ---- */
 
-std::vector<FieldSpec> with_l3_fields(std::vector<FieldSpec> more)
+std::vector<TableField> with_l3_fields(std::vector<TableField> more)
 {
-    std::vector<FieldSpec> fields = {
+    std::vector<TableField> fields = {
         {"vrf_name", FieldType::vrf, 0, 0, "default", "the VRF that the interface routes in"},
         {"nat_zone", FieldType::number, 0, 3, "0", "the zone for address translation"},
         {"ipv6_use_link_local_only", FieldType::boolean, 0, 0, "disable",
@@ -466,9 +466,9 @@ std::vector<FieldSpec> with_l3_fields(std::vector<FieldSpec> more)
 
 std::vector<Table> make_tables()
 {
-    const FieldSpec mtu = {
+    const TableField mtu = {
         "mtu", FieldType::number, min_mtu, max_mtu, "9100", "the largest packet, in bytes"};
-    const std::vector<FieldSpec> vrrp_fields = {
+    const std::vector<TableField> vrrp_fields = {
         {"vrid", FieldType::number, 1, 255, nullptr, "the same as in the key"},
         {"vid", FieldType::number, 1, 255, nullptr, "another spelling of vrid"},
     };
@@ -584,7 +584,7 @@ const Table *find_table(const std::string &name)
     return nullptr;
 }
 
-std::string expected(const FieldSpec &field)
+std::string expected(const TableField &field)
 {
     switch (field.type) {
     case FieldType::number:
@@ -650,7 +650,7 @@ std::string key_form(const Table &table)
     return table.has_address_rows ? form + " or " + form + "|address" : form;
 }
 
-std::optional<FieldValue> parse_field(const FieldSpec &field, const std::string &text)
+std::optional<FieldValue> parse_field(const TableField &field, const std::string &text)
 {
     FieldValue value;
     value.given = true;

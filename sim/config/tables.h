@@ -24,7 +24,7 @@ enum class FieldType : uint8_t {
     elsewhere, /* not read from this table; meaning says from where */
 };
 
-struct FieldSpec {
+struct TableField {
     const char *name;
     FieldType type;
     uint32_t min, max;
@@ -59,8 +59,8 @@ inline Place moved(Place place, Position to)
 struct Table {
     const char *name;
     std::vector<KeyPart> key;
-    bool has_address_rows;         /* the key, then '|' and an IP address, in rows of their own */
-    std::vector<FieldSpec> fields; /* of the rows that are no address rows; others are not read */
+    bool has_address_rows;          /* the key, then '|' and an IP address, in rows of their own */
+    std::vector<TableField> fields; /* of the rows that are no address rows; others are not read */
     const char *meaning;
     /* Called for each row whose key and fields are sound; address rows after all others. */
     void (*read)(Draft &draft, const Row &row);
@@ -71,7 +71,7 @@ const std::vector<Table> &tables();
 const Table *find_table(const std::string &name);
 
 /* In words, for messages and for the reference: "a number 68..9216", "EthernetN". */
-std::string expected(const FieldSpec &field);
+std::string expected(const TableField &field);
 std::string expected(KeyPart part);
 std::string key_form(const Table &table);
 
@@ -83,7 +83,7 @@ struct FieldValue {
     Position at; /* of what the row says */
 };
 /* The value of a field that says text; empty when it is not what is expected. */
-std::optional<FieldValue> parse_field(const FieldSpec &field, const std::string &text);
+std::optional<FieldValue> parse_field(const TableField &field, const std::string &text);
 
 /* A row with its key taken apart and its fields checked. The fields asked for must be the
  * table's. */

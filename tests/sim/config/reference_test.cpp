@@ -32,7 +32,7 @@ std::string section(const std::string &name)
     return text;
 }
 
-std::string fallback(const FieldSpec &field)
+std::string fallback(const TableField &field)
 {
     if (!field.fallback)
         return "";
@@ -49,7 +49,7 @@ std::string render(const Table &table)
     if (table.fields.empty())
         return text + "No field is read.\n\n";
     text += "| Field | Expected | Default | Meaning |\n|---|---|---|---|\n";
-    for (const FieldSpec &field : table.fields)
+    for (const TableField &field : table.fields)
         text += fmt::format(
             "| `{}` | {} | {} | {} |\n", field.name,
             field.type == FieldType::elsewhere ? "not read" : expected(field), fallback(field),
@@ -162,7 +162,7 @@ TEST(Reference, HasTableNamesAndFieldsOnceEach)
         EXPECT_FALSE(table.key.empty()) << table.name;
         EXPECT_TRUE(table.read) << table.name;
         std::vector<std::string> fields;
-        for (const FieldSpec &field : table.fields) {
+        for (const TableField &field : table.fields) {
             fields.push_back(field.name);
             EXPECT_EQ(field.name, spelling(field.name)) << "misspelt fields are compared with it";
             if (field.fallback) {
