@@ -328,6 +328,8 @@ std::string_view Diagnostics::formatted(const char *format, va_list arguments)
 {
     va_list again;
     va_copy(again, arguments);
+    /* The analyzer does not see that every caller has started its list. */
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
     int length = std::vsnprintf(scratch_.data(), scratch_.size(), format, arguments);
     if (length >= static_cast<int>(scratch_.size())) {
         scratch_.resize(static_cast<size_t>(length) + 1);
