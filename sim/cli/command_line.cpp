@@ -1,0 +1,164 @@
+#include <charconv>
+#include <cmath>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "sim/cli/near.h"
+#include "sim/cli/verb.h"
+#include "sim/config/names.h"
+
+namespace kvnsim {
+namespace {
+
+template <class Number> std::optional<Number> to_number(std::string_view text)
+{
+    Number number{};
+    const char *end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || stop != end)
+        return std::nullopt;
+    return number;
+}
+
+/* What is wrong with a value; empty when it will do. */
+std::string problem(const Option &option, const std::string &value)
+{
+    const auto expected = [&](std::string_view what) {
+        return fmt::format("{}: expected {}, not \"{}\"", option.name, what, value);
+    };
+    switch (option.takes) {
+    case Takes::count:
+        return to_number<uint64_t>(value) ? "" : expected("a whole number");
+    case Takes::probability: {
+        const auto number = to_number<double>(value);
+        return number && *number >= 0 && *number <= 1 ? "" : expected("a number from 0 to 1");
+    }
+    case Takes::choice: {
+        const std::vector<std::string> choices = CLI::detail::split(option.value, '|');
+        return std::find(choices.begin(), choices.end(), value) != choices.end()
+                   ? ""
+                   : expected(fmt::format("{}", fmt::join(choices, " or ")));
+    }
+    case Takes::text:
+        return value.empty() ? expected(option.is_operand() ? option.name : option.value) : "";
+    case Takes::interface:
+    case Takes::nothing:
+        break;
+    }
+    return "";
+}
+
+/* `--timeline Ethernet0` and `--timeline leaf.json` mean different things: the word behind such an
+ * option belongs to it only if it has the form of an interface's name. */
+std::vector<std::string> with_values_joined(const Verb &verb, std::vector<std::string> words)
+{
+    const auto may_go_without = [&](const std::string &word) {
+        return std::any_of(verb.options.begin(), verb.options.end(), [&](const Option &option) {
+            return option.takes == Takes::interface && word == option.name;
+        });
+    };
+    for (size_t i = 0; i < words.size() && words[i] != "--"; ++i) {
+        if (!may_go_without(words[i]))
+            continue;
+        words[i] += '=';
+        if (i + 1 < words.size() && parse_interface_name(words[i + 1])) {
+            words[i] += words[i + 1];
+            words.erase(words.begin() + static_cast<std::ptrdiff_t>(i) + 1);
+        }
+    }
+    return words;
+}
+
+CLI::Option *declare(CLI::App &app, const Option &option, std::vector<std::string> &given)
+{
+    if (option.takes == Takes::nothing)
+        return app.add_flag_callback(option.name, [&given] { given.assign(1, "yes"); });
+    CLI::Option *declared = app.add_option(option.name, given);
+    declared->check([&option](const std::string &value) { return problem(option, value); });
+    if (option.times == Times::required || option.times == Times::some)
+        declared->required();
+    if (option.is_operand() && (option.times == Times::any || option.times == Times::some))
+        return declared; /* takes all words */
+    /* One value each time, so that what follows is an operand. */
+    declared->expected(1);
+    if (option.times == Times::any || option.times == Times::some)
+        declared->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    else
+        declared->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+    return declared;
+}
+
+/* The words that nobody asked for. */
+[[noreturn]] void refuse_unknown(const Verb &verb, const std::vector<std::string> &words)
+{
+    std::vector<std::string> names;
+    for (const Option &option : verb.options) {
+        if (!option.is_operand())
+            names.emplace_back(option.name);
+    }
+    const std::string &word = words.front();
+    throw UsageError(word[0] == '-'
+                         ? fmt::format("unknown option {}{}", word,
+                                       did_you_mean(word.substr(0, word.find('=')), names))
+                         : fmt::format("\"{}\" is one word too many", word));
+}
+
+} // namespace
+
+const std::string &Arguments::value(const char *name) const
+{
+    static const std::string none;
+    const std::vector<std::string> &given = values(name);
+    return given.empty() ? none : given.back();
+}
+
+uint64_t Arguments::count(const char *name, uint64_t otherwise) const
+{
+    return has(name) ? *to_number<uint64_t>(value(name)) : otherwise;
+}
+
+double Arguments::probability(const char *name, double otherwise) const
+{
+    return has(name) ? *to_number<double>(value(name)) : otherwise;
+}
+
+Arguments parse(const Verb &verb, const std::vector<std::string> &words)
+{
+    Arguments arguments;
+    CLI::App app;
+    app.set_help_flag();
+    app.allow_extras();
+    for (const Option &option : verb.options)
+        declare(app, option, arguments.given_[option.name]);
+
+    std::vector<std::string> reversed = with_values_joined(verb, words);
+    std::reverse(reversed.begin(), reversed.end());
+    try {
+        app.parse(reversed);
+    } catch (const CLI::RequiredError &) {
+        /* A misspelt option is more to the point than what is missing in its wake. */
+        if (!app.remaining().empty())
+            refuse_unknown(verb, app.remaining());
+        for (const Option &option : verb.options) {
+            if ((option.times == Times::required || option.times == Times::some) &&
+                !arguments.has(option.name))
+                throw UsageError(fmt::format("{} is missing: {}", option.name, option.purpose));
+        }
+        throw;
+    } catch (const CLI::ArgumentMismatch &error) {
+        throw UsageError(error.what());
+    } catch (const CLI::ValidationError &error) {
+        /* Begins with the name of the option, and so does problem(). */
+        const std::string_view text = error.what();
+        const size_t begin = text.find(": ");
+        throw UsageError(std::string(begin == text.npos ? text : text.substr(begin + 2)));
+    } catch (const CLI::ParseError &error) {
+        throw UsageError(error.what());
+    }
+    if (!app.remaining().empty())
+        refuse_unknown(verb, app.remaining());
+    return arguments;
+}
+
+} // namespace kvnsim

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <chrono>
+#include <ostream>
+#include <streambuf>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kvnsim {
+
+/* Writes to a file descriptor, and remembers why that failed. */
+class DescriptorBuffer : public std::streambuf {
+public:
+    explicit DescriptorBuffer(int descriptor);
+    int error() const { return error_; } /* errno of the first failed write, 0 without one */
+
+private:
+    int_type overflow(int_type character) override;
+    int sync() override;
+
+    const int descriptor_;
+    int error_ = 0;
+    std::vector<char> buffer_;
+};
+
+/* Where output goes: data to standard output, messages and progress to standard error. Colour and
+ * progress only on a terminal, colour never with NO_COLOR. */
+class Console {
+public:
+    Console();
+    Console(const Console &) = delete;
+    Console &operator=(const Console &) = delete;
+
+    /* Data. */
+    std::ostream &out() { return out_; }
+    bool out_has_colour() const { return out_colour_; }
+    /* A text with its first line as a heading. */
+    void print_titled(std::string_view text);
+
+    /* Messages: one line each, without its end. What was printed before appears before it. */
+    void note(std::string_view text);
+    void warning(std::string_view text);
+    void error(std::string_view text);
+
+    /* Show how far long work is; gone with the next message or output. */
+    void progress(std::string_view what, size_t done, size_t of);
+    /* The same for work whose size is not known. */
+    void progress(std::string_view what);
+    void clear_progress();
+
+    /* Write out all data. Empty, or why not all of it could be written. */
+    std::string finish();
+
+private:
+    void message(const char *colour, std::string_view text);
+
+    DescriptorBuffer buffer_;
+    std::ostream out_;
+    bool out_colour_, error_colour_, error_terminal_;
+    bool progress_shown_ = false;
+    std::chrono::steady_clock::time_point last_progress_{};
+};
+
+} // namespace kvnsim

@@ -1,0 +1,127 @@
+#include "sim/cli/input.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "sim/cli/console.h"
+#include "sim/cli/interrupt.h"
+#include "sim/cli/verb.h"
+
+namespace kvnsim {
+namespace {
+
+/* Far beyond any switch; keeps endless input from taking all memory. */
+constexpr size_t largest_configuration = size_t{256} << 20;
+
+/* Why the file cannot be read; empty when its text is all there. */
+std::string read_file(std::FILE *file, std::string &text)
+{
+    char block[65536];
+    while (const size_t got = std::fread(block, 1, sizeof block, file)) {
+        text.append(block, got);
+        if (text.size() > largest_configuration)
+            return fmt::format("larger than {} MiB", largest_configuration >> 20);
+    }
+    if (interrupt_signal() != 0)
+        return "interrupted";
+    return std::ferror(file) != 0 ? std::strerror(errno) : "";
+}
+
+std::string read_file(const std::string &path, std::string &text)
+{
+    if (path == "-")
+        return read_file(stdin, text);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "rb"),
+                                                                std::fclose);
+    return file ? read_file(file.get(), text) : std::strerror(errno);
+}
+
+Configuration read_one(const std::string &path)
+{
+    std::string text;
+    const std::string problem = read_file(path, text);
+    if (problem.empty())
+        return read_configuration(path, text);
+    Configuration unreadable;
+    unreadable.file = path;
+    Finding finding;
+    finding.place.file = path;
+    finding.message = "cannot be read: " + problem;
+    unreadable.findings.push_back(finding);
+    return unreadable;
+}
+
+} // namespace
+
+std::vector<Configuration> read_configurations(const std::vector<std::string> &files)
+{
+    if (std::count(files.begin(), files.end(), "-") > 1)
+        throw UsageError("standard input can be read only once");
+    std::vector<Configuration> configurations;
+    for (const std::string &file : files)
+        configurations.push_back(read_one(file));
+    return configurations;
+}
+
+bool have_errors(const std::vector<Configuration> &configurations)
+{
+    return std::any_of(
+        configurations.begin(), configurations.end(),
+        [](const Configuration &configuration) { return configuration.has_errors(); });
+}
+
+void tell_findings(const std::vector<Configuration> &configurations, bool notes, Console &console)
+{
+    for (const Configuration &configuration : configurations) {
+        for (const Finding &finding : configuration.findings) {
+            const std::string text = finding.place.line != 0
+                                         ? finding.to_text()
+                                         : finding.place.file + ": " + finding.message;
+            if (finding.severity == Finding::Severity::error)
+                console.error(text);
+            else if (finding.severity == Finding::Severity::warning)
+                console.warning(text);
+            else if (notes)
+                console.note(text);
+        }
+    }
+}
+
+std::string counted(uint64_t count, const char *what, const char *many)
+{
+    if (count == 1 || many == nullptr)
+        return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+    return fmt::format("{} {}", count, many);
+}
+
+std::string finding_counts(const Configuration &configuration)
+{
+    std::array<uint64_t, 3> counts{};
+    for (const Finding &finding : configuration.findings)
+        counts[static_cast<size_t>(finding.severity)]++;
+    std::string text;
+    for (const auto severity :
+         {Finding::Severity::error, Finding::Severity::warning, Finding::Severity::note}) {
+        static constexpr const char *names[] = {"note", "warning", "error"};
+        const auto index = static_cast<size_t>(severity);
+        if (counts[index] != 0)
+            text += (text.empty() ? "" : ", ") + counted(counts[index], names[index]);
+    }
+    return text.empty() ? "nothing found" : text;
+}
+
+std::string ignored_tables(const Configuration &configuration)
+{
+    std::string text;
+    for (const auto &[table, rows] : configuration.ignored)
+        text += fmt::format("{}{} ({})", text.empty() ? "" : ", ", table, counted(rows, "row"));
+    return text;
+}
+
+} // namespace kvnsim

@@ -1,0 +1,12 @@
+#pragma once
+
+namespace kvnsim {
+
+/* Ctrl-C and SIGTERM end the work at the next opportunity, the second one at once. Writing to a
+ * closed pipe is an error like any other. To be called once, at the start. */
+void catch_interrupts();
+
+/* The signal that came, 0 without one. */
+int interrupt_signal();
+
+} // namespace kvnsim

@@ -1,0 +1,90 @@
+#include <exception>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "sim/cli/console.h"
+#include "sim/cli/interrupt.h"
+#include "sim/cli/near.h"
+#include "sim/cli/verb.h"
+#include "sim/state/snapshot.h"
+
+namespace kvnsim {
+namespace {
+
+bool asks_for_help(const std::vector<std::string> &words)
+{
+    for (const std::string &word : words) {
+        if (word == "--")
+            break;
+        if (word == "--help" || word == "-h")
+            return true;
+    }
+    return false;
+}
+
+const Verb &verb_named(const std::string &name)
+{
+    if (const Verb *verb = find_verb(name))
+        return *verb;
+    std::vector<std::string> names;
+    for (const Verb *verb : verbs())
+        names.emplace_back(verb->name);
+    throw UsageError(fmt::format("unknown verb \"{}\"{}\nTry `kvnsim --help`.", name,
+                                 did_you_mean(name, names)));
+}
+
+int run(std::vector<std::string> words, Console &console)
+{
+    if (words.empty())
+        throw UsageError("a verb is missing\nTry `kvnsim --help`.");
+    if (words[0] == "--help" || words[0] == "-h" || words[0] == "help") {
+        console.out() << (words.size() == 2 ? help(verb_named(words[1])) : help());
+        return exit_well;
+    }
+    if (words[0] == "--version")
+        words[0] = "version";
+    const Verb &verb = verb_named(words[0]);
+    words.erase(words.begin());
+    if (asks_for_help(words)) {
+        console.out() << help(verb);
+        return exit_well;
+    }
+    try {
+        return verb.run(parse(verb, words), console);
+    } catch (const UsageError &error) {
+        throw UsageError(
+            fmt::format("{}: {}\nTry `kvnsim {} --help`.", verb.name, error.what(), verb.name));
+    }
+}
+
+int guarded(const std::vector<std::string> &words, Console &console)
+{
+    try {
+        return run(words, console);
+    } catch (const UsageError &error) {
+        console.error(fmt::format("kvnsim: {}", error.what()));
+        return exit_usage;
+    } catch (const std::exception &error) {
+        /* InputError, SnapshotError, or no memory for what was given. */
+        console.error(fmt::format("kvnsim: {}", error.what()));
+        return exit_input;
+    }
+}
+
+} // namespace
+} // namespace kvnsim
+
+int main(int argc, char **argv)
+{
+    using namespace kvnsim;
+    catch_interrupts();
+    Console console;
+    const int status = guarded(std::vector<std::string>(argv + 1, argv + argc), console);
+    const std::string problem = console.finish();
+    if (problem.empty())
+        return status;
+    console.error("kvnsim: " + problem);
+    return status == exit_well ? int{exit_input} : status;
+}

@@ -1,0 +1,105 @@
+#include "sim/cli/stored.h"
+
+#include <algorithm>
+#include <set>
+
+#include <fmt/format.h>
+
+#include "sim/cli/console.h"
+#include "sim/cli/input.h"
+#include "sim/cli/json.h"
+#include "sim/cli/near.h"
+#include "sim/cli/verb.h"
+#include "sim/state/audit.h"
+#include "sim/state/explain.h"
+#include "sim/state/show.h"
+
+namespace kvnsim {
+namespace {
+
+std::string listed(const Listing &listing, const char *key)
+{
+    Json json;
+    json.begin_object().key(key).raw(to_json(listing), rapidjson::kArrayType).end_object();
+    return json.document();
+}
+
+std::string json_key(std::string name)
+{
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
+}
+
+const ShowKind &show_kind_named(const std::string &what)
+{
+    if (const ShowKind *kind = find_show_kind(what))
+        return *kind;
+    std::vector<std::string> names;
+    for (const ShowKind &kind : show_kinds())
+        names.emplace_back(kind.name);
+    throw UsageError(
+        fmt::format("there is no table \"{}\"; there are {}", what, fmt::join(names, ", ")));
+}
+
+} // namespace
+
+void require_interface(const Snapshot &snapshot, const std::string &name)
+{
+    std::set<std::string, NaturalOrder> names;
+    for (const HostRow &row : snapshot.host)
+        names.insert(row.name);
+    for (const WantedPort &row : snapshot.wanted_ports)
+        names.insert(row.name);
+    for (const WantedInterface &row : snapshot.wanted_interfaces)
+        names.insert(row.name);
+    if (names.count(name) == 0)
+        throw UsageError(fmt::format("there is no interface \"{}\"{}", name,
+                                     did_you_mean(name, {names.begin(), names.end()})));
+}
+
+void print_table(const Snapshot &snapshot, const std::string &what, const std::string &interface,
+                 bool json, Console &console)
+{
+    const ShowKind &kind = show_kind_named(what);
+    if (kind.of_interface && interface.empty())
+        throw UsageError(fmt::format("{} of which interface?", kind.name));
+    if (!kind.of_interface && !interface.empty())
+        throw UsageError(fmt::format("{} takes no interface", kind.name));
+    if (kind.of_interface)
+        require_interface(snapshot, interface);
+    const Listing listing = kind.make(snapshot, interface);
+    if (json)
+        console.out() << listed(listing, json_key(kind.name).c_str());
+    else
+        console.print_titled(to_text(listing));
+}
+
+void print_explanation(const Snapshot &snapshot, const std::string &interface, bool json,
+                       Console &console)
+{
+    require_interface(snapshot, interface);
+    const Explanation explanation = explain(snapshot, interface);
+    if (json)
+        console.out() << to_json(explanation);
+    else
+        console.print_titled(to_text(explanation));
+}
+
+int print_audit(const Snapshot &snapshot, bool json, Console &console)
+{
+    const std::vector<AuditFinding> findings = audit(snapshot);
+    if (json)
+        console.out() << listed(show(findings), "audit");
+    else if (findings.empty())
+        console.out() << "The audit found nothing: records, ASIC, shared database and "
+                         "configuration agree.\n";
+    for (const AuditFinding &finding : findings) {
+        if (!json)
+            console.out() << fmt::format("{}: {}\n", to_text(finding.kind), finding.words);
+    }
+    if (!json && !findings.empty())
+        console.out() << counted(findings.size(), "finding") << "\n";
+    return findings.empty() ? exit_well : exit_found;
+}
+
+} // namespace kvnsim

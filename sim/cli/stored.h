@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+#include "sim/state/snapshot.h"
+
+/* What the verbs that look at a snapshot share; the snapshot may be of a database or of now. */
+namespace kvnsim {
+
+class Arguments;
+class Console;
+
+/* Refuse a name that the snapshot does not know: UsageError with names that come near. */
+void require_interface(const Snapshot &snapshot, const std::string &name);
+
+/* Print as text, or as one JSON document. */
+void print_table(const Snapshot &snapshot, const std::string &what, const std::string &interface,
+                 bool json, Console &console);
+void print_explanation(const Snapshot &snapshot, const std::string &interface, bool json,
+                       Console &console);
+/* Returns the exit status: exit_found with findings. */
+int print_audit(const Snapshot &snapshot, bool json, Console &console);
+
+} // namespace kvnsim

@@ -1,0 +1,109 @@
+#include "sim/cli/verb.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <fmt/format.h>
+
+namespace kvnsim {
+namespace {
+
+std::vector<const Verb *> &table()
+{
+    static std::vector<const Verb *> verbs;
+    return verbs;
+}
+
+/* "--db FILE", "--timeline [IF]", "CONFIG" */
+std::string spelled(const Option &option)
+{
+    if (option.value[0] == '\0')
+        return option.name;
+    return fmt::format(option.takes == Takes::interface ? "{} [{}]" : "{} {}", option.name,
+                       option.value);
+}
+
+std::string usage(const Verb &verb)
+{
+    std::string text = fmt::format("kvnsim {}", verb.name);
+    bool has_optional = false;
+    for (const Option &option : verb.options) {
+        const std::string word = spelled(option);
+        const bool must = option.times == Times::required || option.times == Times::some;
+        if (!option.is_operand() && !must)
+            has_optional = true;
+        else if (option.times == Times::some)
+            text += fmt::format(" {0} [{0}...]", word);
+        else
+            text += fmt::format(must ? " {}" : " [{}]", word);
+    }
+    return has_optional ? text + " [OPTION...]" : text;
+}
+
+} // namespace
+
+const Option db_option{"--db", "FILE", "the database that `kvnsim run --db FILE` left", Takes::text,
+                       Times::required};
+const Option json_option{"--json", "", "one JSON document instead of text", Takes::nothing};
+
+Registration::Registration(Verb verb)
+{
+    const auto before = [](const Verb *a, const Verb *b) {
+        return std::strcmp(a->name, b->name) < 0;
+    };
+    const auto *entry = new Verb(std::move(verb)); /* lives as long as the process */
+    table().insert(std::upper_bound(table().begin(), table().end(), entry, before), entry);
+}
+
+const std::vector<const Verb *> &verbs()
+{
+    return table();
+}
+
+const Verb *find_verb(std::string_view name)
+{
+    const auto found = std::find_if(table().begin(), table().end(),
+                                    [&](const Verb *verb) { return verb->name == name; });
+    return found == table().end() ? nullptr : *found;
+}
+
+std::string help()
+{
+    std::string text = "kvnsim brings a switch's configuration up with the Kavelin L3 interface "
+                       "library on a\nsoftware model of the ASIC, and shows what came of it.\n\n"
+                       "Usage: kvnsim VERB [ARGUMENT...]\n\nVerbs:\n";
+    for (const Verb *verb : verbs())
+        text += fmt::format("  {:<10}{}\n", verb->name, verb->purpose);
+    return text + "\nExample:\n"
+                  "  kvnsim run examples/leaf.json --db leaf.db\n"
+                  "  kvnsim explain Ethernet0 --db leaf.db\n\n"
+                  "Exit status: 0 all well, 1 an audit, replay or diff found something, 2 wrong "
+                  "usage,\n3 bad input, 4 a request failed, 130 interrupted.\n"
+                  "`kvnsim VERB --help` tells more of a verb.\n";
+}
+
+std::string help(const Verb &verb)
+{
+    std::string text =
+        fmt::format("Usage: {}\n\n{}{}.\n", usage(verb),
+                    static_cast<char>(std::toupper(verb.purpose[0])), verb.purpose + 1);
+    for (const bool operands : {true, false}) {
+        std::string lines;
+        for (const Option &option : verb.options) {
+            if (option.is_operand() == operands)
+                lines += fmt::format("  {:<22}{}\n", spelled(option), option.purpose);
+        }
+        if (!lines.empty())
+            text += fmt::format("\n{}:\n{}", operands ? "Operands" : "Options", lines);
+    }
+    text += "\nExample:\n";
+    std::string_view examples = verb.example;
+    while (!examples.empty()) {
+        const size_t end = examples.find('\n');
+        text += fmt::format("  {}\n", examples.substr(0, end));
+        examples.remove_prefix(end + 1);
+    }
+    return text;
+}
+
+} // namespace kvnsim

@@ -1,0 +1,48 @@
+#include <fmt/format.h>
+
+#include "sim/cli/console.h"
+#include "sim/cli/input.h"
+#include "sim/cli/json.h"
+#include "sim/cli/verb.h"
+
+namespace kvnsim {
+namespace {
+
+void print(const Configuration &configuration, Console &console)
+{
+    const std::string ignored = ignored_tables(configuration);
+    console.out() << fmt::format("{}: {}\n", configuration.file, finding_counts(configuration));
+    if (!ignored.empty())
+        console.out() << fmt::format("  not applied: {}\n", ignored);
+}
+
+int check(const Arguments &arguments, Console &console)
+{
+    const std::vector<Configuration> configurations =
+        read_configurations(arguments.values("CONFIG"));
+    const bool errors = have_errors(configurations);
+    if (arguments.has("--json")) {
+        Json json;
+        json.begin_object().field("ok", !errors).key("configurations").begin_array();
+        for (const Configuration &configuration : configurations)
+            json.begin_object().configuration(configuration).end_object();
+        json.end_array().end_object();
+        console.out() << json.document();
+    } else {
+        tell_findings(configurations, true, console);
+        for (const Configuration &configuration : configurations)
+            print(configuration, console);
+    }
+    return errors ? exit_input : exit_well;
+}
+
+const Registration registration({"check",
+                                 "read configurations and say what is wrong with them",
+                                 "kvnsim check examples/broken.json\n",
+                                 {{"CONFIG", "", "config_db.json files; - is standard input",
+                                   Takes::text, Times::some},
+                                  json_option},
+                                 check});
+
+} // namespace
+} // namespace kvnsim

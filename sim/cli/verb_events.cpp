@@ -1,0 +1,79 @@
+#include <ctime>
+
+#include <fmt/format.h>
+
+#include "sim/cli/console.h"
+#include "sim/cli/json.h"
+#include "sim/cli/verb.h"
+#include "sim/fwm/diagnostics.h"
+#include "sim/fwm/event_file.h"
+
+namespace kvnsim {
+namespace {
+
+constexpr int64_t ns_per_second = 1000000000;
+
+/* "2026-11-21T03:23:28.000000001Z" */
+std::string time_text(int64_t time_ns)
+{
+    const int64_t fraction = (time_ns % ns_per_second + ns_per_second) % ns_per_second;
+    const auto seconds = static_cast<std::time_t>((time_ns - fraction) / ns_per_second);
+    std::tm parts{};
+    char text[40] = "?";
+    if (gmtime_r(&seconds, &parts) != nullptr)
+        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
+    return fmt::format("{}.{:09}Z", text, fraction);
+}
+
+std::string level_text(int32_t level)
+{
+    return level == trace_level_error   ? "error"
+           : level == trace_level_debug ? "debug"
+                                        : std::to_string(level);
+}
+
+void print_json(const EventFile &file, Console &console)
+{
+    Json json;
+    json.begin_object().key("events").begin_array();
+    for (const Event &event : file.events) {
+        json.begin_object().field("time", time_text(event.time_ns)).field("time_ns", event.time_ns);
+        json.field("event", event.event).field("level", int64_t{event.level});
+        json.field("level_name", level_text(event.level)).field("text", event.text).end_object();
+    }
+    json.end_array().key("problem");
+    if (file.problem.empty())
+        json.null();
+    else
+        json.value(file.problem);
+    console.out() << json.end_object().document();
+}
+
+int decode(const Arguments &arguments, Console &console)
+{
+    const std::string &path = arguments.value("FILE");
+    const EventFile file = read_events(path);
+    if (arguments.has("--json"))
+        print_json(file, console);
+    for (const Event &event : file.events) {
+        if (!arguments.has("--json"))
+            console.out() << fmt::format("{} {:#x} {} {}\n", time_text(event.time_ns), event.event,
+                                         level_text(event.level), event.text);
+    }
+    if (file.problem.empty())
+        return exit_well;
+    console.error(fmt::format("kvnsim: {}: {}", path, file.problem));
+    return exit_input;
+}
+
+const Registration registration({"events",
+                                 "decode an event-history file",
+                                 "kvnsim run examples/leaf.json --events leaf.events\n"
+                                 "kvnsim events leaf.events\n",
+                                 {{"FILE", "", "the file that `kvnsim run --events FILE` wrote",
+                                   Takes::text, Times::required},
+                                  json_option},
+                                 decode});
+
+} // namespace
+} // namespace kvnsim
