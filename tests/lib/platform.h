@@ -179,6 +179,7 @@ private:
 
 /* The platform of the running test. */
 Platform &platform();
+bool has_platform();
 void install(Platform *platform);
 
 /* printf into a string. */
