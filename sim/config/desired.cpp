@@ -31,9 +31,23 @@ std::string_view take_digits(std::string_view &text)
     return digits;
 }
 
+/* Drops what both begin with, but no part of a number. */
+void skip_common_start(std::string_view &a, std::string_view &b)
+{
+    const size_t shorter = std::min(a.size(), b.size());
+    size_t same = 0;
+    while (same < shorter && a[same] == b[same])
+        ++same;
+    while (same > 0 && is_digit(a[same - 1]))
+        --same;
+    a.remove_prefix(same);
+    b.remove_prefix(same);
+}
+
 /* Below, equal or above zero as a stands before, with or after b. */
 int compare_naturally(std::string_view a, std::string_view b)
 {
+    skip_common_start(a, b);
     while (!a.empty() && !b.empty()) {
         if (is_digit(a[0]) && is_digit(b[0])) {
             const std::string_view x = take_digits(a), y = take_digits(b);

@@ -14,6 +14,9 @@ TEST(NaturalOrder, CountsNumbersByValue)
     EXPECT_TRUE(before("Ethernet2.100", "Ethernet10.2"));
     EXPECT_TRUE(before("Ethernet1", "Ethernet1.1"));
     EXPECT_TRUE(before("Ethernet9", "PortChannel1"));
+    EXPECT_TRUE(before("Ethernet19.5", "Ethernet123.5"));
+    EXPECT_TRUE(before("Ethernet12", "Ethernet12a"));
+    EXPECT_TRUE(before("192.0.2.9/31", "192.0.2.10/24"));
     EXPECT_TRUE(before("Vlan99999999999999999999", "Vlan100000000000000000000"));
 }
 
