@@ -93,7 +93,6 @@ public:
     std::optional<LabelRow> label_row(uint32_t ifindex) const;
     std::optional<MemberIntfRow> member_intf_row(uint32_t ifindex) const;
 
-    bool commit();
     void clear();                                       /* no rows */
     const std::string &error() const { return error_; } /* of the last refusal */
 

@@ -154,7 +154,6 @@ public:
             vpn = used.count(vpn->first) != 0 || want_.vrfs.count(vpn->first) != 0
                       ? std::next(vpn)
                       : switch_.vpns_.erase(vpn);
-        host_.db().commit();
     }
 
 private:
@@ -516,7 +515,11 @@ private:
             fail(step_->name + " is a member of another port-channel");
             return;
         }
+        const DesiredPortChannel &wants = want_.port_channels.at(step_->other);
+        const Settings settings = settings_of(*wants.l3, wants.mtu);
         const bool was_built = port_channel.intf_id() != no_id;
+        if (!was_built)
+            set_record(port_channel, settings);
         host_.register_l3(*port);
         const Response response = entry::add_l3pc(*port, port_channel.membership.member_count == 1);
         const bool joined = done(response);
@@ -529,10 +532,8 @@ private:
             host_.leave(*port);
         if (!joined && !routed)
             host_.unregister_l3(*port);
-        if (!was_built && port_channel.intf_id() != no_id) {
-            const DesiredPortChannel &wants = want_.port_channels.at(step_->other);
-            write_new(port_channel, response, settings_of(*wants.l3, wants.mtu));
-        }
+        if (!was_built && port_channel.intf_id() != no_id)
+            write_new(port_channel, response, settings);
     }
 
     void add_svi()

@@ -209,6 +209,15 @@ TEST_F(AppliedTest, AMemberThatBecomesRoutedLeavesThePortChannel)
     EXPECT_TRUE(sw.plan(with_ports(routed_member)).empty());
 }
 
+TEST_F(AppliedTest, APortChannelIsBuiltWithTheSettingsOfTheDayNotThoseItWasRoutedWith)
+{
+    const std::string channel = R"("PORTCHANNEL": {"PortChannel1": {}},
+        "PORTCHANNEL_INTERFACE": {"PortChannel1": {})";
+    bring_about(with_ports(channel + R"(, "PortChannel1|192.0.2.0/31": {}})"));
+    bring_about(with_ports(channel + R"(}, "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}})"));
+    EXPECT_EQ(attribute("PortChannel1", SdkIntfAttrIpv4UcstEn), -1);
+}
+
 /* ---- Failures ---- */
 
 TEST_F(AppliedTest, AFailureNamesTheRequestTheCallAndTheStatus)
