@@ -74,17 +74,18 @@ CLI::Option *declare(CLI::App &app, const Option &option, std::vector<std::strin
 {
     if (option.takes == Takes::nothing)
         return app.add_flag_callback(option.name, [&given] { given.assign(1, "yes"); });
-    CLI::Option *declared = app.add_option(option.name, given);
+    const bool many = option.times == Times::any || option.times == Times::some;
+    CLI::Option *declared =
+        many ? app.add_option(option.name, given)
+             : app.add_option_function<std::string>(
+                   option.name, [&given](const std::string &value) { given.assign(1, value); });
     declared->check([&option](const std::string &value) { return problem(option, value); });
     if (option.times == Times::required || option.times == Times::some)
         declared->required();
-    if (option.is_operand() && (option.times == Times::any || option.times == Times::some))
-        return declared; /* takes all words */
-    /* One value each time, so that what follows is an operand. */
-    declared->expected(1);
-    if (option.times == Times::any || option.times == Times::some)
-        declared->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    else
+    /* An option takes one value each time, so that what follows is an operand. */
+    if (many && !option.is_operand())
+        declared->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    if (!many)
         declared->multi_option_policy(CLI::MultiOptionPolicy::Throw);
     return declared;
 }
@@ -102,6 +103,19 @@ CLI::Option *declare(CLI::App &app, const Option &option, std::vector<std::strin
                          ? fmt::format("unknown option {}{}", word,
                                        did_you_mean(word.substr(0, word.find('=')), names))
                          : fmt::format("\"{}\" is one word too many", word));
+}
+
+/* An option without its value, or given twice; the text begins with its name. */
+[[noreturn]] void refuse_mismatch(const Verb &verb, std::string_view text)
+{
+    const std::string_view name = text.substr(0, text.find(':'));
+    for (const Option &option : verb.options) {
+        if (option.name == name)
+            throw UsageError(text.find("At Most") != text.npos
+                                 ? fmt::format("{} is given more than once", name)
+                                 : fmt::format("{} needs a value: {}", name, option.value));
+    }
+    throw UsageError(std::string(text));
 }
 
 } // namespace
@@ -147,7 +161,7 @@ Arguments parse(const Verb &verb, const std::vector<std::string> &words)
         }
         throw;
     } catch (const CLI::ArgumentMismatch &error) {
-        throw UsageError(error.what());
+        refuse_mismatch(verb, error.what());
     } catch (const CLI::ValidationError &error) {
         /* Begins with the name of the option, and so does problem(). */
         const std::string_view text = error.what();

@@ -91,7 +91,7 @@ std::string help(const Verb &verb)
         std::string lines;
         for (const Option &option : verb.options) {
             if (option.is_operand() == operands)
-                lines += fmt::format("  {:<22}{}\n", spelled(option), option.purpose);
+                lines += fmt::format("  {:<28}{}\n", spelled(option), option.purpose);
         }
         if (!lines.empty())
             text += fmt::format("\n{}:\n{}", operands ? "Operands" : "Options", lines);

@@ -32,14 +32,14 @@ int replay_recording(const Arguments &arguments, Console &console)
     return exit_well;
 }
 
-const Registration registration(
-    {"replay",
-     "make a recording's requests again and compare every argument, status and trace record",
-     "kvnsim run examples/leaf.json --record leaf.jsonl\n"
-     "kvnsim replay leaf.jsonl\n",
-     {{"RECORDING", "", "the file that `kvnsim run --record FILE` wrote", Takes::text,
-       Times::required}},
-     replay_recording});
+const Registration
+    registration({"replay",
+                  "make a recording's requests again, and compare all that the library does",
+                  "kvnsim run examples/leaf.json --record leaf.jsonl\n"
+                  "kvnsim replay leaf.jsonl\n",
+                  {{"RECORDING", "", "the file that `kvnsim run --record FILE` wrote", Takes::text,
+                    Times::required}},
+                  replay_recording});
 
 } // namespace
 } // namespace kvnsim

@@ -13,8 +13,8 @@
 #include "sim/cli/interrupt.h"
 #include "sim/cli/json.h"
 #include "sim/cli/near.h"
-#include "sim/cli/shared_database.h"
 #include "sim/cli/stored.h"
+#include "sim/cli/tables.h"
 #include "sim/cli/verb.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/record/recorder.h"
@@ -289,7 +289,7 @@ private:
         if (!unwritten.empty())
             throw InputError("cannot write " + unwritten);
         for (const std::string &fault : Journal::instance().faults.unused())
-            console_.warning(fmt::format("kvnsim: --fail {}: it never came to this", fault));
+            console_.warning(fmt::format("kvnsim: --fail {} never struck", fault));
         return status(!findings.empty());
     }
 
@@ -305,7 +305,8 @@ private:
     {
         /* Without what would make lines too long for a terminal; `kvnsim show` has it. */
         print(without(show(snapshot, "interfaces"), {"parent", "addresses"}));
-        print(show(snapshot, "port-channels"));
+        print(attribute_values(snapshot));
+        print(without(show(snapshot, "port-channels"), {"number"}));
         print(without(show(snapshot, "macs"), {"made_by"}));
         print(shared_database(snapshot));
         console_.out() << "\n";
@@ -374,10 +375,15 @@ private:
         for (const std::string &fault : Journal::instance().faults.unused())
             json.value(fault);
         json.end_array().key("switch");
-        if (snapshot == nullptr)
+        if (snapshot == nullptr) {
             json.null();
-        else
+        } else {
             json.raw(to_json(*snapshot, findings), rapidjson::kObjectType);
+            for (const auto &[key, listing] :
+                 {std::pair("attributes", attribute_values(*snapshot)),
+                  std::pair("shared_database", shared_database(*snapshot))})
+                json.key(key).raw(to_json(listing), rapidjson::kArrayType);
+        }
         console_.out() << json.end_object().document();
     }
 

@@ -1,0 +1,164 @@
+#include "sim/cli/tables.h"
+
+#include <map>
+#include <set>
+
+#include <fmt/format.h>
+
+#include "platform_api/libsdk.h"
+#include "sim/sdk/attributes.h"
+
+namespace kvnsim {
+namespace {
+
+/* What the tables hold of one interface; nullptr where one holds nothing. */
+struct Rows {
+    const DbL3lif *l3lif = nullptr;
+    const DbPm *pm = nullptr;
+    const DbPc *pc = nullptr;
+    const DbLabel *label = nullptr;
+    const DbMemberIntf *member_intf = nullptr;
+};
+
+template <class Row> Cell number(const Row *row, uint32_t Row::*column)
+{
+    return row == nullptr ? Cell() : Cell(int64_t{row->*column});
+}
+
+template <class Row> Cell flag(const Row *row, uint32_t Row::*column)
+{
+    return row == nullptr ? Cell() : Cell(row->*column != 0);
+}
+
+Cell label(const DbLabel *row)
+{
+    if (row == nullptr)
+        return Cell();
+    return std::string(!row->enabled ? "off" : row->svi ? "on, SVI" : "on");
+}
+
+/* What the attributes are called where there is room for little. */
+struct ShortName {
+    uint32_t attribute;
+    const char *name;
+};
+constexpr ShortName short_names[] = {
+    {SdkIntfAttrLid, "LID"},
+    {SdkIntfAttrDefSgt, "SGT"},
+    {SdkIntfAttrIpv4UcstEn, "v4"},
+    {SdkIntfAttrIpv4McstEn, "v4mc"},
+    {SdkIntfAttrIpv6UcstEn, "v6"},
+    {SdkIntfAttrIpv6McstEn, "v6mc"},
+    {SdkIntfAttrIpv4Vpn, "v4vpn"},
+    {SdkIntfAttrIpv6Vpn, "v6vpn"},
+    {SdkIntfAttrIngTblDfMask, "DF mask"},
+    {SdkIntfAttrIngTblIgmpSnoopLabel, "IGMP"},
+    {SdkIntfAttrIpv4SameIfCheck, "v4same"},
+    {SdkIntfAttrIpv6SameIfCheck, "v6same"},
+    {SdkIntfAttrMtuIdx, "MTU"},
+};
+
+std::string short_name(const AttributeRow &attribute)
+{
+    for (const ShortName &row : short_names) {
+        if (row.attribute == attribute.number)
+            return row.name;
+    }
+    return std::string(attribute.name).substr(std::string_view("SdkIntfAttr").size());
+}
+
+/* Interface names by SDK interface; of a port-channel's members none. */
+std::map<uint32_t, std::string> owners(const Snapshot &snapshot)
+{
+    std::map<uint32_t, uint32_t> by_ifindex;
+    for (const ContextRow &row : snapshot.contexts)
+        by_ifindex[row.ifindex] = row.intf_id;
+    std::map<uint32_t, std::string> names;
+    for (const HostRow &row : snapshot.host) {
+        const auto context = by_ifindex.find(row.ifindex);
+        if (context != by_ifindex.end())
+            names.emplace(context->second, row.name);
+    }
+    return names;
+}
+
+} // namespace
+
+Listing attribute_values(const Snapshot &snapshot)
+{
+    std::map<uint32_t, std::map<uint32_t, uint32_t>> by_interface;
+    std::set<uint32_t> written;
+    for (const AttributeValueRow &row : snapshot.attributes) {
+        by_interface[row.intf_id][row.number] = row.value;
+        written.insert(row.number);
+    }
+    Listing listing{"Attributes", {{"intf_id", "SDK"}, {"interface", "Interface"}}, {}};
+    std::vector<const AttributeRow *> columns;
+    for (const AttributeRow &attribute : attributes()) {
+        if (written.count(attribute.number) == 0)
+            continue;
+        columns.push_back(&attribute);
+        listing.columns.push_back({attribute.name, short_name(attribute)});
+    }
+    const auto names = owners(snapshot);
+    for (const IntfRow &intf : snapshot.intfs) {
+        const auto name = names.find(intf.intf_id);
+        auto &row = listing.rows.emplace_back();
+        row.emplace_back(int64_t{intf.intf_id});
+        row.push_back(name == names.end() ? Cell() : Cell(name->second));
+        const auto &values = by_interface[intf.intf_id];
+        for (const AttributeRow *attribute : columns) {
+            const auto value = values.find(attribute->number);
+            row.push_back(value == values.end() ? Cell() : Cell(int64_t{value->second}));
+        }
+    }
+    return listing;
+}
+
+Listing shared_database(const Snapshot &snapshot)
+{
+    std::map<uint32_t, Rows> by_ifindex;
+    for (const DbL3lif &row : snapshot.l3lif)
+        by_ifindex[row.ifindex].l3lif = &row;
+    for (const DbPm &row : snapshot.pm)
+        by_ifindex[row.ifindex].pm = &row;
+    for (const DbPc &row : snapshot.pc)
+        by_ifindex[row.ifindex].pc = &row;
+    for (const DbLabel &row : snapshot.label)
+        by_ifindex[row.ifindex].label = &row;
+    for (const DbMemberIntf &row : snapshot.member_intf)
+        by_ifindex[row.ifindex].member_intf = &row;
+    std::map<uint32_t, const std::string *> names;
+    for (const HostRow &row : snapshot.host)
+        names[row.ifindex] = &row.name;
+
+    Listing listing{"Shared database",
+                    {{"interface", "Interface"},
+                     {"ifindex", "ifindex"},
+                     {"mtu", "MTU"},
+                     {"ipv4", "IPv4"},
+                     {"ipv4_multicast", "mcast"},
+                     {"ipv4_same_if", "same-if"},
+                     {"v4_vpn", "v4 VPN"},
+                     {"v6_vpn", "v6 VPN"},
+                     {"nat_zone", "NAT"},
+                     {"ifmap_idx", "ifmap"},
+                     {"pc_id", "PC"},
+                     {"label", "label"},
+                     {"member_intf", "kept intf"}},
+                    {}};
+    for (const auto &[ifindex, rows] : by_ifindex) {
+        const auto name = names.find(ifindex);
+        listing.rows.push_back(
+            {name == names.end() ? Cell() : Cell(*name->second), fmt::format("{:#010x}", ifindex),
+             number(rows.l3lif, &DbL3lif::mtu), flag(rows.l3lif, &DbL3lif::ipv4_ucst_en),
+             flag(rows.l3lif, &DbL3lif::ipv4_mcst_en), flag(rows.l3lif, &DbL3lif::ipv4_same_if),
+             number(rows.l3lif, &DbL3lif::v4_vpn_id), number(rows.l3lif, &DbL3lif::v6_vpn_id),
+             number(rows.l3lif, &DbL3lif::nat_zone), number(rows.pm, &DbPm::ifmap_idx),
+             number(rows.pc, &DbPc::pc_id), label(rows.label),
+             number(rows.member_intf, &DbMemberIntf::intf_id)});
+    }
+    return listing;
+}
+
+} // namespace kvnsim
