@@ -1,0 +1,464 @@
+#include "tests/sim/state/bench.h"
+
+#include <functional>
+
+#include <gmock/gmock.h>
+
+#include "platform_api/libsdk.h"
+#include "sim/fwm/host.h"
+#include "sim/sdk/asic.h"
+#include "sim/state/index.h"
+#include "sim/stress/random_desired.h"
+#include "sim/switch/entry_points.h"
+
+namespace kvnsim {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class Audit : public StateTest {};
+
+TEST_F(Audit, finds_nothing_on_a_switch_just_powered_on)
+{
+    EXPECT_EQ(words(audit(capture(sw))), "");
+}
+
+TEST_F(Audit, finds_nothing_when_all_is_as_wanted)
+{
+    EXPECT_EQ(words(audit(small_switch())), "");
+}
+
+TEST_F(Audit, finds_nothing_when_all_was_taken_down_again)
+{
+    small_switch();
+    bring_about(wanted(R"({"PORT": {"Ethernet0": {}}})"));
+    EXPECT_EQ(words(audit(capture(sw))), "");
+    bring_about(Desired());
+    EXPECT_EQ(words(audit(capture(sw))), "");
+}
+
+TEST_F(Audit, finds_nothing_when_an_interface_kept_for_membership_is_left_with_its_port)
+{
+    small_switch();
+    bring_about(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}}})"));
+    const Snapshot snapshot = capture(sw);
+    EXPECT_EQ(snapshot.member_intf.size(), 2u);
+    EXPECT_EQ(words(audit(snapshot)), "");
+}
+
+TEST_F(Audit, finds_nothing_when_a_port_channel_lost_its_members)
+{
+    const char *const config = R"({"PORT": {"Ethernet0": {}},
+        "PORTCHANNEL": {"PortChannel1": {}}, "PORTCHANNEL_INTERFACE": {"PortChannel1": {}}%s})";
+    bring_about(wanted(
+        std::string(config).replace(std::string(config).find("%s"), 2,
+                                    R"(, "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}})")));
+    EXPECT_EQ(words(audit(capture(sw))), "");
+    bring_about(wanted(std::string(config).replace(std::string(config).find("%s"), 2, "")));
+    EXPECT_EQ(words(audit(capture(sw))), "");
+}
+
+TEST_F(Audit, finds_nothing_when_the_library_declined_a_member_that_is_routed)
+{
+    bring_about(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}},
+        "INTERFACE": {"Ethernet0": {}},
+        "PORTCHANNEL": {"PortChannel1": {}}, "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
+        "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}, "PortChannel1|Ethernet4": {}}})"));
+    EXPECT_EQ(words(audit(capture(sw))), "");
+}
+
+TEST_F(Audit, finds_nothing_in_a_port_channel_that_the_host_holds)
+{
+    bring_about(wanted(R"({"PORT": {"Ethernet0": {}}, "PORTCHANNEL": {"PortChannel1": {}}})"));
+    Host &host = Host::instance();
+    ASSERT_TRUE(host.hold_port_channel(*host.find("PortChannel1")).ok());
+    EXPECT_EQ(words(audit(capture(sw))), "");
+}
+
+TEST_F(Audit, finds_nothing_after_any_sequence_of_changes_without_failures)
+{
+    RandomDesired random(60);
+    for (uint64_t seed = 0; seed < 400; ++seed) {
+        const std::string change = random.change(seed);
+        bring_about(random.desired());
+        ASSERT_EQ(words(audit(capture(sw))), "") << "after change " << seed << ", " << change;
+    }
+}
+
+TEST_F(Audit, finds_nothing_on_a_port_in_internal_loopback_and_its_traces_after_it)
+{
+    small_switch();
+    const uint32_t ifindex = Host::instance().find("Ethernet4")->ifindex;
+    const EntryPoint &loopback = *EntryPoint::find("loopback_enable");
+    loopback.call({Value::integer(ifindex), Value::integer(1)});
+    EXPECT_EQ(words(audit(capture(sw))), "") << "while the writes wait for the flush";
+    Asic::instance().batch_flush();
+    EXPECT_EQ(words(audit(capture(sw))), "");
+
+    loopback.call({Value::integer(ifindex), Value::integer(0)});
+    Asic::instance().batch_flush();
+    EXPECT_THAT(brief(audit(capture(sw))),
+                ElementsAre("difference Ethernet4 IPv4 same-interface check"))
+        << "the library leaves the check off";
+}
+
+TEST_F(Audit, names_the_request_that_made_an_orphan)
+{
+    inject("libsdk_intf_attr_set:1");
+    sw.apply(wanted(R"({"PORT": {"Ethernet0": {}}, "INTERFACE": {"Ethernet0": {}}})"));
+    const auto findings = audit(capture(sw));
+    ASSERT_THAT(brief(findings), ElementsAre("orphan SDK interface 1", "missing Ethernet0"));
+    EXPECT_EQ(findings[0].words,
+              "SDK interface 1 (routed port, front port 1) belongs to no interface: made by "
+              "libsdk_intf_create in request 2 l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1)");
+    EXPECT_EQ(findings[0].interface, "Ethernet0");
+    EXPECT_THAT(findings[0].requests, ElementsAre(2u));
+    EXPECT_THAT(findings[1].words, HasSubstr("Ethernet0 is wanted (test.json:1:"));
+    EXPECT_THAT(findings[1].words, HasSubstr("libsdk_intf_attr_set"));
+}
+
+TEST_F(Audit, tells_both_sides_of_a_value_that_was_changed_by_hand)
+{
+    small_switch();
+    entry::set_l3_property(*Host::instance().find("Ethernet4"), 12, 1400);
+    const auto findings = audit(capture(sw));
+    ASSERT_THAT(brief(findings), ElementsAre("difference Ethernet4 MTU"));
+    EXPECT_THAT(findings[0].words,
+                HasSubstr("MTU of Ethernet4 is 1400 in the ASIC, configured 1500, 1500 in the "
+                          "shared database: written by libsdk_intf_attr_set in request "));
+}
+
+/* ---- Each kind of finding: a snapshot with nothing wrong, and one thing changed in it. ---- */
+
+struct Change {
+    const char *what;
+    std::function<void(Snapshot &)> make;
+    std::vector<std::string> found;
+};
+
+template <class Row, class Match> Row &row_of(std::vector<Row> &rows, Match &&match)
+{
+    return *std::find_if(rows.begin(), rows.end(), match);
+}
+template <class Row> void remove_row(std::vector<Row> &rows, const Row &row)
+{
+    rows.erase(rows.begin() + (&row - rows.data()));
+}
+HostRow &host(Snapshot &s, const char *name)
+{
+    return row_of(s.host, [&](const HostRow &row) { return row.name == name; });
+}
+template <class Row> Row &of(Snapshot &s, std::vector<Row> &rows, const char *name)
+{
+    const uint32_t ifindex = host(s, name).ifindex;
+    return row_of(rows, [&](const Row &row) { return row.ifindex == ifindex; });
+}
+uint32_t intf_id(Snapshot &s, const char *name)
+{
+    return of(s, s.contexts, name).intf_id;
+}
+AttributeValueRow &attribute(Snapshot &s, const char *name, uint32_t number)
+{
+    const uint32_t id = intf_id(s, name);
+    return row_of(s.attributes, [&](const AttributeValueRow &row) {
+        return row.intf_id == id && row.number == number;
+    });
+}
+WantedInterface &wants(Snapshot &s, const char *name)
+{
+    return row_of(s.wanted_interfaces,
+                  [&](const WantedInterface &row) { return row.name == name; });
+}
+IntfRow &intf(Snapshot &s, const char *name)
+{
+    const uint32_t id = intf_id(s, name);
+    return row_of(s.intfs, [&](const IntfRow &row) { return row.intf_id == id; });
+}
+LidRow &lid(Snapshot &s, uint32_t id)
+{
+    return row_of(s.lids, [&](const LidRow &row) { return row.lid_id == id; });
+}
+LidPathRow &path(Snapshot &s, uint32_t id)
+{
+    return row_of(s.lid_paths, [&](const LidPathRow &row) { return row.lid_id == id; });
+}
+
+class OneThingWrong : public StateTest, public testing::WithParamInterface<Change> {};
+
+TEST_P(OneThingWrong, is_found)
+{
+    Snapshot snapshot = small_switch();
+    ASSERT_EQ(words(audit(snapshot)), "");
+    GetParam().make(snapshot);
+    EXPECT_EQ(brief(audit(snapshot)), GetParam().found) << words(audit(snapshot));
+}
+
+/* Identifiers are handed out lowest first: ports' LID entries 1 to 5, PortChannel1's 6; SDK
+ * interfaces Ethernet0 1, Ethernet4 2, PortChannel1 3, Vlan100 4, Ethernet0.10 5,
+ * PortChannel1.20 6. */
+const Change changes[] = {
+    {"sdk_interface_of_nobody",
+     [](Snapshot &s) {
+         s.intfs.push_back({90, 3, 90, 0, 0, 0, 0, {}});
+     },
+     {"orphan SDK interface 90"}},
+    {"lid_entry_of_nobody",
+     [](Snapshot &s) {
+         s.lids.push_back({90, 90, {}});
+     },
+     {"orphan LID entry 90"}},
+    {"port_channel_of_nobody",
+     [](Snapshot &s) {
+         s.port_channels.push_back({90, {}});
+     },
+     {"orphan SDK port-channel 90"}},
+    {"router_mac_of_nobody",
+     [](Snapshot &s) {
+         s.router_macs.push_back({90, {2}, {}});
+     },
+     {"orphan router MAC 90"}},
+    {"trap_of_nobody",
+     [](Snapshot &s) {
+         s.traps.push_back({90, intf_id(s, "Vlan100"), {2}, {}});
+     },
+     {"orphan MAC trap 90"}},
+
+    {"sdk_interface_gone",
+     [](Snapshot &s) { remove_row(s.intfs, intf(s, "Vlan100")); },
+     {"dangling Vlan100 SDK interface"}},
+    {"lid_entry_of_a_port_gone",
+     [](Snapshot &s) {
+         const uint32_t id = *host(s, "Ethernet16").port_lid;
+         remove_row(s.lids, lid(s, id));
+     },
+     {"dangling Ethernet16 LID entry"}},
+    {"lid_entry_of_a_routed_port_gone",
+     [](Snapshot &s) {
+         const uint32_t id = *host(s, "Ethernet4").port_lid;
+         remove_row(s.lids, lid(s, id));
+     },
+     {"dangling Ethernet4 LID entry", "dangling Ethernet4 LID entry",
+      "dangling SDK interface 2 LID entry"}},
+    {"interface_bound_to_a_lid_entry_that_is_gone",
+     [](Snapshot &s) { attribute(s, "Ethernet4", SdkIntfAttrLid).value = 90; },
+     {"dangling SDK interface 2 LID entry"}},
+    {"path_to_a_port_channel_that_is_gone",
+     [](Snapshot &s) { path(s, of(s, s.contexts, "PortChannel1").lid_id).pc_id = 90; },
+     {"dangling LID entry 6 path", "difference LID entry 6 path"}},
+    {"port_channel_gone",
+     [](Snapshot &s) { s.port_channels.clear(); },
+     {"dangling PortChannel1 port-channel", "dangling LID entry 6 path"}},
+    {"trap_gone",
+     [](Snapshot &s) { s.traps.clear(); },
+     {"dangling virtual MAC 00:00:5e:00:01:01 of Vlan100 MAC trap"}},
+    {"interface_of_a_virtual_mac_gone",
+     [](Snapshot &s) {
+         const uint32_t gone = 0x3000005A;
+         s.virtual_macs[0].ifindex = gone;
+     },
+     {"dangling virtual MAC 00:00:5e:00:01:01 of ifindex 0x3000005a interface",
+      "missing virtual MAC 00:00:5e:00:01:01 of Vlan100",
+      "unwanted virtual MAC 00:00:5e:00:01:01 of ifindex 0x3000005a"}},
+    {"router_mac_gone", [](Snapshot &s) { s.router_macs.clear(); }, {"dangling switch router MAC"}},
+    {"write_waits_for_an_interface_that_is_gone",
+     [](Snapshot &s) {
+         s.pending.push_back({0, 90, SdkIntfAttrMtuIdx, 1500, {}});
+     },
+     {"dangling SDK interface 90 pending write"}},
+    {"published_interface_gone",
+     [](Snapshot &s) {
+         s.l3lif.push_back(s.l3lif.back());
+         s.l3lif.back().ifindex = 0x7000005A;
+     },
+     {"dangling l3lif_sdb row of ifindex 0x7000005a interface"}},
+
+    {"mtu",
+     [](Snapshot &s) { attribute(s, "Ethernet0", SdkIntfAttrMtuIdx).value = 1; },
+     {"difference Ethernet0 MTU"}},
+    {"mtu_published",
+     [](Snapshot &s) { of(s, s.l3lif, "Ethernet0").mtu = 1; },
+     {"difference Ethernet0 MTU"}},
+    {"mtu_waits_for_the_flush",
+     [](Snapshot &s) {
+         s.pending.push_back({0, intf_id(s, "Ethernet0"), SdkIntfAttrMtuIdx, 1500, {}});
+     },
+     {"difference Ethernet0 MTU"}},
+    {"ipv4",
+     [](Snapshot &s) { attribute(s, "Ethernet0", SdkIntfAttrIpv4UcstEn).value = 0; },
+     {"difference Ethernet0 IPv4"}},
+    {"ipv4_multicast",
+     [](Snapshot &s) { host(s, "Ethernet0").ipv4_mcst = true; },
+     {"difference Ethernet0 IPv4 multicast"}},
+    {"ipv6", [](Snapshot &s) { wants(s, "Ethernet0").ipv6 = true; }, {"difference Ethernet0 IPv6"}},
+    {"ipv4_vpn",
+     [](Snapshot &s) { attribute(s, "Ethernet0", SdkIntfAttrIpv4Vpn).value = 9; },
+     {"difference Ethernet0 IPv4 VPN"}},
+    {"ipv6_vpn",
+     [](Snapshot &s) { attribute(s, "Ethernet0", SdkIntfAttrIpv6Vpn).value = 9; },
+     {"difference Ethernet0 IPv6 VPN"}},
+    {"vpn_published",
+     [](Snapshot &s) { of(s, s.l3lif, "Ethernet0").v4_vpn_id = 9; },
+     {"difference Ethernet0 IPv4 VPN"}},
+    {"nat_zone",
+     [](Snapshot &s) { of(s, s.l3lif, "Ethernet0").nat_zone = 2; },
+     {"difference Ethernet0 NAT zone"}},
+    {"same_interface_check",
+     [](Snapshot &s) { attribute(s, "Vlan100", SdkIntfAttrIpv4SameIfCheck).value = 0; },
+     {"difference Vlan100 IPv4 same-interface check"}},
+    {"security_group_tag",
+     [](Snapshot &s) { attribute(s, "PortChannel1", SdkIntfAttrDefSgt).value = 2; },
+     {"difference PortChannel1 security-group tag"}},
+    {"igmp_label",
+     [](Snapshot &s) { attribute(s, "Ethernet0", SdkIntfAttrIngTblIgmpSnoopLabel).value = 0; },
+     {"difference Ethernet0 IGMP snooping label"}},
+    {"nat_inside_without_loopback",
+     [](Snapshot &s) {
+         s.pending.push_back({0, intf_id(s, "Ethernet0"), SdkIntfAttrNatInside, 2, {}});
+     },
+     {"difference Ethernet0 NAT inside"}},
+    {"bound_to_another_lid_entry",
+     [](Snapshot &s) { attribute(s, "Ethernet0", SdkIntfAttrLid).value = 2; },
+     {"difference Ethernet0 LID entry"}},
+    {"another_lid_entry_than_the_port",
+     [](Snapshot &s) {
+         of(s, s.contexts, "Ethernet4").lid_id = 1;
+         attribute(s, "Ethernet4", SdkIntfAttrLid).value = 1;
+         of(s, s.pm, "Ethernet4").ifmap_idx = lid(s, 1).ifmap_idx;
+     },
+     {"difference Ethernet4 LID entry"}},
+    {"another_lid_entry_than_the_parent",
+     [](Snapshot &s) {
+         of(s, s.contexts, "Ethernet0.10").lid_id = 2;
+         attribute(s, "Ethernet0.10", SdkIntfAttrLid).value = 2;
+     },
+     {"difference Ethernet0.10 LID entry"}},
+    {"path_elsewhere",
+     [](Snapshot &s) { path(s, *host(s, "Ethernet16").port_lid).front_port = 9; },
+     {"difference LID entry 5 path"}},
+    {"no_path",
+     [](Snapshot &s) { remove_row(s.lid_paths, path(s, *host(s, "Ethernet16").port_lid)); },
+     {"difference LID entry 5 path"}},
+    {"on_another_vlan",
+     [](Snapshot &s) { intf(s, "Vlan100").param1 = 101; },
+     {"difference Vlan100 SDK interface"}},
+    {"sub_interface_on_another_vlan",
+     [](Snapshot &s) { intf(s, "Ethernet0.10").param2 = 11; },
+     {"difference Ethernet0.10 SDK interface"}},
+    {"recorded_by_two",
+     [](Snapshot &s) {
+         host(s, "Ethernet16").kept_intf = intf_id(s, "Vlan100");
+         s.member_intf.push_back({host(s, "Ethernet16").ifindex, 4, {}});
+     },
+     {"difference Ethernet16 SDK interface", "difference Vlan100 SDK interface"}},
+    {"state",
+     [](Snapshot &s) { host(s, "Ethernet0").pd_state = 4; },
+     {"difference Ethernet0 state"}},
+    {"label_reset",
+     [](Snapshot &s) { of(s, s.label, "Ethernet0").enabled = false; },
+     {"difference label_sdb row of Ethernet0 L3 label"}},
+    {"label_not_as_an_svi",
+     [](Snapshot &s) { of(s, s.label, "Vlan100").svi = false; },
+     {"difference label_sdb row of Vlan100 L3 label"}},
+    {"ifmap_index",
+     [](Snapshot &s) { of(s, s.pm, "Ethernet0").ifmap_idx = 1; },
+     {"difference pm_sdb row of Ethernet0 ifmap index"}},
+    {"pc_id_published",
+     [](Snapshot &s) { s.pc[0].pc_id = 9; },
+     {"difference pc_sdb row of PortChannel1 port-channel"}},
+    {"router_mac",
+     [](Snapshot &s) { s.router_macs[0].mac = {2}; },
+     {"difference router MAC 1 MAC"}},
+    {"trap_on_another_interface",
+     [](Snapshot &s) { s.traps[0].intf_id = intf_id(s, "Ethernet0"); },
+     {"difference virtual MAC 00:00:5e:00:01:01 of Vlan100 SDK interface"}},
+    {"trap_for_another_mac",
+     [](Snapshot &s) { s.traps[0].mac = {2}; },
+     {"difference virtual MAC 00:00:5e:00:01:01 of Vlan100 MAC"}},
+    {"member_unknown_to_the_host",
+     [](Snapshot &s) { host(s, "Ethernet12").channel.reset(); },
+     {"difference Ethernet12 in PortChannel1 membership"}},
+
+    {"port_missing",
+     [](Snapshot &s) {
+         const Place place;
+         s.wanted_ports.push_back({"Ethernet99", 9100, true, "", place});
+     },
+     {"missing Ethernet99"}},
+    {"interface_missing",
+     [](Snapshot &s) {
+         WantedInterface svi = wants(s, "Vlan100");
+         svi.name = "Vlan200";
+         s.wanted_interfaces.push_back(svi);
+     },
+     {"missing Vlan200"}},
+    {"member_missing",
+     [](Snapshot &s) { s.members.pop_back(); },
+     {"missing Ethernet12 in PortChannel1"}},
+    {"virtual_mac_missing",
+     [](Snapshot &s) {
+         s.virtual_macs.clear();
+         s.traps.clear();
+     },
+     {"missing virtual MAC 00:00:5e:00:01:01 of Vlan100"}},
+    {"router_mac_missing",
+     [](Snapshot &s) {
+         s.router_macs.clear();
+         s.owned_router_mac.clear();
+     },
+     {"missing router MAC 00:00:5e:00:53:01"}},
+    {"not_published",
+     [](Snapshot &s) { remove_row(s.l3lif, of(s, s.l3lif, "Vlan100")); },
+     {"missing l3lif_sdb row of Vlan100"}},
+    {"no_label",
+     [](Snapshot &s) { remove_row(s.label, of(s, s.label, "Vlan100")); },
+     {"missing label_sdb row of Vlan100"}},
+    {"port_not_bound",
+     [](Snapshot &s) { remove_row(s.pm, of(s, s.pm, "Ethernet0")); },
+     {"missing pm_sdb row of Ethernet0"}},
+    {"pc_id_not_published",
+     [](Snapshot &s) { s.pc.clear(); },
+     {"missing pc_sdb row of PortChannel1"}},
+
+    {"port_not_wanted",
+     [](Snapshot &s) {
+         s.wanted_vlan_members.clear();
+         s.wanted_ports.pop_back();
+     },
+     {"unwanted Ethernet16"}},
+    {"interface_not_wanted",
+     [](Snapshot &s) { remove_row(s.wanted_interfaces, wants(s, "Ethernet4")); },
+     {"unwanted Ethernet4"}},
+    {"port_channel_is_to_be_layer_2",
+     [](Snapshot &s) { wants(s, "PortChannel1").routed = false; },
+     {"unwanted PortChannel1"}},
+    {"member_not_wanted",
+     [](Snapshot &s) { s.wanted_members.pop_back(); },
+     {"unwanted front port 4 membership"}},
+    {"virtual_mac_not_wanted",
+     [](Snapshot &s) { s.wanted_virtual_macs.clear(); },
+     {"unwanted virtual MAC 00:00:5e:00:01:01 of Vlan100"}},
+    {"router_mac_not_wanted",
+     [](Snapshot &s) { s.wanted_router_mac.clear(); },
+     {"unwanted router MAC 1"}},
+    {"kept_interface_only_in_the_database",
+     [](Snapshot &s) {
+         s.member_intf.push_back({host(s, "Ethernet16").ifindex, 4, {}});
+     },
+     {"unwanted member_intf_sdb row of Ethernet16"}},
+    {"row_of_what_is_no_l3_interface",
+     [](Snapshot &s) {
+         DbLabel row = s.label[0];
+         row.ifindex = host(s, "Ethernet16").ifindex;
+         s.label.push_back(row);
+         std::sort(s.label.begin(), s.label.end(),
+                   [](const auto &a, const auto &b) { return a.ifindex < b.ifindex; });
+     },
+     {"unwanted label_sdb row of Ethernet16"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(audit, OneThingWrong, testing::ValuesIn(changes),
+                         [](const auto &test) { return std::string(test.param.what); });
+
+} // namespace
+} // namespace kvnsim

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "sim/config/desired.h"
+#include "sim/fwm/diagnostics.h"
+#include "sim/state/audit.h"
+#include "sim/state/snapshot.h"
+#include "sim/switch/switch.h"
+
+namespace kvnsim {
+
+inline std::string content_of(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file) << path;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/* What a configuration wants; the test fails when it has errors. */
+inline Desired wanted(const std::string &json, const std::string &file = "test.json")
+{
+    const Configuration configuration = read_configuration(file, json);
+    for (const Finding &finding : configuration.findings) {
+        if (finding.severity == Finding::Severity::error)
+            ADD_FAILURE() << finding.to_text();
+    }
+    return configuration.desired;
+}
+
+/* Every kind of interface, with members, VRFs, sub-interfaces of both kinds and MACs. */
+inline const char *small_network = R"({
+    "DEVICE_METADATA": {"localhost": {"hostname": "leaf", "mac": "00:00:5e:00:53:01"}},
+    "VRF": {"VrfBlue": {}},
+    "PORT": {"Ethernet0": {"mtu": "9100"}, "Ethernet4": {"mtu": "1500"}, "Ethernet8": {},
+             "Ethernet12": {}, "Ethernet16": {"alias": "spare"}},
+    "INTERFACE": {"Ethernet0": {"vrf_name": "VrfBlue", "nat_zone": "1"},
+                  "Ethernet0|192.0.2.0/31": {}, "Ethernet4|2001:db8::1/64": {}},
+    "PORTCHANNEL": {"PortChannel1": {}},
+    "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet8": {}, "PortChannel1|Ethernet12": {}},
+    "PORTCHANNEL_INTERFACE": {"PortChannel1|192.0.2.4/31": {}},
+    "VLAN_SUB_INTERFACE": {"Ethernet0.10": {}, "Ethernet0.10|192.0.2.6/31": {},
+                           "PortChannel1.20": {}, "PortChannel1.20|192.0.2.8/31": {}},
+    "VLAN": {"Vlan100": {}},
+    "VLAN_MEMBER": {"Vlan100|Ethernet16": {"tagging_mode": "untagged"}},
+    "VLAN_INTERFACE": {"Vlan100": {}, "Vlan100|192.0.2.10/31": {}},
+    "VRRP": {"Vlan100|1": {"vid": "1"}}
+})";
+
+inline std::string words(const std::vector<AuditFinding> &findings)
+{
+    std::string text;
+    for (const AuditFinding &finding : findings)
+        text += std::string(to_text(finding.kind)) + ": " + finding.words + "\n";
+    return text;
+}
+
+/* "orphan SDK interface 5", "difference Ethernet0 MTU". */
+inline std::string brief(const AuditFinding &finding)
+{
+    return std::string(to_text(finding.kind)) + " " + finding.object +
+           (finding.property.empty() ? "" : " " + finding.property);
+}
+inline std::vector<std::string> brief(const std::vector<AuditFinding> &findings)
+{
+    std::vector<std::string> all;
+    for (const AuditFinding &finding : findings)
+        all.push_back(brief(finding));
+    return all;
+}
+
+/* A switch, powered on. */
+class StateTest : public testing::Test {
+protected:
+    Switch sw;
+
+    void SetUp() override { Diagnostics::instance().reset(); }
+    void bring_about(const Desired &want)
+    {
+        const Applied applied = sw.apply(want);
+        for (const Failure &failure : applied.failures)
+            ADD_FAILURE() << failure.step.words << ": " << failure.message;
+    }
+    Snapshot small_switch()
+    {
+        bring_about(wanted(small_network));
+        return capture(sw, {"test.json"});
+    }
+    void inject(const std::string &fault) { ASSERT_EQ(Journal::instance().faults.add(fault), ""); }
+};
+
+/* A file name for a test's own use, removed at its end. */
+class ScratchFile {
+public:
+    explicit ScratchFile(const std::string &name)
+        : path(testing::TempDir() + "kvnsim_" +
+               testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + name)
+    {
+        std::remove(path.c_str());
+    }
+    ~ScratchFile() { std::remove(path.c_str()); }
+    ScratchFile(const ScratchFile &) = delete;
+    ScratchFile &operator=(const ScratchFile &) = delete;
+    const std::string path;
+};
+
+} // namespace kvnsim
