@@ -320,6 +320,13 @@ void RecordingReader::report(const Line &line, const std::string &what)
         problem_ = place(line) + ":1: " + what;
 }
 
+void RecordingReader::report(const std::string &what)
+{
+    Line last;
+    last.number = number_;
+    report(last, what);
+}
+
 std::string RecordingReader::place(const Line &line) const
 {
     return fmt::format("{}:{}", name_, line.number);

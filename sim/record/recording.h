@@ -64,8 +64,9 @@ public:
     std::optional<Line> next();
     /* "file:line:column: what"; empty when all is well. */
     const std::string &problem() const { return problem_; }
-    /* Say what is wrong with a line. */
+    /* Say what is wrong with a line, or with the one that was read last. */
     void report(const Line &line, const std::string &what);
+    void report(const std::string &what);
     std::string place(const Line &line) const;
 
 private:
