@@ -55,6 +55,16 @@ TEST_F(Dump, OfAPortChannelNamesItsPcId)
         {intf_id_found(po12.ifindex, 11), printed("po12: intf_id 11 lid_id 21 pc_id 31.\n")}));
 }
 
+TEST_F(Dump, PrintsIdentifiersAsSignedNumbers)
+{
+    bench.give_context(po12, 11, 0xFFFFFFFF, 0x80000000);
+    l3lifpd_kvn_dump_l3lif(&output, "po12", &po12);
+    EXPECT_STREQ("po12: intf_id 11 lid_id -1 pc_id -2147483648.\n", l3lifpd_dump_one_line);
+    bench.give_context(eth0, 10, 0xFFFFFFFE, 30);
+    l3lifpd_kvn_dump_l3lif(&output, "eth0", &eth0);
+    EXPECT_STREQ("eth0: intf_id  10 lid_id  -2.\n", l3lifpd_dump_one_line);
+}
+
 TEST_F(Dump, OfAPortChannelWithoutAContextStillPrintsALine)
 {
     EXPECT_EQ(0u, l3lifpd_kvn_dump_l3lif(&output, "po12", &po12));
