@@ -132,7 +132,7 @@ std::string call_text(const Value &line)
     if (const Value *out = line.find("out"); out != nullptr && !out->fields().empty())
         text += " " + to_text(out->fields());
     if (const Value *note = line.find("note"))
-        text += " (" + note->string() + ")";
+        text += ": " + note->string();
     return text;
 }
 

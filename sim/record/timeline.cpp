@@ -87,19 +87,20 @@ void Timeline::call_made(const Call &call)
     if (!call.outputs.empty())
         text += " " + to_text(call.outputs);
     if (call.failed) {
-        const char *colour = call.injected ? yellow : red;
-        if (!call.note.empty())
-            text += " (" + call.note + ")";
-        text = painted(colour, text);
+        if (call.injected)
+            text += " (injected)";
+        else if (!call.note.empty())
+            text += ": " + call.note;
+        text = painted(call.injected ? yellow : red, text);
     }
     out_ << event_indent << text << '\n';
 }
 
 void Timeline::trace_emitted(const TraceRecord &record)
 {
-    if (!shown_ || !options_.traces)
-        return;
     const bool is_error = record.level == trace_level_error;
+    if (!shown_ || !options_.traces || (options_.errors_only && !is_error))
+        return;
     out_ << event_indent
          << painted(is_error ? red : grey,
                     fmt::format("[{}] {}:{}: {}", is_error ? "error" : "debug", record.function,

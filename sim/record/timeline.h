@@ -8,11 +8,12 @@
 namespace kvnsim {
 
 struct TimelineOptions {
-    std::string interface;  /* only requests that concern it, its members or its sub-interfaces;
-                               empty = all */
-    bool questions = false; /* also the calls that only ask */
-    bool traces = false;    /* also the library's trace records */
-    bool colour = false;    /* for a terminal */
+    std::string interface;    /* only requests that concern it, its members or its sub-interfaces;
+                                 empty = all */
+    bool questions = false;   /* also the calls that only ask */
+    bool traces = false;      /* also the library's trace records */
+    bool errors_only = false; /* of the trace records those of error level only */
+    bool colour = false;      /* for a terminal */
 };
 
 /* Prints requests as they happen, as a call tree: the configuration row or command behind them, the

@@ -148,10 +148,11 @@ TEST_F(Recording, FollowsAPortThatGetsAnotherName)
         remove(sub_interface("Ethernet0.7", old, 7));
         entry::del_l3port(old);
         host.unregister_l3(old);
-        host.release_port_lid(old);
-        host.remove(old);
+        ASSERT_TRUE(host.release_kept_intf(old).ok());
+        ASSERT_TRUE(host.release_port_lid(old).ok());
+        ASSERT_TRUE(host.remove(old));
         HostInterface &renamed = *host.add_port("Uplink", 0);
-        host.make_port_lid(renamed);
+        ASSERT_TRUE(host.make_port_lid(renamed).ok());
         host.register_l3(renamed);
         entry::add_l3port(renamed, 1);
         sub_interface("Uplink.7", renamed, 7);
@@ -266,8 +267,7 @@ TEST_F(Differing, ArgumentOfACall)
     EXPECT_EQ(result.difference->now,
               "libsdk_intf_attr_set(dev_inst=0 intf_id=1 attr=14 value={param1=1}) = 0");
     ASSERT_FALSE(result.difference->before.empty());
-    EXPECT_EQ(result.difference->before.back(),
-              "libsdk_intf_attr_set(dev_inst=0 intf_id=1 attr=1 value={param1=1}) = 0");
+    EXPECT_EQ(result.difference->before.back(), "if_index_get_port(ifindex=0x10000000) = 0 port=0");
 }
 
 TEST_F(Differing, CallThatIsNoLongerMade)
@@ -293,13 +293,10 @@ TEST_F(Differing, TraceWhereACallWasRecorded)
 
 TEST_F(Differing, ResultOfTheRequest)
 {
-    const Replay result = replayed_with("{\"result\":-7,\"failed_calls\":1}", "");
-    EXPECT_FALSE(result.same());
-    const Switch again;
-    const Replay other =
+    const Replay result =
         replayed_with("{\"result\":-6,\"failed_calls\":1}", "{\"result\":0,\"failed_calls\":1}");
-    ASSERT_TRUE(other.difference);
-    EXPECT_EQ(other.difference->what, "result: recorded 0, now -6");
+    ASSERT_TRUE(result.difference);
+    EXPECT_EQ(result.difference->what, "result: recorded 0, now -6");
 }
 
 TEST_F(Differing, ContextThatTheLibraryLeaves)

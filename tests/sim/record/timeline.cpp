@@ -75,7 +75,9 @@ TEST_F(TimelineOf, RefusalShowsItsReason)
         entry::rmac_add(gateway);
         entry::rmac_add(gateway);
     });
-    EXPECT_NE(text.find("= SDK_E_EXISTS (router MAC "), std::string::npos) << text;
+    EXPECT_NE(text.find("= SDK_E_EXISTS: 00:00:5e:00:01:0a is router MAC 1 already"),
+              std::string::npos)
+        << text;
 }
 
 TEST_F(TimelineOf, QuestionsAreLeftOutUnlessTheyFailOrAreAskedFor)
@@ -115,6 +117,18 @@ TEST_F(TimelineOf, TraceRecordsStandBetweenTheCallsOnRequest)
     EXPECT_EQ(count(timeline({}, [&] { entry::set_l3_property(ethernet, L3LIF_PROP_MTU, 1600); }),
                     "[debug]"),
               0u);
+}
+
+TEST_F(TimelineOf, TraceRecordsMayBeTheErrorsOnly)
+{
+    HostInterface &ethernet = routed_port(0);
+    fail("libsdk_intf_attr_set");
+    TimelineOptions errors;
+    errors.traces = errors.errors_only = true;
+    const std::string text =
+        timeline(errors, [&] { entry::set_l3_property(ethernet, L3LIF_PROP_MTU, 1500); });
+    EXPECT_EQ(count(text, "[error]"), 1u) << text;
+    EXPECT_EQ(count(text, "[debug]"), 0u) << text;
 }
 
 TEST_F(TimelineOf, OneInterfaceShowsItsMembersAndSubInterfacesToo)
