@@ -31,8 +31,8 @@ std::string joined(const std::set<std::string, NaturalOrder> &names)
 
 class Explainer {
 public:
-    Explainer(const Snapshot &snapshot, const std::string &interface)
-        : s_(snapshot), index_(snapshot), name_(interface), host_(index_.host(name_)),
+    Explainer(const Index &index, const std::string &interface)
+        : s_(index.snapshot()), index_(index), name_(interface), host_(index_.host(name_)),
           wanted_(index_.wanted(name_)), port_(index_.wanted_port(name_))
     {
         if (host_ == nullptr && wanted_ == nullptr && port_ == nullptr)
@@ -45,7 +45,7 @@ public:
         published_ = index_.l3lif(host_->ifindex);
     }
 
-    Explanation explain()
+    Explanation explain(const std::vector<AuditFinding> &findings)
     {
         identity();
         const std::string &kind = told_.kind;
@@ -58,9 +58,9 @@ public:
         if (host_ != nullptr && (wanted_ != nullptr || context_ != nullptr))
             settings();
         virtual_macs();
-        for (AuditFinding &finding : audit(s_)) {
+        for (const AuditFinding &finding : findings) {
             if (finding.interface == name_)
-                told_.findings.push_back(std::move(finding));
+                told_.findings.push_back(finding);
         }
         return std::move(told_);
     }
@@ -395,7 +395,7 @@ private:
     }
 
     const Snapshot &s_;
-    const Index index_;
+    const Index &index_;
     const std::string name_;
     const HostRow *host_;
     const WantedInterface *wanted_;
@@ -426,7 +426,13 @@ Listing properties_of(const Explanation &explanation)
 
 Explanation explain(const Snapshot &snapshot, const std::string &interface)
 {
-    return Explainer(snapshot, interface).explain();
+    return explain(Index(snapshot), audit(snapshot), interface);
+}
+
+Explanation explain(const Index &index, const std::vector<AuditFinding> &findings,
+                    const std::string &interface)
+{
+    return Explainer(index, interface).explain(findings);
 }
 
 std::string to_text(const Explanation &explanation)

@@ -29,6 +29,11 @@ struct Explanation {
 /* std::invalid_argument for a name that neither the configuration nor the host knows. */
 Explanation explain(const Snapshot &snapshot, const std::string &interface);
 
+/* The same for one of many interfaces: the snapshot's index and audit are made once for all. */
+class Index;
+Explanation explain(const Index &index, const std::vector<AuditFinding> &findings,
+                    const std::string &interface);
+
 std::string to_text(const Explanation &explanation);
 std::string to_json(const Explanation &explanation); /* one document, ends with a newline */
 
