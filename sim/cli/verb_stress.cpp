@@ -1,0 +1,95 @@
+#include <fmt/format.h>
+
+#include "sim/cli/console.h"
+#include "sim/cli/input.h"
+#include "sim/cli/interrupt.h"
+#include "sim/cli/json.h"
+#include "sim/cli/verb.h"
+#include "sim/stress/stress.h"
+
+namespace kvnsim {
+namespace {
+
+void print_json(const StressOptions &options, const StressResult &result, Console &console)
+{
+    Json json;
+    json.begin_object();
+    json.field("interfaces", options.interfaces).field("seed", options.seed);
+    json.key("fail_rate").raw(fmt::format("{}", options.fail_rate), rapidjson::kNumberType);
+    json.field("operations", result.operations).field("requests", result.requests);
+    json.field("calls", result.calls).field("injected_failures", result.injected);
+    json.field("failed_steps", result.failed_steps).field("findings", result.findings);
+    json.field("power_cycles", result.power_cycles).field("interrupted", result.stopped);
+    json.key("problem");
+    if (result.problem) {
+        json.begin_object().field("what", result.problem->what).key("sequence").begin_array();
+        for (const std::string &change : result.problem->sequence)
+            json.value(change);
+        json.end_array().end_object();
+    } else {
+        json.null();
+    }
+    console.out() << json.end_object().document();
+}
+
+void print_text(const StressOptions &options, const StressResult &result, Console &console)
+{
+    std::ostream &out = console.out();
+    out << fmt::format("{} with seed {}: {}, {}, {}\n", counted(result.operations, "operation"),
+                       options.seed, counted(result.requests, "request"),
+                       counted(result.calls, "call"), counted(result.power_cycles, "power cycle"));
+    out << fmt::format("{} injected; {} did not come about, {} of the audits\n",
+                       counted(result.injected, "failure"), counted(result.failed_steps, "step"),
+                       counted(result.findings, "finding"));
+    if (!result.problem) {
+        if (result.operations != 0)
+            out << "Each of them has an injected failure behind it.\n";
+        return;
+    }
+    out << fmt::format("Wrong, with no failure behind it: {}\n", result.problem->what);
+    out << "The shortest way there that was found, from power-on:\n";
+    for (size_t i = 0; i < result.problem->sequence.size(); ++i)
+        out << fmt::format("  {}. {}\n", i + 1, result.problem->sequence[i]);
+}
+
+int churn(const Arguments &arguments, Console &console)
+{
+    StressOptions options;
+    const uint64_t interfaces = arguments.count("--interfaces", options.interfaces);
+    if (interfaces == 0 || interfaces > 65000)
+        throw UsageError(fmt::format("--interfaces: expected 1 to 65000, not {}", interfaces));
+    options.interfaces = static_cast<uint32_t>(interfaces);
+    options.operations = arguments.count("--operations", options.operations);
+    options.seed = arguments.count("--seed", options.seed);
+    options.fail_rate = arguments.probability("--fail-rate", options.fail_rate);
+    options.stop = [] { return interrupt_signal() != 0; };
+    options.progress = [&](uint64_t done, uint64_t of) { console.progress("operation", done, of); };
+    const StressResult result = stress(options);
+    console.clear_progress();
+    if (arguments.has("--json"))
+        print_json(options, result, console);
+    else
+        print_text(options, result, console);
+    if (result.problem)
+        return exit_found;
+    if (result.stopped) {
+        console.error("kvnsim: interrupted: the rest was not tried");
+        return exit_signal + interrupt_signal();
+    }
+    return exit_well;
+}
+
+const Registration registration(
+    {"stress",
+     "change a random configuration again and again with calls that fail, and audit each time",
+     "kvnsim stress --interfaces 64 --operations 10000 --seed 7 --fail-rate 0.01\n",
+     {{"--interfaces", "N", "about so many L3 interfaces at most (64)", Takes::count},
+      {"--operations", "N", "how many changes to make (10000)", Takes::count},
+      {"--seed", "N", "the same one gives the same changes and failures (1)", Takes::count},
+      {"--fail-rate", "P", "make each call that can fail do so with this probability (0.01)",
+       Takes::probability},
+      json_option},
+     churn});
+
+} // namespace
+} // namespace kvnsim
