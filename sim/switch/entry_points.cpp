@@ -258,6 +258,17 @@ std::string shown(const Parameter &parameter, const Value &value)
 
 } // namespace
 
+std::string Response::failure() const
+{
+    std::string message = std::string(request->entry) + "(" + request->arguments + ") returned " +
+                          std::to_string(result);
+    if (!request->first_failure.empty())
+        message += ": " + request->first_failure;
+    if (!request->first_reason.empty())
+        message += " (" + request->first_reason + ")";
+    return message;
+}
+
 EntryPoint::EntryPoint(const char *name, const char *purpose, Outcome outcome,
                        std::vector<Parameter> parameters)
     : name_(name), purpose_(purpose), outcome_(outcome), parameters_(std::move(parameters))

@@ -7,36 +7,10 @@
 #include "l3lifpd_kavelin.h"
 #include "platform_api/if_index.h"
 #include "sim/sdk/asic.h"
+#include "sim/switch/host_task.h"
 
 namespace kvnsim {
 namespace {
-
-/* A task of the host itself, as a request of the journal. */
-class HostTask {
-public:
-    HostTask(const char *task, const std::string &subject)
-    {
-        auto request = std::make_shared<Request>();
-        request->entry = task;
-        request->subject = subject;
-        request->arguments = subject;
-        request->cause = CauseScope::current();
-        Journal::instance().begin(std::move(request));
-    }
-    ~HostTask() { end(); }
-    HostTask(const HostTask &) = delete;
-    HostTask &operator=(const HostTask &) = delete;
-
-    RequestRef end()
-    {
-        if (!request_)
-            request_ = Journal::instance().end(std::nullopt);
-        return request_;
-    }
-
-private:
-    RequestRef request_;
-};
 
 /* A new process of the forwarding manager starts with a library that knows no virtual MAC. */
 void forget_virtual_macs()
@@ -181,28 +155,16 @@ private:
      * in either case. */
     bool done(const Response &response)
     {
-        if (response.failed) {
-            const Request &request = *response.request;
-            std::string message = std::string(request.entry) + "(" + request.arguments +
-                                  ") returned " + std::to_string(response.result);
-            if (!request.first_failure.empty())
-                message += ": " + request.first_failure;
-            if (!request.first_reason.empty())
-                message += " (" + request.first_reason + ")";
-            fail(std::move(message), response.request);
-        }
+        if (response.failed)
+            fail(response.failure(), response.request);
         return !response.refused;
     }
 
     bool done(HostTask &task, const Status &status)
     {
-        const RequestRef request = task.end();
-        if (!status.ok() || request->failed_calls != 0) {
-            std::string message = std::string(request->entry) + ": " + status.to_text();
-            if (!request->first_reason.empty())
-                message += " (" + request->first_reason + ")";
-            fail(std::move(message), request);
-        }
+        std::string failure = task.failure(status);
+        if (!failure.empty())
+            fail(std::move(failure), task.end());
         return status.ok();
     }
 
