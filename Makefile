@@ -26,7 +26,7 @@ help:
 	@echo "make check     the tests of every build, with sanitizers, then lint"
 	@echo "make lint      formatting, clang-tidy and the library's binary interface"
 	@echo "make coverage  which lines the tests execute, as pages in build/coverage/report"
-	@echo "make bench     measure how fast a switch comes up"
+	@echo "make bench     measure the life of a switch of 1,000 and of 65,000 interfaces"
 	@echo "make fuzz      feed the configuration reader for FUZZ_SECONDS=$(FUZZ_SECONDS)"
 	@echo "make install   library, headers and kvnsim into PREFIX=$(PREFIX)"
 	@echo "make package   the same as an archive and a Debian package in build/$(TARGET)"
@@ -66,7 +66,7 @@ coverage:
 bench:
 	@scripts/setup bench native
 	@$(MAKE) --no-print-directory bench-targets TARGET=bench
-	@build/bench/bin/bench/bench_bring_up
+	@build/bench/bin/bench/bench_switch
 
 # The same inputs are kept and built upon from run to run.
 fuzz:
@@ -78,7 +78,7 @@ fuzz:
 
 .PHONY: bench-targets fuzz-targets
 bench-targets:
-	@$(build) --target bench_bring_up
+	@$(build) --target bench_switch
 fuzz-targets:
 	@$(build) --target configuration_fuzz
 
