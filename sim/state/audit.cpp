@@ -644,8 +644,9 @@ private:
         for (const WantedVirtualMac &mac : s_.wanted_virtual_macs)
             wanted.insert({mac.interface, mac.mac});
         for (const FhrpRow &entry : s_.virtual_macs) {
-            recorded.insert({index_.name(entry.ifindex), entry.mac});
-            check_entry(entry, wanted.count({index_.name(entry.ifindex), entry.mac}) != 0);
+            const std::string name = name_of(entry);
+            recorded.insert({name, entry.mac});
+            check_entry(entry, name, wanted.count({name, entry.mac}) != 0);
         }
         for (const TrapRow &trap : s_.traps) {
             if (trap_owner_.count(trap.mac_trap_id) != 0)
@@ -672,10 +673,20 @@ private:
         return fmt::format("virtual MAC {} of {}", to_text(mac), interface);
     }
 
-    void check_entry(const FhrpRow &entry, bool is_wanted)
+    /* Of an interface that is gone: as it was called when the trap was made. */
+    std::string name_of(const FhrpRow &entry) const
+    {
+        const TrapRow *trap = index_.trap(entry.mac_trap_id);
+        const RequestRow *request = index_.host(entry.ifindex) == nullptr && trap != nullptr
+                                        ? s_.request(trap->made.request)
+                                        : nullptr;
+        return request != nullptr && !request->subject.empty() ? request->subject
+                                                               : index_.name(entry.ifindex);
+    }
+
+    void check_entry(const FhrpRow &entry, const std::string &name, bool is_wanted)
     {
         const HostRow *host = index_.host(entry.ifindex);
-        const std::string name = index_.name(entry.ifindex);
         const std::string object = virtual_mac_words(entry.mac, name);
         const ContextRow *context = host != nullptr ? index_.serving_context(*host) : nullptr;
         const TrapRow *trap = index_.trap(entry.mac_trap_id);

@@ -257,9 +257,7 @@ const Change changes[] = {
          const uint32_t gone = 0x3000005A;
          s.virtual_macs[0].ifindex = gone;
      },
-     {"dangling virtual MAC 00:00:5e:00:01:01 of ifindex 0x3000005a interface",
-      "missing virtual MAC 00:00:5e:00:01:01 of Vlan100",
-      "unwanted virtual MAC 00:00:5e:00:01:01 of ifindex 0x3000005a"}},
+     {"dangling virtual MAC 00:00:5e:00:01:01 of Vlan100 interface"}},
     {"router_mac_gone", [](Snapshot &s) { s.router_macs.clear(); }, {"dangling switch router MAC"}},
     {"write_waits_for_an_interface_that_is_gone",
      [](Snapshot &s) {
