@@ -49,6 +49,9 @@ std::string problem(const Option &option, const std::string &value)
     return "";
 }
 
+/* Stands for the value that an option goes without; no interface has this name. */
+constexpr const char *any_interface = "*";
+
 /* `--timeline Ethernet0` and `--timeline leaf.json` mean different things: the word behind such an
  * option belongs to it only if it has the form of an interface's name. */
 std::vector<std::string> with_values_joined(const Verb &verb, std::vector<std::string> words)
@@ -61,11 +64,10 @@ std::vector<std::string> with_values_joined(const Verb &verb, std::vector<std::s
     for (size_t i = 0; i < words.size() && words[i] != "--"; ++i) {
         if (!may_go_without(words[i]))
             continue;
-        words[i] += '=';
-        if (i + 1 < words.size() && parse_interface_name(words[i + 1])) {
-            words[i] += words[i + 1];
+        const bool has_value = i + 1 < words.size() && parse_interface_name(words[i + 1]);
+        words[i] += '=' + (has_value ? words[i + 1] : any_interface);
+        if (has_value)
             words.erase(words.begin() + static_cast<std::ptrdiff_t>(i) + 1);
-        }
     }
     return words;
 }
@@ -76,9 +78,11 @@ CLI::Option *declare(CLI::App &app, const Option &option, std::vector<std::strin
         return app.add_flag_callback(option.name, [&given] { given.assign(1, "yes"); });
     const bool many = option.times == Times::any || option.times == Times::some;
     CLI::Option *declared =
-        many ? app.add_option(option.name, given)
-             : app.add_option_function<std::string>(
-                   option.name, [&given](const std::string &value) { given.assign(1, value); });
+        many
+            ? app.add_option(option.name, given)
+            : app.add_option_function<std::string>(option.name, [&given](const std::string &value) {
+                  given.assign(1, value == any_interface ? "" : value);
+              });
     declared->check([&option](const std::string &value) { return problem(option, value); });
     if (option.times == Times::required || option.times == Times::some)
         declared->required();

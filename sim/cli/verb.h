@@ -41,7 +41,8 @@ enum class Takes : uint8_t {
     count,       /* 0, 1, 2, ... below 2^64 */
     probability, /* 0..1 */
     choice,      /* one of those that its value says: "debug|error" */
-    interface    /* an interface's name, or nothing: the word behind it, if it has that form */
+    interface    /* an interface's name, or nothing, which is given as "": the word behind the
+                    option is its value only if it has the form of such a name */
 };
 enum class Times : uint8_t { optional, required, any, some };
 

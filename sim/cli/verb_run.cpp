@@ -206,6 +206,8 @@ private:
         std::optional<StepRequests> requests;
         if (dry_)
             requests.emplace();
+        if (!json_ && !quiet_)
+            print_plan(outcome);
         outcome.requests = journal.requests_made();
         outcome.calls = journal.calls_made;
         outcome.applied = switch_.apply(
@@ -223,8 +225,7 @@ private:
         for (const Failure &failure : outcome.applied.failures)
             tell(failure);
         if (!json_ && !quiet_) {
-            print_summary(outcome);
-            console_.out().flush();
+            print_result(outcome);
         }
         outcomes_.push_back(std::move(outcome));
     }
@@ -237,25 +238,32 @@ private:
                         failure.message));
     }
 
-    void print_summary(const ConfigurationRun &outcome)
+    void print_plan(const ConfigurationRun &outcome)
+    {
+        console_.clear_progress();
+        console_.out() << fmt::format("{}: {}\n", outcome.configuration->file,
+                                      counted(outcome.plan.steps.size(), "step"));
+        const std::string ignored = ignored_tables(*outcome.configuration);
+        if (!ignored.empty())
+            console_.out() << "  not applied: " << ignored << "\n";
+        console_.out().flush();
+    }
+
+    void print_result(const ConfigurationRun &outcome)
     {
         std::ostream &out = console_.out();
         console_.clear_progress();
-        out << fmt::format(
-            "{}: {}, {}, {}, {}{}\n", outcome.configuration->file,
-            counted(outcome.plan.steps.size(), "step"), counted(outcome.requests, "request"),
-            counted(outcome.calls, "call"), counted(outcome.applied.failures.size(), "failure"),
-            outcome.applied.interrupted
-                ? fmt::format("; interrupted after {}", counted(outcome.applied.steps_done, "step"))
-                : "");
-        const std::string ignored = ignored_tables(*outcome.configuration);
-        if (!ignored.empty())
-            out << "  not applied: " << ignored << "\n";
         for (size_t i = 0; i < outcome.step_requests.size(); ++i) {
             out << "  " << outcome.plan.steps[i].words << "\n";
             for (const Request &request : outcome.step_requests[i])
                 out << fmt::format("      {}({})\n", request.entry, request.arguments);
         }
+        out << fmt::format(
+            "  {}, {}, {}{}\n", counted(outcome.requests, "request"),
+            counted(outcome.calls, "call"), counted(outcome.applied.failures.size(), "failure"),
+            outcome.applied.interrupted
+                ? fmt::format("; interrupted after {}", counted(outcome.applied.steps_done, "step"))
+                : "");
     }
 
     /* ---- After ---- */
@@ -265,11 +273,7 @@ private:
         console_.clear_progress();
         timeline_.reset();
         recorder_.reset();
-        if (recording_.is_open()) {
-            recording_.close();
-            check_recording();
-        }
-        std::vector<AuditFinding> findings;
+        bool found = false;
         if (dry_) {
             if (json_)
                 print_json(nullptr, {});
@@ -277,20 +281,45 @@ private:
                 console_.out() << "Nothing was applied.\n";
         } else {
             const Snapshot snapshot = capture(switch_, applied_files());
-            findings = audit(snapshot);
+            keep(snapshot);
+            const std::vector<AuditFinding> findings = audit(snapshot);
+            found = !findings.empty();
             if (json_)
                 print_json(&snapshot, findings);
             else if (!quiet_)
                 print_tables(snapshot);
-            if (arguments_.has("--db"))
-                save(snapshot, arguments_.value("--db"));
         }
-        const std::string unwritten = Diagnostics::instance().flush();
-        if (!unwritten.empty())
-            throw InputError("cannot write " + unwritten);
         for (const std::string &fault : Journal::instance().faults.unused())
             console_.warning(fmt::format("kvnsim: --fail {} never struck", fault));
-        return status(!findings.empty());
+        return status(found);
+    }
+
+    /* Write out every file; what cannot be written must not keep the others from it. */
+    void keep(const Snapshot &snapshot)
+    {
+        const auto write = [&](const auto &file) {
+            try {
+                file();
+            } catch (const std::runtime_error &error) {
+                console_.error(fmt::format("kvnsim: {}", error.what()));
+                files_written_ = false;
+            }
+        };
+        write([&] {
+            if (arguments_.has("--db"))
+                save(snapshot, arguments_.value("--db"));
+        });
+        write([&] {
+            const std::string problem = Diagnostics::instance().flush();
+            if (!problem.empty())
+                throw InputError(problem);
+        });
+        write([&] {
+            if (recording_.is_open()) {
+                recording_.close();
+                check_recording();
+            }
+        });
     }
 
     std::vector<std::string> applied_files() const
@@ -352,7 +381,7 @@ private:
         if (std::any_of(outcomes_.begin(), outcomes_.end(),
                         [](const ConfigurationRun &o) { return !o.applied.failures.empty(); }))
             return exit_request;
-        if (have_errors(configurations_))
+        if (have_errors(configurations_) || !files_written_)
             return exit_input;
         return found ? exit_found : exit_well;
     }
@@ -441,6 +470,7 @@ private:
     std::vector<Configuration> configurations_;
     std::vector<ConfigurationRun> outcomes_;
     std::ofstream recording_;
+    bool files_written_ = true;
     std::optional<Recorder> recorder_;
     std::optional<Timeline> timeline_;
 };
