@@ -1,6 +1,7 @@
 #include "tests/lib/expect.h"
 
 #include <cstdarg>
+#include <ostream>
 
 #include <gtest/gtest.h>
 
@@ -122,6 +123,11 @@ const std::vector<PropertyRow> property_rows = {
     {19, 54, "Setting igmp_snoop_label=%d in libsdk for intf %d.\n",
      "SdkIntfAttrIngTblIgmpSnoopLabel is failed for intf %d. st%d \n"},
 };
+
+void PrintTo(const PropertyRow &row, std::ostream *out)
+{
+    *out << "type " << row.type;
+}
 
 const PropertyRow &property_row(uint32_t type)
 {

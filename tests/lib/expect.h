@@ -5,6 +5,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <iosfwd>
 
 #include "tests/lib/platform.h"
 
@@ -53,6 +54,8 @@ struct PropertyRow {
     const char *setting; /* debug record: the word written, the interface */
     const char *failure; /* error record */
 };
+/* How a test names the row it failed on. */
+void PrintTo(const PropertyRow &row, std::ostream *out);
 extern const std::vector<PropertyRow> property_rows;
 const PropertyRow &property_row(uint32_t type);
 

@@ -265,6 +265,14 @@ TEST_F(Interposed, AnIdentifierBeyond16BitsIsNoInterfaceForPortsAndDestruction)
     EXPECT_EQ(3u, eth0.pd_state);
 }
 
+TEST_F(Interposed, TheDumpPrintsTheLookupsResultsAsSignedNumbers)
+{
+    give("get_intf_id_for_ifindex", 0xFFFFFFFE);
+    give("get_lid_id_for_ifindex", 0xFFFFFFFD);
+    l3lifpd_kvn_dump_l3lif(nullptr, "eth0", &eth0);
+    EXPECT_STREQ("eth0: intf_id  -2 lid_id  -3.\n", l3lifpd_dump_one_line);
+}
+
 TEST_F(Interposed, APortChannelSucceedsThoughItsInterfaceFails)
 {
     give("add_l3port", 6);

@@ -65,6 +65,11 @@ struct IdLookup {
     uint32_t own, channels; /* what it finds in eth's and in the port-channel's context below */
 };
 
+void PrintTo(const IdLookup &row, std::ostream *out)
+{
+    *out << row.name;
+}
+
 const IdLookup id_lookups[] = {
     {"pc_id", l3lifpd_kvn_get_pc_id_for_ifindex, 30, 31},
     {"lid_id", l3lifpd_kvn_get_lid_id_for_ifindex, 20, 21},

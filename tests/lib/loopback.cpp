@@ -24,6 +24,11 @@ struct Direction {
     std::vector<AttributeRow> rows;
 };
 
+void PrintTo(const Direction &row, std::ostream *out)
+{
+    *out << (row.enable ? "on" : "off");
+}
+
 const Direction directions[] = {
     {1,
      121,

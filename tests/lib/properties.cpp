@@ -319,6 +319,11 @@ struct Defaults {
     std::vector<std::pair<uint32_t, uint32_t>> set; /* type, value */
 };
 
+void PrintTo(const Defaults &row, std::ostream *out)
+{
+    *out << row.name;
+}
+
 class DefaultProperties : public testing::TestWithParam<Defaults> {
 protected:
     Bench bench;

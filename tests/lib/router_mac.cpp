@@ -13,6 +13,11 @@ struct EntryPoints {
     int32_t (*remove)(int32_t peer_mac_id);
 };
 
+void PrintTo(const EntryPoints &row, std::ostream *out)
+{
+    *out << row.name;
+}
+
 const EntryPoints entry_points[] = {
     {"peer", l3lifpd_kvn_peer_mac_add, l3lifpd_kvn_peer_mac_del},
     {"router", l3lifpd_kvn_rmac_add, l3lifpd_kvn_rmac_del},

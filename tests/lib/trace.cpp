@@ -114,6 +114,11 @@ struct Cut {
     size_t message, recorded;
 };
 
+void PrintTo(const Cut &row, std::ostream *out)
+{
+    *out << row.message;
+}
+
 class HistoryRecord : public testing::TestWithParam<Cut>, protected Traced {};
 
 TEST_P(HistoryRecord, HoldsAtMost511CharactersAndTheOtherSinksGetAll)
