@@ -27,9 +27,10 @@ constexpr std::initializer_list<const char *> key_of<MemberRow> = {"pc_id", "fro
 template <> constexpr std::initializer_list<const char *> key_of<RouterMacRow> = {"mac"};
 template <> constexpr std::initializer_list<const char *> key_of<TrapRow> = {"intf_id", "mac"};
 
-/* Where a row stands by itself; the rest refers to it. */
+/* A row but for its key. */
 struct Seen {
     std::string identifiers; /* "intf_id 5" */
+    bool is_initial = false; /* says no more than no row would */
     std::vector<std::pair<const char *, std::string>> values;
 };
 using Rows = std::map<std::string, Seen, NaturalOrder>;
@@ -47,6 +48,11 @@ public:
             Seen entry;
             Row::columns(
                 [&](const char *name, auto member) { add(row, name, row.*member, key, entry); });
+            if constexpr (std::is_same_v<Row, AttributeValueRow>) {
+                const AttributeRow *known = find_attribute(row.number);
+                entry.is_initial = known != nullptr && known->initial == row.value;
+                entry.identifiers = entry.values.front().second;
+            }
             while (seen.count(key) != 0)
                 key += '\'';
             seen.emplace(std::move(key), std::move(entry));
@@ -164,10 +170,12 @@ void compare(const char *table, const Rows &a, const Rows &b, std::vector<Differ
     const NaturalOrder before;
     while (x != a.end() || y != b.end()) {
         if (y == b.end() || (x != a.end() && before(x->first, y->first))) {
-            into.push_back({table, x->first, {}, identity(x->second), {}});
+            if (!x->second.is_initial)
+                into.push_back({table, x->first, {}, identity(x->second), {}});
             ++x;
         } else if (x == a.end() || before(y->first, x->first)) {
-            into.push_back({table, y->first, {}, {}, identity(y->second)});
+            if (!y->second.is_initial)
+                into.push_back({table, y->first, {}, {}, identity(y->second)});
             ++y;
         } else {
             for (size_t i = 0; i < x->second.values.size(); ++i) {

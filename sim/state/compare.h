@@ -13,7 +13,7 @@ struct Difference {
     std::string table;  /* the row's table: "asic_interface" */
     std::string object; /* natural key: "Ethernet0", "Ethernet0 SdkIntfAttrMtuIdx" */
     std::string column; /* empty when the row is in one of them only */
-    std::string a, b;   /* values, or identifiers of the row; empty where it is not */
+    std::string a, b;   /* values; of a whole row its identifiers or value; empty where it is not */
     friend bool operator==(const Difference &x, const Difference &y);
 };
 

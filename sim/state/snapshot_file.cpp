@@ -170,7 +170,7 @@ public:
         const sqlite3_int64 value = sqlite3_column_int64(statement_, at_++);
         if constexpr (sizeof(T) < sizeof value) {
             if (value < 0 || value > static_cast<sqlite3_int64>(std::numeric_limits<T>::max()))
-                damaged();
+                damaged(at_ - 1);
         }
         number = static_cast<T>(value);
     }
@@ -190,7 +190,7 @@ public:
         if (std::sscanf(text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%n", &b[0], &b[1], &b[2], &b[3],
                         &b[4], &b[5], &end) != 6 ||
             static_cast<size_t>(end) != text.size())
-            damaged();
+            damaged(at_ - 1);
         for (size_t i = 0; i < mac.size(); ++i)
             mac[i] = static_cast<uint8_t>(b[i]);
     }
@@ -228,12 +228,12 @@ private:
     void expect(int type)
     {
         if (sqlite3_column_type(statement_, at_) != type)
-            damaged();
+            damaged(at_);
     }
-    [[noreturn]] void damaged()
+    [[noreturn]] void damaged(int column)
     {
-        fail(db_.name(),
-             fmt::format("damaged: {} holds no such value", sqlite3_column_name(statement_, at_)));
+        fail(db_.name(), fmt::format("damaged: {} holds no such value",
+                                     sqlite3_column_name(statement_, column)));
     }
 
     Database &db_;

@@ -1,0 +1,405 @@
+#include "tests/sim/state/bench.h"
+
+#include <set>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+#include <rapidjson/document.h>
+
+#include "platform_api/libsdk.h"
+#include "sim/fwm/host.h"
+#include "sim/sdk/asic.h"
+#include "sim/state/compare.h"
+#include "sim/state/explain.h"
+#include "sim/state/show.h"
+#include "sim/switch/entry_points.h"
+
+namespace kvnsim {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+Listing three_columns(std::vector<std::vector<Cell>> rows)
+{
+    return {"Things", {{"name", "Name"}, {"count", "Count"}, {"list", "List"}}, std::move(rows)};
+}
+
+TEST(ListingText, has_numbers_to_the_right_and_texts_to_the_left)
+{
+    EXPECT_EQ(to_text(three_columns({{std::string("a"), int64_t{5}, true},
+                                     {std::string("long"), int64_t{12345}, Cell()}})),
+              "Things\n"
+              "  Name  Count  List\n"
+              "  a         5  yes\n"
+              "  long  12345  -\n");
+}
+
+TEST(ListingText, aligns_characters_not_bytes)
+{
+    EXPECT_EQ(to_text(three_columns({{std::string("Zürich"), int64_t{1}, std::string("x")},
+                                     {std::string("Berlin"), int64_t{1}, std::string("x")}})),
+              "Things\n"
+              "  Name    Count  List\n"
+              "  Zürich      1  x\n"
+              "  Berlin      1  x\n");
+}
+
+TEST(ListingText, leaves_out_columns_that_nobody_fills_and_says_when_there_are_no_rows)
+{
+    EXPECT_EQ(to_text(three_columns({{std::string("a"), Cell(), std::vector<std::string>()}})),
+              "Things\n  Name\n  a\n");
+    EXPECT_EQ(to_text(three_columns({})), "Things\n  none\n");
+}
+
+TEST(ListingJson, has_an_object_for_each_row_with_the_values_as_they_are)
+{
+    EXPECT_EQ(to_json(three_columns(
+                  {{std::string("a \"b\""), int64_t{5}, std::vector<std::string>{"x", "y"}},
+                   {Cell(), false, std::vector<int64_t>{1, 2}}})),
+              R"([{"name":"a \"b\"","count":5,"list":["x","y"]},)"
+              R"({"name":null,"count":false,"list":[1,2]}])"
+              "\n");
+}
+
+class Show : public StateTest {
+protected:
+    static std::vector<std::string> column(const Listing &listing, const std::string &key)
+    {
+        std::vector<std::string> texts;
+        for (size_t i = 0; i < listing.columns.size(); ++i) {
+            if (listing.columns[i].key != key)
+                continue;
+            for (const auto &row : listing.rows) {
+                const std::string *text = std::get_if<std::string>(&row[i]);
+                texts.push_back(text != nullptr ? *text : "");
+            }
+        }
+        return texts;
+    }
+};
+
+TEST_F(Show, interfaces_tells_each_ones_identifiers_and_settings)
+{
+    EXPECT_EQ(to_text(show(small_switch(), "interfaces")), R"(Interfaces
+  Interface        Kind           State       SDK  LID  PC   MTU  IPv4  IPv6  VRF      Parent        VLAN  Addresses
+  Ethernet0        port           programmed    1    1   -  9100  yes   -     VrfBlue  -                -  192.0.2.0/31
+  Ethernet4        port           programmed    2    2   -  1500  -     yes   -        -                -  2001:db8::1/64
+  PortChannel1     port-channel   programmed    3    6   1  9100  yes   -     -        -                -  192.0.2.4/31
+  Ethernet0.10     sub-interface  programmed    5    1   -  9100  yes   -     -        Ethernet0       10  192.0.2.6/31
+  PortChannel1.20  sub-interface  programmed    6    6   -  9100  yes   -     -        PortChannel1    20  192.0.2.8/31
+  Vlan100          SVI            programmed    4    -   -  9100  yes   -     -        -              100  192.0.2.10/31
+)");
+}
+
+TEST_F(Show, interfaces_tells_why_one_is_not_programmed_and_which_are_not_wanted)
+{
+    small_switch();
+    inject("libsdk_intf_destroy:1");
+    inject("libsdk_intf_create:1");
+    sw.apply(wanted(R"({"PORT": {"Ethernet0": {}},
+        "INTERFACE": {"Ethernet0": {}},
+        "PORTCHANNEL": {"PortChannel1": {}, "PortChannel2": {}},
+        "PORTCHANNEL_INTERFACE": {"PortChannel2": {}},
+        "VLAN": {"Vlan200": {}}, "VLAN_INTERFACE": {"Vlan200": {}}})"));
+    const Listing interfaces = show(capture(sw), "interfaces");
+    EXPECT_THAT(column(interfaces, "name"), ElementsAre("Ethernet0", "PortChannel1", "PortChannel2",
+                                                        "Vlan200", "Ethernet0.10"));
+    EXPECT_THAT(column(interfaces, "state"),
+                ElementsAre("programmed", "layer 2", "no member", "not programmed", "not wanted"));
+    EXPECT_THAT(column(interfaces, "failure")[3], HasSubstr("libsdk_intf_create"));
+}
+
+TEST_F(Show, ports_tells_what_each_is_used_for)
+{
+    const Listing ports = show(small_switch(), "ports");
+    EXPECT_THAT(column(ports, "name"),
+                ElementsAre("Ethernet0", "Ethernet4", "Ethernet8", "Ethernet12", "Ethernet16"));
+    EXPECT_THAT(column(ports, "role"),
+                ElementsAre("routed", "routed", "member", "member", "switched"));
+    EXPECT_THAT(column(ports, "alias"), ElementsAre("", "", "", "", "spare"));
+}
+
+TEST_F(Show, port_channels_tells_wanted_and_programmed_members)
+{
+    EXPECT_EQ(to_text(show(small_switch(), "port-channels")), R"(Port-channels
+  Port-channel  Number  State       PC  LID  SDK   MTU  Members               In the ASIC
+  PortChannel1       1  programmed   1    6    3  9100  Ethernet8,Ethernet12  Ethernet8,Ethernet12
+)");
+}
+
+TEST_F(Show, lids_tells_whose_each_is_and_what_is_bound_to_it)
+{
+    const std::string text = to_text(show(small_switch(), "lids"));
+    EXPECT_THAT(text, HasSubstr("  LID  Of            Leads to        ifmap index  SDK "
+                                "interfaces  Made by\n"));
+    EXPECT_THAT(text, HasSubstr("\n    1  Ethernet0     front port 1           4097               "
+                                "2  libsdk_lid_entry_create in request "));
+    EXPECT_THAT(text, HasSubstr("\n    6  PortChannel1  port-channel 1         4102               "
+                                "2  libsdk_lid_entry_create in request "));
+}
+
+TEST_F(Show, macs_tells_router_and_virtual_macs_and_who_made_them)
+{
+    const Listing macs = show(small_switch(), "macs");
+    EXPECT_THAT(column(macs, "kind"), ElementsAre("router", "virtual"));
+    EXPECT_THAT(column(macs, "mac"), ElementsAre("00:00:5e:00:53:01", "00:00:5e:00:01:01"));
+    EXPECT_THAT(column(macs, "interface"), ElementsAre("", "Vlan100"));
+    EXPECT_THAT(column(macs, "made_by")[1],
+                HasSubstr("l3lifpd_kvn_fhrp_mac_add(mac=00:00:5e:00:01:01 ifindex=Vlan100)"));
+}
+
+TEST_F(Show, errors_tells_what_the_library_traced)
+{
+    EXPECT_THAT(show(small_switch(), "errors").rows, IsEmpty());
+    inject("libsdk_intf_create:1=SDK_E_FULL");
+    sw.apply(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}},
+        "VLAN": {"Vlan300": {}}, "VLAN_INTERFACE": {"Vlan300": {}}})"));
+    const Listing errors = show(capture(sw), "errors");
+    EXPECT_THAT(column(errors, "function"), ElementsAre("l3lifpd_kvn_add_svi"));
+    EXPECT_THAT(column(errors, "text")[0], HasSubstr("libsdk_intf_create returned"));
+}
+
+TEST_F(Show, summary_tells_how_full_the_tables_are)
+{
+    const std::string text = to_text(show(small_switch(), "summary"));
+    EXPECT_THAT(text, HasSubstr("  intf                  interfaces                              6"
+                                "        6     65534\n"));
+    EXPECT_THAT(text, HasSubstr("  programmed            interfaces in the ASIC                  6"
+                                "        -         -\n"));
+}
+
+TEST_F(Show, attributes_tells_each_value_and_who_wrote_it)
+{
+    const Listing attributes = show(small_switch(), "attributes", "PortChannel1");
+    EXPECT_EQ(attributes.title,
+              "Attributes of PortChannel1: SDK interface 3 (routed port, port-channel 1)");
+    const std::string text = to_text(attributes);
+    EXPECT_THAT(text, HasSubstr("  14  SdkIntfAttrDefSgt                default security-group tag"
+                                "  32770  0x8002"));
+    EXPECT_THAT(text, HasSubstr("l3lifpd_kvn_add_l3pc(l3lif=Ethernet8 create=1)"));
+}
+
+TEST_F(Show, attributes_of_a_member_are_its_port_channels)
+{
+    EXPECT_EQ(show(small_switch(), "attributes", "Ethernet8").title,
+              "Attributes of Ethernet8: SDK interface 3 (routed port, port-channel 1)");
+}
+
+TEST_F(Show, refuses_what_it_does_not_know)
+{
+    const Snapshot snapshot = small_switch();
+    EXPECT_THROW(show(snapshot, "everything"), std::invalid_argument);
+    EXPECT_THROW(show(snapshot, "attributes"), std::invalid_argument);
+    EXPECT_THROW(show(snapshot, "attributes", "Ethernet99"), std::invalid_argument);
+    EXPECT_EQ(show(snapshot, "attributes", "Ethernet16").title,
+              "Attributes of Ethernet16: no SDK interface");
+}
+
+TEST_F(Show, has_each_table_with_unique_keys_and_cells_for_each_column)
+{
+    const Snapshot snapshot = small_switch();
+    for (const ShowKind &kind : show_kinds()) {
+        const Listing listing = kind.make(snapshot, "Ethernet0");
+        std::set<std::string> keys;
+        for (const Column &column : listing.columns)
+            EXPECT_TRUE(keys.insert(column.key).second) << kind.name << " " << column.key;
+        for (const auto &row : listing.rows)
+            EXPECT_EQ(row.size(), listing.columns.size()) << kind.name;
+    }
+}
+
+TEST_F(Show, as_one_document_holds_every_table_failure_and_finding)
+{
+    small_switch();
+    entry::set_l3_property(*Host::instance().find("Ethernet0"), 12, 1400);
+    const Snapshot snapshot = capture(sw, {"test.json"});
+    rapidjson::Document document;
+    document.Parse(to_json(snapshot, audit(snapshot)).c_str());
+    ASSERT_FALSE(document.HasParseError());
+    std::vector<std::string> keys;
+    for (const auto &member : document.GetObject())
+        keys.push_back(member.name.GetString());
+    EXPECT_THAT(keys, ElementsAre("format", "word_size", "hostname", "files", "interfaces", "ports",
+                                  "port_channels", "lids", "macs", "errors", "summary", "failures",
+                                  "audit"));
+    EXPECT_EQ(document["interfaces"].Size(), 6u);
+    EXPECT_STREQ(document["interfaces"][0]["name"].GetString(), "Ethernet0");
+    EXPECT_EQ(document["interfaces"][0]["mtu"].GetInt(), 9100);
+    EXPECT_TRUE(document["interfaces"][0]["ipv4"].GetBool());
+    ASSERT_EQ(document["audit"].Size(), 1u);
+    EXPECT_STREQ(document["audit"][0]["kind"].GetString(), "difference");
+    EXPECT_STREQ(document["audit"][0]["property"].GetString(), "MTU");
+    EXPECT_TRUE(document["audit"][0]["requests"][0].IsInt());
+}
+
+/* ---- Explanations ---- */
+
+class Explain : public StateTest {
+protected:
+    static const ExplainedProperty &property(const Explanation &explanation,
+                                             const std::string &name)
+    {
+        for (const ExplainedProperty &property : explanation.properties) {
+            if (property.name == name)
+                return property;
+        }
+        static const ExplainedProperty none;
+        ADD_FAILURE() << "no property " << name;
+        return none;
+    }
+    static std::vector<std::string> differing(const Explanation &explanation)
+    {
+        std::vector<std::string> names;
+        for (const ExplainedProperty &property : explanation.properties) {
+            if (property.differs)
+                names.push_back(property.name);
+        }
+        return names;
+    }
+};
+
+TEST_F(Explain, puts_the_sides_next_to_each_other_and_finds_nothing_where_they_agree)
+{
+    const Snapshot snapshot = small_switch();
+    for (const char *name : {"Ethernet0", "Ethernet4", "Ethernet8", "Ethernet16", "PortChannel1",
+                             "Ethernet0.10", "PortChannel1.20", "Vlan100"}) {
+        const Explanation explanation = explain(snapshot, name);
+        EXPECT_THAT(differing(explanation), IsEmpty()) << to_text(explanation);
+        EXPECT_THAT(explanation.findings, IsEmpty());
+    }
+    const Explanation explanation = explain(snapshot, "Ethernet0");
+    EXPECT_EQ(explanation.state, "programmed");
+    EXPECT_THAT(explanation.configured_at, HasSubstr("test.json:"));
+    const ExplainedProperty &mtu = property(explanation, "MTU");
+    EXPECT_EQ(mtu.configured, "9100");
+    EXPECT_EQ(mtu.library, "9100");
+    EXPECT_EQ(mtu.asic, "9100");
+    EXPECT_EQ(mtu.database, "9100");
+    EXPECT_THAT(mtu.call, HasSubstr("libsdk_intf_attr_set in request "));
+    EXPECT_THAT(mtu.call, HasSubstr("l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1)"));
+    EXPECT_EQ(property(explanation, "IPv4 VPN").configured, "1");
+    EXPECT_EQ(property(explanation, "NAT zone").database, "1");
+}
+
+TEST_F(Explain, marks_what_was_changed_by_hand_with_the_call_that_did_it)
+{
+    small_switch();
+    entry::set_l3_property(*Host::instance().find("Vlan100"), 12, 1400);
+    const Explanation explanation = explain(capture(sw), "Vlan100");
+    EXPECT_THAT(differing(explanation), ElementsAre("MTU"));
+    EXPECT_EQ(property(explanation, "MTU").asic, "1400");
+    EXPECT_THAT(property(explanation, "MTU").call,
+                HasSubstr("l3lifpd_kvn_set_l3_property(l3lif=Vlan100"));
+    EXPECT_EQ(brief(explanation.findings), std::vector<std::string>{"difference Vlan100 MTU"});
+    EXPECT_THAT(to_text(explanation), HasSubstr("<-- differs"));
+}
+
+TEST_F(Explain, says_why_an_interface_is_not_programmed)
+{
+    inject("libsdk_intf_create:1=SDK_E_FULL");
+    sw.apply(wanted(R"({"PORT": {"Ethernet0": {}}, "INTERFACE": {"Ethernet0": {}}})"));
+    const Explanation explanation = explain(capture(sw), "Ethernet0");
+    EXPECT_EQ(explanation.state, "not programmed");
+    EXPECT_THAT(explanation.failure, HasSubstr("libsdk_intf_create: SDK_E_FULL"));
+    EXPECT_THAT(differing(explanation), testing::Contains("SDK interface"));
+    EXPECT_THAT(to_text(explanation), HasSubstr("failed: l3lifpd_kvn_add_l3port("));
+}
+
+TEST_F(Explain, refuses_a_name_that_nobody_knows)
+{
+    EXPECT_THROW(explain(small_switch(), "Ethernet99"), std::invalid_argument);
+}
+
+TEST_F(Explain, is_a_document_too)
+{
+    rapidjson::Document document;
+    document.Parse(to_json(explain(small_switch(), "PortChannel1")).c_str());
+    ASSERT_FALSE(document.HasParseError());
+    EXPECT_STREQ(document["interface"].GetString(), "PortChannel1");
+    EXPECT_STREQ(document["kind"].GetString(), "port-channel");
+    EXPECT_STREQ(document["properties"][0]["property"].GetString(), "SDK interface");
+    EXPECT_FALSE(document["properties"][0]["differs"].GetBool());
+    EXPECT_EQ(document["audit"].Size(), 0u);
+}
+
+/* ---- Differences of two snapshots ---- */
+
+class Compare : public StateTest {
+protected:
+    Snapshot after(const std::string &json)
+    {
+        bring_about(wanted(json));
+        return capture(sw);
+    }
+    static std::vector<std::string> lines(const std::vector<Difference> &differences)
+    {
+        std::vector<std::string> all;
+        for (const Difference &d : differences)
+            all.push_back(d.table + " " + d.object + " " + d.column + ": " + d.a + " | " + d.b);
+        return all;
+    }
+};
+
+TEST_F(Compare, finds_no_difference_between_equal_ones)
+{
+    const Snapshot snapshot = small_switch();
+    EXPECT_THAT(lines(diff(snapshot, snapshot)), IsEmpty());
+}
+
+TEST_F(Compare, does_not_mind_which_identifiers_were_free)
+{
+    const Snapshot direct = small_switch();
+    Switch other;
+    other.apply(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}},
+                           "INTERFACE": {"Ethernet4": {}, "Ethernet4|2001:db8::1/64": {}},
+                           "VLAN": {"Vlan7": {}}, "VLAN_INTERFACE": {"Vlan7": {}}})"));
+    other.apply(wanted(small_network));
+    const Snapshot on_a_detour = capture(other);
+    EXPECT_EQ(words(audit(on_a_detour)), "");
+    EXPECT_NE(direct.contexts[0].intf_id, on_a_detour.contexts[0].intf_id);
+    EXPECT_THAT(lines(diff(direct, on_a_detour)), IsEmpty());
+}
+
+TEST_F(Compare, tells_values_that_differ_by_the_interface_and_the_attribute)
+{
+    const char *const config = R"({"PORT": {"Ethernet0": {"mtu": "%"}},
+                                   "INTERFACE": {"Ethernet0": {}}})";
+    const auto with_mtu = [&](const char *mtu) {
+        std::string text = config;
+        return text.replace(text.find('%'), 1, mtu);
+    };
+    const Snapshot a = after(with_mtu("1500"));
+    const Snapshot b = after(with_mtu("9000"));
+    EXPECT_THAT(lines(diff(a, b)),
+                ElementsAre("asic_attribute Ethernet0 SdkIntfAttrMtuIdx value: 1500 | 9000",
+                            "l3lif_sdb Ethernet0 mtu: 1500 | 9000"));
+    EXPECT_THAT(lines(diff(b, a)),
+                ElementsAre("asic_attribute Ethernet0 SdkIntfAttrMtuIdx value: 9000 | 1500",
+                            "l3lif_sdb Ethernet0 mtu: 9000 | 1500"));
+}
+
+TEST_F(Compare, tells_what_is_in_one_of_them_only_with_its_identifiers)
+{
+    const Snapshot a = after(R"({"PORT": {"Ethernet0": {}}})");
+    const Snapshot b = after(R"({"PORT": {"Ethernet0": {}}, "VLAN": {"Vlan7": {}},
+                                 "VLAN_INTERFACE": {"Vlan7": {}}})");
+    EXPECT_THAT(lines(diff(a, b)),
+                ElementsAre("asic_interface Vlan7 :  | intf_id 1",
+                            "asic_attribute Vlan7 SdkIntfAttrIpv4SameIfCheck :  | 1",
+                            "asic_attribute Vlan7 SdkIntfAttrMtuIdx :  | 9100",
+                            "l3lif_sdb Vlan7 :  | there", "label_sdb Vlan7 :  | there"));
+}
+
+TEST_F(Compare, tells_an_object_without_an_owner_by_its_identifier)
+{
+    const Snapshot a = small_switch();
+    Snapshot b = a;
+    b.lids.push_back({90, 90, {}});
+    EXPECT_THAT(lines(diff(a, b)),
+                ElementsAre("asic_lid LID entry 90 :  | lid_id 90, ifmap_idx 90"));
+}
+
+} // namespace
+} // namespace kvnsim
