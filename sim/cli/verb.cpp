@@ -23,6 +23,21 @@ std::string spelled(const Option &option)
                        option.value);
 }
 
+constexpr size_t help_width = 100, help_column = 30;
+
+/* A line of help, the purpose in as many lines as it takes. */
+std::string help_line(const Option &option)
+{
+    std::string text = fmt::format("  {:<{}}", spelled(option), help_column - 2);
+    std::string_view rest = option.purpose;
+    while (rest.size() > help_width - help_column) {
+        const size_t end = rest.rfind(' ', help_width - help_column);
+        text += fmt::format("{}\n{:{}}", rest.substr(0, end), "", help_column);
+        rest.remove_prefix(end + 1);
+    }
+    return text + std::string(rest) + "\n";
+}
+
 std::string usage(const Verb &verb)
 {
     std::string text = fmt::format("kvnsim {}", verb.name);
@@ -91,7 +106,7 @@ std::string help(const Verb &verb)
         std::string lines;
         for (const Option &option : verb.options) {
             if (option.is_operand() == operands)
-                lines += fmt::format("  {:<28}{}\n", spelled(option), option.purpose);
+                lines += help_line(option);
         }
         if (!lines.empty())
             text += fmt::format("\n{}:\n{}", operands ? "Operands" : "Options", lines);

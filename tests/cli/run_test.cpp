@@ -1,0 +1,199 @@
+#include <iterator>
+#include <sstream>
+
+#include "tests/cli/kvnsim.h"
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+class Run : public Kvnsim {};
+
+/* The words of each row below the heading. */
+static std::vector<std::vector<std::string>> table(const std::string &text,
+                                                   const std::string &title)
+{
+    std::vector<std::vector<std::string>> rows;
+    bool inside = false;
+    for (const std::string &line : lines(text)) {
+        if (line.empty())
+            inside = false;
+        if (inside) {
+            std::istringstream words(line);
+            rows.emplace_back(std::istream_iterator<std::string>(words),
+                              std::istream_iterator<std::string>());
+        }
+        inside = inside || line == title;
+    }
+    return rows;
+}
+
+TEST_F(Run, ShowsWhatCameOfTheConfiguration)
+{
+    write("one.json", one_port);
+    const Result result = kvnsim({"run", "one.json"});
+    EXPECT_EQ(well, result.status);
+    EXPECT_EQ("", result.err);
+    EXPECT_THAT(result.out, StartsWith("one.json: 2 steps\n"));
+    EXPECT_THAT(
+        table(result.out, "Interfaces"),
+        ElementsAre(ElementsAre("Interface", "Kind", "State", "SDK", "LID", "MTU", "IPv4"),
+                    ElementsAre("Ethernet0", "port", "programmed", "1", "1", "9100", "yes")));
+    EXPECT_THAT(
+        table(result.out, "Attributes"),
+        ElementsAre(ElementsAre("SDK", "Interface", "LID", "SGT", "v4", "IGMP", "v4same", "MTU"),
+                    ElementsAre("1", "Ethernet0", "1", "1", "1", "16", "1", "9100")));
+    EXPECT_THAT(table(result.out, "Shared database"),
+                Contains(ElementsAre("Ethernet0", "0x10000000", "9100", "yes", "0", "0", "0",
+                                     "4097", "on")));
+    EXPECT_THAT(result.out, HasSubstr("The audit found nothing"));
+}
+
+TEST_F(Run, TheFirstExampleFitsATerminalAndShowsEveryTable)
+{
+    const Result result = kvnsim({"run", example("leaf.json")});
+    EXPECT_EQ(well, result.status);
+    for (const char *title :
+         {"Interfaces", "Attributes", "Port-channels", "MACs", "Shared database"})
+        EXPECT_FALSE(table(result.out, title).empty()) << title;
+    EXPECT_THAT(result.out, HasSubstr("not applied: LOOPBACK_INTERFACE (2 rows)"));
+    for (const std::string &line : lines(result.out)) {
+        if (line.find("json: ") == std::string::npos) { /* a path of any length */
+            EXPECT_LE(line.size(), 100u) << line;
+        }
+    }
+}
+
+TEST_F(Run, ReadsStandardInput)
+{
+    const Result result = kvnsim({"run", "-"}, one_port);
+    EXPECT_EQ(well, result.status);
+    EXPECT_THAT(result.out, StartsWith("-: 2 steps\n"));
+}
+
+TEST_F(Run, ASecondConfigurationIsAppliedAsAChange)
+{
+    write("before.json", one_port);
+    write("after.json", one_port_1500);
+    const Result result = kvnsim({"run", "before.json", "after.json", "--timeline"});
+    EXPECT_EQ(well, result.status);
+    const std::string change = result.out.substr(result.out.find("after.json: 1 step\n"));
+    EXPECT_THAT(change, HasSubstr("l3lifpd_kvn_set_l3_property(l3lif=Ethernet0"));
+    EXPECT_THAT(change, HasSubstr("SdkIntfAttrMtuIdx value={param1=1500}"));
+    EXPECT_THAT(change, Not(HasSubstr("l3lifpd_kvn_add_l3port")));
+}
+
+TEST_F(Run, TheSameConfigurationTwiceMakesNoCall)
+{
+    const std::string leaf = example("leaf.json");
+    const Result result = kvnsim({"run", leaf, leaf});
+    EXPECT_EQ(well, result.status);
+    EXPECT_THAT(result.out,
+                HasSubstr(leaf + ": 0 steps\n  not applied: LOOPBACK_INTERFACE (2 rows)\n"
+                                 "  0 requests, 0 calls, 0 failures\n"));
+}
+
+TEST_F(Run, QuietSaysNothingWhenAllIsWell)
+{
+    const Result result = kvnsim({"run", example("leaf.json"), "--quiet"});
+    EXPECT_EQ(well, result.status);
+    EXPECT_EQ("", result.out);
+    EXPECT_EQ("", result.err);
+}
+
+TEST_F(Run, NotesAreForThoseWhoWantThem)
+{
+    /* Without a PORT table, the ports come from the rows that name them. */
+    write("noted.json", "{\"INTERFACE\": {\"Ethernet0\": {}}}");
+    EXPECT_THAT(kvnsim({"run", "noted.json"}).err, HasSubstr("note: "));
+    EXPECT_THAT(kvnsim({"run", "noted.json", "--quiet"}).err, Not(HasSubstr("note: ")));
+    EXPECT_EQ(well, kvnsim({"run", "noted.json"}).status);
+}
+
+/* ---- Errors in the configuration ---- */
+
+TEST_F(Run, AnErrorInOneConfigurationKeepsAllFromBeingApplied)
+{
+    write("one.json", one_port);
+    const Result result = kvnsim({"run", "one.json", example("broken.json"), "--db", "x.db",
+                                  "--record", "x.jsonl", "--events", "x.events"});
+    EXPECT_EQ(bad_input, result.status);
+    EXPECT_EQ("", result.out);
+    EXPECT_THAT(result.err, HasSubstr("nothing was applied"));
+    EXPECT_THAT(files(), ElementsAre("one.json"));
+}
+
+TEST_F(Run, KeepGoingAppliesWhatIsSound)
+{
+    const Result result = kvnsim({"run", example("broken.json"), "--keep-going"});
+    EXPECT_EQ(bad_input, result.status);
+    EXPECT_THAT(result.out, HasSubstr("The audit found nothing"));
+    EXPECT_THAT(table(result.out, "Interfaces"), Contains(Contains("Ethernet3")).Times(0));
+    EXPECT_THAT(result.out, HasSubstr("PortChannel1"));
+}
+
+/* ---- Dry run ---- */
+
+TEST_F(Run, DryRunShowsThePlanAndItsRequestsAndKeepsNothing)
+{
+    write("one.json", one_port);
+    const Result result = kvnsim({"run", "one.json", "--dry-run", "--db", "x.db", "--record", "x",
+                                  "--events", "y", "--debug-file", "z"});
+    EXPECT_EQ(well, result.status);
+    EXPECT_THAT(result.out,
+                AllOf(HasSubstr("one.json: 2 steps\n"),
+                      HasSubstr("\n  route port Ethernet0: MTU 9100, IPv4\n"
+                                "      l3lifpd_kvn_add_l3port(l3lif=Ethernet0 "
+                                "create=1)\n"),
+                      HasSubstr("Nothing was applied.\n"), Not(HasSubstr("Interfaces"))));
+    EXPECT_THAT(files(), ElementsAre("one.json"));
+}
+
+TEST_F(Run, DryRunOfASecondConfigurationShowsOnlyTheChange)
+{
+    write("before.json", one_port);
+    write("after.json", one_port_1500);
+    const Result result = kvnsim({"run", "before.json", "after.json", "--dry-run", "--json"});
+    EXPECT_EQ(well, result.status);
+    const rapidjson::Document document = result.json();
+    EXPECT_TRUE(document["switch"].IsNull());
+    const auto &after = document["configurations"][1];
+    EXPECT_FALSE(after["applied"].GetBool());
+    ASSERT_EQ(1u, after["steps"].Size());
+    EXPECT_EQ("Ethernet0", std::string(after["steps"][0]["object"].GetString()));
+    EXPECT_EQ("l3lifpd_kvn_set_l3_property",
+              std::string(after["steps"][0]["requests"][0]["entry"].GetString()));
+}
+
+/* ---- JSON ---- */
+
+TEST_F(Run, JsonIsOneDocumentWithAllOfIt)
+{
+    const Result result = kvnsim({"run", example("leaf.json"), "--json"});
+    EXPECT_EQ(well, result.status);
+    EXPECT_EQ("", result.err);
+    const rapidjson::Document document = result.json();
+    const auto &configuration = document["configurations"][0];
+    EXPECT_TRUE(configuration["applied"].GetBool());
+    EXPECT_EQ(configuration["steps"].Size(), configuration["steps_done"].GetUint());
+    EXPECT_EQ(0u, configuration["failures"].Size());
+    EXPECT_EQ(22u, document["switch"]["interfaces"].Size());
+    EXPECT_EQ(0u, document["switch"]["audit"].Size());
+    EXPECT_EQ(KVN_WORD_SIZE, document["switch"]["word_size"].GetInt());
+    EXPECT_EQ(9216, document["attributes"][0]["SdkIntfAttrMtuIdx"].GetInt());
+    EXPECT_EQ("Ethernet0", std::string(document["shared_database"][0]["interface"].GetString()));
+    EXPECT_FALSE(document["interrupted"].GetBool());
+}
+
+TEST_F(Run, JsonOfAConfigurationWithErrorsHoldsTheFindingsAndNoSwitch)
+{
+    const Result result = kvnsim({"run", example("broken.json"), "--json"});
+    EXPECT_EQ(bad_input, result.status);
+    const rapidjson::Document document = result.json();
+    EXPECT_FALSE(document["configurations"][0]["applied"].GetBool());
+    EXPECT_NE(0u, document["configurations"][0]["findings"].Size());
+    EXPECT_TRUE(document["switch"].IsNull());
+}

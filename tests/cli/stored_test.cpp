@@ -1,0 +1,182 @@
+#include <sqlite3.h>
+
+#include "tests/cli/kvnsim.h"
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+/* What a run left is looked at later. */
+class Stored : public Kvnsim {
+public:
+    void SetUp() override
+    {
+        ASSERT_EQ(well, kvnsim({"run", example("leaf.json"), "--quiet", "--db", "leaf.db"}).status);
+    }
+};
+
+TEST_F(Stored, EveryTableIsShownAsTextAndAsJson)
+{
+    const std::pair<const char *, const char *> tables[] = {{"interfaces", "interfaces"},
+                                                            {"ports", "ports"},
+                                                            {"port-channels", "port_channels"},
+                                                            {"lids", "lids"},
+                                                            {"macs", "macs"},
+                                                            {"summary", "summary"}};
+    for (const auto &[table, key] : tables) {
+        const Result text = kvnsim({"show", table, "--db", "leaf.db"});
+        EXPECT_EQ(well, text.status) << table;
+        const rapidjson::Document document =
+            kvnsim({"show", table, "--db", "leaf.db", "--json"}).json();
+        /* The title and the heading, then a line for each row. */
+        EXPECT_EQ(lines(text.out).size() - 2, document[key].Size()) << table;
+    }
+}
+
+TEST_F(Stored, AttributesAreThoseOfTheNamedInterface)
+{
+    const Result text = kvnsim({"show", "attributes", "Ethernet64", "--db", "leaf.db"});
+    EXPECT_EQ(well, text.status) << text.err;
+    const rapidjson::Document document =
+        kvnsim({"show", "attributes", "Vlan200", "--db", "leaf.db", "--json"}).json();
+    bool seen = false;
+    for (const auto &row : document["attributes"].GetArray()) {
+        if (row["name"] == "SdkIntfAttrMtuIdx") {
+            seen = true;
+            EXPECT_EQ(1500, row["value"].GetInt());
+        }
+    }
+    EXPECT_TRUE(seen);
+}
+
+TEST_F(Stored, TheErrorStoreIsShown)
+{
+    ASSERT_EQ(request_failed, kvnsim({"run", example("leaf.json"), "--quiet", "--db", "e.db",
+                                      "--fail", "libsdk_intf_create:1=SDK_E_FULL"})
+                                  .status);
+    const rapidjson::Document document =
+        kvnsim({"show", "errors", "--db", "e.db", "--json"}).json();
+    EXPECT_NE(0u, document["errors"].Size());
+    EXPECT_THAT(kvnsim({"show", "errors", "--db", "leaf.db"}).out, HasSubstr("none"));
+}
+
+TEST_F(Stored, ExplainPutsTheSidesOfAPropertyNextToEachOther)
+{
+    const Result text = kvnsim({"explain", "Ethernet36.200", "--db", "leaf.db"});
+    EXPECT_EQ(well, text.status);
+    EXPECT_THAT(text.out, AllOf(HasSubstr("MTU"), HasSubstr("1500"),
+                                HasSubstr("VLAN_SUB_INTERFACE|Ethernet36.200")));
+    const rapidjson::Document document =
+        kvnsim({"explain", "Ethernet36.200", "--db", "leaf.db", "--json"}).json();
+    EXPECT_EQ("Ethernet36.200", std::string(document["interface"].GetString()));
+}
+
+TEST_F(Stored, AuditOfASoundSwitchFindsNothing)
+{
+    const Result text = kvnsim({"audit", "--db", "leaf.db"});
+    EXPECT_EQ(well, text.status);
+    EXPECT_THAT(text.out, HasSubstr("found nothing"));
+    EXPECT_EQ(0u, kvnsim({"audit", "--db", "leaf.db", "--json"}).json()["audit"].Size());
+}
+
+TEST_F(Stored, AuditNamesWhatAFailureLeftBehindAndItsStatusMeansIt)
+{
+    ASSERT_EQ(request_failed, kvnsim({"run", example("leaf.json"), "--quiet", "--db", "left.db",
+                                      "--fail", "libsdk_lid_entry_create:33=SDK_E_FULL"})
+                                  .status);
+    const Result text = kvnsim({"audit", "--db", "left.db"});
+    EXPECT_EQ(found, text.status);
+    EXPECT_THAT(text.out, AllOf(HasSubstr("orphan: "), HasSubstr("libsdk_portchannel_create")));
+    const Result json = kvnsim({"audit", "--db", "left.db", "--json"});
+    EXPECT_EQ(found, json.status);
+    EXPECT_EQ(lines(text.out).size() - 1, json.json()["audit"].Size());
+}
+
+TEST_F(Stored, ARunThatLeavesAFindingDoesNotEndWell)
+{
+    /* A failed delete leaves the ASIC's object; the request's failure tells first. */
+    const Result result = kvnsim({"run", example("leaf.json"), example("empty.json"), "--quiet",
+                                  "--fail", "libsdk_portchannel_destroy:1=SDK_E_BUSY"});
+    EXPECT_EQ(request_failed, result.status);
+    EXPECT_THAT(result.err, HasSubstr("libsdk_portchannel_destroy: SDK_E_BUSY"));
+}
+
+TEST_F(Stored, DiffOfEqualSwitchesIsEmpty)
+{
+    ASSERT_EQ(well, kvnsim({"run", example("leaf.json"), "--quiet", "--db", "again.db"}).status);
+    const Result text = kvnsim({"diff", "leaf.db", "again.db"});
+    EXPECT_EQ(well, text.status) << text.out;
+    const rapidjson::Document document = kvnsim({"diff", "leaf.db", "again.db", "--json"}).json();
+    EXPECT_TRUE(document["equal"].GetBool());
+    EXPECT_EQ(0u, document["differences"].Size());
+}
+
+TEST_F(Stored, DiffNamesWhatAChangeDid)
+{
+    write("before.json", one_port);
+    write("after.json", one_port_1500);
+    ASSERT_EQ(well, kvnsim({"run", "before.json", "--quiet", "--db", "before.db"}).status);
+    ASSERT_EQ(well, kvnsim({"run", "after.json", "--quiet", "--db", "after.db"}).status);
+    const Result text = kvnsim({"diff", "before.db", "after.db"});
+    EXPECT_EQ(found, text.status);
+    EXPECT_THAT(text.out,
+                AllOf(HasSubstr("SdkIntfAttrMtuIdx"), HasSubstr("9100"), HasSubstr("1500")));
+    const Result json = kvnsim({"diff", "before.db", "after.db", "--json"});
+    EXPECT_EQ(found, json.status);
+    EXPECT_FALSE(json.json()["equal"].GetBool());
+}
+
+/* ---- Databases that are none ---- */
+
+class Damaged : public Stored {
+public:
+    void expect_refused(const std::string &database, const std::string &message)
+    {
+        for (const std::vector<std::string> &arguments :
+             {std::vector<std::string>{"show", "summary", "--db", database},
+              {"explain", "Ethernet0", "--db", database},
+              {"audit", "--db", database},
+              {"diff", "leaf.db", database},
+              {"diff", database, "leaf.db"}}) {
+            const Result result = kvnsim(arguments);
+            EXPECT_EQ(bad_input, result.status) << arguments[0];
+            EXPECT_EQ("", result.out);
+            EXPECT_THAT(result.err, AllOf(StartsWith("kvnsim: " + database), HasSubstr(message)));
+        }
+    }
+};
+
+TEST_F(Damaged, AMissingDatabaseIsNamed)
+{
+    expect_refused("nowhere.db", "No such file or directory");
+    EXPECT_FALSE(exists("nowhere.db"));
+}
+
+TEST_F(Damaged, TextIsNoDatabase)
+{
+    write("text.db",
+          "not a database at all, but long enough to be looked at: " + std::string(4096, 'x'));
+    expect_refused("text.db", "not a kvnsim database");
+}
+
+TEST_F(Damaged, AnotherProgramsDatabaseIsRefused)
+{
+    sqlite3 *db = nullptr;
+    ASSERT_EQ(SQLITE_OK, sqlite3_open(path("other.db").c_str(), &db));
+    ASSERT_EQ(SQLITE_OK, sqlite3_exec(db, "CREATE TABLE t(a)", nullptr, nullptr, nullptr));
+    sqlite3_close(db);
+    expect_refused("other.db", "not a kvnsim database");
+}
+
+TEST_F(Damaged, ADatabaseThatWasCutShortIsRefused)
+{
+    const std::string whole = read("leaf.db");
+    write("cut.db", whole.substr(0, whole.size() / 2));
+    expect_refused("cut.db", "");
+}
+
+TEST_F(Damaged, ADirectoryIsRefused)
+{
+    expect_refused("/", "");
+}

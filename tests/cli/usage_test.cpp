@@ -1,0 +1,98 @@
+#include "tests/cli/kvnsim.h"
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class Usage : public Kvnsim {};
+
+static const std::vector<std::string> all_verbs{"audit",  "check", "diff", "events", "explain",
+                                                "replay", "run",   "show", "version"};
+
+TEST_F(Usage, HelpNamesEveryVerbAndTheExitStatuses)
+{
+    const Result help = kvnsim({"--help"});
+    EXPECT_EQ(well, help.status);
+    EXPECT_EQ("", help.err);
+    for (const std::string &verb : all_verbs)
+        EXPECT_THAT(help.out, HasSubstr("\n  " + verb + " "));
+    EXPECT_THAT(help.out, HasSubstr("4 a request failed"));
+}
+
+TEST_F(Usage, EachVerbTellsItsOptionsWithAnExample)
+{
+    for (const std::string &verb : all_verbs) {
+        const Result help = kvnsim({verb, "--help"});
+        EXPECT_EQ(well, help.status) << verb;
+        EXPECT_THAT(help.out, AllOf(StartsWith("Usage: kvnsim " + verb), HasSubstr("\nExample:\n"),
+                                    HasSubstr("kvnsim " + verb)));
+        EXPECT_EQ(help.out, kvnsim({"help", verb}).out);
+        for (const std::string &line : lines(help.out))
+            EXPECT_LE(line.size(), 100u) << line;
+    }
+}
+
+TEST_F(Usage, VersionSaysTheWordSizeOfTheLibrary)
+{
+    const std::string bits = std::to_string(KVN_WORD_SIZE);
+    EXPECT_THAT(kvnsim({"version"}).out, HasSubstr("(" + bits + "-bit)"));
+    EXPECT_EQ(kvnsim({"version"}).out, kvnsim({"--version"}).out);
+    EXPECT_EQ(bits, std::to_string(kvnsim({"version", "--json"}).json()["word_size"].GetInt()));
+}
+
+struct Wrong {
+    std::vector<std::string> arguments;
+    const char *message;
+};
+
+class WrongUsage : public Kvnsim, public testing::WithParamInterface<Wrong> {};
+
+TEST_P(WrongUsage, IsRefusedWithWhatIsPossible)
+{
+    write("one.json", one_port);
+    ASSERT_EQ(well, kvnsim({"run", "one.json", "--db", "one.db"}).status);
+    const Result result = kvnsim(GetParam().arguments);
+    EXPECT_EQ(usage, result.status);
+    EXPECT_EQ("", result.out);
+    EXPECT_THAT(result.err,
+                AllOf(StartsWith("kvnsim: "), HasSubstr(GetParam().message), HasSubstr("--help`")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    CommandLines, WrongUsage,
+    testing::Values(
+        Wrong{{}, "a verb is missing"}, Wrong{{"sho"}, "unknown verb \"sho\" (did you mean show?)"},
+        Wrong{{"frobnicate"}, "unknown verb \"frobnicate\""}, Wrong{{"run"}, "CONFIG is missing"},
+        Wrong{{"check"}, "CONFIG is missing"}, Wrong{{"run", ""}, "expected CONFIG, not \"\""},
+        Wrong{{"run", "one.json", "--quite"}, "unknown option --quite (did you mean --quiet?)"},
+        Wrong{{"run", "one.json", "--db"}, "--db needs a value: FILE"},
+        Wrong{{"run", "one.json", "--db", "a.db", "--db", "b.db"}, "--db is given more than once"},
+        Wrong{{"run", "-", "-"}, "standard input can be read only once"},
+        Wrong{{"run", "one.json", "--trace", "loud"}, "expected debug or error, not \"loud\""},
+        Wrong{{"run", "one.json", "--seed", "7"}, "--seed is for --fail-rate"},
+        Wrong{{"run", "one.json", "--fail-rate", "1.5"}, "expected a number from 0 to 1"},
+        Wrong{{"run", "one.json", "--fail-rate", "nan"}, "expected a number from 0 to 1"},
+        Wrong{{"run", "one.json", "--fail-rate", "0.1", "--seed", "-1"}, "expected a whole number"},
+        Wrong{{"run", "one.json", "--fail", "libsdk_no_such"}, "calls that can fail: fwm_pm_sdb"},
+        Wrong{{"run", "one.json", "--fail", "libsdk_intf_create:0"}, "is no occurrence"},
+        Wrong{{"run", "one.json", "--fail", "libsdk_intf_create=SDK_E_NO"}, "is no status"},
+        Wrong{{"run", "one.json", "--limit", "intf"}, "expected TABLE=NUMBER"},
+        Wrong{{"run", "one.json", "--limit", "intf=-1"}, "expected TABLE=NUMBER"},
+        Wrong{{"run", "one.json", "--limit", "port=5"}, "the tables are intf, lid"},
+        Wrong{{"run", "one.json", "--json", "--timeline"}, "use --record FILE"},
+        Wrong{{"run", "one.json", "--timeline", "Ethernet1"}, "(did you mean Ethernet0?)"},
+        Wrong{{"run", "one.json", "--db", "one.json"}, "--db one.json: the file is used otherwise"},
+        Wrong{{"run", "one.json", "--events", "x", "--record", "./x", "--db", "x"},
+              "the file is used otherwise"},
+        Wrong{{"show", "--db", "one.db"}, "WHAT is missing"},
+        Wrong{{"show", "interfaces"}, "--db is missing"},
+        Wrong{{"show", "interfacs", "--db", "one.db"}, "there are interfaces, ports"},
+        Wrong{{"show", "interfaces", "Ethernet0", "--db", "one.db"}, "takes no interface"},
+        Wrong{{"show", "attributes", "--db", "one.db"}, "attributes of which interface?"},
+        Wrong{{"show", "attributes", "Ethernet1", "--db", "one.db"}, "(did you mean Ethernet0?)"},
+        Wrong{{"explain", "--db", "one.db"}, "IF is missing"},
+        Wrong{{"explain", "ethernet0", "--db", "one.db"}, "(did you mean Ethernet0?)"},
+        Wrong{{"audit"}, "--db is missing"}, Wrong{{"diff", "one.db"}, "B is missing"},
+        Wrong{{"diff", "one.db", "one.db", "one.db"}, "\"one.db\" is one word too many"},
+        Wrong{{"events"}, "FILE is missing"}, Wrong{{"replay"}, "RECORDING is missing"},
+        Wrong{{"version", "now"}, "\"now\" is one word too many"}));
