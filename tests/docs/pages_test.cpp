@@ -1,0 +1,161 @@
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "console.h"
+
+namespace {
+
+using docs::Lines;
+
+std::vector<std::string> pages()
+{
+    std::vector<std::string> pages{"README.md", "CONTRIBUTING.md"};
+    for (const auto &entry : std::filesystem::directory_iterator(KVN_SOURCE "/docs")) {
+        if (entry.path().extension() == ".md")
+            pages.push_back("docs/" + entry.path().filename().string());
+    }
+    std::sort(pages.begin(), pages.end());
+    return pages;
+}
+
+std::vector<std::string> pages_with_commands()
+{
+    std::vector<std::string> found;
+    for (const std::string &page : pages()) {
+        if (!docs::commands_of(docs::read_page(KVN_SOURCE "/" + page)).empty())
+            found.push_back(page);
+    }
+    return found;
+}
+
+std::string joined(Lines::const_iterator first, Lines::const_iterator last)
+{
+    std::string text;
+    for (; first != last; ++first)
+        text += *first + "\n";
+    return text;
+}
+
+auto at(const Lines &page, size_t line)
+{
+    return page.begin() + static_cast<std::ptrdiff_t>(line);
+}
+
+class Page : public testing::TestWithParam<std::string> {};
+
+/* With KVN_UPDATE_DOCS set, a page whose commands print something else is written anew. */
+TEST_P(Page, ShowsWhatTheToolPrints)
+{
+    const std::string path = KVN_SOURCE "/" + GetParam();
+    const Lines page = docs::read_page(path);
+    const bool update = std::getenv("KVN_UPDATE_DOCS") != nullptr;
+    const docs::Terminal terminal;
+    std::string written;
+    size_t done = 0;
+    for (const docs::Command &command : docs::commands_of(page)) {
+        const Lines shown(at(page, command.first), at(page, command.last));
+        const std::string output = terminal.run(command.words);
+        const bool same = docs::matches(shown, docs::lines_of(output));
+        EXPECT_TRUE(same || update)
+            << GetParam() << ":" << command.first << ": $ " << command.words << "\nprints\n"
+            << output << "and not\n"
+            << joined(shown.begin(), shown.end());
+        written += joined(at(page, done), at(page, command.first));
+        written += same ? joined(shown.begin(), shown.end()) : output;
+        done = command.last;
+    }
+    if (update)
+        std::ofstream(path) << written << joined(at(page, done), page.end());
+}
+
+std::string test_name(const testing::TestParamInfo<std::string> &page)
+{
+    std::string name = page.param;
+    std::replace_if(
+        name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Page, testing::ValuesIn(pages_with_commands()), test_name);
+
+/* A heading's anchor: lower case, blanks as '-', other punctuation left out. */
+std::string anchor_of(const std::string &heading)
+{
+    std::string anchor;
+    for (const char c : heading) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (std::isalnum(byte) || c == '-' || c == '_')
+            anchor += static_cast<char>(std::tolower(byte));
+        else if (c == ' ')
+            anchor += '-';
+    }
+    return anchor;
+}
+
+std::set<std::string> anchors_of(const Lines &page)
+{
+    std::set<std::string> anchors;
+    for (const std::string &line : page) {
+        const size_t level = line.find_first_not_of('#');
+        if (level != 0 && level != line.npos && line[level] == ' ')
+            anchors.insert(anchor_of(line.substr(level + 1)));
+    }
+    return anchors;
+}
+
+TEST(Pages, LinkToWhatIsThere)
+{
+    const std::regex link(R"(\]\(([^)#:]*)(#([^)]*))?\))");
+    size_t links = 0;
+    for (const std::string &name : pages()) {
+        const std::filesystem::path path = std::filesystem::path(KVN_SOURCE) / name;
+        for (const std::string &line : docs::read_page(path.string())) {
+            for (std::sregex_iterator found(line.begin(), line.end(), link), end; found != end;
+                 ++found, ++links) {
+                const std::string file = (*found)[1], anchor = (*found)[3];
+                const auto target = file.empty() ? path : path.parent_path() / file;
+                if (!std::filesystem::exists(target)) {
+                    ADD_FAILURE() << name << " links to " << file << ", which is not there";
+                } else if (!anchor.empty()) {
+                    EXPECT_EQ(anchors_of(docs::read_page(target.string())).count(anchor), 1u)
+                        << name << " links to " << file << "#" << anchor << ": no such heading";
+                }
+            }
+        }
+    }
+    EXPECT_GT(links, 0u);
+}
+
+TEST(ShownOutput, StandsForItself)
+{
+    EXPECT_TRUE(docs::matches({"one", "two"}, {"one", "two"}));
+    EXPECT_FALSE(docs::matches({"one"}, {"one", "two"}));
+    EXPECT_FALSE(docs::matches({"one", "two"}, {"one"}));
+    EXPECT_FALSE(docs::matches({"one"}, {"One"}));
+    EXPECT_TRUE(docs::matches({}, {}));
+}
+
+TEST(ShownOutput, LeavesLinesOut)
+{
+    EXPECT_TRUE(docs::matches({"one", "[...]", "five"}, {"one", "two", "three", "five"}));
+    EXPECT_TRUE(docs::matches({"[...]"}, {}));
+    EXPECT_FALSE(docs::matches({"one", "[...]", "five"}, {"one", "two"}));
+}
+
+TEST(ShownOutput, HasPartsThatVary)
+{
+    EXPECT_TRUE(docs::matches({"at <time> sharp"}, {"at 12:00 sharp"}));
+    EXPECT_TRUE(docs::matches({"took <time>"}, {"took 12 s"}));
+    EXPECT_FALSE(docs::matches({"took <time>"}, {"took "}));
+    EXPECT_FALSE(docs::matches({"at <time> sharp"}, {"at 12:00"}));
+    EXPECT_FALSE(docs::matches({"1 <-- here"}, {"1 there"}));
+}
+
+} // namespace
