@@ -271,6 +271,8 @@ TEST_F(Interposed, TheDumpPrintsTheLookupsResultsAsSignedNumbers)
     give("get_lid_id_for_ifindex", 0xFFFFFFFD);
     l3lifpd_kvn_dump_l3lif(nullptr, "eth0", &eth0);
     EXPECT_STREQ("eth0: intf_id  -2 lid_id  -3.\n", l3lifpd_dump_one_line);
+    l3lifpd_kvn_dump_l3lif(nullptr, "po12", &po12);
+    EXPECT_STREQ("po12: intf_id -2 lid_id -3 pc_id 65535.\n", l3lifpd_dump_one_line);
 }
 
 TEST_F(Interposed, APortChannelSucceedsThoughItsInterfaceFails)
