@@ -279,9 +279,11 @@ private:
     void check_interface(const HostRow &host, const ContextRow &context,
                          const WantedInterface *wanted)
     {
+        const DbL3lif *const row = index_.l3lif(host.ifindex);
+        const auto written = index_.attributes(context.intf_id);
         for (const ExpectedAttribute &e : index_.expected_attributes(host, context, wanted)) {
-            const uint32_t value = index_.attribute_value(context.intf_id, e.number);
-            const auto published = published_value(host, e.number);
+            const uint32_t value = index_.attribute_value(written, context.intf_id, e.number);
+            const auto published = published_value(row, e.number);
             const bool published_right =
                 !wanted || !published || *published == configured_value(*wanted, e.number);
             if (value != e.value || !published_right)
@@ -309,7 +311,6 @@ private:
             tell(AuditKind::difference, host.name, "state", host.name,
                  fmt::format("{} has an SDK interface and state {}, not {} (created)", host.name,
                              host.pd_state, state_created));
-        const DbL3lif *row = index_.l3lif(host.ifindex);
         if (row == nullptr)
             tell(AuditKind::missing, "l3lif_sdb row of " + host.name, {}, host.name,
                  fmt::format("{} has an SDK interface and is not published in the shared database",
@@ -329,9 +330,8 @@ private:
 
     /* The properties that the library has published once written. Others are in the published row
      * too, as they were at that moment. */
-    std::optional<uint32_t> published_value(const HostRow &host, uint32_t attribute) const
+    static std::optional<uint32_t> published_value(const DbL3lif *row, uint32_t attribute)
     {
-        const DbL3lif *row = index_.l3lif(host.ifindex);
         if (row == nullptr)
             return std::nullopt;
         switch (attribute) {

@@ -169,24 +169,34 @@ const DbLabel *Index::label(uint32_t ifindex) const
     return find_row(snapshot_.label, &DbLabel::ifindex, ifindex);
 }
 
-const AttributeValueRow *Index::attribute(uint32_t intf_id, uint32_t number) const
+RowRange<AttributeValueRow> Index::attributes(uint32_t intf_id) const
 {
-    for (const AttributeValueRow &row :
-         find_rows(snapshot_.attributes, &AttributeValueRow::intf_id, intf_id)) {
+    return find_rows(snapshot_.attributes, &AttributeValueRow::intf_id, intf_id);
+}
+
+static const AttributeValueRow *find_in(const RowRange<AttributeValueRow> &rows, uint32_t number)
+{
+    for (const AttributeValueRow &row : rows) {
         if (row.number == number)
             return &row;
     }
     return nullptr;
 }
 
-uint32_t Index::attribute_value(uint32_t intf_id, uint32_t number) const
+const AttributeValueRow *Index::attribute(uint32_t intf_id, uint32_t number) const
+{
+    return find_in(attributes(intf_id), number);
+}
+
+uint32_t Index::attribute_value(const RowRange<AttributeValueRow> &written, uint32_t intf_id,
+                                uint32_t number) const
 {
     if (!pending_.empty()) {
         const auto waiting = pending_.find(pair_key(intf_id, number));
         if (waiting != pending_.end())
             return waiting->second;
     }
-    if (const AttributeValueRow *row = attribute(intf_id, number))
+    if (const AttributeValueRow *row = find_in(written, number))
         return row->value;
     const AttributeRow *known = find_attribute(number);
     return known != nullptr ? known->initial : 0;

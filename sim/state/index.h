@@ -73,9 +73,16 @@ public:
     const LidRow *lid(uint32_t lid_id) const;
     const PortChannelRow *port_channel(uint32_t pc_id) const;
     const TrapRow *trap(uint32_t mac_trap_id) const;
+    RowRange<AttributeValueRow> attributes(uint32_t intf_id) const;
     const AttributeValueRow *attribute(uint32_t intf_id, uint32_t number) const;
     /* Its value, or what the attribute is before anybody wrote it; as if flushed. */
-    uint32_t attribute_value(uint32_t intf_id, uint32_t number) const;
+    uint32_t attribute_value(uint32_t intf_id, uint32_t number) const
+    {
+        return attribute_value(attributes(intf_id), intf_id, number);
+    }
+    /* The same, with the interface's attributes looked up already. */
+    uint32_t attribute_value(const RowRange<AttributeValueRow> &written, uint32_t intf_id,
+                             uint32_t number) const;
 
     const DbL3lif *l3lif(uint32_t ifindex) const;
     const DbLabel *label(uint32_t ifindex) const;
