@@ -2,6 +2,7 @@
 #include <array>
 #include <unordered_set>
 
+#include "sim/switch/cursor.h"
 #include "sim/switch/switch.h"
 
 namespace kvnsim {
@@ -100,11 +101,34 @@ public:
     }
 
 private:
-    void add(StepKind kind, const std::string &name, std::string words, const Place &cause,
-             const std::string &other = {}, const Mac &mac = {})
+    Step &add(StepKind kind, const std::string &name, std::string words, const Place &cause)
     {
-        steps_[static_cast<size_t>(kind)].push_back(
-            {kind, name, other, mac, std::move(words), cause});
+        Step step{};
+        step.kind = kind;
+        step.name = name;
+        step.words = std::move(words);
+        step.cause = cause;
+        std::vector<Step> &steps = steps_[static_cast<size_t>(kind)];
+        steps.push_back(std::move(step));
+        return steps.back();
+    }
+
+    void add_mac(StepKind kind, const std::string &name, std::string words, const Place &cause,
+                 const Mac &mac)
+    {
+        add(kind, name, std::move(words), cause).mac = mac;
+    }
+
+    void add_member(StepKind kind, const std::string &port, std::string words, const Place &cause,
+                    const std::string &port_channel)
+    {
+        add(kind, port, std::move(words), cause).other = port_channel;
+    }
+
+    void add_interface(StepKind kind, const std::string &name, const std::string &start,
+                       const Place &cause, Settings settings)
+    {
+        add(kind, name, start + ": " + words(settings), cause).settings = std::move(settings);
     }
 
     bool routed(const DesiredPortChannel *port_channel) const
@@ -143,8 +167,8 @@ private:
                 if (stays)
                     staying_members_.insert(name + '|' + port);
                 else
-                    add(StepKind::remove_member, port,
-                        "take " + port + " out of port-channel " + name, place, name);
+                    add_member(StepKind::remove_member, port,
+                               "take " + port + " out of port-channel " + name, place, name);
             }
             if (routed(&has) && !routed(wants))
                 add(StepKind::unroute_port_channel, name, "stop routing port-channel " + name,
@@ -154,7 +178,8 @@ private:
             if (routed(&has) && (!routed(wants) || (built && !stays_built)))
                 gone_.insert(name);
             else if (stays_built)
-                change(name, settings_of(*wants->l3, wants->mtu), wants->l3_place);
+                change(name, find_in(switch_.settings_, name), settings_of(*wants->l3, wants->mtu),
+                       wants->l3_place);
         }
     }
 
@@ -164,7 +189,8 @@ private:
             const DesiredRoutedPort *wants = find_in(want_.routed_ports, name);
             const DesiredPort *port = find_in(want_.ports, name);
             if (wants != nullptr && port != nullptr) {
-                change(name, settings_of(wants->l3, port->mtu), wants->place);
+                change(name, find_in(switch_.settings_, name), settings_of(wants->l3, port->mtu),
+                       wants->place);
             } else {
                 add(StepKind::unroute_port, name, "stop routing port " + name, has.place);
                 gone_.insert(name);
@@ -178,29 +204,34 @@ private:
 
     void sub_interfaces_that_go()
     {
+        Cursor all_wanted(want_.sub_interfaces);
+        Cursor settings(switch_.settings_);
         for (const auto &[name, has] : have_.sub_interfaces) {
-            const DesiredSubInterface *wants = find_in(want_.sub_interfaces, name);
+            const DesiredSubInterface *wants = all_wanted.find(name);
             if (wants != nullptr && wants->parent == has.parent && wants->vlan == has.vlan &&
                 gone_.count(has.parent) == 0) {
-                change(name, settings_of(wants->l3, wants->mtu), wants->place);
-            } else {
-                add(StepKind::delete_sub_interface, name, "delete sub-interface " + name,
-                    has.place);
-                gone_.insert(name);
+                change(name, settings.find(name), settings_of(wants->l3, wants->mtu), wants->place);
+                continue;
             }
+            add(StepKind::delete_sub_interface, name, "delete sub-interface " + name, has.place);
+            if (wants != nullptr)
+                gone_.insert(name);
         }
     }
 
     void svis_that_go()
     {
+        Cursor all_wanted(want_.svis);
+        Cursor settings(switch_.settings_);
         for (const auto &[name, has] : have_.svis) {
-            const DesiredSvi *wants = find_in(want_.svis, name);
+            const DesiredSvi *wants = all_wanted.find(name);
             if (wants != nullptr && wants->vlan == has.vlan) {
-                change(name, settings_of(wants->l3, wants->mtu), wants->place);
-            } else {
-                add(StepKind::delete_svi, name, "delete SVI " + name, has.place);
-                gone_.insert(name);
+                change(name, settings.find(name), settings_of(wants->l3, wants->mtu), wants->place);
+                continue;
             }
+            add(StepKind::delete_svi, name, "delete SVI " + name, has.place);
+            if (wants != nullptr)
+                gone_.insert(name);
         }
     }
 
@@ -208,17 +239,17 @@ private:
     {
         for (const auto &[mac, place] : have_.virtual_macs) {
             if (want_.virtual_macs.count(mac) == 0 || gone_.count(mac.interface) != 0)
-                add(StepKind::remove_virtual_mac, mac.interface,
-                    "remove virtual MAC " + to_text(mac.mac) + " from " + mac.interface, place, {},
-                    mac.mac);
+                add_mac(StepKind::remove_virtual_mac, mac.interface,
+                        "remove virtual MAC " + to_text(mac.mac) + " from " + mac.interface, place,
+                        mac.mac);
         }
         for (const auto &[mac, place] : want_.virtual_macs) {
             if (!will_exist(mac.interface))
                 continue;
             if (have_.virtual_macs.count(mac) == 0 || gone_.count(mac.interface) != 0)
-                add(StepKind::add_virtual_mac, mac.interface,
-                    "add virtual MAC " + to_text(mac.mac) + " to " + mac.interface, place, {},
-                    mac.mac);
+                add_mac(StepKind::add_virtual_mac, mac.interface,
+                        "add virtual MAC " + to_text(mac.mac) + " to " + mac.interface, place,
+                        mac.mac);
         }
     }
 
@@ -238,12 +269,13 @@ private:
         if (have_.router_mac == want_.router_mac)
             return;
         if (have_.router_mac)
-            add(StepKind::remove_router_mac, "switch",
-                "remove router MAC " + to_text(*have_.router_mac), have_.router_mac_place, {},
-                *have_.router_mac);
+            add_mac(StepKind::remove_router_mac, "switch",
+                    "remove router MAC " + to_text(*have_.router_mac), have_.router_mac_place,
+                    *have_.router_mac);
         if (want_.router_mac)
-            add(StepKind::add_router_mac, "switch", "set router MAC " + to_text(*want_.router_mac),
-                want_.router_mac_place, {}, *want_.router_mac);
+            add_mac(StepKind::add_router_mac, "switch",
+                    "set router MAC " + to_text(*want_.router_mac), want_.router_mac_place,
+                    *want_.router_mac);
     }
 
     void new_ports()
@@ -255,9 +287,8 @@ private:
         for (const auto &[name, wants] : want_.routed_ports) {
             const DesiredPort *port = find_in(want_.ports, name);
             if (port != nullptr && have_.routed_ports.count(name) == 0)
-                add(StepKind::route_port, name,
-                    "route port " + name + ": " + words(settings_of(wants.l3, port->mtu)),
-                    wants.place);
+                add_interface(StepKind::route_port, name, "route port " + name, wants.place,
+                              settings_of(wants.l3, port->mtu));
         }
     }
 
@@ -268,9 +299,8 @@ private:
             if (has == nullptr)
                 add(StepKind::add_port_channel, name, "add port-channel " + name, wants.place);
             if (routed(&wants) && !routed(has))
-                add(StepKind::route_port_channel, name,
-                    "route port-channel " + name + ": " + words(settings_of(*wants.l3, wants.mtu)),
-                    wants.l3_place);
+                add_interface(StepKind::route_port_channel, name, "route port-channel " + name,
+                              wants.l3_place, settings_of(*wants.l3, wants.mtu));
             /* Ports that the library will decline come last: they must not be taken for the
              * first member, with which the port-channel is built. */
             for (const bool declined_ones : {false, true}) {
@@ -279,8 +309,8 @@ private:
                         routed(&wants) && want_.routed_ports.count(port) != 0;
                     if (will_be_declined == declined_ones &&
                         staying_members_.count(name + '|' + port) == 0)
-                        add(StepKind::add_member, port, "add " + port + " to port-channel " + name,
-                            place, name);
+                        add_member(StepKind::add_member, port,
+                                   "add " + port + " to port-channel " + name, place, name);
                 }
             }
         }
@@ -288,31 +318,33 @@ private:
 
     void new_svis()
     {
+        Cursor all_there(have_.svis);
         for (const auto &[name, wants] : want_.svis) {
-            if (have_.svis.count(name) == 0 || gone_.count(name) != 0)
-                add(StepKind::add_svi, name,
-                    "create SVI " + name + ": " + words(settings_of(wants.l3, wants.mtu)),
-                    wants.place);
+            if (all_there.find(name) == nullptr || gone_.count(name) != 0)
+                add_interface(StepKind::add_svi, name, "create SVI " + name, wants.place,
+                              settings_of(wants.l3, wants.mtu));
         }
     }
 
     void new_sub_interfaces()
     {
+        Cursor all_there(have_.sub_interfaces);
         for (const auto &[name, wants] : want_.sub_interfaces) {
-            if (have_.sub_interfaces.count(name) == 0 || gone_.count(name) != 0)
-                add(StepKind::add_sub_interface, name,
-                    "create sub-interface " + name + " on " + wants.parent + ", VLAN " +
-                        std::to_string(wants.vlan) + ": " + words(settings_of(wants.l3, wants.mtu)),
-                    wants.place);
+            if (all_there.find(name) == nullptr || gone_.count(name) != 0)
+                add_interface(StepKind::add_sub_interface, name,
+                              "create sub-interface " + name + " on " + wants.parent + ", VLAN " +
+                                  std::to_string(wants.vlan),
+                              wants.place, settings_of(wants.l3, wants.mtu));
         }
     }
 
-    void change(const std::string &name, const Settings &wants, const Place &place)
+    void change(const std::string &name, const Settings *has, const Settings &wants,
+                const Place &place)
     {
-        const Settings *has = find_in(switch_.settings_, name);
         if (has != nullptr && *has != wants)
             add(StepKind::change_settings, name, "change " + name + ": " + difference(*has, wants),
-                place);
+                place)
+                .settings = wants;
     }
 
     const Switch &switch_;

@@ -7,6 +7,7 @@
 #include "l3lifpd_kavelin.h"
 #include "platform_api/if_index.h"
 #include "sim/sdk/asic.h"
+#include "sim/switch/cursor.h"
 #include "sim/switch/host_task.h"
 
 namespace kvnsim {
@@ -114,13 +115,19 @@ public:
                           has.l3 = wants.l3;
                   });
         take_over(have_.sub_interfaces, want_.sub_interfaces,
-                  [](DesiredSubInterface &has, const DesiredSubInterface &wants) { has = wants; });
+                  [](DesiredSubInterface &has, const DesiredSubInterface &wants) {
+                      /* One that could not be deleted to be made anew is still the old one. */
+                      if (has.parent == wants.parent && has.vlan == wants.vlan)
+                          has = wants;
+                  });
         take_over(have_.svis, want_.svis,
                   [](DesiredSvi &has, const DesiredSvi &wants) { has = wants; });
         have_.vlans = want_.vlans;
         have_.vrfs = want_.vrfs;
         have_.hostname = want_.hostname;
 
+        if (switch_.vpns_.empty())
+            return;
         std::set<std::string> used;
         for (const auto &[name, settings] : switch_.settings_)
             used.insert(settings.vrf);
@@ -236,13 +243,13 @@ private:
      * call failed, it is not known which of the two were written. */
     void write_new(HostInterface &interface, const Response &creation, const Settings &to)
     {
-        Settings &has = switch_.settings_[interface.name];
-        has = Settings();
+        Settings has;
         if (!creation.failed) {
             has.mtu = to.mtu;
             has.ipv4 = to.ipv4;
         }
         write(interface, has, to);
+        settings_.put(interface.name, std::move(has));
     }
 
     /* ---- Deletions ---- */
@@ -257,7 +264,7 @@ private:
     /* The SDK interface is gone; so is the host's record of it. */
     void forget(HostInterface &gone)
     {
-        switch_.settings_.erase(gone.name);
+        settings_.erase(gone.name);
         host_.unregister_l3(gone);
         host_.remove(gone);
     }
@@ -268,7 +275,7 @@ private:
         if (sub == nullptr || !done(entry::del_subint(*sub)))
             return;
         forget(*sub);
-        have_.sub_interfaces.erase(step_->name);
+        sub_interfaces_.erase(step_->name);
     }
 
     void delete_svi()
@@ -277,7 +284,7 @@ private:
         if (svi == nullptr || !done(entry::del_svi(*svi)))
             return;
         forget(*svi);
-        have_.svis.erase(step_->name);
+        svis_.erase(step_->name);
     }
 
     /* The port leaves whatever the ASIC made of it: a step that failed half-way cannot be made
@@ -299,7 +306,7 @@ private:
         host_.leave(*port);
         host_.unregister_l3(*port);
         if (port_channel.intf_id() == no_id)
-            switch_.settings_.erase(port_channel.name);
+            settings_.erase(port_channel.name);
     }
 
     void unroute_port_channel()
@@ -307,7 +314,7 @@ private:
         HostInterface *const port_channel = interface();
         if (port_channel == nullptr)
             return;
-        switch_.settings_.erase(step_->name);
+        settings_.erase(step_->name);
         host_.unregister_l3(*port_channel);
         have_.port_channels.at(step_->name).l3.reset();
     }
@@ -340,7 +347,7 @@ private:
         }
         if (!done(entry::del_l3port(*port)))
             return;
-        switch_.settings_.erase(step_->name);
+        settings_.erase(step_->name);
         host_.unregister_l3(*port);
         have_.routed_ports.erase(step_->name);
     }
@@ -417,8 +424,7 @@ private:
             if (!done(task, host_.release_kept_intf(*port)))
                 return;
         }
-        const Settings settings = settings_of(wants.l3, want_.ports.at(step_->name).mtu);
-        set_record(*port, settings);
+        set_record(*port, step_->settings);
         host_.register_l3(*port);
         const Response response = entry::add_l3port(*port, 1);
         if (!done(response)) {
@@ -426,7 +432,7 @@ private:
             return;
         }
         have_.routed_ports.emplace_hint(have_.routed_ports.end(), step_->name, wants);
-        write_new(*port, response, settings);
+        write_new(*port, response, step_->settings);
     }
 
     void add_port_channel()
@@ -448,7 +454,7 @@ private:
         if (port_channel == nullptr)
             return;
         const DesiredPortChannel &wants = want_.port_channels.at(step_->name);
-        set_record(*port_channel, settings_of(*wants.l3, wants.mtu));
+        set_record(*port_channel, step_->settings);
         host_.register_l3(*port_channel);
         DesiredPortChannel &has = have_.port_channels.at(step_->name);
         has.l3 = wants.l3;
@@ -500,27 +506,26 @@ private:
 
     void add_svi()
     {
-        const DesiredSvi &wants = want_.svis.at(step_->name);
+        const DesiredSvi &wants = *wanted_svis_.find(step_->name);
         HostInterface *const svi = host_.add_svi(step_->name, wants.vlan);
         if (svi == nullptr) {
             fail("VLAN " + std::to_string(wants.vlan) + " has an SVI already");
             return;
         }
-        const Settings settings = settings_of(wants.l3, wants.mtu);
-        set_record(*svi, settings);
+        set_record(*svi, step_->settings);
         host_.register_l3(*svi);
         const Response response = entry::add_svi(*svi, wants.vlan);
         if (!done(response)) {
             forget(*svi);
             return;
         }
-        have_.svis.emplace_hint(have_.svis.end(), step_->name, wants);
-        write_new(*svi, response, settings);
+        svis_.put(step_->name, wants);
+        write_new(*svi, response, step_->settings);
     }
 
     void add_sub_interface()
     {
-        const DesiredSubInterface &wants = want_.sub_interfaces.at(step_->name);
+        const DesiredSubInterface &wants = *wanted_sub_interfaces_.find(step_->name);
         HostInterface *const parent = host_.find(wants.parent);
         HostInterface *const sub =
             parent != nullptr ? host_.add_sub_interface(step_->name, *parent, wants.vlan) : nullptr;
@@ -535,16 +540,15 @@ private:
             fail("refused, the library would abort: " + why_not);
             return;
         }
-        const Settings settings = settings_of(wants.l3, wants.mtu);
-        set_record(*sub, settings);
+        set_record(*sub, step_->settings);
         host_.register_l3(*sub);
         const Response response = entry::add_subint(*sub, wants.vlan, 1);
         if (!done(response)) {
             forget(*sub);
             return;
         }
-        have_.sub_interfaces.emplace_hint(have_.sub_interfaces.end(), step_->name, wants);
-        write_new(*sub, response, settings);
+        sub_interfaces_.put(step_->name, wants);
+        write_new(*sub, response, step_->settings);
     }
 
     /* ---- Changes ---- */
@@ -552,26 +556,9 @@ private:
     void change_settings()
     {
         HostInterface *const changed = interface();
-        if (changed == nullptr)
-            return;
-        const auto wants = wanted_settings();
-        if (wants)
-            write(*changed, switch_.settings_.at(step_->name), *wants);
-    }
-
-    std::optional<Settings> wanted_settings() const
-    {
-        const std::string &name = step_->name;
-        if (const auto port = want_.routed_ports.find(name); port != want_.routed_ports.end())
-            return settings_of(port->second.l3, want_.ports.at(name).mtu);
-        if (const auto channel = want_.port_channels.find(name);
-            channel != want_.port_channels.end() && channel->second.l3)
-            return settings_of(*channel->second.l3, channel->second.mtu);
-        if (const auto sub = want_.sub_interfaces.find(name); sub != want_.sub_interfaces.end())
-            return settings_of(sub->second.l3, sub->second.mtu);
-        if (const auto svi = want_.svis.find(name); svi != want_.svis.end())
-            return settings_of(svi->second.l3, svi->second.mtu);
-        return std::nullopt;
+        Settings *const has = settings_.find(step_->name);
+        if (changed != nullptr && has != nullptr)
+            write(*changed, *has, step_->settings);
     }
 
     void add_virtual_mac()
@@ -587,6 +574,11 @@ private:
     Applied &applied_;
     Host &host_ = Host::instance();
     const Step *step_ = nullptr;
+    Cursor<ByName<Settings>> settings_{switch_.settings_};
+    Cursor<ByName<DesiredSubInterface>> sub_interfaces_{have_.sub_interfaces};
+    Cursor<ByName<DesiredSvi>> svis_{have_.svis};
+    Cursor<const ByName<DesiredSubInterface>> wanted_sub_interfaces_{want_.sub_interfaces};
+    Cursor<const ByName<DesiredSvi>> wanted_svis_{want_.svis};
 };
 
 Applied Switch::apply(const Plan &plan, const Desired &want, const std::function<bool()> &stop,

@@ -5,7 +5,6 @@
 #include <map>
 #include <set>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -56,6 +55,7 @@ struct Step {
     std::string name;  /* the object: "Ethernet0", "PortChannel0001"; of a member the port */
     std::string other; /* a member's port-channel; else empty */
     Mac mac{};         /* of a MAC step */
+    Settings settings; /* of a creation or change: what shall be */
     std::string words; /* "route port Ethernet0: MTU 9100, IPv4, VRF Vrf42" */
     Place cause;       /* the row behind it; of a deletion, the row that went */
 };
@@ -111,7 +111,7 @@ public:
     uint32_t router_mac_id() const { return router_mac_id_; } /* no_id without one */
 
     /* The settings that were written, by interface name; only interfaces that exist in the ASIC. */
-    const std::unordered_map<std::string, Settings> &settings() const { return settings_; }
+    const ByName<Settings> &settings() const { return settings_; }
 
     /* Failures since power-on whose object is still not as wanted, by object name. */
     const std::map<std::string, std::string> &last_failures() const { return last_failures_; }
@@ -125,7 +125,7 @@ private:
     friend class Planner;
     friend class Work;
     Desired have_, wanted_;
-    std::unordered_map<std::string, Settings> settings_;
+    ByName<Settings> settings_;
     std::set<std::pair<std::string, std::string>> declined_;
     std::map<std::string, uint32_t> vpns_;
     std::map<std::string, std::string> last_failures_;

@@ -308,6 +308,17 @@ TEST_F(AppliedTest, AnInterfaceThatTheAsicWouldNotDestroyIsDestroyedByTheNextApp
     expect_empty_asic();
 }
 
+TEST_F(AppliedTest, ASubInterfaceThatCouldNotGoForAnotherVlanIsTriedAgain)
+{
+    const std::string rest = R"("INTERFACE": {"Ethernet0": {}}, "VLAN_SUB_INTERFACE": )";
+    bring_about(with_ports(rest + R"({"Eth0.1": {"vlan": "10"}})"));
+    const Desired want = with_ports(rest + R"({"Eth0.1": {"vlan": "20"}})");
+    fail("libsdk_intf_destroy:1=SDK_E_TIMEOUT");
+    EXPECT_EQ(sw.apply(want).failures.size(), 2U);
+    bring_about(want);
+    EXPECT_EQ(Asic::instance().interface(interface("Eth0.1").intf_id())->params.param2, 20U);
+}
+
 TEST_F(AppliedTest, ATearDownThatFailedHalfWayStaysAsTheLibraryLeftIt)
 {
     bring_about(wanted(each_kind));

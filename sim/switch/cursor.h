@@ -1,0 +1,50 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+namespace kvnsim {
+
+/* A place in a sorted map. Names that are asked for in their order are found by stepping forward,
+ * at the same cost however large the map is. While it is in use, only it may erase. */
+template <class Map> class Cursor {
+public:
+    explicit Cursor(Map &map) : map_(map), at_(map.begin()) {}
+
+    /* The entry's value, or nullptr. */
+    auto *find(const std::string &name) { return move_to(name) ? &at_->second : nullptr; }
+
+    void erase(const std::string &name)
+    {
+        if (move_to(name))
+            at_ = map_.erase(at_);
+    }
+
+    template <class Value> void put(const std::string &name, Value &&value)
+    {
+        if (at_ != map_.end())
+            ++at_;
+        at_ = map_.insert_or_assign(at_, name, std::forward<Value>(value));
+    }
+
+private:
+    /* To the entry of that name, or behind where it would be. */
+    bool move_to(const std::string &name)
+    {
+        constexpr int near = 4;
+        auto next = at_;
+        for (int step = 0; step < near && next != map_.end(); ++step, ++next) {
+            if (next->first == name) {
+                at_ = next;
+                return true;
+            }
+        }
+        at_ = map_.lower_bound(name);
+        return at_ != map_.end() && at_->first == name;
+    }
+
+    Map &map_;
+    decltype(std::declval<Map &>().begin()) at_;
+};
+
+} // namespace kvnsim
