@@ -24,6 +24,12 @@ void catch_interrupts()
     std::signal(SIGPIPE, SIG_IGN);
 }
 
+void forget_interrupt()
+{
+    caught = 0;
+    catch_interrupts();
+}
+
 int interrupt_signal()
 {
     return caught;

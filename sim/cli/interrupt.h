@@ -9,4 +9,7 @@ void catch_interrupts();
 /* The signal that came, 0 without one. */
 int interrupt_signal();
 
+/* Go on after the signal that came; the next one is caught like the first. */
+void forget_interrupt();
+
 } // namespace kvnsim

@@ -102,4 +102,20 @@ int print_audit(const Snapshot &snapshot, bool json, Console &console)
     return findings.empty() ? exit_well : exit_found;
 }
 
+int print_differences(const std::vector<Difference> &differences, bool json, Console &console)
+{
+    if (json) {
+        Json document;
+        document.begin_object().field("equal", differences.empty()).key("differences");
+        document.raw(to_json(show(differences)), rapidjson::kArrayType).end_object();
+        console.out() << document.document();
+    } else if (differences.empty()) {
+        console.out() << "No difference in ASIC and shared state.\n";
+    } else {
+        console.print_titled(to_text(show(differences)));
+        console.out() << counted(differences.size(), "difference") << "\n";
+    }
+    return differences.empty() ? exit_well : exit_found;
+}
+
 } // namespace kvnsim

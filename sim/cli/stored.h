@@ -1,7 +1,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "sim/state/compare.h"
 #include "sim/state/snapshot.h"
 
 /* What the verbs that look at a snapshot share; the snapshot may be of a database or of now. */
@@ -20,5 +22,6 @@ void print_explanation(const Snapshot &snapshot, const std::string &interface, b
                        Console &console);
 /* Returns the exit status: exit_found with findings. */
 int print_audit(const Snapshot &snapshot, bool json, Console &console);
+int print_differences(const std::vector<Difference> &differences, bool json, Console &console);
 
 } // namespace kvnsim

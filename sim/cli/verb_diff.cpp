@@ -1,6 +1,4 @@
-#include "sim/cli/console.h"
-#include "sim/cli/input.h"
-#include "sim/cli/json.h"
+#include "sim/cli/stored.h"
 #include "sim/cli/verb.h"
 #include "sim/state/compare.h"
 
@@ -9,19 +7,8 @@ namespace {
 
 int compare(const Arguments &arguments, Console &console)
 {
-    const auto differences = diff(load(arguments.value("A")), load(arguments.value("B")));
-    if (arguments.has("--json")) {
-        Json json;
-        json.begin_object().field("equal", differences.empty()).key("differences");
-        json.raw(to_json(show(differences)), rapidjson::kArrayType).end_object();
-        console.out() << json.document();
-    } else if (differences.empty()) {
-        console.out() << "No difference in ASIC and shared state.\n";
-    } else {
-        console.print_titled(to_text(show(differences)));
-        console.out() << counted(differences.size(), "difference") << "\n";
-    }
-    return differences.empty() ? exit_well : exit_found;
+    return print_differences(diff(load(arguments.value("A")), load(arguments.value("B"))),
+                             arguments.has("--json"), console);
 }
 
 const Registration registration({"diff",

@@ -1,0 +1,224 @@
+#include "sim/cli/instruments.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+#include <fmt/format.h>
+
+#include "sim/cli/console.h"
+#include "sim/cli/input.h"
+#include "sim/cli/interrupt.h"
+#include "sim/config/names.h"
+#include "sim/fwm/diagnostics.h"
+#include "sim/sdk/asic.h"
+
+namespace kvnsim {
+namespace {
+
+LevelSwitch level_switch(std::string_view level)
+{
+    return {level == "error" || level == "debug", level == "debug"};
+}
+
+} // namespace
+
+const std::vector<Option> instrument_options = {
+    {"--db", "FILE", "keep the shared database and the ASIC's tables there"},
+    {"--record", "FILE", "record requests, calls and traces as JSON lines, for `kvnsim replay`"},
+    {"--debug-file", "FILE", "write the library's debug file"},
+    {"--events", "FILE", "write the event history, for `kvnsim events`"},
+    {"--trace", "debug|error", "show trace records: all, or errors only", Takes::choice},
+    {"--fail", "CALL[:N][=STATUS]", "make a call fail: each time, or the Nth", Takes::text,
+     Times::any},
+    {"--fail-rate", "P", "make each call that can fail do so with this probability",
+     Takes::probability},
+    {"--seed", "N", "of --fail-rate: the same one gives the same failures (1)", Takes::count},
+    {"--limit", "TABLE=N", "capacity of an ASIC table, as intf=4096", Takes::text, Times::any},
+    {"--keep-going", "", "apply what is sound of a configuration with errors", Takes::nothing}};
+
+Instruments::Instruments(const Arguments &arguments, Console &console)
+    : arguments_(arguments), console_(console)
+{}
+
+void Instruments::prepare(const std::vector<std::string> &inputs, bool writes_files)
+{
+    for (const std::string &limit : arguments_.values("--limit")) {
+        try {
+            set_limit(limit);
+        } catch (const UsageError &error) {
+            throw UsageError(fmt::format("--limit: {}", error.what()));
+        }
+    }
+    Faults &faults = Journal::instance().faults;
+    for (const std::string &fault : arguments_.values("--fail")) {
+        const std::string problem = faults.add(fault);
+        if (!problem.empty())
+            throw UsageError("--fail: " + problem);
+    }
+    if (arguments_.has("--seed") && !arguments_.has("--fail-rate"))
+        throw UsageError("--seed is for --fail-rate, which is missing");
+    if (arguments_.has("--fail-rate"))
+        faults.set_rate(arguments_.probability("--fail-rate", 0), arguments_.count("--seed", 1));
+
+    /* No output may take the place of an input or of another output. */
+    std::vector<std::string> taken = inputs;
+    for (const char *option : {"--db", "--record", "--debug-file", "--events"}) {
+        if (!arguments_.has(option))
+            continue;
+        const std::string &file = arguments_.value(option);
+        for (const std::string &other : taken) {
+            std::error_code none;
+            if (file == other || std::filesystem::equivalent(file, other, none))
+                throw UsageError(fmt::format("{} {}: the file is used otherwise", option, file));
+        }
+        taken.push_back(file);
+    }
+    if (writes_files && arguments_.has("--db"))
+        check_can_save(arguments_.value("--db"));
+}
+
+void Instruments::open()
+{
+    Sinks sinks;
+    sinks.debug_file = arguments_.value("--debug-file");
+    sinks.event_file = arguments_.value("--events");
+    sinks.console = level_switch(arguments_.value("--trace"));
+    const std::string problem = Diagnostics::instance().configure(sinks);
+    if (!problem.empty())
+        throw InputError(problem);
+    if (arguments_.has("--record")) {
+        recording_.open(arguments_.value("--record"));
+        check_recording();
+        recorder_.emplace(recording_);
+    }
+}
+
+void Instruments::check_recording() const
+{
+    if (!recording_)
+        throw InputError(
+            fmt::format("cannot write {}: {}", arguments_.value("--record"), std::strerror(errno)));
+}
+
+TimelineOptions Instruments::timeline_options(const std::string &interface) const
+{
+    const LevelSwitch &traced = Diagnostics::instance().sinks().console;
+    TimelineOptions options;
+    options.interface = interface;
+    options.traces = traced.error;
+    options.errors_only = !traced.debug;
+    options.colour = console_.out_has_colour();
+    return options;
+}
+
+void Instruments::start_timeline(const std::string &interface)
+{
+    timeline_interface_ = interface;
+    timeline_.reset();
+    timeline_.emplace(console_.out(), timeline_options(interface));
+}
+
+void Instruments::trace(std::string_view level)
+{
+    const LevelSwitch traced = level_switch(level);
+    if (!traced.error && level != "off")
+        throw std::invalid_argument(
+            fmt::format("expected debug, error or off, not {}", quoted(level)));
+    Sinks sinks = Diagnostics::instance().sinks();
+    sinks.console = traced;
+    const std::string problem = Diagnostics::instance().configure(sinks);
+    if (!problem.empty())
+        throw InputError(problem);
+    if (has_timeline())
+        start_timeline(timeline_interface_);
+}
+
+bool Instruments::close(const Snapshot &snapshot)
+{
+    bool all_written = true;
+    const auto write = [&](const auto &file) {
+        try {
+            file();
+        } catch (const std::runtime_error &error) {
+            console_.error(fmt::format("kvnsim: {}", error.what()));
+            all_written = false;
+        }
+    };
+    timeline_.reset();
+    recorder_.reset();
+    write([&] {
+        if (arguments_.has("--db"))
+            save(snapshot, arguments_.value("--db"));
+    });
+    write([&] {
+        const std::string problem = Diagnostics::instance().flush();
+        if (!problem.empty())
+            throw InputError(problem);
+    });
+    write([&] {
+        if (recording_.is_open()) {
+            recording_.close();
+            check_recording();
+        }
+    });
+    for (const std::string &fault : Journal::instance().faults.unused())
+        console_.warning(fmt::format("kvnsim: --fail {} never struck", fault));
+    return all_written;
+}
+
+void set_limit(const std::string &text)
+{
+    const size_t equals = text.find('=');
+    const auto capacity =
+        equals == text.npos
+            ? std::nullopt
+            : parse_number(std::string_view(text).substr(equals + 1), 0, 999'999'999);
+    if (!capacity)
+        throw UsageError(fmt::format("expected TABLE=NUMBER, as intf=4096, not \"{}\"", text));
+    const std::string problem = Asic::instance().set_limit(text.substr(0, equals), *capacity);
+    if (!problem.empty())
+        throw UsageError(problem);
+}
+
+ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration,
+                                     Console &console, bool progress,
+                                     const std::function<void()> &after_step)
+{
+    console.progress(configuration.file + ": planning");
+    Journal &journal = Journal::instance();
+    ConfigurationRun outcome{&configuration, to.plan(configuration.desired), {}};
+    outcome.requests = journal.requests_made();
+    outcome.calls = journal.calls_made;
+    outcome.applied = to.apply(
+        outcome.plan, configuration.desired, [] { return interrupt_signal() != 0; },
+        [&](size_t done, size_t of) {
+            if (after_step)
+                after_step();
+            if (progress)
+                console.progress(configuration.file + ": step", done, of);
+        });
+    outcome.requests = journal.requests_made() - outcome.requests;
+    outcome.calls = journal.calls_made - outcome.calls;
+    for (const Failure &failure : outcome.applied.failures)
+        console.error(
+            fmt::format("{}: failed to {}: {}{}", failure.step.cause.to_text(), failure.step.words,
+                        failure.request ? fmt::format("request {} ", failure.request->number) : "",
+                        failure.message));
+    console.clear_progress();
+    return outcome;
+}
+
+std::string summary(const ConfigurationRun &outcome)
+{
+    return fmt::format(
+        "{}: {}, {}, {}, {}{}", outcome.configuration->file,
+        counted(outcome.plan.steps.size(), "step"), counted(outcome.requests, "request"),
+        counted(outcome.calls, "call"), counted(outcome.applied.failures.size(), "failure"),
+        outcome.applied.interrupted
+            ? fmt::format("; interrupted after {}", counted(outcome.applied.steps_done, "step"))
+            : "");
+}
+
+} // namespace kvnsim

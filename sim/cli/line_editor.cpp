@@ -1,0 +1,224 @@
+#include "sim/cli/line_editor.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+#include <filesystem>
+
+#include <fmt/format.h>
+#include <histedit.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "sim/cli/interrupt.h"
+#include "sim/cli/words.h"
+
+namespace kvnsim {
+namespace {
+
+constexpr int history_size = 1000;
+constexpr size_t most_listed = 200;
+constexpr wchar_t interrupt_key = L'\003';
+
+struct EditorEnd {
+    void operator()(EditLine *editor) const { el_end(editor); }
+};
+struct HistoryEnd {
+    void operator()(History *history) const { history_end(history); }
+};
+
+std::string common_beginning(const std::vector<std::string> &texts)
+{
+    std::string common = texts.front();
+    for (const std::string &text : texts) {
+        const auto end = std::mismatch(common.begin(), common.end(), text.begin(), text.end());
+        common.erase(end.first, common.end());
+    }
+    return common;
+}
+
+/* What is listed of a file is its name. */
+std::string shown(const std::string &candidate)
+{
+    const size_t slash = candidate.find_last_of('/', candidate.size() - 2);
+    return candidate.size() < 2 || slash == candidate.npos ? candidate
+                                                           : candidate.substr(slash + 1);
+}
+
+} // namespace
+
+struct LineEditor::State {
+    std::FILE *terminal;
+    std::string file;
+    Completer completer;
+    const char *prompt = "";
+    bool dropped = false; /* the line under way, by Ctrl-C */
+    std::mbstate_t partial{};
+    std::unique_ptr<History, HistoryEnd> history;
+    std::unique_ptr<EditLine, EditorEnd> editor;
+
+    static State &of(EditLine *editor)
+    {
+        void *state = nullptr;
+        el_get(editor, EL_CLIENTDATA, &state);
+        return *static_cast<State *>(state);
+    }
+
+    static char *prompt_of(EditLine *editor) { return const_cast<char *>(of(editor).prompt); }
+
+    /* A signal ends the wait for a key: Ctrl-C drops the line, SIGTERM all. */
+    static int read_key(EditLine *editor, wchar_t *key)
+    {
+        State &state = of(editor);
+        while (true) {
+            char byte = '\0';
+            const ssize_t got = ::read(STDIN_FILENO, &byte, 1);
+            if (got < 0 && errno == EINTR) {
+                if (interrupt_signal() == SIGINT) {
+                    *key = interrupt_key;
+                    return 1;
+                }
+                if (interrupt_signal() == 0)
+                    continue; /* the window changed, or the process went on */
+            }
+            if (got <= 0)
+                return static_cast<int>(got);
+            const size_t length = std::mbrtowc(key, &byte, 1, &state.partial);
+            if (length == static_cast<size_t>(-2))
+                continue;
+            if (length == static_cast<size_t>(-1)) {
+                state.partial = {};
+                continue;
+            }
+            return 1;
+        }
+    }
+
+    static unsigned char drop_line(EditLine *editor, int)
+    {
+        of(editor).dropped = true;
+        return CC_EOF;
+    }
+
+    static unsigned char complete(EditLine *editor, int)
+    {
+        State &state = of(editor);
+        const LineInfo *line = el_line(editor);
+        Words before =
+            split_words({line->buffer, static_cast<size_t>(line->cursor - line->buffer)});
+        if (!before.open_word)
+            before.words.emplace_back();
+        const std::vector<std::string> candidates = state.completer(before.words);
+        if (candidates.empty())
+            return CC_REFRESH_BEEP;
+        const std::string common = common_beginning(candidates);
+        std::string more = typed(common.substr(before.words.back().size()), before.open_quote);
+        if (candidates.size() == 1 && common.back() != '/') {
+            if (before.open_quote != '\0')
+                more += before.open_quote;
+            more += ' ';
+        }
+        if (!more.empty() && el_insertstr(editor, more.c_str()) == 0)
+            return CC_REFRESH;
+        state.list(candidates);
+        return CC_REDISPLAY;
+    }
+
+    void list(const std::vector<std::string> &candidates) const
+    {
+        size_t width = 0;
+        const size_t listed = std::min(candidates.size(), most_listed);
+        for (size_t i = 0; i < listed; ++i)
+            width = std::max(width, shown(candidates[i]).size() + 2);
+        const size_t columns = std::max<size_t>(80 / width, 1);
+        for (size_t i = 0; i < listed; ++i)
+            fmt::print(terminal, "{}{:<{}}", i % columns == 0 ? "\n" : "", shown(candidates[i]),
+                       width);
+        if (listed != candidates.size())
+            fmt::print(terminal, "\n... and {} more", candidates.size() - listed);
+        fmt::print(terminal, "\n");
+    }
+};
+
+LineEditor::LineEditor(std::FILE *terminal, std::string history_file, Completer completer)
+    : state_(new State)
+{
+    std::setlocale(LC_CTYPE, "");
+    state_->terminal = terminal;
+    state_->file = std::move(history_file);
+    state_->completer = std::move(completer);
+    HistEvent event;
+    state_->history.reset(history_init());
+    history(state_->history.get(), &event, H_SETSIZE, history_size);
+    history(state_->history.get(), &event, H_SETUNIQUE, 1);
+    if (!state_->file.empty())
+        history(state_->history.get(), &event, H_LOAD, state_->file.c_str());
+
+    EditLine *editor = el_init("kvnsim", stdin, terminal, stderr);
+    state_->editor.reset(editor);
+    el_set(editor, EL_CLIENTDATA, state_.get());
+    el_set(editor, EL_PROMPT, &State::prompt_of);
+    el_set(editor, EL_EDITOR, "emacs");
+    el_set(editor, EL_HIST, history, state_->history.get());
+    el_set(editor, EL_GETCFN, &State::read_key);
+    el_set(editor, EL_ADDFN, "kvnsim-complete", "Complete the word", &State::complete);
+    el_set(editor, EL_ADDFN, "kvnsim-drop-line", "Drop the line", &State::drop_line);
+    el_set(editor, EL_BIND, "^I", "kvnsim-complete", nullptr);
+    el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
+    el_source(editor, nullptr); /* the user's own settings */
+    el_set(editor, EL_BIND, "^C", "kvnsim-drop-line", nullptr);
+}
+
+LineEditor::~LineEditor()
+{
+    if (state_->file.empty())
+        return;
+    std::error_code none;
+    std::filesystem::create_directories(std::filesystem::path(state_->file).parent_path(), none);
+    const mode_t mask = ::umask(077); /* one's commands are one's own */
+    HistEvent event;
+    history(state_->history.get(), &event, H_SAVE, state_->file.c_str());
+    ::umask(mask);
+}
+
+std::optional<std::string> LineEditor::read(const char *prompt)
+{
+    state_->prompt = prompt;
+    state_->dropped = false;
+    int length = 0;
+    const char *line = el_gets(state_->editor.get(), &length);
+    if (state_->dropped) {
+        std::fputs("^C\n", state_->terminal);
+        std::fflush(state_->terminal);
+        forget_interrupt();
+        return "";
+    }
+    if (line == nullptr || length <= 0)
+        return std::nullopt;
+    std::string text(line, static_cast<size_t>(length));
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
+        text.pop_back();
+    if (text.find_first_not_of(" \t") != text.npos) {
+        HistEvent event;
+        history(state_->history.get(), &event, H_ENTER, text.c_str());
+    }
+    return text;
+}
+
+std::string history_file()
+{
+    const auto folder = [](const char *variable) {
+        const char *value = std::getenv(variable);
+        return std::filesystem::path(value != nullptr && *value == '/' ? value : "");
+    };
+    std::filesystem::path state = folder("XDG_STATE_HOME");
+    if (state.empty() && !folder("HOME").empty())
+        state = folder("HOME") / ".local/state";
+    return state.empty() ? "" : state / "kvnsim/history";
+}
+
+} // namespace kvnsim

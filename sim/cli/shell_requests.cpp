@@ -1,0 +1,518 @@
+/* Commands of the shell that make single requests of the library, and tasks of the host around
+ * them. None of them may end the process: what the library does not survive is refused. */
+#include <algorithm>
+#include <charconv>
+#include <functional>
+#include <map>
+
+#include <fmt/format.h>
+
+#include "platform_api/fwm.h"
+#include "platform_api/libsdk.h"
+#include "sim/cli/console.h"
+#include "sim/cli/near.h"
+#include "sim/cli/shell.h"
+#include "sim/config/names.h"
+#include "sim/record/preconditions.h"
+#include "sim/sdk/asic.h"
+#include "sim/sdk/attributes.h"
+#include "sim/switch/host_task.h"
+
+namespace kvnsim {
+namespace {
+
+constexpr uint16_t usual_mtu = 9100;
+
+/* ---- Words ---- */
+
+HostInterface &interface_named(const std::string &name)
+{
+    const Host &host = Host::instance();
+    if (HostInterface *interface = host.find(name))
+        return *interface;
+    std::vector<std::string> names;
+    for (const HostInterface *interface : host.interfaces())
+        names.push_back(interface->name);
+    throw UsageError(
+        fmt::format("there is no interface {}{}", quoted(name), did_you_mean(name, names)));
+}
+
+/* 9216, 0x10000001, -1, on, off */
+int64_t number_of(const std::string &word)
+{
+    if (const auto flag = parse_boolean(word); flag && !parse_number(word, 0, 1))
+        return *flag ? 1 : 0;
+    std::string_view digits = word;
+    const bool negative = !digits.empty() && digits[0] == '-';
+    if (negative)
+        digits.remove_prefix(1);
+    const bool hex = digits.substr(0, 2) == "0x";
+    if (hex)
+        digits.remove_prefix(2);
+    uint32_t number = 0;
+    const auto [end, error] =
+        std::from_chars(digits.data(), digits.data() + digits.size(), number, hex ? 16 : 10);
+    if (error != std::errc() || end != digits.data() + digits.size() ||
+        (negative && number > 0x80000000))
+        throw UsageError(fmt::format("expected a number of 32 bits, not {}", quoted(word)));
+    return negative ? -int64_t{number} : int64_t{number};
+}
+
+bool flag_of(const std::string &word)
+{
+    const auto flag = parse_boolean(word);
+    if (!flag)
+        throw UsageError(fmt::format("expected on or off, not {}", quoted(word)));
+    return *flag;
+}
+
+Mac mac_of(const std::string &word)
+{
+    const auto mac = parse_mac(word);
+    if (!mac)
+        throw UsageError(
+            fmt::format("expected a MAC address such as 00:00:5e:00:01:0a, not {}", quoted(word)));
+    return *mac;
+}
+
+const PropertyRow &property_named(const std::string &name)
+{
+    if (const PropertyRow *row = find_property(name))
+        return *row;
+    std::vector<std::string> names;
+    for (const PropertyRow &row : properties())
+        names.emplace_back(row.name);
+    throw UsageError(
+        fmt::format("there is no property {}{}", quoted(name), did_you_mean(name, names)));
+}
+
+Value value_of(const Parameter &parameter, std::string word)
+{
+    /* As timelines print it: create=1. */
+    const std::string named = std::string(parameter.name) + '=';
+    if (word.compare(0, named.size(), named) == 0)
+        word.erase(0, named.size());
+    switch (parameter.kind) {
+    case ParameterKind::interface:
+        if (word == "null")
+            return Value();
+        return Value::integer(interface_named(word).ifindex, Value::Style::hex);
+    case ParameterKind::ifindex:
+        if (!word.empty() && word[0] >= '0' && word[0] <= '9')
+            return Value::integer(number_of(word), Value::Style::hex);
+        return Value::integer(interface_named(word).ifindex, Value::Style::hex);
+    case ParameterKind::number:
+        if (std::string_view(parameter.name) == "prop_type") {
+            if (const PropertyRow *row = find_property(word))
+                return Value::integer(row->type);
+        }
+        return Value::integer(number_of(word));
+    case ParameterKind::mac:
+        return Value::text(to_text(mac_of(word)));
+    case ParameterKind::text:
+    case ParameterKind::output:
+        break;
+    }
+    return Value::text(word);
+}
+
+/* ---- Requests ---- */
+
+int tell(Session &session, const Response &response)
+{
+    session.console.out() << fmt::format("{}({}) = {}\n", response.request->entry,
+                                         response.request->arguments, response.result);
+    if (!response.output.empty()) {
+        session.console.out() << response.output;
+        if (response.output.back() != '\n')
+            session.console.out() << '\n';
+    }
+    if (!response.failed)
+        return exit_well;
+    session.console.error(response.failure());
+    return exit_request;
+}
+
+/* Make a request, unless the library would end the process; response is where it goes. */
+int request(Session &session, std::string_view name, const std::vector<Value> &values,
+            Response *response = nullptr)
+{
+    const EntryPoint &entry = *EntryPoint::find(name);
+    const std::string reason = why_not(entry, values);
+    if (!reason.empty()) {
+        session.console.error(
+            fmt::format("{} refused, the library would abort: {}", entry.name(), reason));
+        return exit_request;
+    }
+    const Response made = entry.call(values);
+    if (response != nullptr)
+        *response = made;
+    return tell(session, made);
+}
+
+Value of(const HostInterface &interface)
+{
+    return Value::integer(interface.ifindex, Value::Style::hex);
+}
+
+/* Let the host do something by itself. */
+int host_does(Session &session, const char *task, const std::string &subject,
+              const std::function<Status()> &work)
+{
+    HostTask doing(task, subject);
+    const Status status = work();
+    const std::string failure = doing.failure(status);
+    if (failure.empty())
+        return exit_well;
+    session.console.error(failure);
+    return exit_request;
+}
+
+int flush_batch(Session &session)
+{
+    return host_does(session, "host: flush", "", [] {
+        return Status{"fwmpd_kavelin_batch_flush", fwmpd_kavelin_batch_flush()};
+    });
+}
+
+int worst(int a, int b)
+{
+    return std::max(a, b);
+}
+
+/* ---- Interfaces ---- */
+
+/* The host's record of an interface that it did not have, or nullptr and the reason was told. */
+HostInterface *make_interface(Session &session, const std::string &name,
+                              const InterfaceName &parsed, uint32_t vlan)
+{
+    Host &host = Host::instance();
+    HostInterface *made = nullptr;
+    switch (parsed.kind) {
+    case NameKind::port:
+        for (uint32_t port = 0; made == nullptr && port <= max_port; ++port)
+            made = host.find(port_ifindex(port)) == nullptr ? host.add_port(name, port) : nullptr;
+        if (made != nullptr)
+            host_does(session, "host: give port its LID", name,
+                      [&] { return host.make_port_lid(*made); });
+        break;
+    case NameKind::port_channel:
+        made = host.add_port_channel(name, parsed.number);
+        break;
+    case NameKind::vlan:
+        made = host.add_svi(name, vlan);
+        break;
+    case NameKind::sub_interface:
+        made = host.add_sub_interface(name, interface_named(parsed.parent), vlan);
+        break;
+    }
+    if (made == nullptr) {
+        session.console.error(
+            fmt::format("the host cannot have {}: its number is taken or no port is left", name));
+        return nullptr;
+    }
+    made->ip.mtu = usual_mtu;
+    return made;
+}
+
+/* The record ends with the interface, unless something stands on it or the switch counts on it. */
+void retire(const Session &session, HostInterface &interface)
+{
+    Host &host = Host::instance();
+    if (interface.sub_interfaces != 0 || interface.channel != nullptr ||
+        !host.members(interface).empty())
+        return;
+    host.unregister_l3(interface);
+    const Desired &have = session.power.have();
+    const bool wanted = have.port_channels.count(interface.name) != 0 ||
+                        have.sub_interfaces.count(interface.name) != 0 ||
+                        have.svis.count(interface.name) != 0;
+    if (interface.kind != InterfaceKind::port && !wanted &&
+        !host.held_port_channel(interface.ifindex))
+        host.remove(interface);
+}
+
+int create(Session &session, const ShellWords &words)
+{
+    const std::string &name = words[0];
+    HostInterface *interface = Host::instance().find(name);
+    const auto parsed = parse_interface_name(name);
+    if (interface == nullptr && !parsed)
+        throw UsageError(fmt::format("expected the name of an interface, not {}", quoted(name)));
+    uint32_t vlan = words.size() > 1 ? static_cast<uint32_t>(number_of(words[1])) : 0;
+    if (words.size() < 2 && interface != nullptr)
+        vlan = interface->vlan;
+    else if (words.size() < 2 && !parsed->short_form)
+        vlan = parsed->number;
+    else if (words.size() < 2)
+        throw UsageError(fmt::format("{}: which VLAN?", name));
+
+    const bool is_new = interface == nullptr;
+    if (is_new)
+        interface = make_interface(session, name, *parsed, vlan);
+    if (interface == nullptr)
+        return exit_request;
+    Host &host = Host::instance();
+    if (interface->kept_intf)
+        host_does(session, "host: release kept SDK interface", name,
+                  [&] { return host.release_kept_intf(*interface); });
+    host.register_l3(*interface);
+    const Value record = of(*interface), number = Value::integer(vlan), yes = Value::integer(1);
+    int status = exit_well;
+    switch (interface->kind) {
+    case InterfaceKind::port:
+        status = request(session, "add_l3port", {record, yes});
+        break;
+    case InterfaceKind::port_channel:
+        status = request(session, "alloc_l3pc_add", {record, yes});
+        break;
+    case InterfaceKind::svi:
+        status = request(session, "add_svi", {record, number});
+        break;
+    case InterfaceKind::sub_interface:
+        status = request(session, "add_subint", {record, number, yes});
+        break;
+    }
+    if (status != exit_well && is_new && interface->intf_id() == no_id &&
+        interface->kind != InterfaceKind::port_channel)
+        retire(session, *interface);
+    return status;
+}
+
+int remove(Session &session, const ShellWords &words)
+{
+    HostInterface &interface = interface_named(words[0]);
+    static const std::map<InterfaceKind, const char *> entries = {
+        {InterfaceKind::port, "del_l3port"},
+        {InterfaceKind::port_channel, "del_l3port"},
+        {InterfaceKind::svi, "del_svi"},
+        {InterfaceKind::sub_interface, "del_subint"}};
+    Response response;
+    const int status = request(session, entries.at(interface.kind), {of(interface)}, &response);
+    if (!response.refused)
+        retire(session, interface);
+    return status;
+}
+
+int join(Session &session, const ShellWords &words)
+{
+    HostInterface &port = interface_named(words[0]);
+    HostInterface &channel = interface_named(words[1]);
+    Host &host = Host::instance();
+    if (!host.join(port, channel))
+        throw UsageError(fmt::format("{} cannot join {}: a port joins a port-channel, and one only",
+                                     port.name, channel.name));
+    host.register_l3(channel);
+    host.register_l3(port);
+    const bool first = channel.membership.member_count == 1 || channel.context() == nullptr;
+    Response response;
+    const int status =
+        request(session, "add_l3pc", {of(port), Value::integer(first ? 1 : 0)}, &response);
+    if (response.refused) {
+        host.leave(port);
+        return status;
+    }
+    return worst(status, request(session, "add_l3pc_member", {of(channel), of(port)}));
+}
+
+int leave(Session &session, const ShellWords &words)
+{
+    HostInterface &port = interface_named(words[0]);
+    if (port.channel == nullptr)
+        throw UsageError(fmt::format("{} is no member of a port-channel", port.name));
+    HostInterface &channel = *port.channel;
+    const bool last = channel.membership.member_count == 1;
+    const int left = request(session, "del_l3pc", {of(port), Value::integer(last ? 1 : 0)});
+    const int told = request(session, "del_l3pc_member", {of(channel), of(port)});
+    Host::instance().leave(port);
+    if (port.intf_id() == no_id)
+        Host::instance().unregister_l3(port);
+    return worst(left, told);
+}
+
+int set_registered(Session &, const ShellWords &words)
+{
+    HostInterface &interface = interface_named(words[0]);
+    if (flag_of(words[1])) {
+        Host::instance().register_l3(interface);
+        return exit_well;
+    }
+    if (interface.sub_interfaces != 0 || interface.channel != nullptr ||
+        !Host::instance().members(interface).empty())
+        throw UsageError(fmt::format(
+            "{} has members or sub-interfaces or is a member: they would lose what they stand on",
+            interface.name));
+    Host::instance().unregister_l3(interface);
+    return exit_well;
+}
+
+int hold(Session &session, const ShellWords &words)
+{
+    Host &host = Host::instance();
+    const bool on = flag_of(words[1]);
+    HostInterface *channel = host.find(words[0]);
+    const auto parsed = parse_interface_name(words[0]);
+    if (channel == nullptr && on && parsed && parsed->kind == NameKind::port_channel)
+        channel = make_interface(session, words[0], *parsed, 0);
+    if (channel == nullptr)
+        channel = &interface_named(words[0]);
+    if (channel->kind != InterfaceKind::port_channel)
+        throw UsageError(fmt::format("{} is no port-channel", channel->name));
+    return on ? host_does(session, "host: hold port-channel", channel->name,
+                          [&] { return host.hold_port_channel(*channel); })
+              : host_does(session, "host: release port-channel", channel->name,
+                          [&] { return host.release_held_port_channel(*channel); });
+}
+
+/* ---- Settings and MACs ---- */
+
+int set(Session &session, const ShellWords &words)
+{
+    const HostInterface &interface = interface_named(words[0]);
+    const PropertyRow &property = property_named(words[1]);
+    return request(
+        session, "set_l3_property",
+        {of(interface), Value::integer(property.type), Value::integer(number_of(words[2]))});
+}
+
+int loopback(Session &session, const ShellWords &words)
+{
+    const HostInterface &interface = interface_named(words[0]);
+    const int status = request(session, "loopback_enable",
+                               {of(interface), Value::integer(flag_of(words[1]) ? 1 : 0)});
+    return worst(status, flush_batch(session));
+}
+
+int virtual_mac(Session &session, const ShellWords &words)
+{
+    const HostInterface &interface = interface_named(words[0]);
+    const Value mac = Value::text(to_text(mac_of(words[1])));
+    return request(session, flag_of(words[2]) ? "fhrp_mac_add" : "fhrp_mac_del",
+                   {mac, of(interface)});
+}
+
+int router_mac(Session &session, const ShellWords &words)
+{
+    const Mac mac = mac_of(words[0]);
+    if (flag_of(words[1]))
+        return request(session, "rmac_add", {Value::text(to_text(mac))});
+    for (const AsicRouterMac &row : Asic::instance().router_macs()) {
+        if (row.mac == mac)
+            return request(session, "rmac_del", {Value::integer(row.peer_mac_id)});
+    }
+    throw UsageError(fmt::format("{} is no router MAC", to_text(mac)));
+}
+
+/* ---- Anything ---- */
+
+int dump(Session &session, const ShellWords &words)
+{
+    const HostInterface &interface = interface_named(words[0]);
+    return request(session, "dump_l3lif", {Value::text("output"), Value::text(""), of(interface)});
+}
+
+int call(Session &session, const ShellWords &words)
+{
+    const EntryPoint &entry = entry_named(words[0]);
+    return request(session, entry.name(), arguments_of(entry, {words.begin() + 1, words.end()}));
+}
+
+int flush(Session &session, const ShellWords &)
+{
+    return flush_batch(session);
+}
+
+int poke(Session &session, const ShellWords &words)
+{
+    const HostInterface &interface = interface_named(words[0]);
+    const AttributeRow *attribute = find_attribute(std::string_view(words[1]));
+    if (attribute == nullptr) {
+        std::vector<std::string> names;
+        for (const AttributeRow &row : attributes())
+            names.emplace_back(row.name);
+        throw UsageError(fmt::format("there is no attribute {}{}", quoted(words[1]),
+                                     did_you_mean(words[1], names)));
+    }
+    sdk_intf_attr_value value{};
+    value.param1 = static_cast<uint32_t>(number_of(words[2]));
+    return host_does(session, "host: poke", interface.name, [&] {
+        return Status{"libsdk_intf_attr_set",
+                      libsdk_intf_attr_set(0, interface.intf_id(), attribute->number, &value)};
+    });
+}
+
+} // namespace
+
+std::vector<Value> arguments_of(const EntryPoint &entry, const ShellWords &words)
+{
+    std::vector<Value> values;
+    size_t used = 0;
+    for (const Parameter &parameter : entry.parameters()) {
+        if (parameter.kind == ParameterKind::output)
+            values.push_back(Value::text("output"));
+        else if (used < words.size())
+            values.push_back(value_of(parameter, words[used++]));
+        else
+            throw UsageError(fmt::format("expected {}", call_usage(entry)));
+    }
+    if (used != words.size())
+        throw UsageError(fmt::format("expected {}", call_usage(entry)));
+    return values;
+}
+
+const CommandGroup request_commands{
+    "Requests by hand",
+    {{"create",
+      "make an interface, by its name: port, port-channel, SVI or sub-interface",
+      {{"IF", WordKind::interface}, {"VLAN", WordKind::text, Times::optional}},
+      create,
+      "The host makes its record of an interface that it does not have: Ethernet4, PortChannel1,\n"
+      "Vlan100, Ethernet4.10. VLAN is that of an SVI or sub-interface if not as in the name.\n"},
+     {"delete", "delete an interface", {{"IF", WordKind::interface}}, remove},
+     {"join",
+      "let a port join a routed port-channel",
+      {{"PORT", WordKind::interface}, {"PORT-CHANNEL", WordKind::interface}},
+      join},
+     {"leave", "let a port leave its port-channel", {{"PORT", WordKind::interface}}, leave},
+     {"set",
+      "change an L3 property",
+      {{"IF", WordKind::interface}, {"PROPERTY", WordKind::property}, {"VALUE", WordKind::text}},
+      set,
+      "set Ethernet0 mtu 9216\n"},
+     {"loopback",
+      "put a port into the internal loopback or take it out; the host flushes then",
+      {{"IF", WordKind::interface}, {"on|off", WordKind::choice}},
+      loopback},
+     {"virtual-mac",
+      "give an interface a virtual MAC, or take it away",
+      {{"IF", WordKind::interface}, {"MAC", WordKind::text}, {"on|off", WordKind::choice}},
+      virtual_mac},
+     {"router-mac",
+      "add a router MAC, or remove it",
+      {{"MAC", WordKind::text}, {"on|off", WordKind::choice}},
+      router_mac},
+     {"dump",
+      "let the library print an interface's identifiers",
+      {{"IF", WordKind::interface}},
+      dump},
+     {"call",
+      "call any entry point of the library",
+      {{"ENTRY", WordKind::entry}, {"ARGUMENT", WordKind::argument, Times::any}},
+      call,
+      "An interface is its name, or null; an interface index a name or number; a number decimal,\n"
+      "hexadecimal, on or off. An argument may be as timelines print it: create=1.\n"},
+     {"register",
+      "let the library find an interface, or find it no more",
+      {{"IF", WordKind::interface}, {"on|off", WordKind::choice}},
+      set_registered},
+     {"hold",
+      "let the host make a port-channel first, for the library to adopt, or take it back",
+      {{"PORT-CHANNEL", WordKind::interface}, {"on|off", WordKind::choice}},
+      hold},
+     {"flush", "let the host carry out the attribute writes that wait", {}, flush},
+     {"poke",
+      "write an attribute of an SDK interface past the library, for the audit to find",
+      {{"IF", WordKind::interface}, {"ATTRIBUTE", WordKind::attribute}, {"VALUE", WordKind::text}},
+      poke}}};
+
+} // namespace kvnsim

@@ -1,0 +1,172 @@
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include "sim/cli/console.h"
+#include "sim/cli/input.h"
+#include "sim/cli/instruments.h"
+#include "sim/cli/interrupt.h"
+#include "sim/cli/line_editor.h"
+#include "sim/cli/shell.h"
+#include "sim/cli/words.h"
+
+namespace kvnsim {
+namespace {
+
+/* Lines of a script; nothing at its end, or when a signal came. */
+std::optional<std::string> read_line(std::FILE *file)
+{
+    char *line = nullptr;
+    size_t capacity = 0;
+    const ssize_t length = ::getline(&line, &capacity, file);
+    const std::unique_ptr<char, void (*)(void *)> owned(line, std::free);
+    if (length < 0)
+        return std::nullopt;
+    std::string text(line, static_cast<size_t>(length));
+    if (!text.empty() && text.back() == '\n')
+        text.pop_back();
+    return text;
+}
+
+class ShellRun {
+public:
+    ShellRun(const Arguments &arguments, Console &console)
+        : arguments_(arguments), console_(console), instruments_(arguments, console),
+          interactive_(::isatty(STDIN_FILENO) != 0)
+    {
+        session_.keep_going = arguments.has("--keep-going");
+    }
+
+    int run()
+    {
+        instruments_.prepare(arguments_.values("CONFIG"));
+        instruments_.open();
+        if (arguments_.has("CONFIG"))
+            did(execute(session_, {"apply", arguments_.value("CONFIG")}));
+        if (status_ == exit_input)
+            return finish();
+        if (interactive_)
+            talk();
+        else
+            follow_script();
+        return finish();
+    }
+
+private:
+    /* At a terminal: a wrong line is told, and that is all. */
+    void talk()
+    {
+        std::FILE *terminal = ::isatty(STDOUT_FILENO) != 0 ? stdout : stderr;
+        LineEditor editor(terminal, history_file(), complete);
+        console_.note("`help` says what can be done here; Tab completes, Ctrl-D leaves.");
+        while (!session_.ended) {
+            console_.out().flush();
+            const auto line = editor.read("kvnsim> ");
+            if (!line) {
+                std::fputs("\n", terminal);
+                std::fflush(terminal);
+                break;
+            }
+            follow(*line);
+            if (interrupt_signal() == SIGINT) {
+                console_.error("interrupted");
+                forget_interrupt();
+            }
+            if (interrupt_signal() != 0)
+                break;
+        }
+        status_ = exit_well;
+    }
+
+    void follow_script()
+    {
+        while (!session_.ended && interrupt_signal() == 0) {
+            const auto line = read_line(stdin);
+            if (!line)
+                break;
+            did(follow(*line));
+            if (status_ != exit_well && arguments_.has("--stop"))
+                break;
+        }
+        if (std::ferror(stdin) != 0 && interrupt_signal() == 0)
+            throw InputError(fmt::format("cannot read standard input: {}", std::strerror(errno)));
+    }
+
+    /* The first line that is not well decides how all went. */
+    void did(int status)
+    {
+        if (status_ == exit_well)
+            status_ = status;
+    }
+
+    int follow(const std::string &line)
+    {
+        ++line_number_;
+        const std::string place = interactive_ ? "" : fmt::format("-:{}: ", line_number_);
+        const CauseScope cause(fmt::format("-:{}: {}", line_number_, line));
+        const Words words = split_words(line);
+        try {
+            if (words.open_quote != '\0')
+                throw UsageError(fmt::format("a {} is not closed", words.open_quote));
+            return words.words.empty() ? int{exit_well} : execute(session_, words.words);
+        } catch (const UsageError &error) {
+            console_.error(place + error.what());
+            return exit_usage;
+        } catch (const std::invalid_argument &error) {
+            console_.error(place + error.what());
+            return exit_usage;
+        } catch (const std::exception &error) {
+            console_.error(place + error.what());
+            return exit_input;
+        }
+    }
+
+    int finish()
+    {
+        const bool written = instruments_.close(
+            arguments_.has("--db") ? capture(switch_, session_.files) : Snapshot());
+        if (interrupt_signal() != 0)
+            return exit_signal + interrupt_signal();
+        return written || status_ != exit_well ? status_ : int{exit_input};
+    }
+
+    const Arguments &arguments_;
+    Console &console_;
+    Switch switch_; /* before the instruments, which it would forget */
+    Instruments instruments_;
+    Session session_{console_, switch_, instruments_, false, {}, {}, false};
+    const bool interactive_;
+    int status_ = exit_well;
+    uint64_t line_number_ = 0;
+};
+
+int run(const Arguments &arguments, Console &console)
+{
+    return ShellRun(arguments, console).run();
+}
+
+std::vector<Option> options()
+{
+    std::vector<Option> all = {{"CONFIG", "", "a config_db.json file to begin with"}};
+    all.insert(all.end(), instrument_options.begin(), instrument_options.end());
+    all.push_back(
+        {"--stop", "", "end a script at the first line that is not well", Takes::nothing});
+    return all;
+}
+
+const Registration
+    registration({"shell",
+                  "try a switch by hand, at a prompt or by a script on standard "
+                  "input",
+                  "kvnsim shell examples/leaf.json\n"
+                  "echo 'set Ethernet0 mtu 9216' | kvnsim shell examples/leaf.json\n",
+                  options(), run});
+
+} // namespace
+} // namespace kvnsim
