@@ -105,7 +105,7 @@ void Console::progress(std::string_view what)
     progress_shown_ = true;
 }
 
-void Console::progress(std::string_view what, size_t done, size_t of)
+void Console::progress(std::string_view what, uint64_t done, uint64_t of)
 {
     if (!error_terminal_)
         return;

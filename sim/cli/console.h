@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <ostream>
 #include <streambuf>
 #include <string>
@@ -44,7 +45,7 @@ public:
     void error(std::string_view text);
 
     /* Show how far long work is; gone with the next message or output. */
-    void progress(std::string_view what, size_t done, size_t of);
+    void progress(std::string_view what, uint64_t done, uint64_t of);
     /* The same for work whose size is not known. */
     void progress(std::string_view what);
     void clear_progress();
