@@ -147,11 +147,10 @@ public:
     std::optional<int64_t> answer(const ImportedCall &call,
                                   std::initializer_list<Argument> arguments, bool) override
     {
-        const Line *line = expected();
-        if (line == nullptr || line->kind != LineKind::call ||
-            line->value.find("call")->string() != call.name())
+        if (result_.difference || expected().kind != LineKind::call ||
+            expected().value.find("call")->string() != call.name())
             return std::nullopt; /* told when the call is made */
-        if (const Value *out = line->value.find("out")) {
+        if (const Value *out = expected().value.find("out")) {
             for (const Argument &argument : arguments) {
                 const Value *value = out->find(argument.name);
                 if (argument.is_output && value != nullptr && argument.data != nullptr &&
@@ -161,7 +160,7 @@ public:
         }
         if (host_knows(call))
             return std::nullopt;
-        const Value *result = line->value.find("result");
+        const Value *result = expected().value.find("result");
         return result != nullptr ? result->number() : 0;
     }
 
@@ -190,38 +189,32 @@ public:
     }
 
 private:
-    const Line *expected() const
-    {
-        return !result_.difference && at_ < recorded_.events.size() ? &recorded_.events[at_]
-                                                                    : nullptr;
-    }
+    /* There is one while the request runs and nothing differs: the result comes last. */
+    const Line &expected() const { return recorded_.events[at_]; }
 
-    std::string what_differs(const Line *line, const Line &now) const
+    std::string what_differs(const Line &now) const
     {
-        if (line == nullptr)
-            return "more happens than was recorded";
-        if (line->kind != now.kind)
+        if (expected().kind != now.kind)
             return "something else happens";
-        return difference_of(*line, now, at_ > 0 ? &recorded_.events[at_ - 1] : nullptr);
+        return difference_of(expected(), now, at_ > 0 ? &recorded_.events[at_ - 1] : nullptr);
     }
 
     bool matches(const Value &happened)
     {
         if (result_.difference)
             return false;
-        const Line *line = expected();
-        if (what_differs(line, line_of(happened)).empty()) {
+        if (what_differs(line_of(happened)).empty()) {
             ++at_;
             return true;
         }
         const Line now = as_read(happened); /* to be shown as the recorded line is */
-        Difference difference;
-        difference.place = reader_.place(line != nullptr ? *line : recorded_.events.back());
+        Departure difference;
+        difference.place = reader_.place(expected());
         difference.request = recorded_.request.to_text();
         if (const Value *cause = recorded_.request.value.find("cause"))
             difference.cause = cause->string();
-        difference.what = what_differs(line, now);
-        difference.recorded = line != nullptr ? line->to_text() : "nothing";
+        difference.what = what_differs(now);
+        difference.recorded = expected().to_text();
         difference.now = now.to_text();
         for (size_t i = at_ - std::min(at_, lines_before); i < at_; ++i)
             difference.before.push_back(recorded_.events[i].to_text());
@@ -397,7 +390,7 @@ private:
 
 } // namespace
 
-std::string Difference::to_text() const
+std::string Departure::to_text() const
 {
     std::string text = fmt::format("{}: {}\n  request   {}\n", place, what, request);
     if (!cause.empty())

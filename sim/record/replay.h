@@ -9,11 +9,11 @@
 namespace kvnsim {
 
 /* Where the library did something else than when it was recorded. */
-struct Difference {
+struct Departure {
     std::string place;               /* "leaf.jsonl:120", of the recorded line */
     std::string request, cause;      /* "12 l3lifpd_kvn_add_l3port(...)", "INTERFACE|Ethernet0" */
     std::string what;                /* "argument intf_id: recorded 5, now 6" */
-    std::string recorded, now;       /* the two events; "nothing" where there is none */
+    std::string recorded, now;       /* the two events */
     std::vector<std::string> before; /* the last events of the request that were the same */
     /* All of it, on several lines, the last one ended. */
     std::string to_text() const;
@@ -22,7 +22,7 @@ struct Difference {
 struct Replay {
     std::string problem; /* "leaf.jsonl:120:7: ...": the recording cannot be used from there on;
                             empty when it was read to its end or to the difference */
-    std::optional<Difference> difference;         /* the first one */
+    std::optional<Departure> difference;         /* the first one */
     uint64_t requests = 0, calls = 0, traces = 0; /* the same as recorded */
     uint64_t host_tasks = 0;                      /* passed over: the host's own */
     int64_t word_size = 0;                        /* of the build that recorded, in bits */
@@ -31,7 +31,8 @@ struct Replay {
 
 /* Make a recording's requests again of the library as it is, answering its calls from the
  * recording, and compare what it does. name stands for the recording in messages. The switch is
- * powered on anew before and after; the diagnostics' sinks are as before at the end. */
+ * powered on anew before and after; the diagnostics' sinks are as before at the end, files among
+ * them started anew. */
 Replay replay(std::istream &recording, const std::string &name);
 
 } // namespace kvnsim

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 
 #include "sim/config/desired.h"
 
@@ -82,6 +83,16 @@ TEST_P(Kept, LibraryDoesAsRecorded)
     const Replay result = replay(file, GetParam().filename().string());
     EXPECT_TRUE(result.same()) << told(result);
     EXPECT_GT(result.requests, 0u);
+}
+
+TEST(KeptRecordings, AreOfBothWordSizes)
+{
+    std::set<int64_t> sizes;
+    for (const fs::path &path : files_in(KVN_RECORDINGS, ".jsonl")) {
+        std::ifstream file(path);
+        sizes.insert(replay(file, path.filename().string()).word_size);
+    }
+    EXPECT_EQ(sizes, (std::set<int64_t>{32, 64}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Recording, Kept, testing::ValuesIn(files_in(KVN_RECORDINGS, ".jsonl")),
