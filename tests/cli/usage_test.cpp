@@ -16,7 +16,7 @@ TEST_F(Usage, HelpNamesEveryVerbAndTheExitStatuses)
     EXPECT_EQ("", help.err);
     for (const std::string &verb : all_verbs)
         EXPECT_THAT(help.out, HasSubstr("\n  " + verb + " "));
-    EXPECT_THAT(help.out, HasSubstr("4 a request failed"));
+    EXPECT_THAT(help.out, HasSubstr("4  a request failed"));
 }
 
 TEST_F(Usage, EachVerbTellsItsOptionsWithAnExample)
