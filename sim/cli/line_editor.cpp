@@ -7,10 +7,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
+#include <exception>
 #include <filesystem>
 
 #include <fmt/format.h>
 #include <histedit.h>
+#include <sys/select.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -58,6 +60,7 @@ struct LineEditor::State {
     const char *prompt = "";
     bool dropped = false; /* the line under way, by Ctrl-C */
     std::mbstate_t partial{};
+    sigset_t while_waiting{}; /* signals are held back but for the wait for a key */
     std::unique_ptr<History, HistoryEnd> history;
     std::unique_ptr<EditLine, EditorEnd> editor;
 
@@ -75,26 +78,28 @@ struct LineEditor::State {
     {
         State &state = of(editor);
         while (true) {
-            char byte = '\0';
-            const ssize_t got = ::read(STDIN_FILENO, &byte, 1);
-            if (got < 0 && errno == EINTR) {
+            fd_set input;
+            FD_ZERO(&input);
+            FD_SET(STDIN_FILENO, &input);
+            if (::pselect(STDIN_FILENO + 1, &input, nullptr, nullptr, nullptr,
+                          &state.while_waiting) < 0) {
                 if (interrupt_signal() == SIGINT) {
                     *key = interrupt_key;
                     return 1;
                 }
-                if (interrupt_signal() == 0)
-                    continue; /* the window changed, or the process went on */
+                if (errno != EINTR || interrupt_signal() != 0)
+                    return -1;
+                continue;
             }
+            char byte = '\0';
+            const ssize_t got = ::read(STDIN_FILENO, &byte, 1);
             if (got <= 0)
                 return static_cast<int>(got);
             const size_t length = std::mbrtowc(key, &byte, 1, &state.partial);
-            if (length == static_cast<size_t>(-2))
-                continue;
-            if (length == static_cast<size_t>(-1)) {
-                state.partial = {};
-                continue;
-            }
-            return 1;
+            if (length <= 1)
+                return 1;
+            if (length == static_cast<size_t>(-1))
+                state.partial = {}; /* no character: passed over */
         }
     }
 
@@ -106,13 +111,21 @@ struct LineEditor::State {
 
     static unsigned char complete(EditLine *editor, int)
     {
-        State &state = of(editor);
-        const LineInfo *line = el_line(editor);
+        try {
+            return of(editor).complete_word();
+        } catch (const std::exception &) {
+            return CC_REFRESH_BEEP;
+        }
+    }
+
+    unsigned char complete_word() const
+    {
+        const LineInfo *line = el_line(editor.get());
         Words before =
             split_words({line->buffer, static_cast<size_t>(line->cursor - line->buffer)});
         if (!before.open_word)
             before.words.emplace_back();
-        const std::vector<std::string> candidates = state.completer(before.words);
+        const std::vector<std::string> candidates = completer(before.words);
         if (candidates.empty())
             return CC_REFRESH_BEEP;
         const std::string common = common_beginning(candidates);
@@ -122,9 +135,9 @@ struct LineEditor::State {
                 more += before.open_quote;
             more += ' ';
         }
-        if (!more.empty() && el_insertstr(editor, more.c_str()) == 0)
+        if (!more.empty() && el_insertstr(editor.get(), more.c_str()) == 0)
             return CC_REFRESH;
-        state.list(candidates);
+        list(candidates);
         return CC_REDISPLAY;
     }
 
@@ -135,12 +148,13 @@ struct LineEditor::State {
         for (size_t i = 0; i < listed; ++i)
             width = std::max(width, shown(candidates[i]).size() + 2);
         const size_t columns = std::max<size_t>(80 / width, 1);
+        std::string text;
         for (size_t i = 0; i < listed; ++i)
-            fmt::print(terminal, "{}{:<{}}", i % columns == 0 ? "\n" : "", shown(candidates[i]),
-                       width);
+            text +=
+                fmt::format("{}{:<{}}", i % columns == 0 ? "\n" : "", shown(candidates[i]), width);
         if (listed != candidates.size())
-            fmt::print(terminal, "\n... and {} more", candidates.size() - listed);
-        fmt::print(terminal, "\n");
+            text += fmt::format("\n... and {} more", candidates.size() - listed);
+        std::fputs((text + "\n").c_str(), terminal);
     }
 };
 
@@ -187,10 +201,18 @@ LineEditor::~LineEditor()
 
 std::optional<std::string> LineEditor::read(const char *prompt)
 {
+    if (interrupt_signal() != 0)
+        return std::nullopt;
     state_->prompt = prompt;
     state_->dropped = false;
+    sigset_t held_back;
+    sigemptyset(&held_back);
+    sigaddset(&held_back, SIGINT);
+    sigaddset(&held_back, SIGTERM);
+    sigprocmask(SIG_BLOCK, &held_back, &state_->while_waiting);
     int length = 0;
     const char *line = el_gets(state_->editor.get(), &length);
+    sigprocmask(SIG_SETMASK, &state_->while_waiting, nullptr);
     if (state_->dropped) {
         std::fputs("^C\n", state_->terminal);
         std::fflush(state_->terminal);

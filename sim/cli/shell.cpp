@@ -274,6 +274,11 @@ std::string usage(const Command &command)
     return text;
 }
 
+void Session::error(const std::string &message) const
+{
+    console.error(place + message);
+}
+
 int execute(Session &session, const ShellWords &words)
 {
     const Command &command = command_named(words.at(0));

@@ -47,7 +47,10 @@ struct Session {
     bool keep_going = false;        /* apply what is sound of a configuration with errors */
     std::vector<std::string> files; /* applied so far */
     std::optional<Snapshot> mark;   /* what diff compares with */
+    std::string place;              /* of the line under way, before its messages: "-:12: " */
     bool ended = false;
+
+    void error(const std::string &message) const;
 };
 
 using ShellWords = std::vector<std::string>;

@@ -129,7 +129,7 @@ int tell(Session &session, const Response &response)
     }
     if (!response.failed)
         return exit_well;
-    session.console.error(response.failure());
+    session.error(response.failure());
     return exit_request;
 }
 
@@ -140,8 +140,7 @@ int request(Session &session, std::string_view name, const std::vector<Value> &v
     const EntryPoint &entry = *EntryPoint::find(name);
     const std::string reason = why_not(entry, values);
     if (!reason.empty()) {
-        session.console.error(
-            fmt::format("{} refused, the library would abort: {}", entry.name(), reason));
+        session.error(fmt::format("{} refused, the library would abort: {}", entry.name(), reason));
         return exit_request;
     }
     const Response made = entry.call(values);
@@ -164,7 +163,7 @@ int host_does(Session &session, const char *task, const std::string &subject,
     const std::string failure = doing.failure(status);
     if (failure.empty())
         return exit_well;
-    session.console.error(failure);
+    session.error(failure);
     return exit_request;
 }
 
@@ -207,7 +206,7 @@ HostInterface *make_interface(Session &session, const std::string &name,
         break;
     }
     if (made == nullptr) {
-        session.console.error(
+        session.error(
             fmt::format("the host cannot have {}: its number is taken or no port is left", name));
         return nullptr;
     }
@@ -264,7 +263,7 @@ int create(Session &session, const ShellWords &words)
         status = request(session, "add_l3port", {record, yes});
         break;
     case InterfaceKind::port_channel:
-        status = request(session, "alloc_l3pc_add", {record, yes});
+        session.console.out() << name << " comes with its first member: join PORT " << name << "\n";
         break;
     case InterfaceKind::svi:
         status = request(session, "add_svi", {record, number});
@@ -273,8 +272,7 @@ int create(Session &session, const ShellWords &words)
         status = request(session, "add_subint", {record, number, yes});
         break;
     }
-    if (status != exit_well && is_new && interface->intf_id() == no_id &&
-        interface->kind != InterfaceKind::port_channel)
+    if (status != exit_well && is_new && interface->intf_id() == no_id)
         retire(session, *interface);
     return status;
 }
@@ -463,7 +461,7 @@ std::vector<Value> arguments_of(const EntryPoint &entry, const ShellWords &words
 const CommandGroup request_commands{
     "Requests by hand",
     {{"create",
-      "make an interface, by its name: port, port-channel, SVI or sub-interface",
+      "make a routed port, port-channel, SVI or sub-interface, by its name",
       {{"IF", WordKind::interface}, {"VLAN", WordKind::text, Times::optional}},
       create,
       "The host makes its record of an interface that it does not have: Ethernet4, PortChannel1,\n"

@@ -44,8 +44,7 @@ bool is_refused(Session &session, const Configuration &configuration)
 {
     if (!configuration.has_errors() || session.keep_going)
         return false;
-    session.console.error(
-        "kvnsim: nothing was applied (kvnsim shell --keep-going applies what is sound)");
+    session.error("nothing was applied (kvnsim shell --keep-going applies what is sound)");
     return true;
 }
 

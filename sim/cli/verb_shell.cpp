@@ -67,6 +67,10 @@ private:
         console_.note("`help` says what can be done here; Tab completes, Ctrl-D leaves.");
         while (!session_.ended) {
             console_.out().flush();
+            if (interrupt_signal() == SIGINT) {
+                console_.error("interrupted");
+                forget_interrupt();
+            }
             const auto line = editor.read("kvnsim> ");
             if (!line) {
                 std::fputs("\n", terminal);
@@ -74,12 +78,6 @@ private:
                 break;
             }
             follow(*line);
-            if (interrupt_signal() == SIGINT) {
-                console_.error("interrupted");
-                forget_interrupt();
-            }
-            if (interrupt_signal() != 0)
-                break;
         }
         status_ = exit_well;
     }
@@ -108,21 +106,22 @@ private:
     int follow(const std::string &line)
     {
         ++line_number_;
-        const std::string place = interactive_ ? "" : fmt::format("-:{}: ", line_number_);
         const CauseScope cause(fmt::format("-:{}: {}", line_number_, line));
+        if (!interactive_)
+            session_.place = fmt::format("-:{}: ", line_number_);
         const Words words = split_words(line);
         try {
             if (words.open_quote != '\0')
                 throw UsageError(fmt::format("a {} is not closed", words.open_quote));
             return words.words.empty() ? int{exit_well} : execute(session_, words.words);
         } catch (const UsageError &error) {
-            console_.error(place + error.what());
+            session_.error(error.what());
             return exit_usage;
         } catch (const std::invalid_argument &error) {
-            console_.error(place + error.what());
+            session_.error(error.what());
             return exit_usage;
         } catch (const std::exception &error) {
-            console_.error(place + error.what());
+            session_.error(error.what());
             return exit_input;
         }
     }
@@ -140,7 +139,7 @@ private:
     Console &console_;
     Switch switch_; /* before the instruments, which it would forget */
     Instruments instruments_;
-    Session session_{console_, switch_, instruments_, false, {}, {}, false};
+    Session session_{console_, switch_, instruments_, false, {}, {}, {}, false};
     const bool interactive_;
     int status_ = exit_well;
     uint64_t line_number_ = 0;
