@@ -1,0 +1,115 @@
+/* All about the selected object. */
+
+function factList(facts) {
+    const list = make("dl", { className: "facts" });
+    for (const [title, content] of facts) {
+        if (content === null || content === undefined || content === "")
+            continue;
+        list.append(make("div", {}, make("dt", {}, title),
+            make("dd", {}, content instanceof Node ? content : cellContent(content))));
+    }
+    return list;
+}
+
+function rowFacts(table, row) {
+    return row === undefined ? [] : table.columns
+        .map(([key, title], i) => [key, title, row[i]])
+        .filter(([key, , cell]) => !isEmpty(cell) && !["name", "failure"].includes(key))
+        .map(([, title, cell]) => [title, cell]);
+}
+
+function notice(kind, title, text) {
+    return make("div", { className: `notice ${kind}` },
+        make("strong", {}, title), " ", linkedText(text));
+}
+
+const sides = ["Configured", "Library", "ASIC", "Database"];
+
+function explanationTable(name, explained) {
+    const body = make("tbody");
+    for (const [property, ...rest] of explained.properties) {
+        const call = rest[4], differs = rest[5];
+        body.append(make("tr", { className: differs ? "differs" : "" },
+            make("th", { scope: "row" }, property),
+            ...rest.slice(0, 4).map((value) =>
+                make("td", { className: value === "" ? "nothing" : "" }, value === "" ? "–" : value)),
+            make("td", {}, differs ? "≠ differs" : ""),
+            make("td", { className: "call" }, linkedText(call))));
+    }
+    return make("div", { className: "scroll", tabIndex: 0, role: "region",
+        "aria-label": `${name} explained` },
+    make("table", { className: "explained" },
+        make("caption", { className: "unseen" }, `${name}, property by property`),
+        make("thead", {}, make("tr", {},
+            ...["Property", ...sides, "", "Written by"].map((title) =>
+                make("th", { scope: "col" }, title)))),
+        body));
+}
+
+/* Sub-interfaces and members, which name the interface and are not named by it. */
+function dependents(name) {
+    const table = tables.get("interfaces");
+    const parent = table.columns.findIndex(([key]) => key === "parent");
+    return table.rows.filter((row) => row[parent] === name).map((row) => row[0]);
+}
+
+function drawDetails(name) {
+    const body = document.getElementById("selected-body");
+    const title = document.getElementById("selected-title");
+    const state = document.getElementById("selected-state");
+    title.textContent = name;
+    const explained = Object.hasOwn(data.explained, name) ? data.explained[name] : undefined;
+    const port = portsByName.get(name);
+    const row = interfaceRows.get(name);
+    const plain = (nodesByLabel.get(name) ?? []).filter((node) => node.kind !== "interface");
+    const parts = [];
+
+    state.replaceChildren();
+    const badge = (text, kind = "") => state.append(make("span", { className: `badge ${kind}` }, text), " ");
+    if (explained !== undefined) {
+        badge(explained.kind);
+        badge(explained.state);
+    } else {
+        for (const node of plain)
+            badge(node.gone ? "gone" : node.detail || layers[node.layer].title);
+    }
+    if (hasTrouble(name))
+        badge("! needs attention", "bad");
+
+    if (failureOf.has(name))
+        parts.push(notice("bad", "Failed:", failureOf.get(name)));
+    for (const finding of findingsOf.get(name) ?? [])
+        parts.push(notice("bad", `${finding.kind}:`, finding.words));
+
+    const facts = [];
+    if (explained?.configured_at)
+        facts.push(["Configured at", document.createTextNode(explained.configured_at)]);
+    facts.push(...rowFacts(tables.get("interfaces"), row));
+    if (port !== undefined) {
+        const row = tables.get("ports").rows[ports.indexOf(port)];
+        const told = new Set(facts.map(([title]) => title));
+        facts.push(...rowFacts(tables.get("ports"), row).filter(([title]) => !told.has(title)));
+    }
+    for (const node of plain) {
+        if (node.made)
+            facts.push(["Made by", node.made]);
+    }
+    const below = dependents(name);
+    if (below.length > 0)
+        facts.push(["Sub-interfaces", below]);
+    if (facts.length > 0)
+        parts.push(factList(facts));
+
+    if (explained !== undefined && explained.properties.length > 0) {
+        const differing = explained.properties.filter((property) => property[6]).length;
+        parts.push(make("h3", {}, "Side by side"), make("p", { className: "hint" },
+            differing === 0 ? "All sides that know a property agree."
+                : `${counted(differing, "property", "properties")} differ${differing === 1 ? "s" : ""}.`),
+        explanationTable(name, explained));
+    } else if (explained === undefined && (row !== undefined || port !== undefined)) {
+        parts.push(make("p", { className: "hint" },
+            "There are too many interfaces to explain each on this page. ",
+            make("code", {}, `kvnsim explain ${name} --db FILE`), " explains this one."));
+    }
+    body.replaceChildren(...parts);
+}

@@ -1,0 +1,236 @@
+#include "sim/report/graph.h"
+
+#include <optional>
+#include <set>
+#include <unordered_map>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "platform_api/libsdk.h"
+
+namespace kvnsim {
+namespace {
+
+class GraphMaker {
+public:
+    explicit GraphMaker(const Index &index) : index_(index), s_(index.snapshot()) {}
+
+    Graph make()
+    {
+        interfaces();
+        asic_objects();
+        ports();
+        records();
+        asic_references();
+        layer_2();
+        return std::move(graph_);
+    }
+
+private:
+    /* ---- Nodes ---- */
+
+    size_t add(NodeKind kind, std::string label, std::string detail = {}, std::string made = {})
+    {
+        graph_.nodes.push_back({kind, std::move(label), std::move(detail), std::move(made)});
+        return graph_.nodes.size() - 1;
+    }
+
+    using ById = std::unordered_map<uint32_t, size_t>;
+
+    void interfaces()
+    {
+        for (const WantedInterface &wanted : s_.wanted_interfaces)
+            interface(wanted.name, wanted.kind);
+        for (const HostRow &host : s_.host) {
+            if (host.kind != "port" || index_.context(host.ifindex) != nullptr)
+                interface(host.name, host.kind);
+        }
+    }
+    void interface(const std::string &name, const std::string &kind)
+    {
+        if (interfaces_.count(name) == 0)
+            interfaces_.emplace(name, add(NodeKind::interface, name, kind));
+    }
+
+    void asic_objects()
+    {
+        for (const IntfRow &row : s_.intfs) {
+            /* "5 (routed port, front port 3)" */
+            const std::string words = index_.intf_words(row.intf_id);
+            const size_t open = words.find('(');
+            intfs_[row.intf_id] =
+                add(NodeKind::sdk_interface, fmt::format("SDK interface {}", row.intf_id),
+                    open == words.npos ? "" : words.substr(open + 1, words.size() - open - 2),
+                    s_.words(row.made));
+        }
+        for (const TrapRow &row : s_.traps)
+            traps_[row.mac_trap_id] =
+                add(NodeKind::mac_trap, fmt::format("MAC trap {}", row.mac_trap_id),
+                    to_text(row.mac), s_.words(row.made));
+        for (const LidRow &row : s_.lids)
+            lids_[row.lid_id] = add(NodeKind::lid, fmt::format("LID entry {}", row.lid_id),
+                                    fmt::format("ifmap {:#x}", row.ifmap_idx), s_.words(row.made));
+        for (const PortChannelRow &row : s_.port_channels)
+            channels_[row.pc_id] =
+                add(NodeKind::port_channel, fmt::format("SDK port-channel {}", row.pc_id), {},
+                    s_.words(row.made));
+    }
+
+    void ports()
+    {
+        for (const HostRow &host : s_.host) {
+            if (host.kind == "port")
+                port(host.name, host.number + 1);
+        }
+        for (const WantedPort &wanted : s_.wanted_ports)
+            port(wanted.name, std::nullopt);
+    }
+    void port(const std::string &name, std::optional<uint32_t> front_port)
+    {
+        if (ports_.count(name) != 0)
+            return;
+        const size_t node =
+            add(NodeKind::port, name, front_port ? fmt::format("front port {}", *front_port) : "");
+        ports_.emplace(name, node);
+        if (front_port)
+            front_ports_.emplace(*front_port, node);
+    }
+
+    /* The object, or what stands for one that is named and not there. */
+    size_t object(ById &nodes, NodeKind kind, const char *what, uint32_t id)
+    {
+        const auto at = nodes.find(id);
+        if (at != nodes.end())
+            return at->second;
+        const size_t node = add(kind, fmt::format("{} {}", what, id), "gone");
+        graph_.nodes[node].gone = true;
+        return nodes.emplace(id, node).first->second;
+    }
+    size_t intf(uint32_t id) { return object(intfs_, NodeKind::sdk_interface, "SDK interface", id); }
+    size_t lid(uint32_t id) { return object(lids_, NodeKind::lid, "LID entry", id); }
+    size_t trap(uint32_t id) { return object(traps_, NodeKind::mac_trap, "MAC trap", id); }
+    size_t channel(uint32_t id)
+    {
+        return object(channels_, NodeKind::port_channel, "SDK port-channel", id);
+    }
+    size_t front_port(uint32_t number)
+    {
+        return object(front_ports_, NodeKind::port, "front port", number);
+    }
+
+    /* ---- Edges ---- */
+
+    void link(size_t from, size_t to, EdgeKind kind)
+    {
+        if (linked_.emplace(from, to).second)
+            graph_.edges.push_back({from, to, kind});
+    }
+
+    /* What the library's records and the host's say. */
+    void records()
+    {
+        for (const HostRow &host : s_.host) {
+            const auto at = interfaces_.find(host.name);
+            if (at == interfaces_.end())
+                continue;
+            const size_t node = at->second;
+            if (const ContextRow *context = index_.context(host.ifindex))
+                context_of(node, *context);
+            if (host.kept_intf && !is_none(*host.kept_intf))
+                link(node, intf(*host.kept_intf), EdgeKind::recorded);
+            if (host.held_lid && !is_none(*host.held_lid))
+                link(node, lid(*host.held_lid), EdgeKind::recorded);
+            if (host.held_pc && !is_none(*host.held_pc))
+                link(node, channel(*host.held_pc), EdgeKind::recorded);
+        }
+        for (const FhrpRow &entry : s_.virtual_macs) {
+            const HostRow *host = index_.host(entry.ifindex);
+            const ContextRow *context = index_.context(entry.ifindex);
+            const TrapRow *row = index_.trap(entry.mac_trap_id);
+            const bool on_its_own = row != nullptr && context != nullptr &&
+                                    row->intf_id == context->intf_id;
+            const auto at = host == nullptr ? interfaces_.end() : interfaces_.find(host->name);
+            if (at != interfaces_.end() && !on_its_own)
+                link(at->second, trap(entry.mac_trap_id), EdgeKind::recorded);
+        }
+    }
+    /* An SDK interface bound to the recorded LID entry tells the rest of the way by itself. */
+    void context_of(size_t node, const ContextRow &context)
+    {
+        uint32_t bound = none_id;
+        if (!is_none(context.intf_id)) {
+            link(node, intf(context.intf_id), EdgeKind::programmed);
+            bound = bound_lid(context.intf_id);
+        }
+        if (!is_none(context.lid_id) && context.lid_id != bound)
+            link(node, lid(context.lid_id), EdgeKind::recorded);
+        if (!is_none(context.pc_id) && !leads_to_channel(bound, context.pc_id))
+            link(node, channel(context.pc_id), EdgeKind::recorded);
+    }
+    uint32_t bound_lid(uint32_t intf_id) const
+    {
+        const AttributeValueRow *row = index_.attribute(intf_id, SdkIntfAttrLid);
+        return row != nullptr ? row->value : none_id;
+    }
+    bool leads_to_channel(uint32_t lid_id, uint32_t pc_id) const
+    {
+        for (const LidPathRow &path : find_rows(s_.lid_paths, &LidPathRow::lid_id, lid_id)) {
+            if (path.port_type == SdkPortTypeChannel && path.pc_id == pc_id)
+                return true;
+        }
+        return false;
+    }
+
+    void asic_references()
+    {
+        for (const AttributeValueRow &row : s_.attributes) {
+            if (row.number == SdkIntfAttrLid && !is_none(row.value))
+                link(intf(row.intf_id), lid(row.value), EdgeKind::programmed);
+        }
+        for (const TrapRow &row : s_.traps)
+            link(intf(row.intf_id), trap(row.mac_trap_id), EdgeKind::programmed);
+        for (const LidPathRow &row : s_.lid_paths)
+            link(lid(row.lid_id),
+                 row.port_type == SdkPortTypeChannel ? channel(row.pc_id)
+                                                     : front_port(row.front_port),
+                 EdgeKind::programmed);
+        for (const MemberRow &row : s_.members)
+            link(channel(row.pc_id), front_port(row.front_port), EdgeKind::programmed);
+    }
+
+    /* The ASIC's tables know no VLAN's members and no port-channel of layer 2. */
+    void layer_2()
+    {
+        for (const WantedMember &row : s_.wanted_members) {
+            const WantedInterface *wanted = index_.wanted(row.port_channel);
+            if (wanted != nullptr && !wanted->routed)
+                link_names(row.port_channel, row.port);
+        }
+        for (const WantedVlanMember &row : s_.wanted_vlan_members)
+            link_names(row.vlan, row.member);
+    }
+    void link_names(const std::string &interface, const std::string &member)
+    {
+        const auto from = interfaces_.find(interface);
+        const auto to = ports_.find(member);
+        if (from != interfaces_.end() && to != ports_.end())
+            link(from->second, to->second, EdgeKind::configured);
+    }
+
+    const Index &index_;
+    const Snapshot &s_;
+    Graph graph_;
+    std::unordered_map<std::string, size_t> interfaces_, ports_;
+    ById intfs_, traps_, lids_, channels_, front_ports_;
+    std::set<std::pair<size_t, size_t>> linked_;
+};
+
+} // namespace
+
+Graph object_graph(const Index &index)
+{
+    return GraphMaker(index).make();
+}
+
+} // namespace kvnsim

@@ -1,0 +1,144 @@
+/* What the page is about: the data, and finding things in it. */
+
+const data = JSON.parse(document.getElementById("data").textContent);
+
+/* A table's rows as objects by column key are made one at a time: there may be many. */
+const tables = new Map(data.tables.map((table) => [table.name, table]));
+
+function record(table, row) {
+    return Object.fromEntries(table.columns.map(([key], i) => [key, row[i]]));
+}
+
+function byName(name) {
+    const table = tables.get(name);
+    return new Map(table.rows.map((row) => [row[0], row]));
+}
+
+function records(name) {
+    const table = tables.get(name);
+    return table.rows.map((row) => record(table, row));
+}
+
+/* ---- Objects and how they hang together ---- */
+
+const layers = [
+    { title: "Interface", kinds: ["interface"] },
+    { title: "SDK interface", kinds: ["sdk"] },
+    { title: "LID, MAC trap", kinds: ["lid", "trap"] },
+    { title: "Port-channel", kinds: ["portchannel"] },
+    { title: "Port", kinds: ["port"] },
+];
+const layerOf = new Map(layers.flatMap((layer, i) => layer.kinds.map((kind) => [kind, i])));
+
+const nodes = data.graph.nodes.map(([kind, label, detail, made, gone], index) => ({
+    kind, label, detail, made, gone, index, layer: layerOf.get(kind), out: [], in: [],
+}));
+for (const [from, to, kind] of data.graph.edges) {
+    nodes[from].out.push({ node: nodes[to], kind });
+    nodes[to].in.push({ node: nodes[from], kind });
+}
+/* A routed port's name stands for the interface and for the port. */
+const nodesByLabel = new Map();
+for (const node of nodes) {
+    if (!nodesByLabel.has(node.label))
+        nodesByLabel.set(node.label, []);
+    nodesByLabel.get(node.label).push(node);
+}
+
+const interfaceRows = byName("interfaces");
+const ports = records("ports");
+const portsByName = new Map(ports.map((port) => [port.name, port]));
+
+function isObject(name) {
+    return typeof name === "string" && nodesByLabel.has(name);
+}
+
+/* ---- What is wrong ---- */
+
+const findings = records("findings");
+const failures = records("failures");
+
+/* The object of the page that a finding is about; null without one. */
+function objectOf(finding) {
+    return [finding.interface, finding.object].find(isObject) ?? null;
+}
+
+const findingsOf = new Map();
+for (const finding of findings) {
+    for (const name of new Set([finding.interface, finding.object].filter(isObject))) {
+        if (!findingsOf.has(name))
+            findingsOf.set(name, []);
+        findingsOf.get(name).push(finding);
+    }
+}
+const failureOf = new Map(failures.map((failure) => [failure.object, failure.message]));
+
+function hasTrouble(name) {
+    return findingsOf.has(name) || failureOf.has(name);
+}
+
+const roles = [
+    { name: "routed", mark: "L3", says: "routed" },
+    { name: "member", mark: "PC", says: "member of a port-channel" },
+    { name: "switched", mark: "L2", says: "switched, in a VLAN" },
+    { name: "unused", mark: "–", says: "unused" },
+    { name: "failed", mark: "!", says: "failed, or named by the audit" },
+];
+const roleNamed = new Map(roles.map((role) => [role.name, role]));
+
+function roleOf(port) {
+    return roleNamed.get(hasTrouble(port.name) ? "failed" : port.role);
+}
+
+/* ---- Words ---- */
+
+function counted(number, what, many = what + "s") {
+    return `${number.toLocaleString("en")} ${number === 1 ? what : many}`;
+}
+
+function cellText(cell) {
+    if (cell === null || cell === false || cell === "" || cell.length === 0)
+        return "–";
+    if (cell === true)
+        return "yes";
+    return Array.isArray(cell) ? cell.join(", ") : String(cell);
+}
+
+/* ---- Making elements. Text is only ever set as text. ---- */
+
+function make(tag, properties = {}, ...children) {
+    const element = document.createElement(tag);
+    for (const [name, value] of Object.entries(properties)) {
+        if (name in element && !name.includes("-"))
+            element[name] = value;
+        else
+            element.setAttribute(name, value);
+    }
+    element.append(...children);
+    return element;
+}
+
+function address(name) {
+    return "#/" + encodeURIComponent(name);
+}
+
+/* The name, as a link when the page can show what it names. */
+function linked(name) {
+    return isObject(name) ? make("a", { href: address(name) }, name) : document.createTextNode(name);
+}
+
+/* A text in which the names of objects are links: the longest that fits at each place. */
+const nameInText = /(?:SDK interface|SDK port-channel|LID entry|MAC trap) \d+|[\w.\-]+/g;
+function linkedText(text) {
+    const parts = document.createDocumentFragment();
+    let done = 0;
+    for (const match of text.matchAll(nameInText)) {
+        const name = match[0].replace(/[.\-]+$/, "");
+        if (!isObject(name))
+            continue;
+        parts.append(text.slice(done, match.index), linked(name));
+        done = match.index + name.length;
+    }
+    parts.append(text.slice(done));
+    return parts;
+}

@@ -1,0 +1,223 @@
+/* Puts the page together, and keeps all of it on what is selected. */
+
+function drawHeader() {
+    const hostname = data.hostname || "Switch";
+    document.title = `${hostname} – kvnsim report`;
+    document.getElementById("hostname").textContent = hostname;
+    const files = data.files.length === 0 ? "no configuration" : data.files.join(", then ");
+    document.getElementById("origin").textContent = `${files} · ${data.word_size}-bit library`;
+}
+
+function drawOverview() {
+    const summary = new Map(records("summary").map((row) => [row.name, row]));
+    const used = (name) => summary.get(name)?.used ?? 0;
+    const routed = ["routed_ports", "routed_port_channels", "sub_interfaces", "svis"]
+        .reduce((sum, name) => sum + used(name), 0);
+    const tile = (value, title, says, href, kind = "") =>
+        make("a", { className: `tile ${kind}`, href },
+            make("span", { className: "value" }, value), make("span", { className: "title" }, title),
+            make("span", { className: "says" }, says));
+    const well = findings.length === 0 && failures.length === 0;
+    const of = (name, what, many) => counted(used(name), what, many);
+    document.getElementById("overview").append(
+        tile(well ? "✓" : String(findings.length + failures.length),
+            well ? "All agrees" : "To look into",
+            well ? "records, ASIC, database, configuration"
+                : `${counted(findings.length, "finding")}, ${counted(failures.length, "failure")}`,
+            "#findings", well ? "good" : "bad"),
+        tile(used("programmed").toLocaleString("en"), "In the ASIC",
+            `of ${counted(routed, "L3 interface")} configured`, "#tables"),
+        tile(ports.length.toLocaleString("en"), "Ports",
+            `${ports.filter((port) => port.role !== "unused").length} in use`, "#front-panel"),
+        tile(of("sub_interfaces", "sub-interface").split(" ")[0], "Sub-interfaces",
+            `${of("svis", "SVI")}, ${of("routed_port_channels", "port-channel")} routed`, "#tables"));
+}
+
+/* Findings of a kind under one heading; the first of each at once, the rest on demand. */
+function drawFindings() {
+    const body = document.getElementById("findings-body");
+    const list = (title, entries) => {
+        const atOnce = 50;
+        const items = make("ul", { className: "finding-list" });
+        let shown = 0;
+        const more = make("button", { type: "button", className: "more" });
+        const show = () => {
+            items.append(...entries.slice(shown, shown + atOnce));
+            shown = Math.min(entries.length, shown + atOnce);
+            more.hidden = shown === entries.length;
+            more.textContent = `Show more (${entries.length - shown} left)`;
+        };
+        more.addEventListener("click", show);
+        show();
+        body.append(make("h3", {}, title, " ", make("span", { className: "badge bad" },
+            entries.length.toLocaleString("en"))), items, more);
+    };
+    const requests = new Map(records("requests").map((row) => [row.number, row]));
+    const origin = (number) => {
+        const request = requests.get(number);
+        if (request === undefined)
+            return make("li", {}, `request ${number}`);
+        return make("li", {}, `request ${number}: `,
+            make("code", {}, `${request.entry}(${request.arguments})`),
+            request.cause === null || request.cause === "" ? "" : ` because of ${request.cause}`);
+    };
+    const finding = (found) => make("li", {},
+        objectOf(found) === null ? "" : make("a", { className: "go", href: address(objectOf(found)) },
+            objectOf(found)),
+        make("p", {}, linkedText(found.words)),
+        found.requests.length === 0 ? "" :
+            make("ul", { className: "origins" }, ...found.requests.map(origin)));
+    if (findings.length === 0 && failures.length === 0) {
+        body.append(make("p", {}, "✓ The audit found nothing: records, ASIC, shared database and " +
+            "configuration agree."));
+        return;
+    }
+    const kinds = new Map();
+    for (const found of findings) {
+        if (!kinds.has(found.kind))
+            kinds.set(found.kind, []);
+        kinds.get(found.kind).push(found);
+    }
+    for (const [kind, found] of kinds)
+        list(kind, found.map(finding));
+    if (failures.length > 0) {
+        list("failed requests", failures.map((failure) => make("li", {},
+            isObject(failure.object)
+                ? make("a", { className: "go", href: address(failure.object) }, failure.object)
+                : make("strong", {}, failure.object),
+            make("p", {}, linkedText(failure.message)))));
+    }
+}
+
+/* ---- The finder ---- */
+
+function prepareFinder() {
+    const input = document.getElementById("find");
+    const list = document.getElementById("found");
+    const names = [...nodesByLabel.keys()];
+    const lower = names.map((name) => name.toLowerCase());
+    let chosen = 0;
+    const close = () => {
+        list.hidden = true;
+        input.setAttribute("aria-expanded", "false");
+        input.removeAttribute("aria-activedescendant");
+    };
+    const mark = () => {
+        [...list.children].forEach((item, i) => {
+            item.setAttribute("aria-selected", i === chosen);
+            if (i === chosen) {
+                input.setAttribute("aria-activedescendant", item.id);
+                item.scrollIntoView({ block: "nearest" });
+            }
+        });
+    };
+    const search = () => {
+        const word = input.value.trim().toLowerCase();
+        if (word === "") {
+            close();
+            return;
+        }
+        const found = [];
+        for (let i = 0; i < names.length && found.length < 500; ++i) {
+            const at = lower[i].indexOf(word);
+            if (at >= 0)
+                found.push({ name: names[i], rank: lower[i] === word ? -1 : at });
+        }
+        found.sort((a, b) => a.rank - b.rank || collator.compare(a.name, b.name));
+        list.replaceChildren(...found.slice(0, 12).map(({ name }, i) => {
+            const item = make("li", { id: `found-${i}`, role: "option" },
+                make("span", {}, name),
+                make("small", {}, nodesByLabel.get(name)[0].detail));
+            item.addEventListener("mousedown", (event) => {
+                event.preventDefault();
+                take(name);
+            });
+            return item;
+        }));
+        if (found.length === 0)
+            list.append(make("li", { className: "nothing" }, "Nothing has such a name"));
+        chosen = 0;
+        list.hidden = false;
+        input.setAttribute("aria-expanded", "true");
+        if (found.length > 0)
+            mark();
+    };
+    const take = (name) => {
+        input.value = "";
+        close();
+        select(name);
+    };
+    input.addEventListener("input", search);
+    input.addEventListener("blur", close);
+    input.addEventListener("keydown", (event) => {
+        const options = list.hidden ? [] : [...list.querySelectorAll("[role=option]")];
+        if (event.key === "Escape") {
+            close();
+        } else if (options.length > 0 && event.key === "Enter") {
+            take(options[chosen].querySelector("span").textContent);
+        } else if (options.length > 0 && ["ArrowDown", "ArrowUp"].includes(event.key)) {
+            event.preventDefault();
+            chosen = (chosen + (event.key === "ArrowDown" ? 1 : -1) + options.length) % options.length;
+            mark();
+        }
+    });
+    document.addEventListener("keydown", (event) => {
+        if (event.key === "/" && !["INPUT", "TEXTAREA"].includes(document.activeElement.tagName)) {
+            event.preventDefault();
+            input.focus();
+        }
+    });
+}
+
+/* ---- The selection is the page's address, so that it can be linked to and gone back from. ---- */
+
+function select(name) {
+    if (location.hash === address(name))
+        showSelected();
+    else
+        location.hash = address(name);
+}
+
+function selectedName() {
+    if (!location.hash.startsWith("#/"))
+        return null;
+    try {
+        return decodeURIComponent(location.hash.slice(2));
+    } catch {
+        return null;
+    }
+}
+
+function showSelected() {
+    const name = selectedName();
+    if (!isObject(name))
+        return;
+    graphState.name = name;
+    const related = new Set();
+    for (const node of neighbourhood(name)) {
+        if (node.kind === "port")
+            related.add(node.label);
+    }
+    markPorts(name, related);
+    drawDetails(name);
+    drawGraph();
+    /* On the front panel one goes from port to port; from elsewhere one wants to read. */
+    if (document.activeElement?.closest("#chassis, #graph-view"))
+        return;
+    const title = document.getElementById("selected-title");
+    title.focus({ preventScroll: true });
+    const { top, bottom } = title.getBoundingClientRect();
+    if (top < 70 || bottom > innerHeight - 120)
+        document.getElementById("selected").scrollIntoView();
+}
+
+drawHeader();
+drawOverview();
+drawFindings();
+drawFrontPanel();
+drawTables();
+prepareGraph();
+prepareFinder();
+drawGraph();
+window.addEventListener("hashchange", showSelected);
+showSelected();
