@@ -40,7 +40,7 @@ int32_t l3lifpd_kvn_l3pd_init(struct l3lif *l3lif, int32_t overwrite)
     } else if (overwrite == 0) {
         l3lifpd_trace_debug("[%d]: l3_pd already exists for ifindex = %#x! No overwrite of "
                             "previous values.\n",
-                            __LINE__, l3lif->ifindex);
+                            L3LIFPD_LINE, l3lif->ifindex);
         return 0;
     }
 
@@ -54,7 +54,7 @@ int32_t l3lifpd_kvn_l3pd_init(struct l3lif *l3lif, int32_t overwrite)
         pd->intf_id = L3LIFPD_NO_ID;
         pd->pc_id = L3LIFPD_NO_ID;
     }
-    l3lifpd_trace_debug("[%d]: Finished initialization of l3_pd.ifindex = %#x\n", __LINE__,
+    l3lifpd_trace_debug("[%d]: Finished initialization of l3_pd.ifindex = %#x\n", L3LIFPD_LINE,
                         l3lif->ifindex);
     return 0;
 }
@@ -116,7 +116,7 @@ uint32_t l3lifpd_kvn_get_lid_id_for_ifindex(uint32_t ifindex)
     }
     const l3_pd *const pd = serving_context(l3lif);
     if (pd == nullptr) {
-        l3lifpd_trace_error("%d: Got l3_pd as NULL.\n", __LINE__);
+        l3lifpd_trace_error("%d: Got l3_pd as NULL.\n", L3LIFPD_LINE);
         return L3LIFPD_NO_ID;
     }
     return pd->lid_id;

@@ -80,10 +80,10 @@ int32_t l3lifpd_kvn_add_l3port(struct l3lif *l3lif, int32_t create)
 
     const bool is_port_channel = if_index_is_eth_port_channel_intf(ifindex) != 0;
     if (is_port_channel) {
-        l3lifpd_trace_debug("[%d]: L3 interface is PC, ifindex %#x\n", __LINE__, ifindex);
+        l3lifpd_trace_debug("[%d]: L3 interface is PC, ifindex %#x\n", L3LIFPD_LINE, ifindex);
         lid_id = l3lifpd_kvn_get_lid_id_for_ifindex(ifindex);
-        l3lifpd_trace_debug("[%d]: Got lid id = %d from l3 lif ifindex %#x.\n", __LINE__, lid_id,
-                            ifindex);
+        l3lifpd_trace_debug("[%d]: Got lid id = %d from l3 lif ifindex %#x.\n", L3LIFPD_LINE,
+                            lid_id, ifindex);
         params.param1 = L3LIFPD_GET_PD_CTXT(l3lif)->pc_id;
         params.param3 = 1;
         param1_label = "pc_id";
@@ -92,10 +92,10 @@ int32_t l3lifpd_kvn_add_l3port(struct l3lif *l3lif, int32_t create)
         const int32_t rc = fwmpd_kvn_if_index_lid_id(ifindex, &lid_id);
         if (rc != 0) {
             l3lifpd_trace_error("%s[%d]: fwmpd_kvn_if_index_lid_id returned rc=%d, ifindex=%#x\n",
-                                __func__, __LINE__, rc, ifindex);
+                                __func__, L3LIFPD_LINE, rc, ifindex);
             return -1;
         }
-        l3lifpd_trace_debug("[%d]: Got lid id = %d from l2 lif.\n", __LINE__, lid_id);
+        l3lifpd_trace_debug("[%d]: Got lid id = %d from l2 lif.\n", L3LIFPD_LINE, lid_id);
         if (l3lifpd_kvn_if_set_lid(l3lif, lid_id) != 0) {
             l3lifpd_trace_error("l3lifpd_kvn_if_set_lid for %#x failed\n", ifindex);
             return -1;
@@ -109,7 +109,7 @@ int32_t l3lifpd_kvn_add_l3port(struct l3lif *l3lif, int32_t create)
 
     l3lifpd_trace_debug("[%d]:libsdk_intf_create() called, dev_inst=%d,SDK Interface_type=%d, "
                         "%s(param1)=%d, svif(param2)=%d, %s(param3)=%d.\n",
-                        __LINE__, L3LIFPD_DEV_INST, L3LIFPD_SDK_INTF_ROUTED, param1_label,
+                        L3LIFPD_LINE, L3LIFPD_DEV_INST, L3LIFPD_SDK_INTF_ROUTED, param1_label,
                         params.param1, params.param2, param3_label, params.param3);
     fwmpd_kavelin_batch_flush();
     int32_t rc = libsdk_intf_create(L3LIFPD_DEV_INST, L3LIFPD_SDK_INTF_ROUTED, &params, &intf_id);
@@ -118,13 +118,14 @@ int32_t l3lifpd_kvn_add_l3port(struct l3lif *l3lif, int32_t create)
                             ifindex);
         return -1;
     }
-    l3lifpd_trace_debug("[%d]:libsdk_intf_create() returned, sdk intf_id=%d.\n", __LINE__, intf_id);
+    l3lifpd_trace_debug("[%d]:libsdk_intf_create() returned, sdk intf_id=%d.\n", L3LIFPD_LINE,
+                        intf_id);
 
     sdk_intf_attr_value lid_value = {};
     lid_value.param1 = lid_id;
     l3lifpd_trace_debug("[%d]: Calling libsdk_intf_attr_set() with dev_inst = %d, intf_id = %d, "
                         "SdkIntfAttrLid, param1(lid_id) = %d.\n",
-                        __LINE__, L3LIFPD_DEV_INST, intf_id, lid_id);
+                        L3LIFPD_LINE, L3LIFPD_DEV_INST, intf_id, lid_id);
     rc = libsdk_intf_attr_set(L3LIFPD_DEV_INST, intf_id, SdkIntfAttrLid, &lid_value);
     if (rc != 0) {
         l3lifpd_trace_error("%s:libsdk_intf_attr_set() returned %d for intf_id=%d lid_id=%d.\n",
@@ -150,7 +151,8 @@ int32_t l3lifpd_kvn_add_l3port(struct l3lif *l3lif, int32_t create)
     /* A port-channel's context holds its pc_id and lid_id already. */
     rc = l3lifpd_kvn_l3pd_init(l3lif, is_port_channel ? 0 : 1);
     if (rc != 0) {
-        l3lifpd_trace_error("%d: l3_pd initialization failed. Returned rc = %d.\n", __LINE__, rc);
+        l3lifpd_trace_error("%d: l3_pd initialization failed. Returned rc = %d.\n", L3LIFPD_LINE,
+                            rc);
         return rc;
     }
     l3_pd *const pd = L3LIFPD_GET_PD_CTXT(l3lif);
@@ -168,14 +170,14 @@ int32_t l3lifpd_kvn_add_l3port(struct l3lif *l3lif, int32_t create)
 int32_t l3lifpd_kvn_destroy_l3_intf(struct l3lif *l3lif)
 {
     if (l3lif == nullptr) {
-        l3lifpd_trace_error("[%d]: Got %s as null.\n", __LINE__, "l3lif");
+        l3lifpd_trace_error("[%d]: Got %s as null.\n", L3LIFPD_LINE, "l3lif");
         return -1;
     }
     const uint32_t ifindex = l3lif->ifindex;
     l3lifpd_trace_debug("Entered. ifindex=%#x.\n", ifindex);
     if (l3lifpd_kvn_get_intf_id_for_ifindex(ifindex) >= L3LIFPD_NO_ID) {
         l3lifpd_trace_debug("[%d]: intf_id already cleared for ifindex %#x. Return success.\n",
-                            __LINE__, ifindex);
+                            L3LIFPD_LINE, ifindex);
         return 0;
     }
 
@@ -190,7 +192,7 @@ int32_t l3lifpd_kvn_destroy_l3_intf(struct l3lif *l3lif)
     const uint16_t intf_id = pd->intf_id;
     if (intf_id != L3LIFPD_NO_ID) {
         l3lifpd_trace_debug("[%d]: Calling libsdk_intf_destroy() for ifindex=%#x, intf_id=%d.\n",
-                            __LINE__, ifindex, intf_id);
+                            L3LIFPD_LINE, ifindex, intf_id);
         fwmpd_kavelin_batch_flush();
         if (if_index_is_physical_interface(ifindex) != 0) {
             /* The SDK interface stays with the port for its port-channel membership. */
@@ -198,8 +200,8 @@ int32_t l3lifpd_kvn_destroy_l3_intf(struct l3lif *l3lif)
         } else {
             const int32_t rc = libsdk_intf_destroy(L3LIFPD_DEV_INST, intf_id);
             l3lifpd_trace_debug(
-                "[%d]: libsdk_intf_destroy() returned %d for ifindex=%#x, intf_id=%d.\n", __LINE__,
-                rc, ifindex, intf_id);
+                "[%d]: libsdk_intf_destroy() returned %d for ifindex=%#x, intf_id=%d.\n",
+                L3LIFPD_LINE, rc, ifindex, intf_id);
             if (rc != 0) {
                 l3lifpd_trace_error("%s:Failed to destroy interface %#x with intf-id %d.\n",
                                     __func__, ifindex, intf_id);
@@ -276,7 +278,7 @@ int32_t l3lifpd_kvn_add_subint(struct l3lif *l3lif, uint32_t encap_vlan, int32_t
     lid_value.param1 = lid_id;
     l3lifpd_trace_debug("[%d]: Calling libsdk_intf_attr_set() with dev_inst = %d, intf_id = %d, "
                         "SdkIntfAttrLid, param1(lid_id) = %d.\n",
-                        __LINE__, L3LIFPD_DEV_INST, intf_id, lid_id);
+                        L3LIFPD_LINE, L3LIFPD_DEV_INST, intf_id, lid_id);
     rc = libsdk_intf_attr_set(L3LIFPD_DEV_INST, intf_id, SdkIntfAttrLid, &lid_value);
     if (rc != 0) {
         l3lifpd_trace_error("%s:libsdk_intf_attr_set() returned %u for intf_id=%d lid_id=%d.\n",
@@ -317,7 +319,7 @@ int32_t l3lifpd_kvn_add_svi(struct l3lif *l3lif, uint32_t encap_vlan)
     params.param1 = encap_vlan;
     l3lifpd_trace_debug("[%d]:libsdk_intf_create() called, dev_inst=%d,SDK Interface_type=%d, "
                         "param1(encap_vlan)=%d, param2(svif)=%d, param3(pc/pif)=%d.\n",
-                        __LINE__, L3LIFPD_DEV_INST, L3LIFPD_SDK_INTF_SVI, params.param1,
+                        L3LIFPD_LINE, L3LIFPD_DEV_INST, L3LIFPD_SDK_INTF_SVI, params.param1,
                         params.param2, params.param3);
     fwmpd_kavelin_batch_flush();
     int32_t rc = libsdk_intf_create(L3LIFPD_DEV_INST, L3LIFPD_SDK_INTF_SVI, &params, &intf_id);
@@ -326,11 +328,13 @@ int32_t l3lifpd_kvn_add_svi(struct l3lif *l3lif, uint32_t encap_vlan)
                             ifindex);
         return -1;
     }
-    l3lifpd_trace_debug("[%d]:libsdk_intf_create() returned, sdk intf_id=%d.\n", __LINE__, intf_id);
+    l3lifpd_trace_debug("[%d]:libsdk_intf_create() returned, sdk intf_id=%d.\n", L3LIFPD_LINE,
+                        intf_id);
 
     rc = l3lifpd_kvn_l3pd_init(l3lif, 1);
     if (rc != 0) {
-        l3lifpd_trace_error("%d: l3_pd initialization failed. Returned rc = %d.\n", __LINE__, rc);
+        l3lifpd_trace_error("%d: l3_pd initialization failed. Returned rc = %d.\n", L3LIFPD_LINE,
+                            rc);
         return rc;
     }
     L3LIFPD_GET_PD_CTXT(l3lif)->intf_id = (uint16_t)intf_id;

@@ -30,11 +30,11 @@ uint32_t l3lifpd_kvn_peer_mac_add(const uint8_t *mac)
     const int32_t rc =
         libsdk_switch_router_mac_create(L3LIFPD_DEV_INST, words.lo, words.hi, &peer_mac_id);
     if (rc != 0) {
-        l3lifpd_trace_error("%s[%d]: error rc = %d\n", __func__, __LINE__, rc);
+        l3lifpd_trace_error("%s[%d]: error rc = %d\n", __func__, L3LIFPD_LINE, rc);
         return (uint32_t)rc;
     }
     l3lifpd_trace_debug("%s[%d]: rmac (%02x:%02x:%02x:%02x:%02x:%02x) peer_mac_id = %#x", __func__,
-                        __LINE__, mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], peer_mac_id);
+                        L3LIFPD_LINE, mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], peer_mac_id);
     return peer_mac_id;
 }
 
@@ -42,7 +42,7 @@ int32_t l3lifpd_kvn_peer_mac_del(int32_t peer_mac_id)
 {
     const int32_t rc = libsdk_switch_router_mac_destroy(L3LIFPD_DEV_INST, (uint32_t)peer_mac_id);
     if (rc != 0)
-        l3lifpd_trace_error("%s[%d]: error rc = %d\n", __func__, __LINE__, rc);
+        l3lifpd_trace_error("%s[%d]: error rc = %d\n", __func__, L3LIFPD_LINE, rc);
     return rc;
 }
 

@@ -31,7 +31,7 @@ int32_t l3lifpd_kvn_alloc_l3pc_add(struct l3lif *l3lif, int32_t create)
     if (member_count != 1) {
         l3lifpd_trace_error("[%d]: L3 pc creation called for ifindex %#xwhen member count is %d "
                             "(should be 1).\n",
-                            __LINE__, ifindex, member_count);
+                            L3LIFPD_LINE, ifindex, member_count);
         return -1;
     }
 
@@ -49,15 +49,16 @@ int32_t l3lifpd_kvn_alloc_l3pc_add(struct l3lif *l3lif, int32_t create)
                                 __func__, rc, ifindex);
             return -1;
         }
-        l3lifpd_trace_debug("[%d]:libsdk_portchannel_create() returned, sdk pc_id=%d.\n", __LINE__,
-                            pc_id);
+        l3lifpd_trace_debug("[%d]:libsdk_portchannel_create() returned, sdk pc_id=%d.\n",
+                            L3LIFPD_LINE, pc_id);
         rc = libsdk_lid_entry_create(L3LIFPD_DEV_INST, &lid_id);
         if (rc != 0) {
-            l3lifpd_trace_error("[%d]: Error getting kvn lid id for pc %#x.\n", __LINE__, ifindex);
+            l3lifpd_trace_error("[%d]: Error getting kvn lid id for pc %#x.\n", L3LIFPD_LINE,
+                                ifindex);
             return -1;
         }
         l3lifpd_trace_debug("[%d]:libsdk_lid_entry_create() returned for pc %#x. lid_id = %d.\n",
-                            __LINE__, ifindex, lid_id);
+                            L3LIFPD_LINE, ifindex, lid_id);
 
         sdk_lid_path path = {};
         path.port_type = SdkPortTypeChannel;
@@ -75,7 +76,8 @@ int32_t l3lifpd_kvn_alloc_l3pc_add(struct l3lif *l3lif, int32_t create)
 
     rc = l3lifpd_kvn_l3pd_init(l3lif, 1);
     if (rc != 0) {
-        l3lifpd_trace_error("%d: l3_pd initialization failed. Returned rc = %d.\n", __LINE__, rc);
+        l3lifpd_trace_error("%d: l3_pd initialization failed. Returned rc = %d.\n", L3LIFPD_LINE,
+                            rc);
         return rc;
     }
     l3_pd *const pd = L3LIFPD_GET_PD_CTXT(l3lif);
@@ -113,7 +115,7 @@ int32_t l3lifpd_kvn_add_l3pc(struct l3lif *l3lif, int32_t create)
 
     const l3_pd *const member_pd = L3LIFPD_GET_PD_CTXT(l3lif);
     if (member_pd != nullptr && member_pd->intf_id < L3LIFPD_NO_ID) {
-        l3lifpd_trace_debug("[%d]: intf_id=%d already exists for member intf %#x.\n", __LINE__,
+        l3lifpd_trace_debug("[%d]: intf_id=%d already exists for member intf %#x.\n", L3LIFPD_LINE,
                             member_pd->intf_id, l3lif->ifindex);
         return 0;
     }
@@ -125,11 +127,11 @@ int32_t l3lifpd_kvn_add_l3pc(struct l3lif *l3lif, int32_t create)
                                 port_channel->ifindex);
             return -1;
         }
-        l3lifpd_trace_debug("%d: PC created for ifindex %#x pc_id=%d.\n", __LINE__,
+        l3lifpd_trace_debug("%d: PC created for ifindex %#x pc_id=%d.\n", L3LIFPD_LINE,
                             port_channel->ifindex, port_channel->pd_ctxt->l3_pd->pc_id);
     } else {
         l3lifpd_trace_debug("%d: pd PC already exists for ifindex %#x. Not created again.\n",
-                            __LINE__, port_channel->ifindex);
+                            L3LIFPD_LINE, port_channel->ifindex);
     }
 
     uint8_t port;
@@ -137,7 +139,7 @@ int32_t l3lifpd_kvn_add_l3pc(struct l3lif *l3lif, int32_t create)
     const uint32_t pc_id = L3LIFPD_GET_PD_CTXT(port_channel)->pc_id;
     const sdk_port_mask mask = port_mask_of(front_port);
     l3lifpd_trace_debug("[%d]: Calling libsdk_portchannel_member_add() pc_id=%d, front_port=%d.\n",
-                        __LINE__, pc_id, front_port);
+                        L3LIFPD_LINE, pc_id, front_port);
     if (libsdk_portchannel_member_add(L3LIFPD_DEV_INST, pc_id, &mask) != 0) {
         l3lifpd_trace_error("%s: libsdk_portchannel_member_add failed for pc_id %d front_port %d\n",
                             __func__, pc_id, front_port);
@@ -145,7 +147,7 @@ int32_t l3lifpd_kvn_add_l3pc(struct l3lif *l3lif, int32_t create)
     }
     l3lifpd_trace_debug("[%d]: libsdk_portchannel_member_add succeeded for pc_id %d front_port "
                         "%d\n",
-                        __LINE__, pc_id, front_port);
+                        L3LIFPD_LINE, pc_id, front_port);
     if (l3lifpd_kvn_pc_SupPortMask_set(l3lif, port_channel, 1) != 0)
         l3lifpd_trace_error("Error setting Sup_Port_mask table entries for pc %#x.\n",
                             port_channel->ifindex);
@@ -178,18 +180,18 @@ int32_t l3lifpd_kvn_pc_SupPortMask_set(struct l3lif *, struct l3lif *, int32_t)
 int32_t l3lifpd_kvn_del_l3pc(struct l3lif *l3lif, int32_t destroy)
 {
     if (l3lif == nullptr) {
-        l3lifpd_trace_error("[%d]: Got %s as null.\n", __LINE__, "l3lif");
+        l3lifpd_trace_error("[%d]: Got %s as null.\n", L3LIFPD_LINE, "l3lif");
         return -1;
     }
     if (l3lif->main_l3lif == nullptr) {
-        l3lifpd_trace_error("[%d]: Got %s as null.\n", __LINE__, "l3lif->main_l3lif");
+        l3lifpd_trace_error("[%d]: Got %s as null.\n", L3LIFPD_LINE, "l3lif->main_l3lif");
         return -1;
     }
     l3lifpd_trace_debug("Entered. ifindex=%#x, destroy=%d\n", l3lif->ifindex, destroy);
 
     const l3_pd *const member_pd = L3LIFPD_GET_PD_CTXT(l3lif);
     if (member_pd != nullptr && member_pd->intf_id < L3LIFPD_NO_ID) {
-        l3lifpd_trace_debug("[%d]: intf_id=%d already exists for member intf %#x.\n", __LINE__,
+        l3lifpd_trace_debug("[%d]: intf_id=%d already exists for member intf %#x.\n", L3LIFPD_LINE,
                             member_pd->intf_id, l3lif->ifindex);
         return -1;
     }
@@ -202,7 +204,7 @@ int32_t l3lifpd_kvn_del_l3pc(struct l3lif *l3lif, int32_t destroy)
     const sdk_port_mask mask = port_mask_of(front_port);
     l3lifpd_trace_debug("[%d]: Calling libsdk_portchannel_member_delete() pc_id=%d, "
                         "front_port=%d.\n",
-                        __LINE__, pc_id, front_port);
+                        L3LIFPD_LINE, pc_id, front_port);
     if (libsdk_portchannel_member_delete(L3LIFPD_DEV_INST, pc_id, &mask, port_channel->ifindex) !=
         0) {
         l3lifpd_trace_error(
@@ -212,7 +214,7 @@ int32_t l3lifpd_kvn_del_l3pc(struct l3lif *l3lif, int32_t destroy)
     }
     l3lifpd_trace_debug("[%d]: libsdk_portchannel_member_delete succeeded for pc_id %d front_port "
                         "%d\n",
-                        __LINE__, pc_id, front_port);
+                        L3LIFPD_LINE, pc_id, front_port);
 
     if (destroy == 0) {
         if (l3lifpd_kvn_pc_SupPortMask_set(l3lif, port_channel, 0) != 0)
@@ -224,11 +226,12 @@ int32_t l3lifpd_kvn_del_l3pc(struct l3lif *l3lif, int32_t destroy)
     /* The teardown's order is fixed, and not the mirror of the creation's: LID entry, interface,
      * port-channel. */
     const uint32_t lid_id = l3lifpd_kvn_get_lid_id_for_ifindex(port_channel->ifindex);
-    l3lifpd_trace_debug("[%d]: Calling libsdk_lid_entry_destroy, lid_id=%d.\n", __LINE__, lid_id);
+    l3lifpd_trace_debug("[%d]: Calling libsdk_lid_entry_destroy, lid_id=%d.\n", L3LIFPD_LINE,
+                        lid_id);
     int32_t rc = libsdk_lid_entry_destroy(L3LIFPD_DEV_INST, lid_id);
     if (rc != 0) {
         l3lifpd_trace_error("[%d]: libsdk_lid_entry_destroy returned rc=%d pc %#x, lid_id %d.\n",
-                            __LINE__, rc, port_channel->ifindex, lid_id);
+                            L3LIFPD_LINE, rc, port_channel->ifindex, lid_id);
         return -1;
     }
     rc = l3lifpd_kvn_destroy_l3_intf(port_channel);
@@ -238,7 +241,8 @@ int32_t l3lifpd_kvn_del_l3pc(struct l3lif *l3lif, int32_t destroy)
                             port_channel->ifindex, pc_id, rc);
         return -1;
     }
-    l3lifpd_trace_debug("[%d]: Calling libsdk_portchannel_destroy, pc_id=%d.\n", __LINE__, pc_id);
+    l3lifpd_trace_debug("[%d]: Calling libsdk_portchannel_destroy, pc_id=%d.\n", L3LIFPD_LINE,
+                        pc_id);
     rc = libsdk_portchannel_destroy(L3LIFPD_DEV_INST, pc_id);
     if (rc != 0) {
         l3lifpd_trace_error("Could not destroy port channel pc_id=%d in "

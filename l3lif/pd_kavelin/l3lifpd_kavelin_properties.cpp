@@ -116,7 +116,7 @@ int32_t l3lifpd_kvn_set_single_l3_property(uint32_t intf_id, uint32_t prop_type,
 {
     const property_row *const row = find_property(prop_type);
     if (row == nullptr) {
-        l3lifpd_trace_debug("[%d]: Unknown property type %d.\n", __LINE__, prop_type);
+        l3lifpd_trace_debug("[%d]: Unknown property type %d.\n", L3LIFPD_LINE, prop_type);
         return 0;
     }
 
@@ -135,7 +135,7 @@ int32_t l3lifpd_kvn_set_single_l3_property(uint32_t intf_id, uint32_t prop_type,
         if (rc != 0) {
             l3lifpd_trace_error("[%d]: libsdk_intf_attr_get failed for  SdkIntfAttrIngTblDfMask "
                                 "for intf_id %d.\n",
-                                __LINE__, intf_id);
+                                L3LIFPD_LINE, intf_id);
             return rc;
         }
         holder.param1 =
@@ -151,7 +151,7 @@ int32_t l3lifpd_kvn_set_single_l3_property(uint32_t intf_id, uint32_t prop_type,
     if (rc == 0)
         return 0;
     if (row->failure == Failure::Value)
-        l3lifpd_trace_error_text(row->failure_text, __func__, __LINE__, value, intf_id);
+        l3lifpd_trace_error_text(row->failure_text, __func__, L3LIFPD_LINE, value, intf_id);
     else
         l3lifpd_trace_error_text(row->failure_text, intf_id, rc);
     return rc;
@@ -160,20 +160,20 @@ int32_t l3lifpd_kvn_set_single_l3_property(uint32_t intf_id, uint32_t prop_type,
 int32_t l3lifpd_kvn_set_l3_property(struct l3lif *l3lif, int32_t prop_type, uint32_t value)
 {
     if (l3lif == nullptr) {
-        l3lifpd_trace_error("%s[%u]: l3lif is NULL.\n", __func__, __LINE__);
+        l3lifpd_trace_error("%s[%u]: l3lif is NULL.\n", __func__, L3LIFPD_LINE);
         return -1;
     }
     l3lifpd_trace_debug("l3lif=%#x, Property type=%d, value=%d.\n", l3lif->ifindex, prop_type,
                         value);
     const uint32_t intf_id = l3lifpd_kvn_get_intf_id_for_ifindex(l3lif->ifindex);
     if (intf_id == L3LIFPD_NO_ID) {
-        l3lifpd_trace_error("[%d]: Got invalid intf_id for ifindex %#x.\n", __LINE__,
+        l3lifpd_trace_error("[%d]: Got invalid intf_id for ifindex %#x.\n", L3LIFPD_LINE,
                             l3lif->ifindex);
         return 0;
     }
     const int32_t rc = l3lifpd_kvn_set_single_l3_property(intf_id, (uint32_t)prop_type, value);
     if (rc != 0) {
-        l3lifpd_trace_debug("[%d]: Error! Returning rc=%d.\n", __LINE__, rc);
+        l3lifpd_trace_debug("[%d]: Error! Returning rc=%d.\n", L3LIFPD_LINE, rc);
         return rc;
     }
 

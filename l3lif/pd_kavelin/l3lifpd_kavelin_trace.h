@@ -78,11 +78,15 @@ __attribute__((noinline)) void l3lifpd_trace_emit(int32_t level, const char *fun
 
 #pragma GCC diagnostic pop
 
+/* The line of a record, for the record itself and for texts that print it: the same one wherever it
+ * stands in a call that runs over several lines, which __LINE__ is not. */
+#define L3LIFPD_LINE __builtin_LINE()
+
 #define L3LIFPD_TRACE(level, ...)                                                                  \
     do {                                                                                           \
         if (false)                                                                                 \
             l3lifpd_trace_check(__VA_ARGS__);                                                      \
-        l3lifpd_trace_emit(level, __func__, __LINE__, __VA_ARGS__);                                \
+        l3lifpd_trace_emit(level, __func__, L3LIFPD_LINE, __VA_ARGS__);                            \
     } while (0)
 
 #define l3lifpd_trace_debug(...) L3LIFPD_TRACE(L3LIFPD_TRACE_DEBUG, __VA_ARGS__)
@@ -90,9 +94,9 @@ __attribute__((noinline)) void l3lifpd_trace_emit(int32_t level, const char *fun
 
 /* The same for a text out of a table, which a static_assert beside the table has checked. */
 #define l3lifpd_trace_debug_text(...)                                                              \
-    l3lifpd_trace_emit(L3LIFPD_TRACE_DEBUG, __func__, __LINE__, __VA_ARGS__)
+    l3lifpd_trace_emit(L3LIFPD_TRACE_DEBUG, __func__, L3LIFPD_LINE, __VA_ARGS__)
 #define l3lifpd_trace_error_text(...)                                                              \
-    l3lifpd_trace_emit(L3LIFPD_TRACE_ERROR, __func__, __LINE__, __VA_ARGS__)
+    l3lifpd_trace_emit(L3LIFPD_TRACE_ERROR, __func__, L3LIFPD_LINE, __VA_ARGS__)
 
 /* The conversions of a format in order ("sxd"), flags and widths aside, are the expected ones. */
 constexpr bool l3lifpd_trace_format_takes(const char *format, const char *conversions)
@@ -115,7 +119,7 @@ constexpr bool l3lifpd_trace_format_takes(const char *format, const char *conver
 #define l3lifpd_assert(condition)                                                                  \
     do {                                                                                           \
         if (!(condition))                                                                          \
-            l3lifpd_assert_failed(__func__, __LINE__, #condition);                                 \
+            l3lifpd_assert_failed(__func__, L3LIFPD_LINE, #condition);                             \
     } while (0)
 
 [[noreturn]] void l3lifpd_assert_failed(const char *function, int32_t line, const char *condition);
