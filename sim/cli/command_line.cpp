@@ -94,7 +94,16 @@ CLI::Option *declare(CLI::App &app, const Option &option, std::vector<std::strin
     return declared;
 }
 
-/* The words that nobody asked for. */
+/* The words that nobody asked for; the "--" in front of operands comes back among them. */
+std::vector<std::string> unknown_words(const CLI::App &app)
+{
+    std::vector<std::string> words = app.remaining();
+    const auto divider = std::find(words.begin(), words.end(), "--");
+    if (divider != words.end())
+        words.erase(divider);
+    return words;
+}
+
 [[noreturn]] void refuse_unknown(const Verb &verb, const std::vector<std::string> &words)
 {
     std::vector<std::string> names;
@@ -156,8 +165,8 @@ Arguments parse(const Verb &verb, const std::vector<std::string> &words)
         app.parse(reversed);
     } catch (const CLI::RequiredError &) {
         /* A misspelt option is more to the point than what is missing in its wake. */
-        if (!app.remaining().empty())
-            refuse_unknown(verb, app.remaining());
+        if (const auto unknown = unknown_words(app); !unknown.empty())
+            refuse_unknown(verb, unknown);
         for (const Option &option : verb.options) {
             if ((option.times == Times::required || option.times == Times::some) &&
                 !arguments.has(option.name))
@@ -174,8 +183,8 @@ Arguments parse(const Verb &verb, const std::vector<std::string> &words)
     } catch (const CLI::ParseError &error) {
         throw UsageError(error.what());
     }
-    if (!app.remaining().empty())
-        refuse_unknown(verb, app.remaining());
+    if (const auto unknown = unknown_words(app); !unknown.empty())
+        refuse_unknown(verb, unknown);
     return arguments;
 }
 

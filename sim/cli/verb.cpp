@@ -1,6 +1,7 @@
 #include "sim/cli/verb.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstring>
 
 #include <fmt/format.h>
@@ -12,15 +13,6 @@ std::vector<const Verb *> &table()
 {
     static std::vector<const Verb *> verbs;
     return verbs;
-}
-
-/* "--db FILE", "--timeline [IF]", "CONFIG" */
-std::string spelled(const Option &option)
-{
-    if (option.value[0] == '\0')
-        return option.name;
-    return fmt::format(option.takes == Takes::interface ? "{} [{}]" : "{} {}", option.name,
-                       option.value);
 }
 
 constexpr size_t help_width = 100, help_column = 30;
@@ -38,6 +30,16 @@ std::string help_line(const Option &option)
     return text + std::string(rest) + "\n";
 }
 
+} // namespace
+
+std::string spelled(const Option &option)
+{
+    if (option.value[0] == '\0')
+        return option.name;
+    return fmt::format(option.takes == Takes::interface ? "{} [{}]" : "{} {}", option.name,
+                       option.value);
+}
+
 std::string usage(const Verb &verb)
 {
     std::string text = fmt::format("kvnsim {}", verb.name);
@@ -49,13 +51,13 @@ std::string usage(const Verb &verb)
             has_optional = true;
         else if (option.times == Times::some)
             text += fmt::format(" {0} [{0}...]", word);
+        else if (option.times == Times::any)
+            text += fmt::format(" [{}...]", word);
         else
             text += fmt::format(must ? " {}" : " [{}]", word);
     }
     return has_optional ? text + " [OPTION...]" : text;
 }
-
-} // namespace
 
 const Option db_option{"--db", "FILE", "the database that `kvnsim run --db FILE` left", Takes::text,
                        Times::required};
@@ -82,19 +84,36 @@ const Verb *find_verb(std::string_view name)
     return found == table().end() ? nullptr : *found;
 }
 
+const char *const introduction =
+    "kvnsim brings a switch's configuration up with the Kavelin L3 interface library on a\n"
+    "software model of the ASIC, and shows what came of it.\n";
+
+const std::vector<ExitMeaning> &exit_meanings()
+{
+    static const std::vector<ExitMeaning> meanings{
+        {exit_well, "all well"},
+        {exit_found, "an audit, replay or diff found something"},
+        {exit_usage, "wrong usage"},
+        {exit_input, "bad input"},
+        {exit_request, "a request failed"},
+        {exit_signal + SIGINT, "interrupted"},
+    };
+    return meanings;
+}
+
 std::string help()
 {
-    std::string text = "kvnsim brings a switch's configuration up with the Kavelin L3 interface "
-                       "library on a\nsoftware model of the ASIC, and shows what came of it.\n\n"
-                       "Usage: kvnsim VERB [ARGUMENT...]\n\nVerbs:\n";
+    std::string text = introduction;
+    text += "\nUsage: kvnsim VERB [ARGUMENT...]\n\nVerbs:\n";
     for (const Verb *verb : verbs())
-        text += fmt::format("  {:<10}{}\n", verb->name, verb->purpose);
-    return text + "\nExample:\n"
-                  "  kvnsim run examples/leaf.json --db leaf.db\n"
-                  "  kvnsim explain Ethernet0 --db leaf.db\n\n"
-                  "Exit status: 0 all well, 1 an audit, replay or diff found something, 2 wrong "
-                  "usage,\n3 bad input, 4 a request failed, 130 interrupted.\n"
-                  "`kvnsim VERB --help` tells more of a verb.\n";
+        text += fmt::format("  {:<11}{}\n", verb->name, verb->purpose);
+    text += "\nExample:\n"
+            "  kvnsim run examples/leaf.json --db leaf.db\n"
+            "  kvnsim explain Ethernet0 --db leaf.db\n\n"
+            "Exit status:\n";
+    for (const ExitMeaning &exit : exit_meanings())
+        text += fmt::format("  {:>3}  {}\n", exit.status, exit.meaning);
+    return text + "\n`kvnsim VERB --help` tells more of a verb.\n";
 }
 
 std::string help(const Verb &verb)

@@ -94,6 +94,16 @@ extern const Option json_option; /* --json */
 /* Understand the words behind the verb. UsageError says what is wrong with them. */
 Arguments parse(const Verb &verb, const std::vector<std::string> &words);
 
+/* Parts of the help. */
+extern const char *const introduction;     /* two lines */
+std::string usage(const Verb &verb);       /* "kvnsim audit --db FILE [OPTION...]" */
+std::string spelled(const Option &option); /* "--db FILE", "--timeline [IF]", "CONFIG" */
+struct ExitMeaning {
+    int status;
+    const char *meaning;
+};
+const std::vector<ExitMeaning> &exit_meanings();
+
 /* What --help prints. */
 std::string help();
 std::string help(const Verb &verb);
