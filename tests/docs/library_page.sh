@@ -21,7 +21,7 @@ for name in $imported; do
     grep -q "\`$name\`" "$page" || complain "$name is imported and not mentioned"
 done
 provided=$(sed -n '/^## What the host provides/,/^Of these/p' "$page" | grep '^| \[' |
-    grep -o '`[A-Za-z0-9_]*`' | tr -d '`')
+    grep -o $'`[A-Za-z0-9_]*`' | tr -d $'`')
 for name in $provided; do
     grep -qx "$name" <<<"$imported" || complain "$name is mentioned and not imported"
 done
