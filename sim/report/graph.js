@@ -35,53 +35,118 @@ function wholeGraph() {
     };
 }
 
+/* ---- Layout: objects that hang together stand together, one such group below the other. ---- */
+
 function middle(values) {
     return values.reduce((sum, value) => sum + value, 0) / values.length;
 }
 
-/* Gives each node x and y; returns the columns that have nodes, with their titles. */
-function layOut(drawn) {
-    const present = new Set(drawn);
-    const columns = layers
-        .map(({ title }, layer) => ({ title, nodes: drawn.filter((node) => node.layer === layer) }))
-        .filter((column) => column.nodes.length > 0);
-    for (const column of columns)
-        column.nodes.forEach((node, i) => { node.at = i; });
-    const wants = (node, side, otherwise) => {
-        const near = node[side].filter((edge) => present.has(edge.node));
-        return near.length > 0 ? middle(near.map((edge) => edge.node.at)) : otherwise;
+function groupsOf(drawn) {
+    const left = new Set(drawn);
+    const groups = [];
+    for (const first of drawn) {
+        if (!left.delete(first))
+            continue;
+        const group = [first];
+        for (const node of group) {
+            for (const edge of [...node.out, ...node.in]) {
+                if (left.delete(edge.node))
+                    group.push(edge.node);
+            }
+        }
+        groups.push(group.sort((a, b) => a.index - b.index));
+    }
+    return groups;
+}
+
+/* Places of a group's objects by column. An edge that passes columns by has a place in each of
+ * them, so that it runs beside the boxes and not behind them. */
+function placesOf(group, columnOf, columnCount) {
+    const columns = Array.from({ length: columnCount }, () => []);
+    const place = (column) => {
+        const made = { at: columns[column].length, order: columns[column].length, in: [], out: [] };
+        columns[column].push(made);
+        return made;
     };
-    /* First the order within each column, then how far apart. */
+    const join = (from, to) => {
+        from.out.push(to);
+        to.in.push(from);
+    };
+    const placeOf = new Map(group.map((node) => [node, place(columnOf(node))]));
+    const ways = [];
+    for (const node of group) {
+        for (const edge of node.out.filter(({ node: to }) => placeOf.has(to))) {
+            const way = [placeOf.get(node)];
+            for (let column = columnOf(node) + 1; column < columnOf(edge.node); ++column)
+                way.push(place(column));
+            way.push(placeOf.get(edge.node));
+            way.slice(1).forEach((to, i) => join(way[i], to));
+            ways.push({ from: node, to: edge.node, kind: edge.kind, by: way.slice(1, -1) });
+        }
+    }
+    return { columns, placeOf, ways };
+}
+
+/* First the order within each column, then how far apart; each looks to its neighbours. */
+function arrange(columns) {
+    const wanted = (place, side) =>
+        place[side].length > 0 ? middle(place[side].map((near) => near.at)) : place.at;
     const order = (column, side) => {
-        const wanted = new Map(column.nodes.map((node) => [node, wants(node, side, node.at)]));
-        column.nodes.sort((a, b) => wanted.get(a) - wanted.get(b) || a.index - b.index);
-        column.nodes.forEach((node, i) => { node.at = i; });
+        const wants = new Map(column.map((place) => [place, wanted(place, side)]));
+        column.sort((a, b) => wants.get(a) - wants.get(b) || a.order - b.order);
+        column.forEach((place, i) => { place.at = i; });
     };
-    for (let pass = 0; pass < 4; ++pass) {
-        columns.forEach((column) => order(column, "in"));
-        [...columns].reverse().forEach((column) => order(column, "out"));
-    }
     const settle = (column, side) => {
-        const wanted = column.nodes.map((node) => wants(node, side, node.at));
-        let last = -1;
-        column.nodes.forEach((node, i) => {
-            node.at = Math.max(wanted[i], last + 1);
-            last = node.at;
+        const wants = column.map((place) => wanted(place, side));
+        let next = -Infinity;
+        column.forEach((place, i) => {
+            place.at = Math.max(wants[i], next);
+            next = place.at + 1;
         });
-        /* Pushed down by their neighbours: take half of it back. */
-        const shift = middle(column.nodes.map((node, i) => node.at - wanted[i])) / 2;
-        column.nodes.forEach((node) => { node.at -= shift; });
+        /* Those that others pushed down drew nobody up: share the difference. */
+        const shift = middle(column.map((place, i) => place.at - wants[i]));
+        column.forEach((place) => { place.at -= shift; });
     };
-    for (let pass = 0; pass < 3; ++pass) {
-        columns.forEach((column) => settle(column, "in"));
-        [...columns].reverse().forEach((column) => settle(column, "out"));
+    const filled = columns.filter((column) => column.length > 0);
+    const sweep = (does) => {
+        filled.forEach((column) => does(column, "in"));
+        [...filled].reverse().forEach((column) => does(column, "out"));
+    };
+    for (let pass = 0; pass < 4; ++pass)
+        sweep(order);
+    for (let pass = 0; pass < 3; ++pass)
+        sweep(settle);
+}
+
+/* Gives each node x and y. Returns the columns' titles, the edges' ways and the height of all. */
+function layOut(drawn) {
+    const used = layers.filter((_, layer) => drawn.some((node) => node.layer === layer));
+    const columnOf = (node) => used.indexOf(layers[node.layer]);
+    const x = (column) => margin + column * (boxWidth + gapX);
+    let top = headHeight + margin;
+    const allWays = [];
+    for (const group of groupsOf(drawn)) {
+        const { columns, placeOf, ways } = placesOf(group, columnOf, used.length);
+        arrange(columns);
+        const first = Math.min(...columns.flat().map((place) => place.at));
+        const y = (place) => top + (place.at - first) * (boxHeight + gapY);
+        for (const [node, place] of placeOf) {
+            node.x = x(columnOf(node));
+            node.y = y(place);
+        }
+        for (const way of ways) {
+            const start = columnOf(way.from) + 1;
+            way.by = way.by.map((place, i) => ({ x: x(start + i), y: y(place) }));
+            allWays.push(way);
+        }
+        top = Math.max(...columns.flat().map(y)) + boxHeight + gapY;
     }
-    const top = Math.min(...drawn.map((node) => node.at));
-    columns.forEach((column, i) => column.nodes.forEach((node) => {
-        node.x = margin + i * (boxWidth + gapX);
-        node.y = headHeight + margin + (node.at - top) * (boxHeight + gapY);
-    }));
-    return columns;
+    return {
+        titles: used.map(({ title }, column) => ({ title, x: x(column) })),
+        ways: allWays,
+        height: top - gapY + margin,
+        width: x(used.length) - gapX + margin,
+    };
 }
 
 function draw(tag, attributes, ...children) {
@@ -96,14 +161,21 @@ function shortened(text, length) {
     return text.length <= length ? text : text.slice(0, length - 1) + "…";
 }
 
-function drawEdge(from, { node: to, kind }) {
-    const x1 = from.x + boxWidth, y1 = from.y + boxHeight / 2;
-    const x2 = to.x, y2 = to.y + boxHeight / 2;
-    const bend = Math.max(gapX / 2, (x2 - x1) / 2);
-    return draw("path", {
-        class: `edge ${kind}`,
-        d: `M${x1} ${y1}C${x1 + bend} ${y1} ${x2 - bend} ${y2} ${x2} ${y2}`,
-    });
+function drawWay({ from, to, by, kind }) {
+    const middleOf = (y) => y + boxHeight / 2;
+    let x = from.x + boxWidth, y = middleOf(from.y);
+    let path = `M${x} ${y}`;
+    for (const next of [...by, to]) {
+        const bend = (next.x - x) / 2;
+        path += `C${x + bend} ${y} ${x + bend} ${middleOf(next.y)} ${next.x} ${middleOf(next.y)}`;
+        y = middleOf(next.y);
+        x = next.x;
+        if (next !== to) {
+            x += boxWidth;
+            path += `H${x}`;
+        }
+    }
+    return draw("path", { class: `edge ${kind}`, d: path });
 }
 
 function drawNode(node, name) {
@@ -141,18 +213,11 @@ function drawGraph() {
     view.hidden = shown.length === 0;
     if (shown.length === 0)
         return;
-    const columns = layOut(shown);
-    const present = new Set(shown);
-    const width = columns.length * (boxWidth + gapX) - gapX + 2 * margin;
-    const height = Math.max(...shown.map((node) => node.y)) + boxHeight + margin;
+    const { titles, ways, width, height } = layOut(shown);
     graphState.size = { width, height };
-    const svg = draw("svg", { viewBox: `0 0 ${width} ${height}`, role: "group" });
-    svg.append(...columns.map((column) =>
-        draw("text", { x: column.nodes[0].x, y: 20, class: "column" }, column.title)));
-    for (const node of shown) {
-        svg.append(...node.out.filter((edge) => present.has(edge.node))
-            .map((edge) => drawEdge(node, edge)));
-    }
+    const svg = draw("svg", { viewBox: `0 0 ${width} ${height}`, role: "group" },
+        ...titles.map(({ title, x }) => draw("text", { x, y: 20, class: "column" }, title)),
+        ...ways.map(drawWay));
     svg.append(...shown.map((node) => drawNode(node, name)));
     view.replaceChildren(svg);
     zoomGraph(Math.min(1, Math.max(fittingZoom(), 0.75)));

@@ -18,7 +18,6 @@ function drawOverview() {
             make("span", { className: "value" }, value), make("span", { className: "title" }, title),
             make("span", { className: "says" }, says));
     const well = findings.length === 0 && failures.length === 0;
-    const of = (name, what, many) => counted(used(name), what, many);
     document.getElementById("overview").append(
         tile(well ? "✓" : String(findings.length + failures.length),
             well ? "All agrees" : "To look into",
@@ -29,64 +28,63 @@ function drawOverview() {
             `of ${counted(routed, "L3 interface")} configured`, "#tables"),
         tile(ports.length.toLocaleString("en"), "Ports",
             `${ports.filter((port) => port.role !== "unused").length} in use`, "#front-panel"),
-        tile(of("sub_interfaces", "sub-interface").split(" ")[0], "Sub-interfaces",
-            `${of("svis", "SVI")}, ${of("routed_port_channels", "port-channel")} routed`, "#tables"));
+        tile(used("sub_interfaces").toLocaleString("en"), "Sub-interfaces",
+            `${counted(used("svis"), "SVI")}, ` +
+            `${counted(used("routed_port_channels"), "routed port-channel")}`, "#tables"));
 }
 
-/* Findings of a kind under one heading; the first of each at once, the rest on demand. */
-function drawFindings() {
-    const body = document.getElementById("findings-body");
-    const list = (title, entries) => {
-        const atOnce = 50;
-        const items = make("ul", { className: "finding-list" });
-        let shown = 0;
-        const more = make("button", { type: "button", className: "more" });
-        const show = () => {
-            items.append(...entries.slice(shown, shown + atOnce));
-            shown = Math.min(entries.length, shown + atOnce);
-            more.hidden = shown === entries.length;
-            more.textContent = `Show more (${entries.length - shown} left)`;
-        };
-        more.addEventListener("click", show);
-        show();
-        body.append(make("h3", {}, title, " ", make("span", { className: "badge bad" },
-            entries.length.toLocaleString("en"))), items, more);
-    };
+/* The words as they are, and a way to what they are about when they do not name it. */
+function problem(kind, name, words, origins = "") {
+    const text = linkedText(words);
+    const named = [...text.querySelectorAll("a")].some((link) => link.textContent === name);
+    return make("li", {}, make("p", {}, make("span", { className: "badge bad" }, kind), " ",
+        named || !isObject(name) ? "" : make("strong", {}, linked(name), ": "), text), origins);
+}
+
+/* The findings, and the failures that no finding tells of. */
+function problems() {
     const requests = new Map(records("requests").map((row) => [row.number, row]));
     const origin = (number) => {
         const request = requests.get(number);
-        if (request === undefined)
-            return make("li", {}, `request ${number}`);
-        return make("li", {}, `request ${number}: `,
-            make("code", {}, `${request.entry}(${request.arguments})`),
-            request.cause === null || request.cause === "" ? "" : ` because of ${request.cause}`);
+        return request === undefined ? make("li", {}, `request ${number}`)
+            : make("li", {}, `request ${number}: `,
+                make("code", {}, `${request.entry}(${request.arguments})`),
+                request.cause === "" ? "" : ` because of ${request.cause}`);
     };
-    const finding = (found) => make("li", {},
-        objectOf(found) === null ? "" : make("a", { className: "go", href: address(objectOf(found)) },
-            objectOf(found)),
-        make("p", {}, linkedText(found.words)),
-        found.requests.length === 0 ? "" :
-            make("ul", { className: "origins" }, ...found.requests.map(origin)));
+    const told = (failure) => (findingsOf.get(failure.object) ?? [])
+        .some((finding) => finding.words.includes(failure.message));
+    return [
+        ...findings.map((finding) => () =>
+            problem(finding.kind, objectOf(finding), finding.words, finding.requests.length === 0
+                ? "" : make("ul", { className: "origins" }, ...finding.requests.map(origin)))),
+        ...failures.filter((failure) => !told(failure)).map((failure) => () =>
+            problem("failed", failure.object, failure.message)),
+    ];
+}
+
+/* The first few at once, the rest on demand. */
+function drawFindings() {
+    const body = document.getElementById("findings-body");
     if (findings.length === 0 && failures.length === 0) {
-        body.append(make("p", {}, "✓ The audit found nothing: records, ASIC, shared database and " +
-            "configuration agree."));
+        body.append(make("p", { className: "well" }, "✓ The audit found nothing: records, ASIC, " +
+            "shared database and configuration agree."));
         return;
     }
-    const kinds = new Map();
-    for (const found of findings) {
-        if (!kinds.has(found.kind))
-            kinds.set(found.kind, []);
-        kinds.get(found.kind).push(found);
-    }
-    for (const [kind, found] of kinds)
-        list(kind, found.map(finding));
-    if (failures.length > 0) {
-        list("failed requests", failures.map((failure) => make("li", {},
-            isObject(failure.object)
-                ? make("a", { className: "go", href: address(failure.object) }, failure.object)
-                : make("strong", {}, failure.object),
-            make("p", {}, linkedText(failure.message)))));
-    }
+    const all = problems();
+    const items = make("ul", { className: "finding-list" });
+    const more = make("button", { type: "button", className: "more" });
+    let shown = 0;
+    const show = (count) => {
+        items.append(...all.slice(shown, shown + count).map((made) => made()));
+        shown = items.children.length;
+        more.hidden = shown === all.length;
+        more.textContent = `Show more (${(all.length - shown).toLocaleString("en")} left)`;
+    };
+    more.addEventListener("click", () => show(50));
+    show(6);
+    body.append(make("p", { className: "hint" },
+        `${counted(findings.length, "finding")}; ` +
+        `${counted(failures.length, "object")} whose last step failed.`), items, more);
 }
 
 /* ---- The finder ---- */
