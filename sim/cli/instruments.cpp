@@ -24,19 +24,23 @@ LevelSwitch level_switch(std::string_view level)
 
 } // namespace
 
-const std::vector<Option> instrument_options = {
-    {"--db", "FILE", "keep the shared database and the ASIC's tables there"},
-    {"--record", "FILE", "record requests, calls and traces as JSON lines, for `kvnsim replay`"},
-    {"--debug-file", "FILE", "write the library's debug file"},
-    {"--events", "FILE", "write the event history, for `kvnsim events`"},
-    {"--trace", "debug|error", "show trace records: all, or errors only", Takes::choice},
-    {"--fail", "CALL[:N][=STATUS]", "make a call fail: each time, or the Nth", Takes::text,
-     Times::any},
-    {"--fail-rate", "P", "make each call that can fail do so with this probability",
-     Takes::probability},
-    {"--seed", "N", "of --fail-rate: the same one gives the same failures (1)", Takes::count},
-    {"--limit", "TABLE=N", "capacity of an ASIC table, as intf=4096", Takes::text, Times::any},
-    {"--keep-going", "", "apply what is sound of a configuration with errors", Takes::nothing}};
+std::vector<Option> instrument_options()
+{
+    return {
+        {"--db", "FILE", "keep the shared database and the ASIC's tables there"},
+        {"--record", "FILE",
+         "record requests, calls and traces as JSON lines, for `kvnsim replay`"},
+        {"--debug-file", "FILE", "write the library's debug file"},
+        {"--events", "FILE", "write the event history, for `kvnsim events`"},
+        {"--trace", "debug|error", "show trace records: all, or errors only", Takes::choice},
+        {"--fail", "CALL[:N][=STATUS]", "make a call fail: each time, or the Nth", Takes::text,
+         Times::any},
+        {"--fail-rate", "P", "make each call that can fail do so with this probability",
+         Takes::probability},
+        {"--seed", "N", "of --fail-rate: the same one gives the same failures (1)", Takes::count},
+        {"--limit", "TABLE=N", "capacity of an ASIC table, as intf=4096", Takes::text, Times::any},
+        {"--keep-going", "", "apply what is sound of a configuration with errors", Takes::nothing}};
+}
 
 Instruments::Instruments(const Arguments &arguments, Console &console)
     : arguments_(arguments), console_(console)

@@ -20,7 +20,7 @@ class Console;
 
 /* Their options: --db, --record, --debug-file, --events, --trace, --fail, --fail-rate, --seed,
  * --limit, --keep-going. */
-extern const std::vector<Option> instrument_options;
+std::vector<Option> instrument_options();
 
 /* What disturbs a switch and what watches it. To be made after the switch, which forgets it all. */
 class Instruments {

@@ -133,7 +133,7 @@ int tell(Session &session, const Response &response)
     return exit_request;
 }
 
-/* Make a request, unless the library would end the process; response is where it goes. */
+/* Make a request, unless the library would end the process: that is a refusal, too. */
 int request(Session &session, std::string_view name, const std::vector<Value> &values,
             Response *response = nullptr)
 {
@@ -306,7 +306,8 @@ int join(Session &session, const ShellWords &words)
     Response response;
     const int status =
         request(session, "add_l3pc", {of(port), Value::integer(first ? 1 : 0)}, &response);
-    if (response.refused) {
+    /* Nor does a port that the library refused or, routed as it is, declined stay a member. */
+    if (response.refused || port.intf_id() != no_id) {
         host.leave(port);
         return status;
     }

@@ -153,7 +153,8 @@ int run(const Arguments &arguments, Console &console)
 std::vector<Option> options()
 {
     std::vector<Option> all = {{"CONFIG", "", "a config_db.json file to begin with"}};
-    all.insert(all.end(), instrument_options.begin(), instrument_options.end());
+    for (const Option &option : instrument_options())
+        all.push_back(option);
     all.push_back(
         {"--stop", "", "end a script at the first line that is not well", Takes::nothing});
     return all;

@@ -314,6 +314,11 @@ private:
         HostInterface *const port_channel = interface();
         if (port_channel == nullptr)
             return;
+        /* A member made by hand: the library follows it to the port-channel's context. */
+        if (port_channel->membership.member_count != 0) {
+            fail(step_->name + " still has members");
+            return;
+        }
         settings_.erase(step_->name);
         host_.unregister_l3(*port_channel);
         have_.port_channels.at(step_->name).l3.reset();
@@ -478,7 +483,8 @@ private:
         }
 
         HostInterface &port_channel = *host_.find(step_->other);
-        const bool routed = have_.routed_ports.count(step_->name) != 0;
+        /* The library's own rule, also for ports that were routed by hand. */
+        const bool routed = port->intf_id() != no_id;
         if (!host_.join(*port, port_channel)) {
             fail(step_->name + " is a member of another port-channel");
             return;
