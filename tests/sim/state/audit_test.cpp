@@ -1,5 +1,7 @@
 #include "tests/sim/state/bench.h"
 
+#include <cstdlib>
+#include <filesystem>
 #include <functional>
 
 #include <gmock/gmock.h>
@@ -84,6 +86,22 @@ TEST_F(Audit, finds_nothing_after_any_sequence_of_changes_without_failures)
         bring_about(random.desired());
         ASSERT_EQ(words(audit(capture(sw))), "") << "after change " << seed << ", " << change;
     }
+}
+
+TEST_F(Audit, finds_nothing_on_real_configurations)
+{
+    const char *const folder = std::getenv("KVN_SAMPLES");
+    if (folder == nullptr)
+        GTEST_SKIP() << "KVN_SAMPLES names no folder of configurations";
+    int read = 0;
+    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().extension() != ".json")
+            continue;
+        bring_about(wanted(content_of(entry.path()), entry.path()));
+        EXPECT_EQ(words(audit(capture(sw))), "") << entry.path();
+        ++read;
+    }
+    EXPECT_GT(read, 0);
 }
 
 TEST_F(Audit, finds_nothing_on_a_port_in_internal_loopback_and_its_traces_after_it)
