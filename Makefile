@@ -24,7 +24,7 @@ help:
 	@echo "make run       build, then bring up the switch of $(CONFIG)"
 	@echo "make test      build and run every test"
 	@echo "make check     the tests of every build, with sanitizers, then lint"
-	@echo "make lint      formatting, clang-tidy and the library's binary interface"
+	@echo "make lint      formatting, headers on their own, shellcheck and clang-tidy"
 	@echo "make coverage  which lines the tests execute, as pages in build/coverage/report"
 	@echo "make bench     measure the life of a switch of 1,000 and of 65,000 interfaces"
 	@echo "make fuzz      feed the configuration reader for FUZZ_SECONDS=$(FUZZ_SECONDS)"
