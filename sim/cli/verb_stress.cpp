@@ -82,7 +82,7 @@ int churn(const Arguments &arguments, Console &console)
 const Registration registration(
     {"stress",
      "change a random configuration again and again with calls that fail, and audit each time",
-     "kvnsim stress --interfaces 64 --operations 10000 --seed 7 --fail-rate 0.01\n",
+     "kvnsim stress --operations 1000 --seed 7 --fail-rate 0.01\n",
      {{"--interfaces", "N", "about so many L3 interfaces at most (64)", Takes::count},
       {"--operations", "N", "how many changes to make (10000)", Takes::count},
       {"--seed", "N", "the same one gives the same changes and failures (1)", Takes::count},
