@@ -34,19 +34,20 @@ constexpr const char *zsh_script = R"script(#compdef kvnsim
 # Completion of kvnsim in zsh.
 _kvnsim()
 {
-    local current=${words[CURRENT]}
+    local current=${words[CURRENT]} answer
     local -a candidates
-    candidates=(${(f)" $(
-    ${words[1]} completion words $ {
-current:
-    +--current = $current
-    } --$ { words[2, CURRENT - 1] } 2 > / dev / null) "})
-    if ((!$ #candidates));
-then _files elif [[$candidates [1] == *= ]];
-then compadd - S '' --$candidates else compadd-- $candidates fi
+    answer=$(${words[1]} completion words ${current:+--current=$current} -- \
+        ${words[2,CURRENT-1]} 2>/dev/null)
+    candidates=(${(f)answer})
+    if (( ! $#candidates )); then
+        _files
+    elif [[ $candidates[1] == *= ]]; then
+        compadd -S '' -- $candidates
+    else
+        compadd -- $candidates
+    fi
 }
-if
-    [[$funcstack [1] == _kvnsim]]; then
+if [[ $funcstack[1] == _kvnsim ]]; then
     _kvnsim "$@"
 else
     compdef _kvnsim kvnsim
