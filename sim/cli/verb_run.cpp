@@ -64,8 +64,9 @@ public:
     int run()
     {
         check_arguments();
-        console_.progress("reading the configurations");
+        progress("reading the configurations");
         configurations_ = read_configurations(arguments_.values("CONFIG"));
+        console_.clear_progress();
         if (interrupt_signal() != 0)
             return interrupted("nothing was applied");
         tell_findings(configurations_, !quiet_, console_);
@@ -198,11 +199,23 @@ private:
 
     /* ---- Work ---- */
 
+    /* Not between the lines of what is shown as it happens. */
+    bool shows_progress() const
+    {
+        return !arguments_.has("--timeline") && !arguments_.has("--trace");
+    }
+    void progress(const std::string &what)
+    {
+        if (shows_progress())
+            console_.progress(what);
+    }
+
     void apply(const Configuration &configuration)
     {
-        console_.progress(configuration.file + ": planning");
         Journal &journal = Journal::instance();
+        progress(configuration.file + ": planning");
         ConfigurationRun outcome{&configuration, switch_.plan(configuration.desired), {}, 0, 0, {}};
+        console_.clear_progress();
         std::optional<StepRequests> requests;
         if (dry_)
             requests.emplace();
@@ -215,9 +228,10 @@ private:
             [&](size_t done, size_t of) {
                 if (requests)
                     requests->end_step();
-                if (!timeline_)
+                if (shows_progress())
                     console_.progress(configuration.file + ": step", done, of);
             });
+        console_.clear_progress();
         outcome.requests = journal.requests_made() - outcome.requests;
         outcome.calls = journal.calls_made - outcome.calls;
         if (requests)
@@ -240,7 +254,6 @@ private:
 
     void print_plan(const ConfigurationRun &outcome)
     {
-        console_.clear_progress();
         console_.out() << fmt::format("{}: {}\n", outcome.configuration->file,
                                       counted(outcome.plan.steps.size(), "step"));
         const std::string ignored = ignored_tables(*outcome.configuration);
@@ -252,7 +265,6 @@ private:
     void print_result(const ConfigurationRun &outcome)
     {
         std::ostream &out = console_.out();
-        console_.clear_progress();
         for (size_t i = 0; i < outcome.step_requests.size(); ++i) {
             out << "  " << outcome.plan.steps[i].words << "\n";
             for (const Request &request : outcome.step_requests[i])
@@ -270,7 +282,6 @@ private:
 
     int finish()
     {
-        console_.clear_progress();
         timeline_.reset();
         recorder_.reset();
         bool found = false;
@@ -503,7 +514,7 @@ const Registration registration(
       {"--limit", "TABLE=N", "capacity of an ASIC table, as intf=4096", Takes::text, Times::any},
       {"--keep-going", "", "apply what is sound of a configuration with errors", Takes::nothing},
       json_option,
-      {"--quiet", "", "failures and errors only", Takes::nothing}},
+      {"--quiet", "", "errors, warnings and failures only", Takes::nothing}},
      run});
 
 } // namespace

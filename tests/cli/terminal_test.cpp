@@ -33,6 +33,14 @@ TEST_F(Terminal, NoColorIsObeyed)
     }
 }
 
+TEST_F(Terminal, ProgressIsForTerminalsOnly)
+{
+    const std::string shown =
+        kvnsim_on_terminal({"run", example("leaf.json"), "--json"}, {"NO_COLOR=1"}).out;
+    EXPECT_THAT(shown, HasSubstr("reading the configurations\r\033[K"));
+    EXPECT_EQ("", kvnsim({"run", example("leaf.json"), "--json"}).err);
+}
+
 /* ---- Ctrl-C ---- */
 
 TEST_F(Terminal, CtrlCBetweenStepsKeepsWhatCameAboutInASoundDatabase)
