@@ -1,27 +1,42 @@
+#include <algorithm>
+#include <cctype>
+
 #include "tests/cli/kvnsim.h"
 
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::IsSupersetOf;
 using testing::StartsWith;
 
-class Usage : public Kvnsim {};
-
-static const std::vector<std::string> all_verbs{"audit",  "check", "diff", "events", "explain",
-                                                "replay", "run",   "show", "version"};
+class Usage : public Kvnsim {
+public:
+    /* As the help lists them. */
+    std::vector<std::string> verbs()
+    {
+        std::vector<std::string> names;
+        bool inside = false;
+        for (const std::string &line : lines(kvnsim({"--help"}).out)) {
+            inside = (inside || line == "Verbs:") && !line.empty();
+            if (inside && line != "Verbs:")
+                names.push_back(line.substr(2, line.find(' ', 2) - 2));
+        }
+        return names;
+    }
+};
 
 TEST_F(Usage, HelpNamesEveryVerbAndTheExitStatuses)
 {
     const Result help = kvnsim({"--help"});
     EXPECT_EQ(well, help.status);
     EXPECT_EQ("", help.err);
-    for (const std::string &verb : all_verbs)
-        EXPECT_THAT(help.out, HasSubstr("\n  " + verb + " "));
+    EXPECT_THAT(verbs(), IsSupersetOf({"run", "check", "show", "explain", "audit", "events",
+                                       "replay", "diff", "version"}));
     EXPECT_THAT(help.out, HasSubstr("4  a request failed"));
 }
 
 TEST_F(Usage, EachVerbTellsItsOptionsWithAnExample)
 {
-    for (const std::string &verb : all_verbs) {
+    for (const std::string &verb : verbs()) {
         const Result help = kvnsim({verb, "--help"});
         EXPECT_EQ(well, help.status) << verb;
         EXPECT_THAT(help.out, AllOf(StartsWith("Usage: kvnsim " + verb), HasSubstr("\nExample:\n"),
@@ -95,4 +110,12 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"audit"}, "--db is missing"}, Wrong{{"diff", "one.db"}, "B is missing"},
         Wrong{{"diff", "one.db", "one.db", "one.db"}, "\"one.db\" is one word too many"},
         Wrong{{"events"}, "FILE is missing"}, Wrong{{"replay"}, "RECORDING is missing"},
-        Wrong{{"version", "now"}, "\"now\" is one word too many"}));
+        Wrong{{"version", "now"}, "\"now\" is one word too many"}),
+    [](const auto &wrong) {
+        std::string name = "kvnsim";
+        for (const std::string &argument : wrong.param.arguments)
+            name += ' ' + argument;
+        std::replace_if(
+            name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+        return name;
+    });
