@@ -3,10 +3,7 @@
 function factList(facts) {
     const list = make("dl", { className: "facts" });
     for (const [title, content] of facts) {
-        if (content === null || content === undefined || content === "")
-            continue;
-        list.append(make("div", {}, make("dt", {}, title),
-            make("dd", {}, content instanceof Node ? content : cellContent(content))));
+        list.append(make("div", {}, make("dt", {}, title), make("dd", {}, cellContent(content))));
     }
     return list;
 }
@@ -14,7 +11,7 @@ function factList(facts) {
 function rowFacts(table, row) {
     return row === undefined ? [] : table.columns
         .map(([key, title], i) => [key, title, row[i]])
-        .filter(([key, , cell]) => !isEmpty(cell) && !["name", "failure"].includes(key))
+        .filter(([key, , cell]) => !isEmpty(cell) && !["name", "kind", "state", "failure"].includes(key))
         .map(([, title, cell]) => [title, cell]);
 }
 
@@ -81,10 +78,9 @@ function drawDetails(name) {
     for (const finding of findingsOf.get(name) ?? [])
         parts.push(notice("bad", `${finding.kind}:`, finding.words));
 
-    const facts = [];
     if (explained?.configured_at)
-        facts.push(["Configured at", document.createTextNode(explained.configured_at)]);
-    facts.push(...rowFacts(tables.get("interfaces"), row));
+        parts.push(make("p", { className: "hint" }, `Configured at ${explained.configured_at}`));
+    const facts = rowFacts(tables.get("interfaces"), row);
     if (port !== undefined) {
         const row = tables.get("ports").rows[ports.indexOf(port)];
         const told = new Set(facts.map(([title]) => title));

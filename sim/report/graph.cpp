@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <set>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 
@@ -202,13 +203,19 @@ private:
     /* The ASIC's tables know no VLAN's members and no port-channel of layer 2. */
     void layer_2()
     {
+        std::unordered_map<std::string_view, std::vector<const std::string *>> channel_ports;
         for (const WantedMember &row : s_.wanted_members) {
             const WantedInterface *wanted = index_.wanted(row.port_channel);
-            if (wanted != nullptr && !wanted->routed)
-                link_names(row.port_channel, row.port);
+            if (wanted == nullptr || wanted->routed)
+                continue;
+            link_names(row.port_channel, row.port);
+            channel_ports[row.port_channel].push_back(&row.port);
         }
-        for (const WantedVlanMember &row : s_.wanted_vlan_members)
+        for (const WantedVlanMember &row : s_.wanted_vlan_members) {
             link_names(row.vlan, row.member);
+            for (const std::string *port : channel_ports[row.member])
+                link_names(row.vlan, *port);
+        }
     }
     void link_names(const std::string &interface, const std::string &member)
     {

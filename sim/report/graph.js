@@ -23,15 +23,21 @@ function neighbourhood(name) {
     return reached;
 }
 
-/* What is drawn when nothing is selected: everything, or what leads to trouble. */
+/* Everything but ports that nothing leads to; of a switch too big for that, what is in trouble. */
 function wholeGraph() {
-    const all = nodes.filter((node) => node.out.length + node.in.length > 0 || node.layer < 4);
+    const all = nodes.filter((node) => node.in.length > 0 || node.kind !== "port");
     if (all.length <= drawnAtMost)
         return { drawn: all, says: `${counted(all.length, "object")} of the whole switch` };
+    const drawn = new Set();
+    for (const name of [...findingsOf.keys(), ...failureOf.keys()]) {
+        if (drawn.size < drawnAtMost)
+            neighbourhood(name).forEach((node) => drawn.add(node));
+    }
+    const says = `The whole switch has ${counted(all.length, "object")}, too many to look at ` +
+        "together: select one to see its neighbourhood.";
     return {
-        drawn: all.slice(0, 0),
-        says: `The whole switch has ${counted(all.length, "object")}, too many to look at ` +
-            "together: select one to see its neighbourhood.",
+        drawn: [...drawn].sort((a, b) => a.index - b.index),
+        says: drawn.size === 0 ? says : `${says} These have findings`,
     };
 }
 
@@ -193,8 +199,8 @@ function drawNode(node, name) {
         draw("title", {}, words.join("\n")),
         draw("rect", { x: node.x, y: node.y, width: boxWidth, height: boxHeight, rx: 6 }),
         draw("text", { x: node.x + 10, y: node.y + (node.detail ? 14 : 21), class: "label" },
-            (hasTrouble(node.label) ? "! " : "") + shortened(node.label, 23)),
-        draw("text", { x: node.x + 10, y: node.y + 27, class: "detail" }, shortened(node.detail, 30)));
+            (hasTrouble(node.label) ? "! " : "") + shortened(node.label, 21)),
+        draw("text", { x: node.x + 10, y: node.y + 27, class: "detail" }, shortened(node.detail, 28)));
 }
 
 function drawGraph() {

@@ -79,7 +79,7 @@ function hasTrouble(name) {
 
 const roles = [
     { name: "routed", mark: "L3", says: "routed" },
-    { name: "member", mark: "PC", says: "member of a port-channel" },
+    { name: "member", mark: "PC", says: "in a port-channel" },
     { name: "switched", mark: "L2", says: "switched, in a VLAN" },
     { name: "unused", mark: "–", says: "unused" },
     { name: "failed", mark: "!", says: "failed, or named by the audit" },

@@ -115,14 +115,15 @@ function prepareFinder() {
             close();
             return;
         }
-        const found = [];
-        for (let i = 0; i < names.length && found.length < 500; ++i) {
+        /* The name itself, those that begin with it, those that have it anywhere. */
+        const ranks = [[], [], []];
+        for (let i = 0; i < names.length; ++i) {
             const at = lower[i].indexOf(word);
             if (at >= 0)
-                found.push({ name: names[i], rank: lower[i] === word ? -1 : at });
+                ranks[at > 0 ? 2 : lower[i] === word ? 0 : 1].push(names[i]);
         }
-        found.sort((a, b) => a.rank - b.rank || collator.compare(a.name, b.name));
-        list.replaceChildren(...found.slice(0, 12).map(({ name }, i) => {
+        const found = ranks.flatMap((rank) => rank.slice(0, 12)).slice(0, 12);
+        list.replaceChildren(...found.map((name, i) => {
             const item = make("li", { id: `found-${i}`, role: "option" },
                 make("span", {}, name),
                 make("small", {}, nodesByLabel.get(name)[0].detail));

@@ -59,7 +59,7 @@ class TableView {
         this.heads = this.columns.map((column, i) => this.head(column, i));
         const view = make("div", {
             className: "scroll", tabIndex: 0, role: "region", "aria-label": table.title,
-        }, make("table", {},
+        }, make("table", { className: this.columns.length > 7 ? "wide" : "" },
             make("caption", { className: "unseen" }, table.title),
             make("thead", {}, make("tr", {}, ...this.heads)), this.body));
         this.element = make("div", { className: "table-view" },
