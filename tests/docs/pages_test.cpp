@@ -99,6 +99,21 @@ std::string anchor_of(const std::string &heading)
     return anchor;
 }
 
+/* The lines outside fenced blocks. */
+Lines text_of(const std::string &path)
+{
+    Lines text;
+    bool fenced = false;
+    for (const std::string &line : docs::read_page(path)) {
+        const bool fence = line.rfind("```", 0) == 0;
+        if (fence)
+            fenced = !fenced;
+        else if (!fenced)
+            text.push_back(line);
+    }
+    return text;
+}
+
 std::set<std::string> anchors_of(const Lines &page)
 {
     std::set<std::string> anchors;
@@ -116,7 +131,7 @@ TEST(Pages, LinkToWhatIsThere)
     size_t links = 0;
     for (const std::string &name : pages()) {
         const std::filesystem::path path = std::filesystem::path(KVN_SOURCE) / name;
-        for (const std::string &line : docs::read_page(path.string())) {
+        for (const std::string &line : text_of(path.string())) {
             for (std::sregex_iterator found(line.begin(), line.end(), link), end; found != end;
                  ++found, ++links) {
                 const std::string file = (*found)[1], anchor = (*found)[3];
@@ -124,7 +139,7 @@ TEST(Pages, LinkToWhatIsThere)
                 if (!std::filesystem::exists(target)) {
                     ADD_FAILURE() << name << " links to " << file << ", which is not there";
                 } else if (!anchor.empty()) {
-                    EXPECT_EQ(anchors_of(docs::read_page(target.string())).count(anchor), 1u)
+                    EXPECT_EQ(anchors_of(text_of(target.string())).count(anchor), 1u)
                         << name << " links to " << file << "#" << anchor << ": no such heading";
                 }
             }
