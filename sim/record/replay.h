@@ -22,7 +22,7 @@ struct Departure {
 struct Replay {
     std::string problem; /* "leaf.jsonl:120:7: ...": the recording cannot be used from there on;
                             empty when it was read to its end or to the difference */
-    std::optional<Departure> difference;         /* the first one */
+    std::optional<Departure> difference;          /* the first one */
     uint64_t requests = 0, calls = 0, traces = 0; /* the same as recorded */
     uint64_t host_tasks = 0;                      /* passed over: the host's own */
     int64_t word_size = 0;                        /* of the build that recorded, in bits */
