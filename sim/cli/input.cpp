@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <memory>
 
 #include <fmt/format.h>
@@ -64,8 +65,7 @@ std::vector<Configuration> read_configurations(const std::vector<std::string> &f
     if (std::count(files.begin(), files.end(), "-") > 1)
         throw UsageError("standard input can be read only once");
     std::vector<Configuration> configurations;
-    for (const std::string &file : files)
-        configurations.push_back(read_one(file));
+    std::transform(files.begin(), files.end(), std::back_inserter(configurations), read_one);
     return configurations;
 }
 

@@ -4,7 +4,6 @@
 
 #include "tests/cli/kvnsim.h"
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
 

@@ -3,7 +3,6 @@
 #include "tests/cli/kvnsim.h"
 
 using testing::AllOf;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 

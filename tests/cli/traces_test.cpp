@@ -1,7 +1,6 @@
 #include "tests/cli/kvnsim.h"
 
 using testing::AllOf;
-using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
