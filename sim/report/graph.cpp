@@ -108,7 +108,10 @@ private:
         graph_.nodes[node].gone = true;
         return nodes.emplace(id, node).first->second;
     }
-    size_t intf(uint32_t id) { return object(intfs_, NodeKind::sdk_interface, "SDK interface", id); }
+    size_t intf(uint32_t id)
+    {
+        return object(intfs_, NodeKind::sdk_interface, "SDK interface", id);
+    }
     size_t lid(uint32_t id) { return object(lids_, NodeKind::lid, "LID entry", id); }
     size_t trap(uint32_t id) { return object(traps_, NodeKind::mac_trap, "MAC trap", id); }
     size_t channel(uint32_t id)
@@ -149,8 +152,8 @@ private:
             const HostRow *host = index_.host(entry.ifindex);
             const ContextRow *context = index_.context(entry.ifindex);
             const TrapRow *row = index_.trap(entry.mac_trap_id);
-            const bool on_its_own = row != nullptr && context != nullptr &&
-                                    row->intf_id == context->intf_id;
+            const bool on_its_own =
+                row != nullptr && context != nullptr && row->intf_id == context->intf_id;
             const auto at = host == nullptr ? interfaces_.end() : interfaces_.find(host->name);
             if (at != interfaces_.end() && !on_its_own)
                 link(at->second, trap(entry.mac_trap_id), EdgeKind::recorded);

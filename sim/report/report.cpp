@@ -14,8 +14,8 @@ namespace kvnsim {
 namespace {
 
 /* As the page's scripts know them. */
-constexpr const char *node_kind_names[] = {"interface",   "sdk",  "trap", "lid",
-                                           "portchannel", "port"};
+constexpr const char *node_kind_names[] = {"interface", "sdk",         "trap",
+                                           "lid",       "portchannel", "port"};
 constexpr const char *edge_kind_names[] = {"programmed", "recorded", "configured"};
 
 struct CellJson {
