@@ -92,7 +92,7 @@ Listing attribute_values(const Snapshot &snapshot)
         by_interface[row.intf_id][row.number] = row.value;
         written.insert(row.number);
     }
-    Listing listing{"Attributes", {{"intf_id", "SDK"}, {"interface", "Interface"}}, {}};
+    Listing listing{"Attributes", {{"intf_id", "intf_id"}, {"interface", "Interface"}}, {}};
     std::vector<const AttributeRow *> columns;
     for (const AttributeRow &attribute : attributes()) {
         if (written.count(attribute.number) == 0)
@@ -143,7 +143,7 @@ Listing shared_database(const Snapshot &snapshot)
                      {"v6_vpn", "v6 VPN"},
                      {"nat_zone", "NAT"},
                      {"ifmap_idx", "ifmap"},
-                     {"pc_id", "PC"},
+                     {"pc_id", "pc_id"},
                      {"label", "label"},
                      {"member_intf", "kept intf"}},
                     {}};

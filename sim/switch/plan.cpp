@@ -178,9 +178,21 @@ private:
             if (routed(&has) && (!routed(wants) || (built && !stays_built)))
                 gone_.insert(name);
             else if (stays_built)
-                change(name, find_in(switch_.settings_, name), settings_of(*wants->l3, wants->mtu),
-                       wants->l3_place);
+                repair_or_change(name, *wants);
         }
+    }
+
+    /* A port-channel whose members joined, but whose SDK interface was refused, gets another try.
+     */
+    void repair_or_change(const std::string &name, const DesiredPortChannel &wants)
+    {
+        const Settings settings = settings_of(*wants.l3, wants.mtu);
+        if (const Settings *has = find_in(switch_.settings_, name))
+            change(name, has, settings, wants.l3_place);
+        else
+            add_interface(StepKind::route_port_channel, name,
+                          "create the SDK interface of port-channel " + name, wants.l3_place,
+                          settings);
     }
 
     void ports_that_change()

@@ -464,6 +464,11 @@ private:
         DesiredPortChannel &has = have_.port_channels.at(step_->name);
         has.l3 = wants.l3;
         has.l3_place = wants.l3_place;
+        if (port_channel->membership.member_count == 0)
+            return; /* its first member builds it */
+        const Response response = entry::add_l3port(*port_channel, 1);
+        if (done(response))
+            write_new(*port_channel, response, step_->settings);
     }
 
     void add_member()

@@ -83,13 +83,13 @@ protected:
 TEST_F(Show, interfaces_tells_each_ones_identifiers_and_settings)
 {
     EXPECT_EQ(to_text(show(small_switch(), "interfaces")), R"(Interfaces
-  Interface        Kind           State       SDK  LID  PC   MTU  IPv4  IPv6  VRF      Parent        VLAN  Addresses
-  Ethernet0        port           programmed    1    1   -  9100  yes   -     VrfBlue  -                -  192.0.2.0/31
-  Ethernet4        port           programmed    2    2   -  1500  -     yes   -        -                -  2001:db8::1/64
-  PortChannel1     port-channel   programmed    3    6   1  9100  yes   -     -        -                -  192.0.2.4/31
-  Ethernet0.10     sub-interface  programmed    5    1   -  9100  yes   -     -        Ethernet0       10  192.0.2.6/31
-  PortChannel1.20  sub-interface  programmed    6    6   -  9100  yes   -     -        PortChannel1    20  192.0.2.8/31
-  Vlan100          SVI            programmed    4    -   -  9100  yes   -     -        -              100  192.0.2.10/31
+  Interface        Kind           State       intf_id  lid_id  pc_id   MTU  IPv4  IPv6  VRF      Parent        VLAN  Addresses
+  Ethernet0        port           programmed        1       1      -  9100  yes   -     VrfBlue  -                -  192.0.2.0/31
+  Ethernet4        port           programmed        2       2      -  1500  -     yes   -        -                -  2001:db8::1/64
+  PortChannel1     port-channel   programmed        3       6      1  9100  yes   -     -        -                -  192.0.2.4/31
+  Ethernet0.10     sub-interface  programmed        5       1      -  9100  yes   -     -        Ethernet0       10  192.0.2.6/31
+  PortChannel1.20  sub-interface  programmed        6       6      -  9100  yes   -     -        PortChannel1    20  192.0.2.8/31
+  Vlan100          SVI            programmed        4       -      -  9100  yes   -     -        -              100  192.0.2.10/31
 )");
 }
 
@@ -124,19 +124,19 @@ TEST_F(Show, ports_tells_what_each_is_used_for)
 TEST_F(Show, port_channels_tells_wanted_and_programmed_members)
 {
     EXPECT_EQ(to_text(show(small_switch(), "port-channels")), R"(Port-channels
-  Port-channel  Number  State       PC  LID  SDK   MTU  Members               In the ASIC
-  PortChannel1       1  programmed   1    6    3  9100  Ethernet8,Ethernet12  Ethernet8,Ethernet12
+  Port-channel  Number  State       pc_id  lid_id  intf_id   MTU  Members               In the ASIC
+  PortChannel1       1  programmed      1       6        3  9100  Ethernet8,Ethernet12  Ethernet8,Ethernet12
 )");
 }
 
 TEST_F(Show, lids_tells_whose_each_is_and_what_is_bound_to_it)
 {
     const std::string text = to_text(show(small_switch(), "lids"));
-    EXPECT_THAT(text, HasSubstr("  LID  Of            Leads to        ifmap index  SDK "
+    EXPECT_THAT(text, HasSubstr("  lid_id  Of            Leads to        ifmap index  SDK "
                                 "interfaces  Made by\n"));
-    EXPECT_THAT(text, HasSubstr("\n    1  Ethernet0     front port 1           4097               "
+    EXPECT_THAT(text, HasSubstr("\n       1  Ethernet0     front port 1           4097               "
                                 "2  libsdk_lid_entry_create in request "));
-    EXPECT_THAT(text, HasSubstr("\n    6  PortChannel1  port-channel 1         4102               "
+    EXPECT_THAT(text, HasSubstr("\n       6  PortChannel1  port-channel 1         4102               "
                                 "2  libsdk_lid_entry_create in request "));
 }
 

@@ -308,6 +308,24 @@ TEST_F(AppliedTest, AnInterfaceThatTheAsicWouldNotDestroyIsDestroyedByTheNextApp
     expect_empty_asic();
 }
 
+TEST_F(AppliedTest, APortChannelWhoseSdkInterfaceWasRefusedGetsItFromTheNextApply)
+{
+    const Desired want = with_ports(R"("PORTCHANNEL": {"PortChannel1": {}},
+        "PORTCHANNEL_INTERFACE": {"PortChannel1": {}, "PortChannel1|192.0.2.0/31": {}},
+        "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}})");
+    fail("libsdk_intf_create:1=SDK_E_FULL");
+    EXPECT_EQ(sw.apply(want).failures.size(), 1U);
+    EXPECT_EQ(used("member"), 1U);
+    EXPECT_EQ(words(sw.plan(want)),
+              (std::vector<std::string>{
+                  "create the SDK interface of port-channel PortChannel1: MTU 9100, IPv4"}));
+    bring_about(want);
+    EXPECT_EQ(attribute("PortChannel1", SdkIntfAttrIpv4UcstEn), 1);
+    EXPECT_TRUE(sw.plan(want).empty());
+    bring_about(Desired());
+    expect_empty_asic();
+}
+
 TEST_F(AppliedTest, ASubInterfaceThatCouldNotGoForAnotherVlanIsTriedAgain)
 {
     const std::string rest = R"("INTERFACE": {"Ethernet0": {}}, "VLAN_SUB_INTERFACE": )";
