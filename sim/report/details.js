@@ -73,7 +73,7 @@ function drawDetails(name) {
     if (hasTrouble(name))
         badge("! needs attention", "bad");
 
-    if (failureOf.has(name))
+    if (failureOf.has(name) && !isTold(name, failureOf.get(name)))
         parts.push(notice("bad", "Failed:", failureOf.get(name)));
     for (const finding of findingsOf.get(name) ?? [])
         parts.push(notice("bad", `${finding.kind}:`, finding.words));

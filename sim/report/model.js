@@ -73,6 +73,11 @@ for (const finding of findings) {
 }
 const failureOf = new Map(failures.map((failure) => [failure.object, failure.message]));
 
+/* Whether a finding says what failed. */
+function isTold(object, message) {
+    return (findingsOf.get(object) ?? []).some((finding) => finding.words.includes(message));
+}
+
 function hasTrouble(name) {
     return findingsOf.has(name) || failureOf.has(name);
 }

@@ -51,14 +51,12 @@ function problems() {
                 make("code", {}, `${request.entry}(${request.arguments})`),
                 request.cause === "" ? "" : ` because of ${request.cause}`);
     };
-    const told = (failure) => (findingsOf.get(failure.object) ?? [])
-        .some((finding) => finding.words.includes(failure.message));
     return [
         ...findings.map((finding) => () =>
             problem(finding.kind, objectOf(finding), finding.words, finding.requests.length === 0
                 ? "" : make("ul", { className: "origins" }, ...finding.requests.map(origin)))),
-        ...failures.filter((failure) => !told(failure)).map((failure) => () =>
-            problem("failed", failure.object, failure.message)),
+        ...failures.filter(({ object, message }) => !isTold(object, message))
+            .map(({ object, message }) => () => problem("failed", object, message)),
     ];
 }
 
@@ -81,7 +79,7 @@ function drawFindings() {
         more.textContent = `Show more (${(all.length - shown).toLocaleString("en")} left)`;
     };
     more.addEventListener("click", () => show(50));
-    show(6);
+    show(all.length <= 10 ? all.length : 6);
     body.append(make("p", { className: "hint" },
         `${counted(findings.length, "finding")}; ` +
         `${counted(failures.length, "object")} whose last step failed.`), items, more);

@@ -91,7 +91,7 @@ def first_cells(browser):
 
 
 def overflows(browser):
-    return browser.run("return document.documentElement.scrollWidth > innerWidth")
+    return browser.run("return document.documentElement.scrollWidth") > NARROW
 
 
 # ---- What the page does; each on a fresh page. ----
@@ -147,7 +147,7 @@ def a_failed_interface_is_explained(browser, pages):
     browser.open(pages.faulty())
     browser.click(port("Ethernet12"))
     shows(browser, "Ethernet12")
-    has(browser.text("#selected"), "not programmed", "needs attention", "Failed:",
+    has(browser.text("#selected"), "not programmed", "needs attention", "missing:",
         "libsdk_intf_create: SDK_E_FULL", "≠ differs")
 
 
