@@ -130,7 +130,7 @@ struct LineEditor::State {
             return CC_REFRESH_BEEP;
         const std::string common = common_beginning(candidates);
         std::string more = typed(common.substr(before.words.back().size()), before.open_quote);
-        if (candidates.size() == 1 && common.back() != '/') {
+        if (candidates.size() == 1 && common.back() != '/' && common.back() != '=') {
             if (before.open_quote != '\0')
                 more += before.open_quote;
             more += ' ';

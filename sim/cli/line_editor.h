@@ -9,7 +9,7 @@
 namespace kvnsim {
 
 /* The words that may stand at the end of these: the last one is what there is of it, and may be
- * empty. One that ends with '/' goes on. */
+ * empty. One that ends with '/' or '=' goes on. */
 using Completer = std::function<std::vector<std::string>(const std::vector<std::string> &words)>;
 
 /* Reads lines from a terminal, with editing, history and completion. One at a time. */

@@ -462,7 +462,7 @@ std::vector<Value> arguments_of(const EntryPoint &entry, const ShellWords &words
 const CommandGroup request_commands{
     "Requests by hand",
     {{"create",
-      "make a routed port, port-channel, SVI or sub-interface, by its name",
+      "make an interface, of the kind that its name says",
       {{"IF", WordKind::interface}, {"VLAN", WordKind::text, Times::optional}},
       create,
       "The host makes its record of an interface that it does not have: Ethernet4, PortChannel1,\n"
@@ -479,7 +479,7 @@ const CommandGroup request_commands{
       set,
       "set Ethernet0 mtu 9216\n"},
      {"loopback",
-      "put a port into the internal loopback or take it out; the host flushes then",
+      "internal loopback of a port, flushed by the host",
       {{"IF", WordKind::interface}, {"on|off", WordKind::choice}},
       loopback},
      {"virtual-mac",
@@ -505,12 +505,12 @@ const CommandGroup request_commands{
       {{"IF", WordKind::interface}, {"on|off", WordKind::choice}},
       set_registered},
      {"hold",
-      "let the host make a port-channel first, for the library to adopt, or take it back",
+      "let the host make a port-channel for the library to adopt",
       {{"PORT-CHANNEL", WordKind::interface}, {"on|off", WordKind::choice}},
       hold},
      {"flush", "let the host carry out the attribute writes that wait", {}, flush},
      {"poke",
-      "write an attribute of an SDK interface past the library, for the audit to find",
+      "write an SDK attribute past the library",
       {{"IF", WordKind::interface}, {"ATTRIBUTE", WordKind::attribute}, {"VALUE", WordKind::text}},
       poke}}};
 

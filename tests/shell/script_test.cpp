@@ -1,0 +1,282 @@
+#include "tests/shell/shell.h"
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+
+class Script : public Shell {
+protected:
+    void SetUp() override
+    {
+        write("one.json", one_port);
+        write("one_1500.json", one_port_1500);
+    }
+};
+
+TEST_F(Script, BlankLinesAndCommentsDoNothing)
+{
+    const Result result = shell({"", "   ", "# audit", "\t# nosuch"});
+    EXPECT_EQ(well, result.status);
+    EXPECT_THAT(result.out, IsEmpty());
+    EXPECT_THAT(result.err, IsEmpty());
+}
+
+TEST_F(Script, NeitherPromptsNorEchoes)
+{
+    const Result result = shell({"apply one.json"});
+    EXPECT_THAT(result.out,
+                MatchesRegex("one.json: 2 steps, 2 requests, [0-9]+ calls, 0 failures\n"));
+    EXPECT_THAT(result.err, IsEmpty());
+}
+
+TEST_F(Script, MayEndWithoutAnEndOfLine)
+{
+    EXPECT_THAT(kvnsim({"shell"}, "show summary").out, StartsWith("Summary\n"));
+}
+
+TEST_F(Script, WrongLineIsNamedAndTheScriptGoesOn)
+{
+    const Result result = shell({"# first", "sow summary", "show summary"});
+    EXPECT_EQ(usage, result.status);
+    EXPECT_EQ("-:2: there is no command \"sow\" (did you mean show?)\n", result.err);
+    EXPECT_THAT(result.out, HasSubstr("Summary\n"));
+}
+
+TEST_F(Script, StopEndsItAtTheFirstLineThatIsNotWell)
+{
+    const Result result = shell({"apply one.json", "nosuch", "show summary"}, {"--stop"});
+    EXPECT_EQ(usage, result.status);
+    EXPECT_THAT(result.out, Not(HasSubstr("Summary")));
+}
+
+TEST_F(Script, QuitEndsIt)
+{
+    const Result result = shell({"quit", "show summary"});
+    EXPECT_EQ(well, result.status);
+    EXPECT_THAT(result.out, IsEmpty());
+}
+
+TEST_F(Script, FirstLineThatIsNotWellGivesTheExitStatus)
+{
+    const struct {
+        std::vector<std::string> lines;
+        int status;
+    } cases[] = {
+        {{"audit"}, well},
+        {{"apply one.json", "poke Ethernet0 SdkIntfAttrMtuIdx 99", "audit", "audit extra"}, found},
+        {{"apply one.json", "mark", "set Ethernet0 mtu 99", "diff"}, found},
+        {{"set", "apply missing.json"}, usage},
+        {{"apply missing.json", "set"}, bad_input},
+        {{"save /nosuch/x.db"}, bad_input},
+        {{"call rmac_del 7", "set"}, request_failed},
+    };
+    for (const auto &each : cases) {
+        const Result result = shell(each.lines);
+        EXPECT_EQ(each.status, result.status) << each.lines.back() << "\n" << result.err;
+    }
+}
+
+TEST_F(Script, QuotesAndBackslashesKeepBlanks)
+{
+    write("two words.json", one_port);
+    for (const char *line :
+         {"apply \"two words.json\"", "apply 'two words.json'", "apply two\\ words.json"})
+        EXPECT_THAT(shell({line}).out, StartsWith("two words.json: 2 steps")) << line;
+    const Result open = shell({"apply \"two words.json"});
+    EXPECT_EQ(usage, open.status);
+    EXPECT_EQ("-:1: a \" is not closed\n", open.err);
+}
+
+TEST_F(Script, WordsTooManyOrTooFewAreToldWithWhatIsExpected)
+{
+    EXPECT_EQ("-:1: expected set IF PROPERTY VALUE\n", shell({"set Ethernet0 mtu"}).err);
+    EXPECT_EQ("-:1: expected mark\n", shell({"mark it"}).err);
+    EXPECT_EQ("-:1: expected call add_l3port L3LIF CREATE\n", shell({"call add_l3port"}).err);
+}
+
+/* ---- Configurations ---- */
+
+TEST_F(Script, ConfigurationOfTheCommandLineComesFirst)
+{
+    const Result result = shell({"plan one.json"}, {"one.json"});
+    EXPECT_EQ(well, result.status);
+    EXPECT_THAT(result.out, MatchesRegex("one.json: 2 steps, .*, 0 failures\n0 steps\n"));
+}
+
+TEST_F(Script, ConfigurationWithErrorsEndsIt)
+{
+    const Result result = shell({"show summary"}, {example("broken.json")});
+    EXPECT_EQ(bad_input, result.status);
+    EXPECT_THAT(result.out, Not(HasSubstr("Summary")));
+    EXPECT_THAT(result.err, HasSubstr("nothing was applied"));
+    const Result sound = shell({"show summary"}, {example("broken.json"), "--keep-going"});
+    EXPECT_EQ(bad_input, sound.status);
+}
+
+TEST_F(Script, PlanSaysWhatApplyWouldDo)
+{
+    const Result result = shell({"plan one_1500.json", "show lids"}, {"one.json"});
+    EXPECT_THAT(result.out, HasSubstr("change Ethernet0: MTU 9100 -> 1500\n1 step\n"));
+}
+
+TEST_F(Script, ReloadTakesTheFileOfTheLastTime)
+{
+    const Result result = shell(
+        {"reload", "apply one.json", "set Ethernet0 mtu 68", "reload", "reload one_1500.json"});
+    EXPECT_THAT(result.err, StartsWith("-:1: nothing was applied so far"));
+    EXPECT_THAT(result.out, HasSubstr("one.json: 0 steps"));
+    EXPECT_THAT(result.out, HasSubstr("one_1500.json: 1 step"));
+}
+
+TEST_F(Script, CheckValidatesOnly)
+{
+    const Result result = shell({"check " + example("broken.json"), "show ports"});
+    EXPECT_EQ(bad_input, result.status);
+    EXPECT_THAT(result.out, AllOf(HasSubstr("errors"), HasSubstr("none")));
+}
+
+TEST_F(Script, StandardInputIsNoConfiguration)
+{
+    EXPECT_EQ(usage, shell({"apply -"}).status);
+    EXPECT_EQ(usage, shell({}, {"-"}).status);
+}
+
+/* ---- Looking ---- */
+
+TEST_F(Script, ShowsWhatTheVerbsShowOfADatabase)
+{
+    for (const char *table :
+         {"show interfaces", "show ports", "show port-channels", "show lids", "show macs",
+          "show errors", "show summary", "show attributes Ethernet0", "explain Ethernet0", "audit",
+          "show interfaces --json", "explain Ethernet0 --json", "audit --json"}) {
+        const Result inside = shell({"save x.db", table}, {example("leaf.json")});
+        std::vector<std::string> arguments;
+        std::string line = table;
+        for (size_t at; (at = line.find(' ')) != line.npos; line.erase(0, at + 1))
+            arguments.push_back(line.substr(0, at));
+        arguments.push_back(line);
+        arguments.insert(arguments.end(), {"--db", "x.db"});
+        const Result outside = kvnsim(arguments);
+        EXPECT_EQ(well, outside.status) << table << outside.err;
+        EXPECT_THAT(inside.out, testing::EndsWith(outside.out)) << table;
+        EXPECT_THAT(outside.out, Not(IsEmpty())) << table;
+    }
+}
+
+TEST_F(Script, DiffTellsWhatChangedSinceTheMarkOrSinceADatabase)
+{
+    const Result result = shell({"save a.db", "diff", "mark", "diff", "set Ethernet0 mtu 68",
+                                 "diff", "diff a.db", "diff a.db --json"},
+                                {"one.json"});
+    EXPECT_THAT(result.err, HasSubstr("-:2: nothing is marked"));
+    EXPECT_THAT(result.out, HasSubstr("No difference"));
+    EXPECT_THAT(result.out, HasSubstr("1 difference\n"));
+    EXPECT_THAT(result.out, HasSubstr("\"equal\":false"));
+}
+
+TEST_F(Script, TimelineIsSwitchedOnAndOff)
+{
+    const Result result = shell({"set Ethernet0 mtu 68", "timeline on", "set Ethernet0 mtu 69",
+                                 "timeline on Ethernet0", "set Ethernet0 mtu 70", "timeline off",
+                                 "set Ethernet0 mtu 71"},
+                                {"one.json"});
+    EXPECT_EQ(well, result.status) << result.err;
+    EXPECT_THAT(result.out, Not(HasSubstr("value={param1=68}")));
+    EXPECT_THAT(result.out, HasSubstr("-:3: set Ethernet0 mtu 69\n"));
+    EXPECT_THAT(result.out, HasSubstr("value={param1=69}"));
+    EXPECT_THAT(result.out, HasSubstr("value={param1=70}"));
+    EXPECT_THAT(result.out, Not(HasSubstr("value={param1=71}")));
+    EXPECT_EQ(usage, shell({"timeline on Ethernet7"}).status);
+    EXPECT_EQ(usage, shell({"timeline maybe"}).status);
+}
+
+TEST_F(Script, TraceRecordsArePrintedAtTheirLevel)
+{
+    const std::string ok = "call add_l3port Ethernet0 1", bad = "call add_l3port null 1";
+    EXPECT_THAT(shell({"trace debug", ok}, {"one.json"}).err, HasSubstr("intf already exists"));
+    const Result errors = shell({"trace error", ok}, {"one.json"});
+    EXPECT_THAT(errors.err, IsEmpty());
+    const Result error = shell({"trace error", bad});
+    const Result off = shell({"trace error", "trace off", bad});
+    EXPECT_GT(lines(error.err).size(), lines(off.err).size());
+    EXPECT_EQ(usage, shell({"trace loud"}).status);
+}
+
+/* ---- Disturbing ---- */
+
+TEST_F(Script, CallsFailAsAsked)
+{
+    const Result result = shell({"fail libsdk_intf_attr_set:2=SDK_E_BUSY", "set Ethernet0 mtu 68",
+                                 "set Ethernet0 mtu 69", "set Ethernet0 mtu 70",
+                                 "fail libsdk_intf_attr_set", "fail off", "set Ethernet0 mtu 71"},
+                                {"one.json"});
+    EXPECT_EQ(request_failed, result.status);
+    EXPECT_EQ(1U, lines(result.err).size()) << result.err;
+    EXPECT_THAT(result.err, AllOf(StartsWith("-:3: "), HasSubstr("SDK_E_BUSY")));
+    EXPECT_EQ(usage, shell({"fail nosuch"}).status);
+    EXPECT_EQ(usage, shell({"fail libsdk_intf_create=SDK_E_NOSUCH"}).status);
+}
+
+TEST_F(Script, CallsFailAtRandomAsOftenAsAsked)
+{
+    EXPECT_EQ(request_failed, shell({"fail-rate 1", "apply one.json"}).status);
+    EXPECT_EQ(well, shell({"fail-rate 1 7", "fail-rate off", "apply one.json"}).status);
+    for (const char *line : {"fail-rate 2", "fail-rate often", "fail-rate -1", "fail-rate nan",
+                             "fail-rate 0.1 seed", "fail-rate \"\""})
+        EXPECT_EQ(usage, shell({line}).status) << line;
+}
+
+TEST_F(Script, TablesAreAsSmallAsAsked)
+{
+    const Result result = shell({"limit intf=1", "create Vlan2", "create Vlan3"});
+    EXPECT_EQ(request_failed, result.status);
+    EXPECT_THAT(result.err, AllOf(StartsWith("-:3: "), HasSubstr("SDK_E_FULL")));
+    EXPECT_EQ(usage, shell({"limit intf"}).status);
+    EXPECT_EQ(usage, shell({"limit nosuch=4"}).status);
+}
+
+/* ---- Files ---- */
+
+TEST_F(Script, OptionsWriteFiles)
+{
+    const Result result =
+        shell({"set Ethernet0 mtu 68"}, {"one.json", "--db", "x.db", "--record", "x.jsonl",
+                                         "--debug-file", "x.log", "--events", "x.events"});
+    EXPECT_EQ(well, result.status) << result.err;
+    EXPECT_THAT(kvnsim({"show", "attributes", "Ethernet0", "--db", "x.db"}).out, HasSubstr(" 68"));
+    EXPECT_EQ(well, kvnsim({"replay", "x.jsonl"}).status);
+    EXPECT_THAT(read("x.log"), HasSubstr("l3lifpd_kvn_set_l3_property"));
+    EXPECT_THAT(kvnsim({"events", "x.events"}).out, Not(IsEmpty()));
+}
+
+TEST_F(Script, OutputsThatCannotBeWrittenAreToldAtOnce)
+{
+    EXPECT_EQ(bad_input, shell({}, {"--db", "/nosuch/x.db"}).status);
+    EXPECT_EQ(bad_input, shell({}, {"--record", "/nosuch/x.jsonl"}).status);
+    EXPECT_EQ(usage, shell({}, {"one.json", "--record", "one.json"}).status);
+    EXPECT_EQ(one_port, read("one.json"));
+}
+
+/* ---- Help ---- */
+
+TEST_F(Script, HelpNamesEveryCommandAndTellsMoreOfEach)
+{
+    const Result all = shell({"help"});
+    size_t commands = 0;
+    for (const std::string &line : lines(all.out)) {
+        if (line.compare(0, 2, "  ") != 0)
+            continue;
+        ++commands;
+        const std::string name = line.substr(2, line.find(' ', 2) - 2);
+        const Result one = shell({"help " + name});
+        EXPECT_EQ(well, one.status) << name;
+        EXPECT_THAT(one.out, StartsWith(name));
+        EXPECT_GE(100U, line.size()) << line;
+    }
+    EXPECT_LT(25U, commands);
+    EXPECT_THAT(shell({"help add_svi"}).out, StartsWith("call add_svi L3LIF ENCAP_VLAN\n"));
+    EXPECT_EQ(usage, shell({"help nosuch"}).status);
+}
