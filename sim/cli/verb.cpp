@@ -63,13 +63,12 @@ const Option db_option{"--db", "FILE", "the database that `kvnsim run --db FILE`
                        Times::required};
 const Option json_option{"--json", "", "one JSON document instead of text", Takes::nothing};
 
-Registration::Registration(Verb verb)
+Registration::Registration(Verb verb) : verb_(std::move(verb))
 {
     const auto before = [](const Verb *a, const Verb *b) {
         return std::strcmp(a->name, b->name) < 0;
     };
-    const auto *entry = new Verb(std::move(verb)); /* lives as long as the process */
-    table().insert(std::upper_bound(table().begin(), table().end(), entry, before), entry);
+    table().insert(std::upper_bound(table().begin(), table().end(), &verb_, before), &verb_);
 }
 
 const std::vector<const Verb *> &verbs()

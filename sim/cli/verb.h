@@ -81,6 +81,11 @@ struct Verb {
 class Registration {
 public:
     explicit Registration(Verb verb);
+    Registration(const Registration &) = delete;
+    Registration &operator=(const Registration &) = delete;
+
+private:
+    const Verb verb_;
 };
 
 /* All verbs, by name. */
