@@ -210,6 +210,7 @@ std::optional<std::string> LineEditor::read(const char *prompt)
     sigaddset(&held_back, SIGINT);
     sigaddset(&held_back, SIGTERM);
     sigprocmask(SIG_BLOCK, &held_back, &state_->while_waiting);
+    el_set(state_->editor.get(), EL_PREP_TERM, 1); /* keys count from when the prompt is seen */
     int length = 0;
     const char *line = el_gets(state_->editor.get(), &length);
     sigprocmask(SIG_SETMASK, &state_->while_waiting, nullptr);
