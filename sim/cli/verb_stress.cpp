@@ -22,10 +22,15 @@ void print_json(const StressOptions &options, const StressResult &result, Consol
     json.field("power_cycles", result.power_cycles).field("interrupted", result.stopped);
     json.key("problem");
     if (result.problem) {
-        json.begin_object().field("what", result.problem->what).key("sequence").begin_array();
-        for (const std::string &change : result.problem->sequence)
-            json.value(change);
-        json.end_array().end_object();
+        json.begin_object().field("what", result.problem->what);
+        for (const auto &[key, lines] : {std::pair("power_on", &result.problem->power_on),
+                                         std::pair("changes", &result.problem->changes)}) {
+            json.key(key).begin_array();
+            for (const std::string &line : *lines)
+                json.value(line);
+            json.end_array();
+        }
+        json.end_object();
     } else {
         json.null();
     }
@@ -47,9 +52,14 @@ void print_text(const StressOptions &options, const StressResult &result, Consol
         return;
     }
     out << fmt::format("Wrong, with no failure behind it: {}\n", result.problem->what);
-    out << "The shortest way there that was found, from power-on:\n";
-    for (size_t i = 0; i < result.problem->sequence.size(); ++i)
-        out << fmt::format("  {}. {}\n", i + 1, result.problem->sequence[i]);
+    if (result.problem->power_on.empty())
+        out << "The shortest way there that was found, from power-on:\n";
+    else
+        out << "The shortest way there that was found, from power-on with these:\n";
+    for (const std::string &object : result.problem->power_on)
+        out << fmt::format("  - {}\n", object);
+    for (size_t i = 0; i < result.problem->changes.size(); ++i)
+        out << fmt::format("  {}. {}\n", i + 1, result.problem->changes[i]);
 }
 
 int churn(const Arguments &arguments, Console &console)
@@ -64,6 +74,10 @@ int churn(const Arguments &arguments, Console &console)
     options.fail_rate = arguments.probability("--fail-rate", options.fail_rate);
     options.stop = [] { return interrupt_signal() != 0; };
     options.progress = [&](uint64_t done, uint64_t of) { console.progress("operation", done, of); };
+    options.shortening = [&](uint64_t tries) {
+        console.progress(
+            fmt::format("something is wrong; shortening the way there: try {}", tries));
+    };
     const StressResult result = stress(options);
     console.clear_progress();
     if (arguments.has("--json"))

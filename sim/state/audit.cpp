@@ -233,10 +233,11 @@ private:
 
     void check_claim(const HostRow &host, const char *what, uint32_t id, const HostRow *owner)
     {
-        if (owner != nullptr && owner != &host)
-            tell(
-                AuditKind::difference, host.name, what, host.name,
-                fmt::format("{} {} is recorded by {} and by {}", what, id, owner->name, host.name));
+        if (owner == nullptr || owner == &host)
+            return;
+        tell(AuditKind::difference, host.name, what, host.name,
+             fmt::format("{} {} is recorded by {} and by {}", what, id, owner->name, host.name));
+        findings_.back().other = owner->name;
     }
 
     /* Is the SDK interface on what the host interface is on? */

@@ -26,6 +26,7 @@ struct AuditFinding {
     std::string interface; /* the interface concerned, by name; empty without one */
     std::string words;     /* one sentence, the object named and who made it */
     std::vector<uint64_t> requests; /* those that made what is concerned; ascending */
+    std::string other = {};         /* the other interface concerned, by name; empty without one */
 };
 
 /* All findings, in the order of the kinds, then as in the snapshot. Empty: all agrees. What the

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 #include <vector>
 
 namespace kvnsim {
@@ -21,7 +22,55 @@ Place place_of(const std::string &table, const std::string &key)
     return place;
 }
 
+bool is_member(const Desired &desired, const std::string &port)
+{
+    return std::any_of(
+        desired.port_channels.begin(), desired.port_channels.end(),
+        [&](const auto &port_channel) { return port_channel.second.members.count(port) != 0; });
+}
+
+/* A sub-interface needs a LID to stand on: a routed port that is no member, or a routed
+ * port-channel with a member that joins. */
+bool can_have_sub_interfaces(const Desired &desired, const std::string &parent)
+{
+    if (desired.routed_ports.count(parent) != 0)
+        return !is_member(desired, parent);
+    const auto found = desired.port_channels.find(parent);
+    if (found == desired.port_channels.end() || !found->second.l3)
+        return false;
+    const auto &members = found->second.members;
+    return std::any_of(members.begin(), members.end(), [&](const auto &member) {
+        return desired.routed_ports.count(member.first) == 0;
+    });
+}
+
+/* The L3 settings of an interface, nullptr without any. */
+template <class D>
+auto l3_in(D &desired, const std::string &interface) -> decltype(&desired.svis.begin()->second.l3)
+{
+    if (const auto it = desired.routed_ports.find(interface); it != desired.routed_ports.end())
+        return &it->second.l3;
+    if (const auto it = desired.port_channels.find(interface);
+        it != desired.port_channels.end() && it->second.l3)
+        return &*it->second.l3;
+    if (const auto it = desired.svis.find(interface); it != desired.svis.end())
+        return &it->second.l3;
+    if (const auto it = desired.sub_interfaces.find(interface); it != desired.sub_interfaces.end())
+        return &it->second.l3;
+    return nullptr;
+}
+
+template <class Map> void take_over_entry(Map &to, const Map &from, const std::string &name)
+{
+    const auto found = from.find(name);
+    if (found == from.end())
+        to.erase(name);
+    else
+        to.insert_or_assign(name, found->second);
+}
+
 constexpr uint16_t mtus[] = {1500, 4000, 9000, 9100, 9216};
+constexpr const char *the_switch = "switch";
 const char *const vrfs[] = {"", "VrfBlue", "VrfGreen", "VrfRed"};
 
 } // namespace
@@ -67,43 +116,6 @@ L3Settings RandomDesired::random_l3()
     return l3;
 }
 
-bool RandomDesired::is_member(const std::string &port) const
-{
-    return std::any_of(
-        desired_.port_channels.begin(), desired_.port_channels.end(),
-        [&](const auto &port_channel) { return port_channel.second.members.count(port) != 0; });
-}
-
-/* A sub-interface needs a LID to stand on: a routed port that is no member, or a routed
- * port-channel with a member that joins. */
-bool RandomDesired::can_have_sub_interfaces(const std::string &parent) const
-{
-    if (desired_.routed_ports.count(parent) != 0)
-        return !is_member(parent);
-    const auto found = desired_.port_channels.find(parent);
-    if (found == desired_.port_channels.end() || !found->second.l3)
-        return false;
-    const auto &members = found->second.members;
-    return std::any_of(members.begin(), members.end(), [&](const auto &member) {
-        return desired_.routed_ports.count(member.first) == 0;
-    });
-}
-
-L3Settings *RandomDesired::l3_of(const std::string &interface)
-{
-    if (const auto it = desired_.routed_ports.find(interface); it != desired_.routed_ports.end())
-        return &it->second.l3;
-    if (const auto it = desired_.port_channels.find(interface);
-        it != desired_.port_channels.end() && it->second.l3)
-        return &*it->second.l3;
-    if (const auto it = desired_.svis.find(interface); it != desired_.svis.end())
-        return &it->second.l3;
-    if (const auto it = desired_.sub_interfaces.find(interface);
-        it != desired_.sub_interfaces.end())
-        return &it->second.l3;
-    return nullptr;
-}
-
 std::string RandomDesired::random_interface()
 {
     switch (pick(4)) {
@@ -135,7 +147,7 @@ std::string RandomDesired::random_interface()
 
 std::string RandomDesired::toggle_routed_port()
 {
-    const std::string name = port_name(pick(ports_));
+    const std::string &name = of(port_name(pick(ports_)));
     if (desired_.routed_ports.erase(name) != 0)
         return name + ": not routed";
     DesiredRoutedPort port;
@@ -148,7 +160,7 @@ std::string RandomDesired::toggle_routed_port()
 std::string RandomDesired::toggle_port_channel()
 {
     const uint32_t number = 1 + pick(port_channels_);
-    const std::string name = "PortChannel" + std::to_string(number);
+    const std::string &name = of("PortChannel" + std::to_string(number));
     if (desired_.port_channels.count(name) != 0) {
         if (often())
             return toggle_member();
@@ -173,7 +185,7 @@ std::string RandomDesired::toggle_member()
     const std::string port = port_name(pick(ports_));
     for (auto &[name, port_channel] : desired_.port_channels) {
         if (port_channel.members.erase(port) != 0)
-            return port + ": leaves " + name;
+            return port + ": leaves " + of(name);
     }
     auto &[name, port_channel] = *random_entry(
         desired_.port_channels, pick(static_cast<uint32_t>(desired_.port_channels.size())));
@@ -181,7 +193,7 @@ std::string RandomDesired::toggle_member()
     if (desired_.routed_ports.count(port) != 0 && pick(8) != 0)
         return change_settings();
     port_channel.members.emplace(port, place_of("PORTCHANNEL_MEMBER", name + '|' + port));
-    return port + ": joins " + name;
+    return port + ": joins " + of(name);
 }
 
 std::string RandomDesired::toggle_routing_of_port_channel()
@@ -190,6 +202,7 @@ std::string RandomDesired::toggle_routing_of_port_channel()
         return toggle_port_channel();
     auto &[name, port_channel] = *random_entry(
         desired_.port_channels, pick(static_cast<uint32_t>(desired_.port_channels.size())));
+    of(name);
     if (port_channel.l3) {
         port_channel.l3.reset();
         return name + ": not routed";
@@ -201,7 +214,7 @@ std::string RandomDesired::toggle_routing_of_port_channel()
 std::string RandomDesired::toggle_svi()
 {
     const uint32_t vlan = 2 + pick(svis_);
-    const std::string name = "Vlan" + std::to_string(vlan);
+    const std::string &name = of("Vlan" + std::to_string(vlan));
     if (desired_.svis.erase(name) != 0)
         return name + ": deleted";
     DesiredSvi svi;
@@ -219,15 +232,15 @@ std::string RandomDesired::toggle_sub_interface()
         (!desired_.sub_interfaces.empty() && !often())) {
         const auto gone = random_entry(desired_.sub_interfaces,
                                        pick(static_cast<uint32_t>(desired_.sub_interfaces.size())));
-        const std::string name = gone->first;
+        const std::string &name = of(gone->first);
         desired_.sub_interfaces.erase(gone);
         return name + ": deleted";
     }
     const std::string parent = random_interface();
-    if (!can_have_sub_interfaces(parent))
+    if (!can_have_sub_interfaces(desired_, parent))
         return toggle_svi();
     const uint32_t vlan = 1 + pick(sub_interfaces_ < 4094 ? sub_interfaces_ : 4094);
-    const std::string name = parent + '.' + std::to_string(vlan);
+    const std::string &name = of(parent + '.' + std::to_string(vlan));
     DesiredSubInterface sub;
     sub.parent = parent;
     sub.vlan = vlan;
@@ -247,8 +260,9 @@ std::string RandomDesired::toggle_virtual_mac()
                0x00,
                static_cast<uint8_t>(1 + pick(2)),
                static_cast<uint8_t>(1 + pick(4))};
-    if (l3_of(mac.interface) == nullptr)
+    if (l3_in(desired_, mac.interface) == nullptr)
         return toggle_routed_port();
+    of(mac.interface);
     if (desired_.virtual_macs.erase(mac) != 0)
         return mac.interface + ": without virtual MAC " + to_text(mac.mac);
     desired_.virtual_macs.emplace(mac, place_of("VRRP", mac.interface));
@@ -257,8 +271,8 @@ std::string RandomDesired::toggle_virtual_mac()
 
 std::string RandomDesired::change_settings()
 {
-    const std::string name = random_interface();
-    L3Settings *const l3 = l3_of(name);
+    const std::string &name = of(random_interface());
+    L3Settings *const l3 = l3_in(desired_, name);
     if (l3 == nullptr)
         return toggle_svi();
     *l3 = random_l3();
@@ -269,7 +283,7 @@ std::string RandomDesired::change_settings()
 
 std::string RandomDesired::change_port_mtu()
 {
-    const std::string name = port_name(pick(ports_));
+    const std::string &name = of(port_name(pick(ports_)));
     const uint16_t mtu = random_mtu();
     desired_.ports.at(name).mtu = mtu;
     return name + ": MTU " + std::to_string(mtu);
@@ -277,6 +291,7 @@ std::string RandomDesired::change_port_mtu()
 
 std::string RandomDesired::change_router_mac()
 {
+    of(the_switch);
     if (desired_.router_mac && !often()) {
         desired_.router_mac.reset();
         return "no router MAC";
@@ -284,16 +299,6 @@ std::string RandomDesired::change_router_mac()
     desired_.router_mac = Mac{0x00, 0x00, 0x5e, 0x00, 0x53, static_cast<uint8_t>(1 + pick(8))};
     desired_.router_mac_place = place_of("DEVICE_METADATA", "localhost");
     return "router MAC " + to_text(*desired_.router_mac);
-}
-
-void RandomDesired::tidy()
-{
-    for (auto it = desired_.sub_interfaces.begin(); it != desired_.sub_interfaces.end();)
-        it = can_have_sub_interfaces(it->second.parent) ? std::next(it)
-                                                        : desired_.sub_interfaces.erase(it);
-    for (auto it = desired_.virtual_macs.begin(); it != desired_.virtual_macs.end();)
-        it =
-            l3_of(it->first.interface) != nullptr ? std::next(it) : desired_.virtual_macs.erase(it);
 }
 
 std::string RandomDesired::change(uint64_t seed)
@@ -337,8 +342,85 @@ std::string RandomDesired::change(uint64_t seed)
     default:
         words = change_settings();
     }
-    tidy();
+    tidy(desired_);
     return words;
+}
+
+void take_over(Desired &to, const Desired &from, const std::string &name)
+{
+    take_over_entry(to.ports, from.ports, name);
+    take_over_entry(to.routed_ports, from.routed_ports, name);
+    take_over_entry(to.port_channels, from.port_channels, name);
+    take_over_entry(to.svis, from.svis, name);
+    take_over_entry(to.sub_interfaces, from.sub_interfaces, name);
+    for (auto it = to.virtual_macs.begin(); it != to.virtual_macs.end();)
+        it = it->first.interface == name ? to.virtual_macs.erase(it) : std::next(it);
+    for (const auto &[mac, place] : from.virtual_macs) {
+        if (mac.interface == name)
+            to.virtual_macs.emplace(mac, place);
+    }
+    if (name == the_switch) {
+        to.router_mac = from.router_mac;
+        to.router_mac_place = from.router_mac_place;
+    }
+}
+
+void tidy(Desired &desired)
+{
+    std::set<std::string> members;
+    for (auto &[name, port_channel] : desired.port_channels) {
+        auto &its = port_channel.members;
+        for (auto it = its.begin(); it != its.end();)
+            it = members.insert(it->first).second ? std::next(it) : its.erase(it);
+    }
+    for (auto it = desired.sub_interfaces.begin(); it != desired.sub_interfaces.end();)
+        it = can_have_sub_interfaces(desired, it->second.parent) ? std::next(it)
+                                                                 : desired.sub_interfaces.erase(it);
+    for (auto it = desired.virtual_macs.begin(); it != desired.virtual_macs.end();)
+        it = l3_in(desired, it->first.interface) != nullptr ? std::next(it)
+                                                            : desired.virtual_macs.erase(it);
+}
+
+std::vector<std::string> objects(const Desired &desired)
+{
+    std::vector<std::string> names;
+    if (desired.router_mac)
+        names.emplace_back(the_switch);
+    for (const auto &[name, port] : desired.ports) {
+        if (desired.routed_ports.count(name) != 0 || port.mtu != DesiredPort().mtu)
+            names.push_back(name);
+    }
+    for (const auto &[name, port_channel] : desired.port_channels)
+        names.push_back(name);
+    for (const auto &[name, svi] : desired.svis)
+        names.push_back(name);
+    for (const auto &[name, sub] : desired.sub_interfaces)
+        names.push_back(name);
+    return names;
+}
+
+std::string describe(const Desired &desired, const std::string &name)
+{
+    std::vector<std::string> parts;
+    if (name == the_switch && desired.router_mac)
+        parts.push_back("router MAC " + to_text(*desired.router_mac));
+    if (const auto port = desired.ports.find(name);
+        port != desired.ports.end() && port->second.mtu != DesiredPort().mtu)
+        parts.push_back("MTU " + std::to_string(port->second.mtu));
+    if (l3_in(desired, name) != nullptr)
+        parts.emplace_back("routed");
+    if (const auto found = desired.port_channels.find(name); found != desired.port_channels.end()) {
+        for (const auto &[member, place] : found->second.members)
+            parts.push_back("with " + member);
+    }
+    for (const auto &[mac, place] : desired.virtual_macs) {
+        if (mac.interface == name)
+            parts.push_back("virtual MAC " + to_text(mac.mac));
+    }
+    std::string text = name + ":";
+    for (const std::string &part : parts)
+        text += (&part == &parts.front() ? " " : ", ") + part;
+    return parts.empty() ? name + ": there" : text;
 }
 
 } // namespace kvnsim

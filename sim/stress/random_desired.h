@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "sim/config/desired.h"
 
@@ -16,6 +17,8 @@ public:
 
     /* Make one random change, chosen by the seed alone; says what it did: "Vlan7: MTU 1500". */
     std::string change(uint64_t seed);
+    /* The interface that it was made of, with its virtual MACs; "switch" of the router MAC. */
+    const std::string &changed() const { return changed_; }
 
     const Desired &desired() const { return desired_; }
 
@@ -26,9 +29,7 @@ private:
     std::string port_name(uint32_t number) const;
     L3Settings random_l3();
     uint16_t random_mtu();
-    bool is_member(const std::string &port) const;
-    bool can_have_sub_interfaces(const std::string &parent) const;
-    L3Settings *l3_of(const std::string &interface);
+    const std::string &of(const std::string &name) { return changed_ = name; }
     std::string random_interface();
 
     std::string toggle_routed_port();
@@ -41,11 +42,20 @@ private:
     std::string change_settings();
     std::string change_port_mtu();
     std::string change_router_mac();
-    void tidy(); /* drop what lost what it stands on */
 
     Desired desired_;
+    std::string changed_;
     uint32_t ports_, port_channels_, svis_, sub_interfaces_;
     Random random_;
 };
+
+/* Take what from wants of one interface, or of the switch, over into to. */
+void take_over(Desired &to, const Desired &from, const std::string &name);
+/* Drop what lost what it stands on, and memberships but the first of each port. */
+void tidy(Desired &desired);
+/* The interfaces wanted, ports that are as they come left out, and the switch. */
+std::vector<std::string> objects(const Desired &desired);
+/* One of them: "PortChannel1: routed, with Ethernet4", "Ethernet0: routed, MTU 1500". */
+std::string describe(const Desired &desired, const std::string &name);
 
 } // namespace kvnsim

@@ -4,6 +4,7 @@
 #include <memory>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include "sim/state/audit.h"
 #include "sim/state/snapshot.h"
@@ -11,11 +12,6 @@
 
 namespace kvnsim {
 namespace {
-
-/* One operation: a random change, and the failures injected while it is applied. */
-struct Operation {
-    uint64_t number, change_seed, fault_seed;
-};
 
 /* What happened to whom since power-on. */
 class Watch : public Observer {
@@ -29,6 +25,8 @@ public:
     {
         families_[request.number] = family(request.subject);
         injected_ += request.injected_failures;
+        if (request.injected_failures != 0)
+            injections_.push_back(request.first_failure);
         /* What was refused in the wake of a failure spreads it. */
         if (request.injected_failures == 0 && (request.failed_calls == 0 || touched_.empty()))
             return;
@@ -37,6 +35,9 @@ public:
     }
 
     void failed(const Step &step) { touch(step.name); }
+
+    /* The failures injected since the last time: "libsdk_intf_create: SDK_E_INTERNAL". */
+    std::vector<std::string> injections() { return std::exchange(injections_, {}); }
 
     bool clean() const { return touched_.empty(); }
     uint64_t injected() const { return injected_; }
@@ -52,6 +53,7 @@ public:
     {
         /* What concerns no interface is the switch's: its router MAC. */
         return touches(finding.interface.empty() ? "switch" : finding.interface) ||
+               touches(finding.other) ||
                std::any_of(finding.requests.begin(), finding.requests.end(), [&](uint64_t request) {
                    return struck_.count(request) != 0 || touches_maker(request);
                });
@@ -97,36 +99,34 @@ private:
     std::unordered_map<uint64_t, std::vector<std::string>> families_; /* by request */
     std::unordered_set<uint64_t> struck_;
     std::unordered_set<std::string> touched_;
+    std::vector<std::string> injections_;
     uint64_t injected_ = 0;
 };
 
 /* A switch from power-on to power-off. */
 class Life {
 public:
-    Life(const RandomDesired &start, const StressOptions &options)
-        : random_(start), options_(options)
+    Life(const Desired &start, const StressOptions &options) : options_(options)
     {
-        problem_ = apply("power-on");
+        apply(start, "power-on");
     }
 
-    /* Make the change and apply it; what is wrong without a failure behind it. */
-    const std::optional<std::string> &make(const Operation &operation)
+    /* Take it to the next configuration, while calls fail as this seed has it. */
+    void change(const Desired &to, const std::string &words, uint64_t fault_seed, uint64_t number)
     {
-        words_ = random_.change(operation.change_seed);
-        Journal::instance().faults.set_rate(options_.fail_rate, operation.fault_seed);
-        problem_ = apply(words_);
-        Journal::instance().faults.clear();
+        Faults &faults = Journal::instance().faults;
+        faults.set_rate(options_.fail_rate, fault_seed);
+        apply(to, words);
+        faults.clear();
         if (!problem_ && options_.sabotage) {
-            options_.sabotage(switch_, operation.number);
+            options_.sabotage(switch_, number);
             problem_ = audited();
         }
-        return problem_;
     }
 
-    const RandomDesired &random() const { return random_; }
-    const std::string &words() const { return words_; }
+    /* What is wrong without a failure behind it. */
     const std::optional<std::string> &problem() const { return problem_; }
-    bool clean() const { return watch_.clean(); }
+    Watch &watch() { return watch_; }
 
     void count_into(StressResult &result) const
     {
@@ -138,16 +138,18 @@ public:
     }
 
 private:
-    std::optional<std::string> apply(const std::string &change)
+    void apply(const Desired &want, const std::string &words)
     {
-        const Applied applied = switch_.apply(random_.desired());
+        const Applied applied = switch_.apply(want);
         failed_steps_ += applied.failures.size();
         for (const Failure &failure : applied.failures) {
-            if (!watch_.explains(failure))
-                return change + ": " + failure.step.words + ": " + failure.message;
+            if (!watch_.explains(failure)) {
+                problem_ = words + ": " + failure.step.words + ": " + failure.message;
+                return;
+            }
             watch_.failed(failure.step);
         }
-        return audited();
+        problem_ = audited();
     }
 
     std::optional<std::string> audited()
@@ -161,11 +163,9 @@ private:
         return std::nullopt;
     }
 
-    RandomDesired random_;
     const StressOptions &options_;
     Switch switch_;
     Watch watch_;
-    std::string words_;
     std::optional<std::string> problem_;
     uint64_t failed_steps_ = 0, findings_ = 0;
 };
@@ -179,51 +179,125 @@ uint64_t next(uint64_t &state)
     return z ^ (z >> 31);
 }
 
-/* The words of the changes when these operations still end in a problem; else empty. */
-std::vector<std::string> fails(const RandomDesired &start, const std::vector<Operation> &operations,
-                               const StressOptions &options, std::string &what)
+/* One operation: a random change, and the failures injected while it is applied. */
+struct Operation {
+    uint64_t number, change_seed, fault_seed;
+};
+
+/* What the configuration wants of one object from some moment on, whatever else it wants. */
+struct Change {
+    bool at_power_on;
+    std::string object, words;
+    Desired wants; /* of the object only */
+    uint64_t number, fault_seed;
+};
+
+Change change_of(const Desired &desired, const std::string &object, std::string words)
 {
-    std::vector<std::string> words;
-    Life life(start, options);
-    for (const Operation &operation : operations) {
-        const auto &problem = life.make(operation);
-        words.push_back(life.words());
-        if (problem) {
-            what = *problem;
-            return words;
-        }
-    }
-    return {};
+    Change change{true, object, std::move(words), {}, 0, 0};
+    take_over(change.wants, desired, object);
+    return change;
 }
 
-/* Leave out what is not needed to see a problem: halves first, then single operations. */
-StressProblem shortest(const RandomDesired &start, std::vector<Operation> operations,
-                       const StressOptions &options, std::string what)
-{
-    std::vector<std::string> words = fails(start, operations, options, what);
-    const size_t tries = 2000;
-    size_t tried = 0;
-    for (size_t chunk = std::max<size_t>(operations.size() / 2, 1);; chunk /= 2) {
-        for (size_t at = 0; at < operations.size() && tried < tries;) {
-            std::vector<Operation> fewer = operations;
-            const auto from = fewer.begin() + static_cast<std::ptrdiff_t>(at);
-            fewer.erase(
-                from, from + static_cast<std::ptrdiff_t>(std::min(chunk, operations.size() - at)));
-            ++tried;
-            std::vector<std::string> still = fails(start, fewer, options, what);
-            if (still.empty()) {
-                at += chunk;
-            } else {
-                fewer.resize(still.size());
-                operations = std::move(fewer);
-                words = std::move(still);
-            }
+/* Finds a short way to a problem. */
+class Shortening {
+public:
+    Shortening(const RandomDesired &start, const std::vector<Operation> &operations,
+               const StressOptions &options)
+        : bare_(RandomDesired(options.interfaces).desired()), options_(options)
+    {
+        /* The fewer operations after a power-on the better: most problems show at once. */
+        for (size_t last = std::min<size_t>(operations.size(), 1); problem_.what.empty();
+             last *= 2) {
+            last = std::min(last, operations.size());
+            shortest_ = changes(start, operations, operations.size() - last);
+            if (!still_wrong(shortest_) && last == operations.size())
+                break;
         }
-        if (chunk <= 1)
-            break;
     }
-    return {std::move(what), std::move(words)};
-}
+
+    /* Leave out what is not needed: halves first, then single changes. */
+    StressProblem run()
+    {
+        for (size_t chunk = std::max<size_t>(shortest_.size() / 2, 1);; chunk /= 2) {
+            for (size_t at = 0; at < shortest_.size() && may_go_on();) {
+                std::vector<Change> fewer = shortest_;
+                const auto from = fewer.begin() + static_cast<std::ptrdiff_t>(at);
+                const size_t count = std::min(chunk, fewer.size() - at);
+                fewer.erase(from, from + static_cast<std::ptrdiff_t>(count));
+                if (still_wrong(fewer))
+                    shortest_ = std::move(fewer);
+                else
+                    at += chunk;
+            }
+            if (chunk <= 1)
+                break;
+        }
+        return problem_;
+    }
+
+private:
+    /* The changes from an empty configuration, with a power-on before this operation. */
+    static std::vector<Change> changes(RandomDesired random,
+                                       const std::vector<Operation> &operations, size_t power_on)
+    {
+        for (size_t i = 0; i < power_on; ++i)
+            random.change(operations[i].change_seed);
+        std::vector<Change> all;
+        for (const std::string &object : objects(random.desired()))
+            all.push_back(change_of(random.desired(), object, describe(random.desired(), object)));
+        for (size_t i = power_on; i < operations.size(); ++i) {
+            std::string words = random.change(operations[i].change_seed);
+            all.push_back(change_of(random.desired(), random.changed(), std::move(words)));
+            all.back().at_power_on = false;
+            all.back().number = operations[i].number;
+            all.back().fault_seed = operations[i].fault_seed;
+        }
+        return all;
+    }
+
+    bool may_go_on() const
+    {
+        constexpr uint64_t most = 2000;
+        return tries_ < most && !(options_.stop && options_.stop());
+    }
+
+    /* Whether these still end in a problem, which is kept then. */
+    bool still_wrong(const std::vector<Change> &all)
+    {
+        if (options_.shortening)
+            options_.shortening(tries_);
+        ++tries_;
+        StressProblem seen;
+        Desired want = bare_;
+        auto change = all.begin();
+        for (; change != all.end() && change->at_power_on; ++change) {
+            take_over(want, change->wants, change->object);
+            seen.power_on.push_back(change->words);
+        }
+        tidy(want);
+        Life life(want, options_);
+        for (; change != all.end() && !life.problem(); ++change) {
+            take_over(want, change->wants, change->object);
+            tidy(want);
+            life.change(want, change->words, change->fault_seed, change->number);
+            seen.changes.push_back(change->words);
+            for (const std::string &injection : life.watch().injections())
+                seen.changes.back() += " (" + injection + ")";
+        }
+        if (!life.problem())
+            return false;
+        seen.what = *life.problem();
+        problem_ = std::move(seen);
+        return true;
+    }
+
+    const Desired bare_;
+    const StressOptions &options_;
+    std::vector<Change> shortest_;
+    StressProblem problem_; /* of the shortest */
+    uint64_t tries_ = 0;
+};
 
 } // namespace
 
@@ -231,36 +305,39 @@ StressResult stress(const StressOptions &options)
 {
     StressResult result;
     uint64_t seeds = options.seed;
-    RandomDesired start(options.interfaces);
+    RandomDesired start(options.interfaces), random = start;
     std::vector<Operation> operations;
-    auto life = std::make_unique<Life>(start, options);
-    while (result.operations < options.operations && !result.problem) {
+    auto life = std::make_unique<Life>(random.desired(), options);
+    while (result.operations < options.operations && !life->problem()) {
         if (options.stop && options.stop()) {
             result.stopped = true;
             break;
         }
         operations.push_back({result.operations, next(seeds), next(seeds)});
-        life->make(operations.back());
+        const std::string words = random.change(operations.back().change_seed);
+        life->change(random.desired(), words, operations.back().fault_seed, result.operations);
         result.operations++;
         if (options.progress)
             options.progress(result.operations, options.operations);
         /* Leftovers pile up; a switch started afresh must come up without any. */
-        const bool power_cycle = !life->clean() && next(seeds) % 16 == 0;
+        const bool power_cycle = !life->watch().clean() && next(seeds) % 16 == 0;
         if (!life->problem() && (power_cycle || operations.size() >= 1000)) {
             life->count_into(result);
             result.power_cycles++;
-            start = life->random();
+            start = random;
             operations.clear();
             life.reset();
-            life = std::make_unique<Life>(start, options);
+            life = std::make_unique<Life>(random.desired(), options);
         }
-        if (life->problem())
-            result.problem.emplace(StressProblem{*life->problem(), {}});
     }
     life->count_into(result);
+    const std::optional<std::string> problem = life->problem();
     life.reset();
-    if (result.problem)
-        result.problem = shortest(start, operations, options, result.problem->what);
+    if (problem) {
+        result.problem = Shortening(start, operations, options).run();
+        if (result.problem->what.empty()) /* it was not to be seen again */
+            result.problem->what = *problem;
+    }
     return result;
 }
 

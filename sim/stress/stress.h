@@ -16,16 +16,19 @@ struct StressOptions {
     uint32_t interfaces = 64; /* about so many L3 interfaces at most */
     uint64_t operations = 10000;
     uint64_t seed = 1;
-    double fail_rate = 0.01;                                    /* of each call that can fail */
-    std::function<bool()> stop;                                 /* asked before each operation */
-    std::function<void(uint64_t done, uint64_t of)> progress;   /* told after each */
+    double fail_rate = 0.01;    /* of each call that can fail */
+    std::function<bool()> stop; /* asked before each operation, and while shortening */
+    std::function<void(uint64_t done, uint64_t of)> progress;   /* told after each operation */
+    std::function<void(uint64_t tries)> shortening;             /* told before each try */
     std::function<void(Switch &, uint64_t operation)> sabotage; /* for tests: after each apply */
 };
 
 /* What is wrong without a failure behind it, and the shortest way found to see it again. */
 struct StressProblem {
-    std::string what;                  /* the audit's words, or the failed step's */
-    std::vector<std::string> sequence; /* the changes that lead there from power-on, in order */
+    std::string what; /* the audit's words, or the failed step's */
+    /* What leads there: what is wanted at power-on, then one change after another, each with the
+     * calls that failed. */
+    std::vector<std::string> power_on, changes;
 };
 
 struct StressResult {
