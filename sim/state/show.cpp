@@ -95,11 +95,20 @@ Listing show_interfaces(const Snapshot &snapshot, const std::string &)
     const Index index(snapshot);
     Listing listing;
     listing.title = "Interfaces";
-    listing.columns = {
-        {"name", "Interface"},      {"kind", "Kind"},      {"state", "State"},   {"intf_id", "intf_id"},
-        {"lid_id", "lid_id"},          {"pc_id", "pc_id"},       {"mtu", "MTU"},       {"ipv4", "IPv4"},
-        {"ipv6", "IPv6"},           {"vrf", "VRF"},        {"parent", "Parent"}, {"vlan", "VLAN"},
-        {"addresses", "Addresses"}, {"failure", "Failure"}};
+    listing.columns = {{"name", "Interface"},
+                       {"kind", "Kind"},
+                       {"state", "State"},
+                       {"intf_id", "intf_id"},
+                       {"lid_id", "lid_id"},
+                       {"pc_id", "pc_id"},
+                       {"mtu", "MTU"},
+                       {"ipv4", "IPv4"},
+                       {"ipv6", "IPv6"},
+                       {"vrf", "VRF"},
+                       {"parent", "Parent"},
+                       {"vlan", "VLAN"},
+                       {"addresses", "Addresses"},
+                       {"failure", "Failure"}};
     for (const WantedInterface &wanted : snapshot.wanted_interfaces)
         listing.rows.push_back(
             interface_row(index, wanted.name, wanted.kind, &wanted, index.host(wanted.name)));
@@ -129,7 +138,7 @@ Listing show_ports(const Snapshot &snapshot, const std::string &)
     listing.columns = {{"name", "Port"},         {"alias", "Alias"},
                        {"front_port", "Front"},  {"role", "Role"},
                        {"admin_up", "Admin up"}, {"mtu", "MTU"},
-                       {"lid_id", "lid_id"},        {"port_channel", "Port-channel"},
+                       {"lid_id", "lid_id"},     {"port_channel", "Port-channel"},
                        {"vlans", "VLANs"},       {"kept_intf", "Kept SDK"},
                        {"loopback", "Loopback"}, {"failure", "Failure"}};
     const auto add = [&](const std::string &name, const WantedPort *wanted, const HostRow *host) {
@@ -180,7 +189,7 @@ Listing show_port_channels(const Snapshot &snapshot, const std::string &)
     listing.title = "Port-channels";
     listing.columns = {
         {"name", "Port-channel"}, {"number", "Number"},   {"state", "State"},
-        {"pc_id", "pc_id"},          {"lid_id", "lid_id"},      {"intf_id", "intf_id"},
+        {"pc_id", "pc_id"},       {"lid_id", "lid_id"},   {"intf_id", "intf_id"},
         {"mtu", "MTU"},           {"members", "Members"}, {"members_in_asic", "In the ASIC"},
         {"declined", "Declined"}};
     for (const WantedInterface &wanted : snapshot.wanted_interfaces) {
@@ -238,7 +247,7 @@ Listing show_macs(const Snapshot &snapshot, const std::string &)
     const Index index(snapshot);
     Listing listing;
     listing.title = "MACs";
-    listing.columns = {{"kind", "Kind"}, {"mac", "MAC"},     {"interface", "Interface"},
+    listing.columns = {{"kind", "Kind"}, {"mac", "MAC"},         {"interface", "Interface"},
                        {"id", "Id"},     {"intf_id", "intf_id"}, {"made_by", "Made by"}};
     for (const RouterMacRow &mac : snapshot.router_macs)
         listing.rows.push_back({std::string("router"), to_text(mac.mac), Cell(),

@@ -134,10 +134,12 @@ TEST_F(Show, lids_tells_whose_each_is_and_what_is_bound_to_it)
     const std::string text = to_text(show(small_switch(), "lids"));
     EXPECT_THAT(text, HasSubstr("  lid_id  Of            Leads to        ifmap index  SDK "
                                 "interfaces  Made by\n"));
-    EXPECT_THAT(text, HasSubstr("\n       1  Ethernet0     front port 1           4097               "
-                                "2  libsdk_lid_entry_create in request "));
-    EXPECT_THAT(text, HasSubstr("\n       6  PortChannel1  port-channel 1         4102               "
-                                "2  libsdk_lid_entry_create in request "));
+    EXPECT_THAT(text,
+                HasSubstr("\n       1  Ethernet0     front port 1           4097               "
+                          "2  libsdk_lid_entry_create in request "));
+    EXPECT_THAT(text,
+                HasSubstr("\n       6  PortChannel1  port-channel 1         4102               "
+                          "2  libsdk_lid_entry_create in request "));
 }
 
 TEST_F(Show, macs_tells_router_and_virtual_macs_and_who_made_them)
