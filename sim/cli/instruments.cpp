@@ -124,6 +124,11 @@ void Instruments::start_timeline(const std::string &interface)
     timeline_.emplace(console_.out(), timeline_options(interface));
 }
 
+bool Instruments::shows_as_it_happens() const
+{
+    return timeline_ || Diagnostics::instance().sinks().console.error;
+}
+
 void Instruments::trace(std::string_view level)
 {
     const LevelSwitch traced = level_switch(level);
@@ -135,7 +140,7 @@ void Instruments::trace(std::string_view level)
     const std::string problem = Diagnostics::instance().configure(sinks);
     if (!problem.empty())
         throw InputError(problem);
-    if (has_timeline())
+    if (timeline_)
         start_timeline(timeline_interface_);
 }
 
@@ -167,9 +172,13 @@ bool Instruments::close(const Snapshot &snapshot)
             check_recording();
         }
     });
+    return all_written;
+}
+
+void Instruments::warn_of_unused_faults() const
+{
     for (const std::string &fault : Journal::instance().faults.unused())
         console_.warning(fmt::format("kvnsim: --fail {} never struck", fault));
-    return all_written;
 }
 
 void set_limit(const std::string &text)
@@ -186,23 +195,22 @@ void set_limit(const std::string &text)
         throw UsageError(problem);
 }
 
-ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration,
-                                     Console &console, bool progress,
+ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration, Plan plan,
+                                     Console &console, bool shows_progress,
                                      const std::function<void()> &after_step)
 {
-    console.progress(configuration.file + ": planning");
     Journal &journal = Journal::instance();
-    ConfigurationRun outcome{&configuration, to.plan(configuration.desired), {}};
-    outcome.requests = journal.requests_made();
-    outcome.calls = journal.calls_made;
+    ConfigurationRun outcome{
+        &configuration, std::move(plan), {}, journal.requests_made(), journal.calls_made};
     outcome.applied = to.apply(
         outcome.plan, configuration.desired, [] { return interrupt_signal() != 0; },
         [&](size_t done, size_t of) {
             if (after_step)
                 after_step();
-            if (progress)
+            if (shows_progress)
                 console.progress(configuration.file + ": step", done, of);
         });
+    console.clear_progress();
     outcome.requests = journal.requests_made() - outcome.requests;
     outcome.calls = journal.calls_made - outcome.calls;
     for (const Failure &failure : outcome.applied.failures)
@@ -210,16 +218,14 @@ ConfigurationRun apply_configuration(Switch &to, const Configuration &configurat
             fmt::format("{}: failed to {}: {}{}", failure.step.cause.to_text(), failure.step.words,
                         failure.request ? fmt::format("request {} ", failure.request->number) : "",
                         failure.message));
-    console.clear_progress();
     return outcome;
 }
 
 std::string summary(const ConfigurationRun &outcome)
 {
     return fmt::format(
-        "{}: {}, {}, {}, {}{}", outcome.configuration->file,
-        counted(outcome.plan.steps.size(), "step"), counted(outcome.requests, "request"),
-        counted(outcome.calls, "call"), counted(outcome.applied.failures.size(), "failure"),
+        "{}, {}, {}{}", counted(outcome.requests, "request"), counted(outcome.calls, "call"),
+        counted(outcome.applied.failures.size(), "failure"),
         outcome.applied.interrupted
             ? fmt::format("; interrupted after {}", counted(outcome.applied.steps_done, "step"))
             : "");

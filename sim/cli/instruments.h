@@ -35,13 +35,16 @@ public:
     /* Open the sinks and the recording. InputError. */
     void open();
     /* Write out every file, the database with this snapshot. What cannot be written is told, and
-     * keeps none of the others from it: false then. Faults that never struck are told, too. */
+     * keeps none of the others from it: false then. */
     bool close(const Snapshot &snapshot);
+    /* Of --fail: those that nothing came of. */
+    void warn_of_unused_faults() const;
 
     /* Change what is watched in the middle of it; "" or interface for all of them. */
     void start_timeline(const std::string &interface);
     void stop_timeline() { timeline_.reset(); }
-    bool has_timeline() const { return timeline_.has_value(); }
+    /* Then progress would stand between the lines of it. */
+    bool shows_as_it_happens() const;
     /* "debug", "error" or "off"; else std::invalid_argument. */
     void trace(std::string_view level);
 
@@ -69,13 +72,13 @@ struct ConfigurationRun {
     uint64_t requests = 0, calls = 0;
 };
 
-/* Take the switch to a configuration; an interrupt ends it after the step under way. Failures are
- * told. after_step is for the caller. */
-ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration,
-                                     Console &console, bool progress,
+/* Carry out the plan that was made for a configuration; an interrupt ends it after the step under
+ * way. Failures are told. after_step is for the caller. */
+ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration, Plan plan,
+                                     Console &console, bool shows_progress,
                                      const std::function<void()> &after_step = {});
 
-/* "leaf.json: 12 steps, 12 requests, 120 calls, 0 failures" */
+/* "12 requests, 120 calls, 0 failures" */
 std::string summary(const ConfigurationRun &outcome);
 
 } // namespace kvnsim

@@ -53,9 +53,11 @@ int apply(Session &session, const ShellWords &words)
     const Configuration configuration = read(session, words[0]);
     if (is_refused(session, configuration))
         return exit_input;
-    const ConfigurationRun outcome = apply_configuration(
-        session.power, configuration, session.console, !session.instruments.has_timeline());
-    session.console.out() << summary(outcome) << "\n";
+    const ConfigurationRun outcome =
+        apply_configuration(session.power, configuration, session.power.plan(configuration.desired),
+                            session.console, !session.instruments.shows_as_it_happens());
+    session.console.out() << fmt::format(
+        "{}: {}, {}\n", words[0], counted(outcome.plan.steps.size(), "step"), summary(outcome));
     const std::string ignored = ignored_tables(configuration);
     if (!ignored.empty())
         session.console.out() << "  not applied: " << ignored << "\n";

@@ -1,25 +1,17 @@
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <memory>
 #include <optional>
 
 #include <fmt/format.h>
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
+#include "sim/cli/instruments.h"
 #include "sim/cli/interrupt.h"
 #include "sim/cli/json.h"
 #include "sim/cli/near.h"
 #include "sim/cli/stored.h"
 #include "sim/cli/tables.h"
 #include "sim/cli/verb.h"
-#include "sim/fwm/diagnostics.h"
-#include "sim/record/recorder.h"
-#include "sim/record/timeline.h"
-#include "sim/sdk/asic.h"
 #include "sim/state/audit.h"
 #include "sim/state/show.h"
 #include "sim/state/snapshot.h"
@@ -46,11 +38,7 @@ private:
 };
 
 /* One configuration, and what came of it. */
-struct ConfigurationRun {
-    const Configuration *configuration;
-    Plan plan;
-    Applied applied;
-    uint64_t requests = 0, calls = 0;
+struct Outcome : ConfigurationRun {
     std::vector<std::vector<Request>> step_requests; /* of a dry run */
 };
 
@@ -58,7 +46,8 @@ class Run {
 public:
     Run(const Arguments &arguments, Console &console)
         : arguments_(arguments), console_(console), json_(arguments.has("--json")),
-          quiet_(arguments.has("--quiet")), dry_(arguments.has("--dry-run"))
+          quiet_(arguments.has("--quiet")), dry_(arguments.has("--dry-run")),
+          instruments_(arguments, console)
     {}
 
     int run()
@@ -77,8 +66,11 @@ public:
             return exit_input;
         }
         check_timeline_interface();
-        if (!dry_)
-            open_outputs();
+        if (!dry_) {
+            instruments_.open();
+            if (arguments_.has("--timeline"))
+                instruments_.start_timeline(arguments_.value("--timeline"));
+        }
         for (const Configuration &configuration : configurations_) {
             if (interrupt_signal() == 0)
                 apply(configuration);
@@ -91,57 +83,10 @@ private:
 
     void check_arguments()
     {
-        for (const std::string &limit : arguments_.values("--limit"))
-            set_limit(limit);
-        Faults &faults = Journal::instance().faults;
-        for (const std::string &fault : arguments_.values("--fail")) {
-            const std::string problem = faults.add(fault);
-            if (!problem.empty())
-                throw UsageError("--fail: " + problem);
-        }
-        if (arguments_.has("--seed") && !arguments_.has("--fail-rate"))
-            throw UsageError("--seed is for --fail-rate, which is missing");
-        if (arguments_.has("--fail-rate"))
-            faults.set_rate(arguments_.probability("--fail-rate", 0),
-                            arguments_.count("--seed", 1));
         if (json_ && arguments_.has("--timeline") && !dry_)
             throw UsageError("--json prints one document, and nothing else: use --record FILE "
                              "instead of --timeline");
-        check_output_files();
-        if (!dry_ && arguments_.has("--db"))
-            check_can_save(arguments_.value("--db"));
-    }
-
-    void set_limit(const std::string &text)
-    {
-        const size_t equals = text.find('=');
-        const std::string digits = equals == text.npos ? "" : text.substr(equals + 1);
-        if (digits.empty() || digits.size() > 9 ||
-            digits.find_first_not_of("0123456789") != digits.npos)
-            throw UsageError(
-                fmt::format("--limit: expected TABLE=NUMBER, as intf=4096, not \"{}\"", text));
-        const std::string problem = Asic::instance().set_limit(
-            text.substr(0, equals), static_cast<uint32_t>(std::stoul(digits)));
-        if (!problem.empty())
-            throw UsageError("--limit: " + problem);
-    }
-
-    /* No output may take the place of a configuration or of another output. */
-    void check_output_files() const
-    {
-        std::vector<std::string> taken = arguments_.values("CONFIG");
-        for (const char *option : {"--db", "--record", "--debug-file", "--events"}) {
-            if (!arguments_.has(option))
-                continue;
-            const std::string &file = arguments_.value(option);
-            for (const std::string &other : taken) {
-                std::error_code none;
-                if (file == other || std::filesystem::equivalent(file, other, none))
-                    throw UsageError(
-                        fmt::format("{} {}: the file is used otherwise", option, file));
-            }
-            taken.push_back(file);
-        }
+        instruments_.prepare(arguments_.values("CONFIG"), !dry_);
     }
 
     void check_timeline_interface() const
@@ -165,104 +110,49 @@ private:
                                          interface, did_you_mean(interface, names)));
     }
 
-    void open_outputs()
-    {
-        const bool debug = arguments_.value("--trace") == "debug";
-        const LevelSwitch traced{arguments_.has("--trace"), debug};
-        Sinks sinks;
-        sinks.debug_file = arguments_.value("--debug-file");
-        sinks.event_file = arguments_.value("--events");
-        sinks.console = traced;
-        const std::string problem = Diagnostics::instance().configure(sinks);
-        if (!problem.empty())
-            throw InputError(problem);
-        if (arguments_.has("--record")) {
-            recording_.open(arguments_.value("--record"));
-            check_recording();
-            recorder_.emplace(recording_);
-        }
-        if (arguments_.has("--timeline")) {
-            TimelineOptions options;
-            options.interface = arguments_.value("--timeline");
-            options.traces = arguments_.has("--trace");
-            options.colour = console_.out_has_colour();
-            timeline_.emplace(console_.out(), options);
-        }
-    }
-
-    void check_recording() const
-    {
-        if (!recording_)
-            throw InputError(fmt::format("cannot write {}: {}", arguments_.value("--record"),
-                                         std::strerror(errno)));
-    }
-
     /* ---- Work ---- */
 
-    /* Not between the lines of what is shown as it happens. */
-    bool shows_progress() const
-    {
-        return !arguments_.has("--timeline") && !arguments_.has("--trace");
-    }
     void progress(const std::string &what)
     {
-        if (shows_progress())
+        if (!instruments_.shows_as_it_happens())
             console_.progress(what);
     }
 
     void apply(const Configuration &configuration)
     {
-        Journal &journal = Journal::instance();
         progress(configuration.file + ": planning");
-        ConfigurationRun outcome{&configuration, switch_.plan(configuration.desired), {}, 0, 0, {}};
+        Plan plan = switch_.plan(configuration.desired);
         console_.clear_progress();
+        if (!json_ && !quiet_)
+            print_plan(configuration, plan);
         std::optional<StepRequests> requests;
         if (dry_)
             requests.emplace();
-        if (!json_ && !quiet_)
-            print_plan(outcome);
-        outcome.requests = journal.requests_made();
-        outcome.calls = journal.calls_made;
-        outcome.applied = switch_.apply(
-            outcome.plan, configuration.desired, [] { return interrupt_signal() != 0; },
-            [&](size_t done, size_t of) {
-                if (requests)
-                    requests->end_step();
-                if (shows_progress())
-                    console_.progress(configuration.file + ": step", done, of);
-            });
-        console_.clear_progress();
-        outcome.requests = journal.requests_made() - outcome.requests;
-        outcome.calls = journal.calls_made - outcome.calls;
+        Outcome outcome{apply_configuration(switch_, configuration, std::move(plan), console_,
+                                            !instruments_.shows_as_it_happens(),
+                                            [&] {
+                                                if (requests)
+                                                    requests->end_step();
+                                            }),
+                        {}};
         if (requests)
             outcome.step_requests = requests->take();
-        for (const Failure &failure : outcome.applied.failures)
-            tell(failure);
-        if (!json_ && !quiet_) {
+        if (!json_ && !quiet_)
             print_result(outcome);
-        }
         outcomes_.push_back(std::move(outcome));
     }
 
-    void tell(const Failure &failure)
+    void print_plan(const Configuration &configuration, const Plan &plan)
     {
-        console_.error(
-            fmt::format("{}: failed to {}: {}{}", failure.step.cause.to_text(), failure.step.words,
-                        failure.request ? fmt::format("request {} ", failure.request->number) : "",
-                        failure.message));
-    }
-
-    void print_plan(const ConfigurationRun &outcome)
-    {
-        console_.out() << fmt::format("{}: {}\n", outcome.configuration->file,
-                                      counted(outcome.plan.steps.size(), "step"));
-        const std::string ignored = ignored_tables(*outcome.configuration);
+        console_.out() << fmt::format("{}: {}\n", configuration.file,
+                                      counted(plan.steps.size(), "step"));
+        const std::string ignored = ignored_tables(configuration);
         if (!ignored.empty())
             console_.out() << "  not applied: " << ignored << "\n";
         console_.out().flush();
     }
 
-    void print_result(const ConfigurationRun &outcome)
+    void print_result(const Outcome &outcome)
     {
         std::ostream &out = console_.out();
         for (size_t i = 0; i < outcome.step_requests.size(); ++i) {
@@ -270,20 +160,14 @@ private:
             for (const Request &request : outcome.step_requests[i])
                 out << fmt::format("      {}({})\n", request.entry, request.arguments);
         }
-        out << fmt::format(
-            "  {}, {}, {}{}\n", counted(outcome.requests, "request"),
-            counted(outcome.calls, "call"), counted(outcome.applied.failures.size(), "failure"),
-            outcome.applied.interrupted
-                ? fmt::format("; interrupted after {}", counted(outcome.applied.steps_done, "step"))
-                : "");
+        out << "  " << summary(outcome) << "\n";
     }
 
     /* ---- After ---- */
 
     int finish()
     {
-        timeline_.reset();
-        recorder_.reset();
+        instruments_.stop_timeline();
         bool found = false;
         if (dry_) {
             if (json_)
@@ -292,7 +176,7 @@ private:
                 console_.out() << "Nothing was applied.\n";
         } else {
             const Snapshot snapshot = capture(switch_, applied_files());
-            keep(snapshot);
+            files_written_ = instruments_.close(snapshot);
             const std::vector<AuditFinding> findings = audit(snapshot);
             found = !findings.empty();
             if (json_)
@@ -300,43 +184,14 @@ private:
             else if (!quiet_)
                 print_tables(snapshot);
         }
-        for (const std::string &fault : Journal::instance().faults.unused())
-            console_.warning(fmt::format("kvnsim: --fail {} never struck", fault));
+        instruments_.warn_of_unused_faults();
         return status(found);
-    }
-
-    /* Write out every file; what cannot be written must not keep the others from it. */
-    void keep(const Snapshot &snapshot)
-    {
-        const auto write = [&](const auto &file) {
-            try {
-                file();
-            } catch (const std::runtime_error &error) {
-                console_.error(fmt::format("kvnsim: {}", error.what()));
-                files_written_ = false;
-            }
-        };
-        write([&] {
-            if (arguments_.has("--db"))
-                save(snapshot, arguments_.value("--db"));
-        });
-        write([&] {
-            const std::string problem = Diagnostics::instance().flush();
-            if (!problem.empty())
-                throw InputError(problem);
-        });
-        write([&] {
-            if (recording_.is_open()) {
-                recording_.close();
-                check_recording();
-            }
-        });
     }
 
     std::vector<std::string> applied_files() const
     {
         std::vector<std::string> files;
-        for (const ConfigurationRun &outcome : outcomes_)
+        for (const Outcome &outcome : outcomes_)
             files.push_back(outcome.configuration->file);
         return files;
     }
@@ -390,7 +245,7 @@ private:
                                : arguments_.has("--db") ? "the database holds what was done"
                                                         : "the rest was not applied");
         if (std::any_of(outcomes_.begin(), outcomes_.end(),
-                        [](const ConfigurationRun &o) { return !o.applied.failures.empty(); }))
+                        [](const Outcome &o) { return !o.applied.failures.empty(); }))
             return exit_request;
         if (have_errors(configurations_) || !files_written_)
             return exit_input;
@@ -427,7 +282,7 @@ private:
         console_.out() << json.end_object().document();
     }
 
-    void outcome(Json &json, const ConfigurationRun &outcome) const
+    void outcome(Json &json, const Outcome &outcome) const
     {
         json.field("requests", outcome.requests).field("calls", outcome.calls);
         json.field("steps_done", outcome.applied.steps_done);
@@ -477,13 +332,11 @@ private:
     const Arguments &arguments_;
     Console &console_;
     const bool json_, quiet_, dry_;
-    Switch switch_; /* first of all: it empties the ASIC and the journal */
+    Switch switch_; /* before the instruments, which it would forget */
+    Instruments instruments_;
     std::vector<Configuration> configurations_;
-    std::vector<ConfigurationRun> outcomes_;
-    std::ofstream recording_;
+    std::vector<Outcome> outcomes_;
     bool files_written_ = true;
-    std::optional<Recorder> recorder_;
-    std::optional<Timeline> timeline_;
 };
 
 int run(const Arguments &arguments, Console &console)
@@ -491,31 +344,26 @@ int run(const Arguments &arguments, Console &console)
     return Run(arguments, console).run();
 }
 
+std::vector<Option> options()
+{
+    std::vector<Option> all = {
+        {"CONFIG", "", "config_db.json files; - is standard input", Takes::text, Times::some},
+        {"--timeline", "IF", "each request with its calls, of all interfaces or of one",
+         Takes::interface},
+        {"--dry-run", "", "show the plan and its requests; nothing is applied", Takes::nothing}};
+    for (const Option &option : instrument_options())
+        all.push_back(option);
+    all.push_back(json_option);
+    all.push_back({"--quiet", "", "errors, warnings and failures only", Takes::nothing});
+    return all;
+}
+
 const Registration registration(
-    {"run",
-     "apply configurations one after another, and show what came of them",
+    {"run", "apply configurations one after another, and show what came of them",
      "kvnsim run examples/leaf.json --db leaf.db\n"
      "kvnsim run examples/small_change_before.json examples/small_change_after.json --timeline\n"
      "kvnsim run examples/leaf.json --fail libsdk_lid_entry_create:2=SDK_E_FULL\n",
-     {{"CONFIG", "", "config_db.json files; - is standard input", Takes::text, Times::some},
-      {"--db", "FILE", "keep the shared database and the ASIC's tables there"},
-      {"--timeline", "IF", "each request with its calls, of all interfaces or of one",
-       Takes::interface},
-      {"--record", "FILE", "the same as JSON lines, for `kvnsim replay`"},
-      {"--debug-file", "FILE", "write the library's debug file"},
-      {"--events", "FILE", "write the event history, for `kvnsim events`"},
-      {"--trace", "debug|error", "show trace records: all, or errors only", Takes::choice},
-      {"--dry-run", "", "show the plan and its requests; nothing is applied", Takes::nothing},
-      {"--fail", "CALL[:N][=STATUS]", "make a call fail: each time, or the Nth", Takes::text,
-       Times::any},
-      {"--fail-rate", "P", "make each call that can fail do so with this probability",
-       Takes::probability},
-      {"--seed", "N", "of --fail-rate: the same one gives the same failures (1)", Takes::count},
-      {"--limit", "TABLE=N", "capacity of an ASIC table, as intf=4096", Takes::text, Times::any},
-      {"--keep-going", "", "apply what is sound of a configuration with errors", Takes::nothing},
-      json_option,
-      {"--quiet", "", "errors, warnings and failures only", Takes::nothing}},
-     run});
+     options(), run});
 
 } // namespace
 } // namespace kvnsim

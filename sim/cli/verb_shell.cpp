@@ -130,6 +130,7 @@ private:
     {
         const bool written = instruments_.close(
             arguments_.has("--db") ? capture(switch_, session_.files) : Snapshot());
+        instruments_.warn_of_unused_faults();
         if (interrupt_signal() != 0)
             return exit_signal + interrupt_signal();
         return written || status_ != exit_well ? status_ : int{exit_input};
