@@ -6,6 +6,8 @@
 #include <unordered_set>
 #include <utility>
 
+#include "l3lifpd_kavelin.h"
+#include "sim/sdk/asic.h"
 #include "sim/state/audit.h"
 #include "sim/state/snapshot.h"
 #include "sim/stress/random_desired.h"
@@ -27,6 +29,8 @@ public:
         injected_ += request.injected_failures;
         if (request.injected_failures != 0)
             injections_.push_back(request.first_failure);
+        if (touches(request.subject))
+            touch_losers();
         /* What was refused in the wake of a failure spreads it. */
         if (request.injected_failures == 0 && (request.failed_calls == 0 || touched_.empty()))
             return;
@@ -78,6 +82,21 @@ private:
     {
         for (std::string &one : family(name))
             touched_.insert(std::move(one));
+    }
+
+    /* An interface that kept the identifiers of what it lost may destroy what another one was given
+     * under the same identifiers. */
+    void touch_losers()
+    {
+        Asic &asic = Asic::instance();
+        for (const HostInterface *interface : Host::instance().interfaces()) {
+            const l3_pd *context = interface->context();
+            if (context != nullptr &&
+                ((context->intf_id != no_id && !asic.interface(context->intf_id)) ||
+                 (context->lid_id != no_id && !asic.lid(context->lid_id)) ||
+                 (context->pc_id != no_id && !asic.port_channel(context->pc_id))))
+                touch(interface->name);
+        }
     }
 
     bool touches(const std::string &name) const { return touches(family(name)); }
