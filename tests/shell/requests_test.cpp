@@ -261,6 +261,33 @@ TEST_F(Requests, AuditFindsWhatWasDoneByHand)
     EXPECT_EQ(found, result.status);
 }
 
+TEST_F(Requests, PortRoutedByHandIsDeclinedWhenAConfigurationMakesItAMember)
+{
+    write("members.json", R"({
+        "PORT": {"Ethernet0": {}, "Ethernet4": {}},
+        "PORTCHANNEL": {"PortChannel1": {}},
+        "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}, "PortChannel1|Ethernet4": {}},
+        "PORTCHANNEL_INTERFACE": {"PortChannel1": {}}
+    })");
+    const Result declined =
+        shell({"create Ethernet0", "apply members.json", "explain PortChannel1"});
+    EXPECT_EQ(well, declined.status) << declined.err;
+    EXPECT_THAT(declined.out, HasSubstr("PortChannel1 (port-channel): programmed"));
+}
+
+TEST_F(Requests, PortChannelStaysRoutedWhileAMemberByHandStandsOnIt)
+{
+    write("layer2.json", R"({
+        "PORT": {"Ethernet0": {}, "Ethernet4": {}, "Ethernet8": {}, "Ethernet12": {}},
+        "PORTCHANNEL": {"PortChannel1": {}}
+    })");
+    on_switch({"join Ethernet8 PortChannel1", "apply layer2.json"});
+    EXPECT_EQ(request_failed, result.status);
+    EXPECT_THAT(result.err, HasSubstr("PortChannel1 still has members"));
+    on_switch({"join Ethernet8 PortChannel1", "leave Ethernet8", "apply layer2.json"});
+    EXPECT_EQ(well, result.status) << result.err;
+}
+
 TEST_F(Requests, ConfigurationsStillApplyAfterRequestsByHand)
 {
     on_switch({"create Ethernet8", "join Ethernet12 PortChannel1", "delete Vlan10",
