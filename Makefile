@@ -17,7 +17,7 @@ configure = [ -e $(tree)/build.ninja ] || cmake --preset $(TARGET) >build/$(TARG
 build = $(configure) && cmake --build $(tree) -j $(JOBS)
 
 .DEFAULT_GOAL := help
-.PHONY: help setup build run test check lint coverage bench fuzz install package docs clean
+.PHONY: help setup build run test check lint coverage bench fuzz install package clean
 
 help:
 	@echo "make build     the library and kvnsim into build/$(TARGET)"

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -124,13 +123,11 @@ void Console::clear_progress()
     progress_shown_ = false;
 }
 
-std::string Console::finish()
+int Console::finish()
 {
     clear_progress();
     out_.flush();
-    return buffer_.error() == 0
-               ? ""
-               : fmt::format("cannot write standard output: {}", std::strerror(buffer_.error()));
+    return buffer_.error();
 }
 
 } // namespace kvnsim

@@ -50,8 +50,9 @@ public:
     void progress(std::string_view what);
     void clear_progress();
 
-    /* Write out all data. Empty, or why not all of it could be written. */
-    std::string finish();
+    /* Write out all data. 0, or the errno value of what kept some of it from being written: EPIPE
+     * when its reader went away. */
+    int finish();
 
 private:
     void message(const char *colour, std::string_view text);

@@ -1,3 +1,6 @@
+#include <cerrno>
+#include <csignal>
+#include <cstring>
 #include <exception>
 #include <string>
 #include <vector>
@@ -82,9 +85,15 @@ int main(int argc, char **argv)
     catch_interrupts();
     Console console;
     const int status = guarded(std::vector<std::string>(argv + 1, argv + argc), console);
-    const std::string problem = console.finish();
-    if (problem.empty())
+    const int problem = console.finish();
+    if (problem == 0)
         return status;
-    console.error("kvnsim: " + problem);
-    return status == exit_well ? int{exit_input} : status;
+    /* `kvnsim ... | head` has seen what it wanted. */
+    const bool unread = problem == EPIPE;
+    if (!unread)
+        console.error(
+            fmt::format("kvnsim: cannot write standard output: {}", std::strerror(problem)));
+    if (status != exit_well)
+        return status;
+    return unread ? exit_signal + SIGPIPE : int{exit_input};
 }

@@ -96,6 +96,7 @@ const std::vector<ExitMeaning> &exit_meanings()
         {exit_input, "bad input"},
         {exit_request, "a request failed"},
         {exit_signal + SIGINT, "interrupted"},
+        {exit_signal + SIGPIPE, "standard output was closed before its end"},
     };
     return meanings;
 }

@@ -6,11 +6,34 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
+#include "sim/cli/json.h"
 #include "sim/cli/verb.h"
 #include "sim/record/replay.h"
 
 namespace kvnsim {
 namespace {
+
+std::string document(const std::string &path, const Replay &result)
+{
+    Json json;
+    json.begin_object().field("recording", path).field("same", result.same());
+    json.field("requests", result.requests).field("calls", result.calls);
+    json.field("traces", result.traces).field("host_tasks", result.host_tasks);
+    json.key("difference");
+    if (result.difference) {
+        const Departure &difference = *result.difference;
+        json.begin_object().field("place", difference.place).field("what", difference.what);
+        json.field("request", difference.request).field("cause", difference.cause);
+        json.field("recorded", difference.recorded).field("now", difference.now);
+        json.key("before").begin_array();
+        for (const std::string &event : difference.before)
+            json.value(event);
+        json.end_array().end_object();
+    } else {
+        json.null();
+    }
+    return json.end_object().document();
+}
 
 int replay_recording(const Arguments &arguments, Console &console)
 {
@@ -19,17 +42,18 @@ int replay_recording(const Arguments &arguments, Console &console)
     if (!file)
         throw InputError(fmt::format("{}: cannot be read: {}", path, std::strerror(errno)));
     const Replay result = replay(file, path);
-    if (result.difference) {
-        console.out() << result.difference->to_text();
-        return exit_found;
-    }
-    if (!result.problem.empty())
+    if (!result.difference && !result.problem.empty())
         throw InputError(result.problem);
-    console.out() << fmt::format(
-        "{}: the same: {}, {}, {}; {} passed over\n", path, counted(result.requests, "request"),
-        counted(result.calls, "call"), counted(result.traces, "trace record"),
-        counted(result.host_tasks, "task of the host", "tasks of the host"));
-    return exit_well;
+    if (arguments.has("--json"))
+        console.out() << document(path, result);
+    else if (result.difference)
+        console.out() << result.difference->to_text();
+    else
+        console.out() << fmt::format(
+            "{}: the same: {}, {}, {}; {} passed over\n", path, counted(result.requests, "request"),
+            counted(result.calls, "call"), counted(result.traces, "trace record"),
+            counted(result.host_tasks, "task of the host", "tasks of the host"));
+    return result.difference ? exit_found : exit_well;
 }
 
 const Registration
@@ -38,7 +62,8 @@ const Registration
                   "kvnsim run examples/leaf.json --record leaf.jsonl\n"
                   "kvnsim replay leaf.jsonl\n",
                   {{"RECORDING", "", "the file that `kvnsim run --record FILE` wrote", Takes::text,
-                    Times::required}},
+                    Times::required},
+                   json_option},
                   replay_recording});
 
 } // namespace

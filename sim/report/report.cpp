@@ -18,21 +18,6 @@ constexpr const char *node_kind_names[] = {"interface", "sdk",         "trap",
                                            "lid",       "portchannel", "port"};
 constexpr const char *edge_kind_names[] = {"programmed", "recorded", "configured"};
 
-struct CellJson {
-    JsonWriter &writer;
-    void operator()(std::monostate) const { writer.Null(); }
-    void operator()(bool flag) const { writer.Bool(flag); }
-    void operator()(int64_t value) const { writer.Int64(value); }
-    void operator()(const std::string &value) const { put(writer, value); }
-    template <class T> void operator()(const std::vector<T> &values) const
-    {
-        writer.StartArray();
-        for (const T &value : values)
-            (*this)(value);
-        writer.EndArray();
-    }
-};
-
 class DataWriter {
 public:
     DataWriter(const Snapshot &snapshot, const std::vector<ReportTable> &more_tables)
@@ -101,7 +86,7 @@ private:
         for (const auto &row : listing.rows) {
             writer_.StartArray();
             for (const Cell &cell : row)
-                std::visit(CellJson{writer_}, cell);
+                kvnsim::write(writer_, cell);
             writer_.EndArray();
         }
         writer_.EndArray();

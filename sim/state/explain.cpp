@@ -86,20 +86,11 @@ private:
             told_.kind = "port";
             told_.configured_at = port_->place.to_text();
         }
-        if (host_ == nullptr) {
-            told_.state = "not known to the host";
-        } else {
+        if (host_ != nullptr)
             told_.kind = host_->kind;
-            if (intf_ != nullptr)
-                told_.state = "programmed";
-            else if (host_->channel)
-                told_.state = "member of " + index_.name(*host_->channel);
-            else if (wanted_ != nullptr && !wanted_->routed)
-                told_.state = "layer 2";
-            else
-                told_.state = "not programmed";
-        }
-        const bool must = wanted_ != nullptr && index_.must_exist(*wanted_);
+        told_.state =
+            host_ != nullptr ? index_.state(host_, wanted_) : std::string("not known to the host");
+        const bool must = must_exist();
         const bool recorded = context_ != nullptr && !is_none(context_->intf_id);
         if (must || recorded)
             add("SDK interface", must ? "wanted" : "not wanted",
@@ -108,6 +99,8 @@ private:
                 must != (intf_ != nullptr) || recorded != (intf_ != nullptr),
                 intf_ != nullptr ? &intf_->made : nullptr);
     }
+
+    bool must_exist() const { return wanted_ != nullptr && index_.must_exist(*wanted_); }
 
     void port()
     {
@@ -244,7 +237,7 @@ private:
         const ContextRow &context = context_ != nullptr ? *context_ : no_context;
         WantedInterface nothing;
         const bool routed = wanted_ != nullptr && wanted_->routed;
-        if (!routed && intf_ == nullptr)
+        if (!must_exist() && intf_ == nullptr)
             return;
         for (const ExpectedAttribute &e :
              index_.expected_attributes(*host_, context, routed ? wanted_ : &nothing)) {

@@ -134,6 +134,23 @@ bool Index::must_exist(const WantedInterface &wanted) const
            (wanted.kind != "port-channel" || joining_members_.count(wanted.name) != 0);
 }
 
+bool Index::programmed(const HostRow *host) const
+{
+    const ContextRow *own = host != nullptr ? context(host->ifindex) : nullptr;
+    return own != nullptr && intf(own->intf_id) != nullptr;
+}
+
+std::string Index::state(const HostRow *host, const WantedInterface *wanted) const
+{
+    if (programmed(host))
+        return "programmed";
+    if (host != nullptr && host->channel)
+        return "member of " + name(*host->channel);
+    if (wanted != nullptr && !wanted->routed)
+        return "layer 2";
+    return wanted != nullptr && !must_exist(*wanted) ? "no member" : "not programmed";
+}
+
 const ContextRow *Index::context(uint32_t ifindex) const
 {
     return find_row(snapshot_.contexts, &ContextRow::ifindex, ifindex);

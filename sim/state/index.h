@@ -68,6 +68,11 @@ public:
     const WantedPort *wanted_port(std::string_view name) const;
     /* Wanted, routed, and, for a port-channel, with a member that joins: it must be in the ASIC. */
     bool must_exist(const WantedInterface &wanted) const;
+    /* "programmed", or what keeps it from that: "member of PortChannel1", "layer 2", "no member",
+     * "not programmed". Either may be null. */
+    std::string state(const HostRow *host, const WantedInterface *wanted) const;
+    /* Whether its record names an interface that the ASIC has. */
+    bool programmed(const HostRow *host) const;
 
     const IntfRow *intf(uint32_t intf_id) const;
     const LidRow *lid(uint32_t lid_id) const;

@@ -5,10 +5,11 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
-/* Writing JSON, for this folder's sources. */
+#include "sim/state/show.h"
+
+/* Writing JSON of what is shown. */
 namespace kvnsim {
 
-struct Listing;
 using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
 
 inline void put(JsonWriter &writer, std::string_view text)
@@ -19,6 +20,7 @@ inline void put_key(JsonWriter &writer, std::string_view key)
 {
     writer.Key(key.data(), static_cast<rapidjson::SizeType>(key.size()));
 }
+void write(JsonWriter &writer, const Cell &cell);
 void write(JsonWriter &writer, const Listing &listing);
 
 } // namespace kvnsim

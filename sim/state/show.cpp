@@ -47,21 +47,6 @@ std::vector<std::string> group(const Grouped &groups, const std::string &name)
 
 /* ---- interfaces ---- */
 
-bool programmed(const Index &index, const HostRow *host)
-{
-    const ContextRow *context = host != nullptr ? index.context(host->ifindex) : nullptr;
-    return context != nullptr && index.intf(context->intf_id) != nullptr;
-}
-
-std::string state_of(const Index &index, const WantedInterface &wanted, const HostRow *host)
-{
-    if (programmed(index, host))
-        return "programmed";
-    if (!wanted.routed)
-        return "layer 2";
-    return index.must_exist(wanted) ? "not programmed" : "no member";
-}
-
 std::vector<Cell> interface_row(const Index &index, const std::string &name,
                                 const std::string &kind, const WantedInterface *wanted,
                                 const HostRow *host)
@@ -76,7 +61,7 @@ std::vector<Cell> interface_row(const Index &index, const std::string &name,
         vlan = number(host->vlan);
     return {name,
             kind,
-            wanted != nullptr ? state_of(index, *wanted, host) : std::string("not wanted"),
+            wanted != nullptr ? index.state(host, wanted) : std::string("not wanted"),
             context != nullptr ? id(context->intf_id) : Cell(),
             context != nullptr ? id(context->lid_id) : Cell(),
             context != nullptr ? id(context->pc_id) : Cell(),
@@ -113,7 +98,7 @@ Listing show_interfaces(const Snapshot &snapshot, const std::string &)
         listing.rows.push_back(
             interface_row(index, wanted.name, wanted.kind, &wanted, index.host(wanted.name)));
     for (const HostRow &host : snapshot.host) {
-        if (index.wanted(host.name) == nullptr && (host.kind != "port" || programmed(index, &host)))
+        if (index.wanted(host.name) == nullptr && (host.kind != "port" || index.programmed(&host)))
             listing.rows.push_back(interface_row(index, host.name, host.kind, nullptr, &host));
     }
     return listing;
@@ -197,7 +182,7 @@ Listing show_port_channels(const Snapshot &snapshot, const std::string &)
             continue;
         const HostRow *host = index.host(wanted.name);
         const ContextRow *context = host != nullptr ? index.context(host->ifindex) : nullptr;
-        listing.rows.push_back({wanted.name, number(wanted.number), state_of(index, wanted, host),
+        listing.rows.push_back({wanted.name, number(wanted.number), index.state(host, &wanted),
                                 context != nullptr ? id(context->pc_id) : Cell(),
                                 context != nullptr ? id(context->lid_id) : Cell(),
                                 context != nullptr ? id(context->intf_id) : Cell(),
@@ -320,7 +305,7 @@ Listing show_summary(const Snapshot &snapshot, const std::string &)
     count("programmed", "interfaces in the ASIC",
           static_cast<size_t>(
               std::count_if(wanted.begin(), wanted.end(), [&](const WantedInterface &row) {
-                  return programmed(index, index.host(row.name));
+                  return index.programmed(index.host(row.name));
               })));
     count("failures", "objects not as wanted", snapshot.failures.size());
     return listing;
@@ -397,6 +382,11 @@ struct CellJson {
 
 } // namespace
 
+void write(JsonWriter &writer, const Cell &cell)
+{
+    std::visit(CellJson{writer}, cell);
+}
+
 void write(JsonWriter &writer, const Listing &listing)
 {
     writer.StartArray();
@@ -404,7 +394,7 @@ void write(JsonWriter &writer, const Listing &listing)
         writer.StartObject();
         for (size_t i = 0; i < listing.columns.size(); ++i) {
             put_key(writer, listing.columns[i].key);
-            std::visit(CellJson{writer}, row[i]);
+            write(writer, row[i]);
         }
         writer.EndObject();
     }

@@ -10,7 +10,14 @@
 #include <rapidjson/document.h>
 
 /* The exit status of kvnsim. */
-enum Status { well = 0, found = 1, usage = 2, bad_input = 3, request_failed = 4 };
+enum Status {
+    well = 0,
+    found = 1,
+    usage = 2,
+    bad_input = 3,
+    request_failed = 4,
+    output_unread = 141
+};
 
 /* What a run of kvnsim left. */
 struct Result {

@@ -145,6 +145,14 @@ TEST_F(Traces, AReplayNamesTheFirstDifference)
     EXPECT_THAT(result.out,
                 AllOf(StartsWith("changed.jsonl:"), HasSubstr("recorded 9000, now 9100"),
                       HasSubstr("l3lifpd_kvn_add_l3port")));
+
+    const Result as_json = kvnsim({"replay", "changed.jsonl", "--json"});
+    EXPECT_EQ(found, as_json.status);
+    const rapidjson::Document document = as_json.json();
+    EXPECT_FALSE(document["same"].GetBool());
+    EXPECT_STREQ("in.value.param1: recorded 9000, now 9100",
+                 document["difference"]["what"].GetString());
+    EXPECT_TRUE(kvnsim({"replay", "one.jsonl", "--json"}).json()["difference"].IsNull());
 }
 
 TEST_F(Traces, WhatIsNoRecordingIsRefusedWithItsPlace)

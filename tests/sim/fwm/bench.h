@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 
@@ -17,6 +14,7 @@
 #include "sim/fwm/diagnostics.h"
 #include "sim/fwm/host.h"
 #include "sim/sdk/asic.h"
+#include "tests/sim/files.h"
 
 namespace kvnsim {
 
@@ -73,27 +71,6 @@ private:
         journal.reset();
         diagnostics.reset();
     }
-};
-
-inline std::string content_of(const std::string &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/* A file name for a test's own use, removed at its end. */
-class ScratchFile {
-public:
-    explicit ScratchFile(const char *name)
-        : path(testing::TempDir() + "kvnsim_" +
-               testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + name)
-    {
-        std::remove(path.c_str());
-    }
-    ~ScratchFile() { std::remove(path.c_str()); }
-    ScratchFile(const ScratchFile &) = delete;
-    ScratchFile &operator=(const ScratchFile &) = delete;
-    const std::string path;
 };
 
 } // namespace kvnsim

@@ -2,21 +2,15 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
 
 #include "sim/config/desired.h"
+#include "tests/sim/files.h"
 
 namespace kvnsim {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string content_of(const fs::path &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::vector<fs::path> files_in(const fs::path &folder, const char *extension)
 {

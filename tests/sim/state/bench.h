@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -14,15 +11,9 @@
 #include "sim/state/audit.h"
 #include "sim/state/snapshot.h"
 #include "sim/switch/switch.h"
+#include "tests/sim/files.h"
 
 namespace kvnsim {
-
-inline std::string content_of(const std::string &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    EXPECT_TRUE(file) << path;
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 /* What a configuration wants; the test fails when it has errors. */
 inline Desired wanted(const std::string &json, const std::string &file = "test.json")
@@ -94,21 +85,6 @@ protected:
         return capture(sw, {"test.json"});
     }
     void inject(const std::string &fault) { ASSERT_EQ(Journal::instance().faults.add(fault), ""); }
-};
-
-/* A file name for a test's own use, removed at its end. */
-class ScratchFile {
-public:
-    explicit ScratchFile(const std::string &name)
-        : path(testing::TempDir() + "kvnsim_" +
-               testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + name)
-    {
-        std::remove(path.c_str());
-    }
-    ~ScratchFile() { std::remove(path.c_str()); }
-    ScratchFile(const ScratchFile &) = delete;
-    ScratchFile &operator=(const ScratchFile &) = delete;
-    const std::string path;
 };
 
 } // namespace kvnsim

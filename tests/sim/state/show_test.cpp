@@ -309,6 +309,15 @@ TEST_F(Explain, says_why_an_interface_is_not_programmed)
     EXPECT_THAT(to_text(explanation), HasSubstr("failed: l3lifpd_kvn_add_l3port("));
 }
 
+TEST_F(Explain, finds_nothing_wrong_with_a_routed_port_channel_that_has_no_member)
+{
+    sw.apply(wanted(R"({"PORTCHANNEL": {"PortChannel1": {}},
+        "PORTCHANNEL_INTERFACE": {"PortChannel1": {}}})"));
+    const Explanation explanation = explain(capture(sw), "PortChannel1");
+    EXPECT_EQ(explanation.state, "no member");
+    EXPECT_THAT(differing(explanation), IsEmpty()) << to_text(explanation);
+}
+
 TEST_F(Explain, refuses_a_name_that_nobody_knows)
 {
     EXPECT_THROW(explain(small_switch(), "Ethernet99"), std::invalid_argument);

@@ -1,6 +1,7 @@
 #include "tests/sim/state/bench.h"
 
 #include <filesystem>
+#include <fstream>
 
 #include <gmock/gmock.h>
 #include <sqlite3.h>
