@@ -113,23 +113,28 @@ private:
         if (table.kind != ValueKind::object) {
             const std::string message =
                 fmt::format("found {}: expected an object of rows", to_text(table.kind));
-            if (is_read)
+            if (is_read) {
                 draft_.error(place(table), message);
-            else
+                draft_.leave_out(table.name, place(table));
+            } else {
                 draft_.warning(place(table), message);
+            }
         }
         if (is_read)
             return;
-        for (const Table &known : tables())
-            if (spelling(table.name) == spelling(known.name))
-                draft_.error(place(table), fmt::format("there is no table {}: {} was meant",
-                                                       quoted(table.name), known.name));
+        for (const Table &known : tables()) {
+            if (spelling(table.name) != spelling(known.name))
+                continue;
+            draft_.error(place(table), fmt::format("there is no table {}: {} was meant",
+                                                   quoted(table.name), known.name));
+            draft_.leave_out(known.name, place(table));
+        }
     }
 
     /* Without a table of ports, the switch has those that its rows name. */
     void infer_ports()
     {
-        if (find("PORT"))
+        if (find("PORT") || draft_.left_out("PORT", {}))
             return;
         ByName<DesiredPort> ports;
         for (const DocumentTable &source : document_.tables) {

@@ -730,11 +730,18 @@ void Draft::leave_out(const std::string &table, const std::string &name, const P
     left_out_.try_emplace(table + "|" + name, row);
 }
 
+void Draft::leave_out(const std::string &table, const Place &place)
+{
+    left_out_.try_emplace(table, place);
+}
+
 const Place *Draft::left_out(const std::string &table, const std::string &name) const
 {
     if (left_out_.empty())
         return nullptr;
-    const auto found = left_out_.find(table + "|" + name);
+    auto found = left_out_.find(table + "|" + name);
+    if (found == left_out_.end())
+        found = left_out_.find(table);
     return found == left_out_.end() ? nullptr : &found->second;
 }
 

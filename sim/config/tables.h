@@ -130,8 +130,10 @@ public:
     void warning(const Place &place, std::string message, std::optional<Place> other = {});
     void note(const Place &place, std::string message);
 
-    /* Objects that have a row in the table, but no sound one. */
+    /* What is not there because of an error in its row, or in the whole table. To be asked about
+     * objects that are missing only: another row may be sound. */
     void leave_out(const std::string &table, const std::string &name, const Place &row);
+    void leave_out(const std::string &table, const Place &place);
     const Place *left_out(const std::string &table, const std::string &name) const;
 
     /* Add a front-panel port, or leave it out if there are as many as a switch has. */
@@ -139,7 +141,7 @@ public:
 
 private:
     std::vector<Finding> &findings_;
-    std::map<std::string, Place> left_out_; /* by "table|name" */
+    std::map<std::string, Place> left_out_; /* by "table|name" or "table" */
     bool ports_full_ = false;
 };
 
