@@ -175,21 +175,23 @@ private:
 
         /* An interface's own row first: the address rows add to it. */
         for (const bool with_address : {false, true}) {
+            std::vector<std::pair<std::string, Place>> unsound;
             for (const DocumentRow &source_row : source.rows) {
                 const auto bars = static_cast<size_t>(
                     std::count(source_row.name.begin(), source_row.name.end(), '|'));
                 if ((bars >= table.key.size()) != with_address)
                     continue;
                 Row row(table, place(table, source_row));
-                if (!take_key(row, source_row))
-                    continue;
+                const bool has_key = take_key(row, source_row);
                 if (!row.is_address_row)
                     row.values = defaults;
-                if (take_fields(row, source_row))
+                if (has_key && take_fields(row, source_row))
                     table.read(draft_, row);
                 else
-                    draft_.leave_out(table.name, row.name(), row.place);
+                    unsound.emplace_back(trimmed(row.name()), row.place);
             }
+            for (const auto &[name, where] : unsound)
+                draft_.leave_out(table.name, name, where);
         }
     }
 

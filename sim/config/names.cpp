@@ -38,6 +38,14 @@ bool is_in(std::string_view word, std::initializer_list<std::string_view> words)
     return std::find(words.begin(), words.end(), word) != words.end();
 }
 
+std::string lower_case(std::string_view text)
+{
+    std::string lower{text};
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return lower;
+}
+
 std::optional<InterfaceName> parse_whole_interface(std::string_view text)
 {
     for (const NameForm &form : name_forms) {
@@ -169,9 +177,7 @@ std::optional<Address> parse_address(std::string_view text)
 
 std::optional<bool> parse_boolean(std::string_view text)
 {
-    std::string word{text};
-    std::transform(word.begin(), word.end(), word.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string word = lower_case(text);
     if (is_in(word, {"enable", "enabled", "true", "yes", "on"}))
         return true;
     if (is_in(word, {"disable", "disabled", "false", "no", "off"}))
@@ -179,15 +185,19 @@ std::optional<bool> parse_boolean(std::string_view text)
     return {};
 }
 
+std::string_view trimmed(std::string_view text)
+{
+    const auto is_blank = [](char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; };
+    while (!text.empty() && is_blank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && is_blank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
 std::string spelling(std::string_view text)
 {
-    const auto is_blank = [](unsigned char c) { return std::isspace(c) != 0; };
-    std::string word;
-    for (const char c : text)
-        word += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    word.erase(word.begin(), std::find_if_not(word.begin(), word.end(), is_blank));
-    word.erase(std::find_if_not(word.rbegin(), word.rend(), is_blank).base(), word.end());
-    return word;
+    return lower_case(trimmed(text));
 }
 
 std::string printable(std::string_view text)

@@ -44,7 +44,9 @@ std::optional<Address> parse_address(std::string_view text);
 /* enable, enabled, true, yes, on and their opposites, in upper or lower case. */
 std::optional<bool> parse_boolean(std::string_view text);
 
-/* Without blanks at both ends, in lower case: what a misspelt name may have meant. */
+/* Without blanks at both ends. */
+std::string_view trimmed(std::string_view text);
+/* The same in lower case: what a misspelt name may have meant. */
 std::string spelling(std::string_view text);
 
 /* The text on one line and no longer than a message bears: control characters as \x0a. */

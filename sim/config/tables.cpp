@@ -296,7 +296,9 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
         is_port ? nullptr : referred(draft, row, desired.port_channels, "PORTCHANNEL", parent);
     if (!port && !channel)
         return 0;
-    if (const Place *left_out = draft.left_out(l3_table, parent)) {
+    const bool is_routed =
+        is_port ? desired.routed_ports.count(parent) != 0 : channel->l3.has_value();
+    if (const Place *left_out = is_routed ? nullptr : draft.left_out(l3_table, parent)) {
         draft.warning(row.place, fmt::format("left out, because {} is", left_out->row()),
                       *left_out);
         return 0;

@@ -219,6 +219,46 @@ const std::vector<FindingCase> &finding_cases()
           "row: it belongs in INTERFACE|Ethernet0"}},
 
         /* References */
+        {"AddressRowWithAnErrorOfARoutedPort",
+         R"("PORT": {"Ethernet0": {}},
+"INTERFACE": {"Ethernet0": {}, "Ethernet0|192.0.2.1/31": {"NAT_ZONE": "1"}},
+"VLAN_SUB_INTERFACE": {"Ethernet0.100": {}})",
+         {"3:59: INTERFACE|Ethernet0|192.0.2.1/31: there is no field \"NAT_ZONE\": nat_zone was "
+          "meant"}},
+        {"OnlyAddressRowHasAnError",
+         R"("PORT": {"Ethernet0": {}},
+"INTERFACE": {"Ethernet0|192.0.2.1/33": {}},
+"VRRP": {"Ethernet0|1": {}})",
+         {"3:15: INTERFACE|Ethernet0|192.0.2.1/33: \"192.0.2.1/33\": expected an IPv4 or IPv6 "
+          "address and its prefix length",
+          "4:10: VRRP|Ethernet0|1: warning: left out, because INTERFACE|Ethernet0|192.0.2.1/33 is "
+          "(see 3:15: INTERFACE|Ethernet0|192.0.2.1/33)"}},
+        {"OneOfTwoAddressRowsHasAnError",
+         R"("PORT": {"Ethernet0": {}},
+"INTERFACE": {"Ethernet0|192.0.2.1/33": {}, "Ethernet0|192.0.2.1/31": {}},
+"VRRP": {"Ethernet0|1": {}},
+"VLAN_SUB_INTERFACE": {"Ethernet0.100": {}})",
+         {"3:15: INTERFACE|Ethernet0|192.0.2.1/33: \"192.0.2.1/33\": expected an IPv4 or IPv6 "
+          "address and its prefix length",
+          "3:45: INTERFACE|Ethernet0|192.0.2.1/31: note: Ethernet0 has addresses, but no row "
+          "INTERFACE|Ethernet0 of its own"}},
+        {"PortWhoseKeyHasABlank",
+         R"("PORT": {"Ethernet4 ": {}},
+"INTERFACE": {"Ethernet4": {}})",
+         {"2:10: PORT|Ethernet4 : there is a blank in the key \"Ethernet4 \": expected EthernetN",
+          "3:15: INTERFACE|Ethernet4: warning: left out, because PORT|Ethernet4  is (see 2:10: "
+          "PORT|Ethernet4 )"}},
+        {"AddressOfInterfaceWhoseKeyHasABlank",
+         R"("PORT": {"Ethernet0": {}},
+"INTERFACE": {"Ethernet0 ": {"vrf_name": "VrfA"}, "Ethernet0|192.0.2.1/31": {}})",
+         {"3:15: INTERFACE|Ethernet0 : there is a blank in the key \"Ethernet0 \": expected "
+          "EthernetN or EthernetN|address"}},
+        {"SameKeyWithABlankAndWithout",
+         R"("PORT": {"Ethernet0": {}},
+"INTERFACE": {"Ethernet0 ": {}, "Ethernet0": {}},
+"VRRP": {"Ethernet0|1": {}})",
+         {"3:15: INTERFACE|Ethernet0 : there is a blank in the key \"Ethernet0 \": expected "
+          "EthernetN or EthernetN|address"}},
         {"RoutedPortThatDoesNotExist",
          R"("PORT": {"Ethernet0": {}},
 "INTERFACE": {"Ethernet4": {}, "Ethernet4|192.0.2.1/31": {}})",
