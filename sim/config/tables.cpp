@@ -151,15 +151,27 @@ void read_vlan_member(Draft &draft, const Row &row)
     if (parse_interface_name(member)->kind == NameKind::port) {
         if (!referred(draft, row, draft.desired.ports, "PORT", member, Severity::warning))
             return;
-        draft.bridged.try_emplace(member, row.place);
+        if (const auto joined = draft.joined.find(member); joined != draft.joined.end())
+            draft.warning(row.place,
+                          fmt::format("{} is a member of a VLAN and of a port-channel", member),
+                          joined->second);
     } else if (!referred(draft, row, draft.desired.port_channels, "PORTCHANNEL", member,
                          Severity::warning)) {
         return;
     }
     vlan->members.emplace(member, row.place);
+    draft.bridged.try_emplace(member, row.place);
 }
 
 /* ---- Routed interfaces ---- */
+
+/* What is routed takes no part in a VLAN. */
+void warn_of_vlan(Draft &draft, const Row &row, const std::string &routed)
+{
+    if (const auto bridged = draft.bridged.find(routed); bridged != draft.bridged.end())
+        draft.warning(row.place, fmt::format("{} is routed and a member of a VLAN", routed),
+                      bridged->second);
+}
 
 void add_address(Draft &draft, const Row &row, L3Settings &l3)
 {
@@ -227,9 +239,7 @@ void read_interface(Draft &draft, const Row &row)
             draft.warning(row.place,
                           fmt::format("{} is routed and a member of a port-channel", row.name()),
                           joined->second);
-        if (const auto bridged = draft.bridged.find(row.name()); bridged != draft.bridged.end())
-            draft.warning(row.place, fmt::format("{} is routed and a member of a VLAN", row.name()),
-                          bridged->second);
+        warn_of_vlan(draft, row, row.name());
         DesiredRoutedPort &port = desired.routed_ports[row.name()];
         port.place = row.place;
         return &port.l3;
@@ -249,6 +259,7 @@ void read_port_channel_interface(Draft &draft, const Row &row)
         DesiredPortChannel *channel = referred(draft, row, channels, "PORTCHANNEL", row.name());
         if (!channel)
             return nullptr;
+        warn_of_vlan(draft, row, row.name());
         channel->l3_place = row.place;
         return &channel->l3.emplace();
     };
@@ -312,7 +323,8 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
                         channel->place);
             return 0;
         }
-        if (!channel->l3) {
+        if (!is_routed) {
+            warn_of_vlan(draft, row, parent);
             channel->l3.emplace();
             channel->l3_implied = true;
             channel->l3_place = row.place;
@@ -327,7 +339,8 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
                     joined->second);
         return 0;
     }
-    if (desired.routed_ports.find(parent) == desired.routed_ports.end()) {
+    if (!is_routed) {
+        warn_of_vlan(draft, row, parent);
         DesiredRoutedPort implied;
         implied.implied = true;
         implied.place = row.place;

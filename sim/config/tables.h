@@ -122,7 +122,7 @@ public:
     std::optional<Mac> gateway_mac;            /* of static anycast gateways */
     std::map<uint32_t, Place> channel_numbers; /* port-channel number -> its row */
     std::map<std::string, Place> joined;  /* port -> the row that puts it into a port-channel */
-    std::map<std::string, Place> bridged; /* port -> the row that puts it into a VLAN */
+    std::map<std::string, Place> bridged; /* member -> a row that puts it into a VLAN */
     /* (parent, VLAN) -> the sub-interface's row */
     std::map<std::pair<std::string, uint32_t>, Place> encapsulations;
 

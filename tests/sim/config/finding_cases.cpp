@@ -346,6 +346,27 @@ const std::vector<FindingCase> &finding_cases()
 "INTERFACE": {"Ethernet0": {}})",
          {"4:15: INTERFACE|Ethernet0: warning: Ethernet0 is routed and a member of a VLAN (see "
           "3:17: VLAN_MEMBER|Vlan10|Ethernet0)"}},
+        {"RoutedPortChannelInAVlan",
+         R"("PORTCHANNEL": {"PortChannel1": {}}, "VLAN": {"Vlan10": {}},
+"VLAN_MEMBER": {"Vlan10|PortChannel1": {}},
+"PORTCHANNEL_INTERFACE": {"PortChannel1": {}})",
+         {"4:27: PORTCHANNEL_INTERFACE|PortChannel1: warning: PortChannel1 is routed and a member "
+          "of a VLAN (see 3:17: VLAN_MEMBER|Vlan10|PortChannel1)"}},
+        {"ParentOfASubInterfaceInAVlan",
+         R"("PORT": {"Ethernet0": {}, "Ethernet4": {}}, "VLAN": {"Vlan10": {}},
+"PORTCHANNEL": {"PortChannel1": {}}, "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet4": {}},
+"VLAN_MEMBER": {"Vlan10|Ethernet0": {}, "Vlan10|PortChannel1": {}},
+"VLAN_SUB_INTERFACE": {"Ethernet0.5": {}, "Ethernet0.6": {}, "PortChannel1.5": {}})",
+         {"5:24: VLAN_SUB_INTERFACE|Ethernet0.5: warning: Ethernet0 is routed and a member of a "
+          "VLAN (see 4:17: VLAN_MEMBER|Vlan10|Ethernet0)",
+          "5:62: VLAN_SUB_INTERFACE|PortChannel1.5: warning: PortChannel1 is routed and a member "
+          "of a VLAN (see 4:41: VLAN_MEMBER|Vlan10|PortChannel1)"}},
+        {"MemberOfAPortChannelInAVlan",
+         R"("VLAN": {"Vlan10": {}}, "VLAN_MEMBER": {"Vlan10|Ethernet4": {}},
+"PORT": {"Ethernet4": {}}, "PORTCHANNEL": {"PortChannel1": {}},
+"PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet4": {}})",
+         {"2:41: VLAN_MEMBER|Vlan10|Ethernet4: warning: Ethernet4 is a member of a VLAN and of a "
+          "port-channel (see 4:24: PORTCHANNEL_MEMBER|PortChannel1|Ethernet4)"}},
         {"VlanMemberWithoutVlan",
          R"("PORT": {"Ethernet0": {}},
 "VLAN_MEMBER": {"Vlan10|Ethernet0": {}})",
