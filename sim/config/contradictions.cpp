@@ -108,8 +108,8 @@ private:
         check_l3(name, sub.l3);
         if (const auto channel = desired_.port_channels.find(sub.parent);
             channel != desired_.port_channels.end()) {
-            require(channel->second.l3 && !channel->second.members.empty(), "the parent has no LID",
-                    name);
+            require(channel->second.l3 && desired_.has_member_that_joins(channel->second),
+                    "the parent has no LID", name);
             require(sub.mtu <= channel->second.mtu, "MTU above the parent's", name);
             return;
         }
@@ -123,7 +123,7 @@ private:
     {
         if (const auto channel = desired_.port_channels.find(name);
             channel != desired_.port_channels.end())
-            return channel->second.l3 && !channel->second.members.empty();
+            return channel->second.l3 && desired_.has_member_that_joins(channel->second);
         return (desired_.routed_ports.count(name) == 1 && members_.count(name) == 0) ||
                desired_.sub_interfaces.count(name) + desired_.svis.count(name) == 1;
     }

@@ -114,6 +114,12 @@ bool operator<(const VirtualMac &a, const VirtualMac &b)
     return a.mac < b.mac;
 }
 
+bool Desired::has_member_that_joins(const DesiredPortChannel &channel) const
+{
+    return std::any_of(channel.members.begin(), channel.members.end(),
+                       [&](const auto &member) { return routed_ports.count(member.first) == 0; });
+}
+
 bool Configuration::has_errors() const
 {
     return std::any_of(findings.begin(), findings.end(), [](const Finding &finding) {

@@ -96,6 +96,10 @@ struct Desired {
     ByName<DesiredSvi> svis;
     ByName<DesiredVlan> vlans;
     std::map<VirtualMac, Place> virtual_macs;
+
+    /* Whether a member joins, with which the port-channel gets into the ASIC: the library declines
+     * ports that are routed themselves. */
+    bool has_member_that_joins(const DesiredPortChannel &channel) const;
 };
 
 /* Something the reader has to tell. */

@@ -43,6 +43,19 @@ void add_virtual_mac(Draft &draft, const Row &row, const std::string &interface,
                     there->second);
 }
 
+/* Why a port-channel is not in the ASIC: "PortChannel1 has no member", and the row behind it; empty
+ * if it is there. */
+std::optional<std::pair<std::string, Place>>
+why_absent(const Desired &desired, const std::string &name, const DesiredPortChannel &channel)
+{
+    if (desired.has_member_that_joins(channel))
+        return {};
+    if (channel.members.empty())
+        return std::make_pair(name + " has no member", channel.place);
+    return std::make_pair(name + " has no member that is not routed",
+                          desired.routed_ports.at(channel.members.begin()->first).place);
+}
+
 /* ---- The switch as a whole ---- */
 
 void read_device_metadata(Draft &draft, const Row &row)
@@ -315,12 +328,11 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
         return 0;
     }
     if (channel) {
-        if (channel->members.empty()) {
+        if (const auto absence = why_absent(desired, parent, *channel)) {
             draft.error(row.place,
-                        fmt::format("{} has no member: a sub-interface needs its LID, which comes "
-                                    "with the first one",
-                                    parent),
-                        channel->place);
+                        absence->first +
+                            ": a sub-interface needs its LID, which comes with the first one",
+                        absence->second);
             return 0;
         }
         if (!is_routed) {
@@ -429,12 +441,11 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
         ByName<DesiredPortChannel> none;
         return referred(draft, row, none, "PORTCHANNEL_INTERFACE", name);
     }
-    if (found->second.members.empty()) {
+    if (const auto absence = why_absent(desired, name, found->second)) {
         draft.warning(row.place,
-                      fmt::format("left out: {} has no member, and without one no interface for a "
-                                  "virtual MAC",
-                                  name),
-                      found->second.place);
+                      fmt::format("left out: {}, and without one no interface for a virtual MAC",
+                                  absence->first),
+                      absence->second);
         return false;
     }
     return true;

@@ -378,6 +378,27 @@ const std::vector<FindingCase> &finding_cases()
           "3:41: VLAN_MEMBER|Vlan10|PortChannel1: warning: left out: PortChannel1 has no row in "
           "PORTCHANNEL"}},
 
+        {"PortChannelWhoseMembersAreRouted",
+         R"("VRRP": {"PortChannel4|3": {}}, "VLAN_SUB_INTERFACE": {"PortChannel4.5": {}},
+"INTERFACE": {"Ethernet8": {}}, "PORTCHANNEL_INTERFACE": {"PortChannel4": {}},
+"PORTCHANNEL_MEMBER": {"PortChannel4|Ethernet8": {}},
+"PORT": {"Ethernet8": {}}, "PORTCHANNEL": {"PortChannel4": {}})",
+         {"2:10: VRRP|PortChannel4|3: warning: left out: PortChannel4 has no member that is not "
+          "routed, and without one no interface for a virtual MAC (see 3:15: "
+          "INTERFACE|Ethernet8)",
+          "2:56: VLAN_SUB_INTERFACE|PortChannel4.5: PortChannel4 has no member that is not routed: "
+          "a sub-interface needs its LID, which comes with the first one (see 3:15: "
+          "INTERFACE|Ethernet8)",
+          "3:15: INTERFACE|Ethernet8: warning: Ethernet8 is routed and a member of a port-channel "
+          "(see 4:24: PORTCHANNEL_MEMBER|PortChannel4|Ethernet8)"}},
+        {"PortChannelOneOfWhoseMembersIsRouted",
+         R"("PORT": {"Ethernet8": {}, "Ethernet9": {}}, "INTERFACE": {"Ethernet8": {}},
+"PORTCHANNEL": {"PortChannel4": {}},
+"PORTCHANNEL_MEMBER": {"PortChannel4|Ethernet8": {}, "PortChannel4|Ethernet9": {}},
+"VLAN_SUB_INTERFACE": {"PortChannel4.5": {}}, "VRRP": {"PortChannel4|3": {}})",
+         {"2:59: INTERFACE|Ethernet8: warning: Ethernet8 is routed and a member of a port-channel "
+          "(see 4:24: PORTCHANNEL_MEMBER|PortChannel4|Ethernet8)"}},
+
         /* Sub-interfaces */
         {"SubInterfaceOfMissingPort",
          R"("PORT": {"Ethernet0": {}},
