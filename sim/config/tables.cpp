@@ -60,8 +60,13 @@ why_absent(const Desired &desired, const std::string &name, const DesiredPortCha
 
 void read_device_metadata(Draft &draft, const Row &row)
 {
-    if (row.name() != "localhost")
+    constexpr const char *itself = "localhost";
+    if (row.name() != itself) {
+        if (spelling(row.name()) == itself)
+            draft.error(row.place, fmt::format("there is no row {}: {} was meant",
+                                               quoted(row.name()), itself));
         return;
+    }
     draft.desired.hostname = row.text("hostname");
     if (!row.given("mac"))
         return;

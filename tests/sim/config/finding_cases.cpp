@@ -113,6 +113,9 @@ const std::vector<FindingCase> &finding_cases()
          {"2:47: DEVICE_METADATA|localhost: hostname is \"a\\x09b\": expected at most 63 "
           "characters, none of them a control character"}},
         {"OtherRowsOfDeviceMetadata", R"("DEVICE_METADATA": {"chassis": {"slot": "1"}})", {}},
+        {"MetadataRowOfAnotherSpelling",
+         R"("DEVICE_METADATA": {"Localhost": {"mac": "00:11:22:33:44:55"}})",
+         {"2:21: DEVICE_METADATA|Localhost: there is no row \"Localhost\": localhost was meant"}},
 
         /* Keys */
         {"KeyEndsWithBlank",
