@@ -61,7 +61,7 @@ bool has_form(KeyPart part, const std::string &text)
     }
 }
 
-/* A routed interface in another kind's table: ", which belongs in VLAN_INTERFACE". */
+/* A routed interface in another kind's table: " (Vlan10 belongs in VLAN_INTERFACE)". */
 std::string where_it_belongs(const Table &table, const std::string &name)
 {
     if (table.has_address_rows)
