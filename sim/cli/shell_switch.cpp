@@ -42,9 +42,12 @@ Configuration read(Session &session, const std::string &file)
 
 bool is_refused(Session &session, const Configuration &configuration)
 {
-    if (!configuration.has_errors() || session.keep_going)
+    if (!configuration.is_understood)
+        session.error("nothing was applied");
+    else if (configuration.has_errors() && !session.keep_going)
+        session.error("nothing was applied (kvnsim shell --keep-going applies what is sound)");
+    else
         return false;
-    session.error("nothing was applied (kvnsim shell --keep-going applies what is sound)");
     return true;
 }
 

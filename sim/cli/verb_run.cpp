@@ -72,8 +72,12 @@ public:
                 instruments_.start_timeline(arguments_.value("--timeline"));
         }
         for (const Configuration &configuration : configurations_) {
-            if (interrupt_signal() == 0)
+            if (interrupt_signal() != 0)
+                break;
+            if (configuration.is_understood)
                 apply(configuration);
+            else if (!json_ && !quiet_)
+                console_.out() << configuration.file << ": not applied\n";
         }
         return finish();
     }
@@ -258,11 +262,15 @@ private:
     {
         Json json;
         json.begin_object().key("configurations").begin_array();
-        for (size_t i = 0; i < configurations_.size(); ++i) {
-            json.begin_object().configuration(configurations_[i]);
-            json.field("applied", !dry_ && i < outcomes_.size());
-            if (i < outcomes_.size())
-                outcome(json, outcomes_[i]);
+        for (const Configuration &configuration : configurations_) {
+            const auto found =
+                std::find_if(outcomes_.begin(), outcomes_.end(), [&](const Outcome &one) {
+                    return one.configuration == &configuration;
+                });
+            json.begin_object().configuration(configuration);
+            json.field("applied", !dry_ && found != outcomes_.end());
+            if (found != outcomes_.end())
+                outcome(json, *found);
             json.end_object();
         }
         json.end_array().field("interrupted", interrupt_signal() != 0).key("unused_faults");

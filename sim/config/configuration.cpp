@@ -309,6 +309,7 @@ Configuration read_configuration(const std::string &file, const std::string &tex
     Configuration configuration;
     configuration.file = file;
     const Document document = read_document(file, text, configuration.findings);
+    configuration.is_understood = document.is_object;
     Reader(configuration, document).read();
     std::stable_sort(configuration.findings.begin(), configuration.findings.end(),
                      [](const Finding &a, const Finding &b) {

@@ -120,6 +120,9 @@ struct Configuration {
     Desired desired;                         /* the sound rows only */
     std::vector<Finding> findings;           /* in the order of their places */
     std::map<std::string, uint32_t> ignored; /* tables that are not applied, with their rows */
+    /* Not so after a syntax error, or of a file that cannot be read: nothing is known of what it
+     * wants, which is not the same as wanting nothing. */
+    bool is_understood = false;
     bool has_errors() const;
 };
 

@@ -405,9 +405,10 @@ Document read_document(const std::string &file, const std::string &text,
              fmt::format("found {}: expected an object of tables", to_text(builder.root)),
              {}});
     }
-    Document document{std::move(builder.tables)};
+    Document document{std::move(builder.tables),
+                      !result.IsError() && builder.root == ValueKind::object};
     Repetitions(file, findings).remove(document.tables);
-    if (result.IsError())
+    if (!document.is_object)
         document.tables.clear();
     return document;
 }

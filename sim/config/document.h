@@ -37,7 +37,8 @@ struct DocumentTable {
     std::vector<DocumentRow> rows;
 };
 struct Document {
-    std::vector<DocumentTable> tables; /* empty after a syntax error */
+    std::vector<DocumentTable> tables;
+    bool is_object = false; /* otherwise there is a syntax error, or something else: no tables */
 };
 
 /* Parse text. What is wrong with its form goes to findings: one syntax error at the most, and

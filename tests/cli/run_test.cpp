@@ -135,6 +135,29 @@ TEST_F(Run, KeepGoingAppliesWhatIsSound)
     EXPECT_THAT(result.out, HasSubstr("PortChannel1"));
 }
 
+TEST_F(Run, KeepGoingLeavesTheSwitchAsItIsWhenAFileSaysNothing)
+{
+    write("one.json", one_port);
+    write("cut_short.json", "{\"PORT\": {\"Ethernet0\": {}},");
+    write("list.json", "[]");
+    for (const char *file : {"nowhere.json", "cut_short.json", "list.json"}) {
+        const Result result = kvnsim({"run", "one.json", file, "--keep-going"});
+        EXPECT_EQ(bad_input, result.status) << file;
+        EXPECT_THAT(result.out, HasSubstr(std::string(file) + ": not applied\n"));
+        EXPECT_THAT(table(result.out, "Interfaces"), Contains(Contains("Ethernet0"))) << file;
+
+        const rapidjson::Document document =
+            kvnsim({"run", file, "one.json", "--keep-going", "--json"}).json();
+        EXPECT_FALSE(document["configurations"][0]["applied"].GetBool()) << file;
+        EXPECT_TRUE(document["configurations"][1]["applied"].GetBool()) << file;
+        EXPECT_EQ(2u, document["configurations"][1]["steps"].Size()) << file;
+        EXPECT_EQ(1u, document["switch"]["files"].Size()) << file;
+    }
+    write("nothing.json", "{}");
+    EXPECT_THAT(kvnsim({"run", "one.json", "nothing.json"}).out,
+                HasSubstr("nothing.json: 2 steps\n"));
+}
+
 /* ---- Dry run ---- */
 
 TEST_F(Run, DryRunShowsThePlanAndItsRequestsAndKeepsNothing)

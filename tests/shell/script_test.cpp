@@ -116,6 +116,20 @@ TEST_F(Script, ConfigurationWithErrorsEndsIt)
     EXPECT_EQ(bad_input, sound.status);
 }
 
+TEST_F(Script, FileThatSaysNothingLeavesTheSwitchAsItIs)
+{
+    write("cut_short.json", "{");
+    for (const char *file : {"missing.json", "cut_short.json"}) {
+        const Result result =
+            shell({std::string("apply ") + file, std::string("plan ") + file, "show interfaces"},
+                  {"one.json", "--keep-going"});
+        EXPECT_EQ(bad_input, result.status);
+        EXPECT_THAT(result.err, AllOf(HasSubstr("-:1: nothing was applied\n"),
+                                      HasSubstr("-:2: nothing was applied\n")));
+        EXPECT_THAT(result.out, AllOf(HasSubstr("Ethernet0"), Not(HasSubstr(file))));
+    }
+}
+
 TEST_F(Script, PlanSaysWhatApplyWouldDo)
 {
     const Result result = shell({"plan one_1500.json", "show lids"}, {"one.json"});
