@@ -355,6 +355,13 @@ Status Host::release_held_port_channel(HostInterface &port_channel)
     return {};
 }
 
+Status Host::publish_settings(HostInterface &interface)
+{
+    if (const int32_t code = l3lif_update_sdb_for_intf(&interface))
+        return {"l3lif_update_sdb_for_intf", code};
+    return {};
+}
+
 std::optional<HeldPortChannel> Host::held_port_channel(uint32_t ifindex) const
 {
     const auto found = held_.find(ifindex);

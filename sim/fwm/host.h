@@ -150,6 +150,8 @@ public:
     Status hold_port_channel(HostInterface &port_channel);
     /* Destroy what hold_port_channel made, unless it was given over; done when not held. */
     Status release_held_port_channel(HostInterface &port_channel);
+    /* Store a registered interface's settings, as they shall be, in the shared database. */
+    Status publish_settings(HostInterface &interface);
     std::optional<HeldPortChannel> held_port_channel(uint32_t ifindex) const;
 
     StateDb &db() { return *db_; }

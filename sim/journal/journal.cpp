@@ -154,6 +154,8 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
         if (journal.current_) {
             Request &request = *journal.current_;
             if (request.failed_calls++ == 0) {
+                request.first_failed_call = name();
+                request.first_status = status;
                 request.first_failure = failure_text(*this, status);
                 request.first_reason = journal.note_;
             }

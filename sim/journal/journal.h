@@ -24,11 +24,13 @@ struct Request {
     std::string subject;       /* the interface concerned, by name; empty when there is none */
     std::string cause;         /* configuration row or command behind it: "INTERFACE|Ethernet0" */
     std::vector<Field> values; /* the arguments as values; filled only when observed */
-    std::optional<int64_t> result;  /* set at the end; stays empty for a task of the host */
-    uint32_t failed_calls = 0;      /* calls with a failing status, injected ones included */
-    uint32_t injected_failures = 0; /* of these, the injected ones */
-    std::string first_failure;      /* "libsdk_intf_create: SDK_E_FULL", empty without one */
-    std::string first_reason;       /* why: the refusal's reason, or "injected"; may be empty */
+    std::optional<int64_t> result;      /* set at the end; stays empty for a task of the host */
+    uint32_t failed_calls = 0;          /* calls with a failing status, injected ones included */
+    uint32_t injected_failures = 0;     /* of these, the injected ones */
+    const char *first_failed_call = ""; /* "libsdk_intf_create", empty without one */
+    int64_t first_status = 0;           /* of that call */
+    std::string first_failure;          /* "libsdk_intf_create: SDK_E_FULL", empty without one */
+    std::string first_reason;           /* why: the refusal's reason, or "injected"; may be empty */
 };
 using RequestRef = std::shared_ptr<const Request>;
 

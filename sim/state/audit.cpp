@@ -92,9 +92,10 @@ private:
                       const std::string &what)
     {
         std::string words = fmt::format("{} is wanted ({}) and {}", object, place.to_text(), what);
-        if (const std::string &failure = index_.failure(interface); !failure.empty())
-            words += ": " + failure;
-        tell(AuditKind::missing, object, {}, interface, std::move(words));
+        const FailureRow &failure = index_.failure(interface);
+        if (!failure.message.empty())
+            words += ": " + failure.message;
+        tell(AuditKind::missing, object, {}, interface, std::move(words), {&failure.made});
     }
 
     std::string made_by(const Made &made) const { return "made by " + s_.words(made); }
@@ -633,9 +634,11 @@ private:
             const WantedRouterMac &wanted = s_.wanted_router_mac.front();
             std::string words = fmt::format("router MAC {} is wanted ({}) and not in the ASIC",
                                             to_text(wanted.mac), wanted.place.to_text());
-            if (const std::string &failure = index_.failure("switch"); !failure.empty())
-                words += ": " + failure;
-            tell(AuditKind::missing, "router MAC " + to_text(wanted.mac), {}, {}, std::move(words));
+            const FailureRow &failure = index_.failure("switch");
+            if (!failure.message.empty())
+                words += ": " + failure.message;
+            tell(AuditKind::missing, "router MAC " + to_text(wanted.mac), {}, {}, std::move(words),
+                 {&failure.made});
         }
     }
 

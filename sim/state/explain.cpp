@@ -78,7 +78,7 @@ private:
     void identity()
     {
         told_.interface = name_;
-        told_.failure = index_.failure(name_);
+        told_.failure = index_.failure(name_).message;
         if (wanted_ != nullptr) {
             told_.kind = wanted_->kind;
             told_.configured_at = wanted_->place.to_text();

@@ -76,7 +76,7 @@ Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
             joining_members_[row.port_channel]++;
     }
     for (const FailureRow &row : snapshot.failures)
-        failures_.emplace(row.object, &row.message);
+        failures_.emplace(row.object, &row);
     for (const PendingRow &row : snapshot.pending)
         pending_[pair_key(row.intf_id, row.number)] = row.value;
 }
@@ -245,11 +245,11 @@ std::string Index::intf_words(uint32_t intf_id) const
     }
 }
 
-const std::string &Index::failure(std::string_view object) const
+const FailureRow &Index::failure(std::string_view object) const
 {
-    static const std::string none;
-    const std::string *message = found_in(failures_, object);
-    return message != nullptr ? *message : none;
+    static const FailureRow none;
+    const FailureRow *row = found_in(failures_, object);
+    return row != nullptr ? *row : none;
 }
 
 std::vector<ExpectedAttribute> Index::expected_attributes(const HostRow &host,

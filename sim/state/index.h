@@ -103,7 +103,7 @@ public:
     /* "5 (routed port, front port 3)" */
     std::string intf_words(uint32_t intf_id) const;
     /* The failed step behind an object that is not as wanted; empty without one. */
-    const std::string &failure(std::string_view object) const;
+    const FailureRow &failure(std::string_view object) const;
 
     /* The values that the attributes of an interface must have: those of its identity, and with
      * wanted not null those that are configured. */
@@ -116,8 +116,8 @@ private:
     std::unordered_map<std::string_view, const HostRow *> host_by_name_;
     std::unordered_map<std::string_view, const WantedInterface *> wanted_;
     std::unordered_map<std::string_view, const WantedPort *> wanted_ports_;
-    std::unordered_map<std::string_view, uint32_t> joining_members_; /* by port-channel */
-    std::unordered_map<std::string_view, const std::string *> failures_;
+    std::unordered_map<std::string_view, uint32_t> joining_members_;    /* by port-channel */
+    std::unordered_map<std::string_view, const FailureRow *> failures_; /* the oldest of each */
     std::unordered_map<uint32_t, const HostRow *> intf_owner_, lid_owner_, pc_owner_;
     std::unordered_map<uint64_t, uint32_t> pending_; /* by interface and attribute */
 };

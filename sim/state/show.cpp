@@ -72,7 +72,7 @@ std::vector<Cell> interface_row(const Index &index, const std::string &name,
             wanted != nullptr ? text(wanted->parent) : Cell(),
             vlan,
             wanted != nullptr ? text(wanted->addresses) : Cell(),
-            text(index.failure(name))};
+            text(index.failure(name).message)};
 }
 
 Listing show_interfaces(const Snapshot &snapshot, const std::string &)
@@ -136,15 +136,15 @@ Listing show_ports(const Snapshot &snapshot, const std::string &)
             role = "member";
         else if (vlans.count(name) != 0)
             role = "switched";
-        listing.rows.push_back({name, wanted != nullptr ? text(wanted->alias) : Cell(),
-                                host != nullptr ? number(host->number + 1) : Cell(),
-                                std::string(role),
-                                wanted != nullptr ? Cell(wanted->admin_up) : Cell(),
-                                wanted != nullptr ? number(wanted->mtu) : Cell(),
-                                host != nullptr ? id(host->port_lid) : Cell(),
-                                is_member ? Cell(channel->second) : Cell(), group(vlans, name),
-                                host != nullptr ? id(host->kept_intf) : Cell(),
-                                host != nullptr && host->loopback, text(index.failure(name))});
+        listing.rows.push_back(
+            {name, wanted != nullptr ? text(wanted->alias) : Cell(),
+             host != nullptr ? number(host->number + 1) : Cell(), std::string(role),
+             wanted != nullptr ? Cell(wanted->admin_up) : Cell(),
+             wanted != nullptr ? number(wanted->mtu) : Cell(),
+             host != nullptr ? id(host->port_lid) : Cell(),
+             is_member ? Cell(channel->second) : Cell(), group(vlans, name),
+             host != nullptr ? id(host->kept_intf) : Cell(), host != nullptr && host->loopback,
+             text(index.failure(name).message)});
     };
     for (const WantedPort &port : snapshot.wanted_ports)
         add(port.name, &port, index.host(port.name));
@@ -307,7 +307,7 @@ Listing show_summary(const Snapshot &snapshot, const std::string &)
               std::count_if(wanted.begin(), wanted.end(), [&](const WantedInterface &row) {
                   return index.programmed(index.host(row.name));
               })));
-    count("failures", "objects not as wanted", snapshot.failures.size());
+    count("failures", "failed steps not made up for", snapshot.failures.size());
     return listing;
 }
 
@@ -318,7 +318,7 @@ Listing show_attributes(const Snapshot &snapshot, const std::string &interface)
     if (host == nullptr)
         throw std::invalid_argument(
             index.wanted(interface) != nullptr
-                ? interface + " is configured and not there: " + index.failure(interface)
+                ? interface + " is configured and not there: " + index.failure(interface).message
                 : "there is no interface " + interface);
     Listing listing;
     const ContextRow *context = index.serving_context(*host);

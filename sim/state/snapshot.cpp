@@ -148,8 +148,14 @@ void capture_wanted(const Switch &of, Snapshot &into)
         into.vrfs.push_back({name, vpn});
     if (of.router_mac_id() != no_id)
         into.owned_router_mac.push_back({of.router_mac_id()});
-    for (const auto &[object, message] : of.last_failures())
-        into.failures.push_back({object, message});
+}
+
+void capture_failures(const Switch &of, Snapshot &into, Requests &requests)
+{
+    for (const auto &[object, reasons] : of.failures()) {
+        for (const Reason &reason : reasons)
+            into.failures.push_back({object, reason.message, requests.made(reason.origin)});
+    }
 }
 
 void capture_host(Snapshot &into)
@@ -322,6 +328,7 @@ Snapshot capture(const Switch &of, const std::vector<std::string> &files)
     capture_host(snapshot);
     capture_virtual_macs(snapshot);
     Requests requests;
+    capture_failures(of, snapshot, requests);
     capture_asic(snapshot, requests);
     capture_database(snapshot, requests);
     for (const ErrorGroup &group : Diagnostics::instance().errors())

@@ -488,11 +488,13 @@ struct ErrorRow {
 /* A step that failed and whose object is still not as wanted. */
 struct FailureRow {
     std::string object, message;
+    Made made; /* the request, and its call that failed first */
     static constexpr const char *table = "failure";
     template <class Visit> static void columns(Visit &&visit)
     {
         visit("object", &FailureRow::object);
         visit("message", &FailureRow::message);
+        visit("made", &FailureRow::made);
     }
 };
 

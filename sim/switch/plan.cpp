@@ -37,17 +37,18 @@ std::string vrf_name(const std::string &vrf)
     return vrf.empty() ? "default" : vrf;
 }
 
+/* Of all settings that a configuration wants. */
 std::string words(const Settings &settings)
 {
-    std::string text = "MTU " + std::to_string(settings.mtu);
-    if (settings.ipv4)
+    std::string text = "MTU " + std::to_string(*settings.mtu);
+    if (*settings.ipv4)
         text += ", IPv4";
-    if (settings.ipv6)
+    if (*settings.ipv6)
         text += ", IPv6";
-    if (!settings.vrf.empty())
-        text += ", VRF " + settings.vrf;
-    if (settings.nat_zone != 0)
-        text += ", NAT zone " + std::to_string(settings.nat_zone);
+    if (!settings.vrf->empty())
+        text += ", VRF " + *settings.vrf;
+    if (*settings.nat_zone != 0)
+        text += ", NAT zone " + std::to_string(*settings.nat_zone);
     return text;
 }
 
@@ -55,18 +56,22 @@ std::string words(const Settings &settings)
 std::string difference(const Settings &from, const Settings &to)
 {
     std::vector<std::string> parts;
-    if (from.mtu != to.mtu)
-        parts.push_back("MTU " + (from.mtu != 0 ? std::to_string(from.mtu) : "unknown") + " -> " +
-                        std::to_string(to.mtu));
-    if (from.ipv4 != to.ipv4)
-        parts.push_back(to.ipv4 ? "IPv4 on" : "IPv4 off");
-    if (from.ipv6 != to.ipv6)
-        parts.push_back(to.ipv6 ? "IPv6 on" : "IPv6 off");
-    if (from.vrf != to.vrf)
-        parts.push_back("VRF " + vrf_name(from.vrf) + " -> " + vrf_name(to.vrf));
-    if (from.nat_zone != to.nat_zone)
-        parts.push_back("NAT zone " + std::to_string(from.nat_zone) + " -> " +
-                        std::to_string(to.nat_zone));
+    const auto change = [&parts](const char *what, const auto &was, const auto &is,
+                                 auto &&in_words) {
+        if (was != is)
+            parts.push_back(std::string(what) + (was ? in_words(*was) : std::string("unknown")) +
+                            " -> " + in_words(*is));
+    };
+    const auto flag = [&parts](const char *what, std::optional<bool> was, std::optional<bool> is) {
+        if (was != is)
+            parts.push_back(std::string(what) + (*is ? " on" : " off"));
+    };
+    const auto number = [](uint32_t value) { return std::to_string(value); };
+    change("MTU ", from.mtu, to.mtu, number);
+    flag("IPv4", from.ipv4, to.ipv4);
+    flag("IPv6", from.ipv6, to.ipv6);
+    change("VRF ", from.vrf, to.vrf, vrf_name);
+    change("NAT zone ", from.nat_zone, to.nat_zone, number);
     std::string text;
     for (const std::string &part : parts)
         text += (text.empty() ? "" : ", ") + part;
@@ -182,17 +187,18 @@ private:
         }
     }
 
-    /* A port-channel whose members joined, but whose SDK interface was refused, gets another try.
-     */
+    /* A port-channel whose members joined, but whose SDK interface was refused, gets another try;
+     * sub-interfaces that were made without it are made anew. */
     void repair_or_change(const std::string &name, const DesiredPortChannel &wants)
     {
         const Settings settings = settings_of(*wants.l3, wants.mtu);
-        if (const Settings *has = find_in(switch_.settings_, name))
+        if (const Settings *has = find_in(switch_.settings_, name)) {
             change(name, has, settings, wants.l3_place);
-        else
-            add_interface(StepKind::route_port_channel, name,
-                          "create the SDK interface of port-channel " + name, wants.l3_place,
-                          settings);
+            return;
+        }
+        add_interface(StepKind::route_port_channel, name,
+                      "create the SDK interface of port-channel " + name, wants.l3_place, settings);
+        gone_.insert(name);
     }
 
     void ports_that_change()
@@ -295,6 +301,9 @@ private:
         for (const auto &[name, wants] : want_.ports) {
             if (have_.ports.count(name) == 0)
                 add(StepKind::add_port, name, "add port " + name, wants.place);
+            else if (const HostInterface *port = Host::instance().find(name);
+                     port != nullptr && !port->lid_id)
+                add(StepKind::add_port, name, "give port " + name + " its LID", wants.place);
         }
         for (const auto &[name, wants] : want_.routed_ports) {
             const DesiredPort *port = find_in(want_.ports, name);

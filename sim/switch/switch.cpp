@@ -27,6 +27,23 @@ void forget_virtual_macs()
     fhrp_mac_hash = nullptr;
 }
 
+/* What a new interface has without the library's doing. */
+Settings new_settings()
+{
+    Settings settings;
+    settings.ipv6 = false;
+    settings.vrf = "";
+    settings.nat_zone = 0;
+    return settings;
+}
+
+/* The library gives up at the first call that is refused: what came before it was done. */
+bool nothing_was_done(const Response &response, std::string_view first_call)
+{
+    return response.refused && (response.request->failed_calls == 0 ||
+                                response.request->first_failed_call == first_call);
+}
+
 } // namespace
 
 Switch::Switch()
@@ -67,34 +84,13 @@ public:
 
     void carry_out(const Step &step)
     {
-        using Action = void (Work::*)();
-        static constexpr Action actions[] = {&Work::remove_virtual_mac,
-                                             &Work::delete_sub_interface,
-                                             &Work::delete_svi,
-                                             &Work::remove_member,
-                                             &Work::unroute_port_channel,
-                                             &Work::delete_port_channel,
-                                             &Work::unroute_port,
-                                             &Work::delete_port,
-                                             &Work::remove_router_mac,
-                                             &Work::add_router_mac,
-                                             &Work::add_port,
-                                             &Work::route_port,
-                                             &Work::add_port_channel,
-                                             &Work::route_port_channel,
-                                             &Work::add_member,
-                                             &Work::add_svi,
-                                             &Work::add_sub_interface,
-                                             &Work::change_settings,
-                                             &Work::add_virtual_mac};
-        static_assert(std::size(actions) == static_cast<size_t>(StepKind::add_virtual_mac) + 1);
-
         step_ = &step;
         const CauseScope cause(step.cause.to_text());
         const size_t failures = applied_.failures.size();
-        (this->*actions[static_cast<size_t>(step.kind)])();
-        if (applied_.failures.size() == failures)
-            switch_.last_failures_.erase(step.name);
+        take_up({&step.name, step.kind, step.mac});
+        perform();
+        if (applied_.failures.size() == failures && object_goes(step.kind))
+            drop_reasons(step.name, [](const Reason &) { return true; });
         applied_.steps_done++;
     }
 
@@ -125,12 +121,16 @@ public:
         have_.vlans = want_.vlans;
         have_.vrfs = want_.vrfs;
         have_.hostname = want_.hostname;
+        drop_settled_reasons();
 
         if (switch_.vpns_.empty())
             return;
         std::set<std::string> used;
-        for (const auto &[name, settings] : switch_.settings_)
-            used.insert(settings.vrf);
+        for (const auto &[name, settings] : switch_.settings_) {
+            if (!settings.vrf)
+                return; /* any of them may be in use */
+            used.insert(*settings.vrf);
+        }
         for (auto vpn = switch_.vpns_.begin(); vpn != switch_.vpns_.end();)
             vpn = used.count(vpn->first) != 0 || want_.vrfs.count(vpn->first) != 0
                       ? std::next(vpn)
@@ -150,12 +150,135 @@ private:
         }
     }
 
+    void perform()
+    {
+        switch (step_->kind) {
+        case StepKind::remove_virtual_mac:
+            return remove_virtual_mac();
+        case StepKind::delete_sub_interface:
+            return delete_sub_interface();
+        case StepKind::delete_svi:
+            return delete_svi();
+        case StepKind::remove_member:
+            return remove_member();
+        case StepKind::unroute_port_channel:
+            return unroute_port_channel();
+        case StepKind::delete_port_channel:
+            return delete_port_channel();
+        case StepKind::unroute_port:
+            return unroute_port();
+        case StepKind::delete_port:
+            return delete_port();
+        case StepKind::remove_router_mac:
+            return remove_router_mac();
+        case StepKind::add_router_mac:
+            return add_router_mac();
+        case StepKind::add_port:
+            return add_port();
+        case StepKind::route_port:
+            return route_port();
+        case StepKind::add_port_channel:
+            return add_port_channel();
+        case StepKind::route_port_channel:
+            return route_port_channel();
+        case StepKind::add_member:
+            return add_member();
+        case StepKind::add_svi:
+            return add_svi();
+        case StepKind::add_sub_interface:
+            return add_sub_interface();
+        case StepKind::change_settings:
+            return change_settings();
+        case StepKind::add_virtual_mac:
+            return add_virtual_mac();
+        }
+    }
+
     /* ---- Failures ---- */
 
-    void fail(std::string message, RequestRef request = nullptr)
+    /* What is being done to which object: a failure is the reason why that is not as wanted. */
+    struct Concern {
+        const std::string *object;
+        StepKind kind;
+        Mac mac;
+        bool is_of(const Reason &reason) const { return reason.kind == kind && reason.mac == mac; }
+    };
+
+    /* What it failed for the last time is past. */
+    void take_up(const Concern &concern)
     {
-        switch_.last_failures_[step_->name] = message;
+        concern_ = concern;
+        drop_reasons(*concern.object, [&](const Reason &reason) { return concern.is_of(reason); });
+    }
+
+    static bool object_goes(StepKind kind)
+    {
+        return kind == StepKind::delete_sub_interface || kind == StepKind::delete_svi ||
+               kind == StepKind::unroute_port_channel || kind == StepKind::delete_port_channel ||
+               kind == StepKind::unroute_port || kind == StepKind::delete_port;
+    }
+
+    void fail(std::string message, RequestRef request = nullptr, bool in_part = false)
+    {
+        note(concern_, message, request, in_part);
         applied_.failures.push_back({*step_, std::move(request), std::move(message)});
+    }
+
+    /* The step cannot be made, for a reason that an earlier one has noted. */
+    void fail_in_the_wake(std::string message)
+    {
+        if (switch_.failures_.count(*concern_.object) == 0)
+            return fail(std::move(message));
+        applied_.failures.push_back({*step_, nullptr, std::move(message)});
+    }
+
+    /* The first failure is the reason, what follows are its consequences. */
+    void note(const Concern &concern, const std::string &message, const RequestRef &request,
+              bool in_part)
+    {
+        std::vector<Reason> &reasons = switch_.failures_[*concern.object];
+        if (std::none_of(reasons.begin(), reasons.end(),
+                         [&](const Reason &reason) { return concern.is_of(reason); }))
+            reasons.push_back({concern.kind,
+                               concern.mac,
+                               message,
+                               {request, request != nullptr ? request->first_failed_call : ""},
+                               in_part});
+    }
+
+    template <class Which> void drop_reasons(const std::string &object, const Which &which)
+    {
+        const auto found = switch_.failures_.find(object);
+        if (found == switch_.failures_.end())
+            return;
+        std::vector<Reason> &reasons = found->second;
+        reasons.erase(std::remove_if(reasons.begin(), reasons.end(), which), reasons.end());
+        if (reasons.empty())
+            switch_.failures_.erase(found);
+    }
+
+    /* What failed and would not be tried again is no longer wanted; what came about in part is not
+     * as wanted while its object is there. Members build their port-channel. */
+    void drop_settled_reasons()
+    {
+        if (switch_.failures_.empty())
+            return;
+        const Plan again = switch_.plan(want_);
+        std::vector<std::string> objects;
+        for (const auto &[object, reasons] : switch_.failures_)
+            objects.push_back(object);
+        for (const std::string &object : objects) {
+            const bool there = host_.find(object) != nullptr;
+            drop_reasons(object, [&](const Reason &reason) {
+                if (reason.in_part && there)
+                    return false;
+                return std::none_of(again.steps.begin(), again.steps.end(), [&](const Step &step) {
+                    return step.other == object ||
+                           (step.name == object && step.kind == reason.kind &&
+                            step.mac == reason.mac);
+                });
+            });
+        }
     }
 
     /* Whether the request came about, in full or in part; a call that failed within is reported
@@ -163,7 +286,7 @@ private:
     bool done(const Response &response)
     {
         if (response.failed)
-            fail(response.failure(), response.request);
+            fail(response.failure(), response.request, !response.refused);
         return !response.refused;
     }
 
@@ -179,7 +302,7 @@ private:
     {
         HostInterface *found = host_.find(step_->name);
         if (found == nullptr)
-            fail(step_->name + " is not there: an earlier step failed");
+            fail_in_the_wake(step_->name + " is not there: an earlier step failed");
         return found;
     }
 
@@ -203,34 +326,44 @@ private:
 
     void set_record(HostInterface &interface, const Settings &to)
     {
-        interface.ip.mtu = static_cast<uint16_t>(to.mtu);
-        interface.ip.ipv4_ucst_en = to.ipv4;
-        interface.v4_vpn_id = interface.v6_vpn_id = vpn_number(to.vrf);
-        interface.nat_zone = to.nat_zone;
+        interface.ip.mtu = *to.mtu;
+        interface.ip.ipv4_ucst_en = *to.ipv4;
+        interface.v4_vpn_id = interface.v6_vpn_id = vpn_number(*to.vrf);
+        interface.nat_zone = *to.nat_zone;
     }
 
-    /* Write what differs; what is refused stays as it was, to be tried again. */
+    /* Write what differs. What is refused may be written in part: it is tried again. */
     void write(HostInterface &interface, Settings &has, const Settings &to)
     {
-        const uint32_t vpn = vpn_number(to.vrf);
+        const Concern outer = concern_;
+        take_up({&interface.name, StepKind::change_settings, {}});
         set_record(interface, to);
-        const auto written = [&](int32_t type, uint32_t value) {
-            return done_entirely(entry::set_l3_property(interface, type, value));
+        const auto write = [&](auto &setting, const auto &value,
+                               std::initializer_list<std::pair<int32_t, uint32_t>> properties) {
+            if (setting == value)
+                return false;
+            bool written = true;
+            for (const auto &[type, property] : properties)
+                written &= done_entirely(entry::set_l3_property(interface, type, property));
+            if (written)
+                setting = value;
+            else
+                setting.reset();
+            return true;
         };
-        if (has.mtu != to.mtu && written(L3LIF_PROP_MTU, to.mtu))
-            has.mtu = to.mtu;
-        if (has.ipv4 != to.ipv4 && written(L3LIF_PROP_IPV4_UCST_EN, to.ipv4))
-            has.ipv4 = to.ipv4;
-        if (has.ipv6 != to.ipv6 && written(L3LIF_PROP_IPV6_UCST_EN, to.ipv6))
-            has.ipv6 = to.ipv6;
-        if (has.vrf != to.vrf) {
-            const bool v4_written = written(L3LIF_PROP_IPV4_VPN, vpn);
-            const bool v6_written = written(L3LIF_PROP_IPV6_VPN, vpn);
-            if (v4_written && v6_written)
-                has.vrf = to.vrf;
+        const uint32_t vpn = vpn_number(*to.vrf);
+        write(has.mtu, to.mtu, {{L3LIF_PROP_MTU, *to.mtu}});
+        const bool ipv4_changes = write(has.ipv4, to.ipv4, {{L3LIF_PROP_IPV4_UCST_EN, *to.ipv4}});
+        write(has.ipv6, to.ipv6, {{L3LIF_PROP_IPV6_UCST_EN, *to.ipv6}});
+        write(has.vrf, to.vrf, {{L3LIF_PROP_IPV4_VPN, vpn}, {L3LIF_PROP_IPV6_VPN, vpn}});
+        write(has.nat_zone, to.nat_zone, {{L3LIF_PROP_IF_NAT, *to.nat_zone}});
+        /* Unlike the others, this one the library does not publish. */
+        if (ipv4_changes) {
+            HostTask task("host: publish interface", interface.name);
+            if (!done(task, host_.publish_settings(interface)))
+                has.ipv4.reset();
         }
-        if (has.nat_zone != to.nat_zone && written(L3LIF_PROP_IF_NAT, to.nat_zone))
-            has.nat_zone = to.nat_zone;
+        concern_ = outer;
     }
 
     bool done_entirely(const Response &response)
@@ -243,7 +376,7 @@ private:
      * call failed, it is not known which of the two were written. */
     void write_new(HostInterface &interface, const Response &creation, const Settings &to)
     {
-        Settings has;
+        Settings has = new_settings();
         if (!creation.failed) {
             has.mtu = to.mtu;
             has.ipv4 = to.ipv4;
@@ -287,26 +420,49 @@ private:
         svis_.erase(step_->name);
     }
 
-    /* The port leaves whatever the ASIC made of it: a step that failed half-way cannot be made
-     * again, the library keeps what is left. */
+    /* Unless the ASIC kept it, the port leaves whatever else failed: what is half torn down cannot
+     * be made again, the library keeps what is left. */
     void remove_member()
     {
         DesiredPortChannel &has = have_.port_channels.at(step_->other);
-        const bool declined = switch_.declined_.erase({step_->other, step_->name}) != 0;
+        const bool declined = switch_.declined_.count({step_->other, step_->name}) != 0;
+        HostInterface *const port = has.l3 && !declined ? interface() : nullptr;
+        if (port != nullptr && port->channel != nullptr && !leave(*port))
+            return;
         has.members.erase(step_->name);
-        if (!has.l3 || declined)
-            return;
-        HostInterface *const port = interface();
-        if (port == nullptr || port->channel == nullptr)
-            return;
-        HostInterface &port_channel = *port->channel;
+        switch_.declined_.erase({step_->other, step_->name});
+    }
+
+    bool leave(HostInterface &port)
+    {
+        HostInterface &port_channel = *port.channel;
         const bool last = port_channel.membership.member_count == 1;
-        done(entry::del_l3pc(*port, last));
-        done(entry::del_l3pc_member(port_channel.ifindex, port->ifindex));
-        host_.leave(*port);
-        host_.unregister_l3(*port);
+        if (last && port_channel.sub_interfaces != 0) {
+            fail(port_channel.name + " still has sub-interfaces");
+            return false;
+        }
+        const Response response = entry::del_l3pc(port, last);
+        const bool stays = nothing_was_done(response, "libsdk_portchannel_member_delete") &&
+                           response.request->first_status != SDK_E_NOT_FOUND;
+        if (response.failed) {
+            if (!stays)
+                take_up(building(port_channel));
+            fail(response.failure(), response.request, !stays);
+        }
+        done(entry::del_l3pc_member(port_channel.ifindex, port.ifindex));
+        if (stays)
+            return false;
+        host_.leave(port);
+        host_.unregister_l3(port);
         if (port_channel.intf_id() == no_id)
             settings_.erase(port_channel.name);
+        return true;
+    }
+
+    /* What its first member builds of a port-channel and its last one tears down. */
+    static Concern building(const HostInterface &port_channel)
+    {
+        return {&port_channel.name, StepKind::route_port_channel, {}};
     }
 
     void unroute_port_channel()
@@ -317,6 +473,10 @@ private:
         /* A member made by hand: the library follows it to the port-channel's context. */
         if (port_channel->membership.member_count != 0) {
             fail(step_->name + " still has members");
+            return;
+        }
+        if (port_channel->sub_interfaces != 0) {
+            fail(step_->name + " still has sub-interfaces");
             return;
         }
         settings_.erase(step_->name);
@@ -362,18 +522,21 @@ private:
         HostInterface *const port = interface();
         if (port == nullptr)
             return;
-        if (have_.routed_ports.count(step_->name) != 0) {
-            fail(step_->name + " is still routed");
-            return;
-        }
+        /* Members and interfaces made by hand are none of this plan's. */
+        if (port->channel != nullptr)
+            return fail(step_->name + " is still a member of " + port->channel->name);
+        if (port->intf_id() != no_id)
+            return fail(step_->name + " is still routed");
+        if (port->sub_interfaces != 0)
+            return fail(step_->name + " still has sub-interfaces");
         HostTask task("host: remove port", step_->name);
         Status status = host_.release_kept_intf(*port);
         if (status.ok())
             status = host_.release_port_lid(*port);
         if (!done(task, status))
             return;
-        if (host_.remove(*port))
-            have_.ports.erase(step_->name);
+        host_.remove(*port);
+        have_.ports.erase(step_->name);
     }
 
     void remove_router_mac()
@@ -393,7 +556,7 @@ private:
             return;
         }
         const Response response = entry::rmac_add(step_->mac);
-        if (!done(response))
+        if (!done_entirely(response))
             return;
         switch_.router_mac_id_ = static_cast<uint32_t>(response.result);
         have_.router_mac = step_->mac;
@@ -413,9 +576,9 @@ private:
         }
         const DesiredPort &wants = want_.ports.at(step_->name);
         port->alias = wants.alias;
+        have_.ports.emplace(step_->name, wants);
         HostTask task("host: give port its LID", step_->name);
-        if (done(task, host_.make_port_lid(*port)))
-            have_.ports.emplace_hint(have_.ports.end(), step_->name, wants);
+        done(task, host_.make_port_lid(*port));
     }
 
     void route_port()
@@ -499,12 +662,16 @@ private:
         const bool was_built = port_channel.intf_id() != no_id;
         if (!was_built)
             set_record(port_channel, settings);
+        if (port_channel.membership.member_count == 1)
+            take_up(building(port_channel));
         host_.register_l3(*port);
         const Response response = entry::add_l3pc(*port, port_channel.membership.member_count == 1);
         const bool joined = done(response);
         done(entry::add_l3pc_member(port_channel.ifindex, port->ifindex));
         if (joined)
             has.members.emplace(step_->name, place);
+        else
+            note({&step_->name, step_->kind, {}}, response.failure(), response.request, false);
         if (joined && routed)
             switch_.declined_.insert({step_->other, step_->name});
         if (!joined || routed)
@@ -585,6 +752,7 @@ private:
     Applied &applied_;
     Host &host_ = Host::instance();
     const Step *step_ = nullptr;
+    Concern concern_{};
     Cursor<ByName<Settings>> settings_{switch_.settings_};
     Cursor<ByName<DesiredSubInterface>> sub_interfaces_{have_.sub_interfaces};
     Cursor<ByName<DesiredSvi>> svis_{have_.svis};

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -16,12 +17,12 @@
  * came of it. */
 namespace kvnsim {
 
-/* L3 settings as the switch has them for one interface. */
+/* L3 settings of one interface; empty where a write failed, so that nobody knows what is there. */
 struct Settings {
-    uint32_t mtu = 0; /* bytes; 0 = not known to be written */
-    bool ipv4 = false, ipv6 = false;
-    std::string vrf;
-    uint32_t nat_zone = 0;
+    std::optional<uint16_t> mtu; /* bytes */
+    std::optional<bool> ipv4, ipv6;
+    std::optional<std::string> vrf; /* "" is the default one */
+    std::optional<uint32_t> nat_zone;
     friend bool operator==(const Settings &a, const Settings &b);
     friend bool operator!=(const Settings &a, const Settings &b) { return !(a == b); }
 };
@@ -74,6 +75,15 @@ struct Failure {
         message; /* "l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create: SDK_E_FULL" */
 };
 
+/* The same, as it is kept. */
+struct Reason {
+    StepKind kind;
+    Mac mac; /* of a MAC step */
+    std::string message;
+    Origin origin;        /* the request and its call that failed first, if any */
+    bool in_part = false; /* it came about but for calls that failed within */
+};
+
 struct Applied {
     uint32_t steps_done = 0; /* carried out, failed ones included */
     std::vector<Failure> failures;
@@ -113,8 +123,9 @@ public:
     /* The settings that were written, by interface name; only interfaces that exist in the ASIC. */
     const ByName<Settings> &settings() const { return settings_; }
 
-    /* Failures since power-on whose object is still not as wanted, by object name. */
-    const std::map<std::string, std::string> &last_failures() const { return last_failures_; }
+    /* Why objects are not as wanted, by name, the oldest reason first: steps that failed and were
+     * not made up for since. What failed in part stays until the object is made anew or goes. */
+    const std::map<std::string, std::vector<Reason>> &failures() const { return failures_; }
 
     /* Why the library must not be asked for this sub-interface (it would abort): "parent
      * PortChannel0001 has no LID"; empty when it may. For an ifindex that is no sub-interface: why
@@ -128,7 +139,7 @@ private:
     ByName<Settings> settings_;
     std::set<std::pair<std::string, std::string>> declined_;
     std::map<std::string, uint32_t> vpns_;
-    std::map<std::string, std::string> last_failures_;
+    std::map<std::string, std::vector<Reason>> failures_;
     uint32_t router_mac_id_ = no_id;
 };
 

@@ -103,6 +103,7 @@ void Leftovers::call_made(const Call &call)
         members_[front_port_.at(subject_)] = in("pc_id");
     } else if (name == "libsdk_portchannel_member_delete") {
         members_.erase(front_port_.at(subject_));
+        joined_.erase({channel_, subject_});
     } else if (name == "libsdk_lid_entry_create") {
         made_lid_ = out("lid_id");
         lids_.insert(*made_lid_);
@@ -182,8 +183,6 @@ void Leftovers::request_ends(const Request &request)
         }
         if (done && recorded_.count(subject_) == 0)
             joined_.insert({channel_, subject_});
-    } else if (entry == "l3lifpd_kvn_del_l3pc") {
-        joined_.erase({channel_, subject_});
     } else if (entry == "l3lifpd_kvn_del_l3port" || entry == "l3lifpd_kvn_del_subint" ||
                entry == "l3lifpd_kvn_del_svi") {
         if (done) {
@@ -250,9 +249,13 @@ bool Leftovers::must_exist(const std::string &name) const
 
 bool Leftovers::may_exist(const std::string &name) const
 {
-    const auto member = joined_.lower_bound({name, ""});
-    const bool has_member = member != joined_.end() && member->first == name;
-    return must_exist(name) || (is_wanted(name) && has_member);
+    return must_exist(name) || (is_wanted(name) && has_member(name));
+}
+
+bool Leftovers::has_member(const std::string &port_channel) const
+{
+    const auto member = joined_.lower_bound({port_channel, ""});
+    return member != joined_.end() && member->first == port_channel;
 }
 
 const std::string *Leftovers::recorded_as(uint32_t intf) const
@@ -264,11 +267,16 @@ const std::string *Leftovers::recorded_as(uint32_t intf) const
     return nullptr;
 }
 
-/* The host drops the record of a port-channel that is not routed any more, whatever is left. */
+/* The host drops the record of a port-channel that is not routed any more, whatever is left in the
+ * ASIC, but not while members or sub-interfaces stand on it. */
 void Leftovers::forget_unrouted_channels()
 {
     for (const std::string &name : channels_seen_) {
-        if (is_wanted(name))
+        if (is_wanted(name) || has_member(name) ||
+            std::any_of(recorded_.begin(), recorded_.end(), [&](const auto &entry) {
+                const auto parent = parent_.find(entry.first);
+                return parent != parent_.end() && parent->second == name;
+            }))
             continue;
         channels_.erase(name);
         recorded_.erase(name);

@@ -48,6 +48,7 @@ private:
     const L3Settings *wants(const std::string &name, uint32_t &mtu) const;
     bool must_exist(const std::string &name) const;
     bool may_exist(const std::string &name) const;
+    bool has_member(const std::string &port_channel) const;
     bool is_wanted(const std::string &name) const;
     bool is_channel(const std::string &name) const { return channels_seen_.count(name) != 0; }
     bool is_port(const std::string &name) const { return ports_.count(name) != 0; }

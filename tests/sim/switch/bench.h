@@ -83,9 +83,9 @@ protected:
             EXPECT_EQ(use.used, 0U) << use.description;
     }
 
-    static const HostInterface &interface(const std::string &name)
+    static HostInterface &interface(const std::string &name)
     {
-        const HostInterface *found = Host::instance().find(name);
+        HostInterface *found = Host::instance().find(name);
         if (found == nullptr)
             throw std::runtime_error("no interface " + name);
         return *found;

@@ -28,9 +28,16 @@ protected:
         ASSERT_EQ(applied.failures.size(), 1U);
         EXPECT_EQ(applied.failures[0].message, message);
     }
+    /* Calls are counted from now on. */
     static void fail(const std::string &specification)
     {
+        Journal::instance().faults.clear();
         EXPECT_EQ(Journal::instance().faults.add(specification), "");
+    }
+    std::vector<Reason> reasons(const std::string &object) const
+    {
+        const auto found = sw.failures().find(object);
+        return found == sw.failures().end() ? std::vector<Reason>() : found->second;
     }
 };
 
@@ -228,11 +235,11 @@ TEST_F(AppliedTest, AFailureNamesTheRequestTheCallAndTheStatus)
     expect_failure(applied, "l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1) returned -1: "
                             "libsdk_intf_create: SDK_E_FULL (injected)");
     EXPECT_EQ(applied.failures[0].step.cause.row(), "INTERFACE|Ethernet0");
-    EXPECT_EQ(sw.last_failures().count("Ethernet0"), 1U);
+    EXPECT_EQ(sw.failures().count("Ethernet0"), 1U);
     EXPECT_NE(interface("Ethernet4").intf_id(), no_id);
     bring_about(want);
     EXPECT_NE(interface("Ethernet0").intf_id(), no_id);
-    EXPECT_TRUE(sw.last_failures().empty());
+    EXPECT_TRUE(sw.failures().empty());
 }
 
 TEST_F(AppliedTest, ARequestThatReturned0AlthoughACallFailedIsAFailureAndIsWrittenAgain)
@@ -349,6 +356,216 @@ TEST_F(AppliedTest, ATearDownThatFailedHalfWayStaysAsTheLibraryLeftIt)
     EXPECT_EQ(used("pc"), 1U);
     EXPECT_EQ(used("intf"), 0U);
     EXPECT_TRUE(sw.plan(Desired()).empty());
+}
+
+/* ---- Reasons ---- */
+
+const char *const gateway = R"("VLAN": {"Vlan10": {}},
+    "VLAN_INTERFACE": {"Vlan10": {"vrf_name": "VrfBlue"}}, "VRF": {"VrfBlue": {}},
+    "VRRP": {"Vlan10|5": {}})";
+
+TEST_F(AppliedTest, TheReasonIsTheFirstFailureNotItsConsequences)
+{
+    fail("libsdk_intf_create:1=SDK_E_FULL");
+    EXPECT_EQ(sw.apply(with_ports(gateway)).failures.size(), 2U);
+    ASSERT_EQ(reasons("Vlan10").size(), 1U);
+    EXPECT_NE(reasons("Vlan10")[0].message.find("libsdk_intf_create: SDK_E_FULL"),
+              std::string::npos);
+    EXPECT_STREQ(reasons("Vlan10")[0].origin.call, "libsdk_intf_create");
+    EXPECT_STREQ(reasons("Vlan10")[0].origin.request->entry, "l3lifpd_kvn_add_svi");
+    bring_about(with_ports(gateway));
+    EXPECT_TRUE(sw.failures().empty());
+}
+
+TEST_F(AppliedTest, AReasonOutlastsAnotherStepThatCameAbout)
+{
+    fail("libsdk_intf_attr_set:4"); /* MTU, same-interface check, label, then IPv4 VPN */
+    const Applied applied = sw.apply(with_ports(gateway));
+    ASSERT_EQ(applied.failures.size(), 1U);
+    EXPECT_EQ(used("trap"), 1U);
+    EXPECT_EQ(reasons("Vlan10").size(), 1U);
+    bring_about(with_ports(gateway));
+    EXPECT_TRUE(sw.failures().empty());
+}
+
+TEST_F(AppliedTest, WhatIsNoLongerWantedHasNoReasonToBeMissing)
+{
+    fail("libsdk_intf_create:1");
+    sw.apply(with_ports(gateway));
+    EXPECT_FALSE(sw.failures().empty());
+    bring_about(with_ports(""));
+    EXPECT_TRUE(sw.failures().empty());
+}
+
+TEST_F(AppliedTest, WhatFailedInPartStaysTheReasonUntilTheInterfaceGoes)
+{
+    fail("libsdk_intf_attr_set:2"); /* the same-interface check: nobody writes it again */
+    sw.apply(with_ports(gateway));
+    EXPECT_TRUE(sw.plan(with_ports(gateway)).empty());
+    EXPECT_EQ(reasons("Vlan10").size(), 1U);
+    bring_about(with_ports(""));
+    EXPECT_TRUE(sw.failures().empty());
+}
+
+const char *const built = R"("PORTCHANNEL": {"PortChannel1": {}},
+    "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
+    "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}}, "VLAN_SUB_INTERFACE": )";
+
+TEST_F(AppliedTest, APortChannelThatItsMemberCouldNotBuildKnowsWhy)
+{
+    const Desired want = with_ports(std::string(built) + "{}");
+    for (const char *call : {"libsdk_intf_create:1", "libsdk_portchannel_create:1"}) {
+        fail(call);
+        EXPECT_EQ(sw.apply(want).failures.size(), 1U);
+        EXPECT_EQ(reasons("PortChannel1").size(), 1U) << call;
+        EXPECT_EQ(reasons("Ethernet0").size(), interface("Ethernet0").channel == nullptr) << call;
+        bring_about(want);
+        EXPECT_TRUE(sw.failures().empty()) << call;
+        bring_about(with_ports(""));
+    }
+}
+
+TEST_F(AppliedTest, APortChannelThatItsLastMemberCouldNotTearDownKnowsWhy)
+{
+    bring_about(with_ports(std::string(built) + "{}"));
+    fail("libsdk_lid_entry_destroy:1");
+    sw.apply(with_ports(
+        R"("PORTCHANNEL": {"PortChannel1": {}}, "PORTCHANNEL_INTERFACE": {"PortChannel1": {}})"));
+    ASSERT_EQ(reasons("PortChannel1").size(), 1U);
+    EXPECT_STREQ(reasons("PortChannel1")[0].origin.call, "libsdk_lid_entry_destroy");
+    EXPECT_TRUE(reasons("Ethernet0").empty());
+}
+
+/* ---- The way back and the next try ---- */
+
+TEST_F(AppliedTest, AnMtuThatWasWrittenButNotPublishedIsWrittenAgainOnTheWayBack)
+{
+    const auto with_mtu = [](const std::string &mtu) {
+        return wanted(R"({"PORT": {"Ethernet0": {"mtu": ")" + mtu +
+                      R"("}}, "INTERFACE": {"Ethernet0": {}}})");
+    };
+    bring_about(with_mtu("9100"));
+    fail("libsdk_intf_attr_set:1");
+    sw.apply(with_mtu("1500"));
+    EXPECT_EQ(words(sw.plan(with_mtu("9100"))),
+              (std::vector<std::string>{"change Ethernet0: MTU unknown -> 9100"}));
+    bring_about(with_mtu("9100"));
+    EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrMtuIdx), 9100);
+}
+
+TEST_F(AppliedTest, AVrfOfWhichOneFamilyWasRefusedIsWrittenAgainOnTheWayBack)
+{
+    const Desired before = with_ports(R"("INTERFACE": {"Ethernet0": {}})");
+    bring_about(before);
+    fail("libsdk_intf_attr_set:2"); /* IPv4 VPN, then IPv6 VPN */
+    sw.apply(with_ports(
+        R"("VRF": {"VrfBlue": {}}, "INTERFACE": {"Ethernet0": {"vrf_name": "VrfBlue"}})"));
+    EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrIpv4Vpn), 1);
+    bring_about(before);
+    EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrIpv4Vpn), 0);
+}
+
+TEST_F(AppliedTest, AChangeOfIpv4IsPublished)
+{
+    bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {}})"));
+    const auto published = [] {
+        return Host::instance().db().l3lif_row(interface("Ethernet0").ifindex)->ipv4_ucst_en;
+    };
+    EXPECT_EQ(published(), 0U);
+    const Desired want = with_ports(R"("INTERFACE": {"Ethernet0|192.0.2.0/31": {}})");
+    fail("l3lif_update_sdb_for_intf:1");
+    EXPECT_EQ(sw.apply(want).failures.size(), 1U);
+    EXPECT_EQ(published(), 0U);
+    bring_about(want);
+    EXPECT_EQ(published(), 1U);
+}
+
+TEST_F(AppliedTest, SubInterfacesMadeBeforeTheirPortChannelHadAnInterfaceAreMadeAnew)
+{
+    const Desired want = with_ports(std::string(built) + R"({"PortChannel1.10": {}})");
+    fail("libsdk_intf_create:1");
+    sw.apply(want);
+    const auto parent = [] {
+        return Asic::instance().interface(interface("PortChannel1.10").intf_id())->params.param1;
+    };
+    EXPECT_EQ(parent(), no_id);
+    bring_about(want);
+    EXPECT_EQ(parent(), interface("PortChannel1").intf_id());
+    EXPECT_TRUE(sw.plan(want).empty());
+}
+
+TEST_F(AppliedTest, APortChannelStandsWhileASubInterfaceThatCouldNotGoStandsOnIt)
+{
+    const std::string with_sub = std::string(built) + R"({"PortChannel1.10": {}})";
+    for (const char *rest : {"", R"("PORTCHANNEL": {"PortChannel1": {}})"}) {
+        bring_about(with_ports(with_sub));
+        fail("libsdk_intf_destroy:1=SDK_E_TIMEOUT");
+        const Applied applied = sw.apply(with_ports(rest));
+        ASSERT_GE(applied.failures.size(), 2U);
+        EXPECT_EQ(applied.failures[1].message, "PortChannel1 still has sub-interfaces");
+        EXPECT_EQ(used("pc"), 1U);
+        bring_about(with_ports(rest));
+        EXPECT_EQ(used("pc") + used("intf") + used("member"), 0U);
+    }
+}
+
+TEST_F(AppliedTest, AMemberThatTheAsicKeptStaysAMemberAndLeavesNextTime)
+{
+    const Desired both = with_ports(R"("PORTCHANNEL": {"PortChannel1": {}},
+        "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
+        "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}, "PortChannel1|Ethernet4": {}})");
+    const Desired one = with_ports(std::string(built) + "{}");
+    bring_about(both);
+    fail("libsdk_portchannel_member_delete:1=SDK_E_TIMEOUT");
+    EXPECT_EQ(sw.apply(one).failures.size(), 1U);
+    EXPECT_EQ(interface("Ethernet4").channel, &interface("PortChannel1"));
+    EXPECT_EQ(used("member"), 2U);
+    EXPECT_TRUE(sw.plan(both).empty());
+    bring_about(one);
+    EXPECT_EQ(interface("Ethernet4").channel, nullptr);
+    EXPECT_EQ(used("member"), 1U);
+}
+
+TEST_F(AppliedTest, APortWithoutItsLidGetsItFromTheNextApplyOrGoes)
+{
+    const Desired want = with_ports(R"("INTERFACE": {"Ethernet0": {}})");
+    fail("libsdk_lid_entry_create:1=SDK_E_FULL");
+    sw.apply(want);
+    EXPECT_EQ(reasons("Ethernet0").size(), 2U);
+    EXPECT_EQ(words(sw.plan(want)), (std::vector<std::string>{"give port Ethernet0 its LID",
+                                                              "route port Ethernet0: MTU 9100"}));
+    bring_about(Desired());
+    EXPECT_EQ(Host::instance().size(), 0U);
+}
+
+TEST_F(AppliedTest, APositiveStatusIsNotTakenForARouterMac)
+{
+    const Desired want =
+        wanted(R"({"DEVICE_METADATA": {"localhost": {"mac": "00:00:5e:00:53:01"}}})");
+    fail("libsdk_switch_router_mac_create:1=7");
+    EXPECT_EQ(sw.apply(want).failures.size(), 1U);
+    EXPECT_EQ(sw.router_mac_id(), no_id);
+    bring_about(want);
+    EXPECT_EQ(used("rmac"), 1U);
+}
+
+TEST_F(AppliedTest, APortThatIsInUseByHandIsNotRemovedAndKeepsItsLid)
+{
+    bring_about(with_ports(""));
+    Host &host = Host::instance();
+    HostInterface &port_channel = *host.add_port_channel("PortChannel7", 7);
+    ASSERT_TRUE(host.join(interface("Ethernet0"), port_channel));
+    host.register_l3(interface("Ethernet4"));
+    ASSERT_EQ(entry::add_l3port(interface("Ethernet4"), 1).result, 0);
+    host.add_sub_interface("Ethernet8.1", interface("Ethernet8"), 1);
+    const Applied applied = sw.apply(Desired());
+    std::vector<std::string> messages;
+    for (const Failure &failure : applied.failures)
+        messages.push_back(failure.message);
+    EXPECT_EQ(messages, (std::vector<std::string>{"Ethernet0 is still a member of PortChannel7",
+                                                  "Ethernet4 is still routed",
+                                                  "Ethernet8 still has sub-interfaces"}));
+    EXPECT_EQ(used("lid"), 3U);
 }
 
 TEST_F(AppliedTest, AStopLeavesTheRestAndTheNextApplyGoesOn)
