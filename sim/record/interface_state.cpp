@@ -34,6 +34,21 @@ HostInterface *named(const Value &value)
                                              : host().find(static_cast<uint32_t>(value.number()));
 }
 
+/* The arguments of a request that name an interface. */
+std::vector<const Value *> interface_arguments(const Request &request)
+{
+    std::vector<const Value *> arguments;
+    const EntryPoint *entry = EntryPoint::find(request.entry);
+    if (entry == nullptr)
+        return arguments;
+    for (size_t i = 0; i < request.values.size(); ++i) {
+        const ParameterKind kind = entry->parameters()[i].kind;
+        if (kind == ParameterKind::interface || kind == ParameterKind::ifindex)
+            arguments.push_back(&request.values[i].value);
+    }
+    return arguments;
+}
+
 /* Those that the interface depends on, then itself; each once. */
 void collect(HostInterface *interface, std::vector<HostInterface *> &into)
 {
@@ -141,15 +156,19 @@ void restore_context(HostInterface &interface, const Value *recorded)
 std::vector<HostInterface *> interfaces_of(const Request &request)
 {
     std::vector<HostInterface *> found;
-    const EntryPoint *entry = EntryPoint::find(request.entry);
-    if (entry == nullptr)
-        return found;
-    for (size_t i = 0; i < request.values.size(); ++i) {
-        const ParameterKind kind = entry->parameters()[i].kind;
-        if (kind == ParameterKind::interface || kind == ParameterKind::ifindex)
-            collect(named(request.values[i].value), found);
-    }
+    for (const Value *value : interface_arguments(request))
+        collect(named(*value), found);
     return found;
+}
+
+std::vector<uint32_t> unknown_indexes_of(const Request &request)
+{
+    std::vector<uint32_t> unknown;
+    for (const Value *value : interface_arguments(request)) {
+        if (value->kind() == Value::Kind::integer && named(*value) == nullptr)
+            unknown.push_back(static_cast<uint32_t>(value->number()));
+    }
+    return unknown;
 }
 
 Value host_state(const HostInterface &interface)
@@ -218,6 +237,11 @@ std::string restore_interface(const std::string &name, const Value &of_host, con
         interface->ip.ipv4_same_if = number_in(*ip, "ipv4_same_if");
     }
     return "";
+}
+
+void forget_interface(uint32_t ifindex)
+{
+    evict(host().find(ifindex));
 }
 
 } // namespace kvnsim

@@ -1,5 +1,7 @@
 #include "sim/record/recorder.h"
 
+#include <algorithm>
+
 #include "sim/fwm/diagnostics.h"
 #include "sim/record/interface_state.h"
 #include "sim/record/recording.h"
@@ -24,6 +26,24 @@ void Recorder::write(const Value &line)
     out_ << line.to_json() << '\n';
 }
 
+/* The request names an ifindex whose interface is gone: who replays must forget that one, and with
+ * it all that stood on it, so whatever else is gone is told too. */
+void Recorder::write_gone(const Request &request)
+{
+    const std::vector<uint32_t> unknown = unknown_indexes_of(request);
+    if (std::none_of(unknown.begin(), unknown.end(),
+                     [this](uint32_t ifindex) { return written_.count(ifindex) != 0; }))
+        return;
+    for (auto at = written_.begin(); at != written_.end();) {
+        if (Host::instance().find(at->first) != nullptr) {
+            ++at;
+        } else {
+            write(gone_line(at->first));
+            at = written_.erase(at);
+        }
+    }
+}
+
 void Recorder::request_begins(const Request &request)
 {
     if (request.number <= last_request_) {
@@ -39,6 +59,7 @@ void Recorder::request_begins(const Request &request)
         sinks_ = std::move(text);
         write(sinks);
     }
+    write_gone(request);
     concerned_ = interfaces_of(request);
     for (const HostInterface *interface : concerned_) {
         Written now{interface->name + host_state(*interface).to_json(),

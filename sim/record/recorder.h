@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <ostream>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "sim/fwm/host.h"
@@ -29,6 +29,7 @@ public:
 
 private:
     void write(const Value &line);
+    void write_gone(const Request &request);
 
     /* An interface as last written. */
     struct Written {
@@ -36,7 +37,7 @@ private:
     };
 
     std::ostream &out_;
-    std::unordered_map<uint32_t, Written> written_;
+    std::map<uint32_t, Written> written_; /* by ifindex */
     std::string sinks_;
     std::vector<HostInterface *> concerned_; /* of the request under way */
     bool in_request_ = false;

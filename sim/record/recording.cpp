@@ -13,9 +13,22 @@ namespace kvnsim {
 namespace {
 
 /* The first field of each kind of line, in the order of LineKind. */
-constexpr std::array line_names{"kvnsim_recording", "sinks", "power_on", "interface",
-                                "request",          "call",  "trace",    "left",
-                                "result",           "end"};
+constexpr std::array line_names{"kvnsim_recording",
+                                "sinks",
+                                "power_on",
+                                "interface",
+                                "gone",
+                                "request",
+                                "call",
+                                "trace",
+                                "left",
+                                "result",
+                                "end"};
+
+const char *name_of(LineKind kind)
+{
+    return line_names[static_cast<size_t>(kind)];
+}
 
 LineKind kind_of(const Value &line)
 {
@@ -90,6 +103,7 @@ const Required required[] = {
     {LineKind::interface, "interface", Value::Kind::text, "a text"},
     {LineKind::interface, "host", Value::Kind::record, "an object"},
     {LineKind::interface, "library", Value::Kind::record, "an object"},
+    {LineKind::gone, "gone", Value::Kind::integer, "a number"},
     {LineKind::request, "request", Value::Kind::integer, "a number"},
     {LineKind::request, "entry", Value::Kind::text, "a text"},
     {LineKind::request, "arguments", Value::Kind::record, "an object"},
@@ -148,14 +162,14 @@ std::string trace_text(const Value &line)
 
 Value header_line()
 {
-    return Value::record({{line_names[0], Value::integer(recording_version)},
+    return Value::record({{name_of(LineKind::header), Value::integer(recording_version)},
                           {"word_size", Value::integer(8 * sizeof(void *))}});
 }
 
 Value sinks_line(const Sinks &sinks)
 {
     return Value::record(
-        {{line_names[1],
+        {{name_of(LineKind::sinks),
           Value::record({{"debug_file", flag(!sinks.debug_file.empty())},
                          {"events", flag(!sinks.event_file.empty() && sinks.events.debug)},
                          {"console", flag(sinks.console.debug)}})}});
@@ -163,14 +177,19 @@ Value sinks_line(const Sinks &sinks)
 
 Value power_on_line()
 {
-    return Value::record({{line_names[2], Value::integer(1)}});
+    return Value::record({{name_of(LineKind::power_on), Value::integer(1)}});
 }
 
 Value interface_line(const HostInterface &interface)
 {
-    return Value::record({{line_names[3], Value::text(interface.name)},
+    return Value::record({{name_of(LineKind::interface), Value::text(interface.name)},
                           {"host", host_state(interface)},
                           {"library", library_state(interface)}});
+}
+
+Value gone_line(uint32_t ifindex)
+{
+    return Value::record({{name_of(LineKind::gone), Value::integer(ifindex)}});
 }
 
 Value request_line(const Request &request)
@@ -180,7 +199,7 @@ Value request_line(const Request &request)
     for (size_t i = 0; i < request.values.size(); ++i)
         arguments.push_back(
             {request.values[i].name, recorded_argument(entry, i, request.values[i].value)});
-    std::vector<Field> fields{{line_names[4], number(request.number)},
+    std::vector<Field> fields{{name_of(LineKind::request), number(request.number)},
                               {"entry", Value::text(request.entry)},
                               {"arguments", Value::record(std::move(arguments))}};
     if (!request.subject.empty())
@@ -192,7 +211,7 @@ Value request_line(const Request &request)
 
 Value call_line(const Call &call)
 {
-    std::vector<Field> fields{{line_names[5], Value::text(call.what->name())},
+    std::vector<Field> fields{{name_of(LineKind::call), Value::text(call.what->name())},
                               {"in", Value::record(call.inputs)}};
     if (!call.outputs.empty())
         fields.push_back({"out", Value::record(call.outputs)});
@@ -206,7 +225,7 @@ Value call_line(const Call &call)
 
 Value trace_line(const TraceRecord &record)
 {
-    return Value::record({{line_names[6], Value::integer(record.level)},
+    return Value::record({{name_of(LineKind::trace), Value::integer(record.level)},
                           {"function", Value::text(record.function)},
                           {"line", Value::integer(record.line)},
                           {"text", Value::text(record.text)}});
@@ -214,20 +233,21 @@ Value trace_line(const TraceRecord &record)
 
 Value left_line(const HostInterface &interface)
 {
-    return Value::record(
-        {{line_names[7], Value::text(interface.name)}, {"library", library_state(interface)}});
+    return Value::record({{name_of(LineKind::left), Value::text(interface.name)},
+                          {"library", library_state(interface)}});
 }
 
 Value result_line(const Request &request)
 {
     return Value::record(
-        {{line_names[8], request.result ? Value::integer(*request.result) : Value()},
+        {{name_of(LineKind::result), request.result ? Value::integer(*request.result) : Value()},
          {"failed_calls", number(request.failed_calls)}});
 }
 
 Value end_line(uint64_t requests)
 {
-    return Value::record({{line_names[9], Value::integer(1)}, {"requests", number(requests)}});
+    return Value::record(
+        {{name_of(LineKind::end), Value::integer(1)}, {"requests", number(requests)}});
 }
 
 std::string to_text(const std::vector<Field> &fields)

@@ -21,6 +21,7 @@ Value header_line();
 Value sinks_line(const Sinks &sinks);
 Value power_on_line();
 Value interface_line(const HostInterface &interface);
+Value gone_line(uint32_t ifindex);
 Value request_line(const Request &request);
 Value call_line(const Call &call);
 Value trace_line(const TraceRecord &record);
@@ -34,6 +35,7 @@ enum class LineKind : uint8_t {
     sinks,
     power_on,
     interface,
+    gone,
     request,
     call,
     trace,

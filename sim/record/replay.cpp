@@ -307,6 +307,9 @@ private:
                 reader_.report(line, wrong);
             break;
         }
+        case LineKind::gone:
+            forget_interface(static_cast<uint32_t>(line.value.find("gone")->number()));
+            break;
         case LineKind::request:
             take_request(line);
             break;

@@ -7,7 +7,20 @@ namespace {
 
 /* ---- What is recorded replays the same ---- */
 
-class Recording : public Bench {};
+class Recording : public Bench {
+protected:
+    static void ask_of(uint32_t ifindex)
+    {
+        EntryPoint::find("get_intf_id_for_ifindex")->call({Value::integer(ifindex)});
+    }
+    static size_t lines_that_begin(const std::string &text, const std::string &with)
+    {
+        size_t count = 0;
+        for (const std::string &line : lines_of(text))
+            count += line.rfind(with, 0) == 0;
+        return count;
+    }
+};
 
 TEST_F(Recording, ReplaysTheSame)
 {
@@ -63,10 +76,7 @@ TEST_F(Recording, TellsAnInterfaceOnlyWhenItChanged)
         ethernet.ip.mtu = 1700;
         entry::set_l3_property(ethernet, L3LIF_PROP_MTU, 1700);
     });
-    size_t told_of = 0;
-    for (const std::string &line : lines_of(text))
-        told_of += line.rfind("{\"interface\":\"Ethernet0\"", 0) == 0;
-    EXPECT_EQ(told_of, 2u) << text;
+    EXPECT_EQ(lines_that_begin(text, "{\"interface\":\"Ethernet0\""), 2u) << text;
 }
 
 TEST_F(Recording, OfFailedCallsReplaysTheSame)
@@ -158,6 +168,42 @@ TEST_F(Recording, FollowsAPortThatGetsAnotherName)
         sub_interface("Uplink.7", renamed, 7);
     }));
     EXPECT_TRUE(result.same()) << told(result);
+}
+
+TEST_F(Recording, ForgetsAnInterfaceThatIsGone)
+{
+    const std::string text = recorded([this] {
+        HostInterface &svi = *host.add_svi("Vlan10", 10);
+        host.register_l3(svi);
+        entry::add_svi(svi, 10);
+        entry::del_svi(svi);
+        host.remove(svi);
+        ask_of(svi_ifindex(10));
+        ask_of(svi_ifindex(10));
+        ask_of(svi_ifindex(11));
+    });
+    const Replay result = replayed(text);
+    EXPECT_TRUE(result.same()) << told(result);
+    EXPECT_EQ(result.requests, 5u);
+    EXPECT_EQ(lines_that_begin(text, "{\"gone\":" + std::to_string(svi_ifindex(10)) + "}"), 1u);
+    EXPECT_EQ(lines_that_begin(text, "{\"gone\":"), 1u) << "Vlan11 never was";
+}
+
+TEST_F(Recording, KnowsASubInterfaceThatCameBackWithItsPort)
+{
+    const Replay result = replayed(recorded([this] {
+        for (int time = 0; time < 2; ++time) {
+            HostInterface &ethernet = *host.add_port("Ethernet0", 0);
+            HostInterface &sub = *host.add_sub_interface("Ethernet0.7", ethernet, 7);
+            host.register_l3(sub);
+            ask_of(sub.ifindex);
+            host.remove(sub);
+            host.remove(ethernet);
+            ask_of(port_ifindex(0));
+        }
+    }));
+    EXPECT_TRUE(result.same()) << told(result);
+    EXPECT_EQ(result.requests, 4u);
 }
 
 TEST_F(Recording, GoesOnWhenTheSwitchIsPoweredOnAgain)
