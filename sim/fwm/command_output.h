@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -10,13 +9,11 @@ namespace kvnsim {
  * into. Text is kept as it comes; nothing is added. */
 class CommandOutput {
 public:
-    explicit CommandOutput(std::string &text) : text_(&text) {}
-    explicit CommandOutput(std::FILE *file) : file_(file) {}
-    void print(std::string_view text);
+    explicit CommandOutput(std::string &text) : text_(text) {}
+    void print(std::string_view text) { text_ += text; }
 
 private:
-    std::string *text_ = nullptr;
-    std::FILE *file_ = nullptr;
+    std::string &text_;
 };
 
 } // namespace kvnsim

@@ -7,6 +7,7 @@
 #include "platform_api/if_index.h"
 #include "platform_api/l3lif.h"
 #include "platform_api/sse.h"
+#include "sim/fwm/command_output.h"
 #include "sim/fwm/host.h"
 #include "sim/sdk/kvnsim_sdk.h"
 
@@ -55,6 +56,27 @@ template <> const Codec &codec<l3_pd *>()
     static const Codec c = {[](const void *data) {
                                 return *static_cast<l3_pd *const *>(data) ? Value::text("l3_pd")
                                                                           : Value();
+                            },
+                            nullptr};
+    return c;
+}
+
+/* A command's output: whether there is one, as an argument of a request names it. */
+template <> const Codec &codec<void *>()
+{
+    static const Codec c = {[](const void *data) {
+                                return *static_cast<void *const *>(data) ? Value::text("output")
+                                                                         : Value();
+                            },
+                            nullptr};
+    return c;
+}
+
+template <> const Codec &codec<const char *>()
+{
+    static const Codec c = {[](const void *data) {
+                                const char *text = *static_cast<const char *const *>(data);
+                                return text ? Value::text(text) : Value();
                             },
                             nullptr};
     return c;
@@ -123,6 +145,7 @@ const ImportedCall update_pc_sdb("fwmpd_kvn_update_pc_sdb", Result::host_status,
 const ImportedCall init_l3_label("fwmpd_kvn_init_l3_label", Result::host_status, programs);
 const ImportedCall batch_flush("fwmpd_kavelin_batch_flush", Result::host_status, programs);
 const ImportedCall member_intf_store("fwmpd_pc_member_intf_store", Result::host_status, programs);
+const ImportedCall command_print("cmd_prt", Result::value, programs);
 const ImportedCall find_lif("l3lif_find_lif_from_ifindex", Result::value, asks);
 const ImportedCall update_sdb("l3lif_update_sdb_for_intf", Result::host_status, programs);
 const ImportedCall get_iif("l3lif_get_iif_for_ifindex_new", Result::host_status, asks);
@@ -199,6 +222,15 @@ int32_t fwmpd_pc_member_intf_store(uint32_t ifindex, uint32_t intf_id, int32_t f
 {
     return member_intf_store({in_ifindex(ifindex), in("intf_id", intf_id), in("flag", flag)},
                              [&] { return host().keep_intf(ifindex, intf_id, flag); });
+}
+
+void cmd_prt(void *cli_ctx, const char *text, int32_t zero)
+{
+    command_print({in("cli_ctx", cli_ctx), in("text", text), in("zero", zero)}, [&]() -> int32_t {
+        if (cli_ctx && text)
+            static_cast<CommandOutput *>(cli_ctx)->print(text);
+        return 0;
+    });
 }
 
 l3lif *l3lif_find_lif_from_ifindex(uint32_t ifindex)

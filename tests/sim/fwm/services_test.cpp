@@ -476,7 +476,7 @@ TEST_F(Services, AnInterfaceInfoCanBePutBack)
 
 /* ---- Command output ---- */
 
-TEST(CommandOutput, CollectsTextAsItComes)
+TEST_F(Services, CommandOutputIsKeptAsItComes)
 {
     std::string text;
     CommandOutput output(text);
@@ -485,23 +485,29 @@ TEST(CommandOutput, CollectsTextAsItComes)
     EXPECT_EQ(text, "Ethernet0: intf_id  1 lid_id  2.\nnext");
 }
 
-TEST(CommandOutput, GoesToAFile)
-{
-    const ScratchFile scratch("output");
-    std::FILE *file = std::fopen(scratch.path.c_str(), "w");
-    CommandOutput output(file);
-    cmd_prt(&output, "line\n", 0);
-    std::fclose(file);
-    EXPECT_EQ(content_of(scratch.path), "line\n");
-}
-
-TEST(CommandOutput, WithoutAContextOrATextIsNothing)
+TEST_F(Services, CommandOutputWithoutAContextOrATextIsNothing)
 {
     std::string text;
     CommandOutput output(text);
     cmd_prt(nullptr, "lost", 0);
     cmd_prt(&output, nullptr, 0);
     EXPECT_EQ(text, "");
+}
+
+TEST_F(Services, CommandOutputIsSeenWithItsText)
+{
+    std::string text;
+    CommandOutput output(text);
+    const LastCall last;
+    cmd_prt(&output, "line\n", 0);
+    ASSERT_NE(last.call.what, nullptr);
+    EXPECT_STREQ(last.call.what->name(), "cmd_prt");
+    EXPECT_EQ(last.call.inputs[0].value.to_text(), "\"output\"");
+    EXPECT_EQ(last.call.inputs[1].value.to_text(), "\"line\\n\"");
+    EXPECT_FALSE(last.call.what->can_fail());
+    cmd_prt(nullptr, nullptr, 0);
+    EXPECT_EQ(last.call.inputs[0].value.to_text(), "none");
+    EXPECT_EQ(last.call.inputs[1].value.to_text(), "none");
 }
 
 } // namespace

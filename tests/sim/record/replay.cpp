@@ -233,6 +233,23 @@ TEST_F(Recording, TakesInterfacesByNameAndNullPointers)
     EXPECT_EQ(result.requests, 4u);
 }
 
+TEST_F(Recording, HasWhatACommandPrints)
+{
+    routed_port(0);
+    std::string text = recorded([] {
+        EntryPoint::find("dump_l3lif")
+            ->call({Value::text("output"), Value::text("x"), Value::text("Ethernet0")});
+    });
+    const Replay same = replayed(text);
+    EXPECT_TRUE(same.same()) << told(same);
+    const std::string printed = "x: intf_id  1 lid_id  1";
+    ASSERT_NE(text.find(printed), std::string::npos) << text;
+    const Replay other = replayed(text.replace(text.find(printed), printed.size(), "x: nothing"));
+    ASSERT_TRUE(other.difference);
+    EXPECT_EQ(other.difference->what,
+              "in.text: recorded \"x: nothing.\\n\", now \"x: intf_id  1 lid_id  1.\\n\"");
+}
+
 /* ---- Sinks ---- */
 
 struct SinkCase {

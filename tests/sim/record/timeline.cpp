@@ -100,6 +100,19 @@ TEST_F(TimelineOf, QuestionsAreLeftOutUnlessTheyFailOrAreAskedFor)
         << failed;
 }
 
+TEST_F(TimelineOf, DumpShowsWhatItPrints)
+{
+    routed_port(0);
+    const std::string text = timeline({}, [] {
+        EntryPoint::find("dump_l3lif")
+            ->call({Value::text("output"), Value::text("x"), Value::text("Ethernet0")});
+    });
+    EXPECT_EQ(count(text, "      cmd_prt(cli_ctx=\"output\" "
+                          "text=\"x: intf_id  1 lid_id  1.\\n\" zero=0) = 0\n"),
+              1u)
+        << text;
+}
+
 TEST_F(TimelineOf, TraceRecordsStandBetweenTheCallsOnRequest)
 {
     HostInterface &ethernet = routed_port(0);
