@@ -38,6 +38,9 @@ struct InterfaceRow {
     uint32_t first_trap = 0; /* MAC traps on this interface */
     uint32_t held_lid = 0;   /* the LID entry that cannot go while this interface is bound to it */
     Link lid_mate;
+    /* The library destroys a port-channel's LID entry before the interface that is bound to it; no
+     * other LID entry may go before its interfaces. */
+    bool holds_its_lid() const { return type != sdk_routed_port || params.param3 == 0; }
 };
 struct LidRow {
     Origin origin;
@@ -408,7 +411,7 @@ void Asic::State::write(uint32_t intf_id, const AttributeCell &cell)
         *at = cell;
     else
         row.attributes.insert(at, cell);
-    if (cell.number == SdkIntfAttrLid && row.type != sdk_routed_port)
+    if (cell.number == SdkIntfAttrLid && row.holds_its_lid())
         hold_lid(intf_id, cell.value);
 }
 

@@ -132,9 +132,19 @@ TEST_F(Lids, StayWhileASubInterfaceIsBoundToThem)
     EXPECT_EQ(libsdk_lid_entry_destroy(0, lid_id), 0) << "it is bound to another now";
 }
 
-TEST_F(Lids, MayGoBeforeTheRoutedInterfaceThatNamesThem)
+TEST_F(Lids, StayWhileAPhysicalPortIsBoundToThem)
 {
     const uint32_t lid_id = lid(), id = routed_port(1);
+    set(id, SdkIntfAttrLid, lid_id);
+    expect_refusal("SDK_E_BUSY", "LID entry 1 is held by interface 1",
+                   [&] { return libsdk_lid_entry_destroy(0, lid_id); });
+    EXPECT_EQ(libsdk_intf_destroy(0, id), 0);
+    EXPECT_EQ(libsdk_lid_entry_destroy(0, lid_id), 0);
+}
+
+TEST_F(Lids, MayGoBeforeThePortChannelsInterfaceThatNamesThem)
+{
+    const uint32_t lid_id = lid(), id = routed_channel(channel());
     set(id, SdkIntfAttrLid, lid_id);
     EXPECT_EQ(libsdk_lid_entry_destroy(0, lid_id), 0);
     EXPECT_EQ(get(id, SdkIntfAttrLid), lid_id) << "dangling, for an audit to find";

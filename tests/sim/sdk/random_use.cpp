@@ -147,7 +147,8 @@ private:
         const uint32_t id = pick_id();
         const bool held = any(asic.interfaces(), [&](const AsicInterface &row) {
             const AsicAttribute *bound = row.find(SdkIntfAttrLid);
-            return row.type != sdk_routed_port && bound && bound->value == id;
+            const bool of_port_channel = row.type == sdk_routed_port && row.params.param3 == 1;
+            return !of_port_channel && bound && bound->value == id;
         });
         RC_ASSERT(asic.lid_destroy(id) == (!asic.lid(id) && !held ? SDK_E_NOT_FOUND
                                            : held                 ? SDK_E_BUSY
