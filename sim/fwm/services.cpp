@@ -212,10 +212,7 @@ int32_t fwmpd_kvn_init_l3_label(uint32_t ifindex, int32_t enable, int32_t svi)
 
 int32_t fwmpd_kavelin_batch_flush(void)
 {
-    return batch_flush({}, []() -> int32_t {
-        kvnsim_sdk_batch_flush();
-        return 0;
-    });
+    return batch_flush({}, []() -> int32_t { return kvnsim_sdk_batch_flush() == 0 ? 0 : EIO; });
 }
 
 int32_t fwmpd_pc_member_intf_store(uint32_t ifindex, uint32_t intf_id, int32_t flag)

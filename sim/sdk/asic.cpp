@@ -32,7 +32,6 @@ struct InterfaceRow {
     std::vector<AttributeCell> attributes; /* in the order of the numbers */
     sdk_intf_create_params params{};
     uint32_t type = 0;
-    uint32_t generation = 0;  /* tells it from others that had the identifier */
     uint32_t first_child = 0; /* sub-interfaces with this parent */
     Link sibling;
     uint32_t first_trap = 0; /* MAC traps on this interface */
@@ -69,7 +68,7 @@ struct PortRow {
     Origin member_origin;
 };
 struct PendingWrite {
-    uint32_t intf_id, generation;
+    uint32_t intf_id;
     AttributeCell cell;
 };
 
@@ -144,6 +143,12 @@ std::vector<AttributeCell>::iterator cell_at(std::vector<AttributeCell> &cells, 
                         [&](const AttributeCell &cell) { return cell.number >= number; });
 }
 
+std::string to_text(const PendingWrite &write)
+{
+    return fmt::format("the write of {} to interface {}{}", find_attribute(write.cell.number)->name,
+                       write.intf_id, made(write.cell.origin));
+}
+
 /* What refers to an object, in words: the first of each kind by its identifier and origin. */
 class Holders {
 public:
@@ -187,9 +192,9 @@ struct Asic::State {
     std::unordered_map<uint64_t, uint32_t> sub_interfaces, router_macs, traps; /* by their keys */
 
     std::vector<PendingWrite> pending;
-    uint32_t generations = 0;
     std::string last_refusal;
 
+    void say(std::string reason);
     SdkStatus refuse(SdkStatus status, std::string reason);
     SdkStatus unknown(const char *what, uint32_t id);
     SdkStatus full(const char *what, const Occupancy &occupancy);
@@ -225,10 +230,15 @@ struct Asic::State {
 
 /* Refusals */
 
-SdkStatus Asic::State::refuse(SdkStatus status, std::string reason)
+void Asic::State::say(std::string reason)
 {
     last_refusal = std::move(reason);
     Journal::instance().note(last_refusal);
+}
+
+SdkStatus Asic::State::refuse(SdkStatus status, std::string reason)
+{
+    say(std::move(reason));
     return status;
 }
 
@@ -347,7 +357,6 @@ SdkStatus Asic::intf_create(uint32_t type, const sdk_intf_create_params &params,
     row.attributes.reserve(usual_attributes);
     row.params = params;
     row.type = type;
-    row.generation = ++s.generations;
     intf_id = s.intf.take(std::move(row));
     s.occupy(type, params, intf_id);
     if (type == sdk_sub_interface && params.param1 != sdk_no_id)
@@ -361,6 +370,11 @@ SdkStatus Asic::intf_destroy(uint32_t intf_id)
     InterfaceRow *row = s.intf.find(intf_id);
     if (!row)
         return s.unknown("interface", intf_id);
+    /* A queued write must not meet another interface that got the identifier. */
+    if (!s.pending.empty())
+        return s.refuse(SDK_E_BUSY,
+                        fmt::format("the pending batch is not flushed, it begins with {}",
+                                    to_text(s.pending.front())));
     Holders holders;
     holders.add("sub-interface", s.intf, row->first_child, &InterfaceRow::sibling);
     holders.add("MAC trap", s.trap, row->first_trap, &TrapRow::neighbour);
@@ -443,8 +457,7 @@ SdkStatus Asic::attr_set_batch(uint32_t intf_id, uint32_t attribute, uint32_t va
     State &s = *state_;
     const SdkStatus status = s.check_write(intf_id, attribute, value);
     if (status == SDK_E_NONE)
-        s.pending.push_back(
-            {intf_id, s.intf[intf_id].generation, {now(), value, static_cast<uint8_t>(attribute)}});
+        s.pending.push_back({intf_id, {now(), value, static_cast<uint8_t>(attribute)}});
     return status;
 }
 
@@ -452,15 +465,18 @@ uint32_t Asic::batch_flush()
 {
     State &s = *state_;
     uint32_t dropped = 0;
+    std::string first;
     for (const PendingWrite &write : s.pending) {
-        const InterfaceRow *row = s.intf.find(write.intf_id);
-        if (row && row->generation == write.generation &&
-            (write.cell.number != SdkIntfAttrLid || s.lid.find(write.cell.value)))
+        if (s.check_write(write.intf_id, write.cell.number, write.cell.value) == SDK_E_NONE)
             s.write(write.intf_id, write.cell);
-        else
-            ++dropped;
+        else if (++dropped == 1)
+            first = fmt::format("{} is dropped: {}", to_text(write), s.last_refusal);
     }
     s.pending.clear();
+    if (dropped > 1)
+        first += fmt::format(", and {} more", dropped - 1);
+    if (dropped != 0)
+        s.say(std::move(first));
     return dropped;
 }
 

@@ -111,8 +111,8 @@ public:
                           uint32_t &mac_trap_id);
     SdkStatus trap_destroy(uint32_t mac_trap_id);
 
-    /* Carry out the queued attribute writes; returns how many were dropped because their interface
-     * or LID entry is gone. */
+    /* Carry out the queued attribute writes; returns how many were dropped because they are not
+     * possible any more, the LID entry being gone. last_refusal() then tells of the first. */
     uint32_t batch_flush();
 
     /* Refuse for a reason found outside the tables (a null pointer, another device). */

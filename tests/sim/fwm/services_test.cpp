@@ -357,6 +357,22 @@ TEST_F(Services, AFlushCarriesOutTheBatch)
     EXPECT_EQ(asic.interface(intf_id)->find(SdkIntfAttrIpv4UcstEn)->value, 1u);
 }
 
+TEST_F(Services, AFlushThatLosesAWriteFailsAndSaysWhich)
+{
+    sdk_intf_create_params params{};
+    params.param1 = 1;
+    uint32_t intf_id = 0, lid_id = 0;
+    libsdk_intf_create(0, 1, &params, &intf_id);
+    libsdk_lid_entry_create(0, &lid_id);
+    const sdk_intf_attr_value value{lid_id, 0, 0};
+    libsdk_intf_attr_set_batch(0, intf_id, SdkIntfAttrLid, &value);
+    libsdk_lid_entry_destroy(0, lid_id);
+    EXPECT_EQ(reason_of([] { return fwmpd_kavelin_batch_flush(); }),
+              "the write of SdkIntfAttrLid to interface 1 (libsdk_intf_attr_set_batch before any "
+              "request) is dropped: there is no LID entry 1");
+    EXPECT_EQ(fwmpd_kavelin_batch_flush(), 0) << "nothing is left to lose";
+}
+
 TEST_F(Services, WhatTheDatabaseCannotStoreHasNoEffect)
 {
     const HostInterface &eth0 = port(0);

@@ -160,31 +160,36 @@ TEST_F(Batch, TellsWhoQueuedTheWrite)
               "libsdk_intf_attr_set_batch in request 1 l3lifpd_kvn_loopback_enable()");
 }
 
-TEST_F(Batch, DropsWritesToAnInterfaceThatIsGone)
+TEST_F(Batch, IsFlushedBeforeAnyInterfaceGoes)
 {
     const uint32_t id = svi(10), other = svi(11);
-    queue(id, SdkIntfAttrMtuIdx, 9000);
-    queue(other, SdkIntfAttrMtuIdx, 8000);
+    request("l3lifpd_kvn_loopback_enable", [&] {
+        queue(id, SdkIntfAttrMtuIdx, 9000);
+        queue(id, SdkIntfAttrNatInside, 2);
+    });
+    for (const uint32_t one : {id, other})
+        expect_refusal("SDK_E_BUSY",
+                       "the pending batch is not flushed, it begins with the write of "
+                       "SdkIntfAttrMtuIdx to interface 1 (libsdk_intf_attr_set_batch in request 1 "
+                       "l3lifpd_kvn_loopback_enable())",
+                       [&] { return libsdk_intf_destroy(0, one); });
+    svi(12); /* a new interface has an identifier that no write was queued for */
+    kvnsim_sdk_batch_flush();
     EXPECT_EQ(libsdk_intf_destroy(0, id), 0);
-    EXPECT_EQ(kvnsim_sdk_batch_flush(), 1u);
-    EXPECT_EQ(get(other, SdkIntfAttrMtuIdx), 8000u);
-}
-
-TEST_F(Batch, DropsWritesToAnInterfaceWhoseIdentifierWentToAnother)
-{
-    const uint32_t id = svi(10);
-    queue(id, SdkIntfAttrMtuIdx, 9000);
-    EXPECT_EQ(libsdk_intf_destroy(0, id), 0);
-    ASSERT_EQ(svi(11), id);
-    EXPECT_EQ(kvnsim_sdk_batch_flush(), 1u);
-    EXPECT_EQ(get(id, SdkIntfAttrMtuIdx), 1500u);
 }
 
 TEST_F(Batch, DropsBindingsToALidEntryThatIsGone)
 {
     const uint32_t id = svi(10), lid_id = lid();
-    EXPECT_EQ(queue(id, SdkIntfAttrLid, lid_id), 0);
+    request("l3lifpd_kvn_loopback_enable",
+            [&] { EXPECT_EQ(queue(id, SdkIntfAttrLid, lid_id), 0); });
+    queue(id, SdkIntfAttrMtuIdx, 9000);
+    queue(id, SdkIntfAttrLid, lid_id);
     EXPECT_EQ(libsdk_lid_entry_destroy(0, lid_id), 0);
-    EXPECT_EQ(kvnsim_sdk_batch_flush(), 1u);
+    EXPECT_EQ(kvnsim_sdk_batch_flush(), 2u);
+    EXPECT_EQ(asic.last_refusal(),
+              "the write of SdkIntfAttrLid to interface 1 (libsdk_intf_attr_set_batch in request 1 "
+              "l3lifpd_kvn_loopback_enable()) is dropped: there is no LID entry 1, and 1 more");
     EXPECT_EQ(get(id, SdkIntfAttrLid), 0u);
+    EXPECT_EQ(get(id, SdkIntfAttrMtuIdx), 9000u);
 }

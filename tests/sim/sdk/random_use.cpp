@@ -33,9 +33,10 @@ public:
     {
         const auto step = *rc::gen::element(
             &Model::create_port, &Model::create_channel_interface, &Model::create_sub_interface,
-            &Model::create_svi, &Model::destroy_interface, &Model::bind, &Model::create_lid,
-            &Model::destroy_lid, &Model::add_path, &Model::create_channel, &Model::destroy_channel,
-            &Model::add_member, &Model::delete_member, &Model::create_trap, &Model::destroy_trap);
+            &Model::create_svi, &Model::destroy_interface, &Model::bind, &Model::queue,
+            &Model::flush, &Model::create_lid, &Model::destroy_lid, &Model::add_path,
+            &Model::create_channel, &Model::destroy_channel, &Model::add_member,
+            &Model::delete_member, &Model::create_trap, &Model::destroy_trap);
         (this->*step)();
         for (const TableUse &table : asic.tables()) {
             RC_ASSERT(table.used <= table.high_water);
@@ -120,9 +121,10 @@ private:
     void destroy_interface()
     {
         const uint32_t id = pick_id();
-        const SdkStatus expected = !asic.interface(id)     ? SDK_E_NOT_FOUND
-                                   : interface_is_held(id) ? SDK_E_BUSY
-                                                           : SDK_E_NONE;
+        const bool busy = !asic.pending().empty() || interface_is_held(id);
+        const SdkStatus expected = !asic.interface(id) ? SDK_E_NOT_FOUND
+                                   : busy              ? SDK_E_BUSY
+                                                       : SDK_E_NONE;
         RC_ASSERT(asic.intf_destroy(id) == expected);
         RC_ASSERT(asic.interface(id).has_value() == (expected == SDK_E_BUSY));
     }
@@ -133,6 +135,22 @@ private:
         const bool possible = asic.interface(intf_id) && asic.lid(lid_id);
         RC_ASSERT(asic.attr_set(intf_id, SdkIntfAttrLid, lid_id) ==
                   (possible ? SDK_E_NONE : SDK_E_NOT_FOUND));
+    }
+    void queue()
+    {
+        const uint32_t intf_id = pick_id(), lid_id = pick_id();
+        const bool possible = asic.interface(intf_id) && asic.lid(lid_id);
+        RC_ASSERT(asic.attr_set_batch(intf_id, SdkIntfAttrLid, lid_id) ==
+                  (possible ? SDK_E_NONE : SDK_E_NOT_FOUND));
+    }
+    void flush()
+    {
+        const auto pending = asic.pending();
+        const auto lost =
+            std::count_if(pending.begin(), pending.end(),
+                          [&](const AsicPendingWrite &write) { return !asic.lid(write.value); });
+        RC_ASSERT(asic.batch_flush() == static_cast<uint32_t>(lost));
+        RC_ASSERT(asic.pending().empty());
     }
     void create_lid()
     {
