@@ -64,6 +64,7 @@ struct TrapRow {
 };
 struct PortRow {
     uint32_t intf_id = 0; /* its routed interface, 0 without one */
+    uint32_t lid_id = 0;  /* the LID entry with a path to it, 0 without one */
     uint32_t pc_id = 0;   /* the port-channel that it is a member of, 0 without one */
     Origin member_origin;
 };
@@ -118,12 +119,6 @@ uint32_t ifmap_idx_of(uint32_t lid_id)
 bool leads_to_channel(const AsicLidPath &path)
 {
     return path.path.port_type == SdkPortTypeChannel;
-}
-
-std::string path_end(const sdk_lid_path &path)
-{
-    return path.port_type == SdkPortTypeChannel ? fmt::format("port-channel {}", path.pc_id)
-                                                : fmt::format("front port {}", path.front_port);
 }
 
 /* What an interface with these parameters is on: only one can be. */
@@ -277,6 +272,9 @@ SdkStatus Asic::State::check_routed_port(const sdk_intf_create_params &params)
     if (params.param1 == 0 || params.param1 >= ports)
         return refuse(SDK_E_PARAM,
                       fmt::format("there is no front port {}, only 1 to 255", params.param1));
+    if (const PortRow &on = port[params.param1]; on.pc_id != 0)
+        return refuse(SDK_E_BUSY, fmt::format("front port {} is a member of port-channel {}{}",
+                                              params.param1, on.pc_id, made(on.member_origin)));
     return SDK_E_NONE;
 }
 
@@ -286,8 +284,17 @@ SdkStatus Asic::State::check_sub_interface(const sdk_intf_create_params &params)
         return refuse(SDK_E_PARAM, "a sub-interface takes param1 and param2, no other word");
     if (!is_vlan(params.param2))
         return refuse(SDK_E_PARAM, fmt::format("VLAN {} is not 1 to 4094", params.param2));
-    if (params.param1 != sdk_no_id && !intf.find(params.param1))
+    if (params.param1 == sdk_no_id)
+        return SDK_E_NONE;
+    const InterfaceRow *parent = intf.find(params.param1);
+    if (!parent)
         return unknown("interface", params.param1);
+    if (parent->type != sdk_routed_port)
+        return refuse(SDK_E_PARAM,
+                      fmt::format("interface {} is that of {}{}: only routed ports and "
+                                  "port-channels have sub-interfaces",
+                                  params.param1, place(parent->type, parent->params),
+                                  made(parent->origin)));
     return SDK_E_NONE;
 }
 
@@ -629,6 +636,8 @@ SdkStatus Asic::lid_destroy(uint32_t lid_id)
     for (const AsicLidPath &path : row->paths) {
         if (leads_to_channel(path))
             s.pc[path.path.pc_id].lids.erase(lid_id);
+        else
+            s.port[path.path.front_port].lid_id = 0;
     }
     s.lid.release(lid_id);
     return SDK_E_NONE;
@@ -646,23 +655,30 @@ SdkStatus Asic::lid_path_add(uint32_t lid_id, const sdk_lid_path &path)
             return s.refuse(SDK_E_PARAM, "a path to a port-channel has front port 0");
         if (!s.pc.find(path.pc_id))
             return s.unknown("port-channel", path.pc_id);
+        if (const auto other = std::find_if(row->paths.begin(), row->paths.end(), leads_to_channel);
+            other != row->paths.end())
+            return s.refuse(SDK_E_EXISTS,
+                            fmt::format("LID entry {} leads to port-channel {} already{}", lid_id,
+                                        other->path.pc_id, made(other->origin)));
         break;
     case KVNSIM_SDK_PORT_TYPE_FRONT_PANEL:
         if (path.front_port == 0)
             return s.refuse(SDK_E_PARAM, "there is no front port 0, only 1 to 255");
+        if (path.pc_id != 0)
+            return s.refuse(SDK_E_PARAM, "a path to a front port has port-channel 0");
+        if (const uint32_t other = s.port[path.front_port].lid_id)
+            return s.refuse(SDK_E_EXISTS,
+                            fmt::format("LID entry {} leads to front port {} already{}", other,
+                                        path.front_port, made(s.lid[other].origin)));
         break;
     default:
         return s.refuse(SDK_E_PARAM, fmt::format("there is no port type {}", path.port_type));
     }
-    for (const AsicLidPath &other : row->paths) {
-        if (other.path.port_type == path.port_type && other.path.front_port == path.front_port)
-            return s.refuse(SDK_E_EXISTS,
-                            fmt::format("LID entry {} has a path to {} already{}", lid_id,
-                                        path_end(other.path), made(other.origin)));
-    }
     row->paths.push_back({path, now()});
     if (path.port_type == SdkPortTypeChannel)
         s.pc[path.pc_id].lids.insert(lid_id);
+    else
+        s.port[path.front_port].lid_id = lid_id;
     return SDK_E_NONE;
 }
 

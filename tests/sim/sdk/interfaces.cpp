@@ -59,6 +59,23 @@ TEST_F(Interfaces, AreOnAPortOnce)
     EXPECT_EQ(routed_port(5), 1u) << "the port is free again";
 }
 
+TEST_F(Interfaces, AreOnNoPortWhileItIsAMember)
+{
+    const uint32_t pc_id = channel();
+    request("l3lifpd_kvn_add_l3pc", [&] { member(pc_id, 5); });
+    uint32_t id = 77;
+    expect_refusal("SDK_E_BUSY",
+                   "front port 5 is a member of port-channel 1 (libsdk_portchannel_member_add in "
+                   "request 1 l3lifpd_kvn_add_l3pc())",
+                   [&] {
+                       return create(1, {5, 0, 0, 0, 0}, &id);
+                   });
+    const sdk_port_mask port_five = mask_of({5});
+    EXPECT_EQ(libsdk_portchannel_member_delete(0, pc_id, &port_five, 7), 0);
+    routed_port(5);
+    member(pc_id, 5); /* with the interface that was kept when the port was no longer routed */
+}
+
 TEST_F(Interfaces, AreOnAPortChannelThatExistsAndOnce)
 {
     const uint32_t pc_id = channel();
@@ -160,6 +177,23 @@ TEST_F(Interfaces, NeedAParentThatExists)
     });
     expect_refusal("SDK_E_NOT_FOUND", "no interface 0", [&] {
         return create(2, {0, 100, 0, 0, 0}, &id);
+    });
+}
+
+TEST_F(Interfaces, HaveARoutedPortOrPortChannelAsParent)
+{
+    const uint32_t port = routed_port(1), pc = routed_channel(channel()), vlan = svi(10);
+    const uint32_t sub = sub_interface(port, 100);
+    sub_interface(pc, 100);
+    uint32_t id = 77;
+    expect_refusal("SDK_E_PARAM",
+                   "interface 3 is that of VLAN 10 (libsdk_intf_create before any request): only "
+                   "routed ports and port-channels have sub-interfaces",
+                   [&] {
+                       return create(2, {vlan, 100, 0, 0, 0}, &id);
+                   });
+    expect_refusal("SDK_E_PARAM", "interface 4 is that of VLAN 100 of interface 1", [&] {
+        return create(2, {sub, 100, 0, 0, 0}, &id);
     });
 }
 

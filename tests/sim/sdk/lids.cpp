@@ -65,10 +65,10 @@ TEST_F(Lids, LeadToOnePortChannelOnly)
 {
     const uint32_t lid_id = lid(), pc_id = channel(), other = channel();
     path_to_channel(lid_id, pc_id);
-    expect_refusal("SDK_E_EXISTS", "LID entry 1 has a path to port-channel 1 already", [&] {
+    expect_refusal("SDK_E_EXISTS", "LID entry 1 leads to port-channel 1 already", [&] {
         return add_path(lid_id, {SdkPortTypeChannel, 0, {}, pc_id});
     });
-    expect_refusal("SDK_E_EXISTS", "LID entry 1 has a path to port-channel 1 already", [&] {
+    expect_refusal("SDK_E_EXISTS", "LID entry 1 leads to port-channel 1 already", [&] {
         return add_path(lid_id, {SdkPortTypeChannel, 0, {}, other});
     });
 }
@@ -81,9 +81,22 @@ TEST_F(Lids, LeadToFrontPorts)
     expect_refusal("SDK_E_PARAM", "no front port 0", [&] {
         return add_path(lid_id, {KVNSIM_SDK_PORT_TYPE_FRONT_PANEL, 0, {}, 0});
     });
-    expect_refusal("SDK_E_EXISTS", "a path to front port 255 already", [&] {
-        return add_path(lid_id, {KVNSIM_SDK_PORT_TYPE_FRONT_PANEL, 255, {}, 0});
+    expect_refusal("SDK_E_PARAM", "a path to a front port has port-channel 0", [&] {
+        return add_path(lid_id, {KVNSIM_SDK_PORT_TYPE_FRONT_PANEL, 2, {}, 1});
     });
+}
+
+TEST_F(Lids, LeadToAFrontPortOnlyOnce)
+{
+    const uint32_t lid_id = lid(), other = lid();
+    path_to_port(lid_id, 255);
+    for (const uint32_t one : {lid_id, other})
+        expect_refusal("SDK_E_EXISTS", "LID entry 1 leads to front port 255 already (libsdk_lid_",
+                       [&] {
+                           return add_path(one, {KVNSIM_SDK_PORT_TYPE_FRONT_PANEL, 255, {}, 0});
+                       });
+    EXPECT_EQ(libsdk_lid_entry_destroy(0, lid_id), 0);
+    path_to_port(other, 255);
 }
 
 TEST_F(Lids, LeadNowhereElse)

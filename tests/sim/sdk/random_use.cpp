@@ -35,8 +35,8 @@ public:
             &Model::create_port, &Model::create_channel_interface, &Model::create_sub_interface,
             &Model::create_svi, &Model::destroy_interface, &Model::bind, &Model::queue,
             &Model::flush, &Model::create_lid, &Model::destroy_lid, &Model::add_path,
-            &Model::create_channel, &Model::destroy_channel, &Model::add_member,
-            &Model::delete_member, &Model::create_trap, &Model::destroy_trap);
+            &Model::add_port_path, &Model::create_channel, &Model::destroy_channel,
+            &Model::add_member, &Model::delete_member, &Model::create_trap, &Model::destroy_trap);
         (this->*step)();
         for (const TableUse &table : asic.tables()) {
             RC_ASSERT(table.used <= table.high_water);
@@ -73,7 +73,8 @@ private:
     static uint32_t pick() { return *rc::gen::inRange<uint32_t>(1, few + 1); }
     static uint32_t pick_id() { return *rc::gen::inRange<uint32_t>(0, table_limit + 2); }
 
-    void create_interface(uint32_t type, const sdk_intf_create_params &params, bool reference_there)
+    /* refusal: for what the parameters name, SDK_E_NONE when it is as it must be. */
+    void create_interface(uint32_t type, const sdk_intf_create_params &params, SdkStatus refusal)
     {
         const auto rows = asic.interfaces();
         const bool twin = any(rows, [&](const AsicInterface &row) {
@@ -82,23 +83,32 @@ private:
         });
         uint32_t id = 0;
         const SdkStatus status = asic.intf_create(type, params, id);
-        RC_ASSERT(status == (!reference_there             ? SDK_E_NOT_FOUND
+        RC_ASSERT(status == (refusal != SDK_E_NONE        ? refusal
                              : twin                       ? SDK_E_EXISTS
                              : rows.size() == table_limit ? SDK_E_FULL
                                                           : SDK_E_NONE));
         RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &AsicInterface::intf_id) : 0));
     }
-    void create_port() { create_interface(1, {pick(), 0, 0, 0, 0}, true); }
-    void create_svi() { create_interface(3, {pick(), 0, 0, 0, 0}, true); }
+    void create_port()
+    {
+        const uint32_t port = pick();
+        create_interface(1, {port, 0, 0, 0, 0}, is_any_member(port) ? SDK_E_BUSY : SDK_E_NONE);
+    }
+    void create_svi() { create_interface(3, {pick(), 0, 0, 0, 0}, SDK_E_NONE); }
     void create_channel_interface()
     {
         const uint32_t pc_id = pick_id();
-        create_interface(1, {pc_id, 0, 1, 0, 0}, asic.port_channel(pc_id).has_value());
+        create_interface(1, {pc_id, 0, 1, 0, 0},
+                         asic.port_channel(pc_id) ? SDK_E_NONE : SDK_E_NOT_FOUND);
     }
     void create_sub_interface()
     {
         const uint32_t parent = pick_id();
-        create_interface(2, {parent, pick(), 0, 0, 0}, asic.interface(parent).has_value());
+        const auto row = asic.interface(parent);
+        create_interface(2, {parent, pick(), 0, 0, 0},
+                         !row                           ? SDK_E_NOT_FOUND
+                         : row->type != sdk_routed_port ? SDK_E_PARAM
+                                                        : SDK_E_NONE);
     }
 
     bool interface_is_held(uint32_t id)
@@ -178,9 +188,26 @@ private:
         const auto row = asic.lid(lid_id);
         const bool possible = row && asic.port_channel(pc_id);
         RC_ASSERT(asic.lid_path_add(lid_id, {SdkPortTypeChannel, 0, {}, pc_id}) ==
-                  (!possible             ? SDK_E_NOT_FOUND
-                   : !row->paths.empty() ? SDK_E_EXISTS
-                                         : SDK_E_NONE));
+                  (!possible                                                      ? SDK_E_NOT_FOUND
+                   : has_path(*row, &sdk_lid_path::port_type, SdkPortTypeChannel) ? SDK_E_EXISTS
+                                                                                  : SDK_E_NONE));
+    }
+    template <class T> static bool has_path(const AsicLid &row, T sdk_lid_path::*field, uint32_t is)
+    {
+        return any(row.paths, [&](const AsicLidPath &path) { return path.path.*field == is; });
+    }
+    void add_port_path()
+    {
+        const uint32_t lid_id = pick_id(), port = pick();
+        const bool taken = any(asic.lids(), [&](const AsicLid &row) {
+            return has_path(row, &sdk_lid_path::front_port, port);
+        });
+        RC_ASSERT(
+            asic.lid_path_add(
+                lid_id, {KVNSIM_SDK_PORT_TYPE_FRONT_PANEL, static_cast<uint8_t>(port), {}, 0}) ==
+            (!asic.lid(lid_id) ? SDK_E_NOT_FOUND
+             : taken           ? SDK_E_EXISTS
+                               : SDK_E_NONE));
     }
 
     void create_channel()
@@ -200,8 +227,7 @@ private:
                 return intf.type == sdk_routed_port && intf.params.param3 == 1 &&
                        intf.params.param1 == id;
             }) || any(asic.lids(), [&](const AsicLid &lid) {
-                return any(lid.paths,
-                           [&](const AsicLidPath &path) { return path.path.pc_id == id; });
+                return has_path(lid, &sdk_lid_path::pc_id, id);
             }));
         RC_ASSERT(asic.portchannel_destroy(id) == (!row   ? SDK_E_NOT_FOUND
                                                    : held ? SDK_E_BUSY
@@ -213,12 +239,15 @@ private:
         return row &&
                any(row->members, [&](const AsicMember &one) { return one.front_port == port; });
     }
+    bool is_any_member(uint32_t port)
+    {
+        return any(asic.port_channels(),
+                   [&](const AsicPortChannel &row) { return is_member(row.pc_id, port); });
+    }
     void add_member()
     {
         const uint32_t pc_id = pick_id(), port = pick();
-        const bool taken = any(asic.port_channels(), [&](const AsicPortChannel &row) {
-            return is_member(row.pc_id, port);
-        });
+        const bool taken = is_any_member(port);
         RC_ASSERT(asic.member_add(pc_id, mask_of({port})) == (!asic.port_channel(pc_id)
                                                                   ? SDK_E_NOT_FOUND
                                                               : taken ? SDK_E_EXISTS
