@@ -21,6 +21,14 @@ constexpr uint32_t first_vlan = 1, last_vlan = 4094;
 constexpr uint32_t switch_config_lid_ifmap = 38;
 constexpr uint32_t first_ifmap_idx = 0x1000;
 constexpr size_t usual_attributes = 8; /* that the library writes to an interface */
+constexpr uint32_t usual_lids = 16384;
+constexpr uint32_t most_paths = last_id * ports; /* each LID entry to each port and a channel */
+
+/* Each interface with each attribute. */
+uint32_t most_attributes()
+{
+    return last_id * static_cast<uint32_t>(attributes().size());
+}
 
 struct AttributeCell {
     Origin origin;
@@ -138,6 +146,13 @@ std::vector<AttributeCell>::iterator cell_at(std::vector<AttributeCell> &cells, 
                         [&](const AttributeCell &cell) { return cell.number >= number; });
 }
 
+/* What was written to the attribute, nullptr when nothing was. */
+AttributeCell *written(InterfaceRow &row, uint32_t number)
+{
+    const auto at = cell_at(row.attributes, number);
+    return at != row.attributes.end() && at->number == number ? &*at : nullptr;
+}
+
 std::string to_text(const PendingWrite &write)
 {
     return fmt::format("the write of {} to interface {}{}", find_attribute(write.cell.number)->name,
@@ -176,7 +191,9 @@ private:
 
 struct Asic::State {
     Table<InterfaceRow> intf{last_id};
-    Table<LidRow> lid{16384};
+    Occupancy attr{most_attributes()};
+    Table<LidRow> lid{usual_lids};
+    Occupancy path{2 * usual_lids};
     Table<PortChannelRow> pc{256};
     Table<RouterMacRow> rmac{32};
     Table<TrapRow> trap{4096};
@@ -220,7 +237,7 @@ struct Asic::State {
         uint32_t largest; /* capacity that can be set */
         Occupancy *occupancy;
     };
-    std::array<TableRow, 6> tables();
+    std::array<TableRow, 8> tables();
 };
 
 /* Refusals */
@@ -392,6 +409,7 @@ SdkStatus Asic::intf_destroy(uint32_t intf_id)
     if (row->type == sdk_sub_interface && row->params.param1 != sdk_no_id)
         unchain(s.intf, s.intf[row->params.param1].first_child, &InterfaceRow::sibling, intf_id);
     s.occupy(row->type, row->params, 0);
+    s.attr.use(s.attr.used - static_cast<uint32_t>(row->attributes.size()));
     s.intf.release(intf_id);
     return SDK_E_NONE;
 }
@@ -400,16 +418,19 @@ SdkStatus Asic::intf_destroy(uint32_t intf_id)
 
 SdkStatus Asic::State::check_write(uint32_t intf_id, uint32_t attribute, uint32_t value)
 {
-    if (!intf.find(intf_id))
-        return unknown("interface", intf_id);
-    const AttributeRow *row = find_attribute(attribute);
+    InterfaceRow *row = intf.find(intf_id);
     if (!row)
+        return unknown("interface", intf_id);
+    const AttributeRow *known = find_attribute(attribute);
+    if (!known)
         return refuse(SDK_E_PARAM, fmt::format("there is no attribute {}", attribute));
-    if (!row->rule->accepts(value))
+    if (!known->rule->accepts(value))
         return refuse(SDK_E_PARAM,
-                      fmt::format("{} is {}, not {}", row->name, row->rule->words, value));
+                      fmt::format("{} is {}, not {}", known->name, known->rule->words, value));
     if (attribute == SdkIntfAttrLid && !lid.find(value))
         return unknown("LID entry", value);
+    if (attr.full() && !written(*row, attribute))
+        return full("attribute value", attr);
     return SDK_E_NONE;
 }
 
@@ -427,11 +448,12 @@ void Asic::State::hold_lid(uint32_t intf_id, uint32_t lid_id)
 void Asic::State::write(uint32_t intf_id, const AttributeCell &cell)
 {
     InterfaceRow &row = intf[intf_id];
-    const auto at = cell_at(row.attributes, cell.number);
-    if (at != row.attributes.end() && at->number == cell.number)
-        *at = cell;
-    else
-        row.attributes.insert(at, cell);
+    if (AttributeCell *before = written(row, cell.number)) {
+        *before = cell;
+    } else {
+        row.attributes.insert(cell_at(row.attributes, cell.number), cell);
+        attr.use(attr.used + 1);
+    }
     if (cell.number == SdkIntfAttrLid && row.holds_its_lid())
         hold_lid(intf_id, cell.value);
 }
@@ -453,9 +475,8 @@ SdkStatus Asic::attr_get(uint32_t intf_id, uint32_t attribute, uint32_t &value)
     const AttributeRow *known = find_attribute(attribute);
     if (!known)
         return s.refuse(SDK_E_PARAM, fmt::format("there is no attribute {}", attribute));
-    const auto at = cell_at(row->attributes, attribute);
-    const bool written = at != row->attributes.end() && at->number == attribute;
-    value = written ? at->value : known->initial;
+    const AttributeCell *cell = written(*row, attribute);
+    value = cell ? cell->value : known->initial;
     return SDK_E_NONE;
 }
 
@@ -639,6 +660,7 @@ SdkStatus Asic::lid_destroy(uint32_t lid_id)
         else
             s.port[path.path.front_port].lid_id = 0;
     }
+    s.path.use(s.path.used - static_cast<uint32_t>(row->paths.size()));
     s.lid.release(lid_id);
     return SDK_E_NONE;
 }
@@ -674,7 +696,10 @@ SdkStatus Asic::lid_path_add(uint32_t lid_id, const sdk_lid_path &path)
     default:
         return s.refuse(SDK_E_PARAM, fmt::format("there is no port type {}", path.port_type));
     }
+    if (s.path.full())
+        return s.full("LID path", s.path);
     row->paths.push_back({path, now()});
+    s.path.use(s.path.used + 1);
     if (path.port_type == SdkPortTypeChannel)
         s.pc[path.pc_id].lids.insert(lid_id);
     else
@@ -825,14 +850,6 @@ std::optional<AsicPortChannel> Asic::port_channel(uint32_t pc_id) const
 {
     return state_->copy_one(state_->pc, pc_id);
 }
-std::optional<AsicRouterMac> Asic::router_mac(uint32_t peer_mac_id) const
-{
-    return state_->copy_one(state_->rmac, peer_mac_id);
-}
-std::optional<AsicTrap> Asic::trap(uint32_t mac_trap_id) const
-{
-    return state_->copy_one(state_->trap, mac_trap_id);
-}
 
 std::vector<AsicPendingWrite> Asic::pending() const
 {
@@ -853,10 +870,12 @@ const AsicAttribute *AsicInterface::find(uint32_t attribute) const
 
 /* Capacities */
 
-std::array<Asic::State::TableRow, 6> Asic::State::tables()
+std::array<Asic::State::TableRow, 8> Asic::State::tables()
 {
     return {{{"intf", "interfaces", last_id, &intf.occupancy},
+             {"attr", "attribute values written", most_attributes(), &attr},
              {"lid", "LID entries", last_id, &lid.occupancy},
+             {"path", "LID paths", most_paths, &path},
              {"pc", "port-channels", last_id, &pc.occupancy},
              {"member", "members of the fullest port-channel", ports - 1, &member},
              {"rmac", "router MACs", last_id, &rmac.occupancy},

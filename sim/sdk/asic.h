@@ -112,7 +112,8 @@ public:
     SdkStatus trap_destroy(uint32_t mac_trap_id);
 
     /* Carry out the queued attribute writes; returns how many were dropped because they are not
-     * possible any more, the LID entry being gone. last_refusal() then tells of the first. */
+     * possible any more: the LID entry is gone, or the table of attributes is full. last_refusal()
+     * then tells of the first. */
     uint32_t batch_flush();
 
     /* Refuse for a reason found outside the tables (a null pointer, another device). */
@@ -132,8 +133,6 @@ public:
     std::optional<AsicInterface> interface(uint32_t intf_id) const;
     std::optional<AsicLid> lid(uint32_t lid_id) const;
     std::optional<AsicPortChannel> port_channel(uint32_t pc_id) const;
-    std::optional<AsicRouterMac> router_mac(uint32_t peer_mac_id) const;
-    std::optional<AsicTrap> trap(uint32_t mac_trap_id) const;
 
     /* How full each table is and has been. */
     std::vector<TableUse> tables() const;

@@ -14,8 +14,9 @@ extern "C" {
  * layer-2 side uses it for the LID entries of physical ports. */
 #define KVNSIM_SDK_PORT_TYPE_FRONT_PANEL 0
 
-/* Carry out the pending batch of attribute writes, in the order queued. Writes whose LID entry is
- * gone meanwhile are dropped; returns how many were. */
+/* Carry out the pending batch of attribute writes, in the order queued. Writes that are
+ * not possible any more, because the LID entry is gone or the table of attributes is full, are
+ * dropped; returns how many were. */
 uint32_t kvnsim_sdk_batch_flush(void);
 
 #ifdef __cplusplus

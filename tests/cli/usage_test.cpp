@@ -93,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"run", "one.json", "--fail", "libsdk_intf_create=SDK_E_NO"}, "is no status"},
         Wrong{{"run", "one.json", "--limit", "intf"}, "expected TABLE=NUMBER"},
         Wrong{{"run", "one.json", "--limit", "intf=-1"}, "expected TABLE=NUMBER"},
-        Wrong{{"run", "one.json", "--limit", "port=5"}, "the tables are intf, lid"},
+        Wrong{{"run", "one.json", "--limit", "port=5"}, "the tables are intf, attr, lid"},
         Wrong{{"run", "one.json", "--json", "--timeline"}, "use --record FILE"},
         Wrong{{"run", "one.json", "--timeline", "Ethernet1"}, "(did you mean Ethernet0?)"},
         Wrong{{"run", "one.json", "--db", "one.json"}, "--db one.json: the file is used otherwise"},

@@ -10,7 +10,7 @@ TEST_F(Macs, OfTheRouterAreKeptByteForByte)
 {
     EXPECT_EQ(router_mac("00:1b:0d:e6:57:c0"), 1u);
     EXPECT_EQ(router_mac("00:1b:0d:e6:57:c1"), 2u);
-    EXPECT_THAT(asic.router_mac(1)->mac, ElementsAre(0x00, 0x1b, 0x0d, 0xe6, 0x57, 0xc0));
+    EXPECT_THAT(asic.router_macs().at(0).mac, ElementsAre(0x00, 0x1b, 0x0d, 0xe6, 0x57, 0xc0));
     EXPECT_EQ(libsdk_switch_router_mac_destroy(0, 1), 0);
     EXPECT_EQ(router_mac("00:1b:0d:e6:57:c2"), 1u);
 }
@@ -63,8 +63,8 @@ TEST_F(Macs, AreTrappedPerInterface)
     EXPECT_EQ(trap(other, "00:00:5e:00:01:01"), 2u);
     EXPECT_EQ(trap(one, "00:00:5e:00:01:02"), 3u);
     router_mac("00:00:5e:00:01:01");
-    EXPECT_EQ(asic.trap(2)->intf_id, other);
-    EXPECT_THAT(asic.trap(2)->mac, ElementsAre(0x00, 0x00, 0x5e, 0x00, 0x01, 0x01));
+    EXPECT_EQ(asic.traps().at(1).intf_id, other);
+    EXPECT_THAT(asic.traps().at(1).mac, ElementsAre(0x00, 0x00, 0x5e, 0x00, 0x01, 0x01));
     uint32_t id = 77;
     expect_refusal("SDK_E_EXISTS", "interface 2 has MAC trap 2 for 00:00:5e:00:01:01 already",
                    [&] { return add_trap(other, "00:00:5e:00:01:01", &id); });

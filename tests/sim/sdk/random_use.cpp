@@ -1,6 +1,8 @@
 /* Any sequence of calls: each result is compared with what the tables, read row by row, say that it
  * must be. */
 #include <algorithm>
+#include <set>
+#include <string_view>
 
 #include <rapidcheck.h>
 
@@ -13,6 +15,7 @@ namespace {
 /* Few of each, so that calls meet: every identifier and place is used again and again. */
 constexpr uint32_t few = 4;
 constexpr uint32_t table_limit = 6;
+constexpr uint32_t attribute_limit = 4, path_limit = 3; /* of LID bindings and paths */
 
 template <class Rows, class Test> bool any(const Rows &rows, Test test)
 {
@@ -42,6 +45,8 @@ public:
             RC_ASSERT(table.used <= table.high_water);
             RC_ASSERT(table.used <= table.capacity);
         }
+        RC_ASSERT(use_of("attr") == attributes_written());
+        RC_ASSERT(use_of("path") == paths());
     }
 
     /* Take down everything, referrers first: nothing may stand in the way. */
@@ -142,25 +147,62 @@ private:
     void bind()
     {
         const uint32_t intf_id = pick_id(), lid_id = pick_id();
-        const bool possible = asic.interface(intf_id) && asic.lid(lid_id);
-        RC_ASSERT(asic.attr_set(intf_id, SdkIntfAttrLid, lid_id) ==
-                  (possible ? SDK_E_NONE : SDK_E_NOT_FOUND));
+        const SdkStatus expected = binding(intf_id, lid_id);
+        RC_ASSERT(asic.attr_set(intf_id, SdkIntfAttrLid, lid_id) == expected);
     }
     void queue()
     {
         const uint32_t intf_id = pick_id(), lid_id = pick_id();
-        const bool possible = asic.interface(intf_id) && asic.lid(lid_id);
-        RC_ASSERT(asic.attr_set_batch(intf_id, SdkIntfAttrLid, lid_id) ==
-                  (possible ? SDK_E_NONE : SDK_E_NOT_FOUND));
+        const SdkStatus expected = binding(intf_id, lid_id);
+        RC_ASSERT(asic.attr_set_batch(intf_id, SdkIntfAttrLid, lid_id) == expected);
     }
     void flush()
     {
-        const auto pending = asic.pending();
-        const auto lost =
-            std::count_if(pending.begin(), pending.end(),
-                          [&](const AsicPendingWrite &write) { return !asic.lid(write.value); });
-        RC_ASSERT(asic.batch_flush() == static_cast<uint32_t>(lost));
+        std::set<uint32_t> bound;
+        for (const AsicInterface &row : asic.interfaces()) {
+            if (row.find(SdkIntfAttrLid))
+                bound.insert(row.intf_id);
+        }
+        uint32_t lost = 0;
+        for (const AsicPendingWrite &write : asic.pending()) {
+            const bool room = bound.size() < attribute_limit || bound.count(write.intf_id) != 0;
+            if (asic.lid(write.value) && room)
+                bound.insert(write.intf_id);
+            else
+                ++lost;
+        }
+        RC_ASSERT(asic.batch_flush() == lost);
         RC_ASSERT(asic.pending().empty());
+    }
+    SdkStatus binding(uint32_t intf_id, uint32_t lid_id)
+    {
+        const auto row = asic.interface(intf_id);
+        if (!row || !asic.lid(lid_id))
+            return SDK_E_NOT_FOUND;
+        return row->find(SdkIntfAttrLid) || attributes_written() < attribute_limit ? SDK_E_NONE
+                                                                                   : SDK_E_FULL;
+    }
+    size_t attributes_written()
+    {
+        size_t count = 0;
+        for (const AsicInterface &row : asic.interfaces())
+            count += row.attributes.size();
+        return count;
+    }
+    size_t paths()
+    {
+        size_t count = 0;
+        for (const AsicLid &row : asic.lids())
+            count += row.paths.size();
+        return count;
+    }
+    uint32_t use_of(std::string_view name)
+    {
+        for (const TableUse &table : asic.tables()) {
+            if (table.name == name)
+                return table.used;
+        }
+        RC_FAIL("no such table");
     }
     void create_lid()
     {
@@ -187,9 +229,11 @@ private:
         const uint32_t lid_id = pick_id(), pc_id = pick_id();
         const auto row = asic.lid(lid_id);
         const bool possible = row && asic.port_channel(pc_id);
+        const bool is_full = paths() == path_limit;
         RC_ASSERT(asic.lid_path_add(lid_id, {SdkPortTypeChannel, 0, {}, pc_id}) ==
                   (!possible                                                      ? SDK_E_NOT_FOUND
                    : has_path(*row, &sdk_lid_path::port_type, SdkPortTypeChannel) ? SDK_E_EXISTS
+                   : is_full                                                      ? SDK_E_FULL
                                                                                   : SDK_E_NONE));
     }
     template <class T> static bool has_path(const AsicLid &row, T sdk_lid_path::*field, uint32_t is)
@@ -202,12 +246,13 @@ private:
         const bool taken = any(asic.lids(), [&](const AsicLid &row) {
             return has_path(row, &sdk_lid_path::front_port, port);
         });
-        RC_ASSERT(
-            asic.lid_path_add(
-                lid_id, {KVNSIM_SDK_PORT_TYPE_FRONT_PANEL, static_cast<uint8_t>(port), {}, 0}) ==
-            (!asic.lid(lid_id) ? SDK_E_NOT_FOUND
-             : taken           ? SDK_E_EXISTS
-                               : SDK_E_NONE));
+        const SdkStatus expected = !asic.lid(lid_id)       ? SDK_E_NOT_FOUND
+                                   : taken                 ? SDK_E_EXISTS
+                                   : paths() == path_limit ? SDK_E_FULL
+                                                           : SDK_E_NONE;
+        const sdk_lid_path path{
+            KVNSIM_SDK_PORT_TYPE_FRONT_PANEL, static_cast<uint8_t>(port), {}, 0};
+        RC_ASSERT(asic.lid_path_add(lid_id, path) == expected);
     }
 
     void create_channel()
@@ -280,9 +325,12 @@ private:
     void destroy_trap()
     {
         const uint32_t id = pick_id();
-        const bool there = asic.trap(id).has_value();
+        const auto is_there = [&] {
+            return any(asic.traps(), [&](const AsicTrap &row) { return row.mac_trap_id == id; });
+        };
+        const bool there = is_there();
         RC_ASSERT(asic.trap_destroy(id) == (there ? SDK_E_NONE : SDK_E_NOT_FOUND));
-        RC_ASSERT(!asic.trap(id).has_value());
+        RC_ASSERT(!is_there());
     }
 };
 
@@ -294,6 +342,8 @@ TEST(RandomUse, HasTheResultsThatTheTablesAskFor)
         Model model;
         for (const char *table : {"intf", "lid", "pc", "trap"})
             RC_ASSERT(model.asic.set_limit(table, table_limit) == "");
+        RC_ASSERT(model.asic.set_limit("attr", attribute_limit) == "");
+        RC_ASSERT(model.asic.set_limit("path", path_limit) == "");
         const int steps = *rc::gen::inRange(0, 200);
         for (int step = 0; step < steps; ++step)
             model.step();

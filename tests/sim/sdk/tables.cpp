@@ -27,9 +27,9 @@ protected:
 
 TEST_F(Tables, AreEmptyAfterPowerOnWithTheDevicesCapacities)
 {
-    const std::map<std::string, uint32_t> capacities{{"intf", 65534}, {"lid", 16384},
-                                                     {"pc", 256},     {"member", 255},
-                                                     {"rmac", 32},    {"trap", 4096}};
+    const std::map<std::string, uint32_t> capacities{
+        {"intf", 65534}, {"attr", 65534 * 19}, {"lid", 16384}, {"path", 32768},
+        {"pc", 256},     {"member", 255},      {"rmac", 32},   {"trap", 4096}};
     EXPECT_EQ(asic.tables().size(), capacities.size());
     for (const auto &[name, capacity] : capacities) {
         EXPECT_EQ(use(name).capacity, capacity) << name;
@@ -59,6 +59,59 @@ TEST_F(Tables, OfLidEntriesCanBeFull)
     lid();
     expect_refusal("SDK_E_FULL", "no room for another LID entry: 1 of 1 in use",
                    [&] { return libsdk_lid_entry_create(0, &id); });
+}
+
+TEST_F(Tables, OfAttributesCanBeFull)
+{
+    limit("attr", 2);
+    const uint32_t one = svi(10), other = svi(11);
+    set(one, SdkIntfAttrMtuIdx, 9000);
+    set(other, SdkIntfAttrMtuIdx, 9000);
+    const char *const reason = "no room for another attribute value: 2 of 2 in use";
+    expect_refusal("SDK_E_FULL", reason, [&] { return write(one, SdkIntfAttrIpv4UcstEn, 1); });
+    expect_refusal("SDK_E_FULL", reason, [&] { return queue(one, SdkIntfAttrIpv4UcstEn, 1); });
+    set(one, SdkIntfAttrMtuIdx, 8000);
+    EXPECT_EQ(queue(one, SdkIntfAttrMtuIdx, 7000), 0) << "what is there may change";
+    EXPECT_EQ(kvnsim_sdk_batch_flush(), 0u);
+    EXPECT_EQ(libsdk_intf_destroy(0, other), 0);
+    EXPECT_EQ(use("attr").used, 1u);
+    EXPECT_EQ(use("attr").high_water, 2u);
+    set(one, SdkIntfAttrIpv4UcstEn, 1);
+}
+
+TEST_F(Tables, OfAttributesMayBeFullWhenTheBatchIsFlushed)
+{
+    limit("attr", 1);
+    const uint32_t one = svi(10);
+    queue(one, SdkIntfAttrMtuIdx, 9000);
+    queue(one, SdkIntfAttrIpv4UcstEn, 1);
+    queue(one, SdkIntfAttrMtuIdx, 8000);
+    EXPECT_EQ(use("attr").used, 0u);
+    EXPECT_EQ(kvnsim_sdk_batch_flush(), 1u);
+    EXPECT_THAT(asic.last_refusal(),
+                HasSubstr("SdkIntfAttrIpv4UcstEn to interface 1 (libsdk_intf_attr_set_batch before "
+                          "any request) is dropped: no room for another attribute value"));
+    EXPECT_EQ(get(one, SdkIntfAttrMtuIdx), 8000u);
+    EXPECT_EQ(use("attr").used, 1u);
+}
+
+TEST_F(Tables, OfLidPathsCanBeFull)
+{
+    limit("path", 2);
+    const uint32_t one = lid(), other = lid(), pc_id = channel();
+    path_to_port(one, 1);
+    path_to_channel(one, pc_id);
+    const char *const reason = "no room for another LID path: 2 of 2 in use";
+    expect_refusal("SDK_E_FULL", reason, [&] {
+        return add_path(other, {KVNSIM_SDK_PORT_TYPE_FRONT_PANEL, 2, {}, 0});
+    });
+    expect_refusal("SDK_E_FULL", reason, [&] {
+        return add_path(other, {SdkPortTypeChannel, 0, {}, pc_id});
+    });
+    EXPECT_EQ(libsdk_lid_entry_destroy(0, one), 0);
+    EXPECT_EQ(use("path").used, 0u);
+    EXPECT_EQ(use("path").high_water, 2u);
+    path_to_port(other, 2);
 }
 
 TEST_F(Tables, OfPortChannelsCanBeFull)
@@ -118,9 +171,10 @@ TEST_F(Tables, CanHaveNoRoomAtAll)
 
 TEST_F(Tables, SayWhatIsWrongWithALimit)
 {
-    EXPECT_EQ(asic.set_limit("interfaces", 5),
-              "there is no table \"interfaces\"; the tables are intf, lid, pc, member, rmac, trap");
+    EXPECT_EQ(asic.set_limit("interfaces", 5), "there is no table \"interfaces\"; the tables are "
+                                               "intf, attr, lid, path, pc, member, rmac, trap");
     EXPECT_EQ(asic.set_limit("intf", 65535), "intf: the capacity is 0 to 65534, not 65535");
+    EXPECT_EQ(asic.set_limit("attr", 1245147), "attr: the capacity is 0 to 1245146, not 1245147");
     EXPECT_EQ(asic.set_limit("member", 256), "member: the capacity is 0 to 255, not 256");
 }
 
