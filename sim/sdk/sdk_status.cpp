@@ -9,15 +9,11 @@ namespace kvnsim {
 const std::vector<SdkStatusRow> &sdk_statuses()
 {
     static const std::vector<SdkStatusRow> rows{
-        {SDK_E_NONE, "SDK_E_NONE", "success"},
-        {SDK_E_INTERNAL, "SDK_E_INTERNAL", "the device failed"},
-        {SDK_E_PARAM, "SDK_E_PARAM", "an argument is not possible"},
-        {SDK_E_NOT_FOUND, "SDK_E_NOT_FOUND", "an identifier names nothing"},
-        {SDK_E_EXISTS, "SDK_E_EXISTS", "the same is there already"},
-        {SDK_E_FULL, "SDK_E_FULL", "a table has no room"},
-        {SDK_E_BUSY, "SDK_E_BUSY", "something refers to the object"},
-        {SDK_E_UNAVAIL, "SDK_E_UNAVAIL", "the device does not have this"},
-        {SDK_E_TIMEOUT, "SDK_E_TIMEOUT", "the device did not answer"},
+        {SDK_E_NONE, "SDK_E_NONE"},       {SDK_E_INTERNAL, "SDK_E_INTERNAL"},
+        {SDK_E_PARAM, "SDK_E_PARAM"},     {SDK_E_NOT_FOUND, "SDK_E_NOT_FOUND"},
+        {SDK_E_EXISTS, "SDK_E_EXISTS"},   {SDK_E_FULL, "SDK_E_FULL"},
+        {SDK_E_BUSY, "SDK_E_BUSY"},       {SDK_E_UNAVAIL, "SDK_E_UNAVAIL"},
+        {SDK_E_TIMEOUT, "SDK_E_TIMEOUT"},
     };
     return rows;
 }

@@ -8,21 +8,20 @@ namespace kvnsim {
 /* The SDK's results. Failures are negative, so that a caller who gets an identifier or a status in
  * one word can tell them apart. */
 enum SdkStatus : int32_t {
-    SDK_E_NONE = 0,
-    SDK_E_INTERNAL = -1,
-    SDK_E_PARAM = -2,
-    SDK_E_NOT_FOUND = -3,
-    SDK_E_EXISTS = -4,
-    SDK_E_FULL = -5,
-    SDK_E_BUSY = -6,
-    SDK_E_UNAVAIL = -7,
-    SDK_E_TIMEOUT = -8
+    SDK_E_NONE = 0,       /* success */
+    SDK_E_INTERNAL = -1,  /* the device failed */
+    SDK_E_PARAM = -2,     /* an argument is not possible */
+    SDK_E_NOT_FOUND = -3, /* an identifier names nothing */
+    SDK_E_EXISTS = -4,    /* the same is there already */
+    SDK_E_FULL = -5,      /* a table has no room */
+    SDK_E_BUSY = -6,      /* something refers to the object, or the pending batch is not flushed */
+    SDK_E_UNAVAIL = -7,   /* the device does not have this */
+    SDK_E_TIMEOUT = -8    /* the device did not answer */
 };
 
 struct SdkStatusRow {
     SdkStatus status;
     const char *name;
-    const char *meaning;
 };
 
 /* Every status, success first. */
