@@ -69,6 +69,13 @@ template <class Map> void take_over_entry(Map &to, const Map &from, const std::s
         to.insert_or_assign(name, found->second);
 }
 
+DesiredPort new_port(const std::string &name)
+{
+    DesiredPort port;
+    port.place = place_of("PORT", name);
+    return port;
+}
+
 constexpr uint16_t mtus[] = {1500, 4000, 9000, 9100, 9216};
 constexpr const char *the_switch = "switch";
 const char *const vrfs[] = {"", "VrfBlue", "VrfGreen", "VrfRed"};
@@ -80,11 +87,8 @@ RandomDesired::RandomDesired(uint32_t interfaces)
       port_channels_(std::clamp(interfaces / 8, 2U, 60U)),
       svis_(std::clamp(interfaces / 4, 2U, 4000U)), sub_interfaces_(std::max(interfaces / 3, 2U))
 {
-    for (uint32_t number = 0; number < ports_; ++number) {
-        DesiredPort port;
-        port.place = place_of("PORT", port_name(number));
-        desired_.ports.emplace(port_name(number), port);
-    }
+    for (uint32_t number = 0; number < ports_; ++number)
+        desired_.ports.emplace(port_name(number), new_port(port_name(number)));
     for (const char *vrf : vrfs) {
         if (*vrf != '\0')
             desired_.vrfs.emplace(vrf, place_of("VRF", vrf));
@@ -145,11 +149,22 @@ std::string RandomDesired::random_interface()
     return {};
 }
 
+std::string RandomDesired::toggle_port(const std::string &port)
+{
+    const std::string &name = of(port);
+    if (desired_.ports.erase(name) != 0)
+        return name + ": not there";
+    desired_.ports.emplace(name, new_port(name));
+    return name + ": there";
+}
+
 std::string RandomDesired::toggle_routed_port()
 {
     const std::string &name = of(port_name(pick(ports_)));
     if (desired_.routed_ports.erase(name) != 0)
         return name + ": not routed";
+    if (desired_.ports.count(name) == 0)
+        return toggle_port(name);
     DesiredRoutedPort port;
     port.l3 = random_l3();
     port.place = place_of("INTERFACE", name);
@@ -187,6 +202,8 @@ std::string RandomDesired::toggle_member()
         if (port_channel.members.erase(port) != 0)
             return port + ": leaves " + of(name);
     }
+    if (desired_.ports.count(port) == 0)
+        return toggle_port(port);
     auto &[name, port_channel] = *random_entry(
         desired_.port_channels, pick(static_cast<uint32_t>(desired_.port_channels.size())));
     /* Mostly ports that the library will take. */
@@ -244,7 +261,7 @@ std::string RandomDesired::toggle_sub_interface()
     DesiredSubInterface sub;
     sub.parent = parent;
     sub.vlan = vlan;
-    sub.mtu = 1500;
+    sub.mtu = random_mtu();
     sub.l3 = random_l3();
     sub.place = place_of("VLAN_SUB_INTERFACE", name);
     return name + (desired_.sub_interfaces.emplace(name, sub).second ? ": created" : ": as it is");
@@ -278,14 +295,21 @@ std::string RandomDesired::change_settings()
     *l3 = random_l3();
     if (const auto it = desired_.svis.find(name); it != desired_.svis.end())
         it->second.mtu = random_mtu();
+    if (const auto it = desired_.sub_interfaces.find(name); it != desired_.sub_interfaces.end())
+        it->second.mtu = random_mtu();
+    if (const auto it = desired_.port_channels.find(name); it != desired_.port_channels.end())
+        it->second.mtu = random_mtu();
     return name + ": other settings";
 }
 
 std::string RandomDesired::change_port_mtu()
 {
     const std::string &name = of(port_name(pick(ports_)));
+    const auto port = desired_.ports.find(name);
+    if (port == desired_.ports.end())
+        return toggle_port(name);
     const uint16_t mtu = random_mtu();
-    desired_.ports.at(name).mtu = mtu;
+    port->second.mtu = mtu;
     return name + ": MTU " + std::to_string(mtu);
 }
 
@@ -305,7 +329,7 @@ std::string RandomDesired::change(uint64_t seed)
 {
     random_.seed(seed);
     std::string words;
-    switch (pick(16)) {
+    switch (pick(17)) {
     case 0:
     case 1:
         words = toggle_routed_port();
@@ -339,6 +363,9 @@ std::string RandomDesired::change(uint64_t seed)
     case 14:
         words = change_router_mac();
         break;
+    case 15:
+        words = toggle_port(port_name(pick(ports_)));
+        break;
     default:
         words = change_settings();
     }
@@ -367,11 +394,15 @@ void take_over(Desired &to, const Desired &from, const std::string &name)
 
 void tidy(Desired &desired)
 {
+    for (auto it = desired.routed_ports.begin(); it != desired.routed_ports.end();)
+        it = desired.ports.count(it->first) != 0 ? std::next(it) : desired.routed_ports.erase(it);
     std::set<std::string> members;
     for (auto &[name, port_channel] : desired.port_channels) {
         auto &its = port_channel.members;
         for (auto it = its.begin(); it != its.end();)
-            it = members.insert(it->first).second ? std::next(it) : its.erase(it);
+            it = desired.ports.count(it->first) != 0 && members.insert(it->first).second
+                     ? std::next(it)
+                     : its.erase(it);
     }
     for (auto it = desired.sub_interfaces.begin(); it != desired.sub_interfaces.end();)
         it = can_have_sub_interfaces(desired, it->second.parent) ? std::next(it)
@@ -381,13 +412,15 @@ void tidy(Desired &desired)
                                                             : desired.virtual_macs.erase(it);
 }
 
-std::vector<std::string> objects(const Desired &desired)
+std::vector<std::string> objects(const Desired &desired, const Desired &bare)
 {
     std::vector<std::string> names;
     if (desired.router_mac)
         names.emplace_back(the_switch);
-    for (const auto &[name, port] : desired.ports) {
-        if (desired.routed_ports.count(name) != 0 || port.mtu != DesiredPort().mtu)
+    for (const auto &[name, bare_port] : bare.ports) {
+        const auto port = desired.ports.find(name);
+        if (port == desired.ports.end() || port->second.mtu != bare_port.mtu ||
+            desired.routed_ports.count(name) != 0)
             names.push_back(name);
     }
     for (const auto &[name, port_channel] : desired.port_channels)
@@ -420,7 +453,12 @@ std::string describe(const Desired &desired, const std::string &name)
     std::string text = name + ":";
     for (const std::string &part : parts)
         text += (&part == &parts.front() ? " " : ", ") + part;
-    return parts.empty() ? name + ": there" : text;
+    if (!parts.empty())
+        return text;
+    const bool there = desired.ports.count(name) + desired.port_channels.count(name) +
+                           desired.svis.count(name) + desired.sub_interfaces.count(name) !=
+                       0;
+    return name + (there ? ": there" : ": not there");
 }
 
 } // namespace kvnsim

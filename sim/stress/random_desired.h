@@ -7,7 +7,7 @@
 
 #include "sim/config/desired.h"
 
-/* Random configurations: each change keeps the configuration sound, as if read without an error. */
+/* Random configurations: after each change everything has what it stands on. */
 namespace kvnsim {
 
 class RandomDesired {
@@ -32,6 +32,7 @@ private:
     const std::string &of(const std::string &name) { return changed_ = name; }
     std::string random_interface();
 
+    std::string toggle_port(const std::string &port);
     std::string toggle_routed_port();
     std::string toggle_port_channel();
     std::string toggle_member();
@@ -51,10 +52,12 @@ private:
 
 /* Take what from wants of one interface, or of the switch, over into to. */
 void take_over(Desired &to, const Desired &from, const std::string &name);
-/* Drop what lost what it stands on, and memberships but the first of each port. */
+/* Drop what lost what it stands on, and memberships but the first of each port. An SVI needs no
+ * VLAN here: the ports of VLANs are not the library's. */
 void tidy(Desired &desired);
-/* The interfaces wanted, ports that are as they come left out, and the switch. */
-std::vector<std::string> objects(const Desired &desired);
+/* The interfaces wanted and the switch; of ports those that are not as in the bare one, the
+ * configuration that random changes begin with. */
+std::vector<std::string> objects(const Desired &desired, const Desired &bare);
 /* One of them: "PortChannel1: routed, with Ethernet4", "Ethernet0: routed, MTU 1500". */
 std::string describe(const Desired &desired, const std::string &name);
 

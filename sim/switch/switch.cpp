@@ -587,6 +587,9 @@ private:
         if (port == nullptr)
             return;
         const DesiredRoutedPort &wants = want_.routed_ports.at(step_->name);
+        /* The library would take the port-channel's interface for the port's. */
+        if (port->channel != nullptr)
+            return fail(step_->name + " is still a member of " + port->channel->name);
         if (port->kept_intf) {
             HostTask task("host: release kept SDK interface", step_->name);
             if (!done(task, host_.release_kept_intf(*port)))

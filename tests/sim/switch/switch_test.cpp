@@ -526,6 +526,18 @@ TEST_F(AppliedTest, AMemberThatTheAsicKeptStaysAMemberAndLeavesNextTime)
     EXPECT_EQ(used("member"), 1U);
 }
 
+TEST_F(AppliedTest, AMemberThatTheAsicKeptIsNotTakenForRouted)
+{
+    const std::string member = std::string(built) + "{}";
+    const Desired routed = with_ports(member + R"(, "INTERFACE": {"Ethernet0": {}})");
+    bring_about(with_ports(member));
+    fail("libsdk_portchannel_member_delete:1");
+    EXPECT_EQ(sw.apply(routed).failures.at(1).message,
+              "Ethernet0 is still a member of PortChannel1");
+    bring_about(routed);
+    EXPECT_NE(interface("Ethernet0").intf_id(), no_id);
+}
+
 TEST_F(AppliedTest, APortWithoutItsLidGetsItFromTheNextApplyOrGoes)
 {
     const Desired want = with_ports(R"("INTERFACE": {"Ethernet0": {}})");
