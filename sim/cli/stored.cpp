@@ -88,18 +88,25 @@ void print_explanation(const Snapshot &snapshot, const std::string &interface, b
 int print_audit(const Snapshot &snapshot, bool json, Console &console)
 {
     const std::vector<AuditFinding> findings = audit(snapshot);
-    if (json)
-        console.out() << listed(show(findings), "audit");
-    else if (findings.empty())
+    const Listing waiting = show_waiting(snapshot);
+    const int status = findings.empty() ? exit_well : exit_found;
+    if (json) {
+        Json document;
+        document.begin_object().key("audit").raw(to_json(show(findings)), rapidjson::kArrayType);
+        document.key("waiting").raw(to_json(waiting), rapidjson::kArrayType).end_object();
+        console.out() << document.document();
+        return status;
+    }
+    for (const AuditFinding &finding : findings)
+        console.out() << fmt::format("{}: {}\n", to_text(finding.kind), finding.words);
+    if (findings.empty())
         console.out() << "The audit found nothing: records, ASIC, shared database and "
                          "configuration agree.\n";
-    for (const AuditFinding &finding : findings) {
-        if (!json)
-            console.out() << fmt::format("{}: {}\n", to_text(finding.kind), finding.words);
-    }
-    if (!json && !findings.empty())
+    else
         console.out() << counted(findings.size(), "finding") << "\n";
-    return findings.empty() ? exit_well : exit_found;
+    if (!waiting.rows.empty())
+        console.print_titled(to_text(waiting));
+    return status;
 }
 
 int print_differences(const std::vector<Difference> &differences, bool json, Console &console)

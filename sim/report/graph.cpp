@@ -174,7 +174,7 @@ private:
     }
     uint32_t bound_lid(uint32_t intf_id) const
     {
-        const AttributeValueRow *row = index_.attribute(intf_id, SdkIntfAttrLid);
+        const AttributeValueRow *row = index_.attribute(intf_id, SdkIntfAttrLid).written;
         return row != nullptr ? row->value : none_id;
     }
     bool leads_to_channel(uint32_t lid_id, uint32_t pc_id) const

@@ -284,12 +284,12 @@ private:
         const DbL3lif *const row = index_.l3lif(host.ifindex);
         const auto written = index_.attributes(context.intf_id);
         for (const ExpectedAttribute &e : index_.expected_attributes(host, context, wanted)) {
-            const uint32_t value = index_.attribute_value(written, context.intf_id, e.number);
+            const AttributeState now = index_.attribute(written, context.intf_id, e.number);
             const auto published = published_value(row, e.number);
             const bool published_right =
                 !wanted || !published || *published == configured_value(*wanted, e.number);
-            if (value != e.value || !published_right)
-                tell_difference(host, context, e, value, published);
+            if (now.after_flush() != e.value || !published_right)
+                tell_difference(host, e, now, published);
         }
         if (host.kind == "port" && context.lid_id != host.port_lid.value_or(none_id))
             tell(AuditKind::difference, host.name, "LID entry", host.name,
@@ -352,23 +352,26 @@ private:
         return attribute == SdkIntfAttrMtuIdx ? wanted.mtu : wanted.vpn;
     }
 
-    void tell_difference(const HostRow &host, const ContextRow &context,
-                         const ExpectedAttribute &expected, uint32_t value,
-                         const std::optional<uint32_t> &published)
+    void tell_difference(const HostRow &host, const ExpectedAttribute &expected,
+                         const AttributeState &now, const std::optional<uint32_t> &published)
     {
-        const AttributeValueRow *row = index_.attribute(context.intf_id, expected.number);
+        if (expected.number == SdkIntfAttrLid && now.value != 0 && index_.lid(now.value) == nullptr)
+            return; /* told with the SDK interface */
         std::string words = fmt::format("{} of {} is {} in the ASIC, {} {}", expected.property,
-                                        host.name, value, expected.source, expected.value);
+                                        host.name, now.value, expected.source, expected.value);
         const Made *database = nullptr;
         if (published) {
             database = &index_.l3lif(host.ifindex)->made;
             words += fmt::format(", {} in the shared database", *published);
         }
+        const AttributeValueRow *row = now.written;
         words += row != nullptr ? ": written by " + s_.words(row->made) : ": never written";
-        if (expected.number == SdkIntfAttrLid && value != 0 && index_.lid(value) == nullptr)
-            return; /* told with the SDK interface */
+        if (now.waits != nullptr)
+            words += fmt::format("; {} waits for the flush, queued by {}", now.waits->value,
+                                 s_.words(now.waits->made));
         tell(AuditKind::difference, host.name, expected.property, host.name, std::move(words),
-             {row != nullptr ? &row->made : nullptr, database});
+             {row != nullptr ? &row->made : nullptr,
+              now.waits != nullptr ? &now.waits->made : nullptr, database});
     }
 
     void check_label(const HostRow &host)
@@ -483,7 +486,7 @@ private:
                  fmt::format("SDK interface {} belongs to no interface: {}",
                              index_.intf_words(intf.intf_id), made_by(intf.made)),
                  {&intf.made});
-        const AttributeValueRow *bound = index_.attribute(intf.intf_id, SdkIntfAttrLid);
+        const AttributeValueRow *bound = index_.attribute(intf.intf_id, SdkIntfAttrLid).written;
         if (bound != nullptr && index_.lid(bound->value) == nullptr)
             tell(
                 AuditKind::dangling, fmt::format("SDK interface {}", intf.intf_id), "LID entry",
@@ -592,12 +595,14 @@ private:
 
     void check_pending(const PendingRow &write)
     {
-        if (index_.intf(write.intf_id) == nullptr)
+        if (!index_.is_for_this_interface(write))
             tell(AuditKind::dangling, fmt::format("SDK interface {}", write.intf_id),
                  "pending write", concerned(write.made),
-                 fmt::format("a write of attribute {} waits for SDK interface {}, which is gone: "
-                             "{}",
-                             write.number, write.intf_id, made_by(write.made)),
+                 fmt::format("a write of attribute {} waits for SDK interface {}, which is gone{}: "
+                             "queued by {}",
+                             write.number, write.intf_id,
+                             index_.intf(write.intf_id) != nullptr ? " and was made anew" : "",
+                             s_.words(write.made)),
                  {&write.made});
     }
 

@@ -29,7 +29,10 @@ struct AuditFinding {
     std::string other = {};         /* the other interface concerned, by name; empty without one */
 };
 
-/* All findings, in the order of the kinds, then as in the snapshot. Empty: all agrees. What the
+/* Records, shared database and configuration are compared with the ASIC as it will be once the
+ * writes that wait are flushed: a request that is done right may leave its last writes waiting.
+ *
+ * All findings, in the order of the kinds, then as in the snapshot. Empty: all agrees. What the
  * host keeps with good reason (ports' LIDs, the SDK interface kept for a port's membership, held
  * port-channels) is no finding. Time grows with the number of rows only. */
 std::vector<AuditFinding> audit(const Snapshot &snapshot);

@@ -8,6 +8,7 @@
 
 #include "platform_api/libsdk.h"
 #include "sim/sdk/asic.h"
+#include "sim/sdk/attributes.h"
 #include "sim/state/index.h"
 #include "sim/state/json.h"
 
@@ -242,13 +243,16 @@ private:
         for (const ExpectedAttribute &e :
              index_.expected_attributes(*host_, context, routed ? wanted_ : &nothing)) {
             const Sides sides = sides_of(e);
-            if (sides.only_if_set && e.value == 0 && value_of(e) == 0)
+            const AttributeState now =
+                intf_ != nullptr ? index_.attribute(intf_->intf_id, e.number) : AttributeState();
+            const AttributeRow *row = find_attribute(e.number);
+            const uint32_t initial = row != nullptr ? row->initial : 0;
+            if (sides.only_if_set && e.value == initial && now.after_flush() == initial &&
+                now.value == initial)
                 continue;
-            const AttributeValueRow *row =
-                intf_ != nullptr ? index_.attribute(intf_->intf_id, e.number) : nullptr;
             const bool published_right =
                 sides.database.empty() || !routed || sides.database == sides.configured;
-            add_attribute(e, sides, row, published_right);
+            add_attribute(e, sides, now, published_right);
         }
         if (routed &&
             (wanted_->nat_zone != 0 || (published_ != nullptr && published_->nat_zone != 0))) {
@@ -266,28 +270,29 @@ private:
         bool is_flag = false, is_hex = false, only_if_set = false;
     };
 
-    uint32_t value_of(const ExpectedAttribute &e) const
+    static std::string text_of(const Sides &sides, uint32_t value)
     {
-        return intf_ != nullptr ? index_.attribute_value(intf_->intf_id, e.number) : 0;
+        if (sides.is_flag)
+            return on_off(value != 0);
+        return sides.is_hex ? fmt::format("{:#x}", value) : fmt::to_string(value);
     }
 
-    void add_attribute(const ExpectedAttribute &e, const Sides &sides, const AttributeValueRow *row,
+    void add_attribute(const ExpectedAttribute &e, const Sides &sides, const AttributeState &now,
                        bool published_right)
     {
-        const uint32_t value = value_of(e);
-        std::string asic = "none";
-        if (intf_ != nullptr) {
-            if (sides.is_flag)
-                asic = on_off(value != 0);
-            else
-                asic = sides.is_hex ? fmt::format("{:#x}", value) : fmt::to_string(value);
-        }
-        const bool wrong = intf_ == nullptr || value != e.value;
-        const Made *made = row != nullptr ? &row->made : nullptr;
+        const bool wrong = intf_ == nullptr || now.after_flush() != e.value;
+        const Made *made = now.written != nullptr ? &now.written->made : nullptr;
         if (!published_right && !wrong && published_ != nullptr)
             made = &published_->made;
-        add(e.property, sides.configured, sides.library, asic, sides.database,
-            wrong || !published_right, made);
+        ExplainedProperty &told = add(e.property, sides.configured, sides.library,
+                                      intf_ != nullptr ? text_of(sides, now.value) : "none",
+                                      sides.database, wrong || !published_right, made);
+        if (now.waits == nullptr)
+            return;
+        const std::string waits = text_of(sides, now.waits->value);
+        told.asic += fmt::format(" ({} waits)", waits);
+        told.call += fmt::format("{}{} queued by {}", told.call.empty() ? "" : "; ", waits,
+                                 s_.words(now.waits->made));
     }
 
     Sides sides_of(const ExpectedAttribute &e) const

@@ -17,16 +17,15 @@ uint64_t pair_key(uint32_t intf_id, uint32_t number)
 }
 
 /* What an internal loopback writes. */
-constexpr ExpectedAttribute loopback_attributes[] = {
-    {SdkIntfAttrNatInside, 2, "NAT inside", "the loopback's"},
-    {SdkIntfAttrIpv4UcstEn, 1, "IPv4", "the loopback's"},
-    {SdkIntfAttrIpv4McstEn, 1, "IPv4 multicast", "the loopback's"},
-    {SdkIntfAttrIpv4Vpn, 1, "IPv4 VPN", "the loopback's"},
-    {SdkIntfAttrIpv6Vpn, 1, "IPv6 VPN", "the loopback's"},
-    {SdkIntfAttrNatOutside, 3, "NAT outside", "the loopback's"},
-    {SdkIntfAttrIpv4SameIfCheck, 1, "IPv4 same-interface check", "the loopback's"},
-    {SdkIntfAttrNatOutsideEgrBdDb, 3, "NAT outside, egress", "the loopback's"},
-    {SdkIntfAttrVlanTableMiss, 1, "VLAN-table miss", "the loopback's"},
+struct LoopbackAttribute {
+    uint32_t number, value;
+};
+constexpr LoopbackAttribute loopback_attributes[] = {
+    {SdkIntfAttrNatInside, 2},       {SdkIntfAttrIpv4UcstEn, 1},
+    {SdkIntfAttrIpv4McstEn, 1},      {SdkIntfAttrIpv4Vpn, 1},
+    {SdkIntfAttrIpv6Vpn, 1},         {SdkIntfAttrNatOutside, 3},
+    {SdkIntfAttrIpv4SameIfCheck, 1}, {SdkIntfAttrNatOutsideEgrBdDb, 3},
+    {SdkIntfAttrVlanTableMiss, 1},
 };
 
 } // namespace
@@ -77,8 +76,10 @@ Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
     }
     for (const FailureRow &row : snapshot.failures)
         failures_.emplace(row.object, &row);
-    for (const PendingRow &row : snapshot.pending)
-        pending_[pair_key(row.intf_id, row.number)] = row.value;
+    for (const PendingRow &row : snapshot.pending) {
+        if (is_for_this_interface(row))
+            pending_[pair_key(row.intf_id, row.number)] = &row;
+    }
 }
 
 const HostRow *Index::host(uint32_t ifindex) const
@@ -200,23 +201,24 @@ static const AttributeValueRow *find_in(const RowRange<AttributeValueRow> &rows,
     return nullptr;
 }
 
-const AttributeValueRow *Index::attribute(uint32_t intf_id, uint32_t number) const
+bool Index::is_for_this_interface(const PendingRow &write) const
 {
-    return find_in(attributes(intf_id), number);
+    const IntfRow *row = intf(write.intf_id);
+    return row != nullptr && write.made.request >= row->made.request;
 }
 
-uint32_t Index::attribute_value(const RowRange<AttributeValueRow> &written, uint32_t intf_id,
+AttributeState Index::attribute(const RowRange<AttributeValueRow> &written, uint32_t intf_id,
                                 uint32_t number) const
 {
-    if (!pending_.empty()) {
-        const auto waiting = pending_.find(pair_key(intf_id, number));
-        if (waiting != pending_.end())
-            return waiting->second;
-    }
-    if (const AttributeValueRow *row = find_in(written, number))
-        return row->value;
-    const AttributeRow *known = find_attribute(number);
-    return known != nullptr ? known->initial : 0;
+    AttributeState state;
+    if (!pending_.empty())
+        state.waits = found_in(pending_, pair_key(intf_id, number));
+    state.written = find_in(written, number);
+    if (state.written != nullptr)
+        state.value = state.written->value;
+    else if (const AttributeRow *known = find_attribute(number))
+        state.value = known->initial;
+    return state;
 }
 
 std::string Index::name(uint32_t ifindex) const
@@ -257,7 +259,7 @@ std::vector<ExpectedAttribute> Index::expected_attributes(const HostRow &host,
                                                           const WantedInterface *wanted) const
 {
     std::vector<ExpectedAttribute> expected;
-    expected.reserve(16);
+    expected.reserve(kvnsim::attributes().size());
     const bool is_svi = host.kind == "SVI";
     const bool is_sub = host.kind == "sub-interface";
     if (!is_svi)
@@ -278,19 +280,19 @@ std::vector<ExpectedAttribute> Index::expected_attributes(const HostRow &host,
     /* The property is the opposite of the hardware's check. */
     expected.push_back(
         {SdkIntfAttrIpv4SameIfCheck, !host.ipv4_same_if, "IPv4 same-interface check", "recorded"});
-    expected.push_back({SdkIntfAttrNatInside, 0, "NAT inside", "the library's"});
-    expected.push_back({SdkIntfAttrNatOutside, 0, "NAT outside", "the library's"});
-    expected.push_back({SdkIntfAttrNatOutsideEgrBdDb, 0, "NAT outside, egress", "the library's"});
-    if (!host.loopback)
-        return expected;
-    for (const ExpectedAttribute &loopback : loopback_attributes) {
-        const auto at =
-            std::find_if(expected.begin(), expected.end(),
-                         [&](const ExpectedAttribute &e) { return e.number == loopback.number; });
-        if (at != expected.end())
-            *at = loopback;
-        else
-            expected.push_back(loopback);
+    const auto claim = [&](uint32_t number) {
+        return std::find_if(expected.begin(), expected.end(),
+                            [&](const ExpectedAttribute &e) { return e.number == number; });
+    };
+    for (const AttributeRow &row : kvnsim::attributes()) {
+        if (claim(row.number) == expected.end())
+            expected.push_back({row.number, row.initial, row.description, "initially"});
+    }
+    if (host.loopback) {
+        for (const LoopbackAttribute &loopback : loopback_attributes) {
+            claim(loopback.number)->value = loopback.value;
+            claim(loopback.number)->source = "the loopback's";
+        }
     }
     return expected;
 }

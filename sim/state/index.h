@@ -48,7 +48,15 @@ struct ExpectedAttribute {
     uint32_t number;
     uint32_t value;
     const char *property; /* "MTU" */
-    const char *source;   /* who wants it so: "configured", "recorded" */
+    const char *source;   /* who wants it so: "configured", "recorded", "initially" */
+};
+
+/* An attribute of an SDK interface as it is, and what waits to be written to it. */
+struct AttributeState {
+    uint32_t value = 0;                         /* in the ASIC now */
+    const AttributeValueRow *written = nullptr; /* nullptr: what a new interface has */
+    const PendingRow *waits = nullptr;          /* the write that the next flush leaves */
+    uint32_t after_flush() const { return waits != nullptr ? waits->value : value; }
 };
 
 /* Lookups in one snapshot, which must outlive the index. */
@@ -79,14 +87,14 @@ public:
     const PortChannelRow *port_channel(uint32_t pc_id) const;
     const TrapRow *trap(uint32_t mac_trap_id) const;
     RowRange<AttributeValueRow> attributes(uint32_t intf_id) const;
-    const AttributeValueRow *attribute(uint32_t intf_id, uint32_t number) const;
-    /* Its value, or what the attribute is before anybody wrote it; as if flushed. */
-    uint32_t attribute_value(uint32_t intf_id, uint32_t number) const
+    /* Whether it will be carried out: not on an interface that is gone, nor on one made since. */
+    bool is_for_this_interface(const PendingRow &write) const;
+    AttributeState attribute(uint32_t intf_id, uint32_t number) const
     {
-        return attribute_value(attributes(intf_id), intf_id, number);
+        return attribute(attributes(intf_id), intf_id, number);
     }
     /* The same, with the interface's attributes looked up already. */
-    uint32_t attribute_value(const RowRange<AttributeValueRow> &written, uint32_t intf_id,
+    AttributeState attribute(const RowRange<AttributeValueRow> &written, uint32_t intf_id,
                              uint32_t number) const;
 
     const DbL3lif *l3lif(uint32_t ifindex) const;
@@ -106,7 +114,7 @@ public:
     const FailureRow &failure(std::string_view object) const;
 
     /* The values that the attributes of an interface must have: those of its identity, and with
-     * wanted not null those that are configured. */
+     * wanted not null those of every attribute, configured, recorded or else initial. */
     std::vector<ExpectedAttribute> expected_attributes(const HostRow &host,
                                                        const ContextRow &context,
                                                        const WantedInterface *wanted) const;
@@ -119,7 +127,7 @@ private:
     std::unordered_map<std::string_view, uint32_t> joining_members_;    /* by port-channel */
     std::unordered_map<std::string_view, const FailureRow *> failures_; /* the oldest of each */
     std::unordered_map<uint32_t, const HostRow *> intf_owner_, lid_owner_, pc_owner_;
-    std::unordered_map<uint64_t, uint32_t> pending_; /* by interface and attribute */
+    std::unordered_map<uint64_t, const PendingRow *> pending_; /* by interface and attribute */
 };
 
 constexpr uint32_t none_id = 0xFFFF; /* "none" in the records */

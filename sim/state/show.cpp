@@ -326,21 +326,27 @@ Listing show_attributes(const Snapshot &snapshot, const std::string &interface)
     listing.title = known ? fmt::format("Attributes of {}: SDK interface {}", interface,
                                         index.intf_words(context->intf_id))
                           : fmt::format("Attributes of {}: no SDK interface", interface);
-    listing.columns = {{"number", "No."},       {"name", "Attribute"},
-                       {"description", "What"}, {"value", "Value"},
-                       {"hex", "Hex"},          {"initial", "Initial"},
-                       {"waits", "Waits"},      {"written_by", "Written by"}};
+    listing.columns = {{"number", "No."},
+                       {"name", "Attribute"},
+                       {"description", "What"},
+                       {"value", "Value"},
+                       {"hex", "Hex"},
+                       {"initial", "Initial"},
+                       {"waits", "Waits"},
+                       {"written_by", "Written by"},
+                       {"queued_by", "Queued by"}};
+    const auto writer = [&](const auto *row) {
+        return row != nullptr ? Cell(snapshot.words(row->made)) : Cell();
+    };
     if (!known || index.intf(context->intf_id) == nullptr)
         return listing;
     for (const AttributeRow &row : attributes()) {
-        const AttributeValueRow *written = index.attribute(context->intf_id, row.number);
-        const uint32_t value = written != nullptr ? written->value : row.initial;
-        const uint32_t flushed = index.attribute_value(context->intf_id, row.number);
-        listing.rows.push_back({number(row.number), std::string(row.name),
-                                std::string(row.description), number(value),
-                                row.hex ? Cell(fmt::format("{:#x}", value)) : Cell(),
-                                number(row.initial), flushed != value ? number(flushed) : Cell(),
-                                written != nullptr ? Cell(snapshot.words(written->made)) : Cell()});
+        const AttributeState now = index.attribute(context->intf_id, row.number);
+        listing.rows.push_back(
+            {number(row.number), std::string(row.name), std::string(row.description),
+             number(now.value), row.hex ? Cell(fmt::format("{:#x}", now.value)) : Cell(),
+             number(row.initial), now.waits != nullptr ? number(now.waits->value) : Cell(),
+             writer(now.written), writer(now.waits)});
     }
     return listing;
 }
@@ -451,6 +457,26 @@ Listing show(const std::vector<AuditFinding> &findings)
         listing.rows.push_back({std::string(to_text(finding.kind)), finding.object,
                                 text(finding.property), text(finding.interface), finding.words,
                                 std::move(requests)});
+    }
+    return listing;
+}
+
+Listing show_waiting(const Snapshot &snapshot)
+{
+    const Index index(snapshot);
+    Listing listing;
+    listing.title = "Waiting for the flush";
+    listing.columns = {{"intf_id", "intf_id"},     {"interface", "Interface"},
+                       {"attribute", "Attribute"}, {"value", "Value"},
+                       {"waits", "Waits"},         {"queued_by", "Queued by"}};
+    for (const PendingRow &write : snapshot.pending) {
+        const HostRow *owner = index.owner_of_intf(write.intf_id);
+        const AttributeRow *attribute = find_attribute(write.number);
+        listing.rows.push_back(
+            {number(write.intf_id), owner != nullptr ? Cell(owner->name) : Cell(),
+             attribute != nullptr ? Cell(std::string(attribute->name)) : number(write.number),
+             number(index.attribute(write.intf_id, write.number).value), number(write.value),
+             snapshot.words(write.made)});
     }
     return listing;
 }

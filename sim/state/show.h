@@ -43,6 +43,8 @@ Listing show(const Snapshot &snapshot, std::string_view what, const std::string 
 
 /* Findings as a table: kind, object, property, interface, words, requests. */
 Listing show(const std::vector<AuditFinding> &findings);
+/* Attribute writes that wait for the flush; by itself none of them is a finding. */
+Listing show_waiting(const Snapshot &snapshot);
 
 /* Heading and rows in columns, numbers to the right; "none" without rows. Ends with a newline. */
 std::string to_text(const Listing &listing);

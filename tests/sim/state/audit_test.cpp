@@ -9,6 +9,7 @@
 #include "platform_api/libsdk.h"
 #include "sim/fwm/host.h"
 #include "sim/sdk/asic.h"
+#include "sim/sdk/attributes.h"
 #include "sim/state/index.h"
 #include "sim/stress/random_desired.h"
 #include "sim/switch/entry_points.h"
@@ -145,6 +146,54 @@ TEST_F(Audit, tells_both_sides_of_a_value_that_was_changed_by_hand)
     EXPECT_THAT(findings[0].words,
                 HasSubstr("MTU of Ethernet4 is 1400 in the ASIC, configured 1500, 1500 in the "
                           "shared database: written by libsdk_intf_attr_set in request "));
+}
+
+TEST_F(Audit, tells_what_the_asic_holds_and_what_waits_for_the_flush_each_with_its_writer)
+{
+    bring_about(wanted(R"({"PORT": {"Ethernet0": {}},
+        "INTERFACE": {"Ethernet0": {}, "Ethernet0|192.0.2.0/31": {}}})"));
+    const uint32_t ifindex = Host::instance().find("Ethernet0")->ifindex;
+    EntryPoint::find("loopback_enable")->call({Value::integer(ifindex), Value::integer(0)});
+    const auto findings = audit(capture(sw));
+    ASSERT_THAT(brief(findings), ElementsAre("difference Ethernet0 IPv4",
+                                             "difference Ethernet0 IPv4 same-interface check"));
+    EXPECT_EQ(findings[0].words,
+              "IPv4 of Ethernet0 is 1 in the ASIC, configured 1: written by libsdk_intf_attr_set "
+              "in request 2 l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1); 0 waits for the "
+              "flush, queued by libsdk_intf_attr_set_batch in request 3 "
+              "l3lifpd_kvn_loopback_enable(ifindex=Ethernet0 enable=0)");
+    EXPECT_THAT(findings[0].requests, ElementsAre(2u, 3u));
+}
+
+TEST_F(Audit, finds_what_a_failed_write_of_an_ended_loopback_left_set)
+{
+    bring_about(wanted(R"({"PORT": {"Ethernet0": {}}, "INTERFACE": {"Ethernet0": {}}})"));
+    const uint32_t ifindex = Host::instance().find("Ethernet0")->ifindex;
+    const EntryPoint &loopback = *EntryPoint::find("loopback_enable");
+    loopback.call({Value::integer(ifindex), Value::integer(1)});
+    inject("libsdk_intf_attr_set_batch:9");
+    loopback.call({Value::integer(ifindex), Value::integer(0)});
+    Asic::instance().batch_flush();
+    EXPECT_THAT(brief(audit(capture(sw))),
+                ElementsAre("difference Ethernet0 IPv4 same-interface check",
+                            "difference Ethernet0 VLAN-table miss action"));
+}
+
+TEST_F(Audit, finds_every_attribute_that_is_not_as_it_must_be)
+{
+    const Snapshot sound = small_switch();
+    for (const AttributeRow &row : attributes()) {
+        Snapshot snapshot = sound;
+        auto at = snapshot.attributes.begin();
+        while (at->intf_id == 1 && at->number < row.number)
+            ++at;
+        if (at->intf_id != 1 || at->number != row.number)
+            at = snapshot.attributes.insert(at, {1, row.number, row.initial, {}});
+        at->value++;
+        const auto findings = audit(snapshot);
+        ASSERT_EQ(findings.size(), 1u) << row.name << "\n" << words(findings);
+        EXPECT_EQ(brief(findings[0]).rfind("difference Ethernet0 ", 0), 0u) << row.name;
+    }
 }
 
 /* ---- Each kind of finding: a snapshot with nothing wrong, and one thing changed in it. ---- */
@@ -297,9 +346,14 @@ const Change changes[] = {
      {"difference Ethernet0 MTU"}},
     {"mtu_waits_for_the_flush",
      [](Snapshot &s) {
-         s.pending.push_back({0, intf_id(s, "Ethernet0"), SdkIntfAttrMtuIdx, 1500, {}});
+         s.pending.push_back({0, intf_id(s, "Ethernet0"), SdkIntfAttrMtuIdx, 1500, {900, ""}});
      },
      {"difference Ethernet0 MTU"}},
+    {"mtu_waits_for_an_interface_that_is_another_now",
+     [](Snapshot &s) {
+         s.pending.push_back({0, intf_id(s, "Ethernet0"), SdkIntfAttrMtuIdx, 1500, {1, ""}});
+     },
+     {"dangling SDK interface 1 pending write"}},
     {"ipv4",
      [](Snapshot &s) { attribute(s, "Ethernet0", SdkIntfAttrIpv4UcstEn).value = 0; },
      {"difference Ethernet0 IPv4"}},
@@ -330,7 +384,7 @@ const Change changes[] = {
      {"difference Ethernet0 IGMP snooping label"}},
     {"nat_inside_without_loopback",
      [](Snapshot &s) {
-         s.pending.push_back({0, intf_id(s, "Ethernet0"), SdkIntfAttrNatInside, 2, {}});
+         s.pending.push_back({0, intf_id(s, "Ethernet0"), SdkIntfAttrNatInside, 2, {900, ""}});
      },
      {"difference Ethernet0 NAT inside"}},
     {"bound_to_another_lid_entry",

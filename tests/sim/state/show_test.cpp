@@ -189,6 +189,27 @@ TEST_F(Show, attributes_of_a_member_are_its_port_channels)
               "Attributes of Ethernet8: SDK interface 3 (routed port, port-channel 1)");
 }
 
+TEST_F(Show, tells_the_attribute_writes_that_wait_for_the_flush_and_who_queued_them)
+{
+    small_switch();
+    EXPECT_THAT(show_waiting(capture(sw)).rows, IsEmpty());
+    const uint32_t ifindex = Host::instance().find("Ethernet4")->ifindex;
+    EntryPoint::find("loopback_enable")->call({Value::integer(ifindex), Value::integer(1)});
+    const Snapshot snapshot = capture(sw);
+    const Listing waiting = show_waiting(snapshot);
+    EXPECT_EQ(waiting.rows.size(), 9u);
+    EXPECT_EQ(column(waiting, "interface")[1], "Ethernet4");
+    EXPECT_EQ(column(waiting, "attribute")[1], "SdkIntfAttrIpv4UcstEn");
+    EXPECT_EQ(waiting.rows[1][3], Cell(int64_t{0}));
+    EXPECT_EQ(waiting.rows[1][4], Cell(int64_t{1}));
+    EXPECT_THAT(column(waiting, "queued_by")[1],
+                HasSubstr("libsdk_intf_attr_set_batch in request "));
+
+    const Listing attributes = show(snapshot, "attributes", "Ethernet4");
+    EXPECT_THAT(column(attributes, "written_by")[2], "");
+    EXPECT_THAT(column(attributes, "queued_by")[2], HasSubstr("l3lifpd_kvn_loopback_enable("));
+}
+
 TEST_F(Show, refuses_what_it_does_not_know)
 {
     const Snapshot snapshot = small_switch();
@@ -296,6 +317,36 @@ TEST_F(Explain, marks_what_was_changed_by_hand_with_the_call_that_did_it)
                 HasSubstr("l3lifpd_kvn_set_l3_property(l3lif=Vlan100"));
     EXPECT_EQ(brief(explanation.findings), std::vector<std::string>{"difference Vlan100 MTU"});
     EXPECT_THAT(to_text(explanation), HasSubstr("<-- differs"));
+}
+
+TEST_F(Explain, tells_what_the_asic_holds_and_what_waits_for_the_flush)
+{
+    small_switch();
+    const uint32_t ifindex = Host::instance().find("Ethernet0")->ifindex;
+    EntryPoint::find("loopback_enable")->call({Value::integer(ifindex), Value::integer(0)});
+    const Explanation explanation = explain(capture(sw), "Ethernet0");
+    const ExplainedProperty &ipv4 = property(explanation, "IPv4");
+    EXPECT_TRUE(ipv4.differs);
+    EXPECT_EQ(ipv4.asic, "on (off waits)");
+    EXPECT_THAT(ipv4.call, HasSubstr("l3lifpd_kvn_add_l3port("));
+    EXPECT_THAT(ipv4.call, HasSubstr("; off queued by libsdk_intf_attr_set_batch in request "));
+}
+
+TEST_F(Explain, shows_an_attribute_that_nobody_asked_for_only_when_it_is_not_as_on_a_new_interface)
+{
+    Snapshot snapshot = small_switch();
+    const auto names = [&] {
+        std::vector<std::string> all;
+        for (const ExplainedProperty &property : explain(snapshot, "Vlan100").properties)
+            all.push_back(property.name);
+        return all;
+    };
+    EXPECT_THAT(names(), testing::Not(testing::Contains("DF mask")));
+    snapshot.attributes.push_back({4, SdkIntfAttrIngTblDfMask, 4, {}});
+    std::sort(snapshot.attributes.begin(), snapshot.attributes.end(),
+              [](const auto &a, const auto &b) { return a.intf_id < b.intf_id; });
+    EXPECT_THAT(names(), testing::Contains("DF mask"));
+    EXPECT_THAT(differing(explain(snapshot, "Vlan100")), ElementsAre("DF mask"));
 }
 
 TEST_F(Explain, says_why_an_interface_is_not_programmed)
