@@ -25,12 +25,12 @@ const sides = ["Configured", "Library", "ASIC", "Database"];
 function explanationTable(name, explained) {
     const body = make("tbody");
     for (const [property, ...rest] of explained.properties) {
-        const call = rest[4], differs = rest[5];
+        const [call, expected, differs] = rest.slice(4);
         body.append(make("tr", { className: differs ? "differs" : "" },
             make("th", { scope: "row" }, property),
             ...rest.slice(0, 4).map((value) =>
                 make("td", { className: value === "" ? "nothing" : "" }, value === "" ? "–" : value)),
-            make("td", {}, differs ? "≠ differs" : ""),
+            make("td", {}, !differs ? "" : expected === "" ? "≠ differs" : `≠ expected ${expected}`),
             make("td", { className: "call" }, linkedText(call))));
     }
     return make("div", { className: "scroll", tabIndex: 0, role: "region",
@@ -97,7 +97,7 @@ function drawDetails(name) {
         parts.push(factList(facts));
 
     if (explained !== undefined && explained.properties.length > 0) {
-        const differing = explained.properties.filter((property) => property[6]).length;
+        const differing = explained.properties.filter((property) => property[7]).length;
         parts.push(make("h3", {}, "Side by side"), make("p", { className: "hint" },
             differing === 0 ? "All sides that know a property agree."
                 : `${counted(differing, "property", "properties")} differ${differing === 1 ? "s" : ""}.`),

@@ -65,7 +65,7 @@ function objectOf(finding) {
 
 const findingsOf = new Map();
 for (const finding of findings) {
-    for (const name of new Set([finding.interface, finding.object].filter(isObject))) {
+    for (const name of new Set([finding.interface, finding.other, finding.object].filter(isObject))) {
         if (!findingsOf.has(name))
             findingsOf.set(name, []);
         findingsOf.get(name).push(finding);

@@ -208,12 +208,12 @@ private:
             key(name);
             put(writer_, text);
         }
-        key("properties"); /* name, configured, library, asic, database, call, differs */
+        key("properties"); /* name, configured, library, asic, database, call, expected, differs */
         writer_.StartArray();
         for (const ExplainedProperty &p : told.properties) {
             writer_.StartArray();
             for (const std::string *text :
-                 {&p.name, &p.configured, &p.library, &p.asic, &p.database, &p.call})
+                 {&p.name, &p.configured, &p.library, &p.asic, &p.database, &p.call, &p.expected})
                 put(writer_, *text);
             writer_.Bool(p.differs);
             writer_.EndArray();

@@ -16,6 +16,10 @@ namespace {
 
 constexpr uint32_t state_created = 3;
 
+/* Properties that several findings are about. */
+constexpr const char *port_lid = "port's LID entry";
+constexpr const char *kept_intf = "kept SDK interface";
+
 class Auditor {
 public:
     explicit Auditor(const Snapshot &snapshot) : s_(snapshot), index_(snapshot)
@@ -82,20 +86,22 @@ private:
                              std::move(words), std::move(requests)});
     }
 
-    void tell_gone(const std::string &interface, const char *what, uint32_t id)
+    /* record: "the host", "the library" */
+    void tell_gone(const HostRow &host, const char *property, const char *record, const char *what,
+                   uint32_t id)
     {
-        tell(AuditKind::dangling, interface, what, interface,
-             fmt::format("{} is recorded with {} {}, which is gone", interface, what, id));
+        tell(AuditKind::dangling, host.name, property, host.name,
+             fmt::format("{} records {} with {} {}, which is gone", record, host.name, what, id));
     }
 
-    void tell_missing(const std::string &object, const std::string &interface, const Place &place,
-                      const std::string &what)
+    void tell_missing(const std::string &object, const char *property, const std::string &interface,
+                      const Place &place, const std::string &what)
     {
         std::string words = fmt::format("{} is wanted ({}) and {}", object, place.to_text(), what);
         const FailureRow &failure = index_.failure(interface);
         if (!failure.message.empty())
             words += ": " + failure.message;
-        tell(AuditKind::missing, object, {}, interface, std::move(words), {&failure.made});
+        tell(AuditKind::missing, object, property, interface, std::move(words), {&failure.made});
     }
 
     std::string made_by(const Made &made) const { return "made by " + s_.words(made); }
@@ -120,18 +126,18 @@ private:
     void check_host(const HostRow &host)
     {
         if (host.port_lid && index_.lid(*host.port_lid) == nullptr)
-            tell_gone(host.name, "LID entry", *host.port_lid);
+            tell_gone(host, port_lid, "the host", "LID entry", *host.port_lid);
         if (host.held_lid && !is_none(*host.held_lid) && index_.lid(*host.held_lid) == nullptr)
-            tell_gone(host.name, "LID entry", *host.held_lid);
+            tell_gone(host, "LID entry", "the host", "LID entry", *host.held_lid);
         if (host.held_pc && index_.port_channel(*host.held_pc) == nullptr)
-            tell_gone(host.name, "port-channel", *host.held_pc);
+            tell_gone(host, "port-channel", "the host", "port-channel", *host.held_pc);
         check_kept(host);
 
         const bool is_wanted = host.kind == "port" ? index_.wanted_port(host.name) != nullptr
                                                    : index_.wanted(host.name) != nullptr;
         if (!is_wanted && !tell_unwanted(host))
             tell(
-                AuditKind::unwanted, host.name, {}, host.name,
+                AuditKind::unwanted, host.name, host.kind == "port" ? port_lid : "", host.name,
                 fmt::format("{} {} is not wanted and the host still has it", host.kind, host.name));
     }
 
@@ -143,21 +149,21 @@ private:
         const uint32_t kept = *host.kept_intf;
         const std::string object = "member_intf_sdb row of " + host.name;
         if (row == nullptr)
-            tell(AuditKind::missing, object, {}, host.name,
+            tell(AuditKind::missing, object, kept_intf, host.name,
                  fmt::format("{} keeps SDK interface {}, and the shared database does not say so",
                              host.name, kept));
         else if (row->intf_id != kept)
-            tell(AuditKind::difference, object, "SDK interface", host.name,
+            tell(AuditKind::difference, object, kept_intf, host.name,
                  fmt::format("{} keeps SDK interface {}, the shared database says {}: {}",
                              host.name, kept, row->intf_id, made_by(row->made)),
                  {&row->made});
         const IntfRow *intf = index_.intf(kept);
         if (intf == nullptr)
-            tell(AuditKind::dangling, host.name, "kept SDK interface", host.name,
+            tell(AuditKind::dangling, host.name, kept_intf, host.name,
                  fmt::format("{} keeps SDK interface {}, which is gone", host.name, kept),
                  {row != nullptr ? &row->made : nullptr});
         else
-            check_place(host, *intf, "keeps");
+            check_place(host, *intf, "keeps", kept_intf);
     }
 
     /* Whether something in the ASIC was found that an unwanted interface has. */
@@ -168,7 +174,7 @@ private:
             return false;
         const IntfRow *intf = is_none(context->intf_id) ? nullptr : index_.intf(context->intf_id);
         if (intf != nullptr) {
-            tell(AuditKind::unwanted, host.name, {}, host.name,
+            tell(AuditKind::unwanted, host.name, "SDK interface", host.name,
                  fmt::format("{} is not wanted and has SDK interface {}, {}", host.name,
                              index_.intf_words(intf->intf_id), made_by(intf->made)),
                  {&intf->made});
@@ -182,7 +188,8 @@ private:
         if (channel == nullptr && lid == nullptr)
             return false;
         const Made &made = channel != nullptr ? channel->made : lid->made;
-        tell(AuditKind::unwanted, host.name, {}, host.name,
+        tell(AuditKind::unwanted, host.name, channel != nullptr ? "port-channel" : "LID entry",
+             host.name,
              fmt::format("{} is not wanted and has {} {}, {}", host.name,
                          channel != nullptr ? "SDK port-channel" : "LID entry",
                          channel != nullptr ? channel->pc_id : lid->lid_id, made_by(made)),
@@ -198,14 +205,14 @@ private:
         const bool is_channel = host->kind == "port-channel";
         if (!is_none(context.lid_id)) {
             if (index_.lid(context.lid_id) == nullptr)
-                tell_gone(host->name, "LID entry", context.lid_id);
+                tell_gone(*host, "LID entry", "the library", "LID entry", context.lid_id);
             else if (is_channel)
                 check_claim(*host, "LID entry", context.lid_id,
                             index_.owner_of_lid(context.lid_id));
         }
         if (is_channel && !is_none(context.pc_id)) {
             if (index_.port_channel(context.pc_id) == nullptr) {
-                tell_gone(host->name, "port-channel", context.pc_id);
+                tell_gone(*host, "port-channel", "the library", "port-channel", context.pc_id);
             } else {
                 check_claim(*host, "port-channel", context.pc_id,
                             index_.owner_of_port_channel(context.pc_id));
@@ -224,11 +231,11 @@ private:
             return;
         const IntfRow *intf = index_.intf(context.intf_id);
         if (intf == nullptr) {
-            tell_gone(host->name, "SDK interface", context.intf_id);
+            tell_gone(*host, "SDK interface", "the library", "SDK interface", context.intf_id);
             return;
         }
         check_claim(*host, "SDK interface", context.intf_id, index_.owner_of_intf(context.intf_id));
-        check_place(*host, *intf, "is recorded with");
+        check_place(*host, *intf, "is recorded with", "SDK interface");
         check_interface(*host, context, may_exist ? wanted : nullptr);
     }
 
@@ -242,7 +249,8 @@ private:
     }
 
     /* Is the SDK interface on what the host interface is on? */
-    void check_place(const HostRow &host, const IntfRow &intf, const char *has)
+    void check_place(const HostRow &host, const IntfRow &intf, const char *has,
+                     const char *property)
     {
         uint32_t type = sdk_routed_port, param1 = host.number + 1, param2 = 0, param3 = 0;
         if (host.kind == "port-channel") {
@@ -268,9 +276,13 @@ private:
             type = sdk_svi;
             param1 = host.vlan;
         }
+        if (intf.type == type && type == sdk_svi)
+            property = "VLAN";
+        else if (intf.type == type && type == sdk_sub_interface)
+            property = intf.param1 != param1 ? "parent" : "VLAN";
         if (intf.type != type || intf.param1 != param1 || intf.param2 != param2 ||
             intf.param3 != param3)
-            tell(AuditKind::difference, host.name, "SDK interface", host.name,
+            tell(AuditKind::difference, host.name, property, host.name,
                  fmt::format("{} {} SDK interface {}, which is on something else, {}", host.name,
                              has, index_.intf_words(intf.intf_id), made_by(intf.made)),
                  {&intf.made});
@@ -309,12 +321,16 @@ private:
             check_pm_row(host, context);
         if (wanted == nullptr)
             return;
+        if ((host.kind == "SVI" || host.kind == "sub-interface") && host.vlan != wanted->number)
+            tell(AuditKind::difference, host.name, "VLAN", host.name,
+                 fmt::format("{} is on VLAN {} with the host, configured {}", host.name, host.vlan,
+                             wanted->number));
         if (host.kind != "SVI" && host.pd_state != state_created)
             tell(AuditKind::difference, host.name, "state", host.name,
                  fmt::format("{} has an SDK interface and state {}, not {} (created)", host.name,
                              host.pd_state, state_created));
         if (row == nullptr)
-            tell(AuditKind::missing, "l3lif_sdb row of " + host.name, {}, host.name,
+            tell(AuditKind::missing, "l3lif_sdb row of " + host.name, "publication", host.name,
                  fmt::format("{} has an SDK interface and is not published in the shared database",
                              host.name));
         else if (row->nat_zone != wanted->nat_zone)
@@ -357,8 +373,9 @@ private:
     {
         if (expected.number == SdkIntfAttrLid && now.value != 0 && index_.lid(now.value) == nullptr)
             return; /* told with the SDK interface */
-        std::string words = fmt::format("{} of {} is {} in the ASIC, {} {}", expected.property,
-                                        host.name, now.value, expected.source, expected.value);
+        const char *const property = property_name(expected.number);
+        std::string words = fmt::format("{} of {} is {} in the ASIC, {} {}", property, host.name,
+                                        now.value, expected.source, expected.value);
         const Made *database = nullptr;
         if (published) {
             database = &index_.l3lif(host.ifindex)->made;
@@ -369,7 +386,7 @@ private:
         if (now.waits != nullptr)
             words += fmt::format("; {} waits for the flush, queued by {}", now.waits->value,
                                  s_.words(now.waits->made));
-        tell(AuditKind::difference, host.name, expected.property, host.name, std::move(words),
+        tell(AuditKind::difference, host.name, property, host.name, std::move(words),
              {row != nullptr ? &row->made : nullptr,
               now.waits != nullptr ? &now.waits->made : nullptr, database});
     }
@@ -380,12 +397,15 @@ private:
         const bool is_svi = host.kind == "SVI";
         const std::string object = "label_sdb row of " + host.name;
         if (row == nullptr)
-            tell(AuditKind::missing, object, {}, host.name,
+            tell(AuditKind::missing, object, "L3 label", host.name,
                  fmt::format("{} has an SDK interface and no L3 label", host.name));
         else if (!row->enabled || row->svi != is_svi)
             tell(AuditKind::difference, object, "L3 label", host.name,
                  fmt::format("L3 label of {} is {}{}: {}", host.name,
-                             row->enabled ? "set up" : "reset", row->svi ? " as an SVI's" : "",
+                             row->enabled ? "set up" : "reset",
+                             row->svi == is_svi ? ""
+                             : is_svi           ? ", not as an SVI's"
+                                                : " as an SVI's",
                              made_by(row->made)),
                  {&row->made});
     }
@@ -395,7 +415,7 @@ private:
         const DbPm *row = find_row(s_.pm, &DbPm::ifindex, host.ifindex);
         const LidRow *lid = index_.lid(context.lid_id);
         if (row == nullptr)
-            tell(AuditKind::missing, "pm_sdb row of " + host.name, {}, host.name,
+            tell(AuditKind::missing, "pm_sdb row of " + host.name, "ifmap index", host.name,
                  fmt::format("{} is routed and the shared database does not bind it to its LID "
                              "entry",
                              host.name));
@@ -413,7 +433,7 @@ private:
         const DbPc *row = find_row(s_.pc, &DbPc::ifindex, host.ifindex);
         const std::string object = "pc_sdb row of " + host.name;
         if (row == nullptr)
-            tell(AuditKind::missing, object, {}, host.name,
+            tell(AuditKind::missing, object, "port-channel", host.name,
                  fmt::format("{} has SDK port-channel {}, and the shared database does not say so",
                              host.name, context.pc_id));
         else if (row->pc_id != context.pc_id)
@@ -429,7 +449,7 @@ private:
     {
         const HostRow *host = index_.host(port.name);
         if (host == nullptr || !host->port_lid)
-            tell_missing(port.name, port.name, port.place, "has no LID entry");
+            tell_missing(port.name, port_lid, port.name, port.place, "has no LID entry");
     }
 
     void check_wanted(const WantedInterface &wanted)
@@ -439,7 +459,8 @@ private:
         const HostRow *host = index_.host(wanted.name);
         const ContextRow *context = host != nullptr ? index_.context(host->ifindex) : nullptr;
         if (context == nullptr || is_none(context->intf_id))
-            tell_missing(wanted.name, wanted.name, wanted.place, "has no SDK interface");
+            tell_missing(wanted.name, "SDK interface", wanted.name, wanted.place,
+                         "has no SDK interface");
     }
 
     void check_wanted(const WantedMember &member)
@@ -457,16 +478,19 @@ private:
         const bool joined =
             is_in != nullptr && context != nullptr && is_in->pc_id == context->pc_id;
         const std::string object = member.port + " in " + member.port_channel;
+        if (joined && port->channel == host->ifindex)
+            return;
         if (!joined)
-            tell_missing(object, member.port, member.place,
+            tell_missing(object, "membership", member.port, member.place,
                          is_in != nullptr
                              ? fmt::format("is a member of SDK port-channel {}", is_in->pc_id)
                              : "is no member in the ASIC");
-        else if (port->channel != host->ifindex)
+        else
             tell(AuditKind::difference, object, "membership", member.port,
                  fmt::format("{} is a member in the ASIC, not with the host: {}", object,
                              made_by(is_in->made)),
                  {&is_in->made});
+        findings_.back().other = member.port_channel;
     }
 
     const MemberRow *member_in_asic(uint32_t front_port) const
@@ -489,7 +513,8 @@ private:
         const AttributeValueRow *bound = index_.attribute(intf.intf_id, SdkIntfAttrLid).written;
         if (bound != nullptr && index_.lid(bound->value) == nullptr)
             tell(
-                AuditKind::dangling, fmt::format("SDK interface {}", intf.intf_id), "LID entry",
+                AuditKind::dangling, fmt::format("SDK interface {}", intf.intf_id),
+                owner != nullptr ? "LID entry" : "binding",
                 owner != nullptr ? owner->name : interface_of(intf),
                 fmt::format("SDK interface {} is bound to LID entry {}, which is gone: bound by {}",
                             index_.intf_words(intf.intf_id), bound->value, s_.words(bound->made)),
@@ -519,7 +544,7 @@ private:
                  concerned_channel(lid.made),
                  fmt::format("LID entry {}{} belongs to no port or port-channel: {}", lid.lid_id,
                              paths.empty() ? " without a path"
-                                           : " (" + path_words(*paths.begin()) + ")",
+                                           : " (path to " + index_.path_words(*paths.begin()) + ")",
                              made_by(lid.made)),
                  {&lid.made});
             return;
@@ -530,16 +555,10 @@ private:
                  owner->name,
                  fmt::format("LID entry {} of {} {}: {}", lid.lid_id, owner->name,
                              paths.empty() ? std::string("has no path")
-                                           : "leads elsewhere (" + path_words(*paths.begin()) + ")",
+                                           : "leads elsewhere (path to " +
+                                                 index_.path_words(*paths.begin()) + ")",
                              made_by(lid.made)),
                  {&lid.made, paths.empty() ? nullptr : &paths.begin()->made});
-    }
-
-    static std::string path_words(const LidPathRow &path)
-    {
-        return path.port_type == SdkPortTypeChannel
-                   ? fmt::format("path to port-channel {}", path.pc_id)
-                   : fmt::format("path to front port {}", path.front_port);
     }
 
     bool leads_to(const LidPathRow &path, const HostRow &owner) const
@@ -570,8 +589,8 @@ private:
         const size_t members = find_rows(s_.members, &MemberRow::pc_id, channel.pc_id).size();
         tell(AuditKind::orphan, fmt::format("SDK port-channel {}", channel.pc_id), {},
              concerned_channel(channel.made),
-             fmt::format("SDK port-channel {} ({} members) belongs to no port-channel: {}",
-                         channel.pc_id, members, made_by(channel.made)),
+             fmt::format("SDK port-channel {} ({} member{}) belongs to no port-channel: {}",
+                         channel.pc_id, members, members == 1 ? "" : "s", made_by(channel.made)),
              {&channel.made});
     }
 
@@ -581,16 +600,16 @@ private:
         if (owner == nullptr)
             return; /* told with the port-channel */
         const HostRow *port = index_.owner_of_front_port(member.front_port);
-        const bool is_wanted =
-            port != nullptr && wanted_members_.count({owner->name, port->name}) != 0;
-        if (!is_wanted)
-            tell(AuditKind::unwanted, fmt::format("front port {}", member.front_port), "membership",
-                 port != nullptr ? port->name : owner->name,
-                 fmt::format("front port {} ({}) is a member of SDK port-channel {} ({}) and not "
-                             "wanted there: added by {}",
-                             member.front_port, port != nullptr ? port->name : "no port",
-                             member.pc_id, owner->name, s_.words(member.made)),
-                 {&member.made});
+        if (port != nullptr && wanted_members_.count({owner->name, port->name}) != 0)
+            return;
+        tell(AuditKind::unwanted, fmt::format("front port {}", member.front_port), "membership",
+             port != nullptr ? port->name : owner->name,
+             fmt::format("front port {} ({}) is a member of SDK port-channel {} ({}) and not "
+                         "wanted there: added by {}",
+                         member.front_port, port != nullptr ? port->name : "no port", member.pc_id,
+                         owner->name, s_.words(member.made)),
+             {&member.made});
+        findings_.back().other = owner->name;
     }
 
     void check_pending(const PendingRow &write)
@@ -672,8 +691,8 @@ private:
             const WantedInterface *interface = index_.wanted(mac.interface);
             if (interface != nullptr && index_.must_exist(*interface) &&
                 recorded.count({mac.interface, mac.mac}) == 0)
-                tell_missing(virtual_mac_words(mac.mac, mac.interface), mac.interface, mac.place,
-                             "has no MAC trap");
+                tell_missing(virtual_mac_words(mac.mac, mac.interface), "MAC trap", mac.interface,
+                             mac.place, "has no MAC trap");
         }
     }
 
@@ -708,7 +727,7 @@ private:
                  fmt::format("{} is recorded for an interface that has no SDK interface", object),
                  {trap != nullptr ? &trap->made : nullptr});
         else if (trap != nullptr && trap->intf_id != context->intf_id)
-            tell(AuditKind::difference, object, "SDK interface", name,
+            tell(AuditKind::difference, object, "MAC trap", name,
                  fmt::format("{} has MAC trap {} on SDK interface {}, the interface has {}: {}",
                              object, trap->mac_trap_id, trap->intf_id, context->intf_id,
                              made_by(trap->made)),
@@ -731,16 +750,17 @@ private:
      * published as it was: the library takes only the label back. */
     void check_database()
     {
-        check_rows(s_.pm, "pm_sdb");
-        check_rows(s_.pc, "pc_sdb");
-        check_rows(s_.l3lif, "l3lif_sdb");
-        check_rows(s_.label, "label_sdb");
+        check_rows(s_.pm, "pm_sdb", "ifmap index");
+        check_rows(s_.pc, "pc_sdb", "port-channel");
+        check_rows(s_.l3lif, "l3lif_sdb", "publication");
+        check_rows(s_.label, "label_sdb", "L3 label");
         for (const DbMemberIntf &row : s_.member_intf) {
             const HostRow *host = index_.host(row.ifindex);
             if (host == nullptr || !host->kept_intf)
                 tell_row(AuditKind::unwanted, "member_intf_sdb", row,
                          fmt::format("says SDK interface {} is kept, and the host keeps none",
-                                     row.intf_id));
+                                     row.intf_id),
+                         kept_intf);
         }
         for (const DbLabel &row : s_.label) {
             const HostRow *host = index_.host(row.ifindex);
@@ -752,7 +772,8 @@ private:
         }
     }
 
-    template <class Row> void check_rows(const std::vector<Row> &rows, const char *table)
+    template <class Row>
+    void check_rows(const std::vector<Row> &rows, const char *table, const char *property)
     {
         for (const Row &row : rows) {
             const HostRow *host = index_.host(row.ifindex);
@@ -761,13 +782,13 @@ private:
                          "interface");
             else if (!host->registered)
                 tell_row(AuditKind::unwanted, table, row,
-                         "is of an interface that is no L3 interface");
+                         "is of an interface that is no L3 interface", property);
         }
     }
 
     template <class Row>
     void tell_row(AuditKind kind, const char *table, const Row &row, const std::string &what,
-                  const char *property = "")
+                  const char *property)
     {
         const std::string name = index_.name(row.ifindex);
         const std::string object = fmt::format("{} row of {}", table, name);

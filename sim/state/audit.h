@@ -22,11 +22,13 @@ const char *to_text(AuditKind kind); /* "orphan" */
 struct AuditFinding {
     AuditKind kind;
     std::string object;    /* "SDK interface 5", "MAC trap 3", "Ethernet8", "pm_sdb row of ..." */
-    std::string property;  /* what differs or dangles: "MTU", "LID entry"; empty for the whole */
+    std::string property;  /* the property concerned: "MTU"; empty for none in particular */
     std::string interface; /* the interface concerned, by name; empty without one */
     std::string words;     /* one sentence, the object named and who made it */
     std::vector<uint64_t> requests; /* those that made what is concerned; ascending */
     std::string other = {};         /* the other interface concerned, by name; empty without one */
+    /* Whether it is about this interface, as one of the two. */
+    bool concerns(const std::string &name) const { return name == interface || name == other; }
 };
 
 /* Records, shared database and configuration are compared with the ASIC as it will be once the

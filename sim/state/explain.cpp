@@ -8,7 +8,6 @@
 
 #include "platform_api/libsdk.h"
 #include "sim/sdk/asic.h"
-#include "sim/sdk/attributes.h"
 #include "sim/state/index.h"
 #include "sim/state/json.h"
 
@@ -48,6 +47,10 @@ public:
 
     Explanation explain(const std::vector<AuditFinding> &findings)
     {
+        for (const AuditFinding &finding : findings) {
+            if (finding.concerns(name_))
+                told_.findings.push_back(finding);
+        }
         identity();
         const std::string &kind = told_.kind;
         if (kind == "port")
@@ -58,22 +61,37 @@ public:
             vlan();
         if (host_ != nullptr && (wanted_ != nullptr || context_ != nullptr))
             settings();
+        label();
         virtual_macs();
-        for (const AuditFinding &finding : findings) {
-            if (finding.interface == name_)
-                told_.findings.push_back(finding);
-        }
         return std::move(told_);
     }
 
 private:
+    /* Has the audit found something of that property or object? */
+    bool found(std::string_view what) const
+    {
+        return std::any_of(told_.findings.begin(), told_.findings.end(),
+                           [&](const AuditFinding &finding) {
+                               return finding.property == what || finding.object == what;
+                           });
+    }
+
+    /* The audit's word for it is the name, when it has no other. */
     ExplainedProperty &add(const std::string &name, const std::string &configured,
                            const std::string &library, const std::string &asic,
-                           const std::string &database, bool differs, const Made *made = nullptr)
+                           const std::string &database, const Made *made = nullptr,
+                           std::string_view in_audit = {})
     {
-        told_.properties.push_back({name, configured, library, asic, database, differs,
-                                    made != nullptr ? s_.words(*made) : std::string()});
-        return told_.properties.back();
+        ExplainedProperty &told = told_.properties.emplace_back();
+        told.name = name;
+        told.configured = configured;
+        told.library = library;
+        told.asic = asic;
+        told.database = database;
+        told.differs = found(in_audit.empty() ? name : in_audit);
+        if (made != nullptr)
+            told.call = s_.words(*made);
+        return told;
     }
 
     void identity()
@@ -97,8 +115,12 @@ private:
             add("SDK interface", must ? "wanted" : "not wanted",
                 context_ != nullptr ? id_text(context_->intf_id) : "no context",
                 intf_ != nullptr ? index_.intf_words(intf_->intf_id) : "none", "",
-                must != (intf_ != nullptr) || recorded != (intf_ != nullptr),
                 intf_ != nullptr ? &intf_->made : nullptr);
+        if (found("state"))
+            add("state", "", host_->pd_state == 4 ? "destroyed" : "never made", "", "");
+        if (found("publication"))
+            add("publication", "", "", "", published_ != nullptr ? "published" : "none",
+                published_ != nullptr ? &published_->made : nullptr);
     }
 
     bool must_exist() const { return wanted_ != nullptr && index_.must_exist(*wanted_); }
@@ -112,17 +134,31 @@ private:
         add("port's LID entry", port_ != nullptr ? "wanted" : "not wanted",
             host_ != nullptr && host_->port_lid ? fmt::to_string(*host_->port_lid) : "none",
             lid != nullptr ? fmt::to_string(lid->lid_id) : "none", "",
-            (port_ != nullptr) != (lid != nullptr), lid != nullptr ? &lid->made : nullptr);
+            lid != nullptr ? &lid->made : nullptr);
+        if (lid != nullptr)
+            path(*lid, fmt::format("front port {}", host_->number + 1));
         if (row != nullptr || intf_ != nullptr)
             add("ifmap index", "", "",
                 lid != nullptr ? fmt::format("{:#x}", lid->ifmap_idx) : "none",
                 row != nullptr ? fmt::format("{:#x}", row->ifmap_idx) : "none",
-                row == nullptr || lid == nullptr || row->ifmap_idx != lid->ifmap_idx,
                 row != nullptr ? &row->made : nullptr);
         kept();
         membership();
         if (host_ != nullptr && host_->loopback)
-            add("internal loopback", "", "on", "", "", false);
+            add("internal loopback", "", "on", "", "");
+    }
+
+    /* Where a LID entry leads; told only when it is the wrong way. */
+    void path(const LidRow &lid, const std::string &right)
+    {
+        if (!found("path"))
+            return;
+        const auto paths = find_rows(s_.lid_paths, &LidPathRow::lid_id, lid.lid_id);
+        std::vector<std::string> ends;
+        for (const LidPathRow &path : paths)
+            ends.push_back(index_.path_words(path));
+        add("path", "", right, ends.empty() ? "none" : fmt::format("{}", fmt::join(ends, ",")), "",
+            paths.empty() ? &lid.made : &paths.begin()->made);
     }
 
     void kept()
@@ -137,19 +173,15 @@ private:
         add("kept SDK interface", "", id_text(kept),
             intf != nullptr ? index_.intf_words(kept) : "none",
             row != nullptr ? fmt::to_string(row->intf_id) : "none",
-            intf == nullptr || row == nullptr || row->intf_id != kept,
             row != nullptr ? &row->made : nullptr);
     }
 
     void membership()
     {
         std::string configured = "none";
-        bool declined = false;
         for (const WantedMember &member : s_.wanted_members) {
-            if (member.port == name_) {
+            if (member.port == name_)
                 configured = member.port_channel + (member.declined ? " (declined)" : "");
-                declined = member.declined;
-            }
         }
         const std::string recorded =
             host_ != nullptr && host_->channel ? index_.name(*host_->channel) : "none";
@@ -165,49 +197,45 @@ private:
         }
         if (configured == "none" && recorded == "none" && asic == "none")
             return;
-        const WantedInterface *channel = index_.wanted(configured);
-        const bool expected = channel != nullptr && channel->routed && !declined;
-        add("member of", configured, recorded, asic, "",
-            recorded != asic || (expected ? asic != configured : asic != "none"), made);
+        add("member of", configured, recorded, asic, "", made, "membership");
     }
 
     void port_channel()
     {
-        if (context_ != nullptr) {
-            const PortChannelRow *channel =
-                is_none(context_->pc_id) ? nullptr : index_.port_channel(context_->pc_id);
-            const DbPc *row = find_row(s_.pc, &DbPc::ifindex, host_->ifindex);
-            add("port-channel", "", id_text(context_->pc_id),
+        const DbPc *row =
+            host_ != nullptr ? find_row(s_.pc, &DbPc::ifindex, host_->ifindex) : nullptr;
+        const uint32_t pc_id = context_ != nullptr ? context_->pc_id
+                               : host_ != nullptr  ? host_->held_pc.value_or(none_id)
+                                                   : none_id;
+        const uint32_t lid_id = context_ != nullptr ? context_->lid_id
+                                : host_ != nullptr  ? host_->held_lid.value_or(none_id)
+                                                    : none_id;
+        const PortChannelRow *channel = index_.port_channel(pc_id);
+        if (context_ != nullptr || row != nullptr || !is_none(pc_id))
+            add("port-channel", "", id_text(pc_id),
                 channel != nullptr ? fmt::to_string(channel->pc_id) : "none",
                 row != nullptr ? fmt::to_string(row->pc_id) : "none",
-                is_none(context_->pc_id) != (channel == nullptr) ||
-                    (channel != nullptr && (row == nullptr || row->pc_id != channel->pc_id)),
                 channel != nullptr ? &channel->made : nullptr);
-        }
-        std::set<std::string, NaturalOrder> configured, expected, recorded, asic;
+        if (const LidRow *lid = index_.lid(lid_id))
+            path(*lid, fmt::format("port-channel {}", id_text(pc_id)));
+        std::set<std::string, NaturalOrder> configured, recorded, asic;
         const Made *made = nullptr;
         for (const WantedMember &member : s_.wanted_members) {
             if (member.port_channel != name_)
                 continue;
             configured.insert(member.port + (member.declined ? " (declined)" : ""));
-            if (!member.declined && wanted_ != nullptr && wanted_->routed)
-                expected.insert(member.port);
         }
         for (const HostRow &port : s_.host) {
             if (host_ != nullptr && port.channel == host_->ifindex)
                 recorded.insert(port.name);
         }
-        if (context_ != nullptr) {
-            for (const MemberRow &member :
-                 find_rows(s_.members, &MemberRow::pc_id, context_->pc_id)) {
-                const HostRow *port = index_.owner_of_front_port(member.front_port);
-                asic.insert(port != nullptr ? port->name
-                                            : fmt::format("front port {}", member.front_port));
-                made = &member.made;
-            }
+        for (const MemberRow &member : find_rows(s_.members, &MemberRow::pc_id, pc_id)) {
+            const HostRow *port = index_.owner_of_front_port(member.front_port);
+            asic.insert(port != nullptr ? port->name
+                                        : fmt::format("front port {}", member.front_port));
+            made = &member.made;
         }
-        add("members", joined(configured), joined(recorded), joined(asic), "",
-            asic != expected || asic != recorded, made);
+        add("members", joined(configured), joined(recorded), joined(asic), "", made, "membership");
     }
 
     void vlan()
@@ -218,8 +246,7 @@ private:
             wanted_ != nullptr ? fmt::to_string(wanted_->number) : "none";
         const std::string recorded = host_ != nullptr ? fmt::to_string(host_->vlan) : "none";
         const std::string asic = intf_ != nullptr ? fmt::to_string(vlan) : "none";
-        add("VLAN", configured, recorded, asic, "", configured != asic,
-            intf_ != nullptr ? &intf_->made : nullptr);
+        add("VLAN", configured, recorded, asic, "", intf_ != nullptr ? &intf_->made : nullptr);
         if (!is_sub)
             return;
         const HostRow *owner = intf_ != nullptr ? index_.owner_of_intf(intf_->param1) : nullptr;
@@ -228,46 +255,31 @@ private:
             owner != nullptr ? owner->name : (intf_ != nullptr ? "unknown" : "none");
         add("parent", parent,
             host_ != nullptr && host_->parent ? index_.name(*host_->parent) : "none", in_asic, "",
-            parent != in_asic, intf_ != nullptr ? &intf_->made : nullptr);
+            intf_ != nullptr ? &intf_->made : nullptr);
     }
 
-    /* The attributes that have a right value, in the words of each side. */
+    /* The attributes, in the words of each side: without an SDK interface those that somebody
+     * asked for. */
     void settings()
     {
         static constexpr ContextRow no_context{0, none_id, none_id, none_id, none_id};
-        const ContextRow &context = context_ != nullptr ? *context_ : no_context;
-        WantedInterface nothing;
+        const WantedInterface nothing;
         const bool routed = wanted_ != nullptr && wanted_->routed;
         if (!must_exist() && intf_ == nullptr)
             return;
-        for (const ExpectedAttribute &e :
-             index_.expected_attributes(*host_, context, routed ? wanted_ : &nothing)) {
-            const Sides sides = sides_of(e);
-            const AttributeState now =
-                intf_ != nullptr ? index_.attribute(intf_->intf_id, e.number) : AttributeState();
-            const AttributeRow *row = find_attribute(e.number);
-            const uint32_t initial = row != nullptr ? row->initial : 0;
-            if (sides.only_if_set && e.value == initial && now.after_flush() == initial &&
-                now.value == initial)
-                continue;
-            const bool published_right =
-                sides.database.empty() || !routed || sides.database == sides.configured;
-            add_attribute(e, sides, now, published_right);
-        }
+        for (const ExpectedAttribute &e : index_.expected_attributes(
+                 *host_, context_ != nullptr ? *context_ : no_context, routed ? wanted_ : &nothing))
+            attribute(e);
         if (routed &&
-            (wanted_->nat_zone != 0 || (published_ != nullptr && published_->nat_zone != 0))) {
-            const std::string configured = fmt::to_string(wanted_->nat_zone);
-            const std::string database =
-                published_ != nullptr ? fmt::to_string(published_->nat_zone) : "none";
-            add("NAT zone", configured, fmt::to_string(host_->nat_zone), "", database,
-                configured != database, published_ != nullptr ? &published_->made : nullptr);
-        }
-        label();
+            (wanted_->nat_zone != 0 || (published_ != nullptr && published_->nat_zone != 0)))
+            add("NAT zone", fmt::to_string(wanted_->nat_zone), fmt::to_string(host_->nat_zone), "",
+                published_ != nullptr ? fmt::to_string(published_->nat_zone) : "none",
+                published_ != nullptr ? &published_->made : nullptr);
     }
 
     struct Sides {
         std::string configured, library, database;
-        bool is_flag = false, is_hex = false, only_if_set = false;
+        bool is_flag = false, is_hex = false;
     };
 
     static std::string text_of(const Sides &sides, uint32_t value)
@@ -277,16 +289,26 @@ private:
         return sides.is_hex ? fmt::format("{:#x}", value) : fmt::to_string(value);
     }
 
-    void add_attribute(const ExpectedAttribute &e, const Sides &sides, const AttributeState &now,
-                       bool published_right)
+    void attribute(const ExpectedAttribute &e)
     {
-        const bool wrong = intf_ == nullptr || now.after_flush() != e.value;
+        const char *const name = property_name(e.number);
+        const Sides sides = sides_of(e);
+        if (intf_ == nullptr) {
+            if (!sides.configured.empty() || !sides.library.empty())
+                add(name, sides.configured, sides.library, "none", sides.database);
+            return;
+        }
+        const AttributeState now = index_.attribute(intf_->intf_id, e.number);
+        if (e.initial && now.value == e.value && now.after_flush() == e.value)
+            return;
         const Made *made = now.written != nullptr ? &now.written->made : nullptr;
-        if (!published_right && !wrong && published_ != nullptr)
-            made = &published_->made;
-        ExplainedProperty &told = add(e.property, sides.configured, sides.library,
-                                      intf_ != nullptr ? text_of(sides, now.value) : "none",
-                                      sides.database, wrong || !published_right, made);
+        const bool right = now.after_flush() == e.value;
+        if (found(name) && right && published_ != nullptr)
+            made = &published_->made; /* it is the database that is wrong */
+        ExplainedProperty &told = add(name, sides.configured, sides.library,
+                                      text_of(sides, now.value), sides.database, made);
+        if (told.differs && sides.configured.empty() && sides.library.empty())
+            told.expected = text_of(sides, e.value);
         if (now.waits == nullptr)
             return;
         const std::string waits = text_of(sides, now.waits->value);
@@ -305,7 +327,8 @@ private:
         };
         switch (e.number) {
         case SdkIntfAttrLid:
-            sides.library = context_ != nullptr ? id_text(context_->lid_id) : "no context";
+            if (!e.initial)
+                sides.library = context_ != nullptr ? id_text(context_->lid_id) : "";
             break;
         case SdkIntfAttrMtuIdx:
             sides.configured = has ? fmt::to_string(wanted_->mtu) : "";
@@ -340,27 +363,25 @@ private:
             sides.library = on_off(!host_->ipv4_same_if);
             break;
         case SdkIntfAttrDefSgt:
+        case SdkIntfAttrIngTblDfMask:
+        case SdkIntfAttrAclBdLabel:
             sides.is_hex = true;
-            sides.library = fmt::format("{:#x}", e.value);
-            break;
-        case SdkIntfAttrIngTblIgmpSnoopLabel:
-            sides.library = fmt::to_string(e.value);
             break;
         default:
-            sides.only_if_set = true;
-            sides.library = fmt::to_string(e.value);
+            break; /* nobody records it */
         }
         return sides;
     }
 
     void label()
     {
-        const DbLabel *row = index_.label(host_->ifindex);
+        const DbLabel *row = host_ != nullptr ? index_.label(host_->ifindex) : nullptr;
         if (row == nullptr && intf_ == nullptr)
             return;
-        const char *is = row == nullptr ? "none" : row->enabled ? "set up" : "reset";
-        add("L3 label", "", "", "", is, (intf_ != nullptr) != (row != nullptr && row->enabled),
-            row != nullptr ? &row->made : nullptr);
+        std::string is = row == nullptr ? "none" : row->enabled ? "set up" : "reset";
+        if (found("L3 label") && row != nullptr && row->svi != (told_.kind == "SVI"))
+            is += row->svi ? " as an SVI's" : ", not as an SVI's";
+        add("L3 label", "", "", "", is, row != nullptr ? &row->made : nullptr);
     }
 
     void virtual_macs()
@@ -387,8 +408,8 @@ private:
             add("virtual MAC " + to_text(mac), configured ? "wanted" : "not wanted",
                 recorded ? fmt::format("MAC trap {}", entry->mac_trap_id) : "none",
                 trap != nullptr ? fmt::format("on SDK interface {}", trap->intf_id) : "none", "",
-                configured != recorded || recorded != (trap != nullptr),
-                trap != nullptr ? &trap->made : nullptr);
+                trap != nullptr ? &trap->made : nullptr,
+                fmt::format("virtual MAC {} of {}", to_text(mac), name_));
         }
     }
 
@@ -413,10 +434,10 @@ Listing properties_of(const Explanation &explanation)
     listing.columns = {{"property", "Property"}, {"configured", "Configured"},
                        {"library", "Library"},   {"asic", "ASIC"},
                        {"database", "Database"}, {"differs", "Differs"},
-                       {"call", "Written by"}};
+                       {"expected", "Expected"}, {"call", "Written by"}};
     for (const ExplainedProperty &p : explanation.properties)
         listing.rows.push_back({p.name, cell(p.configured), cell(p.library), cell(p.asic),
-                                cell(p.database), p.differs, cell(p.call)});
+                                cell(p.database), p.differs, cell(p.expected), cell(p.call)});
     return listing;
 }
 
@@ -436,10 +457,18 @@ Explanation explain(const Index &index, const std::vector<AuditFinding> &finding
 std::string to_text(const Explanation &explanation)
 {
     Listing listing = properties_of(explanation);
-    for (auto &row : listing.rows) {
-        Cell &differs = row[5];
-        differs = std::get<bool>(differs) ? Cell(std::string("<-- differs")) : Cell();
+    for (size_t i = 0; i < listing.rows.size(); ++i) {
+        const ExplainedProperty &told = explanation.properties[i];
+        auto &row = listing.rows[i];
+        if (!told.differs)
+            row[5] = Cell();
+        else if (told.expected.empty())
+            row[5] = std::string("<-- differs");
+        else
+            row[5] = "<-- expected " + told.expected;
+        row.erase(row.begin() + 6);
     }
+    listing.columns.erase(listing.columns.begin() + 6);
     listing.columns[5].title.clear();
     std::string text = to_text(listing);
     if (!explanation.configured_at.empty())

@@ -13,7 +13,8 @@ namespace kvnsim {
 struct ExplainedProperty {
     std::string name; /* "MTU" */
     std::string configured, library, asic, database;
-    bool differs = false; /* the sides that know it do not agree */
+    bool differs = false; /* the audit found something about it */
+    std::string expected; /* of one that differs: the value when no side tells it, else empty */
     std::string call;     /* who wrote the ASIC's value, else the database's */
 };
 

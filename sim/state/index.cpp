@@ -28,7 +28,28 @@ constexpr LoopbackAttribute loopback_attributes[] = {
     {SdkIntfAttrVlanTableMiss, 1},
 };
 
+/* What people call an attribute, where that is shorter than its description. */
+struct PropertyName {
+    uint32_t number;
+    const char *name;
+};
+constexpr PropertyName property_names[] = {
+    {SdkIntfAttrDefSgt, "security-group tag"}, {SdkIntfAttrIpv4UcstEn, "IPv4"},
+    {SdkIntfAttrIpv4McstEn, "IPv4 multicast"}, {SdkIntfAttrIpv6UcstEn, "IPv6"},
+    {SdkIntfAttrIpv6McstEn, "IPv6 multicast"}, {SdkIntfAttrMtuIdx, "MTU"},
+};
+
 } // namespace
+
+const char *property_name(uint32_t attribute)
+{
+    for (const PropertyName &row : property_names) {
+        if (row.number == attribute)
+            return row.name;
+    }
+    const AttributeRow *known = find_attribute(attribute);
+    return known != nullptr ? known->description : "";
+}
 
 uint32_t expected_tag(const HostRow &host)
 {
@@ -247,6 +268,12 @@ std::string Index::intf_words(uint32_t intf_id) const
     }
 }
 
+std::string Index::path_words(const LidPathRow &path)
+{
+    return path.port_type == SdkPortTypeChannel ? fmt::format("port-channel {}", path.pc_id)
+                                                : fmt::format("front port {}", path.front_port);
+}
+
 const FailureRow &Index::failure(std::string_view object) const
 {
     static const FailureRow none;
@@ -260,38 +287,38 @@ std::vector<ExpectedAttribute> Index::expected_attributes(const HostRow &host,
 {
     std::vector<ExpectedAttribute> expected;
     expected.reserve(kvnsim::attributes().size());
+    const auto add = [&](uint32_t number, uint32_t value, const char *source) {
+        expected.push_back({number, value, source});
+    };
     const bool is_svi = host.kind == "SVI";
     const bool is_sub = host.kind == "sub-interface";
     if (!is_svi)
-        expected.push_back({SdkIntfAttrLid, context.lid_id, "LID entry", "recorded"});
+        add(SdkIntfAttrLid, context.lid_id, "recorded");
     if (!is_svi && !is_sub)
-        expected.push_back(
-            {SdkIntfAttrDefSgt, expected_tag(host), "security-group tag", "the port's"});
+        add(SdkIntfAttrDefSgt, expected_tag(host), "the port's");
     if (wanted == nullptr)
         return expected;
-    expected.push_back({SdkIntfAttrIngTblIgmpSnoopLabel, is_svi || is_sub ? 0 : routed_igmp_label,
-                        "IGMP snooping label", "the library's"});
-    expected.push_back({SdkIntfAttrIpv4UcstEn, wanted->ipv4, "IPv4", "configured"});
-    expected.push_back({SdkIntfAttrIpv4McstEn, host.ipv4_mcst, "IPv4 multicast", "recorded"});
-    expected.push_back({SdkIntfAttrIpv6UcstEn, wanted->ipv6, "IPv6", "configured"});
-    expected.push_back({SdkIntfAttrIpv4Vpn, wanted->vpn, "IPv4 VPN", "configured"});
-    expected.push_back({SdkIntfAttrIpv6Vpn, wanted->vpn, "IPv6 VPN", "configured"});
-    expected.push_back({SdkIntfAttrMtuIdx, wanted->mtu, "MTU", "configured"});
+    if (!is_svi && !is_sub)
+        add(SdkIntfAttrIngTblIgmpSnoopLabel, routed_igmp_label, "the library's");
+    add(SdkIntfAttrIpv4UcstEn, wanted->ipv4, "configured");
+    add(SdkIntfAttrIpv4McstEn, host.ipv4_mcst, "recorded");
+    add(SdkIntfAttrIpv6UcstEn, wanted->ipv6, "configured");
+    add(SdkIntfAttrIpv4Vpn, wanted->vpn, "configured");
+    add(SdkIntfAttrIpv6Vpn, wanted->vpn, "configured");
+    add(SdkIntfAttrMtuIdx, wanted->mtu, "configured");
     /* The property is the opposite of the hardware's check. */
-    expected.push_back(
-        {SdkIntfAttrIpv4SameIfCheck, !host.ipv4_same_if, "IPv4 same-interface check", "recorded"});
+    add(SdkIntfAttrIpv4SameIfCheck, !host.ipv4_same_if, "recorded");
     const auto claim = [&](uint32_t number) {
         return std::find_if(expected.begin(), expected.end(),
                             [&](const ExpectedAttribute &e) { return e.number == number; });
     };
     for (const AttributeRow &row : kvnsim::attributes()) {
         if (claim(row.number) == expected.end())
-            expected.push_back({row.number, row.initial, row.description, "initially"});
+            expected.push_back({row.number, row.initial, "initially", true});
     }
     if (host.loopback) {
         for (const LoopbackAttribute &loopback : loopback_attributes) {
-            claim(loopback.number)->value = loopback.value;
-            claim(loopback.number)->source = "the loopback's";
+            *claim(loopback.number) = {loopback.number, loopback.value, "the loopback's"};
         }
     }
     return expected;

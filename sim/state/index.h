@@ -43,13 +43,15 @@ RowRange<Row> find_rows(const std::vector<Row> &rows, uint32_t Row::*member, uin
     return {rows.data() + (first - rows.begin()), rows.data() + (last - rows.begin())};
 }
 
-/* An attribute of an SDK interface that has a right value. */
+/* The value that an attribute of an SDK interface must have. */
 struct ExpectedAttribute {
     uint32_t number;
     uint32_t value;
-    const char *property; /* "MTU" */
-    const char *source;   /* who wants it so: "configured", "recorded", "initially" */
+    const char *source;   /* who wants it so: "configured", "recorded", "initially" ... */
+    bool initial = false; /* nobody: as on a new interface */
 };
+/* What people call an attribute: "MTU". */
+const char *property_name(uint32_t attribute);
 
 /* An attribute of an SDK interface as it is, and what waits to be written to it. */
 struct AttributeState {
@@ -110,6 +112,8 @@ public:
     std::string name(uint32_t ifindex) const;
     /* "5 (routed port, front port 3)" */
     std::string intf_words(uint32_t intf_id) const;
+    /* Where a path leads: "front port 3", "port-channel 1" */
+    static std::string path_words(const LidPathRow &path);
     /* The failed step behind an object that is not as wanted; empty without one. */
     const FailureRow &failure(std::string_view object) const;
 

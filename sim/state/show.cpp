@@ -215,9 +215,7 @@ Listing show_lids(const Snapshot &snapshot, const std::string &)
         std::vector<std::string> ends;
         for (const LidPathRow &path :
              find_rows(snapshot.lid_paths, &LidPathRow::lid_id, lid.lid_id))
-            ends.push_back(path.port_type == SdkPortTypeChannel
-                               ? fmt::format("port-channel {}", path.pc_id)
-                               : fmt::format("front port {}", path.front_port));
+            ends.push_back(Index::path_words(path));
         listing.rows.push_back({number(lid.lid_id), owner != nullptr ? Cell(owner->name) : Cell(),
                                 std::move(ends), number(lid.ifmap_idx), bound[lid.lid_id],
                                 snapshot.words(lid.made)});
@@ -451,12 +449,13 @@ Listing show(const std::vector<AuditFinding> &findings)
     Listing listing;
     listing.title = "Audit";
     listing.columns = {{"kind", "Kind"},           {"object", "Object"}, {"property", "Property"},
-                       {"interface", "Interface"}, {"words", "Finding"}, {"requests", "Requests"}};
+                       {"interface", "Interface"}, {"other", "Other"},   {"words", "Finding"},
+                       {"requests", "Requests"}};
     for (const AuditFinding &finding : findings) {
         std::vector<int64_t> requests(finding.requests.begin(), finding.requests.end());
         listing.rows.push_back({std::string(to_text(finding.kind)), finding.object,
-                                text(finding.property), text(finding.interface), finding.words,
-                                std::move(requests)});
+                                text(finding.property), text(finding.interface),
+                                text(finding.other), finding.words, std::move(requests)});
     }
     return listing;
 }

@@ -41,7 +41,7 @@ const ShowKind *find_show_kind(std::string_view name); /* nullptr for an unknown
 /* std::invalid_argument for an unknown kind or interface, with what there is. */
 Listing show(const Snapshot &snapshot, std::string_view what, const std::string &interface = {});
 
-/* Findings as a table: kind, object, property, interface, words, requests. */
+/* Findings as a table: kind, object, property, interface, other, words, requests. */
 Listing show(const std::vector<AuditFinding> &findings);
 /* Attribute writes that wait for the flush; by itself none of them is a finding. */
 Listing show_waiting(const Snapshot &snapshot);

@@ -10,6 +10,7 @@
 #include "sim/fwm/host.h"
 #include "sim/sdk/asic.h"
 #include "sim/sdk/attributes.h"
+#include "sim/state/explain.h"
 #include "sim/state/index.h"
 #include "sim/stress/random_desired.h"
 #include "sim/switch/entry_points.h"
@@ -179,6 +180,34 @@ TEST_F(Audit, finds_what_a_failed_write_of_an_ended_loopback_left_set)
                             "difference Ethernet0 VLAN-table miss action"));
 }
 
+TEST_F(Audit, says_whose_record_names_a_lid_entry_that_is_gone)
+{
+    Snapshot snapshot = small_switch();
+    snapshot.lids.erase(snapshot.lids.begin() + 1);
+    const auto findings = audit(snapshot);
+    ASSERT_EQ(findings.size(), 3u);
+    EXPECT_EQ(findings[0].words, "the host records Ethernet4 with LID entry 2, which is gone");
+    EXPECT_EQ(findings[1].words, "the library records Ethernet4 with LID entry 2, which is gone");
+}
+
+TEST_F(Audit, says_of_a_label_whether_it_is_an_svis)
+{
+    Snapshot snapshot = small_switch();
+    for (DbLabel &label : snapshot.label)
+        label.svi = !label.svi;
+    const std::string text = words(audit(snapshot));
+    EXPECT_THAT(text, HasSubstr("L3 label of Ethernet0 is set up as an SVI's: made by "));
+    EXPECT_THAT(text, HasSubstr("L3 label of Vlan100 is set up, not as an SVI's: made by "));
+}
+
+TEST_F(Audit, counts_the_members_of_a_port_channel_of_nobody)
+{
+    Snapshot snapshot = small_switch();
+    snapshot.port_channels.push_back({90, {}});
+    snapshot.members.push_back({90, 9, {}});
+    EXPECT_THAT(words(audit(snapshot)), HasSubstr("SDK port-channel 90 (1 member) belongs"));
+}
+
 TEST_F(Audit, finds_every_attribute_that_is_not_as_it_must_be)
 {
     const Snapshot sound = small_switch();
@@ -261,6 +290,25 @@ TEST_P(OneThingWrong, is_found)
     EXPECT_EQ(brief(audit(snapshot)), GetParam().found) << words(audit(snapshot));
 }
 
+TEST_P(OneThingWrong, is_marked_in_the_explanation)
+{
+    Snapshot snapshot = small_switch();
+    GetParam().make(snapshot);
+    const Index index(snapshot);
+    for (const AuditFinding &finding : audit(snapshot)) {
+        const bool is_known = index.host(finding.interface) != nullptr ||
+                              index.wanted(finding.interface) != nullptr ||
+                              index.wanted_port(finding.interface) != nullptr;
+        if (finding.property.empty() || !is_known)
+            continue;
+        const Explanation told = explain(snapshot, finding.interface);
+        EXPECT_TRUE(std::any_of(told.properties.begin(), told.properties.end(),
+                                [](const auto &property) { return property.differs; }))
+            << finding.words << "\n"
+            << to_text(told);
+    }
+}
+
 /* Identifiers are handed out lowest first: ports' LID entries 1 to 5, PortChannel1's 6; SDK
  * interfaces Ethernet0 1, Ethernet4 2, PortChannel1 3, Vlan100 4, Ethernet0.10 5,
  * PortChannel1.20 6. */
@@ -299,13 +347,13 @@ const Change changes[] = {
          const uint32_t id = *host(s, "Ethernet16").port_lid;
          remove_row(s.lids, lid(s, id));
      },
-     {"dangling Ethernet16 LID entry"}},
+     {"dangling Ethernet16 port's LID entry"}},
     {"lid_entry_of_a_routed_port_gone",
      [](Snapshot &s) {
          const uint32_t id = *host(s, "Ethernet4").port_lid;
          remove_row(s.lids, lid(s, id));
      },
-     {"dangling Ethernet4 LID entry", "dangling Ethernet4 LID entry",
+     {"dangling Ethernet4 port's LID entry", "dangling Ethernet4 LID entry",
       "dangling SDK interface 2 LID entry"}},
     {"interface_bound_to_a_lid_entry_that_is_gone",
      [](Snapshot &s) { attribute(s, "Ethernet4", SdkIntfAttrLid).value = 90; },
@@ -411,16 +459,22 @@ const Change changes[] = {
      {"difference LID entry 5 path"}},
     {"on_another_vlan",
      [](Snapshot &s) { intf(s, "Vlan100").param1 = 101; },
-     {"difference Vlan100 SDK interface"}},
+     {"difference Vlan100 VLAN"}},
+    {"another_vlan_than_configured",
+     [](Snapshot &s) { wants(s, "Ethernet0.10").number = 11; },
+     {"difference Ethernet0.10 VLAN"}},
+    {"on_another_front_port",
+     [](Snapshot &s) { intf(s, "Ethernet4").param1 = 9; },
+     {"difference Ethernet4 SDK interface"}},
     {"sub_interface_on_another_vlan",
      [](Snapshot &s) { intf(s, "Ethernet0.10").param2 = 11; },
-     {"difference Ethernet0.10 SDK interface"}},
+     {"difference Ethernet0.10 VLAN"}},
     {"recorded_by_two",
      [](Snapshot &s) {
          host(s, "Ethernet16").kept_intf = intf_id(s, "Vlan100");
          s.member_intf.push_back({host(s, "Ethernet16").ifindex, 4, {}});
      },
-     {"difference Ethernet16 SDK interface", "difference Vlan100 SDK interface"}},
+     {"difference Ethernet16 kept SDK interface", "difference Vlan100 SDK interface"}},
     {"state",
      [](Snapshot &s) { host(s, "Ethernet0").pd_state = 4; },
      {"difference Ethernet0 state"}},
@@ -441,7 +495,7 @@ const Change changes[] = {
      {"difference router MAC 1 MAC"}},
     {"trap_on_another_interface",
      [](Snapshot &s) { s.traps[0].intf_id = intf_id(s, "Ethernet0"); },
-     {"difference virtual MAC 00:00:5e:00:01:01 of Vlan100 SDK interface"}},
+     {"difference virtual MAC 00:00:5e:00:01:01 of Vlan100 MAC trap"}},
     {"trap_for_another_mac",
      [](Snapshot &s) { s.traps[0].mac = {2}; },
      {"difference virtual MAC 00:00:5e:00:01:01 of Vlan100 MAC"}},
@@ -504,7 +558,7 @@ const Change changes[] = {
      {"unwanted PortChannel1"}},
     {"member_not_wanted",
      [](Snapshot &s) { s.wanted_members.pop_back(); },
-     {"unwanted front port 4 membership"}},
+     {"unwanted front port 4"}},
     {"virtual_mac_not_wanted",
      [](Snapshot &s) { s.wanted_virtual_macs.clear(); },
      {"unwanted virtual MAC 00:00:5e:00:01:01 of Vlan100"}},

@@ -53,11 +53,14 @@ inline std::string words(const std::vector<AuditFinding> &findings)
     return text;
 }
 
-/* "orphan SDK interface 5", "difference Ethernet0 MTU". */
+/* "orphan SDK interface 5", "difference Ethernet0 MTU": what is missing or not wanted, is so as a
+ * whole. */
 inline std::string brief(const AuditFinding &finding)
 {
+    const bool is_whole = finding.property.empty() || finding.kind == AuditKind::missing ||
+                          finding.kind == AuditKind::unwanted;
     return std::string(to_text(finding.kind)) + " " + finding.object +
-           (finding.property.empty() ? "" : " " + finding.property);
+           (is_whole ? "" : " " + finding.property);
 }
 inline std::vector<std::string> brief(const std::vector<AuditFinding> &findings)
 {

@@ -335,7 +335,8 @@ void Leftovers::gone(std::vector<std::string> &found) const
     for (const auto &[id, intf] : intfs_) {
         const auto lid = intf.attributes.find(SdkIntfAttrLid);
         if (lid != intf.attributes.end() && lids_.count(lid->second) == 0)
-            found.push_back("dangling SDK interface " + std::to_string(id) + " LID entry");
+            found.push_back("dangling SDK interface " + std::to_string(id) +
+                            (holds(recorded_, id) || holds(kept_, id) ? " LID entry" : " binding"));
     }
     for (const auto &[name, id] : recorded_) {
         const auto parent = parent_.find(name);
@@ -356,7 +357,7 @@ void Leftovers::gone(std::vector<std::string> &found) const
         if (now == recorded_.end())
             found.push_back("dangling " + virtual_mac(key.second, key.first) + " interface");
         else if (now->second != traps_.at(trap))
-            found.push_back("difference " + virtual_mac(key.second, key.first) + " SDK interface");
+            found.push_back("difference " + virtual_mac(key.second, key.first) + " MAC trap");
     }
 }
 
@@ -493,7 +494,7 @@ void Leftovers::not_wanted(std::vector<std::string> &found) const
                              [&, number = front](const auto &e) { return e.second == number; });
             if (wanted == want_.port_channels.end() ||
                 wanted->second.members.count(port->first) == 0)
-                found.push_back("unwanted front port " + std::to_string(front) + " membership");
+                found.push_back("unwanted front port " + std::to_string(front));
         }
     }
     for (const auto &[key, trap] : virtual_macs_) {

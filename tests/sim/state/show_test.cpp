@@ -210,6 +210,15 @@ TEST_F(Show, tells_the_attribute_writes_that_wait_for_the_flush_and_who_queued_t
     EXPECT_THAT(column(attributes, "queued_by")[2], HasSubstr("l3lifpd_kvn_loopback_enable("));
 }
 
+TEST_F(Show, findings_name_both_interfaces_that_they_concern)
+{
+    Snapshot snapshot = small_switch();
+    snapshot.members.pop_back();
+    const Listing findings = show(audit(snapshot));
+    EXPECT_THAT(column(findings, "interface"), ElementsAre("Ethernet12"));
+    EXPECT_THAT(column(findings, "other"), ElementsAre("PortChannel1"));
+}
+
 TEST_F(Show, refuses_what_it_does_not_know)
 {
     const Snapshot snapshot = small_switch();
@@ -356,8 +365,57 @@ TEST_F(Explain, says_why_an_interface_is_not_programmed)
     const Explanation explanation = explain(capture(sw), "Ethernet0");
     EXPECT_EQ(explanation.state, "not programmed");
     EXPECT_THAT(explanation.failure, HasSubstr("libsdk_intf_create: SDK_E_FULL"));
-    EXPECT_THAT(differing(explanation), testing::Contains("SDK interface"));
     EXPECT_THAT(to_text(explanation), HasSubstr("failed: l3lifpd_kvn_add_l3port("));
+}
+
+TEST_F(Explain, marks_of_a_missing_interface_only_that_it_is_missing)
+{
+    inject("libsdk_intf_attr_set:2"); /* after the LID entry, the security-group tag */
+    sw.apply(wanted(R"({"PORT": {"Ethernet0": {}}, "PORTCHANNEL": {"PortChannel2": {}},
+        "PORTCHANNEL_MEMBER": {"PortChannel2|Ethernet0": {}},
+        "PORTCHANNEL_INTERFACE": {"PortChannel2": {}}})"));
+    const Explanation explanation = explain(capture(sw), "PortChannel2");
+    EXPECT_THAT(differing(explanation), ElementsAre("SDK interface")) << to_text(explanation);
+    EXPECT_EQ(property(explanation, "MTU").configured, "9100");
+    EXPECT_EQ(property(explanation, "MTU").asic, "none");
+    EXPECT_THAT(to_text(explanation), testing::Not(HasSubstr("security-group tag")))
+        << "nobody has recorded one";
+}
+
+TEST_F(Explain, tells_what_was_expected_where_no_side_does)
+{
+    Snapshot snapshot = small_switch();
+    for (AttributeValueRow &row : snapshot.attributes) {
+        if (row.intf_id == 1 && row.number == SdkIntfAttrIngTblIgmpSnoopLabel)
+            row.value = 0;
+    }
+    const Explanation explanation = explain(snapshot, "Ethernet0");
+    EXPECT_EQ(property(explanation, "IGMP snooping label").library, "");
+    EXPECT_EQ(property(explanation, "IGMP snooping label").expected, "16");
+    EXPECT_THAT(to_text(explanation), HasSubstr("  <-- expected 16  "));
+}
+
+TEST_F(Explain, marks_a_membership_on_the_side_of_the_port_channel_too)
+{
+    Snapshot snapshot = small_switch();
+    snapshot.members.pop_back();
+    EXPECT_THAT(differing(explain(snapshot, "Ethernet12")), ElementsAre("member of"));
+    const Explanation channel = explain(snapshot, "PortChannel1");
+    EXPECT_THAT(differing(channel), ElementsAre("members"));
+    EXPECT_EQ(brief(channel.findings),
+              std::vector<std::string>{"missing Ethernet12 in PortChannel1"});
+}
+
+TEST_F(Explain, marks_nothing_where_the_audit_finds_nothing)
+{
+    sw.apply(wanted(R"({"PORT": {"Ethernet0": {}}, "INTERFACE": {"Ethernet0": {}},
+        "PORTCHANNEL": {"PortChannel1": {}}, "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
+        "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}},
+        "VRRP": {"PortChannel1|5": {"vid": "5"}}})"));
+    const Snapshot snapshot = capture(sw);
+    ASSERT_EQ(words(audit(snapshot)), "");
+    const Explanation explanation = explain(snapshot, "PortChannel1");
+    EXPECT_THAT(differing(explanation), IsEmpty()) << to_text(explanation);
 }
 
 TEST_F(Explain, finds_nothing_wrong_with_a_routed_port_channel_that_has_no_member)
