@@ -107,8 +107,7 @@ private:
         }
         if (host_ != nullptr)
             told_.kind = host_->kind;
-        told_.state =
-            host_ != nullptr ? index_.state(host_, wanted_) : std::string("not known to the host");
+        told_.state = index_.state(name_);
         const bool must = must_exist();
         const bool recorded = context_ != nullptr && !is_none(context_->intf_id);
         if (must || recorded)

@@ -20,7 +20,7 @@ struct ExplainedProperty {
 
 struct Explanation {
     std::string interface, kind;
-    std::string state;         /* "created", "destroyed", "not made", "not known" */
+    std::string state;         /* as Index::state: "programmed", "layer 2", "not programmed" ... */
     std::string configured_at; /* "leaf.json:12:5: INTERFACE|Ethernet0", empty when not wanted */
     std::string failure;       /* the last failed step, empty without one */
     std::vector<ExplainedProperty> properties;

@@ -91,10 +91,15 @@ Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
     for (const WantedPort &row : snapshot.wanted_ports)
         wanted_ports_.emplace(row.name, &row);
     for (const WantedMember &row : snapshot.wanted_members) {
-        const WantedInterface *port = wanted(row.port);
-        if (!row.declined && port == nullptr)
+        if (!row.declined)
+            membership_.emplace(row.port, &row);
+        if (!row.declined && wanted(row.port) == nullptr)
             joining_members_[row.port_channel]++;
+        else
+            declined_[row.port_channel].push_back(row.port);
     }
+    for (const WantedVlanMember &row : snapshot.wanted_vlan_members)
+        vlans_[row.member].push_back(row.vlan);
     for (const FailureRow &row : snapshot.failures)
         failures_.emplace(row.object, &row);
     for (const PendingRow &row : snapshot.pending) {
@@ -162,15 +167,62 @@ bool Index::programmed(const HostRow *host) const
     return own != nullptr && intf(own->intf_id) != nullptr;
 }
 
-std::string Index::state(const HostRow *host, const WantedInterface *wanted) const
+const WantedMember *Index::membership(std::string_view port) const
 {
-    if (programmed(host))
-        return "programmed";
-    if (host != nullptr && host->channel)
-        return "member of " + name(*host->channel);
-    if (wanted != nullptr && !wanted->routed)
+    return found_in(membership_, port);
+}
+
+const std::vector<std::string> &Index::vlans(std::string_view member) const
+{
+    static const std::vector<std::string> none;
+    const auto at = vlans_.find(member);
+    return at != vlans_.end() ? at->second : none;
+}
+
+const char *Index::role(std::string_view port) const
+{
+    if (wanted(port) != nullptr)
+        return "routed";
+    if (membership(port) != nullptr)
+        return "member";
+    return vlans(port).empty() ? "unused" : "switched";
+}
+
+std::string Index::state(std::string_view name) const
+{
+    const HostRow *row = host(name);
+    const WantedInterface *interface = wanted(name);
+    if (programmed(row))
+        return interface != nullptr ? "programmed" : "programmed, not wanted";
+    if (interface == nullptr && wanted_port(name) == nullptr)
+        return "not wanted";
+    if (row != nullptr && row->channel)
+        return "member of " + this->name(*row->channel);
+    return interface != nullptr ? state_of_missing(*interface) : state_of_port(name);
+}
+
+std::string Index::state_of_missing(const WantedInterface &interface) const
+{
+    if (!interface.routed)
         return "layer 2";
-    return wanted != nullptr && !must_exist(*wanted) ? "no member" : "not programmed";
+    if (must_exist(interface))
+        return "not programmed";
+    const auto declined = declined_.find(interface.name);
+    return declined == declined_.end()
+               ? "no member"
+               : fmt::format("no member joined (declined: {})", fmt::join(declined->second, ","));
+}
+
+std::string Index::state_of_port(std::string_view port) const
+{
+    if (const WantedMember *member = membership(port)) {
+        const WantedInterface *channel = wanted(member->port_channel);
+        return fmt::format(channel != nullptr && !channel->routed ? "member of {}, layer 2"
+                                                                  : "not joined to {}",
+                           member->port_channel);
+    }
+    return vlans(port).empty() ? "unused"
+                               : fmt::format("switched in {}", fmt::join(vlans(port), ","));
 }
 
 const ContextRow *Index::context(uint32_t ifindex) const

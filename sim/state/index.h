@@ -78,9 +78,16 @@ public:
     const WantedPort *wanted_port(std::string_view name) const;
     /* Wanted, routed, and, for a port-channel, with a member that joins: it must be in the ASIC. */
     bool must_exist(const WantedInterface &wanted) const;
-    /* "programmed", or what keeps it from that: "member of PortChannel1", "layer 2", "no member",
-     * "not programmed". Either may be null. */
-    std::string state(const HostRow *host, const WantedInterface *wanted) const;
+    /* What a port is configured for: "routed", "member", "switched", "unused". */
+    const char *role(std::string_view port) const;
+    /* The port-channel that a port is configured to be in and that took it; nullptr without. */
+    const WantedMember *membership(std::string_view port) const;
+    /* What an interface is: "programmed", or what it is instead, "layer 2", "member of
+     * PortChannel1", "switched in Vlan100", "unused"; or what is wrong: "no member", "not
+     * programmed", "programmed, not wanted". */
+    std::string state(std::string_view name) const;
+    /* The VLANs that a port or port-channel is configured to be in. */
+    const std::vector<std::string> &vlans(std::string_view member) const;
     /* Whether its record names an interface that the ASIC has. */
     bool programmed(const HostRow *host) const;
 
@@ -124,11 +131,17 @@ public:
                                                        const WantedInterface *wanted) const;
 
 private:
+    std::string state_of_missing(const WantedInterface &interface) const;
+    std::string state_of_port(std::string_view port) const;
+
     const Snapshot &snapshot_;
     std::unordered_map<std::string_view, const HostRow *> host_by_name_;
     std::unordered_map<std::string_view, const WantedInterface *> wanted_;
     std::unordered_map<std::string_view, const WantedPort *> wanted_ports_;
-    std::unordered_map<std::string_view, uint32_t> joining_members_;    /* by port-channel */
+    std::unordered_map<std::string_view, uint32_t> joining_members_;          /* by port-channel */
+    std::unordered_map<std::string_view, std::vector<std::string>> declined_; /* the others */
+    std::unordered_map<std::string_view, const WantedMember *> membership_;   /* by port */
+    std::unordered_map<std::string_view, std::vector<std::string>> vlans_;    /* by member */
     std::unordered_map<std::string_view, const FailureRow *> failures_; /* the oldest of each */
     std::unordered_map<uint32_t, const HostRow *> intf_owner_, lid_owner_, pc_owner_;
     std::unordered_map<uint64_t, const PendingRow *> pending_; /* by interface and attribute */

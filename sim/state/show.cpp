@@ -61,7 +61,7 @@ std::vector<Cell> interface_row(const Index &index, const std::string &name,
         vlan = number(host->vlan);
     return {name,
             kind,
-            wanted != nullptr ? index.state(host, wanted) : std::string("not wanted"),
+            index.state(name),
             context != nullptr ? id(context->intf_id) : Cell(),
             context != nullptr ? id(context->lid_id) : Cell(),
             context != nullptr ? id(context->pc_id) : Cell(),
@@ -109,15 +109,6 @@ Listing show_interfaces(const Snapshot &snapshot, const std::string &)
 Listing show_ports(const Snapshot &snapshot, const std::string &)
 {
     const Index index(snapshot);
-    std::map<std::string, std::string, std::less<>> channel_of;
-    for (const WantedMember &member : snapshot.wanted_members) {
-        if (!member.declined)
-            channel_of.emplace(member.port, member.port_channel);
-    }
-    Grouped vlans;
-    for (const WantedVlanMember &member : snapshot.wanted_vlan_members)
-        vlans[member.member].push_back(member.vlan);
-
     Listing listing;
     listing.title = "Ports";
     listing.columns = {{"name", "Port"},         {"alias", "Alias"},
@@ -127,22 +118,14 @@ Listing show_ports(const Snapshot &snapshot, const std::string &)
                        {"vlans", "VLANs"},       {"kept_intf", "Kept SDK"},
                        {"loopback", "Loopback"}, {"failure", "Failure"}};
     const auto add = [&](const std::string &name, const WantedPort *wanted, const HostRow *host) {
-        const auto channel = channel_of.find(name);
-        const bool is_member = channel != channel_of.end();
-        const char *role = "unused";
-        if (index.wanted(name) != nullptr)
-            role = "routed";
-        else if (is_member)
-            role = "member";
-        else if (vlans.count(name) != 0)
-            role = "switched";
+        const WantedMember *member = index.membership(name);
         listing.rows.push_back(
             {name, wanted != nullptr ? text(wanted->alias) : Cell(),
-             host != nullptr ? number(host->number + 1) : Cell(), std::string(role),
+             host != nullptr ? number(host->number + 1) : Cell(), std::string(index.role(name)),
              wanted != nullptr ? Cell(wanted->admin_up) : Cell(),
              wanted != nullptr ? number(wanted->mtu) : Cell(),
              host != nullptr ? id(host->port_lid) : Cell(),
-             is_member ? Cell(channel->second) : Cell(), group(vlans, name),
+             member != nullptr ? Cell(member->port_channel) : Cell(), index.vlans(name),
              host != nullptr ? id(host->kept_intf) : Cell(), host != nullptr && host->loopback,
              text(index.failure(name).message)});
     };
@@ -182,7 +165,7 @@ Listing show_port_channels(const Snapshot &snapshot, const std::string &)
             continue;
         const HostRow *host = index.host(wanted.name);
         const ContextRow *context = host != nullptr ? index.context(host->ifindex) : nullptr;
-        listing.rows.push_back({wanted.name, number(wanted.number), index.state(host, &wanted),
+        listing.rows.push_back({wanted.name, number(wanted.number), index.state(wanted.name),
                                 context != nullptr ? id(context->pc_id) : Cell(),
                                 context != nullptr ? id(context->lid_id) : Cell(),
                                 context != nullptr ? id(context->intf_id) : Cell(),

@@ -107,7 +107,8 @@ TEST_F(Show, interfaces_tells_why_one_is_not_programmed_and_which_are_not_wanted
     EXPECT_THAT(column(interfaces, "name"), ElementsAre("Ethernet0", "PortChannel1", "PortChannel2",
                                                         "Vlan200", "Ethernet0.10"));
     EXPECT_THAT(column(interfaces, "state"),
-                ElementsAre("programmed", "layer 2", "no member", "not programmed", "not wanted"));
+                ElementsAre("programmed", "layer 2", "no member", "not programmed",
+                            "programmed, not wanted"));
     EXPECT_THAT(column(interfaces, "failure")[3], HasSubstr("libsdk_intf_create"));
 }
 
@@ -416,6 +417,7 @@ TEST_F(Explain, marks_nothing_where_the_audit_finds_nothing)
     ASSERT_EQ(words(audit(snapshot)), "");
     const Explanation explanation = explain(snapshot, "PortChannel1");
     EXPECT_THAT(differing(explanation), IsEmpty()) << to_text(explanation);
+    EXPECT_EQ(explanation.state, "no member joined (declined: Ethernet0)");
 }
 
 TEST_F(Explain, finds_nothing_wrong_with_a_routed_port_channel_that_has_no_member)
@@ -425,6 +427,27 @@ TEST_F(Explain, finds_nothing_wrong_with_a_routed_port_channel_that_has_no_membe
     const Explanation explanation = explain(capture(sw), "PortChannel1");
     EXPECT_EQ(explanation.state, "no member");
     EXPECT_THAT(differing(explanation), IsEmpty()) << to_text(explanation);
+}
+
+TEST_F(Explain, says_what_a_port_is_for_that_is_not_routed)
+{
+    inject("libsdk_portchannel_create:1");
+    sw.apply(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}, "Ethernet8": {},
+        "Ethernet12": {}, "Ethernet16": {}},
+        "PORTCHANNEL": {"PortChannel1": {}, "PortChannel2": {}, "PortChannel3": {}},
+        "PORTCHANNEL_INTERFACE": {"PortChannel1": {}, "PortChannel3": {}},
+        "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}, "PortChannel2|Ethernet4": {},
+                               "PortChannel3|Ethernet16": {}},
+        "VLAN": {"Vlan10": {}, "Vlan20": {}},
+        "VLAN_MEMBER": {"Vlan10|Ethernet8": {}, "Vlan20|Ethernet8": {}}})"));
+    const Snapshot snapshot = capture(sw);
+    EXPECT_EQ(explain(snapshot, "Ethernet0").state, "not joined to PortChannel1");
+    EXPECT_EQ(explain(snapshot, "Ethernet4").state, "member of PortChannel2, layer 2");
+    EXPECT_EQ(explain(snapshot, "Ethernet8").state, "switched in Vlan10,Vlan20");
+    EXPECT_EQ(explain(snapshot, "Ethernet12").state, "unused");
+    EXPECT_EQ(explain(snapshot, "Ethernet16").state, "member of PortChannel3");
+    EXPECT_EQ(explain(snapshot, "PortChannel1").state, "not programmed");
+    EXPECT_EQ(explain(snapshot, "PortChannel2").state, "layer 2");
 }
 
 TEST_F(Explain, refuses_a_name_that_nobody_knows)
