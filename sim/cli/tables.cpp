@@ -7,6 +7,7 @@
 
 #include "platform_api/libsdk.h"
 #include "sim/sdk/attributes.h"
+#include "sim/state/index.h"
 
 namespace kvnsim {
 namespace {
@@ -67,21 +68,6 @@ std::string short_name(const AttributeRow &attribute)
     return std::string(attribute.name).substr(std::string_view("SdkIntfAttr").size());
 }
 
-/* Interface names by SDK interface; of a port-channel's members none. */
-std::map<uint32_t, std::string> owners(const Snapshot &snapshot)
-{
-    std::map<uint32_t, uint32_t> by_ifindex;
-    for (const ContextRow &row : snapshot.contexts)
-        by_ifindex[row.ifindex] = row.intf_id;
-    std::map<uint32_t, std::string> names;
-    for (const HostRow &row : snapshot.host) {
-        const auto context = by_ifindex.find(row.ifindex);
-        if (context != by_ifindex.end())
-            names.emplace(context->second, row.name);
-    }
-    return names;
-}
-
 } // namespace
 
 Listing attribute_values(const Snapshot &snapshot)
@@ -100,12 +86,12 @@ Listing attribute_values(const Snapshot &snapshot)
         columns.push_back(&attribute);
         listing.columns.push_back({attribute.name, short_name(attribute)});
     }
-    const auto names = owners(snapshot);
+    const Index index(snapshot);
     for (const IntfRow &intf : snapshot.intfs) {
-        const auto name = names.find(intf.intf_id);
+        const HostRow *owner = index.owner_of_intf(intf.intf_id);
         auto &row = listing.rows.emplace_back();
         row.emplace_back(int64_t{intf.intf_id});
-        row.push_back(name == names.end() ? Cell() : Cell(name->second));
+        row.push_back(owner == nullptr ? Cell() : Cell(owner->name));
         const auto &values = by_interface[intf.intf_id];
         for (const AttributeRow *attribute : columns) {
             const auto value = values.find(attribute->number);
@@ -128,10 +114,7 @@ Listing shared_database(const Snapshot &snapshot)
         by_ifindex[row.ifindex].label = &row;
     for (const DbMemberIntf &row : snapshot.member_intf)
         by_ifindex[row.ifindex].member_intf = &row;
-    std::map<uint32_t, const std::string *> names;
-    for (const HostRow &row : snapshot.host)
-        names[row.ifindex] = &row.name;
-
+    const Index index(snapshot);
     Listing listing{"Shared database",
                     {{"interface", "Interface"},
                      {"ifindex", "ifindex"},
@@ -148,9 +131,9 @@ Listing shared_database(const Snapshot &snapshot)
                      {"member_intf", "kept intf"}},
                     {}};
     for (const auto &[ifindex, rows] : by_ifindex) {
-        const auto name = names.find(ifindex);
+        const HostRow *host = index.host(ifindex);
         listing.rows.push_back(
-            {name == names.end() ? Cell() : Cell(*name->second), fmt::format("{:#010x}", ifindex),
+            {host == nullptr ? Cell() : Cell(host->name), fmt::format("{:#010x}", ifindex),
              number(rows.l3lif, &DbL3lif::mtu), flag(rows.l3lif, &DbL3lif::ipv4_ucst_en),
              flag(rows.l3lif, &DbL3lif::ipv4_mcst_en), flag(rows.l3lif, &DbL3lif::ipv4_same_if),
              number(rows.l3lif, &DbL3lif::v4_vpn_id), number(rows.l3lif, &DbL3lif::v6_vpn_id),

@@ -52,6 +52,15 @@ TEST_F(Run, ShowsWhatCameOfTheConfiguration)
     EXPECT_THAT(result.out, HasSubstr("The audit found nothing"));
 }
 
+TEST_F(Run, ShowsWhoseTheSdkInterfaceIsThatIsKeptForAMembership)
+{
+    write("routed.json", one_port);
+    write("unused.json", R"({"PORT": {"Ethernet0": {}}})");
+    const Result result = kvnsim({"run", "routed.json", "unused.json"});
+    EXPECT_THAT(table(result.out, "Attributes"), Contains(Contains("Ethernet0"))) << result.out;
+    EXPECT_THAT(result.out, HasSubstr("The audit found nothing"));
+}
+
 TEST_F(Run, TheFirstExampleFitsATerminalAndShowsEveryTable)
 {
     const Result result = kvnsim({"run", example("leaf.json")});
