@@ -1,8 +1,5 @@
 #include "sim/cli/stored.h"
 
-#include <algorithm>
-#include <set>
-
 #include <fmt/format.h>
 
 #include "sim/cli/console.h"
@@ -12,6 +9,7 @@
 #include "sim/cli/verb.h"
 #include "sim/state/audit.h"
 #include "sim/state/explain.h"
+#include "sim/state/interface_names.h"
 #include "sim/state/show.h"
 
 namespace kvnsim {
@@ -22,12 +20,6 @@ std::string listed(const Listing &listing, const char *key)
     Json json;
     json.begin_object().key(key).raw(to_json(listing), rapidjson::kArrayType).end_object();
     return json.document();
-}
-
-std::string json_key(std::string name)
-{
-    std::replace(name.begin(), name.end(), '-', '_');
-    return name;
 }
 
 const ShowKind &show_kind_named(const std::string &what)
@@ -45,13 +37,7 @@ const ShowKind &show_kind_named(const std::string &what)
 
 void require_interface(const Snapshot &snapshot, const std::string &name)
 {
-    std::set<std::string, NaturalOrder> names;
-    for (const HostRow &row : snapshot.host)
-        names.insert(row.name);
-    for (const WantedPort &row : snapshot.wanted_ports)
-        names.insert(row.name);
-    for (const WantedInterface &row : snapshot.wanted_interfaces)
-        names.insert(row.name);
+    const Names names = interface_names(snapshot);
     if (names.count(name) == 0)
         throw UsageError(fmt::format("there is no interface \"{}\"{}", name,
                                      did_you_mean(name, {names.begin(), names.end()})));
@@ -69,7 +55,7 @@ void print_table(const Snapshot &snapshot, const std::string &what, const std::s
         require_interface(snapshot, interface);
     const Listing listing = kind.make(snapshot, interface);
     if (json)
-        console.out() << listed(listing, json_key(kind.name).c_str());
+        console.out() << listed(listing, kind.json_key().c_str());
     else
         console.print_titled(to_text(listing));
 }

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <set>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -10,6 +9,7 @@
 #include "sim/config/names.h"
 #include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"
+#include "sim/state/interface_names.h"
 #include "sim/state/show.h"
 #include "sim/state/snapshot.h"
 
@@ -126,26 +126,13 @@ Given understand(const Verb &verb, const Words &words)
 /* Interfaces of the database to be read, else of the configurations. */
 Words interface_names(const Given &given)
 {
-    std::set<std::string, NaturalOrder> names;
-    const auto add = [&](const auto &by_name) {
-        for (const auto &[name, row] : by_name)
-            names.insert(name);
-    };
+    Names names;
     const Words configurations = given.values_of("CONFIG");
-    for (const Configuration &configuration : read_configurations(configurations)) {
-        add(configuration.desired.ports);
-        add(configuration.desired.port_channels);
-        add(configuration.desired.sub_interfaces);
-        add(configuration.desired.svis);
-    }
+    for (const Configuration &configuration : read_configurations(configurations))
+        names.merge(interface_names(configuration.desired));
     if (const Words databases = given.values_of("--db");
-        configurations.empty() && !databases.empty()) {
-        const Snapshot snapshot = load(databases.back());
-        for (const WantedPort &port : snapshot.wanted_ports)
-            names.insert(port.name);
-        for (const WantedInterface &interface : snapshot.wanted_interfaces)
-            names.insert(interface.name);
-    }
+        configurations.empty() && !databases.empty())
+        names = interface_names(load(databases.back()));
     return {names.begin(), names.end()};
 }
 

@@ -13,6 +13,7 @@
 #include "sim/cli/tables.h"
 #include "sim/cli/verb.h"
 #include "sim/state/audit.h"
+#include "sim/state/interface_names.h"
 #include "sim/state/show.h"
 #include "sim/state/snapshot.h"
 #include "sim/switch/switch.h"
@@ -98,20 +99,13 @@ private:
         const std::string &interface = arguments_.value("--timeline");
         if (interface.empty())
             return;
-        std::vector<std::string> names;
-        const auto collect = [&](const auto &objects) {
-            for (const auto &[name, object] : objects)
-                names.push_back(name);
-        };
-        for (const Configuration &configuration : configurations_) {
-            collect(configuration.desired.ports);
-            collect(configuration.desired.port_channels);
-            collect(configuration.desired.sub_interfaces);
-            collect(configuration.desired.svis);
-        }
-        if (std::find(names.begin(), names.end(), interface) == names.end())
+        Names names;
+        for (const Configuration &configuration : configurations_)
+            names.merge(interface_names(configuration.desired));
+        if (names.count(interface) == 0)
             throw UsageError(fmt::format("--timeline: no configuration has an interface \"{}\"{}",
-                                         interface, did_you_mean(interface, names)));
+                                         interface,
+                                         did_you_mean(interface, {names.begin(), names.end()})));
     }
 
     /* ---- Work ---- */

@@ -8,6 +8,7 @@
 #include "sim/report/graph.h"
 #include "sim/report/page_text.h"
 #include "sim/state/explain.h"
+#include "sim/state/interface_names.h"
 #include "sim/state/json.h"
 
 namespace kvnsim {
@@ -156,17 +157,12 @@ private:
     /* ---- Explanations ---- */
 
     /* Every interface once, those with trouble first. */
-    std::vector<std::string_view> by_need() const
+    std::vector<std::string> by_need() const
     {
-        std::vector<std::string_view> names;
-        std::unordered_set<std::string_view> known, met;
-        for (const HostRow &row : s_.host)
-            known.insert(row.name);
-        for (const WantedInterface &row : s_.wanted_interfaces)
-            known.insert(row.name);
-        for (const WantedPort &row : s_.wanted_ports)
-            known.insert(row.name);
-        const auto take = [&](std::string_view name) {
+        const Names known = interface_names(s_);
+        std::vector<std::string> names;
+        std::unordered_set<std::string_view> met;
+        const auto take = [&](const std::string &name) {
             if (known.count(name) != 0 && met.insert(name).second)
                 names.push_back(name);
         };
@@ -176,10 +172,8 @@ private:
             take(finding.interface);
         for (const WantedInterface &row : s_.wanted_interfaces)
             take(row.name);
-        for (const WantedPort &row : s_.wanted_ports)
-            take(row.name);
-        for (const HostRow &row : s_.host)
-            take(row.name);
+        for (const std::string &name : known)
+            take(name);
         return names;
     }
 
@@ -187,11 +181,11 @@ private:
     {
         key("explained");
         writer_.StartObject();
-        std::vector<std::string_view> names = by_need();
+        std::vector<std::string> names = by_need();
         names.resize(std::min(names.size(), explained_at_most));
-        for (const std::string_view name : names) {
+        for (const std::string &name : names) {
             key(name);
-            explanation(explain(index_, findings_, std::string(name)));
+            explanation(explain(index_, findings_, name));
         }
         writer_.EndObject();
     }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <set>
-#include <stdexcept>
 
 #include <fmt/format.h>
 
@@ -35,8 +34,6 @@ public:
         : s_(index.snapshot()), index_(index), name_(interface), host_(index_.host(name_)),
           wanted_(index_.wanted(name_)), port_(index_.wanted_port(name_))
     {
-        if (host_ == nullptr && wanted_ == nullptr && port_ == nullptr)
-            throw std::invalid_argument("there is no interface " + name_);
         if (host_ == nullptr)
             return;
         context_ = index_.context(host_->ifindex);

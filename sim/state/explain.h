@@ -27,7 +27,7 @@ struct Explanation {
     std::vector<AuditFinding> findings; /* the audit's that concern this interface */
 };
 
-/* std::invalid_argument for a name that neither the configuration nor the host knows. */
+/* Of one of the interface_names(). */
 Explanation explain(const Snapshot &snapshot, const std::string &interface);
 
 /* The same for one of many interfaces: the snapshot's index and audit are made once for all. */

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <stdexcept>
 
 #include <fmt/format.h>
 #include <rapidjson/stringbuffer.h>
@@ -296,13 +295,8 @@ Listing show_attributes(const Snapshot &snapshot, const std::string &interface)
 {
     const Index index(snapshot);
     const HostRow *host = index.host(interface);
-    if (host == nullptr)
-        throw std::invalid_argument(
-            index.wanted(interface) != nullptr
-                ? interface + " is configured and not there: " + index.failure(interface).message
-                : "there is no interface " + interface);
+    const ContextRow *context = host != nullptr ? index.serving_context(*host) : nullptr;
     Listing listing;
-    const ContextRow *context = index.serving_context(*host);
     const bool known = context != nullptr && !is_none(context->intf_id);
     listing.title = known ? fmt::format("Attributes of {}: SDK interface {}", interface,
                                         index.intf_words(context->intf_id))
@@ -413,18 +407,16 @@ const ShowKind *find_show_kind(std::string_view name)
     return nullptr;
 }
 
+std::string ShowKind::json_key() const
+{
+    std::string key = name;
+    std::replace(key.begin(), key.end(), '-', '_');
+    return key;
+}
+
 Listing show(const Snapshot &snapshot, std::string_view what, const std::string &interface)
 {
-    const ShowKind *kind = find_show_kind(what);
-    if (kind == nullptr) {
-        std::string names;
-        for (const ShowKind &known : show_kinds())
-            names += fmt::format("{}{}", names.empty() ? "" : ", ", known.name);
-        throw std::invalid_argument(fmt::format("cannot show \"{}\", only {}", what, names));
-    }
-    if (kind->of_interface && interface.empty())
-        throw std::invalid_argument(fmt::format("{} of which interface?", what));
-    return kind->make(snapshot, interface);
+    return find_show_kind(what)->make(snapshot, interface);
 }
 
 Listing show(const std::vector<AuditFinding> &findings)
@@ -528,9 +520,7 @@ std::string to_json(const Snapshot &snapshot, const std::vector<AuditFinding> &f
     for (const ShowKind &kind : show_kinds()) {
         if (kind.of_interface)
             continue;
-        std::string key = kind.name;
-        std::replace(key.begin(), key.end(), '-', '_');
-        put_key(writer, key);
+        put_key(writer, kind.json_key());
         write(writer, kind.make(snapshot, {}));
     }
     put_key(writer, "failures");

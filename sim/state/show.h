@@ -33,12 +33,13 @@ struct ShowKind {
     const char *purpose; /* "port-channels with their members" */
     bool of_interface;   /* shows one interface, which must be named */
     Listing (*make)(const Snapshot &snapshot, const std::string &interface);
+    std::string json_key() const; /* its name with '_' for '-' */
 };
 /* interfaces, ports, port-channels, lids, macs, errors, summary, attributes. */
 const std::vector<ShowKind> &show_kinds();
 const ShowKind *find_show_kind(std::string_view name); /* nullptr for an unknown one */
 
-/* std::invalid_argument for an unknown kind or interface, with what there is. */
+/* The table of that name, which must be one of show_kinds(). */
 Listing show(const Snapshot &snapshot, std::string_view what, const std::string &interface = {});
 
 /* Findings as a table: kind, object, property, interface, other, words, requests. */
