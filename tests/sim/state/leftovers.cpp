@@ -199,8 +199,10 @@ void Leftovers::request_ends(const Request &request)
         const auto lid = port_lid_.find(subject_);
         if (lid != port_lid_.end() && lids_.count(lid->second) == 0)
             port_lid_.erase(lid);
-        if (request.failed_calls == 0)
+        if (request.failed_calls == 0) {
             ports_.erase(subject_);
+            front_port_.erase(subject_); /* the next port may get its number */
+        }
     }
     request_ = nullptr;
 }
