@@ -36,7 +36,7 @@ bool has_form(KeyPart part, const std::string &text)
     case KeyPart::any:
         return !text.empty();
     case KeyPart::vrid:
-        return parse_number(text, 1, 255).has_value();
+        return parse_number(text, vrid_range).has_value();
     case KeyPart::vrf:
         return is_vrf_name(text);
     default:

@@ -15,7 +15,7 @@ public:
 
     void check()
     {
-        require(desired_.ports.size() <= 255, "more than 255 ports", "");
+        require(desired_.ports.size() <= most_ports, "more ports than a switch has", "");
         require(!desired_.router_mac || !is_zero(*desired_.router_mac), "router MAC of zeros", "");
         for (const auto &[name, port] : desired_.ports) {
             require_kind(name, NameKind::port);
@@ -40,7 +40,7 @@ public:
         for (const auto &[name, svi] : desired_.svis) {
             const auto vlan = desired_.vlans.find(name);
             require(vlan != desired_.vlans.end() && vlan->second.vlan == svi.vlan &&
-                        svi.vlan >= 2 && svi.vlan <= 4094,
+                        vlan_range.has(svi.vlan),
                     "no such VLAN", name);
             require_mtu(name, svi.mtu);
             check_l3(name, svi.l3);
@@ -65,13 +65,13 @@ private:
     }
     void require_mtu(const std::string &name, uint16_t mtu)
     {
-        require(mtu >= 68 && mtu <= 9216, "MTU out of range", name);
+        require(mtu_range.has(mtu), "MTU out of range", name);
     }
 
     void check_l3(const std::string &name, const L3Settings &l3)
     {
         require(l3.vrf.empty() || desired_.vrfs.count(l3.vrf) == 1, "no such VRF", name);
-        require(l3.nat_zone <= 3, "NAT zone out of range", name);
+        require(nat_zone_range.has(l3.nat_zone), "NAT zone out of range", name);
         bool ipv4 = false, ipv6 = false;
         for (const std::string &text : l3.addresses) {
             const auto address = parse_address(text);
@@ -101,7 +101,7 @@ private:
     void check_sub_interface(const std::string &name, const DesiredSubInterface &sub)
     {
         require_kind(name, NameKind::sub_interface);
-        require(sub.vlan >= 1 && sub.vlan <= 4094, "VLAN out of range", name);
+        require(encapsulation_range.has(sub.vlan), "VLAN out of range", name);
         require(encapsulations_.emplace(sub.parent, sub.vlan).second, "VLAN twice under its parent",
                 name);
         require_mtu(name, sub.mtu);

@@ -13,15 +13,14 @@ namespace {
 struct NameForm {
     std::string_view prefix;
     NameKind kind;
-    uint32_t min, max;
+    Range numbers;
     bool leading_zeros;
 };
 constexpr NameForm name_forms[] = {
-    {"Ethernet", NameKind::port, 0, 9999, false},
-    {"PortChannel", NameKind::port_channel, 0, 9999, true},
-    {"Vlan", NameKind::vlan, 2, 4094, false},
+    {"Ethernet", NameKind::port, port_name_range, false},
+    {"PortChannel", NameKind::port_channel, {0, UINT32_MAX}, true},
+    {"Vlan", NameKind::vlan, vlan_range, false},
 };
-constexpr size_t max_name_digits = 4;
 
 struct ShortForm {
     std::string_view prefix, full;
@@ -52,11 +51,11 @@ std::optional<InterfaceName> parse_whole_interface(std::string_view text)
         if (!starts_with(text, form.prefix))
             continue;
         const std::string_view digits = text.substr(form.prefix.size());
-        if (digits.size() > max_name_digits)
+        if (form.leading_zeros && digits.size() > most_channel_digits)
             return {};
         if (!form.leading_zeros && digits.size() > 1 && digits[0] == '0')
             return {};
-        const auto number = parse_number(digits, form.min, form.max);
+        const auto number = parse_number(digits, form.numbers);
         if (!number)
             return {};
         return InterfaceName{form.kind, *number, {}, false};
@@ -70,6 +69,11 @@ bool can_be_parent(const std::optional<InterfaceName> &name)
 }
 
 } // namespace
+
+std::string to_text(const Range &range)
+{
+    return fmt::format("{}..{}", range.min, range.max);
+}
 
 std::optional<InterfaceName> parse_interface_name(std::string_view text)
 {
@@ -145,10 +149,11 @@ bool is_multicast(const Mac &mac)
 
 bool is_vrf_name(std::string_view text)
 {
-    constexpr size_t longest = 15;
+    constexpr std::string_view prefix = "Vrf";
     if (text == "default")
         return true;
-    if (!starts_with(text, "Vrf") || text.size() == 3 || text.size() > longest)
+    if (!starts_with(text, prefix) || text.size() == prefix.size() ||
+        text.size() > prefix.size() + most_vrf_characters)
         return false;
     return std::all_of(text.begin(), text.end(), [](char c) {
         return std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '_' || c == '.';

@@ -10,6 +10,23 @@
 /* The forms of what configurations are written in: names, numbers, addresses. */
 namespace kvnsim {
 
+/* What a number may be, both ends included. */
+struct Range {
+    uint32_t min, max;
+    constexpr bool has(uint32_t number) const { return number >= min && number <= max; }
+};
+std::string to_text(const Range &range); /* "68..9216" */
+
+constexpr Range mtu_range{68, 9216};
+constexpr Range vlan_range{2, 4094};
+constexpr Range encapsulation_range{1, 4094}; /* the VLAN of a sub-interface */
+constexpr Range vrid_range{1, 255};
+constexpr Range nat_zone_range{0, 3};
+constexpr Range port_name_range{0, 9999}; /* the number in a port's name */
+constexpr size_t most_channel_digits = 4;
+constexpr size_t most_vrf_characters = 12; /* behind Vrf */
+constexpr size_t most_ports = 255; /* port numbers of the front panel are 8 bits wide, from 1 */
+
 enum class NameKind : uint8_t { port, port_channel, vlan, sub_interface };
 
 struct InterfaceName {
@@ -25,13 +42,17 @@ std::optional<InterfaceName> parse_interface_name(std::string_view text);
 
 /* Decimal digits only. */
 std::optional<uint32_t> parse_number(std::string_view text, uint32_t min, uint32_t max);
+inline std::optional<uint32_t> parse_number(std::string_view text, const Range &range)
+{
+    return parse_number(text, range.min, range.max);
+}
 
 /* 00:11:22:aa:BB:cc */
 std::optional<Mac> parse_mac(std::string_view text);
 bool is_zero(const Mac &mac);
 bool is_multicast(const Mac &mac);
 
-/* "default" or "Vrf" and 1 to 12 letters, digits, '-', '_' or '.'. */
+/* "default" or "Vrf" and letters, digits, '-', '_' or '.'. */
 bool is_vrf_name(std::string_view text);
 
 struct Address {

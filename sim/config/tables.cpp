@@ -10,10 +10,6 @@ namespace kvnsim {
 
 namespace {
 
-constexpr uint32_t min_mtu = 68, max_mtu = 9216;
-constexpr size_t max_ports = 255; /* port numbers of the front panel are 8 bits wide, from 1 */
-constexpr uint32_t min_encapsulation = 1, max_encapsulation = 4094;
-
 using Severity = Finding::Severity;
 
 /* The object that a row refers to; if it is missing, says so and gives nullptr. */
@@ -374,14 +370,14 @@ void read_sub_interface(Draft &draft, const Row &row)
         if (!row.is_address_row && row.given("vlan")) {
             vlan = row.number("vlan");
         } else if (name.short_form) {
-            draft.error(row.place, fmt::format("vlan is missing: expected {}..{}, for the short "
-                                               "name {} does not say it",
-                                               min_encapsulation, max_encapsulation, row.name()));
+            draft.error(row.place, fmt::format("vlan is missing: expected {}, for the short name "
+                                               "{} does not say it",
+                                               to_text(encapsulation_range), row.name()));
             return nullptr;
-        } else if (vlan > max_encapsulation) {
-            draft.error(row.place, fmt::format("VLAN {} after the dot: expected {}..{}, or the "
-                                               "field vlan",
-                                               vlan, min_encapsulation, max_encapsulation));
+        } else if (!encapsulation_range.has(vlan)) {
+            draft.error(row.place,
+                        fmt::format("VLAN {} after the dot: expected {}, or the field vlan", vlan,
+                                    to_text(encapsulation_range)));
             return nullptr;
         }
         if (const auto there = draft.encapsulations.find({name.parent, vlan});
@@ -458,7 +454,7 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
 
 void read_virtual_router(Draft &draft, const Row &row, uint8_t family)
 {
-    const uint32_t vrid = *parse_number(row.parts[1], 1, 255);
+    const uint32_t vrid = *parse_number(row.parts[1], vrid_range);
     for (const char *field : {"vrid", "vid"}) {
         if (row.given(field) && row.number(field) != vrid) {
             draft.error(row.place_of(field), fmt::format("{} is {}: expected {}, as the key says",
@@ -483,11 +479,16 @@ void read_vrrp6(Draft &draft, const Row &row)
 
 /* ---- The tables ---- */
 
+TableField number(const char *name, const Range &range, const char *fallback, const char *meaning)
+{
+    return {name, FieldType::number, range.min, range.max, fallback, meaning};
+}
+
 std::vector<TableField> with_l3_fields(std::vector<TableField> more)
 {
     std::vector<TableField> fields = {
         {"vrf_name", FieldType::vrf, 0, 0, "default", "the VRF that the interface routes in"},
-        {"nat_zone", FieldType::number, 0, 3, "0", "the zone for address translation"},
+        number("nat_zone", nat_zone_range, "0", "the zone for address translation"),
         {"ipv6_use_link_local_only", FieldType::boolean, 0, 0, "disable",
          "IPv6 on without an IPv6 address"},
     };
@@ -497,11 +498,10 @@ std::vector<TableField> with_l3_fields(std::vector<TableField> more)
 
 std::vector<Table> make_tables()
 {
-    const TableField mtu = {
-        "mtu", FieldType::number, min_mtu, max_mtu, "9100", "the largest packet, in bytes"};
+    const TableField mtu = number("mtu", mtu_range, "9100", "the largest packet, in bytes");
     const std::vector<TableField> vrrp_fields = {
-        {"vrid", FieldType::number, 1, 255, nullptr, "the same as in the key"},
-        {"vid", FieldType::number, 1, 255, nullptr, "another spelling of vrid"},
+        number("vrid", vrid_range, nullptr, "the same as in the key"),
+        number("vid", vrid_range, nullptr, "another spelling of vrid"),
     };
     return {
         {"DEVICE_METADATA",
@@ -518,7 +518,7 @@ std::vector<Table> make_tables()
          {mtu,
           {"admin_status", FieldType::up_down, 0, 0, "down", "whether the port is to be used"},
           {"alias", FieldType::text, 0, 255, "", "a second name, shown only"}},
-         "a front-panel port; at most 255",
+         fmt::format("a front-panel port; at most {}", most_ports),
          read_port},
         {"PORTCHANNEL",
          {KeyPart::port_channel},
@@ -537,7 +537,7 @@ std::vector<Table> make_tables()
         {"VLAN",
          {KeyPart::vlan},
          false,
-         {{"vlanid", FieldType::number, 2, 4094, nullptr, "the same as in the name"}, mtu},
+         {number("vlanid", vlan_range, nullptr, "the same as in the name"), mtu},
          "a VLAN; the MTU is that of its interface",
          read_vlan},
         {"VLAN_MEMBER",
@@ -562,11 +562,11 @@ std::vector<Table> make_tables()
         {"VLAN_SUB_INTERFACE",
          {KeyPart::sub_interface},
          true,
-         with_l3_fields({{"vlan", FieldType::number, min_encapsulation, max_encapsulation, nullptr,
-                          "the VLAN on the wire; without it the number after the dot, which a "
-                          "short name does not have"},
-                         {"mtu", FieldType::number, min_mtu, max_mtu, nullptr,
-                          "the largest packet, in bytes; the parent's, and never more"}}),
+         with_l3_fields({number("vlan", encapsulation_range, nullptr,
+                                "the VLAN on the wire; without it the number after the dot, which "
+                                "a short name does not have"),
+                         number("mtu", mtu_range, nullptr,
+                                "the largest packet, in bytes; the parent's, and never more")}),
          "a sub-interface; its parent becomes routed if no row made it so",
          read_sub_interface},
         {"SAG",
@@ -619,7 +619,7 @@ std::string expected(const TableField &field)
 {
     switch (field.type) {
     case FieldType::number:
-        return fmt::format("a number {}..{}", field.min, field.max);
+        return "a number " + to_text(Range{field.min, field.max});
     case FieldType::text:
         return fmt::format("at most {} characters, none of them a control character", field.max);
     case FieldType::boolean:
@@ -633,7 +633,7 @@ std::string expected(const TableField &field)
     case FieldType::elsewhere:
         break;
     }
-    return "nothing: it comes from " + std::string(field.meaning);
+    return "not read";
 }
 
 std::string expected(KeyPart part)
@@ -642,11 +642,11 @@ std::string expected(KeyPart part)
     case KeyPart::any:
         break;
     case KeyPart::port:
-        return "EthernetN, N 0..9999 without leading zeros";
+        return fmt::format("EthernetN, N {} without leading zeros", to_text(port_name_range));
     case KeyPart::port_channel:
-        return "PortChannelN, N of 1 to 4 digits";
+        return fmt::format("PortChannelN, N of 1 to {} digits", most_channel_digits);
     case KeyPart::vlan:
-        return "VlanN, N 2..4094 without leading zeros";
+        return fmt::format("VlanN, N {} without leading zeros", to_text(vlan_range));
     case KeyPart::sub_interface:
         return "EthernetN.VLAN, PortChannelN.VLAN, EthN.ID or PoN.ID";
     case KeyPart::port_or_channel:
@@ -654,9 +654,10 @@ std::string expected(KeyPart part)
     case KeyPart::interface:
         return "an interface: EthernetN, PortChannelN, VlanN or a sub-interface";
     case KeyPart::vrid:
-        return "a number 1..255";
+        return "a number " + to_text(vrid_range);
     case KeyPart::vrf:
-        return "default, or Vrf and 1 to 12 letters, digits, '-', '_' or '.'";
+        return fmt::format("default, or Vrf and 1 to {} letters, digits, '-', '_' or '.'",
+                           most_vrf_characters);
     }
     return "a name";
 }
@@ -728,7 +729,7 @@ std::optional<FieldValue> parse_field(const TableField &field, const std::string
     case FieldType::elsewhere:
         break;
     }
-    return value;
+    return {};
 }
 
 const FieldValue &Row::value(const char *field) const
@@ -778,13 +779,13 @@ const Place *Draft::left_out(const std::string &table, const std::string &name) 
 
 void Draft::add_port(const std::string &name, DesiredPort port)
 {
-    if (desired.ports.size() < max_ports) {
+    if (desired.ports.size() < most_ports) {
         desired.ports.emplace(name, std::move(port));
         return;
     }
     if (!ports_full_)
         error(port.place, fmt::format("more than {} ports: {} and those after it are left out",
-                                      max_ports, name));
+                                      most_ports, name));
     ports_full_ = true;
     leave_out("PORT", name, port.place);
 }

@@ -61,7 +61,7 @@ struct Table {
     std::vector<KeyPart> key;
     bool has_address_rows;          /* the key, then '|' and an IP address, in rows of their own */
     std::vector<TableField> fields; /* of the rows that are no address rows; others are not read */
-    const char *meaning;
+    std::string meaning;
     /* Called for each row whose key and fields are sound; address rows after all others. */
     void (*read)(Draft &draft, const Row &row);
 };
@@ -82,7 +82,8 @@ struct FieldValue {
     Mac mac{};
     Position at; /* of what the row says */
 };
-/* The value of a field that says text; empty when it is not what is expected. */
+/* The value of a field that says text; empty when it is not what is expected, and of a field that
+ * is not read. */
 std::optional<FieldValue> parse_field(const TableField &field, const std::string &text);
 
 /* A row with its key taken apart and its fields checked. The fields asked for must be the

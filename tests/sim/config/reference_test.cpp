@@ -50,11 +50,9 @@ std::string render(const Table &table)
         return text + "No field is read.\n\n";
     text += "| Field | Expected | Default | Meaning |\n|---|---|---|---|\n";
     for (const TableField &field : table.fields)
-        text += fmt::format(
-            "| `{}` | {} | {} | {} |\n", field.name,
-            field.type == FieldType::elsewhere ? "not read" : expected(field), fallback(field),
-            field.type == FieldType::elsewhere ? "comes from " + std::string(field.meaning)
-                                               : field.meaning);
+        text +=
+            fmt::format("| `{}` | {} | {} | {}{} |\n", field.name, expected(field), fallback(field),
+                        field.type == FieldType::elsewhere ? "comes from " : "", field.meaning);
     return text + "\n";
 }
 
