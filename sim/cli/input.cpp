@@ -13,6 +13,7 @@
 #include "sim/cli/console.h"
 #include "sim/cli/interrupt.h"
 #include "sim/cli/verb.h"
+#include "sim/config/names.h"
 
 namespace kvnsim {
 namespace {
@@ -120,7 +121,8 @@ std::string ignored_tables(const Configuration &configuration)
 {
     std::string text;
     for (const auto &[table, rows] : configuration.ignored)
-        text += fmt::format("{}{} ({})", text.empty() ? "" : ", ", table, counted(rows, "row"));
+        text += fmt::format("{}{} ({})", text.empty() ? "" : ", ", printable(table),
+                            counted(rows, "row"));
     return text;
 }
 

@@ -95,7 +95,8 @@ std::string to_text(const Mac &mac)
 
 std::string Place::to_text() const
 {
-    const std::string position = fmt::format("{}:{}:{}", file, line, column);
+    const std::string position =
+        fmt::format("{}:{}:{}", printable(file, file.size()), line, column);
     return table.empty() ? position : position + ": " + printable(row());
 }
 

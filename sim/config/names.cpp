@@ -205,20 +205,24 @@ std::string spelling(std::string_view text)
     return lower_case(trimmed(text));
 }
 
-std::string printable(std::string_view text)
+std::string printable(std::string_view text, size_t most_characters)
 {
-    constexpr size_t longest = 80; /* characters */
+    const auto byte = [&](size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;
+    };
     std::string shown;
     size_t characters = 0;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        const bool continues = (byte & 0xc0) == 0x80;
-        if (!continues && characters++ == longest)
+    for (size_t i = 0; i < text.size(); ++i) {
+        const bool continues = (byte(i) & 0xc0) == 0x80;
+        if (!continues && characters++ == most_characters)
             return shown + "...";
-        if (byte < 0x20 || byte == 0x7f)
-            shown += fmt::format("\\x{:02x}", byte);
+        /* U+0080 to U+009F are control characters, too. */
+        if (byte(i) == 0xc2 && byte(i + 1) >= 0x80 && byte(i + 1) < 0xa0)
+            shown += fmt::format("\\x{:02x}", byte(++i));
+        else if (byte(i) < 0x20 || byte(i) == 0x7f)
+            shown += fmt::format("\\x{:02x}", byte(i));
         else
-            shown += c;
+            shown += text[i];
     }
     return shown;
 }

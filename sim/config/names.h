@@ -70,8 +70,10 @@ std::string_view trimmed(std::string_view text);
 /* The same in lower case: what a misspelt name may have meant. */
 std::string spelling(std::string_view text);
 
-/* The text on one line and no longer than a message bears: control characters as \x0a. */
-std::string printable(std::string_view text);
+/* The text on one line and no longer than a message bears: control characters, which a terminal
+ * would obey, as \x0a. */
+constexpr size_t most_printed = 80;
+std::string printable(std::string_view text, size_t most_characters = most_printed);
 /* The same in double quotes. */
 std::string quoted(std::string_view text);
 

@@ -3,6 +3,7 @@
 using testing::AllOf;
 using testing::Contains;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 class Check : public Kvnsim {};
@@ -69,6 +70,21 @@ TEST_F(Check, JsonSaysWellOfASoundConfiguration)
     const rapidjson::Document document = kvnsim({"check", "--json", example("leaf.json")}).json();
     EXPECT_TRUE(document["ok"].GetBool());
     EXPECT_EQ(2, document["configurations"][0]["ignored"]["LOOPBACK_INTERFACE"].GetInt());
+}
+
+TEST_F(Check, ControlCharactersOfAFileDoNotReachTheTerminal)
+{
+    write("x.json", "{\"X\\u001b[31mY\": {\"a\": {}}, \"\\u009b31m\": {}, \"" +
+                        std::string(200, 'Z') + "\": {}, \"PORT\": {\"\\u009bE\": {}}}");
+    const Result checked = kvnsim({"check", "x.json"});
+    const Result run = kvnsim({"run", "x.json", "--keep-going"});
+    for (const std::string &text : {checked.out, checked.err, run.out, run.err}) {
+        EXPECT_THAT(text, Not(HasSubstr("\x1b")));
+        EXPECT_THAT(text, Not(HasSubstr("\xc2\x9b")));
+    }
+    for (const std::string &text : {checked.out, run.out})
+        EXPECT_THAT(text, HasSubstr("not applied: X\\x1b[31mY (1 row), " + std::string(80, 'Z') +
+                                    "... (0 rows), \\x9b31m (0 rows)"));
 }
 
 TEST_F(Check, ReadsStandardInput)
