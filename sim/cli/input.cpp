@@ -109,10 +109,8 @@ std::string finding_counts(const Configuration &configuration)
     std::string text;
     for (const auto severity :
          {Finding::Severity::error, Finding::Severity::warning, Finding::Severity::note}) {
-        static constexpr const char *names[] = {"note", "warning", "error"};
-        const auto index = static_cast<size_t>(severity);
-        if (counts[index] != 0)
-            text += (text.empty() ? "" : ", ") + counted(counts[index], names[index]);
+        if (const uint64_t count = counts[static_cast<size_t>(severity)])
+            text += (text.empty() ? "" : ", ") + counted(count, to_text(severity));
     }
     return text.empty() ? "nothing found" : text;
 }

@@ -4,10 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include "sim/config/desired.h"
+#include "sim/state/json.h"
 
 namespace kvnsim {
 
@@ -48,7 +46,7 @@ private:
     Json &did(bool) { return *this; }
 
     rapidjson::StringBuffer buffer_;
-    rapidjson::Writer<rapidjson::StringBuffer> writer_;
+    JsonWriter writer_;
 };
 
 } // namespace kvnsim

@@ -65,19 +65,6 @@ int compare_naturally(std::string_view a, std::string_view b)
     return static_cast<int>(!a.empty()) - static_cast<int>(!b.empty());
 }
 
-const char *word(Finding::Severity severity)
-{
-    switch (severity) {
-    case Finding::Severity::note:
-        return "note: ";
-    case Finding::Severity::warning:
-        return "warning: ";
-    case Finding::Severity::error:
-        break;
-    }
-    return "";
-}
-
 } // namespace
 
 bool NaturalOrder::operator()(const std::string &a, const std::string &b) const
@@ -100,9 +87,25 @@ std::string Place::to_text() const
     return table.empty() ? position : position + ": " + printable(row());
 }
 
+const char *to_text(Finding::Severity severity)
+{
+    switch (severity) {
+    case Finding::Severity::note:
+        return "note";
+    case Finding::Severity::warning:
+        return "warning";
+    case Finding::Severity::error:
+        break;
+    }
+    return "error";
+}
+
 std::string Finding::to_text() const
 {
-    std::string text = place.to_text() + ": " + word(severity) + message;
+    std::string text = place.to_text() + ": ";
+    if (severity != Severity::error)
+        text += kvnsim::to_text(severity) + std::string(": ");
+    text += message;
     if (other)
         text += fmt::format(" (see {})", other->to_text());
     return text;

@@ -114,6 +114,8 @@ struct Finding {
     std::string to_text() const;
 };
 
+const char *to_text(Finding::Severity severity); /* "note", "warning", "error" */
+
 /* A configuration as read: what it wants, what is to be said about it, what was left out. */
 struct Configuration {
     std::string file;

@@ -12,14 +12,9 @@ namespace kvnsim {
 
 using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
 
-inline void put(JsonWriter &writer, std::string_view text)
-{
-    writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-}
-inline void put_key(JsonWriter &writer, std::string_view key)
-{
-    writer.Key(key.data(), static_cast<rapidjson::SizeType>(key.size()));
-}
+/* Text that is no UTF-8, as a file's name may be, has its stray bytes replaced. */
+void put(JsonWriter &writer, std::string_view text);
+void put_key(JsonWriter &writer, std::string_view key);
 void write(JsonWriter &writer, const Cell &cell);
 void write(JsonWriter &writer, const Listing &listing);
 

@@ -220,6 +220,17 @@ TEST_F(Run, JsonIsOneDocumentWithAllOfIt)
     EXPECT_FALSE(document["interrupted"].GetBool());
 }
 
+TEST_F(Run, AFileNameThatIsNoTextStillMakesJson)
+{
+    write("bad\xff.json", one_port);
+    const Result result = kvnsim({"run", "bad\xff.json", "--json", "--db", "x.db"});
+    EXPECT_EQ(well, result.status);
+    const rapidjson::Document document = result.json();
+    EXPECT_EQ("bad\xEF\xBF\xBD.json", std::string(document["switch"]["files"][0].GetString()));
+    EXPECT_EQ(std::string::npos, result.out.find('\xff'));
+    EXPECT_EQ(std::string::npos, kvnsim({"report", "--db", "x.db", "-o", "-"}).out.find('\xff'));
+}
+
 TEST_F(Run, JsonOfAConfigurationWithErrorsHoldsTheFindingsAndNoSwitch)
 {
     const Result result = kvnsim({"run", example("broken.json"), "--json"});
