@@ -1,8 +1,6 @@
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <limits>
 #include <memory>
 #include <sys/stat.h>
@@ -11,6 +9,7 @@
 #include <fmt/format.h>
 #include <sqlite3.h>
 
+#include "sim/state/file_in_making.h"
 #include "sim/state/rows.h"
 #include "sim/state/snapshot.h"
 
@@ -304,52 +303,19 @@ bool is_absent_or_empty(const std::string &path)
     return S_ISREG(info.st_mode) && info.st_size == 0;
 }
 
-/* A new file beside the final one; gone again unless it was put in place. */
-class FileInMaking {
-public:
-    explicit FileInMaking(const std::string &path) : final_(path)
-    {
-        /* What a link names is replaced, not the link. */
-        if (char *target = ::realpath(path.c_str(), nullptr)) {
-            final_ = target;
-            std::free(target);
-        }
-        std::string name = final_ + ".XXXXXX";
-        const int file = ::mkstemp(name.data());
-        if (file < 0)
-            fail(path, std::string("cannot be written: ") + std::strerror(errno));
-        path_ = name;
-        const mode_t mask = ::umask(0);
-        ::umask(mask);
-        ::fchmod(file, 0666 & ~mask);
-        ::close(file);
-    }
-    ~FileInMaking()
-    {
-        if (!path_.empty())
-            ::unlink(path_.c_str());
-    }
-    FileInMaking(const FileInMaking &) = delete;
-    FileInMaking &operator=(const FileInMaking &) = delete;
-
-    const std::string &path() const { return path_; }
-    void put_in_place()
-    {
-        const int file = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
-        const bool kept = file >= 0 && ::fsync(file) == 0;
-        const int reason = errno;
-        if (file >= 0)
-            ::close(file);
-        if (!kept)
-            fail(final_, std::string("cannot be written: ") + std::strerror(reason));
-        if (::rename(path_.c_str(), final_.c_str()) != 0)
-            fail(final_, std::string("cannot be replaced: ") + std::strerror(errno));
-        path_.clear();
-    }
-
-private:
-    std::string final_, path_;
-};
+/* Name is how the file is called in messages. */
+void write(const Snapshot &snapshot, const std::string &path, const std::string &name)
+{
+    Database db(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, name);
+    /* Nobody sees the file before it is whole, so that SQLite need not guard it. */
+    db.run("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; PRAGMA locking_mode = EXCLUSIVE");
+    db.run(fmt::format("PRAGMA application_id = {}; PRAGMA user_version = {}", application_id,
+                       format_version));
+    db.run("BEGIN");
+    put_rows(db, std::vector<MetaRow>{snapshot.meta});
+    Snapshot::tables([&](auto rows) { put_rows(db, snapshot.*rows); });
+    db.run("COMMIT");
+}
 
 } // namespace
 
@@ -370,20 +336,13 @@ void check_can_save(const std::string &path)
 void save(const Snapshot &snapshot, const std::string &path)
 {
     check_can_save(path);
-    FileInMaking file(path);
-    {
-        Database db(file.path(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, path);
-        /* Nobody sees the file before it is whole, so that SQLite need not guard it. */
-        db.run("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; PRAGMA locking_mode = "
-               "EXCLUSIVE");
-        db.run(fmt::format("PRAGMA application_id = {}; PRAGMA user_version = {}", application_id,
-                           format_version));
-        db.run("BEGIN");
-        put_rows(db, std::vector<MetaRow>{snapshot.meta});
-        Snapshot::tables([&](auto rows) { put_rows(db, snapshot.*rows); });
-        db.run("COMMIT");
+    try {
+        FileInMaking file(path);
+        write(snapshot, file.path(), path);
+        file.put_in_place();
+    } catch (const FileError &error) {
+        throw SnapshotError(error.what());
     }
-    file.put_in_place();
 }
 
 Snapshot load(const std::string &path)
