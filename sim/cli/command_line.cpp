@@ -118,6 +118,21 @@ std::vector<std::string> unknown_words(const CLI::App &app)
                          : fmt::format("\"{}\" is one word too many", word));
 }
 
+/* What the parser would take for an answer: --dry-run=false. */
+void refuse_values_of_flags(const Verb &verb, const std::vector<std::string> &words)
+{
+    for (const std::string &word : words) {
+        if (word == "--")
+            return;
+        const size_t equals = word.find('=');
+        for (const Option &option : verb.options) {
+            if (equals != word.npos && option.takes == Takes::nothing &&
+                word.compare(0, equals, option.name) == 0)
+                throw UsageError(fmt::format("{} takes no value", option.name));
+        }
+    }
+}
+
 /* An option without its value, or given twice; the text begins with its name. */
 [[noreturn]] void refuse_mismatch(const Verb &verb, std::string_view text)
 {
@@ -152,6 +167,7 @@ double Arguments::probability(const char *name, double otherwise) const
 
 Arguments parse(const Verb &verb, const std::vector<std::string> &words)
 {
+    refuse_values_of_flags(verb, words);
     Arguments arguments;
     CLI::App app;
     app.set_help_flag();

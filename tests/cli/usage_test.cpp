@@ -82,6 +82,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"run", "one.json", "--quite"}, "unknown option --quite (did you mean --quiet?)"},
         Wrong{{"run", "one.json", "--db"}, "--db needs a value: FILE"},
         Wrong{{"run", "one.json", "--db", "a.db", "--db", "b.db"}, "--db is given more than once"},
+        Wrong{{"run", "one.json", "--dry-run=false"}, "--dry-run takes no value"},
+        Wrong{{"run", "one.json", "--json=3"}, "--json takes no value"},
         Wrong{{"run", "-", "-"}, "standard input can be read only once"},
         Wrong{{"run", "one.json", "--trace", "loud"}, "expected debug or error, not \"loud\""},
         Wrong{{"run", "one.json", "--seed", "7"}, "--seed is for --fail-rate"},
