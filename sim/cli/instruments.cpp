@@ -13,6 +13,7 @@
 #include "sim/config/names.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/sdk/asic.h"
+#include "sim/sdk/sdk_status.h"
 
 namespace kvnsim {
 namespace {
@@ -179,6 +180,23 @@ void Instruments::warn_of_unused_faults() const
 {
     for (const std::string &fault : Journal::instance().faults.unused())
         console_.warning(fmt::format("kvnsim: --fail {} never struck", fault));
+}
+
+std::vector<std::string> fault_words(const std::string &begun)
+{
+    std::vector<std::string> words;
+    const size_t equals = begun.find('=');
+    if (equals != begun.npos) {
+        for (const SdkStatusRow &row : sdk_statuses()) {
+            if (row.status != SDK_E_NONE)
+                words.push_back(begun.substr(0, equals + 1) + row.name);
+        }
+    }
+    for (const ImportedCall *call : ImportedCall::all()) {
+        if (call->can_fail())
+            words.emplace_back(call->name());
+    }
+    return words;
 }
 
 void set_limit(const std::string &text)

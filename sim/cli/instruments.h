@@ -60,6 +60,10 @@ private:
     std::string timeline_interface_;
 };
 
+/* What may stand behind --fail, given how it begins: the calls that can fail and, behind an =, the
+ * statuses. */
+std::vector<std::string> fault_words(const std::string &begun);
+
 /* Set the capacity of an ASIC table: "intf=4096". UsageError says what is wrong, without the name
  * of the option. */
 void set_limit(const std::string &text);

@@ -9,7 +9,6 @@
 #include "sim/cli/near.h"
 #include "sim/sdk/asic.h"
 #include "sim/sdk/attributes.h"
-#include "sim/sdk/sdk_status.h"
 #include "sim/state/show.h"
 
 namespace kvnsim {
@@ -73,23 +72,6 @@ std::vector<std::string> entry_names()
     return names;
 }
 
-std::vector<std::string> fault_words(const std::string &begun)
-{
-    std::vector<std::string> words = {"off"};
-    const size_t equals = begun.find('=');
-    if (equals != begun.npos) {
-        for (const SdkStatusRow &row : sdk_statuses()) {
-            if (row.status != SDK_E_NONE)
-                words.push_back(begun.substr(0, equals + 1) + row.name);
-        }
-    }
-    for (const ImportedCall *call : ImportedCall::all()) {
-        if (call->can_fail())
-            words.emplace_back(call->name());
-    }
-    return words;
-}
-
 std::vector<std::string> property_names()
 {
     std::vector<std::string> names;
@@ -140,6 +122,13 @@ std::vector<std::string> argument_words(const EntryPoint *entry, size_t position
     return {};
 }
 
+/* A table that is shown as a whole. */
+bool is_without_interface(const ShellWords &words)
+{
+    const ShowKind *kind = words[0] == "show" ? find_show_kind(words[1]) : nullptr;
+    return kind != nullptr && !kind->of_interface;
+}
+
 /* What an operand may be, in the order in which it is listed. */
 std::vector<std::string> candidates(const Operand &operand, const ShellWords &words,
                                     size_t position)
@@ -153,7 +142,7 @@ std::vector<std::string> candidates(const Operand &operand, const ShellWords &wo
     case WordKind::file:
         return paths(words.back());
     case WordKind::interface:
-        return interface_names();
+        return is_without_interface(words) ? found : interface_names();
     case WordKind::property:
         return property_names();
     case WordKind::attribute:
@@ -165,7 +154,9 @@ std::vector<std::string> candidates(const Operand &operand, const ShellWords &wo
     case WordKind::argument:
         return argument_words(EntryPoint::find(words[1]), position - 1);
     case WordKind::fault:
-        return fault_words(words.back());
+        found = fault_words(words.back());
+        found.emplace_back("off");
+        break;
     case WordKind::limit:
         for (const TableUse &table : Asic::instance().tables())
             found.push_back(fmt::format("{}=", table.name));

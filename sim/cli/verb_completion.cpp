@@ -5,9 +5,9 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
+#include "sim/cli/instruments.h"
 #include "sim/cli/verb.h"
 #include "sim/config/names.h"
-#include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"
 #include "sim/state/interface_names.h"
 #include "sim/state/show.h"
@@ -22,9 +22,21 @@ using Words = std::vector<std::string>;
 constexpr const char *bash_script = R"script(# Completion of kvnsim in bash.
 _kvnsim()
 {
-    local current=${COMP_WORDS[COMP_CWORD]}
+    # bash takes = and : for words, and completes what is behind the last one.
+    local word current before
+    local -a words=()
+    for word in "${COMP_WORDS[@]:1:COMP_CWORD}"; do
+        if [[ ${#words[@]} -gt 0 && ( $word == [=:]* || ( -n $word && ${words[-1]} == *[=:] ) ) ]]; then
+            words[-1]+=$word
+        else
+            words+=("$word")
+        fi
+    done
+    current=${words[-1]}
+    before=${current%"${COMP_WORDS[COMP_CWORD]#[=:]}"}
     mapfile -t COMPREPLY < <("${COMP_WORDS[0]}" completion words ${current:+"--current=$current"} \
-        -- "${COMP_WORDS[@]:1:COMP_CWORD-1}" 2>/dev/null)
+        -- "${words[@]:0:${#words[@]}-1}" 2>/dev/null)
+    COMPREPLY=("${COMPREPLY[@]#"$before"}")
     if [[ ${COMPREPLY[0]-} == *= ]]; then compopt -o nospace; fi
 }
 complete -o default -F _kvnsim kvnsim
@@ -60,6 +72,7 @@ struct Given {
     std::vector<std::pair<const Option *, std::string>> values; /* "" of a flag */
     const Option *expects = nullptr; /* the last option, when its value comes next */
     size_t operands = 0;
+    std::string current; /* how the word to complete begins */
 
     bool has(const Option &option) const
     {
@@ -99,6 +112,22 @@ const Option *operand_at(const Verb &verb, size_t position)
             return &option;
     }
     return nullptr;
+}
+
+/* --db=leaf.db is --db leaf.db. */
+Words with_values_apart(const Verb &verb, const Words &words)
+{
+    Words apart;
+    for (const std::string &word : words) {
+        const size_t equals = word.find('=');
+        if (equals != word.npos && option_named(verb, word.substr(0, equals)) != nullptr) {
+            apart.push_back(word.substr(0, equals));
+            apart.push_back(word.substr(equals + 1));
+        } else {
+            apart.push_back(word);
+        }
+    }
+    return apart;
 }
 
 Given understand(const Verb &verb, const Words &words)
@@ -144,14 +173,9 @@ Words show_names(const Given &)
     return names;
 }
 
-Words calls_that_can_fail(const Given &)
+Words faults(const Given &given)
 {
-    Words names;
-    for (const ImportedCall *call : ImportedCall::all()) {
-        if (call->can_fail())
-            names.emplace_back(call->name());
-    }
-    return names;
+    return fault_words(given.current);
 }
 
 Words table_names(const Given &)
@@ -176,7 +200,7 @@ constexpr Candidates all_candidates[] = {
          return Words{"bash", "words", "zsh"};
      }},
     {"", "IF", interface_names},
-    {"", "CALL[:N][=STATUS]", calls_that_can_fail},
+    {"", "CALL[:N][=STATUS]", faults},
     {"", "TABLE=N", table_names},
 };
 
@@ -206,23 +230,38 @@ Words option_names(const Given &given)
 
 Words verb_names()
 {
-    Words names{"help"};
+    Words names;
     for (const Verb *verb : verbs())
         names.emplace_back(verb->name);
     return names;
 }
 
-/* All that may follow; nothing where a file is to be named. */
-Words what_may_follow(const Words &words, bool begins_like_an_option)
+/* The operand that comes next; nullptr when there is none, as for a table shown as a whole. */
+const Option *next_operand(const Given &given)
 {
-    if (words.empty())
-        return begins_like_an_option ? Words{"--help", "--version"} : verb_names();
+    const Option *operand = operand_at(*given.verb, given.operands);
+    const Words tables = given.values_of("WHAT");
+    const ShowKind *kind = tables.empty() ? nullptr : find_show_kind(tables.front());
+    return kind != nullptr && !kind->of_interface ? nullptr : operand;
+}
+
+/* All that may follow; nothing where a file is to be named. */
+Words what_may_follow(const Words &words, const std::string &current)
+{
+    const bool begins_like_an_option = current[0] == '-';
+    if (words.empty()) {
+        Words names = begins_like_an_option ? Words{"--help", "--version"} : verb_names();
+        if (!begins_like_an_option)
+            names.emplace_back("help");
+        return names;
+    }
     if (words[0] == "help")
         return words.size() == 1 ? verb_names() : Words{};
     const Verb *verb = find_verb(words[0]);
     if (verb == nullptr)
         return {};
-    const Given given = understand(*verb, {words.begin() + 1, words.end()});
+    Given given = understand(*verb, with_values_apart(*verb, {words.begin() + 1, words.end()}));
+    given.current = current;
     if (given.expects != nullptr && given.expects->takes != Takes::interface)
         return values_for(*given.expects, given);
     if (begins_like_an_option)
@@ -230,7 +269,7 @@ Words what_may_follow(const Words &words, bool begins_like_an_option)
     Words names;
     if (given.expects != nullptr)
         names = values_for(*given.expects, given);
-    const Option *operand = operand_at(*verb, given.operands);
+    const Option *operand = next_operand(given);
     if (operand == nullptr)
         return names.empty() ? option_names(given) : names;
     const Words values = values_for(*operand, given);
@@ -238,16 +277,33 @@ Words what_may_follow(const Words &words, bool begins_like_an_option)
     return names;
 }
 
+/* The words that the one being typed may become: of --trace=d those behind the =. */
+Words completions(Words words, std::string current)
+{
+    std::string before;
+    const Verb *verb = words.empty() ? nullptr : find_verb(words[0]);
+    const size_t equals = current.find('=');
+    if (verb != nullptr && equals != current.npos &&
+        option_named(*verb, current.substr(0, equals)) != nullptr) {
+        words.push_back(current.substr(0, equals));
+        before = current.substr(0, equals + 1);
+        current.erase(0, equals + 1);
+    }
+    Words found;
+    for (const std::string &name : what_may_follow(words, current)) {
+        if (name.compare(0, current.size(), current) == 0)
+            found.push_back(before + name);
+    }
+    return found;
+}
+
 int complete(const Arguments &arguments, Console &console)
 {
     const std::string &what = arguments.value("WHAT");
     if (what == "words") {
-        const std::string &current = arguments.value("--current");
-        Words names = what_may_follow(arguments.values("WORD"), current[0] == '-');
-        for (const std::string &name : names) {
-            if (name.compare(0, current.size(), current) == 0)
-                console.out() << name << "\n";
-        }
+        for (const std::string &word :
+             completions(arguments.values("WORD"), arguments.value("--current")))
+            console.out() << word << "\n";
         return exit_well;
     }
     if (arguments.has("WORD") || arguments.has("--current"))

@@ -19,7 +19,7 @@ compopt() { :; }
 completes() {
     local line=$1
     shift
-    read -ra COMP_WORDS <<<"$line"
+    read -ra COMP_WORDS <<<"$(sed 's/[=:]/ & /g' <<<"$line")" # as bash does
     [[ $line == *' ' ]] && COMP_WORDS+=("")
     COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
     COMPREPLY=()
@@ -35,6 +35,7 @@ completes "kvnsim ex" explain
 completes "kvnsim au" audit
 completes "kvnsim nothing-" # no such verb
 completes "kvnsim help rep" replay report
+completes "kvnsim help he" # helps with nothing
 completes "kvnsim --v" --version
 completes "kvnsim run examples/lea" # a file: left to bash
 completes "kvnsim run examples/leaf.json --dr" --dry-run
@@ -43,12 +44,21 @@ completes "kvnsim run examples/leaf.json --fail x --fai" --fail --fail-rate
 completes "kvnsim run examples/leaf.json --trace " debug error
 completes "kvnsim run examples/leaf.json --fail libsdk_lid" \
     libsdk_lid_entry_create libsdk_lid_entry_destroy libsdk_lid_entry_path_add
+completes "kvnsim run examples/leaf.json --fail libsdk_intf_create=SDK_E_F" SDK_E_FULL
+completes "kvnsim run examples/leaf.json --fail libsdk_intf_create:2=SDK_E_N" SDK_E_NOT_FOUND
+completes "kvnsim run examples/leaf.json --fail libsdk_intf_create:2=" SDK_E_INTERNAL SDK_E_PARAM \
+    SDK_E_NOT_FOUND SDK_E_EXISTS SDK_E_FULL SDK_E_BUSY SDK_E_UNAVAIL SDK_E_TIMEOUT
+completes "kvnsim run examples/leaf.json --fail=libsdk_intf_create=SDK_E_F" SDK_E_FULL
+completes "kvnsim run examples/leaf.json --trace=d" debug
+completes "kvnsim run examples/leaf.json --trace=debug --dr" --dry-run
 completes "kvnsim run examples/leaf.json --limit i" intf=
 completes "kvnsim run examples/leaf.json --timeline PortChannel" \
     PortChannel0001 PortChannel0001.300 PortChannel0002 PortChannel0010
 completes "kvnsim run examples/leaf.json --db " # a file
 completes "kvnsim show po" ports port-channels
 completes "kvnsim show --db leaf.db attributes Vlan" Vlan100 Vlan200 Vlan300
+completes "kvnsim show interfaces --db leaf.db " --json --help # takes no interface
+completes "kvnsim explain --db=leaf.db Vlan10" Vlan100
 completes "kvnsim explain --db leaf.db Po" Po0002.20 PortChannel0001 PortChannel0001.300 \
     PortChannel0002 PortChannel0010
 completes "kvnsim explain --db none.db Po" # no such database
