@@ -178,16 +178,51 @@ bool is_many(const Operand &operand)
 
 /* ---- Help ---- */
 
+std::string values(const AttributeRow &attribute)
+{
+    return fmt::format("{}, {}", attribute.description, attribute.rule->words);
+}
+
+std::string values(const PropertyRow &property)
+{
+    const AttributeRow *attribute = find_attribute(property.attribute);
+    if (attribute == nullptr)
+        return "programs nothing";
+    return values(*attribute) + (property.inverted ? "; 1 writes 0, and 0 writes 1" : "");
+}
+
+/* The words that are the library's or the SDK's own, and what they mean. */
+std::vector<std::pair<std::string, std::string>> meanings(WordKind kind)
+{
+    std::vector<std::pair<std::string, std::string>> lines;
+    if (kind == WordKind::entry) {
+        for (const EntryPoint *entry : EntryPoint::all())
+            lines.emplace_back(call_usage(*entry).substr(5), entry->purpose());
+    } else if (kind == WordKind::property) {
+        for (const PropertyRow &property : properties())
+            lines.emplace_back(property.name, values(property));
+    } else if (kind == WordKind::attribute) {
+        for (const AttributeRow &attribute : attributes())
+            lines.emplace_back(attribute.name, values(attribute));
+    }
+    return lines;
+}
+
 void print_command(const Command &command, std::ostream &out)
 {
     out << fmt::format("{}\n\n{}{}.\n", usage(command),
                        static_cast<char>(std::toupper(command.purpose[0])), command.purpose + 1);
     if (*command.more != '\0')
         out << "\n" << command.more;
-    if (std::string_view(command.name) == "call") {
-        out << "\n";
-        for (const EntryPoint *entry : EntryPoint::all())
-            out << fmt::format("  {:<48} {}\n", call_usage(*entry).substr(5), entry->purpose());
+    for (const Operand &operand : command.operands) {
+        const auto lines = meanings(operand.kind);
+        if (!lines.empty())
+            out << "\n" << operand.name << ":\n";
+        size_t width = 0;
+        for (const auto &[word, meaning] : lines)
+            width = std::max(width, word.size());
+        for (const auto &[word, meaning] : lines)
+            out << fmt::format("  {:<{}}  {}\n", word, width, meaning);
     }
 }
 

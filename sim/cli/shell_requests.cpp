@@ -185,6 +185,10 @@ int worst(int a, int b)
 HostInterface *make_interface(Session &session, const std::string &name,
                               const InterfaceName &parsed, uint32_t vlan)
 {
+    const bool has_vlan = parsed.kind == NameKind::vlan || parsed.kind == NameKind::sub_interface;
+    if (has_vlan && !encapsulation_range.has(vlan))
+        throw UsageError(fmt::format("{}: expected a VLAN {}, not {}", name,
+                                     to_text(encapsulation_range), vlan));
     Host &host = Host::instance();
     HostInterface *made = nullptr;
     switch (parsed.kind) {
@@ -207,7 +211,8 @@ HostInterface *make_interface(Session &session, const std::string &name,
     }
     if (made == nullptr) {
         session.error(
-            fmt::format("the host cannot have {}: its number is taken or no port is left", name));
+            fmt::format("the host cannot have {}: {}", name,
+                        parsed.kind == NameKind::port ? "no port is left" : "its number is taken"));
         return nullptr;
     }
     made->ip.mtu = usual_mtu;

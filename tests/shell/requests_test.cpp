@@ -189,6 +189,16 @@ TEST_F(Requests, InterfacesOfEveryKindComeAndGo)
         EXPECT_THAT(out, HasSubstr(programmed));
 }
 
+TEST_F(Requests, InterfaceThatCannotBeIsRefusedWithTheReason)
+{
+    EXPECT_EQ("-:1: Vlan40: expected a VLAN 1..4094, not 99999\n",
+              shell({"create Vlan40 99999"}).err);
+    EXPECT_EQ("-:1: Ethernet0.7: expected a VLAN 1..4094, not 0\n",
+              shell({"create Ethernet0.7 0"}, {example("routed_ports.json")}).err);
+    EXPECT_THAT(shell({"create PortChannel1", "create PortChannel01"}).err,
+                HasSubstr("the host cannot have PortChannel01: its number is taken\n"));
+}
+
 TEST_F(Requests, DeletedInterfacesAreGoneForTheAudit)
 {
     const Result audited =

@@ -276,6 +276,18 @@ TEST_F(Script, OutputsThatCannotBeWrittenAreToldAtOnce)
 
 /* ---- Help ---- */
 
+TEST_F(Script, HelpNamesWhatSetAndPokeTake)
+{
+    EXPECT_THAT(
+        shell({"help set"}).out,
+        AllOf(HasSubstr("\nPROPERTY:\n"), HasSubstr("\n  mtu "),
+              HasSubstr("  MTU in bytes, 68 to 9216\n"),
+              HasSubstr("  IPv4 same-interface check, 0 or 1; 1 writes 0, and 0 writes 1\n")));
+    EXPECT_THAT(shell({"help poke"}).out,
+                AllOf(HasSubstr("\nATTRIBUTE:\n"), HasSubstr("\n  SdkIntfAttrMtuIdx "),
+                      HasSubstr("  MTU in bytes, 68 to 9216\n")));
+}
+
 TEST_F(Script, HelpNamesEveryCommandAndTellsMoreOfEach)
 {
     const Result all = shell({"help"});
