@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 #include <fmt/format.h>
@@ -39,6 +40,8 @@ int replay_recording(const Arguments &arguments, Console &console)
 {
     const std::string &path = arguments.value("RECORDING");
     std::ifstream file(path);
+    if (std::error_code none; std::filesystem::is_directory(path, none))
+        throw InputError(fmt::format("{}: cannot be read: {}", path, std::strerror(EISDIR)));
     if (!file)
         throw InputError(fmt::format("{}: cannot be read: {}", path, std::strerror(errno)));
     const Replay result = replay(file, path);

@@ -159,6 +159,7 @@ TEST_F(Traces, WhatIsNoRecordingIsRefusedWithItsPlace)
 {
     EXPECT_THAT(kvnsim({"replay", "nowhere.jsonl"}).err,
                 HasSubstr("nowhere.jsonl: cannot be read: No such file or directory"));
+    EXPECT_THAT(kvnsim({"replay", "/"}).err, HasSubstr("/: cannot be read: Is a directory"));
     write("empty.jsonl", "");
     for (const char *file : {"nowhere.jsonl", "one.json", "empty.jsonl", "/"}) {
         const Result result = kvnsim({"replay", file});
