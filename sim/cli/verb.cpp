@@ -91,12 +91,13 @@ const std::vector<ExitMeaning> &exit_meanings()
 {
     static const std::vector<ExitMeaning> meanings{
         {exit_well, "all well"},
-        {exit_found, "an audit, replay or diff found something"},
-        {exit_usage, "wrong usage"},
-        {exit_input, "bad input"},
+        {exit_found, "an audit, replay, diff or stress found something"},
+        {exit_usage, "the command line is wrong"},
+        {exit_input, "a file cannot be read or written, or what it says is wrong"},
         {exit_request, "a request failed"},
-        {exit_signal + SIGINT, "interrupted"},
+        {exit_signal + SIGINT, "interrupted by Ctrl-C"},
         {exit_signal + SIGPIPE, "standard output was closed before its end"},
+        {exit_signal + SIGTERM, "interrupted by SIGTERM"},
     };
     return meanings;
 }

@@ -16,7 +16,7 @@ class Console;
 /* What the process says at its end. */
 enum ExitStatus : int {
     exit_well = 0,
-    exit_found = 1,   /* an audit, replay or comparison found something */
+    exit_found = 1,   /* an audit, replay, diff or stress found something */
     exit_usage = 2,   /* the command line is wrong */
     exit_input = 3,   /* a file cannot be read or written, or what it says is wrong */
     exit_request = 4, /* a request failed */

@@ -73,7 +73,12 @@ std::string manual()
     text += section("EXIT STATUS");
     for (const ExitMeaning &exit : exit_meanings())
         text += tagged(fmt::to_string(exit.status), sentence(exit.meaning));
-    text += section("ENVIRONMENT") + tagged("NO_COLOR", "No colour, on a terminal neither.");
+    text += section("ENVIRONMENT");
+    text += tagged("NO_COLOR", "With any value, no colour on a terminal either.");
+    text += tagged("TERM", "No colour when it is dumb.");
+    text += tagged("XDG_STATE_HOME", "Where the shell keeps its history, in kvnsim/history.");
+    text += tagged("HOME", "Without XDG_STATE_HOME the history is below it, in "
+                           ".local/state/kvnsim/history.");
     return text;
 }
 
