@@ -158,7 +158,7 @@ private:
             for (const Request &request : outcome.step_requests[i])
                 out << fmt::format("      {}({})\n", request.entry, request.arguments);
         }
-        out << "  " << summary(outcome) << "\n";
+        out << "  " << (dry_ ? "tried: " : "") << summary(outcome) << "\n";
     }
 
     /* ---- After ---- */
@@ -171,7 +171,8 @@ private:
             if (json_)
                 print_json(nullptr, {});
             else if (!quiet_)
-                console_.out() << "Nothing was applied.\n";
+                console_.out() << "Nothing was applied: this was a trial, on a switch that is "
+                                  "thrown away.\n";
         } else {
             const Snapshot snapshot = capture(switch_, applied_files());
             files_written_ = instruments_.close(snapshot);
@@ -352,7 +353,9 @@ std::vector<Option> options()
         {"CONFIG", "", "config_db.json files; - is standard input", Takes::text, Times::some},
         {"--timeline", "IF", "each request with its calls, of all interfaces or of one",
          Takes::interface},
-        {"--dry-run", "", "show the plan and its requests; nothing is applied", Takes::nothing}};
+        {"--dry-run", "",
+         "try the plan on a switch that is thrown away, and show its requests; no file is written",
+         Takes::nothing}};
     for (const Option &option : instrument_options())
         all.push_back(option);
     all.push_back(json_option);

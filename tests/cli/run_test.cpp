@@ -180,7 +180,8 @@ TEST_F(Run, DryRunShowsThePlanAndItsRequestsAndKeepsNothing)
                       HasSubstr("\n  route port Ethernet0: MTU 9100, IPv4\n"
                                 "      l3lifpd_kvn_add_l3port(l3lif=Ethernet0 "
                                 "create=1)\n"),
-                      HasSubstr("Nothing was applied.\n"), Not(HasSubstr("Interfaces"))));
+                      HasSubstr("\n  tried: 2 requests, "), HasSubstr("\nNothing was applied: "),
+                      Not(HasSubstr("Interfaces"))));
     EXPECT_THAT(files(), ElementsAre("one.json"));
 }
 
