@@ -100,8 +100,17 @@ int print_differences(const std::vector<Difference> &differences, bool json, Con
     if (json) {
         Json document;
         document.begin_object().field("equal", differences.empty()).key("differences");
-        document.raw(to_json(show(differences)), rapidjson::kArrayType).end_object();
-        console.out() << document.document();
+        document.begin_array();
+        for (const Difference &difference : differences) {
+            document.begin_object();
+            document.field("table", difference.table).field("object", difference.object);
+            for (const auto &[key, text] : {std::pair("column", &difference.column),
+                                            {"a", &difference.a},
+                                            {"b", &difference.b}})
+                text->empty() ? document.key(key).null() : document.field(key, *text);
+            document.end_object();
+        }
+        console.out() << document.end_array().end_object().document();
     } else if (differences.empty()) {
         console.out() << "No difference in ASIC and shared state.\n";
     } else {
