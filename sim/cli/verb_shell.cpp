@@ -49,7 +49,7 @@ public:
         instruments_.open();
         if (arguments_.has("CONFIG"))
             did(execute(session_, {"apply", arguments_.value("CONFIG")}));
-        if (status_ == exit_input)
+        if (status_ == exit_input && !session_.keep_going)
             return finish();
         if (interactive_)
             talk();
@@ -88,8 +88,9 @@ private:
             const auto line = read_line(stdin);
             if (!line)
                 break;
-            did(follow(*line));
-            if (status_ != exit_well && arguments_.has("--stop"))
+            const int status = follow(*line);
+            did(status);
+            if (status != exit_well && arguments_.has("--stop"))
                 break;
         }
         if (std::ferror(stdin) != 0 && interrupt_signal() == 0)

@@ -112,8 +112,10 @@ TEST_F(Script, ConfigurationWithErrorsEndsIt)
     EXPECT_EQ(bad_input, result.status);
     EXPECT_THAT(result.out, Not(HasSubstr("Summary")));
     EXPECT_THAT(result.err, HasSubstr("nothing was applied"));
-    const Result sound = shell({"show summary"}, {example("broken.json"), "--keep-going"});
+    const Result sound =
+        shell({"mark", "show summary"}, {example("broken.json"), "--keep-going", "--stop"});
     EXPECT_EQ(bad_input, sound.status);
+    EXPECT_THAT(sound.out, HasSubstr("Summary"));
 }
 
 TEST_F(Script, FileThatSaysNothingLeavesTheSwitchAsItIs)
