@@ -124,6 +124,14 @@ TEST_F(Stored, DiffNamesWhatAChangeDid)
     const Result json = kvnsim({"diff", "before.db", "after.db", "--json"});
     EXPECT_EQ(found, json.status);
     EXPECT_FALSE(json.json()["equal"].GetBool());
+    EXPECT_EQ("9100", std::string(json.json()["differences"][0]["a"].GetString()));
+
+    write("nothing.json", "{}");
+    ASSERT_EQ(well, kvnsim({"run", "nothing.json", "--quiet", "--db", "nothing.db"}).status);
+    const rapidjson::Document gone = kvnsim({"diff", "before.db", "nothing.db", "--json"}).json();
+    EXPECT_TRUE(gone["differences"][0]["a"].IsString());
+    EXPECT_TRUE(gone["differences"][0]["b"].IsNull());
+    EXPECT_TRUE(gone["differences"][0]["column"].IsNull());
 }
 
 /* ---- Databases that are none ---- */
