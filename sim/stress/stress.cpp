@@ -325,6 +325,9 @@ private:
             all.push_back(change_of(random.desired(), object, describe(random.desired(), object)));
         for (size_t i = power_on; i < operations.size(); ++i) {
             std::string words = random.change(operations[i].change_seed);
+            const std::string is = describe(random.desired(), random.changed());
+            if (is != words)
+                words += " [" + is + "]";
             all.push_back(change_of(random.desired(), random.changed(), std::move(words)));
             all.back().at_power_on = false;
             all.back().number = operations[i].number;
