@@ -49,7 +49,10 @@ struct Session {
     std::optional<Snapshot> mark;   /* what diff compares with */
     std::string place;              /* of the line under way, before its messages: "-:12: " */
     bool ended = false;
+    std::vector<Finding> findings = {}; /* of the configuration applied last */
+    bool interrupted = false;           /* it was not applied to its end */
 
+    Snapshot now() const { return capture(power, files, findings, interrupted); }
     void error(const std::string &message) const;
 };
 

@@ -24,11 +24,6 @@ bool take_json(ShellWords &words)
     return json;
 }
 
-Snapshot now(const Session &session)
-{
-    return capture(session.power, session.files);
-}
-
 /* ---- Configurations ---- */
 
 Configuration read(Session &session, const std::string &file)
@@ -66,6 +61,8 @@ int apply(Session &session, const ShellWords &words)
         session.console.out() << "  not applied: " << ignored << "\n";
     if (session.files.empty() || session.files.back() != words[0])
         session.files.push_back(words[0]);
+    session.findings = configuration.findings;
+    session.interrupted = outcome.applied.interrupted;
     if (!outcome.applied.failures.empty())
         return exit_request;
     return configuration.has_errors() ? exit_input : exit_well;
@@ -101,7 +98,7 @@ int check(Session &session, const ShellWords &words)
 
 int save_database(Session &session, const ShellWords &words)
 {
-    save(now(session), words[0]);
+    save(session.now(), words[0]);
     return exit_well;
 }
 
@@ -113,7 +110,7 @@ int show_table(Session &session, const ShellWords &given)
     const bool json = take_json(words);
     if (words.empty())
         throw UsageError("expected show TABLE [IF] [--json]");
-    print_table(now(session), words[0], words.size() > 1 ? words[1] : "", json, session.console);
+    print_table(session.now(), words[0], words.size() > 1 ? words[1] : "", json, session.console);
     return exit_well;
 }
 
@@ -123,7 +120,7 @@ int explain_interface(Session &session, const ShellWords &given)
     const bool json = take_json(words);
     if (words.size() != 1)
         throw UsageError("expected explain IF [--json]");
-    print_explanation(now(session), words[0], json, session.console);
+    print_explanation(session.now(), words[0], json, session.console);
     return exit_well;
 }
 
@@ -133,12 +130,12 @@ int audit_switch(Session &session, const ShellWords &given)
     const bool json = take_json(words);
     if (!words.empty())
         throw UsageError("expected audit [--json]");
-    return print_audit(now(session), json, session.console);
+    return print_audit(session.now(), json, session.console);
 }
 
 int mark(Session &session, const ShellWords &)
 {
-    session.mark = now(session);
+    session.mark = session.now();
     return exit_well;
 }
 
@@ -151,7 +148,7 @@ int compare(Session &session, const ShellWords &given)
     if (words.empty() && !session.mark)
         throw UsageError("nothing is marked: `mark` remembers the switch as it is");
     const Snapshot before = words.empty() ? *session.mark : load(words[0]);
-    return print_differences(diff(before, now(session)), json, session.console);
+    return print_differences(diff(before, session.now()), json, session.console);
 }
 
 int timeline(Session &session, const ShellWords &words)
@@ -163,7 +160,7 @@ int timeline(Session &session, const ShellWords &words)
     if (words[0] != "on")
         throw UsageError("expected timeline on [IF], or timeline off");
     if (words.size() > 1)
-        require_interface(now(session), words[1]);
+        require_interface(session.now(), words[1]);
     session.instruments.start_timeline(words.size() > 1 ? words[1] : "");
     return exit_well;
 }

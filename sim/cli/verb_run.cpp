@@ -174,7 +174,11 @@ private:
                 console_.out() << "Nothing was applied: this was a trial, on a switch that is "
                                   "thrown away.\n";
         } else {
-            const Snapshot snapshot = capture(switch_, applied_files());
+            const Snapshot snapshot =
+                outcomes_.empty()
+                    ? capture(switch_)
+                    : capture(switch_, applied_files(), outcomes_.back().configuration->findings,
+                              outcomes_.back().applied.interrupted);
             files_written_ = instruments_.close(snapshot);
             const std::vector<AuditFinding> findings = audit(snapshot);
             found = !findings.empty();

@@ -129,8 +129,8 @@ private:
 
     int finish()
     {
-        const bool written = instruments_.close(
-            arguments_.has("--db") ? capture(switch_, session_.files) : Snapshot());
+        const bool written =
+            instruments_.close(arguments_.has("--db") ? session_.now() : Snapshot());
         instruments_.warn_of_unused_faults();
         if (interrupt_signal() != 0)
             return exit_signal + interrupt_signal();

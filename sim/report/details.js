@@ -78,6 +78,8 @@ function drawDetails(name) {
     for (const finding of findingsOf.get(name) ?? [])
         parts.push(notice("bad", `${finding.kind}:`, finding.words));
 
+    for (const said of explained?.configuration ?? [])
+        parts.push(notice("", "Configuration:", said));
     if (explained?.configured_at)
         parts.push(make("p", { className: "hint" }, `Configured at ${explained.configured_at}`));
     const facts = rowFacts(tables.get("interfaces"), row);

@@ -202,6 +202,11 @@ private:
             key(name);
             put(writer_, text);
         }
+        key("configuration");
+        writer_.StartArray();
+        for (const ReaderRow &row : told.reader)
+            put(writer_, row.place.to_text() + ": " + row.message);
+        writer_.EndArray();
         key("properties"); /* name, configured, library, asic, database, call, expected, differs */
         writer_.StartArray();
         for (const ExplainedProperty &p : told.properties) {

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "platform_api/libsdk.h"
+#include "sim/config/names.h"
 #include "sim/sdk/asic.h"
 #include "sim/state/index.h"
 #include "sim/state/json.h"
@@ -50,11 +51,12 @@ public:
         }
         identity();
         const std::string &kind = told_.kind;
-        if (kind == "port")
+        const bool is_known = host_ != nullptr || wanted_ != nullptr || port_ != nullptr;
+        if (kind == "port" && is_known)
             port();
-        if (kind == "port-channel")
+        if (kind == "port-channel" && is_known)
             port_channel();
-        if (kind == "sub-interface" || kind == "SVI")
+        if ((kind == "sub-interface" || kind == "SVI") && is_known)
             vlan();
         if (host_ != nullptr && (wanted_ != nullptr || context_ != nullptr))
             settings();
@@ -104,6 +106,10 @@ private:
         }
         if (host_ != nullptr)
             told_.kind = host_->kind;
+        if (told_.kind.empty())
+            outside();
+        for (const ReaderRow *row : index_.reader(name_))
+            told_.reader.push_back(*row);
         told_.state = index_.state(name_);
         const bool must = must_exist();
         const bool recorded = context_ != nullptr && !is_none(context_->intf_id);
@@ -117,6 +123,28 @@ private:
         if (found("publication"))
             add("publication", "", "", "", published_ != nullptr ? "published" : "none",
                 published_ != nullptr ? &published_->made : nullptr);
+    }
+
+    /* A VLAN that is not routed, or what the configuration's reader left out. */
+    void outside()
+    {
+        const WantedVlan *vlan = index_.wanted_vlan(name_);
+        if (vlan == nullptr) {
+            static constexpr const char *kinds[] = {"port", "port-channel", "VLAN",
+                                                    "sub-interface"};
+            if (const auto parsed = parse_interface_name(name_))
+                told_.kind = kinds[static_cast<size_t>(parsed->kind)];
+            return;
+        }
+        told_.kind = "VLAN";
+        told_.configured_at = vlan->place.to_text();
+        std::set<std::string, NaturalOrder> members;
+        for (const WantedVlanMember &member : s_.wanted_vlan_members) {
+            if (member.vlan == name_)
+                members.insert(member.member);
+        }
+        add("VLAN", fmt::to_string(vlan->vlan), "", "", "");
+        add("switched members", joined(members), "", "", "");
     }
 
     bool must_exist() const { return wanted_ != nullptr && index_.must_exist(*wanted_); }
@@ -466,11 +494,14 @@ std::string to_text(const Explanation &explanation)
     }
     listing.columns.erase(listing.columns.begin() + 6);
     listing.columns[5].title.clear();
-    std::string text = to_text(listing);
+    std::string text = listing.rows.empty() ? listing.title + '\n' : to_text(listing);
     if (!explanation.configured_at.empty())
         text += "configured at " + explanation.configured_at + '\n';
     if (!explanation.failure.empty())
         text += "failed: " + explanation.failure + '\n';
+    for (const ReaderRow &row : explanation.reader)
+        text += fmt::format("configuration: {}: {}: {}\n", row.severity, row.place.to_text(),
+                            row.message);
     for (const AuditFinding &finding : explanation.findings)
         text += fmt::format("audit: {}: {}\n", to_text(finding.kind), finding.words);
     return text;
@@ -493,6 +524,8 @@ std::string to_json(const Explanation &explanation)
     }
     put_key(writer, "properties");
     write(writer, properties_of(explanation));
+    put_key(writer, "configuration");
+    write(writer, show(explanation.reader));
     put_key(writer, "audit");
     write(writer, show(explanation.findings));
     writer.EndObject();

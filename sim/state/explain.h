@@ -23,6 +23,7 @@ struct Explanation {
     std::string state;         /* as Index::state: "programmed", "layer 2", "not programmed" ... */
     std::string configured_at; /* "leaf.json:12:5: INTERFACE|Ethernet0", empty when not wanted */
     std::string failure;       /* the last failed step, empty without one */
+    std::vector<ReaderRow> reader; /* what the configuration's reader said of its rows */
     std::vector<ExplainedProperty> properties;
     std::vector<AuditFinding> findings; /* the audit's that concern this interface */
 };

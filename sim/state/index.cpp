@@ -5,6 +5,7 @@
 #include "platform_api/libsdk.h"
 #include "sim/sdk/asic.h"
 #include "sim/sdk/attributes.h"
+#include "sim/state/interface_names.h"
 
 namespace kvnsim {
 namespace {
@@ -90,6 +91,12 @@ Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
         wanted_.emplace(row.name, &row);
     for (const WantedPort &row : snapshot.wanted_ports)
         wanted_ports_.emplace(row.name, &row);
+    for (const WantedVlan &row : snapshot.wanted_vlans)
+        wanted_vlans_.emplace(row.name, &row);
+    for (const ReaderRow &row : snapshot.reader) {
+        for (const std::string_view name : interfaces_of(row.place))
+            reader_[name].push_back(&row);
+    }
     for (const WantedMember &row : snapshot.wanted_members) {
         if (!row.declined)
             membership_.emplace(row.port, &row);
@@ -130,6 +137,16 @@ const WantedInterface *Index::wanted(std::string_view name) const
 const WantedPort *Index::wanted_port(std::string_view name) const
 {
     return found_in(wanted_ports_, name);
+}
+const WantedVlan *Index::wanted_vlan(std::string_view name) const
+{
+    return found_in(wanted_vlans_, name);
+}
+const std::vector<const ReaderRow *> &Index::reader(std::string_view name) const
+{
+    static const std::vector<const ReaderRow *> none;
+    const auto at = reader_.find(name);
+    return at != reader_.end() ? at->second : none;
 }
 const HostRow *Index::owner_of_intf(uint32_t intf_id) const
 {
@@ -194,8 +211,12 @@ std::string Index::state(std::string_view name) const
     const WantedInterface *interface = wanted(name);
     if (programmed(row))
         return interface != nullptr ? "programmed" : "programmed, not wanted";
-    if (interface == nullptr && wanted_port(name) == nullptr)
-        return "not wanted";
+    if (interface == nullptr && wanted_port(name) == nullptr) {
+        if (wanted_vlan(name) != nullptr)
+            return "layer 2: no row in VLAN_INTERFACE";
+        return row == nullptr && !reader(name).empty() ? "left out of the configuration"
+                                                       : "not wanted";
+    }
     if (row != nullptr && row->channel)
         return "member of " + this->name(*row->channel);
     return interface != nullptr ? state_of_missing(*interface) : state_of_port(name);
@@ -206,15 +227,23 @@ std::string Index::state_of_missing(const WantedInterface &interface) const
     if (!interface.routed)
         return "layer 2";
     if (must_exist(interface))
-        return "not programmed";
+        return not_reached(interface.name) ? "not reached, the run was interrupted"
+                                           : "not programmed";
     const auto declined = declined_.find(interface.name);
     return declined == declined_.end()
                ? "no member"
                : fmt::format("no member joined (declined: {})", fmt::join(declined->second, ","));
 }
 
+bool Index::not_reached(std::string_view name) const
+{
+    return snapshot_.meta.interrupted && failure(name).message.empty();
+}
+
 std::string Index::state_of_port(std::string_view port) const
 {
+    if (host(port) == nullptr)
+        return not_reached(port) ? "not reached, the run was interrupted" : "not known to the host";
     if (const WantedMember *member = membership(port)) {
         const WantedInterface *channel = wanted(member->port_channel);
         return fmt::format(channel != nullptr && !channel->routed ? "member of {}, layer 2"

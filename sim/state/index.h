@@ -76,6 +76,9 @@ public:
     /* What is wanted of it; nullptr when it is not. */
     const WantedInterface *wanted(std::string_view name) const;
     const WantedPort *wanted_port(std::string_view name) const;
+    const WantedVlan *wanted_vlan(std::string_view name) const;
+    /* What the reader of the configuration said of the rows that name it. */
+    const std::vector<const ReaderRow *> &reader(std::string_view name) const;
     /* Wanted, routed, and, for a port-channel, with a member that joins: it must be in the ASIC. */
     bool must_exist(const WantedInterface &wanted) const;
     /* What a port is configured for: "routed", "member", "switched", "unused". */
@@ -84,7 +87,7 @@ public:
     const WantedMember *membership(std::string_view port) const;
     /* What an interface is: "programmed", or what it is instead, "layer 2", "member of
      * PortChannel1", "switched in Vlan100", "unused"; or what is wrong: "no member", "not
-     * programmed", "programmed, not wanted". */
+     * programmed", "programmed, not wanted", "left out of the configuration". */
     std::string state(std::string_view name) const;
     /* The VLANs that a port or port-channel is configured to be in. */
     const std::vector<std::string> &vlans(std::string_view member) const;
@@ -133,11 +136,14 @@ public:
 private:
     std::string state_of_missing(const WantedInterface &interface) const;
     std::string state_of_port(std::string_view port) const;
+    bool not_reached(std::string_view name) const;
 
     const Snapshot &snapshot_;
     std::unordered_map<std::string_view, const HostRow *> host_by_name_;
     std::unordered_map<std::string_view, const WantedInterface *> wanted_;
     std::unordered_map<std::string_view, const WantedPort *> wanted_ports_;
+    std::unordered_map<std::string_view, const WantedVlan *> wanted_vlans_;
+    std::unordered_map<std::string_view, std::vector<const ReaderRow *>> reader_;
     std::unordered_map<std::string_view, uint32_t> joining_members_;          /* by port-channel */
     std::unordered_map<std::string_view, std::vector<std::string>> declined_; /* the others */
     std::unordered_map<std::string_view, const WantedMember *> membership_;   /* by port */

@@ -1,5 +1,9 @@
 #include "sim/state/interface_names.h"
 
+#include <algorithm>
+
+#include "sim/config/names.h"
+
 namespace kvnsim {
 
 Names interface_names(const Snapshot &snapshot)
@@ -11,6 +15,27 @@ Names interface_names(const Snapshot &snapshot)
         names.insert(row.name);
     for (const WantedInterface &row : snapshot.wanted_interfaces)
         names.insert(row.name);
+    for (const WantedVlan &row : snapshot.wanted_vlans)
+        names.insert(row.name);
+    for (const ReaderRow &row : snapshot.reader) {
+        for (const std::string_view name : interfaces_of(row.place)) {
+            if (row.severity != "note")
+                names.emplace(name);
+        }
+    }
+    return names;
+}
+
+std::vector<std::string_view> interfaces_of(const Place &row)
+{
+    std::vector<std::string_view> names;
+    std::string_view rest = row.key;
+    while (!rest.empty()) {
+        const size_t bar = std::min(rest.find('|'), rest.size());
+        if (parse_interface_name(rest.substr(0, bar)))
+            names.push_back(rest.substr(0, bar));
+        rest.remove_prefix(std::min(bar + 1, rest.size()));
+    }
     return names;
 }
 

@@ -2,6 +2,8 @@
 
 #include <set>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "sim/state/snapshot.h"
 
@@ -10,9 +12,13 @@ namespace kvnsim {
 
 using Names = std::set<std::string, NaturalOrder>;
 
-/* Every interface and port that is wanted or that the host knows. */
+/* Every interface, port and VLAN that is wanted or that the host knows, and those of rows that were
+ * left out of the configuration. */
 Names interface_names(const Snapshot &snapshot);
 /* Those of a configuration. */
 Names interface_names(const Desired &desired);
+
+/* Those that the key of a row names: of PORTCHANNEL_MEMBER|PortChannel1|Ethernet0 both. */
+std::vector<std::string_view> interfaces_of(const Place &row);
 
 } // namespace kvnsim

@@ -435,6 +435,20 @@ Listing show(const std::vector<AuditFinding> &findings)
     return listing;
 }
 
+Listing show(const std::vector<ReaderRow> &rows)
+{
+    Listing listing;
+    listing.title = "Findings of the configuration";
+    listing.columns = {{"severity", "Severity"}, {"file", "File"},   {"line", "Line"},
+                       {"column", "Column"},     {"table", "Table"}, {"key", "Key"},
+                       {"message", "Finding"}};
+    for (const ReaderRow &row : rows)
+        listing.rows.push_back({row.severity, row.place.file, number(row.place.line),
+                                number(row.place.column), text(row.place.table),
+                                text(row.place.key), row.message});
+    return listing;
+}
+
 Listing show_waiting(const Snapshot &snapshot)
 {
     const Index index(snapshot);

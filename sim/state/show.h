@@ -44,6 +44,8 @@ Listing show(const Snapshot &snapshot, std::string_view what, const std::string 
 
 /* Findings as a table: kind, object, property, interface, other, words, requests. */
 Listing show(const std::vector<AuditFinding> &findings);
+/* What the reader of a configuration said: severity, the five parts of the place, message. */
+Listing show(const std::vector<ReaderRow> &rows);
 /* Attribute writes that wait for the flush; by itself none of them is a finding. */
 Listing show_waiting(const Snapshot &snapshot);
 

@@ -318,12 +318,18 @@ bool operator==(const Snapshot &a, const Snapshot &b)
     return equal;
 }
 
-Snapshot capture(const Switch &of, const std::vector<std::string> &files)
+Snapshot capture(const Switch &of, const std::vector<std::string> &files,
+                 const std::vector<Finding> &findings, bool interrupted)
 {
     Snapshot snapshot;
     snapshot.meta.word_size = 8 * sizeof(void *);
     for (const std::string &file : files)
         snapshot.files.push_back({file});
+    for (const Finding &finding : findings)
+        snapshot.reader.push_back(
+            {to_text(finding.severity), finding.place,
+             finding.message + (finding.other ? " (see " + finding.other->to_text() + ")" : "")});
+    snapshot.meta.interrupted = interrupted;
     capture_wanted(of, snapshot);
     capture_host(snapshot);
     capture_virtual_macs(snapshot);

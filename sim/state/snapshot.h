@@ -503,11 +503,13 @@ struct FailureRow {
 struct MetaRow {
     uint32_t word_size = 0; /* bits of the library that ran */
     std::string hostname;
+    bool interrupted = false; /* the last configuration was not applied to its end */
     static constexpr const char *table = "meta";
     template <class Visit> static void columns(Visit &&visit)
     {
         visit("word_size", &MetaRow::word_size);
         visit("hostname", &MetaRow::hostname);
+        visit("interrupted", &MetaRow::interrupted);
     }
 };
 
@@ -516,6 +518,20 @@ struct FileRow {
     std::string file;
     static constexpr const char *table = "configuration_file";
     template <class Visit> static void columns(Visit &&visit) { visit("file", &FileRow::file); }
+};
+
+/* What the last configuration applied made the reader say, of rows that it left out above all. */
+struct ReaderRow {
+    std::string severity; /* "error", "warning", "note" */
+    Place place;
+    std::string message;
+    static constexpr const char *table = "configuration_finding";
+    template <class Visit> static void columns(Visit &&visit)
+    {
+        visit("severity", &ReaderRow::severity);
+        visit("place", &ReaderRow::place);
+        visit("message", &ReaderRow::message);
+    }
 };
 
 /* A request that a row of the snapshot names. */
@@ -540,6 +556,7 @@ struct RequestRow {
 struct Snapshot {
     MetaRow meta;
     std::vector<FileRow> files;
+    std::vector<ReaderRow> reader;
     std::vector<WantedPort> wanted_ports;
     std::vector<WantedInterface> wanted_interfaces;
     std::vector<WantedMember> wanted_members;
@@ -575,6 +592,7 @@ struct Snapshot {
     template <class Visit> static void tables(Visit &&visit)
     {
         visit(&Snapshot::files);
+        visit(&Snapshot::reader);
         visit(&Snapshot::wanted_ports);
         visit(&Snapshot::wanted_interfaces);
         visit(&Snapshot::wanted_members);
@@ -623,8 +641,10 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/* The switch as it is now; files are the configurations applied. */
-Snapshot capture(const Switch &of, const std::vector<std::string> &files = {});
+/* The switch as it is now. files are the configurations applied; findings those of the last one,
+ * and interrupted whether it was not applied to its end. */
+Snapshot capture(const Switch &of, const std::vector<std::string> &files = {},
+                 const std::vector<Finding> &findings = {}, bool interrupted = false);
 
 /* Keep it in an SQLite file. The file appears whole or not at all: until it does, an older one
  * stays as it was. An existing file is replaced only when it holds a snapshot. */

@@ -462,6 +462,53 @@ TEST_F(Explain, says_what_a_port_is_for_that_is_not_routed)
     EXPECT_EQ(explain(snapshot, "PortChannel2").state, "layer 2");
 }
 
+TEST_F(Explain, says_of_what_was_left_out_of_the_configuration_what_is_wrong_with_its_rows)
+{
+    const Configuration read = read_configuration("bad.json", R"({
+        "PORT": {"Ethernet0": {}, "Ethernet4": {"mtu": "1"}}, "INTERFACE": {"Ethernet0": {}},
+        "PORTCHANNEL": {"PortChannel1": {}},
+        "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet4": {}, "PortChannel7|Ethernet4": {}}})");
+    sw.apply(read.desired);
+    const Snapshot snapshot = capture(sw, {"bad.json"}, read.findings);
+    const Explanation left_out = explain(snapshot, "Ethernet4");
+    EXPECT_EQ(left_out.kind, "port");
+    EXPECT_EQ(left_out.state, "left out of the configuration");
+    EXPECT_THAT(left_out.properties, IsEmpty());
+    EXPECT_THAT(to_text(left_out), HasSubstr("\nconfiguration: error: bad.json:2:"));
+    EXPECT_THAT(to_text(left_out), HasSubstr("PORT|Ethernet4: mtu is \"1\": expected a number"));
+    EXPECT_EQ(explain(snapshot, "PortChannel7").kind, "port-channel");
+    EXPECT_THAT(to_text(explain(snapshot, "PortChannel1")),
+                HasSubstr("PORTCHANNEL_MEMBER|PortChannel1|Ethernet4: left out"));
+    EXPECT_THAT(explain(snapshot, "Ethernet0").reader, IsEmpty());
+    EXPECT_EQ(interface_names(snapshot).count("PortChannel7"), 1u);
+}
+
+TEST_F(Explain, says_of_a_vlan_without_an_interface_that_it_is_layer_2)
+{
+    sw.apply(wanted(R"({"PORT": {"Ethernet0": {}}, "VLAN": {"Vlan20": {}},
+        "VLAN_MEMBER": {"Vlan20|Ethernet0": {}}})"));
+    const Explanation vlan = explain(capture(sw), "Vlan20");
+    EXPECT_EQ(vlan.kind, "VLAN");
+    EXPECT_EQ(vlan.state, "layer 2: no row in VLAN_INTERFACE");
+    EXPECT_EQ(property(vlan, "switched members").configured, "Ethernet0");
+    EXPECT_THAT(vlan.configured_at, HasSubstr("VLAN|Vlan20"));
+    EXPECT_EQ(interface_names(capture(sw)).count("Vlan20"), 1u);
+}
+
+TEST_F(Explain, says_what_an_interrupted_run_did_not_reach)
+{
+    const Desired want = wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}},
+        "INTERFACE": {"Ethernet0": {}, "Ethernet4": {}}})");
+    size_t steps = 0; /* the two ports, the first of the two routed */
+    const Applied applied = sw.apply(sw.plan(want), want, [&] { return steps++ == 3; });
+    ASSERT_TRUE(applied.interrupted);
+    Snapshot snapshot = capture(sw, {"test.json"}, {}, applied.interrupted);
+    EXPECT_EQ(explain(snapshot, "Ethernet0").state, "programmed");
+    EXPECT_EQ(explain(snapshot, "Ethernet4").state, "not reached, the run was interrupted");
+    snapshot.host.clear();
+    EXPECT_EQ(explain(snapshot, "Ethernet4").state, "not reached, the run was interrupted");
+}
+
 TEST_F(Explain, is_a_document_too)
 {
     rapidjson::Document document;
@@ -471,6 +518,7 @@ TEST_F(Explain, is_a_document_too)
     EXPECT_STREQ(document["kind"].GetString(), "port-channel");
     EXPECT_STREQ(document["properties"][0]["property"].GetString(), "SDK interface");
     EXPECT_FALSE(document["properties"][0]["differs"].GetBool());
+    EXPECT_EQ(document["configuration"].Size(), 0u);
     EXPECT_EQ(document["audit"].Size(), 0u);
 }
 

@@ -66,7 +66,13 @@ TEST_F(SnapshotFile, comes_back_with_failures_kept_interfaces_held_channels_and_
                         "VLAN_INTERFACE": {"Vlan10": {}, "Vlan11": {}}})"));
     ASSERT_TRUE(host.hold_port_channel(*host.find("PortChannel7")).ok());
     Asic::instance().attr_set_batch(host.find("Vlan10")->intf_id(), SdkIntfAttrMtuIdx, 1500);
-    const Snapshot snapshot = capture(sw, {"one.json", "two.json"});
+    Finding finding;
+    finding.place = {"two.json", 3, 9, "PORT", "Ethernet8"};
+    finding.message = "mtu is missing";
+    finding.other = Place{"two.json", 2, 9, "PORT", "Ethernet4"};
+    const Snapshot snapshot = capture(sw, {"one.json", "two.json"}, {finding}, true);
+    ASSERT_EQ(snapshot.reader.size(), 1u);
+    EXPECT_EQ(snapshot.reader[0].message, "mtu is missing (see two.json:2:9: PORT|Ethernet4)");
     ASSERT_FALSE(snapshot.failures.empty());
     ASSERT_FALSE(snapshot.errors.empty());
     ASSERT_FALSE(snapshot.member_intf.empty());
