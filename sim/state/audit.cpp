@@ -346,8 +346,8 @@ private:
         return is_none(id) ? std::string("none") : fmt::to_string(id);
     }
 
-    /* The properties that the library has published once written. Others are in the published row
-     * too, as they were at that moment. */
+    /* The properties that are published once written. Others are in the published row too, as they
+     * were at that moment. */
     static std::optional<uint32_t> published_value(const DbL3lif *row, uint32_t attribute)
     {
         if (row == nullptr)
@@ -355,6 +355,8 @@ private:
         switch (attribute) {
         case SdkIntfAttrMtuIdx:
             return row->mtu;
+        case SdkIntfAttrIpv4UcstEn:
+            return row->ipv4_ucst_en;
         case SdkIntfAttrIpv4Vpn:
             return row->v4_vpn_id;
         case SdkIntfAttrIpv6Vpn:
@@ -365,7 +367,14 @@ private:
     }
     static uint32_t configured_value(const WantedInterface &wanted, uint32_t attribute)
     {
-        return attribute == SdkIntfAttrMtuIdx ? wanted.mtu : wanted.vpn;
+        switch (attribute) {
+        case SdkIntfAttrMtuIdx:
+            return wanted.mtu;
+        case SdkIntfAttrIpv4UcstEn:
+            return wanted.ipv4;
+        default:
+            return wanted.vpn;
+        }
     }
 
     void tell_difference(const HostRow &host, const ExpectedAttribute &expected,

@@ -363,6 +363,8 @@ private:
             sides.is_flag = true;
             sides.configured = has ? on_off(wanted_->ipv4) : "";
             sides.library = on_off(host_->ipv4_ucst);
+            sides.database =
+                published_ != nullptr ? on_off(published_->ipv4_ucst_en != 0) : std::string("none");
             break;
         case SdkIntfAttrIpv6UcstEn:
             sides.is_flag = true;

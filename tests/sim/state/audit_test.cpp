@@ -159,7 +159,8 @@ TEST_F(Audit, tells_what_the_asic_holds_and_what_waits_for_the_flush_each_with_i
     ASSERT_THAT(brief(findings), ElementsAre("difference Ethernet0 IPv4",
                                              "difference Ethernet0 IPv4 same-interface check"));
     EXPECT_EQ(findings[0].words,
-              "IPv4 of Ethernet0 is 1 in the ASIC, configured 1: written by libsdk_intf_attr_set "
+              "IPv4 of Ethernet0 is 1 in the ASIC, configured 1, 1 in the shared database: written "
+              "by libsdk_intf_attr_set "
               "in request 2 l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1); 0 waits for the "
               "flush, queued by libsdk_intf_attr_set_batch in request 3 "
               "l3lifpd_kvn_loopback_enable(ifindex=Ethernet0 enable=0)");
@@ -415,6 +416,9 @@ const Change changes[] = {
     {"ipv6_vpn",
      [](Snapshot &s) { attribute(s, "Ethernet0", SdkIntfAttrIpv6Vpn).value = 9; },
      {"difference Ethernet0 IPv6 VPN"}},
+    {"ipv4_published",
+     [](Snapshot &s) { of(s, s.l3lif, "Ethernet0").ipv4_ucst_en = 0; },
+     {"difference Ethernet0 IPv4"}},
     {"vpn_published",
      [](Snapshot &s) { of(s, s.l3lif, "Ethernet0").v4_vpn_id = 9; },
      {"difference Ethernet0 IPv4 VPN"}},

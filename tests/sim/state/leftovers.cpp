@@ -141,6 +141,7 @@ void Leftovers::call_made(const Call &call)
         if (const L3Settings *l3 = wants(of, published.mtu)) {
             published.vrf = l3->vrf;
             published.nat_zone = l3->nat_zone;
+            published.ipv4 = l3->ipv4;
         }
         published_[of] = published;
     }
@@ -386,7 +387,8 @@ void Leftovers::settings(const Switch &of, std::vector<std::string> &found) cons
         const bool labelled = intfs_.at(id).type == sdk_routed_port;
         check("MTU",
               value(SdkIntfAttrMtuIdx, 1500) == mtu && (!is_published || row->second.mtu == mtu));
-        check("IPv4", value(SdkIntfAttrIpv4UcstEn, 0) == l3.ipv4);
+        check("IPv4", value(SdkIntfAttrIpv4UcstEn, 0) == l3.ipv4 &&
+                          (!is_published || row->second.ipv4 == l3.ipv4));
         check("IPv6", value(SdkIntfAttrIpv6UcstEn, 0) == l3.ipv6);
         check("IPv4 VPN", value(SdkIntfAttrIpv4Vpn, 0) == vpn && vrf_right);
         check("IPv6 VPN", value(SdkIntfAttrIpv6Vpn, 0) == vpn && vrf_right);

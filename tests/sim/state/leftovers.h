@@ -41,6 +41,7 @@ private:
     };
     struct Published {
         uint32_t mtu = 0, nat_zone = 0;
+        bool ipv4 = false;
         std::string vrf;
     };
     using VirtualMacKey = std::pair<std::string, std::string>; /* interface, MAC */
