@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <sqlite3.h>
 
+#include "sim/config/names.h"
 #include "sim/state/file_in_making.h"
 #include "sim/state/rows.h"
 #include "sim/state/snapshot.h"
@@ -184,14 +185,10 @@ public:
     {
         std::string text;
         get(text);
-        unsigned b[6];
-        int end = 0;
-        if (std::sscanf(text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%n", &b[0], &b[1], &b[2], &b[3],
-                        &b[4], &b[5], &end) != 6 ||
-            static_cast<size_t>(end) != text.size())
+        const std::optional<Mac> read = parse_mac(text);
+        if (!read)
             damaged(at_ - 1);
-        for (size_t i = 0; i < mac.size(); ++i)
-            mac[i] = static_cast<uint8_t>(b[i]);
+        mac = *read;
     }
     void get(std::optional<uint32_t> &number)
     {

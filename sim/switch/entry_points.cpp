@@ -1,14 +1,14 @@
 #include "sim/switch/entry_points.h"
 
-#include <algorithm>
-#include <cstdio>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <tuple>
 #include <utility>
 
 #include "l3lifpd_kavelin.h"
 #include "platform_api/libsdk.h"
+#include "sim/config/names.h"
 #include "sim/fwm/command_output.h"
 
 namespace kvnsim {
@@ -84,16 +84,10 @@ void convert(const Parameter &parameter, const Value &value, Holder &, int32_t &
 
 void convert(const Parameter &parameter, const Value &value, Holder &holder, const uint8_t *&to)
 {
-    const std::string &text = value.string();
-    unsigned b[6];
-    int used = 0;
-    if (text.size() != 17 ||
-        std::sscanf(text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%n", &b[0], &b[1], &b[2], &b[3], &b[4],
-                    &b[5], &used) != 6 ||
-        used != 17)
+    const std::optional<Mac> mac = parse_mac(value.string());
+    if (!mac)
         refuse(parameter, "a MAC address such as 00:00:5e:00:01:0a", value);
-    std::transform(std::begin(b), std::end(b), holder.mac.begin(),
-                   [](unsigned byte) { return static_cast<uint8_t>(byte); });
+    holder.mac = *mac;
     to = holder.mac.data();
 }
 

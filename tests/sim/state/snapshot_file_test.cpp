@@ -208,6 +208,7 @@ TEST_F(SnapshotFile, with_a_value_of_the_wrong_kind_is_damaged)
                  {"UPDATE asic_interface SET type = 4294967296", "type"},
                  {"UPDATE asic_interface SET type = NULL", "type"},
                  {"UPDATE asic_trap SET mac = '00:00:5e:00:01'", "mac"},
+                 {"UPDATE asic_trap SET mac = '00:00:5e:00:01:+a'", "mac"},
                  {"UPDATE host_interface SET name = 5", "name"},
                  {"UPDATE host_interface SET registered = 2", "registered"}};
     for (const auto &c : cases) {

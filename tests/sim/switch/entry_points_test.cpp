@@ -90,6 +90,10 @@ TEST_F(EntryPointsTest, AnArgumentThatDoesNotFitIsRefusedByNameBeforeAnyRequest)
               "peer_mac_id: expected a number, not \"one\"");
     EXPECT_EQ(refusal("rmac_add", {Value::text("00:00:5e:00:01")}),
               "mac: expected a MAC address such as 00:00:5e:00:01:0a, not \"00:00:5e:00:01\"");
+    for (const char *mac : {"00:00:5e:00:01:+a", "00:00:5e:00:01: a", "00:00:5e:00:01:0x"})
+        EXPECT_EQ(refusal("rmac_add", {Value::text(mac)}),
+                  "mac: expected a MAC address such as 00:00:5e:00:01:0a, not " +
+                      Value::text(mac).to_text());
     EXPECT_EQ(refusal("rmac_del", {}), "l3lifpd_kvn_rmac_del takes 1 arguments, not 0");
     EXPECT_EQ(Journal::instance().requests_made(), 0U);
 }
