@@ -33,13 +33,6 @@ struct Holder {
                                 value.to_text());
 }
 
-HostInterface *interface_of(const Value &value)
-{
-    const Host &host = Host::instance();
-    return value.kind() == Value::Kind::text ? host.find(value.string())
-                                             : host.find(static_cast<uint32_t>(value.number()));
-}
-
 int64_t number_of(const Parameter &parameter, const Value &value)
 {
     if (value.kind() != Value::Kind::integer)
@@ -53,7 +46,7 @@ void convert(const Parameter &parameter, const Value &value, Holder &, l3lif *&t
         to = nullptr;
         return;
     }
-    to = interface_of(value);
+    to = find_interface(value);
     if (to == nullptr)
         refuse(parameter, "an interface", value);
 }
@@ -68,7 +61,7 @@ void convert(const Parameter &parameter, const Value &value, Holder &holder, con
 void convert(const Parameter &parameter, const Value &value, Holder &, uint32_t &to)
 {
     if (parameter.kind == ParameterKind::ifindex && value.kind() == Value::Kind::text) {
-        const HostInterface *interface = interface_of(value);
+        const HostInterface *interface = find_interface(value);
         if (interface == nullptr)
             refuse(parameter, "an interface", value);
         to = interface->ifindex;
@@ -239,10 +232,8 @@ const std::vector<std::unique_ptr<const EntryPoint>> &rows()
 
 std::string shown(const Parameter &parameter, const Value &value)
 {
-    const bool names_interface =
-        parameter.kind == ParameterKind::interface || parameter.kind == ParameterKind::ifindex;
-    if (names_interface && value.kind() == Value::Kind::integer) {
-        if (const HostInterface *interface = interface_of(value))
+    if (parameter.names_interface() && value.kind() == Value::Kind::integer) {
+        if (const HostInterface *interface = find_interface(value))
             return interface->name;
     }
     if (value.kind() == Value::Kind::text && parameter.kind != ParameterKind::text)
@@ -251,6 +242,13 @@ std::string shown(const Parameter &parameter, const Value &value)
 }
 
 } // namespace
+
+HostInterface *find_interface(const Value &value)
+{
+    const Host &host = Host::instance();
+    return value.kind() == Value::Kind::text ? host.find(value.string())
+                                             : host.find(static_cast<uint32_t>(value.number()));
+}
 
 std::string Response::failure() const
 {
@@ -285,16 +283,16 @@ void EntryPoint::begin(const std::vector<Value> &values) const
     request->entry = name_;
     request->cause = current_cause;
     for (size_t i = 0; i < values.size(); ++i) {
-        const std::string text = shown(parameters_[i], values[i]);
+        const Parameter &parameter = parameters_[i];
+        const std::string text = shown(parameter, values[i]);
         if (i != 0)
             request->arguments += ' ';
-        request->arguments.append(parameters_[i].name).append("=").append(text);
-        const bool names_interface = parameters_[i].kind == ParameterKind::interface ||
-                                     parameters_[i].kind == ParameterKind::ifindex;
-        if (names_interface && interface_of(values[i]) != nullptr && request->subject.empty())
+        request->arguments.append(parameter.name).append("=").append(text);
+        if (request->subject.empty() && parameter.names_interface() &&
+            find_interface(values[i]) != nullptr)
             request->subject = text;
         if (Journal::instance().observed())
-            request->values.push_back({parameters_[i].name, values[i]});
+            request->values.push_back({parameter.name, values[i]});
     }
     Journal::instance().begin(std::move(request));
 }

@@ -26,7 +26,14 @@ enum class ParameterKind : uint8_t {
 struct Parameter {
     const char *name;
     ParameterKind kind;
+    bool names_interface() const
+    {
+        return kind == ParameterKind::interface || kind == ParameterKind::ifindex;
+    }
 };
+
+/* The interface of that name or ifindex, nullptr for none. */
+HostInterface *find_interface(const Value &value);
 
 /* What a result says. */
 enum class Outcome : uint8_t {
@@ -55,11 +62,7 @@ public:
     EntryPoint &operator=(const EntryPoint &) = delete;
 
     const char *name() const { return name_; }
-    const char *purpose() const
-    {
-        return purpose_;
-    } /* "create the SDK interface of a routed ..." */
-    Outcome outcome() const { return outcome_; }
+    const char *purpose() const { return purpose_; } /* "create a routed port" */
     const std::vector<Parameter> &parameters() const { return parameters_; }
 
     /* Make the request with these values, as many as parameters. std::invalid_argument names the
