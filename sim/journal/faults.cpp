@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "sim/journal/journal.h"
+#include "sim/journal/random.h"
 
 namespace kvnsim {
 
@@ -31,15 +32,10 @@ template <class T> bool whole_number(std::string_view text, T &number)
     return error == std::errc() && stop == end;
 }
 
-/* The next number of a reproducible sequence, evenly spread over 0..1, 1 excluded. */
-double next_random(uint64_t &state)
+/* The next number of the sequence, evenly spread over 0..1, 1 excluded. */
+double next_fraction(uint64_t &state)
 {
-    state += 0x9e3779b97f4a7c15;
-    uint64_t mixed = state;
-    mixed = (mixed ^ (mixed >> 30)) * 0xbf58476d1ce4e5b9;
-    mixed = (mixed ^ (mixed >> 27)) * 0x94d049bb133111eb;
-    mixed ^= mixed >> 31;
-    return static_cast<double>(mixed >> 11) * 0x1p-53;
+    return static_cast<double>(next_random(state) >> 11) * 0x1p-53;
 }
 
 } // namespace
@@ -114,7 +110,7 @@ std::optional<int32_t> Faults::strike(const ImportedCall &call)
                 status = rule.status;
         }
     }
-    if (rate_ > 0 && next_random(random_) < rate_ && !status)
+    if (rate_ > 0 && next_fraction(random_) < rate_ && !status)
         status = usual_status(call);
     return status;
 }

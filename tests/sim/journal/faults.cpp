@@ -132,6 +132,14 @@ TEST(Faults, AtARateAreTheSameForTheSameSeed)
     EXPECT_NE(run(7), run(8));
 }
 
+TEST(Faults, AtARateAreTheSameInEveryVersion)
+{
+    Faults faults;
+    faults.set_rate(0.5, 7);
+    EXPECT_THAT(strikes(faults, fake_sdk_call, 8),
+                ElementsAre(-1, -1, std::nullopt, std::nullopt, -1, -1, -1, -1));
+}
+
 TEST(Faults, AtARateStrikeAboutThatOften)
 {
     Faults faults;
