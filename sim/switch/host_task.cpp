@@ -24,7 +24,7 @@ RequestRef HostTask::end()
 std::string HostTask::failure(const Status &status)
 {
     const RequestRef request = end();
-    if (status.ok() && request->failed_calls == 0)
+    if (status.ok())
         return {};
     std::string message = std::string(request->entry) + ": " + status.to_text();
     if (!request->first_reason.empty())

@@ -18,7 +18,7 @@ public:
     HostTask &operator=(const HostTask &) = delete;
 
     RequestRef end(); /* the same again when it has ended */
-    /* End it: empty, or why it did not come about, wholly or in part. */
+    /* End it: empty, or why it did not come about. */
     std::string failure(const Status &status);
 
 private:
