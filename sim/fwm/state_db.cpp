@@ -136,9 +136,9 @@ template <class Row> std::string store_sql()
     return std::string("INSERT OR REPLACE INTO ") + Table<Row>::name + " VALUES(" + marks + ")";
 }
 
-template <class Row> std::string select_sql(const char *where)
+template <class Row> std::string select_sql()
 {
-    return std::string("SELECT * FROM ") + Table<Row>::name + where + " ORDER BY ifindex";
+    return std::string("SELECT * FROM ") + Table<Row>::name + " ORDER BY ifindex";
 }
 
 sqlite3_stmt *prepare(sqlite3 *db, const std::string &sql)
@@ -153,20 +153,19 @@ sqlite3_stmt *prepare(sqlite3 *db, const std::string &sql)
 /* The statements of one table. */
 template <class Row> struct Prepared {
     explicit Prepared(sqlite3 *db)
-        : store(prepare(db, store_sql<Row>())), all(prepare(db, select_sql<Row>(""))),
-          one(prepare(db, select_sql<Row>(" WHERE ifindex=?"))),
+        : store(prepare(db, store_sql<Row>())), all(prepare(db, select_sql<Row>())),
           forget(prepare(db, std::string("DELETE FROM ") + Table<Row>::name + " WHERE ifindex=?")),
           clear(prepare(db, std::string("DELETE FROM ") + Table<Row>::name))
     {}
     ~Prepared()
     {
-        for (sqlite3_stmt *statement : {store, all, one, forget, clear})
+        for (sqlite3_stmt *statement : {store, all, forget, clear})
             sqlite3_finalize(statement);
     }
     Prepared(const Prepared &) = delete;
     Prepared &operator=(const Prepared &) = delete;
 
-    sqlite3_stmt *store, *all, *one, *forget, *clear;
+    sqlite3_stmt *store, *all, *forget, *clear;
 };
 
 /* Run a statement that gives no rows; true when SQLite did it. */
@@ -274,16 +273,6 @@ template <class Row> std::vector<Row> StateDb::all_rows() const
     return rows<Row>(statements_->of<Row>().all);
 }
 
-template <class Row> std::optional<Row> StateDb::one_row(uint32_t ifindex) const
-{
-    sqlite3_stmt *statement = statements_->of<Row>().one;
-    sqlite3_bind_int64(statement, 1, ifindex);
-    std::vector<Row> found = rows<Row>(statement);
-    if (found.empty())
-        return std::nullopt;
-    return std::move(found.front());
-}
-
 std::vector<PmRow> StateDb::pm_rows() const
 {
     return all_rows<PmRow>();
@@ -304,27 +293,6 @@ std::vector<MemberIntfRow> StateDb::member_intf_rows() const
 {
     return all_rows<MemberIntfRow>();
 }
-std::optional<PmRow> StateDb::pm_row(uint32_t ifindex) const
-{
-    return one_row<PmRow>(ifindex);
-}
-std::optional<PcRow> StateDb::pc_row(uint32_t ifindex) const
-{
-    return one_row<PcRow>(ifindex);
-}
-std::optional<L3lifRow> StateDb::l3lif_row(uint32_t ifindex) const
-{
-    return one_row<L3lifRow>(ifindex);
-}
-std::optional<LabelRow> StateDb::label_row(uint32_t ifindex) const
-{
-    return one_row<LabelRow>(ifindex);
-}
-std::optional<MemberIntfRow> StateDb::member_intf_row(uint32_t ifindex) const
-{
-    return one_row<MemberIntfRow>(ifindex);
-}
-
 void StateDb::clear()
 {
     statements_->for_each([](auto &table) { run(table.clear); });

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -86,12 +85,6 @@ public:
     std::vector<L3lifRow> l3lif_rows() const;
     std::vector<LabelRow> label_rows() const;
     std::vector<MemberIntfRow> member_intf_rows() const;
-    /* One row, empty without one. */
-    std::optional<PmRow> pm_row(uint32_t ifindex) const;
-    std::optional<PcRow> pc_row(uint32_t ifindex) const;
-    std::optional<L3lifRow> l3lif_row(uint32_t ifindex) const;
-    std::optional<LabelRow> label_row(uint32_t ifindex) const;
-    std::optional<MemberIntfRow> member_intf_row(uint32_t ifindex) const;
 
     void clear();                                       /* no rows */
     const std::string &error() const { return error_; } /* of the last refusal */
@@ -101,7 +94,6 @@ private:
     template <class Row> bool store_row(Row row);
     template <class Row> bool forget_row(uint32_t ifindex);
     template <class Row> std::vector<Row> all_rows() const;
-    template <class Row> std::optional<Row> one_row(uint32_t ifindex) const;
     bool checked(bool done);
 
     sqlite3 *db_ = nullptr;

@@ -74,17 +74,9 @@ template <> const Codec &codec<uint32_t>()
 {
     return integer_codec<uint32_t>;
 }
-template <> const Codec &codec<uint64_t>()
-{
-    return integer_codec<uint64_t>;
-}
 template <> const Codec &codec<int32_t>()
 {
     return integer_codec<int32_t>;
-}
-template <> const Codec &codec<int64_t>()
-{
-    return integer_codec<int64_t>;
 }
 const Codec &ifindex_codec()
 {

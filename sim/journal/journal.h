@@ -53,9 +53,7 @@ template <class T> const Codec &codec();
 template <> const Codec &codec<uint8_t>();
 template <> const Codec &codec<uint16_t>();
 template <> const Codec &codec<uint32_t>();
-template <> const Codec &codec<uint64_t>();
 template <> const Codec &codec<int32_t>();
-template <> const Codec &codec<int64_t>();
 
 /* An interface index: hexadecimal. */
 const Codec &ifindex_codec();

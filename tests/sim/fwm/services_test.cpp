@@ -122,7 +122,8 @@ TEST_F(Services, AnInterfaceIsPublishedAsItStands)
     eth0.v6_vpn_id = 8;
     eth0.nat_zone = 2;
     EXPECT_EQ(l3lif_update_sdb_for_intf(&eth0), 0);
-    const L3lifRow row = host.db().l3lif_row(eth0.ifindex).value();
+    const L3lifRow row = host.db().l3lif_rows().at(0);
+    EXPECT_EQ(row.ifindex, eth0.ifindex);
     EXPECT_EQ(row.name, "Ethernet0");
     EXPECT_EQ(row.mtu, 9216u);
     EXPECT_EQ(row.ipv4_ucst_en, 1u);
@@ -208,7 +209,8 @@ TEST_F(Services, APortsBindingIsStored)
     const fwm_pm_sdb_key key{1, port(0).ifindex};
     const fwm_pm_sdb_data data{0x1005, 6, 7};
     EXPECT_EQ(fwm_pm_sdb_store(&key, &data), 0);
-    const PmRow row = host.db().pm_row(key.ifindex).value();
+    const PmRow row = host.db().pm_rows().at(0);
+    EXPECT_EQ(row.ifindex, key.ifindex);
     EXPECT_EQ(row.kind, 1u);
     EXPECT_EQ(row.ifmap_idx, 0x1005u);
     EXPECT_EQ(row.word1, 6u);
@@ -238,7 +240,8 @@ TEST_F(Services, ThePortsSdkInterfaceIsKeptAndForgotten)
     const HostInterface &eth0 = port(0);
     EXPECT_EQ(fwmpd_pc_member_intf_store(eth0.ifindex, 42, 1), 0);
     EXPECT_EQ(eth0.kept_intf, 42u);
-    EXPECT_EQ(host.db().member_intf_row(eth0.ifindex)->intf_id, 42u);
+    EXPECT_EQ(host.db().member_intf_rows().at(0).ifindex, eth0.ifindex);
+    EXPECT_EQ(host.db().member_intf_rows().at(0).intf_id, 42u);
     EXPECT_EQ(fwmpd_pc_member_intf_store(eth0.ifindex, 0xFFFF, 0), 0);
     EXPECT_FALSE(eth0.kept_intf);
     EXPECT_THAT(host.db().member_intf_rows(), IsEmpty());
@@ -325,7 +328,8 @@ TEST_F(Services, APortChannelsIdentifierIsStored)
 {
     const HostInterface &po3 = port_channel(3);
     EXPECT_EQ(fwmpd_kvn_update_pc_sdb(po3.ifindex, 5), 0);
-    EXPECT_EQ(host.db().pc_row(po3.ifindex)->pc_id, 5u);
+    EXPECT_EQ(host.db().pc_rows().at(0).ifindex, po3.ifindex);
+    EXPECT_EQ(host.db().pc_rows().at(0).pc_id, 5u);
     EXPECT_EQ(reason_of([] { return fwmpd_kvn_update_pc_sdb(unknown, 5); }),
               "0x10000050 is no port-channel");
     EXPECT_EQ(host.db().pc_rows().size(), 1u);
@@ -335,10 +339,11 @@ TEST_F(Services, AnInterfacesLabelIsSetUpAndReset)
 {
     const HostInterface &svi = *host.add_svi("Vlan100", 100);
     EXPECT_EQ(fwmpd_kvn_init_l3_label(svi.ifindex, 1, 1), 0);
-    EXPECT_TRUE(host.db().label_row(svi.ifindex)->enabled);
-    EXPECT_TRUE(host.db().label_row(svi.ifindex)->svi);
+    EXPECT_EQ(host.db().label_rows().at(0).ifindex, svi.ifindex);
+    EXPECT_TRUE(host.db().label_rows().at(0).enabled);
+    EXPECT_TRUE(host.db().label_rows().at(0).svi);
     EXPECT_EQ(fwmpd_kvn_init_l3_label(svi.ifindex, 0, 0), 0);
-    EXPECT_FALSE(host.db().label_row(svi.ifindex)->enabled);
+    EXPECT_FALSE(host.db().label_rows().at(0).enabled);
     EXPECT_EQ(reason_of([] { return fwmpd_kvn_init_l3_label(unknown, 1, 0); }),
               "0x10000050 is no interface");
     EXPECT_EQ(host.db().label_rows().size(), 1u);

@@ -33,13 +33,12 @@ TEST_F(SharedDatabase, StartsEmpty)
     EXPECT_TRUE(db.l3lif_rows().empty());
     EXPECT_TRUE(db.label_rows().empty());
     EXPECT_TRUE(db.member_intf_rows().empty());
-    EXPECT_FALSE(db.l3lif_row(7).has_value());
 }
 
 TEST_F(SharedDatabase, GivesBackEveryColumnOfAnInterface)
 {
     ASSERT_TRUE(db.store(interface_row(7, 9100)));
-    const L3lifRow row = db.l3lif_row(7).value();
+    const L3lifRow row = db.l3lif_rows().at(0);
     EXPECT_EQ(row.ifindex, 7u);
     EXPECT_EQ(row.name, "Ethernet0");
     EXPECT_EQ(row.mtu, 9100u);
@@ -59,8 +58,9 @@ TEST_F(SharedDatabase, GivesBackEveryColumnOfAPortBinding)
     row.word1 = 3;
     row.half2 = 0xFFFF;
     ASSERT_TRUE(db.store(row));
-    const PmRow found = db.pm_row(0xFFFFFFFF).value();
+    const PmRow found = db.pm_rows().at(0);
     EXPECT_EQ(found.kind, 1u);
+    EXPECT_EQ(found.ifindex, 0xFFFFFFFFu);
     EXPECT_EQ(found.ifmap_idx, 0x80000001u);
     EXPECT_EQ(found.word1, 3u);
     EXPECT_EQ(found.half2, 0xFFFF);
@@ -94,7 +94,7 @@ TEST_F(SharedDatabase, MarksEachRowWithTheRequestBehindIt)
     db.store(interface_row(7, 9100));
     const std::string expected = journal.origin().to_text();
     journal.end(0);
-    const RowOrigin origin = db.l3lif_row(7)->origin;
+    const RowOrigin origin = db.l3lif_rows().at(0).origin;
     EXPECT_EQ(origin.request, 1u);
     EXPECT_EQ(origin.text, expected);
     EXPECT_NE(origin.text.find("l3lifpd_kvn_add_l3port"), std::string::npos) << origin.text;
@@ -103,7 +103,7 @@ TEST_F(SharedDatabase, MarksEachRowWithTheRequestBehindIt)
 TEST_F(SharedDatabase, MarksARowWrittenBeforeAnyRequest)
 {
     db.store(interface_row(7, 9100));
-    EXPECT_EQ(db.l3lif_row(7)->origin.request, 0u);
+    EXPECT_EQ(db.l3lif_rows().at(0).origin.request, 0u);
 }
 
 TEST_F(SharedDatabase, ForgetsAnInterfaceButForItsKeptSdkInterface)
@@ -126,7 +126,7 @@ TEST_F(SharedDatabase, ForgetsAnInterfaceButForItsKeptSdkInterface)
     EXPECT_TRUE(db.pc_rows().empty());
     EXPECT_TRUE(db.label_rows().empty());
     EXPECT_EQ(db.l3lif_rows().size(), 1u);
-    EXPECT_EQ(db.member_intf_row(7)->intf_id, 12u);
+    EXPECT_EQ(db.member_intf_rows().at(0).intf_id, 12u);
 
     EXPECT_TRUE(db.forget_member_intf(7));
     EXPECT_TRUE(db.member_intf_rows().empty());

@@ -62,11 +62,11 @@ TEST_F(AppliedTest, EachKindOfInterfaceIsInTheAsicWithItsSettings)
     EXPECT_EQ(used("rmac"), 1U);
     EXPECT_EQ(used("trap"), 1U);
     EXPECT_EQ(Asic::instance().port_channels().at(0).members.size(), 2U);
-    const auto row = Host::instance().db().l3lif_row(interface("Ethernet0").ifindex);
-    ASSERT_TRUE(row);
-    EXPECT_EQ(row->mtu, 9216U);
-    EXPECT_EQ(row->v4_vpn_id, sw.vpn_of("VrfBlue"));
-    EXPECT_EQ(row->nat_zone, 3U);
+    const L3lifRow row = Host::instance().db().l3lif_rows().at(0);
+    EXPECT_EQ(row.name, "Ethernet0");
+    EXPECT_EQ(row.mtu, 9216U);
+    EXPECT_EQ(row.v4_vpn_id, sw.vpn_of("VrfBlue"));
+    EXPECT_EQ(row.nat_zone, 3U);
 }
 
 TEST_F(AppliedTest, ApplyingTheSameConfigurationAgainMakesNoCall)
@@ -468,9 +468,7 @@ TEST_F(AppliedTest, AVrfOfWhichOneFamilyWasRefusedIsWrittenAgainOnTheWayBack)
 TEST_F(AppliedTest, AChangeOfIpv4IsPublished)
 {
     bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {}})"));
-    const auto published = [] {
-        return Host::instance().db().l3lif_row(interface("Ethernet0").ifindex)->ipv4_ucst_en;
-    };
+    const auto published = [] { return Host::instance().db().l3lif_rows().at(0).ipv4_ucst_en; };
     EXPECT_EQ(published(), 0U);
     const Desired want = with_ports(R"("INTERFACE": {"Ethernet0|192.0.2.0/31": {}})");
     fail("l3lif_update_sdb_for_intf:1");
