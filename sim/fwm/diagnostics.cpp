@@ -65,38 +65,6 @@ bool LevelSwitch::on(int32_t level) const
     return level == trace_level_error ? error : level == trace_level_debug && debug;
 }
 
-/* The last records, in a ring whose texts keep their storage. */
-class Diagnostics::TraceBuffer {
-public:
-    explicit TraceBuffer(size_t capacity) : capacity_(capacity) {}
-
-    /* Take the record, leaving the dropped one's storage in its place. true when one dropped. */
-    bool add(TraceRecord &record)
-    {
-        if (ring_.size() < capacity_) {
-            ring_.push_back(record);
-            return false;
-        }
-        if (capacity_ > 0) {
-            std::swap(ring_[oldest_], record);
-            oldest_ = (oldest_ + 1) % capacity_;
-        }
-        return true;
-    }
-
-    std::vector<TraceRecord> records() const
-    {
-        std::vector<TraceRecord> all(ring_.begin() + static_cast<ptrdiff_t>(oldest_), ring_.end());
-        all.insert(all.end(), ring_.begin(), ring_.begin() + static_cast<ptrdiff_t>(oldest_));
-        return all;
-    }
-
-private:
-    size_t capacity_;
-    size_t oldest_ = 0; /* 0 until the ring is full */
-    std::vector<TraceRecord> ring_;
-};
-
 /* Messages grouped by where they come from and what they say. */
 class Diagnostics::ErrorStore {
 public:
@@ -161,7 +129,6 @@ Diagnostics::~Diagnostics()
 
 std::string Diagnostics::configure(const Sinks &sinks)
 {
-    level_told(trace_level_debug);
     Opening debug(sinks.debug_file, sinks_.debug_file, dbg_out_file, "w");
     Opening events(sinks.event_file, sinks_.event_file, events_, "wb");
     if (events.opened && !write_event_header(events.opened))
@@ -176,12 +143,6 @@ std::string Diagnostics::configure(const Sinks &sinks)
     dbg_out_file = debug.file;
     events_ = events.file;
 
-    if (sinks.trace_records != sinks_.trace_records) {
-        const std::vector<TraceRecord> kept = trace_->records();
-        trace_ = std::make_unique<TraceBuffer>(sinks.trace_records);
-        for (TraceRecord record : kept)
-            trace_dropped_ += trace_->add(record);
-    }
     if (sinks.error_groups != sinks_.error_groups)
         errors_ = errors_->resized(sinks.error_groups);
     sinks_ = sinks;
@@ -196,15 +157,7 @@ void Diagnostics::reset()
     sinks_ = Sinks();
     is_pending_ = false;
     unflushed_ = 0;
-    trace_dropped_ = 0;
-    trace_ = std::make_unique<TraceBuffer>(sinks_.trace_records);
     errors_ = std::make_unique<ErrorStore>(sinks_.error_groups);
-}
-
-std::vector<TraceRecord> Diagnostics::trace()
-{
-    level_told(trace_level_debug);
-    return trace_->records();
 }
 
 const std::vector<ErrorGroup> &Diagnostics::errors() const
@@ -232,19 +185,16 @@ void Diagnostics::level_told(int32_t level)
     is_pending_ = false;
     pending_.level = level;
     Journal::instance().trace(pending_);
-    trace_dropped_ += trace_->add(pending_);
 }
 
 void Diagnostics::add_trace(const char *function, int32_t line, const char *format,
                             va_list arguments)
 {
     level_told(trace_level_debug);
-    if (sinks_.trace_records == 0 && !Journal::instance().observed())
+    if (!Journal::instance().observed())
         return;
-    auto name = functions_.find(std::string_view(function));
-    if (name == functions_.end())
-        name = functions_.emplace(function).first;
-    pending_.function = name->c_str();
+    pending_function_ = function;
+    pending_.function = pending_function_.c_str();
     pending_.line = line;
     pending_.text = formatted(format, arguments);
     is_pending_ = true;

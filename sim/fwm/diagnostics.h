@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,7 +27,6 @@ struct LevelSwitch {
 
 /* Which sinks are on. */
 struct Sinks {
-    size_t trace_records = 10000;         /* size of the trace buffer, 0 = off */
     size_t error_groups = 1000;           /* size of the error store, 0 = off */
     std::string debug_file;               /* path, empty = off */
     std::string event_file;               /* path, empty = off */
@@ -56,14 +54,11 @@ public:
     Diagnostics &operator=(const Diagnostics &) = delete;
 
     /* Switch to these sinks. A file that was open under the same path goes on, any other is
-     * started anew; trace buffer and error store keep what fits. Empty when done; else why not
-     * ("cannot write FILE: reason"), and the sinks are as before. */
+     * started anew; the error store keeps what fits. Empty when done; else why not ("cannot write
+     * FILE: reason"), and the sinks are as before. */
     std::string configure(const Sinks &sinks);
     const Sinks &sinks() const { return sinks_; }
 
-    /* The trace buffer, oldest first, and how many records it had to drop. */
-    std::vector<TraceRecord> trace();
-    uint64_t trace_dropped() const { return trace_dropped_; }
     /* The error store, in the order of first occurrence, and how many messages it had no room
      * for. */
     const std::vector<ErrorGroup> &errors() const;
@@ -88,7 +83,6 @@ public:
     void print(const char *module, const char *format, va_list arguments) FWM_PRINTF(3, 0);
 
 private:
-    class TraceBuffer;
     class ErrorStore;
 
     Diagnostics();
@@ -100,13 +94,12 @@ private:
     Sinks sinks_;
     std::string scratch_; /* of formatted() */
 
-    /* The service that takes a trace record is not told its level: the record waits here for the
-     * next service of its emission, which is. */
+    /* The service that takes a trace record is not told its level: while the journal is observed,
+     * the record waits here for the next service of its emission, which is. */
     TraceRecord pending_;
+    std::string pending_function_; /* what pending_.function points at */
     bool is_pending_ = false;
-    std::set<std::string, std::less<>> functions_; /* names that records point at */
-    std::unique_ptr<TraceBuffer> trace_;
-    uint64_t trace_dropped_ = 0;
+
     std::unique_ptr<ErrorStore> errors_;
 
     int32_t written_level_ = trace_level_debug; /* of the debug file's last prefix */

@@ -167,10 +167,10 @@ private:
     Purpose purpose_;
 };
 
-/* A trace record, as observers see it: the text is what the trace buffer got. */
+/* A trace record, as observers see it: the text is whole, as the library's first sink got it. */
 struct TraceRecord {
-    int32_t level; /* 104 debug, 102 error */
-    const char *function;
+    int32_t level;        /* 104 debug, 102 error */
+    const char *function; /* only while it is told */
     int32_t line;
     std::string text;
 };
