@@ -65,48 +65,46 @@ bool LevelSwitch::on(int32_t level) const
     return level == trace_level_error ? error : level == trace_level_debug && debug;
 }
 
-/* Messages grouped by where they come from and what they say. */
+/* Messages grouped by where they come from and what they say. When there are as many groups as it
+ * may have, one more takes all that belong to none. */
 class Diagnostics::ErrorStore {
 public:
     explicit ErrorStore(size_t capacity) : capacity_(capacity) {}
 
-    void add(std::string_view function, int32_t line, std::string_view text, uint64_t count,
-             uint64_t request)
+    void add(std::string_view function, int32_t line, std::string_view text, uint64_t request)
     {
-        key_.assign(function).append(1, '\0').append(std::to_string(line)).append(1, '\0');
-        key_.append(text);
-        auto known = index_.find(key_);
+        if (capacity_ == 0)
+            return;
+        auto known = find(function, line, text);
+        if (known == index_.end() && groups_.size() >= capacity_) {
+            function = "";
+            line = 0;
+            text = "other messages, for which the error store had no room";
+            known = find(function, line, text);
+        }
         if (known == index_.end()) {
-            if (groups_.size() >= capacity_) {
-                dropped_ += count;
-                return;
-            }
             known = index_.emplace(key_, groups_.size()).first;
             groups_.push_back({std::string(function), line, std::string(text), 0, 0});
         }
-        groups_[known->second].count += count;
+        groups_[known->second].count++;
         groups_[known->second].last_request = request;
     }
 
-    /* A store of another size with what fits. */
-    std::unique_ptr<ErrorStore> resized(size_t capacity) const
-    {
-        auto other = std::make_unique<ErrorStore>(capacity);
-        other->dropped_ = dropped_;
-        for (const ErrorGroup &group : groups_)
-            other->add(group.function, group.line, group.text, group.count, group.last_request);
-        return other;
-    }
-
     const std::vector<ErrorGroup> &groups() const { return groups_; }
-    uint64_t dropped() const { return dropped_; }
 
 private:
+    using Index = std::unordered_map<std::string, size_t>;
+
+    Index::iterator find(std::string_view function, int32_t line, std::string_view text)
+    {
+        key_.assign(function).append(1, '\0').append(std::to_string(line)).append(1, '\0');
+        return index_.find(key_.append(text));
+    }
+
     size_t capacity_;
     std::vector<ErrorGroup> groups_;
-    std::unordered_map<std::string, size_t> index_;
-    std::string key_; /* scratch */
-    uint64_t dropped_ = 0;
+    Index index_;
+    std::string key_; /* of the last find */
 };
 
 Diagnostics &Diagnostics::instance()
@@ -144,7 +142,7 @@ std::string Diagnostics::configure(const Sinks &sinks)
     events_ = events.file;
 
     if (sinks.error_groups != sinks_.error_groups)
-        errors_ = errors_->resized(sinks.error_groups);
+        errors_ = std::make_unique<ErrorStore>(sinks.error_groups);
     sinks_ = sinks;
     return "";
 }
@@ -163,11 +161,6 @@ void Diagnostics::reset()
 const std::vector<ErrorGroup> &Diagnostics::errors() const
 {
     return errors_->groups();
-}
-
-uint64_t Diagnostics::errors_dropped() const
-{
-    return errors_->dropped();
 }
 
 std::string Diagnostics::flush()
@@ -205,7 +198,7 @@ void Diagnostics::add_error(const char *function, int32_t line, const char *form
 {
     level_told(trace_level_error);
     const RequestRef request = Journal::instance().current();
-    errors_->add(function, line, formatted(format, arguments), 1, request ? request->number : 0);
+    errors_->add(function, line, formatted(format, arguments), request ? request->number : 0);
 }
 
 const char *Diagnostics::time_text()

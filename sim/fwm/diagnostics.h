@@ -27,7 +27,7 @@ struct LevelSwitch {
 
 /* Which sinks are on. */
 struct Sinks {
-    size_t error_groups = 1000;           /* size of the error store, 0 = off */
+    size_t error_groups = 1000;           /* what the error store tells apart, 0 = off */
     std::string debug_file;               /* path, empty = off */
     std::string event_file;               /* path, empty = off */
     LevelSwitch events{true, true};       /* levels that the event file gets */
@@ -37,7 +37,7 @@ struct Sinks {
                                              reproducible output; empty = the clock */
 };
 
-/* Equal messages of the error store. */
+/* Equal messages of the error store; without a function, all those that came when it was full. */
 struct ErrorGroup {
     std::string function;
     int32_t line = 0;
@@ -54,15 +54,13 @@ public:
     Diagnostics &operator=(const Diagnostics &) = delete;
 
     /* Switch to these sinks. A file that was open under the same path goes on, any other is
-     * started anew; the error store keeps what fits. Empty when done; else why not ("cannot write
-     * FILE: reason"), and the sinks are as before. */
+     * started anew, and so is an error store of another size. Empty when done; else why not
+     * ("cannot write FILE: reason"), and the sinks are as before. */
     std::string configure(const Sinks &sinks);
     const Sinks &sinks() const { return sinks_; }
 
-    /* The error store, in the order of first occurrence, and how many messages it had no room
-     * for. */
+    /* The error store, in the order of first occurrence. */
     const std::vector<ErrorGroup> &errors() const;
-    uint64_t errors_dropped() const;
 
     /* Write out what is buffered for files. Empty, or the file that could not be written. */
     std::string flush();

@@ -247,9 +247,9 @@ Listing show_errors(const Snapshot &snapshot, const std::string &)
                        {"text", "Text"},
                        {"last_request", "Last request"}};
     for (const ErrorRow &error : snapshot.errors)
-        listing.rows.push_back({static_cast<int64_t>(error.count), error.function,
-                                number(error.line), one_line(error.text),
-                                static_cast<int64_t>(error.last_request)});
+        listing.rows.push_back({static_cast<int64_t>(error.count), text(error.function),
+                                error.function.empty() ? Cell() : number(error.line),
+                                one_line(error.text), static_cast<int64_t>(error.last_request)});
     return listing;
 }
 

@@ -470,7 +470,7 @@ struct DbMemberIntf {
 
 /* Equal messages of the error store. */
 struct ErrorRow {
-    std::string function;
+    std::string function; /* empty: the messages for which it had no room */
     uint32_t line = 0;
     std::string text;
     uint64_t count = 0, last_request = 0;

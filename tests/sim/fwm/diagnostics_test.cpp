@@ -214,20 +214,25 @@ TEST_F(DiagnosticSinks, ErrorsDifferByFunctionAndLineToo)
     EXPECT_EQ(diagnostics.errors().size(), 3u);
 }
 
-TEST_F(DiagnosticSinks, AFullErrorStoreStillCountsWhatItKnows)
+TEST_F(DiagnosticSinks, AFullErrorStoreCountsWhatItKnowsAndAllOthersTogether)
 {
     Sinks sinks;
     sinks.error_groups = 2;
     configure(sinks);
-    for (const char *text : {"a", "b", "c", "d", "a"})
+    for (const char *text : {"a", "b", "c", "d", "a"}) {
+        begin_request("l3lifpd_kvn_add_svi");
         error(text);
-    ASSERT_EQ(diagnostics.errors().size(), 2u);
-    EXPECT_EQ(diagnostics.errors()[0].count, 2u);
-    EXPECT_EQ(diagnostics.errors_dropped(), 2u);
-    sinks.error_groups = 1;
-    configure(sinks);
-    EXPECT_EQ(diagnostics.errors().size(), 1u);
-    EXPECT_EQ(diagnostics.errors_dropped(), 3u);
+        journal.end(-1);
+    }
+    const std::vector<ErrorGroup> &groups = diagnostics.errors();
+    ASSERT_EQ(groups.size(), 3u);
+    EXPECT_EQ(groups[0].count, 2u);
+    EXPECT_EQ(groups[1].count, 1u);
+    EXPECT_EQ(groups[2].function, "");
+    EXPECT_EQ(groups[2].line, 0);
+    EXPECT_EQ(groups[2].text, "other messages, for which the error store had no room");
+    EXPECT_EQ(groups[2].count, 2u);
+    EXPECT_EQ(groups[2].last_request, 4u);
 }
 
 TEST_F(DiagnosticSinks, DebugRecordsAreNoErrors)
@@ -299,7 +304,8 @@ TEST_F(DiagnosticSinks, FilesGoOnWhenOtherSinksChange)
     sinks.event_file = event_path.path;
     configure(sinks);
     error("before\n");
-    sinks.error_groups = 1;
+    sinks.console = {true, true};
+    sinks.console_file = nullptr;
     configure(sinks);
     error("after\n");
     EXPECT_THAT(content_of(debug_path.path), HasSubstr("before\n"));

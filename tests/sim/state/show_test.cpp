@@ -164,6 +164,24 @@ TEST_F(Show, errors_tells_what_the_library_traced)
     EXPECT_THAT(column(errors, "text")[0], HasSubstr("libsdk_intf_create returned"));
 }
 
+TEST_F(Show, errors_counts_those_that_the_store_had_no_room_for)
+{
+    Sinks sinks;
+    sinks.error_groups = 1;
+    ASSERT_EQ(Diagnostics::instance().configure(sinks), "");
+    inject("libsdk_intf_create=SDK_E_FULL");
+    sw.apply(wanted(R"({"PORT": {"Ethernet0": {}},
+        "VLAN": {"Vlan300": {}, "Vlan301": {}, "Vlan302": {}},
+        "VLAN_INTERFACE": {"Vlan300": {}, "Vlan301": {}, "Vlan302": {}}})"));
+    const ScratchFile file("errors.db");
+    save(capture(sw), file.path);
+    const Listing errors = show(load(file.path), "errors");
+    EXPECT_THAT(column(errors, "function"), ElementsAre("l3lifpd_kvn_add_svi", ""));
+    EXPECT_THAT(to_text(errors),
+                HasSubstr("-  other messages, for which the error store had no room"));
+    EXPECT_THAT(to_json(errors), HasSubstr(R"({"count":2,"function":null,"line":null,)"));
+}
+
 TEST_F(Show, summary_tells_how_full_the_tables_are)
 {
     const std::string text = to_text(show(small_switch(), "summary"));
