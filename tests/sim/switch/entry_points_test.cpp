@@ -160,5 +160,30 @@ TEST_F(EntryPointsTest, EveryPropertyWritesTheAttributeThatItsRowNames)
     EXPECT_EQ(find_property("speed"), nullptr);
 }
 
+/* Whether the library says of a property that it does not know it. */
+class UnknownProperty : public Observer {
+public:
+    UnknownProperty() { Journal::instance().add(*this); }
+    ~UnknownProperty() override { Journal::instance().remove(*this); }
+    void trace_emitted(const TraceRecord &record) override
+    {
+        told = told || record.text.find("Unknown property type") != std::string::npos;
+    }
+    bool told = false;
+};
+
+TEST_F(EntryPointsTest, EveryPropertyThatTheLibraryKnowsHasAName)
+{
+    HostInterface &eth0 = port();
+    entry::add_l3port(eth0, 1);
+    for (int32_t type = 0; type < 256; ++type) {
+        const UnknownProperty unknown;
+        entry::set_l3_property(eth0, type, 1);
+        /* The library stores a NAT zone, and knows no attribute for it. */
+        const bool known = !unknown.told || type == L3LIF_PROP_IF_NAT;
+        EXPECT_EQ(find_property(std::to_string(type)) != nullptr, known) << type;
+    }
+}
+
 } // namespace
 } // namespace kvnsim
