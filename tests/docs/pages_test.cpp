@@ -148,6 +148,46 @@ TEST(Pages, LinkToWhatIsThere)
     EXPECT_GT(links, 0u);
 }
 
+/* ---- The map of the folders ---- */
+
+/* The folder that a file belongs to, as the map has it: "sim/cli", "docs"; empty for none. */
+std::string folder_of(const std::string &file)
+{
+    const size_t first = file.find('/');
+    if (first == file.npos || file[0] == '.')
+        return "";
+    const size_t second = file.find('/', first + 1);
+    return file.substr(0, second == file.npos ? first : second);
+}
+
+TEST(Map, HasEveryFolderAndNoOther)
+{
+    const std::string files =
+        docs::Terminal().run("git -c safe.directory='*' -C '" KVN_SOURCE "' ls-files 2>/dev/null");
+    std::set<std::string> there, mapped;
+    for (const std::string &file : docs::lines_of(files))
+        there.insert(folder_of(file));
+    there.erase("");
+    if (there.empty())
+        GTEST_SKIP() << "not a git checkout";
+    /* A folder that has folders is told by them. */
+    for (const std::string &folder : std::set<std::string>(there)) {
+        if (const size_t slash = folder.find('/'); slash != folder.npos)
+            there.erase(folder.substr(0, slash));
+    }
+
+    const std::regex row(R"(\| `([^`]+)` \| .+ \|)");
+    bool inside = false;
+    for (const std::string &line : docs::read_page(KVN_SOURCE "/docs/architecture.md")) {
+        std::smatch found;
+        if (line.rfind("## ", 0) == 0)
+            inside = line == "## The folders";
+        else if (inside && std::regex_match(line, found, row))
+            mapped.insert(found[1]);
+    }
+    EXPECT_EQ(mapped, there);
+}
+
 TEST(ShownOutput, StandsForItself)
 {
     EXPECT_TRUE(docs::matches({"one", "two"}, {"one", "two"}));
