@@ -28,12 +28,6 @@ HostInterface *record_of(const l3lif *record)
     return record != nullptr ? host().find(record->ifindex) : nullptr;
 }
 
-HostInterface *named(const Value &value)
-{
-    return value.kind() == Value::Kind::text ? host().find(value.string())
-                                             : host().find(static_cast<uint32_t>(value.number()));
-}
-
 /* The arguments of a request that name an interface. */
 std::vector<const Value *> interface_arguments(const Request &request)
 {
@@ -42,8 +36,7 @@ std::vector<const Value *> interface_arguments(const Request &request)
     if (entry == nullptr)
         return arguments;
     for (size_t i = 0; i < request.values.size(); ++i) {
-        const ParameterKind kind = entry->parameters()[i].kind;
-        if (kind == ParameterKind::interface || kind == ParameterKind::ifindex)
+        if (entry->parameters()[i].names_interface())
             arguments.push_back(&request.values[i].value);
     }
     return arguments;
@@ -73,7 +66,8 @@ uint32_t number_in(const Value &record, const char *field)
 HostInterface *interface_in(const Value &record, const char *field)
 {
     const Value *value = record.find(field);
-    return value != nullptr && value->kind() == Value::Kind::integer ? named(*value) : nullptr;
+    return value != nullptr && value->kind() == Value::Kind::integer ? find_interface(*value)
+                                                                     : nullptr;
 }
 
 /* Forget an interface that the recorded switch no longer had, with all that refers to it. */
@@ -157,7 +151,7 @@ std::vector<HostInterface *> interfaces_of(const Request &request)
 {
     std::vector<HostInterface *> found;
     for (const Value *value : interface_arguments(request))
-        collect(named(*value), found);
+        collect(find_interface(*value), found);
     return found;
 }
 
@@ -165,7 +159,7 @@ std::vector<uint32_t> unknown_indexes_of(const Request &request)
 {
     std::vector<uint32_t> unknown;
     for (const Value *value : interface_arguments(request)) {
-        if (value->kind() == Value::Kind::integer && named(*value) == nullptr)
+        if (value->kind() == Value::Kind::integer && find_interface(*value) == nullptr)
             unknown.push_back(static_cast<uint32_t>(value->number()));
     }
     return unknown;

@@ -10,13 +10,6 @@
 namespace kvnsim {
 namespace {
 
-HostInterface *interface_of(const Value &value)
-{
-    const Host &host = Host::instance();
-    return value.kind() == Value::Kind::text ? host.find(value.string())
-                                             : host.find(static_cast<uint32_t>(value.number()));
-}
-
 const HostInterface *main_of(const HostInterface &interface)
 {
     return interface.main_l3lif != nullptr ? Host::instance().find(interface.main_l3lif->ifindex)
@@ -88,7 +81,7 @@ std::string why_not(const EntryPoint &entry, const std::vector<Value> &values)
             }
             return "";
         }
-        const HostInterface *interface = interface_of(values[i]);
+        const HostInterface *interface = find_interface(values[i]);
         if (interface == nullptr)
             return "";
         if (name == "l3lifpd_kvn_add_l3port")

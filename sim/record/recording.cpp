@@ -54,12 +54,10 @@ Value number(uint64_t number)
 /* Interfaces are recorded by their indexes, by whatever name they were asked for. */
 Value recorded_argument(const EntryPoint *entry, size_t index, const Value &value)
 {
-    const bool names_interface =
-        entry != nullptr && (entry->parameters()[index].kind == ParameterKind::interface ||
-                             entry->parameters()[index].kind == ParameterKind::ifindex);
+    const bool names_interface = entry != nullptr && entry->parameters()[index].names_interface();
     if (!names_interface || value.kind() != Value::Kind::text)
         return value;
-    const HostInterface *interface = Host::instance().find(value.string());
+    const HostInterface *interface = find_interface(value);
     return interface != nullptr ? Value::integer(interface->ifindex) : value;
 }
 
