@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "l3lifpd_kavelin.h"
+#include "sim/journal/random.h"
 #include "sim/sdk/asic.h"
 #include "sim/state/audit.h"
 #include "sim/state/snapshot.h"
@@ -247,15 +248,6 @@ private:
     uint64_t failed_steps_ = 0, findings_seen_ = 0;
 };
 
-uint64_t next(uint64_t &state)
-{
-    state += 0x9e3779b97f4a7c15;
-    uint64_t z = state;
-    z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;
-    z = (z ^ (z >> 27)) * 0x94d049bb133111eb;
-    return z ^ (z >> 31);
-}
-
 /* One operation: a random change, and the failures injected while it is applied. */
 struct Operation {
     uint64_t number, change_seed, fault_seed;
@@ -395,14 +387,14 @@ StressResult stress(const StressOptions &options)
             result.stopped = true;
             break;
         }
-        operations.push_back({result.operations, next(seeds), next(seeds)});
+        operations.push_back({result.operations, next_random(seeds), next_random(seeds)});
         const std::string words = random.change(operations.back().change_seed);
         life->change(random.desired(), words, operations.back().fault_seed, result.operations);
         result.operations++;
         if (options.progress)
             options.progress(result.operations, options.operations);
         /* Leftovers pile up; a switch started afresh must come up without any. */
-        const bool power_cycle = !life->watch().clean() && next(seeds) % 16 == 0;
+        const bool power_cycle = !life->watch().clean() && next_random(seeds) % 16 == 0;
         if (!life->problem() && (power_cycle || operations.size() >= 1000))
             life->repair(random.desired());
         if (!life->problem() && (power_cycle || operations.size() >= 1000)) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
+#include <string_view>
+#include <unordered_map>
 
 #include "l3lifpd_kavelin.h"
 #include "platform_api/if_index.h"
@@ -264,18 +266,21 @@ private:
         if (switch_.failures_.empty())
             return;
         const Plan again = switch_.plan(want_);
-        std::vector<std::string> objects;
-        for (const auto &[object, reasons] : switch_.failures_)
-            objects.push_back(object);
-        for (const std::string &object : objects) {
+        std::unordered_multimap<std::string_view, const Step *> outstanding;
+        for (const Step &step : again.steps) {
+            outstanding.emplace(step.name, &step);
+            if (!step.other.empty())
+                outstanding.emplace(step.other, &step);
+        }
+        for (auto at = switch_.failures_.begin(); at != switch_.failures_.end();) {
+            const std::string &object = (at++)->first; /* it may be dropped */
             const bool there = host_.find(object) != nullptr;
-            drop_reasons(object, [&](const Reason &reason) {
-                if (reason.in_part && there)
-                    return false;
-                return std::none_of(again.steps.begin(), again.steps.end(), [&](const Step &step) {
+            const auto [first, last] = outstanding.equal_range(object);
+            drop_reasons(object, [&, first = first, last = last](const Reason &reason) {
+                return !(reason.in_part && there) && std::none_of(first, last, [&](const auto &of) {
+                    const Step &step = *of.second;
                     return step.other == object ||
-                           (step.name == object && step.kind == reason.kind &&
-                            step.mac == reason.mac);
+                           (step.kind == reason.kind && step.mac == reason.mac);
                 });
             });
         }
