@@ -232,10 +232,8 @@ ConfigurationRun apply_configuration(Switch &to, const Configuration &configurat
     outcome.requests = journal.requests_made() - outcome.requests;
     outcome.calls = journal.calls_made - outcome.calls;
     for (const Failure &failure : outcome.applied.failures)
-        console.error(
-            fmt::format("{}: failed to {}: {}{}", failure.step.cause.to_text(), failure.step.words,
-                        failure.request ? fmt::format("request {} ", failure.request->number) : "",
-                        failure.message));
+        console.error(fmt::format("{}: failed to {}: {}", failure.step.cause.to_text(),
+                                  failure.step.words, failure.message));
     return outcome;
 }
 

@@ -252,8 +252,8 @@ HostInterface *find_interface(const Value &value)
 
 std::string Response::failure() const
 {
-    std::string message = std::string(request->entry) + "(" + request->arguments + ") returned " +
-                          std::to_string(result);
+    std::string message = "request " + std::to_string(request->number) + ' ' + request->entry +
+                          '(' + request->arguments + ") returned " + std::to_string(result);
     if (!request->first_failure.empty())
         message += ": " + request->first_failure;
     if (!request->first_reason.empty())

@@ -49,7 +49,7 @@ struct Response {
     bool failed = false;  /* by the entry point's outcome, or a call within it failed */
     bool refused = false; /* by the entry point's outcome alone */
     std::string output;   /* what it printed through cmd_prt */
-    /* "l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create: SDK_E_FULL (reason)" */
+    /* "request 3 l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create: SDK_E_FULL (reason)" */
     std::string failure() const;
 };
 

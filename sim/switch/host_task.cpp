@@ -26,7 +26,8 @@ std::string HostTask::failure(const Status &status)
     const RequestRef request = end();
     if (status.ok())
         return {};
-    std::string message = std::string(request->entry) + ": " + status.to_text();
+    std::string message = "request " + std::to_string(request->number) + ' ' + request->entry +
+                          ": " + status.to_text();
     if (!request->first_reason.empty())
         message += " (" + request->first_reason + ")";
     return message;

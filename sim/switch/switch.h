@@ -70,9 +70,9 @@ struct Plan {
 /* A step that did not come about, wholly or in part. */
 struct Failure {
     Step step;
-    RequestRef request; /* null when the host refused by itself */
-    std::string
-        message; /* "l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create: SDK_E_FULL" */
+    RequestRef request;  /* null when the host refused by itself */
+    std::string message; /* "request 3 l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create:
+                            SDK_E_FULL" */
 };
 
 /* The same, as it is kept. */

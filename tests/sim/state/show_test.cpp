@@ -396,7 +396,7 @@ TEST_F(Explain, says_why_an_interface_is_not_programmed)
     const Explanation explanation = explain(capture(sw), "Ethernet0");
     EXPECT_EQ(explanation.state, "not programmed");
     EXPECT_THAT(explanation.failure, HasSubstr("libsdk_intf_create: SDK_E_FULL"));
-    EXPECT_THAT(to_text(explanation), HasSubstr("failed: l3lifpd_kvn_add_l3port("));
+    EXPECT_THAT(to_text(explanation), HasSubstr("failed: request 2 l3lifpd_kvn_add_l3port("));
 }
 
 TEST_F(Explain, marks_of_a_missing_interface_only_that_it_is_missing)

@@ -232,8 +232,9 @@ TEST_F(AppliedTest, AFailureNamesTheRequestTheCallAndTheStatus)
     const Desired want = with_ports(R"("INTERFACE": {"Ethernet0": {}, "Ethernet4": {}})");
     fail("libsdk_intf_create:1=SDK_E_FULL");
     const Applied applied = sw.apply(want);
-    expect_failure(applied, "l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1) returned -1: "
-                            "libsdk_intf_create: SDK_E_FULL (injected)");
+    expect_failure(applied,
+                   "request 13 l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1) returned -1: "
+                   "libsdk_intf_create: SDK_E_FULL (injected)");
     EXPECT_EQ(applied.failures[0].step.cause.row(), "INTERFACE|Ethernet0");
     EXPECT_EQ(sw.failures().count("Ethernet0"), 1U);
     EXPECT_NE(interface("Ethernet4").intf_id(), no_id);
@@ -299,9 +300,10 @@ TEST_F(AppliedTest, AVirtualMacWhoseTrapTheAsicRefusedIsAFailureAlthoughTheLibra
     const Desired want = wanted(each_kind);
     fail("libsdk_intf_router_mac_trap_create:1=SDK_E_FULL");
     const Applied applied = sw.apply(want);
-    expect_failure(applied,
-                   "l3lifpd_kvn_fhrp_mac_add(mac=00:00:5e:00:01:0a ifindex=Vlan100) returned 0: "
-                   "libsdk_intf_router_mac_trap_create: SDK_E_FULL (injected)");
+    expect_failure(
+        applied,
+        "request 22 l3lifpd_kvn_fhrp_mac_add(mac=00:00:5e:00:01:0a ifindex=Vlan100) returned 0: "
+        "libsdk_intf_router_mac_trap_create: SDK_E_FULL (injected)");
     bring_about(want);
     EXPECT_EQ(used("trap"), 1U);
 }
@@ -351,7 +353,7 @@ TEST_F(AppliedTest, ATearDownThatFailedHalfWayStaysAsTheLibraryLeftIt)
     const Applied applied = sw.apply(Desired());
     ASSERT_EQ(applied.failures.size(), 1U);
     EXPECT_EQ(applied.failures[0].message,
-              "l3lifpd_kvn_del_l3pc(l3lif=Ethernet8 destroy=1) returned -1: "
+              "request 29 l3lifpd_kvn_del_l3pc(l3lif=Ethernet8 destroy=1) returned -1: "
               "libsdk_portchannel_destroy: SDK_E_BUSY (injected)");
     EXPECT_EQ(used("pc"), 1U);
     EXPECT_EQ(used("intf"), 0U);
