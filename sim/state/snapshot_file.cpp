@@ -19,7 +19,7 @@ namespace kvnsim {
 namespace {
 
 constexpr int application_id = 0x4b564e53; /* "KVNS", in the file's header */
-constexpr int format_version = 1;
+constexpr int format_version = 2;
 
 [[noreturn]] void fail(const std::string &path, const std::string &reason)
 {
