@@ -19,7 +19,8 @@ compopt() { :; }
 completes() {
     local line=$1
     shift
-    read -ra COMP_WORDS <<<"$(sed 's/[=:]/ & /g' <<<"$line")" # as bash does
+    local words=${line//=/ = } # as bash does
+    read -ra COMP_WORDS <<<"${words//:/ : }"
     [[ $line == *' ' ]] && COMP_WORDS+=("")
     COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
     COMPREPLY=()
