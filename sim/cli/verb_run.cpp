@@ -332,8 +332,8 @@ private:
         else
             json.null();
         json.field("failed_calls", request.failed_calls);
-        json.field("first_failure", request.first_failure);
-        json.field("reason", request.first_reason).end_object().end_object();
+        json.field("first_failure", request.first_failure().words);
+        json.field("reason", request.first_failure().reason).end_object().end_object();
     }
 
     const Arguments &arguments_;

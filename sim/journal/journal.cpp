@@ -83,6 +83,12 @@ const Codec &ifindex_codec()
     return integer_codec<uint32_t, Value::Style::hex>;
 }
 
+const FailedCall &Request::first_failure() const
+{
+    static const FailedCall none;
+    return failed_first != nullptr ? *failed_first : none;
+}
+
 std::string Origin::to_text() const
 {
     if (!request)
@@ -145,12 +151,9 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
             journal.note_ = "injected";
         if (journal.current_) {
             Request &request = *journal.current_;
-            if (request.failed_calls++ == 0) {
-                request.first_failed_call = name();
-                request.first_status = status;
-                request.first_failure = failure_text(*this, status);
-                request.first_reason = journal.note_;
-            }
+            if (request.failed_calls++ == 0)
+                request.failed_first = std::make_shared<const FailedCall>(
+                    FailedCall{name(), status, failure_text(*this, status), journal.note_});
             request.injected_failures += call.injected;
         }
     }

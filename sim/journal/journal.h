@@ -16,6 +16,14 @@
  * calls that the library makes, and its trace records. Everything is on one thread. */
 namespace kvnsim {
 
+/* A call that failed within a request. */
+struct FailedCall {
+    const char *name = ""; /* "libsdk_intf_create" */
+    int64_t status = 0;
+    std::string words;  /* "libsdk_intf_create: SDK_E_FULL" */
+    std::string reason; /* why: the refusal's reason, or "injected"; may be empty */
+};
+
 /* A request: one call of a library entry point, or one task that the host does by itself. */
 struct Request {
     uint64_t number = 0;       /* 1, 2, ... in the order made */
@@ -24,13 +32,12 @@ struct Request {
     std::string subject;       /* the interface concerned, by name; empty when there is none */
     std::string cause;         /* configuration row or command behind it: "INTERFACE|Ethernet0" */
     std::vector<Field> values; /* the arguments as values; filled only when observed */
-    std::optional<int64_t> result;      /* set at the end; stays empty for a task of the host */
-    uint32_t failed_calls = 0;          /* calls with a failing status, injected ones included */
-    uint32_t injected_failures = 0;     /* of these, the injected ones */
-    const char *first_failed_call = ""; /* "libsdk_intf_create", empty without one */
-    int64_t first_status = 0;           /* of that call */
-    std::string first_failure;          /* "libsdk_intf_create: SDK_E_FULL", empty without one */
-    std::string first_reason;           /* why: the refusal's reason, or "injected"; may be empty */
+    std::optional<int64_t> result;  /* set at the end; stays empty for a task of the host */
+    uint32_t failed_calls = 0;      /* calls with a failing status, injected ones included */
+    uint32_t injected_failures = 0; /* of these, the injected ones */
+    std::shared_ptr<const FailedCall> failed_first; /* the first of them; null without one */
+    /* The same; an empty one when no call failed. */
+    const FailedCall &first_failure() const;
 };
 using RequestRef = std::shared_ptr<const Request>;
 

@@ -121,7 +121,7 @@ void Timeline::request_ends(const Request &request)
                                          request.failed_calls == 1
                                              ? std::string("1 call")
                                              : fmt::format("{} calls", request.failed_calls),
-                                         request.first_failure));
+                                         request.first_failure().words));
     out_ << '\n';
     shown_ = false;
 }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "l3lifpd_kavelin.h"
+#include "sim/fwm/diagnostics.h"
 #include "sim/journal/random.h"
 #include "sim/sdk/asic.h"
 #include "sim/state/audit.h"
@@ -30,7 +31,7 @@ public:
         families_[request.number] = family(request.subject);
         injected_ += request.injected_failures;
         if (request.injected_failures != 0)
-            injections_.push_back(request.first_failure);
+            injections_.push_back(request.first_failure().words);
         if (touches(request.subject))
             touch_losers();
         /* What was refused in the wake of a failure spreads it. */
@@ -120,7 +121,7 @@ private:
         if (touches(request.subject))
             return true;
         constexpr std::string_view naming = "in request ";
-        const std::string &reason = request.first_reason;
+        const std::string &reason = request.first_failure().reason;
         for (size_t at = 0; (at = reason.find(naming, at)) != reason.npos;) {
             at += naming.size();
             if (behind(std::strtoull(reason.c_str() + at, nullptr, 10)))
@@ -373,10 +374,28 @@ private:
     uint64_t tries_ = 0;
 };
 
+/* Every audit would copy the messages of all failures up to then, and look at none. */
+class NoErrorStore {
+public:
+    NoErrorStore()
+    {
+        Sinks sinks = before_;
+        sinks.error_groups = 0;
+        Diagnostics::instance().configure(sinks);
+    }
+    ~NoErrorStore() { Diagnostics::instance().configure(before_); }
+    NoErrorStore(const NoErrorStore &) = delete;
+    NoErrorStore &operator=(const NoErrorStore &) = delete;
+
+private:
+    const Sinks before_ = Diagnostics::instance().sinks();
+};
+
 } // namespace
 
 StressResult stress(const StressOptions &options)
 {
+    const NoErrorStore no_error_store;
     StressResult result;
     uint64_t seeds = options.seed;
     RandomDesired start(options.interfaces), random = start;

@@ -254,10 +254,10 @@ std::string Response::failure() const
 {
     std::string message = "request " + std::to_string(request->number) + ' ' + request->entry +
                           '(' + request->arguments + ") returned " + std::to_string(result);
-    if (!request->first_failure.empty())
-        message += ": " + request->first_failure;
-    if (!request->first_reason.empty())
-        message += " (" + request->first_reason + ")";
+    if (!request->first_failure().words.empty())
+        message += ": " + request->first_failure().words;
+    if (!request->first_failure().reason.empty())
+        message += " (" + request->first_failure().reason + ")";
     return message;
 }
 

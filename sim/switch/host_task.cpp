@@ -28,8 +28,8 @@ std::string HostTask::failure(const Status &status)
         return {};
     std::string message = "request " + std::to_string(request->number) + ' ' + request->entry +
                           ": " + status.to_text();
-    if (!request->first_reason.empty())
-        message += " (" + request->first_reason + ")";
+    if (!request->first_failure().reason.empty())
+        message += " (" + request->first_failure().reason + ")";
     return message;
 }
 

@@ -58,8 +58,8 @@ TEST_F(Requests, CountFailedCallsAndKeepTheFirst)
     const RequestRef made = journal.end(0);
     EXPECT_EQ(made->failed_calls, 2u);
     EXPECT_EQ(made->injected_failures, 1u);
-    EXPECT_EQ(made->first_failure, "fake_sdk_call: SDK_E_FULL");
-    EXPECT_EQ(made->first_reason, "not today");
+    EXPECT_EQ(made->first_failure().words, "fake_sdk_call: SDK_E_FULL");
+    EXPECT_EQ(made->first_failure().reason, "not today");
 }
 
 TEST_F(Requests, TellAHostsStatusAsANumber)
@@ -67,8 +67,8 @@ TEST_F(Requests, TellAHostsStatusAsANumber)
     journal.begin(request("l3lifpd_kvn_add_svi"));
     call_host(7);
     const RequestRef made = journal.end(0);
-    EXPECT_EQ(made->first_failure, "fake_host_call: 7");
-    EXPECT_EQ(made->first_reason, "");
+    EXPECT_EQ(made->first_failure().words, "fake_host_call: 7");
+    EXPECT_EQ(made->first_failure().reason, "");
 }
 
 TEST_F(Requests, SayThatAFailureWasInjected)
@@ -78,8 +78,8 @@ TEST_F(Requests, SayThatAFailureWasInjected)
     journal.begin(request("l3lifpd_kvn_add_svi"));
     call_sdk(1, &doubled);
     const RequestRef made = journal.end(0);
-    EXPECT_EQ(made->first_failure, "fake_sdk_call: 9");
-    EXPECT_EQ(made->first_reason, "injected");
+    EXPECT_EQ(made->first_failure().words, "fake_sdk_call: 9");
+    EXPECT_EQ(made->first_failure().reason, "injected");
 }
 
 TEST_F(Requests, NameTheOriginOfWhatIsMadeInThem)

@@ -190,8 +190,8 @@ TEST_F(SdkCalls, TellTheRequestWhyTheyWereRefused)
     journal.begin(made);
     libsdk_intf_destroy(0, 12);
     journal.end(-1);
-    EXPECT_EQ(made->first_failure, "libsdk_intf_destroy: SDK_E_NOT_FOUND");
-    EXPECT_EQ(made->first_reason, "there is no interface 12");
+    EXPECT_EQ(made->first_failure().words, "libsdk_intf_destroy: SDK_E_NOT_FOUND");
+    EXPECT_EQ(made->first_failure().reason, "there is no interface 12");
 }
 
 TEST(SdkStatuses, AreNamedBothWays)

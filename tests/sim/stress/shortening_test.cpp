@@ -133,7 +133,7 @@ TEST(ShorteningOfFailures, NamesTheCallThatFailed)
         ~Seen() override { Journal::instance().remove(*this); }
         void request_ends(const Request &request) override
         {
-            failed |= request.first_failure.find("libsdk_intf_attr_set") == 0;
+            failed |= request.first_failure().words.find("libsdk_intf_attr_set") == 0;
         }
         bool failed = false;
     } seen;
