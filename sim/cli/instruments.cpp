@@ -221,7 +221,8 @@ ConfigurationRun apply_configuration(Switch &to, const Configuration &configurat
     ConfigurationRun outcome{
         &configuration, std::move(plan), {}, journal.requests_made(), journal.calls_made};
     outcome.applied = to.apply(
-        outcome.plan, configuration.desired, [] { return interrupt_signal() != 0; },
+        outcome.plan, std::make_shared<const Desired>(configuration.desired),
+        [] { return interrupt_signal() != 0; },
         [&](size_t done, size_t of) {
             if (after_step)
                 after_step();

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <memory_resource>
 #include <optional>
 #include <set>
 #include <string>
@@ -20,12 +21,39 @@ struct Place {
     std::string to_text() const; /* "leaf.json:12:5: INTERFACE|Ethernet0" */
 };
 
+/* Keeps what it allocates of one type together, apart from all else: large maps are walked through
+ * again and again. The memory is kept for more of the type. */
+template <class T> struct Together {
+    using value_type = T;
+    Together() = default;
+    template <class U> Together(const Together<U> &) {}
+    T *allocate(size_t count)
+    {
+        return static_cast<T *>(pool().allocate(count * sizeof(T), alignof(T)));
+    }
+    void deallocate(T *memory, size_t count)
+    {
+        pool().deallocate(memory, count * sizeof(T), alignof(T));
+    }
+    friend bool operator==(const Together &, const Together &) { return true; }
+    friend bool operator!=(const Together &, const Together &) { return false; }
+
+private:
+    /* Never destroyed: maps may outlive all but the process. */
+    static std::pmr::memory_resource &pool()
+    {
+        static auto &pool = *new std::pmr::unsynchronized_pool_resource;
+        return pool;
+    }
+};
+
 /* Order of interface names as people read them: Ethernet2 before Ethernet10. */
 struct NaturalOrder {
     using is_transparent = void;
     bool operator()(const std::string &a, const std::string &b) const;
 };
-template <class T> using ByName = std::map<std::string, T, NaturalOrder>;
+template <class T>
+using ByName = std::map<std::string, T, NaturalOrder, Together<std::pair<const std::string, T>>>;
 
 using Mac = std::array<uint8_t, 6>;
 std::string to_text(const Mac &mac); /* "00:00:5e:00:01:0a" */

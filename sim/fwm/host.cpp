@@ -230,8 +230,17 @@ HostInterface *Host::find(uint32_t ifindex) const
 
 HostInterface *Host::find(std::string_view name) const
 {
+    for (const uint32_t ifindex : {last_found_, last_found_ + 1}) {
+        if (HostInterface *guess = find(ifindex); guess != nullptr && guess->name == name) {
+            last_found_ = ifindex;
+            return guess;
+        }
+    }
     const auto found = by_name_.find(name);
-    return found == by_name_.end() ? nullptr : found->second;
+    if (found == by_name_.end())
+        return nullptr;
+    last_found_ = found->second->ifindex;
+    return found->second;
 }
 
 HostInterface *Host::find(uint32_t ifindex, InterfaceKind kind) const

@@ -192,7 +192,9 @@ private:
     std::vector<Slot> tables_[4];
     LowestFirst free_sequences_;
     std::unordered_map<std::string_view, HostInterface *> by_name_; /* keys lie in the records */
-    std::unordered_map<uint32_t, HeldPortChannel> held_;            /* by ifindex */
+    /* Names are asked for several times in a row, and then mostly the next one. */
+    mutable uint32_t last_found_ = 0;                    /* an ifindex */
+    std::unordered_map<uint32_t, HeldPortChannel> held_; /* by ifindex */
     std::unique_ptr<StateDb> db_;
 };
 

@@ -176,15 +176,6 @@ bool run(sqlite3_stmt *statement)
     return result == SQLITE_DONE;
 }
 
-template <class Row> std::vector<Row> rows(sqlite3_stmt *statement)
-{
-    std::vector<Row> found;
-    while (sqlite3_step(statement) == SQLITE_ROW)
-        all_columns(found.emplace_back(), Reader{statement});
-    sqlite3_reset(statement);
-    return found;
-}
-
 } // namespace
 
 struct StateDb::Statements {
@@ -268,31 +259,19 @@ bool StateDb::forget_interface(uint32_t ifindex)
            forget_row<L3lifRow>(ifindex) && forget_row<LabelRow>(ifindex);
 }
 
-template <class Row> std::vector<Row> StateDb::all_rows() const
+template <class Row> void StateDb::each(const std::function<void(const Row &)> &visit) const
 {
-    return rows<Row>(statements_->of<Row>().all);
+    sqlite3_stmt *statement = statements_->of<Row>().all;
+    for (Row row; sqlite3_step(statement) == SQLITE_ROW; visit(row))
+        all_columns(row, Reader{statement});
+    sqlite3_reset(statement);
 }
+template void StateDb::each(const std::function<void(const PmRow &)> &) const;
+template void StateDb::each(const std::function<void(const PcRow &)> &) const;
+template void StateDb::each(const std::function<void(const L3lifRow &)> &) const;
+template void StateDb::each(const std::function<void(const LabelRow &)> &) const;
+template void StateDb::each(const std::function<void(const MemberIntfRow &)> &) const;
 
-std::vector<PmRow> StateDb::pm_rows() const
-{
-    return all_rows<PmRow>();
-}
-std::vector<PcRow> StateDb::pc_rows() const
-{
-    return all_rows<PcRow>();
-}
-std::vector<L3lifRow> StateDb::l3lif_rows() const
-{
-    return all_rows<L3lifRow>();
-}
-std::vector<LabelRow> StateDb::label_rows() const
-{
-    return all_rows<LabelRow>();
-}
-std::vector<MemberIntfRow> StateDb::member_intf_rows() const
-{
-    return all_rows<MemberIntfRow>();
-}
 void StateDb::clear()
 {
     statements_->for_each([](auto &table) { run(table.clear); });

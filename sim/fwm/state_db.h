@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -79,12 +80,15 @@ public:
     /* Remove the interface's rows from all tables but member_intf_sdb. */
     bool forget_interface(uint32_t ifindex);
 
-    /* All rows, by ifindex. */
-    std::vector<PmRow> pm_rows() const;
-    std::vector<PcRow> pc_rows() const;
-    std::vector<L3lifRow> l3lif_rows() const;
-    std::vector<LabelRow> label_rows() const;
-    std::vector<MemberIntfRow> member_intf_rows() const;
+    /* Call visit for each row of that kind, by ifindex; the row lasts until it returns. */
+    template <class Row> void each(const std::function<void(const Row &)> &visit) const;
+    /* All rows of that kind, by ifindex. */
+    template <class Row> std::vector<Row> rows() const
+    {
+        std::vector<Row> found;
+        each<Row>([&](const Row &row) { found.push_back(row); });
+        return found;
+    }
 
     void clear();                                       /* no rows */
     const std::string &error() const { return error_; } /* of the last refusal */
@@ -93,7 +97,6 @@ private:
     struct Statements;
     template <class Row> bool store_row(Row row);
     template <class Row> bool forget_row(uint32_t ifindex);
-    template <class Row> std::vector<Row> all_rows() const;
     bool checked(bool done);
 
     sqlite3 *db_ = nullptr;

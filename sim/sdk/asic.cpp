@@ -821,6 +821,10 @@ std::vector<AsicInterface> Asic::interfaces() const
 {
     return state_->copy_all(state_->intf);
 }
+void Asic::each_interface(const std::function<void(const AsicInterface &)> &visit) const
+{
+    state_->intf.each([&](uint32_t id, const InterfaceRow &row) { visit(state_->copy(id, row)); });
+}
 std::vector<AsicLid> Asic::lids() const
 {
     return state_->copy_all(state_->lid);

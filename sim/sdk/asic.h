@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -128,6 +129,8 @@ public:
     std::vector<AsicRouterMac> router_macs() const;
     std::vector<AsicTrap> traps() const;
     std::vector<AsicPendingWrite> pending() const; /* in the order queued */
+    /* The interfaces one by one, each good until visit returns. */
+    void each_interface(const std::function<void(const AsicInterface &)> &visit) const;
 
     /* One row, empty when there is none of that identifier. */
     std::optional<AsicInterface> interface(uint32_t intf_id) const;

@@ -134,7 +134,7 @@ private:
         check_kept(host);
 
         const bool is_wanted = host.kind == "port" ? index_.wanted_port(host.name) != nullptr
-                                                   : index_.wanted(host.name) != nullptr;
+                                                   : index_.wanted(host) != nullptr;
         if (!is_wanted && !tell_unwanted(host))
             tell(
                 AuditKind::unwanted, host.name, host.kind == "port" ? port_lid : "", host.name,
@@ -219,7 +219,7 @@ private:
                 check_pc_row(*host, context);
             }
         }
-        const WantedInterface *wanted = index_.wanted(host->name);
+        const WantedInterface *wanted = index_.wanted(*host);
         /* A channel that lost its last member, or a port no longer routed. */
         const bool may_exist =
             wanted != nullptr && (index_.must_exist(*wanted) ||
@@ -465,7 +465,7 @@ private:
     {
         if (!index_.must_exist(wanted))
             return;
-        const HostRow *host = index_.host(wanted.name);
+        const HostRow *host = index_.host(wanted);
         const ContextRow *context = host != nullptr ? index_.context(host->ifindex) : nullptr;
         if (context == nullptr || is_none(context->intf_id))
             tell_missing(wanted.name, "SDK interface", wanted.name, wanted.place,

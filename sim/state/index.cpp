@@ -87,8 +87,21 @@ Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
         }
     }
     wanted_.reserve(snapshot.wanted_interfaces.size());
-    for (const WantedInterface &row : snapshot.wanted_interfaces)
-        wanted_.emplace(row.name, &row);
+    wanted_of_.resize(snapshot.host.size());
+    host_of_.reserve(snapshot.wanted_interfaces.size());
+    for (const WantedInterface &row : snapshot.wanted_interfaces) {
+        const HostRow *const has = host(row.name);
+        host_of_.push_back(has);
+        if (wanted_.emplace(row.name, &row).second && has != nullptr)
+            wanted_of_[static_cast<size_t>(has - snapshot.host.data())] = &row;
+    }
+    attributes_of_.reserve(snapshot.intfs.size());
+    size_t at = 0;
+    for (const IntfRow &row : snapshot.intfs) {
+        while (at < snapshot.attributes.size() && snapshot.attributes[at].intf_id < row.intf_id)
+            ++at;
+        attributes_of_.push_back(at);
+    }
     for (const WantedPort &row : snapshot.wanted_ports)
         wanted_ports_.emplace(row.name, &row);
     for (const WantedVlan &row : snapshot.wanted_vlans)
@@ -291,7 +304,11 @@ const DbLabel *Index::label(uint32_t ifindex) const
 
 RowRange<AttributeValueRow> Index::attributes(uint32_t intf_id) const
 {
-    return find_rows(snapshot_.attributes, &AttributeValueRow::intf_id, intf_id);
+    const IntfRow *const row = intf(intf_id);
+    if (row == nullptr)
+        return {nullptr, nullptr};
+    const size_t first = attributes_of_[static_cast<size_t>(row - snapshot_.intfs.data())];
+    return rows_from(snapshot_.attributes, first, &AttributeValueRow::intf_id, intf_id);
 }
 
 static const AttributeValueRow *find_in(const RowRange<AttributeValueRow> &rows, uint32_t number)

@@ -13,10 +13,19 @@
 /* Finding rows of a snapshot, and what belongs together across its tables. */
 namespace kvnsim {
 
-/* The row whose member has this value, in rows that are in its order; nullptr without one. */
+/* The row whose member has this value, in rows that are in its order; nullptr without one. Where
+ * numbers were handed out one after the other, it is as far from the last row as its number from
+ * the last one. */
 template <class Row, class Number>
 const Row *find_row(const std::vector<Row> &rows, Number Row::*member, Number value)
 {
+    if (rows.empty() || rows.back().*member < value)
+        return nullptr;
+    if (const Number from_last = rows.back().*member - value; from_last < rows.size()) {
+        const Row &guess = rows[rows.size() - 1 - from_last];
+        if (guess.*member == value)
+            return &guess;
+    }
     const auto at = std::lower_bound(
         rows.begin(), rows.end(), value,
         [&](const Row &row, const Number &wanted) { return row.*member < wanted; });
@@ -31,16 +40,23 @@ template <class Row> struct RowRange {
     bool empty() const { return first == last; }
     size_t size() const { return static_cast<size_t>(last - first); }
 };
+/* Those from the first on, which is where they would begin. */
+template <class Row>
+RowRange<Row> rows_from(const std::vector<Row> &rows, size_t first, uint32_t Row::*member,
+                        uint32_t value)
+{
+    size_t last = first;
+    while (last < rows.size() && rows[last].*member == value)
+        ++last;
+    return {rows.data() + first, rows.data() + last};
+}
 template <class Row>
 RowRange<Row> find_rows(const std::vector<Row> &rows, uint32_t Row::*member, uint32_t value)
 {
     const auto first =
         std::lower_bound(rows.begin(), rows.end(), value,
                          [&](const Row &row, uint32_t wanted) { return row.*member < wanted; });
-    auto last = first;
-    while (last != rows.end() && (*last).*member == value)
-        ++last;
-    return {rows.data() + (first - rows.begin()), rows.data() + (last - rows.begin())};
+    return rows_from(rows, static_cast<size_t>(first - rows.begin()), member, value);
 }
 
 /* The value that an attribute of an SDK interface must have. */
@@ -75,6 +91,15 @@ public:
     const ContextRow *serving_context(const HostRow &host) const;
     /* What is wanted of it; nullptr when it is not. */
     const WantedInterface *wanted(std::string_view name) const;
+    /* The same, of rows of this snapshot. */
+    const WantedInterface *wanted(const HostRow &host) const
+    {
+        return wanted_of_[static_cast<size_t>(&host - snapshot_.host.data())];
+    }
+    const HostRow *host(const WantedInterface &wanted) const
+    {
+        return host_of_[static_cast<size_t>(&wanted - snapshot_.wanted_interfaces.data())];
+    }
     const WantedPort *wanted_port(std::string_view name) const;
     const WantedVlan *wanted_vlan(std::string_view name) const;
     /* What the reader of the configuration said of the rows that name it. */
@@ -141,6 +166,9 @@ private:
     const Snapshot &snapshot_;
     std::unordered_map<std::string_view, const HostRow *> host_by_name_;
     std::unordered_map<std::string_view, const WantedInterface *> wanted_;
+    std::vector<const WantedInterface *> wanted_of_; /* by position of the host's row */
+    std::vector<const HostRow *> host_of_;           /* by position of the wanted row */
+    std::vector<size_t> attributes_of_; /* where those of each row of SDK interfaces begin */
     std::unordered_map<std::string_view, const WantedPort *> wanted_ports_;
     std::unordered_map<std::string_view, const WantedVlan *> wanted_vlans_;
     std::unordered_map<std::string_view, std::vector<const ReaderRow *>> reader_;

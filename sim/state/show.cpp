@@ -95,9 +95,9 @@ Listing show_interfaces(const Snapshot &snapshot, const std::string &)
                        {"failure", "Failure"}};
     for (const WantedInterface &wanted : snapshot.wanted_interfaces)
         listing.rows.push_back(
-            interface_row(index, wanted.name, wanted.kind, &wanted, index.host(wanted.name)));
+            interface_row(index, wanted.name, wanted.kind, &wanted, index.host(wanted)));
     for (const HostRow &host : snapshot.host) {
-        if (index.wanted(host.name) == nullptr && (host.kind != "port" || index.programmed(&host)))
+        if (index.wanted(host) == nullptr && (host.kind != "port" || index.programmed(&host)))
             listing.rows.push_back(interface_row(index, host.name, host.kind, nullptr, &host));
     }
     return listing;
@@ -162,7 +162,7 @@ Listing show_port_channels(const Snapshot &snapshot, const std::string &)
     for (const WantedInterface &wanted : snapshot.wanted_interfaces) {
         if (wanted.kind != "port-channel")
             continue;
-        const HostRow *host = index.host(wanted.name);
+        const HostRow *host = index.host(wanted);
         const ContextRow *context = host != nullptr ? index.context(host->ifindex) : nullptr;
         listing.rows.push_back({wanted.name, number(wanted.number), index.state(wanted.name),
                                 context != nullptr ? id(context->pc_id) : Cell(),

@@ -10,6 +10,7 @@
 #include "sim/fwm/diagnostics.h"
 #include "sim/fwm/host.h"
 #include "sim/sdk/asic.h"
+#include "sim/state/index.h"
 #include "sim/state/rows.h"
 #include "sim/switch/switch.h"
 
@@ -25,6 +26,15 @@ struct FhrpEntry {
 };
 static_assert(sizeof(FhrpEntry) == 16, "entry of the table of virtual MACs");
 
+bool number_less(const RequestRow &a, const RequestRow &b)
+{
+    return a.number < b.number;
+}
+bool number_equal(const RequestRow &a, const RequestRow &b)
+{
+    return a.number == b.number;
+}
+
 /* The requests that rows name. Most rows follow one that the same request made. */
 class Requests {
 public:
@@ -36,32 +46,45 @@ public:
             refs_.push_back(origin.request);
         return {origin.request->number, origin.call};
     }
-    /* The database keeps the origin in words: "CALL in request 12 ENTRY(ARGUMENTS)". */
-    Made made(const RowOrigin &origin)
-    {
-        if (origin.request != 0 && (told_.empty() || told_.back().number != origin.request))
-            told_.push_back(from_words(origin));
-        return {origin.request, lasting(origin.call)};
-    }
+    /* All that were named so far, by number. */
     std::vector<RequestRow> rows()
     {
-        std::vector<RequestRow> rows;
-        rows.reserve(refs_.size());
         std::sort(refs_.begin(), refs_.end(),
                   [](const auto &a, const auto &b) { return a->number < b->number; });
         refs_.erase(std::unique(refs_.begin(), refs_.end()), refs_.end());
+        std::vector<RequestRow> rows;
+        rows.reserve(refs_.size());
         for (const RequestRef &ref : refs_)
             rows.push_back({ref->number, ref->entry, ref->arguments, ref->subject, ref->cause});
-        /* What is known of a request by itself comes before its words. */
-        rows.insert(rows.end(), told_.begin(), told_.end());
-        const auto number_less = [](const RequestRow &a, const RequestRow &b) {
-            return a.number < b.number;
-        };
-        std::stable_sort(rows.begin(), rows.end(), number_less);
-        rows.erase(std::unique(rows.begin(), rows.end(),
-                               [](const auto &a, const auto &b) { return a.number == b.number; }),
-                   rows.end());
         return rows;
+    }
+
+private:
+    std::vector<RequestRef> refs_;
+};
+
+/* Those that only rows of the database name, which keep it in words: "CALL in request 12
+ * ENTRY(ARGUMENTS)". */
+class RequestsInWords {
+public:
+    explicit RequestsInWords(const std::vector<RequestRow> &known) : known_(known) {}
+
+    Made made(const RowOrigin &origin)
+    {
+        if (origin.request != 0 &&
+            find_row(known_, &RequestRow::number, origin.request) == nullptr &&
+            (rows_.empty() || rows_.back().number != origin.request))
+            rows_.push_back(from_words(origin));
+        return {origin.request, lasting(origin.call)};
+    }
+    /* Add them to the ones known. */
+    void add_to(std::vector<RequestRow> &rows)
+    {
+        if (rows_.empty())
+            return;
+        rows.insert(rows.end(), rows_.begin(), rows_.end());
+        std::sort(rows.begin(), rows.end(), number_less);
+        rows.erase(std::unique(rows.begin(), rows.end(), number_equal), rows.end());
     }
 
 private:
@@ -79,8 +102,8 @@ private:
         return row;
     }
 
-    std::vector<RequestRef> refs_;
-    std::vector<RequestRow> told_;
+    const std::vector<RequestRow> &known_;
+    std::vector<RequestRow> rows_;
 };
 
 std::string joined(const std::vector<std::string> &texts)
@@ -95,6 +118,8 @@ void capture_wanted(const Switch &of, Snapshot &into)
     for (const auto &[name, port] : want.ports)
         into.wanted_ports.push_back({name, port.mtu, port.admin_up, port.alias, port.place});
 
+    into.wanted_interfaces.reserve(want.routed_ports.size() + want.port_channels.size() +
+                                   want.sub_interfaces.size() + want.svis.size());
     const auto add = [&](const std::string &name, InterfaceKind kind, uint32_t number, uint32_t mtu,
                          const L3Settings &l3, const Place &place) -> WantedInterface & {
         WantedInterface row;
@@ -161,6 +186,7 @@ void capture_failures(const Switch &of, Snapshot &into, Requests &requests)
 void capture_host(Snapshot &into)
 {
     const Host &host = Host::instance();
+    into.host.reserve(host.size());
     for (const HostInterface *interface : host.interfaces()) {
         HostRow row;
         row.ifindex = interface->ifindex;
@@ -221,14 +247,14 @@ void capture_virtual_macs(Snapshot &into)
 void capture_asic(Snapshot &into, Requests &requests)
 {
     const Asic &asic = Asic::instance();
-    for (const AsicInterface &intf : asic.interfaces()) {
+    asic.each_interface([&](const AsicInterface &intf) {
         const sdk_intf_create_params &p = intf.params;
         into.intfs.push_back({intf.intf_id, intf.type, p.param1, p.param2, p.param3, p.param4,
                               p.param5, requests.made(intf.origin)});
         for (const AsicAttribute &attribute : intf.attributes)
             into.attributes.push_back(
                 {intf.intf_id, attribute.number, attribute.value, requests.made(attribute.origin)});
-    }
+    });
     for (const AsicLid &lid : asic.lids()) {
         into.lids.push_back({lid.lid_id, lid.ifmap_idx, requests.made(lid.origin)});
         uint32_t position = 0;
@@ -257,21 +283,28 @@ void capture_asic(Snapshot &into, Requests &requests)
             {use.name, use.description, use.used, use.high_water, use.capacity});
 }
 
-void capture_database(Snapshot &into, Requests &requests)
+void capture_database(Snapshot &into)
 {
     const StateDb &db = Host::instance().db();
-    for (const PmRow &row : db.pm_rows())
+    RequestsInWords requests(into.requests);
+    db.each<PmRow>([&](const PmRow &row) {
         into.pm.push_back({row.kind, row.ifindex, row.ifmap_idx, requests.made(row.origin)});
-    for (const PcRow &row : db.pc_rows())
+    });
+    db.each<PcRow>([&](const PcRow &row) {
         into.pc.push_back({row.ifindex, row.pc_id, requests.made(row.origin)});
-    for (const L3lifRow &row : db.l3lif_rows())
+    });
+    db.each<L3lifRow>([&](const L3lifRow &row) {
         into.l3lif.push_back({row.ifindex, row.name, row.mtu, row.ipv4_ucst_en, row.ipv4_mcst_en,
                               row.ipv4_same_if, row.v4_vpn_id, row.v6_vpn_id, row.nat_zone,
                               requests.made(row.origin)});
-    for (const LabelRow &row : db.label_rows())
+    });
+    db.each<LabelRow>([&](const LabelRow &row) {
         into.label.push_back({row.ifindex, row.enabled, row.svi, requests.made(row.origin)});
-    for (const MemberIntfRow &row : db.member_intf_rows())
+    });
+    db.each<MemberIntfRow>([&](const MemberIntfRow &row) {
         into.member_intf.push_back({row.ifindex, row.intf_id, requests.made(row.origin)});
+    });
+    requests.add_to(into.requests);
 }
 
 } // namespace
@@ -336,11 +369,11 @@ Snapshot capture(const Switch &of, const std::vector<std::string> &files,
     Requests requests;
     capture_failures(of, snapshot, requests);
     capture_asic(snapshot, requests);
-    capture_database(snapshot, requests);
+    snapshot.requests = requests.rows();
+    capture_database(snapshot);
     for (const ErrorGroup &group : Diagnostics::instance().errors())
         snapshot.errors.push_back({group.function, static_cast<uint32_t>(group.line), group.text,
                                    group.count, group.last_request});
-    snapshot.requests = requests.rows();
     return snapshot;
 }
 

@@ -5,6 +5,32 @@
 
 namespace kvnsim {
 
+/* Go through two maps in the same order at once: visit(name, value, other) for each name, with
+ * nullptr where a map has none. */
+template <class Map, class Other, class Visit> void walk(Map &map, Other &other, const Visit &visit)
+{
+    auto in_one = map.begin();
+    auto in_other = other.begin();
+    const decltype(&in_one->second) no_value = nullptr;
+    const decltype(&in_other->second) no_other = nullptr;
+    while (in_one != map.end() || in_other != other.end()) {
+        const bool only_one =
+            in_other == other.end() || (in_one != map.end() && in_one->first != in_other->first &&
+                                        map.key_comp()(in_one->first, in_other->first));
+        if (only_one) {
+            visit(in_one->first, &in_one->second, no_other);
+            ++in_one;
+        } else if (in_one == map.end() || in_one->first != in_other->first) {
+            visit(in_other->first, no_value, &in_other->second);
+            ++in_other;
+        } else {
+            visit(in_one->first, &in_one->second, &in_other->second);
+            ++in_one;
+            ++in_other;
+        }
+    }
+}
+
 /* A place in a sorted map. Names that are asked for in their order are found by stepping forward,
  * at the same cost however large the map is. While it is in use, only it may erase. */
 template <class Map> class Cursor {

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <deque>
 #include <unordered_set>
 
 #include "sim/switch/cursor.h"
@@ -89,16 +90,18 @@ public:
     {
         port_channels_that_change();
         ports_that_change();
-        sub_interfaces_that_go();
-        svis_that_go();
+        sub_interfaces();
+        svis();
         virtual_macs();
         router_mac();
         new_ports();
         new_port_channels();
-        new_svis();
-        new_sub_interfaces();
         Plan plan;
-        for (std::vector<Step> &steps : steps_) {
+        size_t count = 0;
+        for (const std::deque<Step> &steps : steps_)
+            count += steps.size();
+        plan.steps.reserve(count);
+        for (std::deque<Step> &steps : steps_) {
             for (Step &step : steps)
                 plan.steps.push_back(std::move(step));
         }
@@ -113,7 +116,7 @@ private:
         step.name = name;
         step.words = std::move(words);
         step.cause = cause;
-        std::vector<Step> &steps = steps_[static_cast<size_t>(kind)];
+        std::deque<Step> &steps = steps_[static_cast<size_t>(kind)];
         steps.push_back(std::move(step));
         return steps.back();
     }
@@ -220,37 +223,49 @@ private:
         }
     }
 
-    void sub_interfaces_that_go()
+    void sub_interfaces()
     {
-        Cursor all_wanted(want_.sub_interfaces);
         Cursor settings(switch_.settings_);
-        for (const auto &[name, has] : have_.sub_interfaces) {
-            const DesiredSubInterface *wants = all_wanted.find(name);
-            if (wants != nullptr && wants->parent == has.parent && wants->vlan == has.vlan &&
-                gone_.count(has.parent) == 0) {
-                change(name, settings.find(name), settings_of(wants->l3, wants->mtu), wants->place);
-                continue;
-            }
-            add(StepKind::delete_sub_interface, name, "delete sub-interface " + name, has.place);
-            if (wants != nullptr)
-                gone_.insert(name);
-        }
+        walk(have_.sub_interfaces, want_.sub_interfaces,
+             [&](const std::string &name, const DesiredSubInterface *has,
+                 const DesiredSubInterface *wants) {
+                 if (has != nullptr && wants != nullptr && wants->parent == has->parent &&
+                     wants->vlan == has->vlan && gone_.count(has->parent) == 0) {
+                     change(name, settings.find(name), settings_of(wants->l3, wants->mtu),
+                            wants->place);
+                     return;
+                 }
+                 if (has != nullptr)
+                     add(StepKind::delete_sub_interface, name, "delete sub-interface " + name,
+                         has->place);
+                 if (wants != nullptr)
+                     add_interface(StepKind::add_sub_interface, name,
+                                   "create sub-interface " + name + " on " + wants->parent +
+                                       ", VLAN " + std::to_string(wants->vlan),
+                                   wants->place, settings_of(wants->l3, wants->mtu));
+                 if (has != nullptr && wants != nullptr)
+                     gone_.insert(name);
+             });
     }
 
-    void svis_that_go()
+    void svis()
     {
-        Cursor all_wanted(want_.svis);
         Cursor settings(switch_.settings_);
-        for (const auto &[name, has] : have_.svis) {
-            const DesiredSvi *wants = all_wanted.find(name);
-            if (wants != nullptr && wants->vlan == has.vlan) {
-                change(name, settings.find(name), settings_of(wants->l3, wants->mtu), wants->place);
-                continue;
-            }
-            add(StepKind::delete_svi, name, "delete SVI " + name, has.place);
-            if (wants != nullptr)
-                gone_.insert(name);
-        }
+        walk(have_.svis, want_.svis,
+             [&](const std::string &name, const DesiredSvi *has, const DesiredSvi *wants) {
+                 if (has != nullptr && wants != nullptr && wants->vlan == has->vlan) {
+                     change(name, settings.find(name), settings_of(wants->l3, wants->mtu),
+                            wants->place);
+                     return;
+                 }
+                 if (has != nullptr)
+                     add(StepKind::delete_svi, name, "delete SVI " + name, has->place);
+                 if (wants != nullptr)
+                     add_interface(StepKind::add_svi, name, "create SVI " + name, wants->place,
+                                   settings_of(wants->l3, wants->mtu));
+                 if (has != nullptr && wants != nullptr)
+                     gone_.insert(name);
+             });
     }
 
     void virtual_macs()
@@ -337,28 +352,6 @@ private:
         }
     }
 
-    void new_svis()
-    {
-        Cursor all_there(have_.svis);
-        for (const auto &[name, wants] : want_.svis) {
-            if (all_there.find(name) == nullptr || gone_.count(name) != 0)
-                add_interface(StepKind::add_svi, name, "create SVI " + name, wants.place,
-                              settings_of(wants.l3, wants.mtu));
-        }
-    }
-
-    void new_sub_interfaces()
-    {
-        Cursor all_there(have_.sub_interfaces);
-        for (const auto &[name, wants] : want_.sub_interfaces) {
-            if (all_there.find(name) == nullptr || gone_.count(name) != 0)
-                add_interface(StepKind::add_sub_interface, name,
-                              "create sub-interface " + name + " on " + wants.parent + ", VLAN " +
-                                  std::to_string(wants.vlan),
-                              wants.place, settings_of(wants.l3, wants.mtu));
-        }
-    }
-
     void change(const std::string &name, const Settings *has, const Settings &wants,
                 const Place &place)
     {
@@ -373,7 +366,7 @@ private:
     const Desired &want_;
     std::unordered_set<std::string> staying_members_; /* "port-channel|port" */
     std::unordered_set<std::string> gone_;            /* interfaces whose SDK interface goes */
-    std::array<std::vector<Step>, static_cast<size_t>(StepKind::add_virtual_mac) + 1> steps_;
+    std::array<std::deque<Step>, static_cast<size_t>(StepKind::add_virtual_mac) + 1> steps_;
 };
 
 Plan Switch::plan(const Desired &want) const

@@ -43,7 +43,7 @@ Settings new_settings()
 bool nothing_was_done(const Response &response, std::string_view first_call)
 {
     return response.refused && (response.request->failed_calls == 0 ||
-                                response.request->first_failed_call == first_call);
+                                response.request->first_failure().name == first_call);
 }
 
 } // namespace
@@ -143,13 +143,10 @@ private:
     template <class Map, class Take>
     static void take_over(Map &has, const Map &wants, const Take &take)
     {
-        auto wanted = wants.begin();
-        for (auto &[name, object] : has) {
-            while (wanted != wants.end() && wants.key_comp()(wanted->first, name))
-                ++wanted;
-            if (wanted != wants.end() && wanted->first == name)
-                take(object, wanted->second);
-        }
+        walk(has, wants, [&](const std::string &, auto *object, const auto *wanted) {
+            if (object != nullptr && wanted != nullptr)
+                take(*object, *wanted);
+        });
     }
 
     void perform()
@@ -244,7 +241,7 @@ private:
             reasons.push_back({concern.kind,
                                concern.mac,
                                message,
-                               {request, request != nullptr ? request->first_failed_call : ""},
+                               {request, request != nullptr ? request->first_failure().name : ""},
                                in_part});
     }
 
@@ -448,7 +445,7 @@ private:
         }
         const Response response = entry::del_l3pc(port, last);
         const bool stays = nothing_was_done(response, "libsdk_portchannel_member_delete") &&
-                           response.request->first_status != SDK_E_NOT_FOUND;
+                           response.request->first_failure().status != SDK_E_NOT_FOUND;
         if (response.failed) {
             if (!stays)
                 take_up(building(port_channel));
@@ -768,11 +765,13 @@ private:
     Cursor<const ByName<DesiredSvi>> wanted_svis_{want_.svis};
 };
 
-Applied Switch::apply(const Plan &plan, const Desired &want, const std::function<bool()> &stop,
+Applied Switch::apply(const Plan &plan, std::shared_ptr<const Desired> want,
+                      const std::function<bool()> &stop,
                       const std::function<void(size_t done, size_t of)> &progress)
 {
     Applied applied;
-    Work work(*this, want, applied);
+    wanted_ = std::move(want);
+    Work work(*this, *wanted_, applied);
     for (const Step &step : plan.steps) {
         if (stop && stop()) {
             applied.interrupted = true;
@@ -782,7 +781,6 @@ Applied Switch::apply(const Plan &plan, const Desired &want, const std::function
         if (progress)
             progress(applied.steps_done, plan.steps.size());
     }
-    wanted_ = want;
     work.finish();
     return applied;
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -102,14 +103,20 @@ public:
     Plan plan(const Desired &want) const;
 
     /* Carry a plan out. stop is asked before each step; progress is told after each. want is what
-     * the plan was made for. A failed step is reported and the others go on. */
-    Applied apply(const Plan &plan, const Desired &want, const std::function<bool()> &stop = {},
+     * the plan was made for, and is kept. A failed step is reported and the others go on. */
+    Applied apply(const Plan &plan, std::shared_ptr<const Desired> want,
+                  const std::function<bool()> &stop = {},
                   const std::function<void(size_t done, size_t of)> &progress = {});
-    Applied apply(const Desired &want) { return apply(plan(want), want); }
+    Applied apply(std::shared_ptr<const Desired> want)
+    {
+        const Plan steps = plan(*want);
+        return apply(steps, std::move(want));
+    }
+    Applied apply(Desired want) { return apply(std::make_shared<const Desired>(std::move(want))); }
 
     /* What has come about so far, and what was wanted last. */
     const Desired &have() const { return have_; }
-    const Desired &wanted() const { return wanted_; }
+    const Desired &wanted() const { return *wanted_; }
     /* Members that the library declined because the port is routed: (port-channel, port). */
     const std::set<std::pair<std::string, std::string>> &declined_members() const
     {
@@ -135,7 +142,8 @@ public:
 private:
     friend class Planner;
     friend class Work;
-    Desired have_, wanted_;
+    Desired have_;
+    std::shared_ptr<const Desired> wanted_ = std::make_shared<const Desired>();
     ByName<Settings> settings_;
     std::set<std::pair<std::string, std::string>> declined_;
     std::map<std::string, uint32_t> vpns_;

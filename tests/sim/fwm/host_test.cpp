@@ -189,7 +189,7 @@ TEST_F(Interfaces, UnregisteringTakesTheContextAndTheDatabaseRows)
     EXPECT_EQ(eth0.context(), nullptr);
     EXPECT_EQ(eth0.intf_id(), no_id);
     EXPECT_EQ(eth0.pd_state, 0u);
-    EXPECT_TRUE(host.db().label_rows().empty());
+    EXPECT_TRUE(host.db().rows<LabelRow>().empty());
     EXPECT_EQ(host.find("Ethernet0"), &eth0);
 }
 
@@ -211,7 +211,7 @@ TEST_F(Interfaces, AreAllForgottenAtAReset)
     host.reset();
     EXPECT_EQ(host.size(), 0u);
     EXPECT_TRUE(host.interfaces().empty());
-    EXPECT_TRUE(host.db().label_rows().empty());
+    EXPECT_TRUE(host.db().rows<LabelRow>().empty());
     EXPECT_FALSE(host.held_port_channel(port_channel_ifindex(1)));
     EXPECT_EQ(host.add_sub_interface("Ethernet0.1", port(0), 1)->ifindex, 0x40000000u);
 }
@@ -293,7 +293,7 @@ TEST_F(HostTasks, AKeptSdkInterfaceIsDestroyedOnRelease)
     EXPECT_TRUE(host.release_kept_intf(eth0).ok());
     EXPECT_TRUE(asic.interfaces().empty());
     EXPECT_FALSE(eth0.kept_intf);
-    EXPECT_TRUE(host.db().member_intf_rows().empty());
+    EXPECT_TRUE(host.db().rows<MemberIntfRow>().empty());
     EXPECT_TRUE(host.release_kept_intf(eth0).ok()) << "nothing is left to release";
 }
 
@@ -323,7 +323,7 @@ TEST_F(HostTasks, AKeptSdkInterfaceThatCannotBeDestroyedStaysKept)
     fwmpd_pc_member_intf_store(eth0.ifindex, 17, 1);
     EXPECT_EQ(host.release_kept_intf(eth0).to_text(), "libsdk_intf_destroy: SDK_E_NOT_FOUND");
     EXPECT_EQ(eth0.kept_intf, 17u);
-    EXPECT_EQ(host.db().member_intf_rows().size(), 1u);
+    EXPECT_EQ(host.db().rows<MemberIntfRow>().size(), 1u);
 }
 
 TEST_F(HostTasks, AKeptSdkInterfaceOutlivesTheRoutedPort)
@@ -332,9 +332,9 @@ TEST_F(HostTasks, AKeptSdkInterfaceOutlivesTheRoutedPort)
     fwmpd_pc_member_intf_store(eth0.ifindex, 17, 1);
     host.unregister_l3(eth0);
     EXPECT_EQ(eth0.kept_intf, 17u);
-    EXPECT_EQ(host.db().member_intf_rows().size(), 1u);
+    EXPECT_EQ(host.db().rows<MemberIntfRow>().size(), 1u);
     host.remove(eth0);
-    EXPECT_TRUE(host.db().member_intf_rows().empty());
+    EXPECT_TRUE(host.db().rows<MemberIntfRow>().empty());
 }
 
 TEST_F(HostTasks, APortChannelIsHeldForAdoption)

@@ -122,7 +122,7 @@ TEST_F(Services, AnInterfaceIsPublishedAsItStands)
     eth0.v6_vpn_id = 8;
     eth0.nat_zone = 2;
     EXPECT_EQ(l3lif_update_sdb_for_intf(&eth0), 0);
-    const L3lifRow row = host.db().l3lif_rows().at(0);
+    const L3lifRow row = host.db().rows<L3lifRow>().at(0);
     EXPECT_EQ(row.ifindex, eth0.ifindex);
     EXPECT_EQ(row.name, "Ethernet0");
     EXPECT_EQ(row.mtu, 9216u);
@@ -146,7 +146,7 @@ TEST_F(Services, OnlyARegisteredInterfaceIsPublished)
               "0x10000001 is no registered interface");
     EXPECT_EQ(reason_of([] { return l3lif_update_sdb_for_intf(nullptr); }),
               "no interface is given");
-    EXPECT_THAT(host.db().l3lif_rows(), IsEmpty());
+    EXPECT_THAT(host.db().rows<L3lifRow>(), IsEmpty());
 }
 
 TEST_F(Services, TheInterfaceInfoHoldsTheSdkInterface)
@@ -209,7 +209,7 @@ TEST_F(Services, APortsBindingIsStored)
     const fwm_pm_sdb_key key{1, port(0).ifindex};
     const fwm_pm_sdb_data data{0x1005, 6, 7};
     EXPECT_EQ(fwm_pm_sdb_store(&key, &data), 0);
-    const PmRow row = host.db().pm_rows().at(0);
+    const PmRow row = host.db().rows<PmRow>().at(0);
     EXPECT_EQ(row.ifindex, key.ifindex);
     EXPECT_EQ(row.kind, 1u);
     EXPECT_EQ(row.ifmap_idx, 0x1005u);
@@ -232,7 +232,7 @@ TEST_F(Services, OnlyAPortsBindingIsStored)
     EXPECT_EQ(reason_of([&] { return fwm_pm_sdb_store(nullptr, &data); }), "no record is given");
     EXPECT_EQ(reason_of([&] { return fwm_pm_sdb_store(&of_nothing, nullptr); }),
               "no record is given");
-    EXPECT_THAT(host.db().pm_rows(), IsEmpty());
+    EXPECT_THAT(host.db().rows<PmRow>(), IsEmpty());
 }
 
 TEST_F(Services, ThePortsSdkInterfaceIsKeptAndForgotten)
@@ -240,11 +240,11 @@ TEST_F(Services, ThePortsSdkInterfaceIsKeptAndForgotten)
     const HostInterface &eth0 = port(0);
     EXPECT_EQ(fwmpd_pc_member_intf_store(eth0.ifindex, 42, 1), 0);
     EXPECT_EQ(eth0.kept_intf, 42u);
-    EXPECT_EQ(host.db().member_intf_rows().at(0).ifindex, eth0.ifindex);
-    EXPECT_EQ(host.db().member_intf_rows().at(0).intf_id, 42u);
+    EXPECT_EQ(host.db().rows<MemberIntfRow>().at(0).ifindex, eth0.ifindex);
+    EXPECT_EQ(host.db().rows<MemberIntfRow>().at(0).intf_id, 42u);
     EXPECT_EQ(fwmpd_pc_member_intf_store(eth0.ifindex, 0xFFFF, 0), 0);
     EXPECT_FALSE(eth0.kept_intf);
-    EXPECT_THAT(host.db().member_intf_rows(), IsEmpty());
+    EXPECT_THAT(host.db().rows<MemberIntfRow>(), IsEmpty());
 }
 
 TEST_F(Services, NothingElseIsKept)
@@ -328,25 +328,25 @@ TEST_F(Services, APortChannelsIdentifierIsStored)
 {
     const HostInterface &po3 = port_channel(3);
     EXPECT_EQ(fwmpd_kvn_update_pc_sdb(po3.ifindex, 5), 0);
-    EXPECT_EQ(host.db().pc_rows().at(0).ifindex, po3.ifindex);
-    EXPECT_EQ(host.db().pc_rows().at(0).pc_id, 5u);
+    EXPECT_EQ(host.db().rows<PcRow>().at(0).ifindex, po3.ifindex);
+    EXPECT_EQ(host.db().rows<PcRow>().at(0).pc_id, 5u);
     EXPECT_EQ(reason_of([] { return fwmpd_kvn_update_pc_sdb(unknown, 5); }),
               "0x10000050 is no port-channel");
-    EXPECT_EQ(host.db().pc_rows().size(), 1u);
+    EXPECT_EQ(host.db().rows<PcRow>().size(), 1u);
 }
 
 TEST_F(Services, AnInterfacesLabelIsSetUpAndReset)
 {
     const HostInterface &svi = *host.add_svi("Vlan100", 100);
     EXPECT_EQ(fwmpd_kvn_init_l3_label(svi.ifindex, 1, 1), 0);
-    EXPECT_EQ(host.db().label_rows().at(0).ifindex, svi.ifindex);
-    EXPECT_TRUE(host.db().label_rows().at(0).enabled);
-    EXPECT_TRUE(host.db().label_rows().at(0).svi);
+    EXPECT_EQ(host.db().rows<LabelRow>().at(0).ifindex, svi.ifindex);
+    EXPECT_TRUE(host.db().rows<LabelRow>().at(0).enabled);
+    EXPECT_TRUE(host.db().rows<LabelRow>().at(0).svi);
     EXPECT_EQ(fwmpd_kvn_init_l3_label(svi.ifindex, 0, 0), 0);
-    EXPECT_FALSE(host.db().label_rows().at(0).enabled);
+    EXPECT_FALSE(host.db().rows<LabelRow>().at(0).enabled);
     EXPECT_EQ(reason_of([] { return fwmpd_kvn_init_l3_label(unknown, 1, 0); }),
               "0x10000050 is no interface");
-    EXPECT_EQ(host.db().label_rows().size(), 1u);
+    EXPECT_EQ(host.db().rows<LabelRow>().size(), 1u);
 }
 
 TEST_F(Services, AFlushCarriesOutTheBatch)
@@ -388,7 +388,7 @@ TEST_F(Services, WhatTheDatabaseCannotStoreHasNoEffect)
     sqlite3_hard_heap_limit64(limit_before);
     EXPECT_EQ(reason, "out of memory");
     EXPECT_FALSE(eth0.kept_intf);
-    EXPECT_THAT(host.db().member_intf_rows(), IsEmpty());
+    EXPECT_THAT(host.db().rows<MemberIntfRow>(), IsEmpty());
 }
 
 /* ---- Failures made on purpose ---- */
@@ -418,7 +418,7 @@ TEST_F(Services, AFailureMadeOnPurposeHasNoEffect)
     const fwm_pm_sdb_key key{1, eth0.ifindex};
     const fwm_pm_sdb_data data{1, 0, 0};
     EXPECT_EQ(fwm_pm_sdb_store(&key, &data), 7);
-    EXPECT_THAT(host.db().pm_rows(), IsEmpty());
+    EXPECT_THAT(host.db().rows<PmRow>(), IsEmpty());
 
     uint32_t lid_id = 4321;
     EXPECT_EQ(fwmpd_kvn_if_index_lid_id(eth0.ifindex, &lid_id), 7);
@@ -428,20 +428,20 @@ TEST_F(Services, AFailureMadeOnPurposeHasNoEffect)
     EXPECT_TRUE(host.held_port_channel(po1.ifindex));
 
     EXPECT_EQ(fwmpd_kvn_update_pc_sdb(po1.ifindex, 1), 7);
-    EXPECT_THAT(host.db().pc_rows(), IsEmpty());
+    EXPECT_THAT(host.db().rows<PcRow>(), IsEmpty());
 
     EXPECT_EQ(fwmpd_kvn_init_l3_label(eth0.ifindex, 1, 0), 7);
-    EXPECT_THAT(host.db().label_rows(), IsEmpty());
+    EXPECT_THAT(host.db().rows<LabelRow>(), IsEmpty());
 
     EXPECT_EQ(fwmpd_kavelin_batch_flush(), 7);
     EXPECT_EQ(asic.pending().size(), 1u);
 
     EXPECT_EQ(fwmpd_pc_member_intf_store(eth0.ifindex, 5, 1), 7);
     EXPECT_FALSE(eth0.kept_intf);
-    EXPECT_THAT(host.db().member_intf_rows(), IsEmpty());
+    EXPECT_THAT(host.db().rows<MemberIntfRow>(), IsEmpty());
 
     EXPECT_EQ(l3lif_update_sdb_for_intf(&eth0), 7);
-    EXPECT_THAT(host.db().l3lif_rows(), IsEmpty());
+    EXPECT_THAT(host.db().rows<L3lifRow>(), IsEmpty());
 
     iif_info info;
     info.intf_id = 1234;

@@ -28,17 +28,17 @@ protected:
 
 TEST_F(SharedDatabase, StartsEmpty)
 {
-    EXPECT_TRUE(db.pm_rows().empty());
-    EXPECT_TRUE(db.pc_rows().empty());
-    EXPECT_TRUE(db.l3lif_rows().empty());
-    EXPECT_TRUE(db.label_rows().empty());
-    EXPECT_TRUE(db.member_intf_rows().empty());
+    EXPECT_TRUE(db.rows<PmRow>().empty());
+    EXPECT_TRUE(db.rows<PcRow>().empty());
+    EXPECT_TRUE(db.rows<L3lifRow>().empty());
+    EXPECT_TRUE(db.rows<LabelRow>().empty());
+    EXPECT_TRUE(db.rows<MemberIntfRow>().empty());
 }
 
 TEST_F(SharedDatabase, GivesBackEveryColumnOfAnInterface)
 {
     ASSERT_TRUE(db.store(interface_row(7, 9100)));
-    const L3lifRow row = db.l3lif_rows().at(0);
+    const L3lifRow row = db.rows<L3lifRow>().at(0);
     EXPECT_EQ(row.ifindex, 7u);
     EXPECT_EQ(row.name, "Ethernet0");
     EXPECT_EQ(row.mtu, 9100u);
@@ -58,7 +58,7 @@ TEST_F(SharedDatabase, GivesBackEveryColumnOfAPortBinding)
     row.word1 = 3;
     row.half2 = 0xFFFF;
     ASSERT_TRUE(db.store(row));
-    const PmRow found = db.pm_rows().at(0);
+    const PmRow found = db.rows<PmRow>().at(0);
     EXPECT_EQ(found.kind, 1u);
     EXPECT_EQ(found.ifindex, 0xFFFFFFFFu);
     EXPECT_EQ(found.ifmap_idx, 0x80000001u);
@@ -71,7 +71,7 @@ TEST_F(SharedDatabase, KeepsOneRowForEachInterface)
     db.store(interface_row(7, 9100));
     db.store(interface_row(8, 1500));
     db.store(interface_row(7, 9216));
-    const std::vector<L3lifRow> rows = db.l3lif_rows();
+    const std::vector<L3lifRow> rows = db.rows<L3lifRow>();
     ASSERT_EQ(rows.size(), 2u);
     EXPECT_EQ(rows[0].mtu, 9216u);
     EXPECT_EQ(rows[1].mtu, 1500u);
@@ -81,7 +81,7 @@ TEST_F(SharedDatabase, ListsRowsByInterfaceIndex)
 {
     for (const uint32_t ifindex : {0x40000000u, 3u, 0x10000000u})
         db.store(interface_row(ifindex, 1500));
-    const std::vector<L3lifRow> rows = db.l3lif_rows();
+    const std::vector<L3lifRow> rows = db.rows<L3lifRow>();
     ASSERT_EQ(rows.size(), 3u);
     EXPECT_EQ(rows[0].ifindex, 3u);
     EXPECT_EQ(rows[1].ifindex, 0x10000000u);
@@ -94,7 +94,7 @@ TEST_F(SharedDatabase, MarksEachRowWithTheRequestBehindIt)
     db.store(interface_row(7, 9100));
     const std::string expected = journal.origin().to_text();
     journal.end(0);
-    const RowOrigin origin = db.l3lif_rows().at(0).origin;
+    const RowOrigin origin = db.rows<L3lifRow>().at(0).origin;
     EXPECT_EQ(origin.request, 1u);
     EXPECT_EQ(origin.text, expected);
     EXPECT_NE(origin.text.find("l3lifpd_kvn_add_l3port"), std::string::npos) << origin.text;
@@ -103,7 +103,7 @@ TEST_F(SharedDatabase, MarksEachRowWithTheRequestBehindIt)
 TEST_F(SharedDatabase, MarksARowWrittenBeforeAnyRequest)
 {
     db.store(interface_row(7, 9100));
-    EXPECT_EQ(db.l3lif_rows().at(0).origin.request, 0u);
+    EXPECT_EQ(db.rows<L3lifRow>().at(0).origin.request, 0u);
 }
 
 TEST_F(SharedDatabase, ForgetsAnInterfaceButForItsKeptSdkInterface)
@@ -122,21 +122,21 @@ TEST_F(SharedDatabase, ForgetsAnInterfaceButForItsKeptSdkInterface)
     db.store(interface_row(8, 1500));
 
     EXPECT_TRUE(db.forget_interface(7));
-    EXPECT_TRUE(db.pm_rows().empty());
-    EXPECT_TRUE(db.pc_rows().empty());
-    EXPECT_TRUE(db.label_rows().empty());
-    EXPECT_EQ(db.l3lif_rows().size(), 1u);
-    EXPECT_EQ(db.member_intf_rows().at(0).intf_id, 12u);
+    EXPECT_TRUE(db.rows<PmRow>().empty());
+    EXPECT_TRUE(db.rows<PcRow>().empty());
+    EXPECT_TRUE(db.rows<LabelRow>().empty());
+    EXPECT_EQ(db.rows<L3lifRow>().size(), 1u);
+    EXPECT_EQ(db.rows<MemberIntfRow>().at(0).intf_id, 12u);
 
     EXPECT_TRUE(db.forget_member_intf(7));
-    EXPECT_TRUE(db.member_intf_rows().empty());
+    EXPECT_TRUE(db.rows<MemberIntfRow>().empty());
 }
 
 TEST_F(SharedDatabase, IsEmptyOnceCleared)
 {
     db.store(interface_row(7, 1500));
     db.clear();
-    EXPECT_TRUE(db.l3lif_rows().empty());
+    EXPECT_TRUE(db.rows<L3lifRow>().empty());
     EXPECT_TRUE(db.store(interface_row(7, 1500)));
 }
 
@@ -151,7 +151,7 @@ TEST_F(SharedDatabase, SaysWhyItCannotStore)
     sqlite3_hard_heap_limit64(limit_before);
     EXPECT_LT(stored, 100000u);
     EXPECT_EQ(db.error(), "out of memory");
-    EXPECT_EQ(db.l3lif_rows().size(), stored) << "what was stored before stays";
+    EXPECT_EQ(db.rows<L3lifRow>().size(), stored) << "what was stored before stays";
     EXPECT_TRUE(db.store(interface_row(stored, 1500)));
 }
 

@@ -515,10 +515,11 @@ TEST_F(Explain, says_of_a_vlan_without_an_interface_that_it_is_layer_2)
 
 TEST_F(Explain, says_what_an_interrupted_run_did_not_reach)
 {
-    const Desired want = wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}},
-        "INTERFACE": {"Ethernet0": {}, "Ethernet4": {}}})");
+    const auto want =
+        std::make_shared<const Desired>(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}},
+        "INTERFACE": {"Ethernet0": {}, "Ethernet4": {}}})"));
     size_t steps = 0; /* the two ports, the first of the two routed */
-    const Applied applied = sw.apply(sw.plan(want), want, [&] { return steps++ == 3; });
+    const Applied applied = sw.apply(sw.plan(*want), want, [&] { return steps++ == 3; });
     ASSERT_TRUE(applied.interrupted);
     Snapshot snapshot = capture(sw, {"test.json"}, {}, applied.interrupted);
     EXPECT_EQ(explain(snapshot, "Ethernet0").state, "programmed");

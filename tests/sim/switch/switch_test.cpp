@@ -62,7 +62,7 @@ TEST_F(AppliedTest, EachKindOfInterfaceIsInTheAsicWithItsSettings)
     EXPECT_EQ(used("rmac"), 1U);
     EXPECT_EQ(used("trap"), 1U);
     EXPECT_EQ(Asic::instance().port_channels().at(0).members.size(), 2U);
-    const L3lifRow row = Host::instance().db().l3lif_rows().at(0);
+    const L3lifRow row = Host::instance().db().rows<L3lifRow>().at(0);
     EXPECT_EQ(row.name, "Ethernet0");
     EXPECT_EQ(row.mtu, 9216U);
     EXPECT_EQ(row.v4_vpn_id, sw.vpn_of("VrfBlue"));
@@ -88,11 +88,11 @@ TEST_F(AppliedTest, CreatedDestroyedAndCreatedAgainLeavesNothingBehind)
         bring_about(Desired());
         expect_empty_asic();
         EXPECT_EQ(Host::instance().size(), 0U);
-        EXPECT_TRUE(Host::instance().db().l3lif_rows().empty());
-        EXPECT_TRUE(Host::instance().db().pm_rows().empty());
-        EXPECT_TRUE(Host::instance().db().pc_rows().empty());
-        EXPECT_TRUE(Host::instance().db().label_rows().empty());
-        EXPECT_TRUE(Host::instance().db().member_intf_rows().empty());
+        EXPECT_TRUE(Host::instance().db().rows<L3lifRow>().empty());
+        EXPECT_TRUE(Host::instance().db().rows<PmRow>().empty());
+        EXPECT_TRUE(Host::instance().db().rows<PcRow>().empty());
+        EXPECT_TRUE(Host::instance().db().rows<LabelRow>().empty());
+        EXPECT_TRUE(Host::instance().db().rows<MemberIntfRow>().empty());
     }
 }
 
@@ -470,7 +470,7 @@ TEST_F(AppliedTest, AVrfOfWhichOneFamilyWasRefusedIsWrittenAgainOnTheWayBack)
 TEST_F(AppliedTest, AChangeOfIpv4IsPublished)
 {
     bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {}})"));
-    const auto published = [] { return Host::instance().db().l3lif_rows().at(0).ipv4_ucst_en; };
+    const auto published = [] { return Host::instance().db().rows<L3lifRow>().at(0).ipv4_ucst_en; };
     EXPECT_EQ(published(), 0U);
     const Desired want = with_ports(R"("INTERFACE": {"Ethernet0|192.0.2.0/31": {}})");
     fail("l3lif_update_sdb_for_intf:1");
@@ -582,17 +582,17 @@ TEST_F(AppliedTest, APortThatIsInUseByHandIsNotRemovedAndKeepsItsLid)
 
 TEST_F(AppliedTest, AStopLeavesTheRestAndTheNextApplyGoesOn)
 {
-    const Desired want = wanted(each_kind);
+    const auto want = std::make_shared<const Desired>(wanted(each_kind));
     size_t asked = 0;
-    const Applied first = sw.apply(sw.plan(want), want, [&] { return ++asked > 3; });
+    const Applied first = sw.apply(sw.plan(*want), want, [&] { return ++asked > 3; });
     EXPECT_TRUE(first.interrupted);
     EXPECT_EQ(first.steps_done, 3U);
     size_t told = 0;
     const Applied second =
-        sw.apply(sw.plan(want), want, {}, [&](size_t done, size_t) { told = done; });
+        sw.apply(sw.plan(*want), want, {}, [&](size_t done, size_t) { told = done; });
     EXPECT_FALSE(second.interrupted);
     EXPECT_EQ(told, second.steps_done);
-    EXPECT_TRUE(sw.plan(want).empty());
+    EXPECT_TRUE(sw.plan(*want).empty());
     EXPECT_EQ(used("intf"), 5U);
 }
 
