@@ -2,9 +2,9 @@
  * down, with the time that each phase takes for one interface. */
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
+#include <ctime>
+#include <memory>
 
-#include "bench/scaling.h"
 #include "sim/state/audit.h"
 #include "sim/state/snapshot.h"
 #include "sim/switch/switch.h"
@@ -71,65 +71,53 @@ Desired changed(Desired desired)
     return desired;
 }
 
-void expect(benchmark::State &state, bool holds, const char *otherwise)
-{
-    if (!holds)
-        state.SkipWithError(otherwise);
-}
-
 bool audit_finds_nothing(const Switch &sw)
 {
     return audit(capture(sw)).empty();
 }
 
-/* One phase of the life is timed, the others are gone through. */
-enum class Phase { apply, apply_again, change, audit, tear_down };
-
-template <Phase timed> void life(benchmark::State &state)
+/* Processor time in seconds: unlike the clock's it stands still while others have the processor. */
+double processor_time()
 {
-    const Desired desired = switch_with(static_cast<uint32_t>(state.range()));
-    const Desired with_ipv6 = changed(desired);
-    const auto phase = [&state](Phase which, auto &&work) {
-        if (which == timed)
-            state.ResumeTiming();
-        work();
-        if (which == timed)
-            state.PauseTiming();
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+/* Live through count interfaces so many times; adds the time that each phase took for one
+ * interface to the counters "apply/1000", "change/1000" ... */
+void live(benchmark::State &state, uint32_t count, int times)
+{
+    const auto desired = std::make_shared<const Desired>(switch_with(count));
+    const auto with_ipv6 = std::make_shared<const Desired>(changed(*desired));
+    const auto phase = [&](const std::string &name, auto &&comes_about) {
+        const double start = processor_time();
+        if (!comes_about())
+            state.SkipWithError(name.c_str());
+        state.counters[name + '/' + std::to_string(count)].value +=
+            (processor_time() - start) / times / count;
     };
-    for (auto _ : state) {
-        state.PauseTiming();
+    for (int time = 0; time < times; ++time) {
         Switch sw;
-        phase(Phase::apply, [&] { expect(state, sw.apply(desired).failures.empty(), "apply"); });
-        phase(Phase::apply_again, [&] { expect(state, sw.plan(desired).empty(), "apply again"); });
-        phase(Phase::change,
-              [&] { expect(state, sw.apply(with_ipv6).failures.empty(), "change"); });
-        phase(Phase::audit, [&] { expect(state, audit_finds_nothing(sw), "audit"); });
-        phase(Phase::tear_down,
-              [&] { expect(state, sw.apply(Desired()).failures.empty(), "tear down"); });
-        expect(state, audit_finds_nothing(sw), "audit of the empty switch");
-        state.ResumeTiming();
+        phase("apply", [&] { return sw.apply(desired).failures.empty(); });
+        phase("apply_again", [&] { return sw.plan(*desired).empty(); });
+        phase("change", [&] { return sw.apply(with_ipv6).failures.empty(); });
+        phase("audit", [&] { return audit_finds_nothing(sw); });
+        phase("tear_down", [&] { return sw.apply(Desired()).failures.empty(); });
+        if (!audit_finds_nothing(sw))
+            state.SkipWithError("audit of the empty switch");
     }
-    bench::count(state, state.range());
 }
 
-void sizes(benchmark::internal::Benchmark *benchmark)
+/* Few interfaces and many in turns, as many of them in all, so that both have the same processor:
+ * its speed changes within seconds. */
+void life(benchmark::State &state)
 {
-    /* As many interfaces in all for each size. */
-    benchmark->Arg(1000)->Iterations(65)->Unit(benchmark::kMillisecond);
+    for (auto _ : state) {
+        live(state, 1000, 65);
+        live(state, 65000, 1);
+    }
 }
-void large(benchmark::internal::Benchmark *benchmark)
-{
-    benchmark->Arg(65000)->Iterations(1)->Unit(benchmark::kMillisecond);
-}
-
-#define PHASE(name)                                                                                \
-    BENCHMARK_TEMPLATE(life, Phase::name)->Name(#name)->Apply(sizes)->Repetitions(3);              \
-    BENCHMARK_TEMPLATE(life, Phase::name)->Name(#name)->Apply(large)->Repetitions(3)
-
-PHASE(apply);
-PHASE(apply_again);
-PHASE(change);
-PHASE(audit);
-PHASE(tear_down);
+BENCHMARK(life)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(15);
 
 } // namespace

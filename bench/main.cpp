@@ -5,41 +5,56 @@
 #include <cstdio>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace {
 
-/* Keeps the best time per interface of each benchmark and size: the least disturbed one. */
+double median(std::vector<double> values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/* Closes with the time that each phase takes for one interface, by their number. The ratio is that
+ * of two times measured one after the other. */
 class Scaling : public benchmark::ConsoleReporter {
 public:
+    Scaling() : ConsoleReporter(OO_None) {}
+
     void ReportRuns(const std::vector<Run> &runs) override
     {
         ConsoleReporter::ReportRuns(runs);
         for (const Run &run : runs) {
-            const auto counter = run.counters.find("per_interface");
-            if (run.run_type != Run::RT_Iteration || run.error_occurred ||
-                counter == run.counters.end())
+            if (run.run_type != Run::RT_Iteration || run.error_occurred)
                 continue;
-            const long size = std::stol(run.run_name.args);
-            const auto [best, first] =
-                best_[run.run_name.function_name].emplace(size, counter->second);
-            if (!first)
-                best->second = std::min(best->second, counter->second.value);
+            for (const auto &[counter, value] : run.counters) {
+                const size_t slash = counter.find('/');
+                if (slash != counter.npos)
+                    times_[counter.substr(0, slash)][std::stol(counter.substr(slash + 1))]
+                        .push_back(value);
+            }
         }
     }
 
     void Finalize() override
     {
-        std::printf("\nTime for one interface, best of the repetitions\n");
-        for (const auto &[name, sizes] : best_) {
-            const auto &[small, small_time] = *sizes.begin();
-            const auto &[large, large_time] = *sizes.rbegin();
-            std::printf("  %-12s %7ld: %6.2f us  %7ld: %6.2f us  ratio %.2f\n", name.c_str(), small,
-                        small_time * 1e6, large, large_time * 1e6, large_time / small_time);
+        if (!times_.empty())
+            std::printf("\nTime for one interface: the median, and that of the ratios\n");
+        for (const auto &[phase, sizes] : times_) {
+            const auto &[small, small_times] = *sizes.begin();
+            const auto &[large, large_times] = *sizes.rbegin();
+            std::vector<double> ratios;
+            for (size_t i = 0; i < small_times.size(); ++i)
+                ratios.push_back(large_times[i] / small_times[i]);
+            std::printf("  %-12s %7ld: %6.2f us  %7ld: %6.2f us  ratio %.2f\n", phase.c_str(),
+                        small, median(small_times) * 1e6, large, median(large_times) * 1e6,
+                        median(ratios));
         }
     }
 
 private:
-    std::map<std::string, std::map<long, double>> best_;
+    std::map<std::string, std::map<long, std::vector<double>>> times_;
 };
 
 } // namespace
