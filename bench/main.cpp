@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <limits>
+#include <malloc.h>
 #include <map>
 #include <string>
 #include <vector>
@@ -64,6 +66,10 @@ int main(int argc, char **argv)
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
+    /* Few interfaces live again and again in the same memory; many shall have theirs too, not be
+     * given fresh pages for each life. */
+    mallopt(M_MMAP_MAX, 0);
+    mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     Scaling reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;

@@ -193,7 +193,9 @@ struct StateDb::Statements {
 
 StateDb::StateDb()
 {
-    if (sqlite3_open(":memory:", &db_) != SQLITE_OK)
+    if (sqlite3_open_v2(":memory:", &db_,
+                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
+                        nullptr) != SQLITE_OK)
         throw std::runtime_error("shared database: cannot be opened");
     const std::string set_up = create_sql<PmRow>() + ";" + create_sql<PcRow>() + ";" +
                                create_sql<L3lifRow>() + ";" + create_sql<LabelRow>() + ";" +

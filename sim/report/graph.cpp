@@ -48,10 +48,10 @@ private:
                 interface(host.name, host.kind);
         }
     }
-    void interface(const std::string &name, const std::string &kind)
+    void interface(const std::string &name, std::string_view kind)
     {
         if (interfaces_.count(name) == 0)
-            interfaces_.emplace(name, add(NodeKind::interface, name, kind));
+            interfaces_.emplace(name, add(NodeKind::interface, name, std::string(kind)));
     }
 
     void asic_objects()

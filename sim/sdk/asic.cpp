@@ -30,16 +30,7 @@ uint32_t most_attributes()
     return last_id * static_cast<uint32_t>(attributes().size());
 }
 
-struct AttributeCell {
-    Origin origin;
-    uint32_t value;
-    uint8_t number;
-};
-struct InterfaceRow {
-    Origin origin;
-    std::vector<AttributeCell> attributes; /* in the order of the numbers */
-    sdk_intf_create_params params{};
-    uint32_t type = 0;
+struct InterfaceRow : AsicInterface {
     uint32_t first_child = 0; /* sub-interfaces with this parent */
     Link sibling;
     uint32_t first_trap = 0; /* MAC traps on this interface */
@@ -75,10 +66,6 @@ struct PortRow {
     uint32_t lid_id = 0;  /* the LID entry with a path to it, 0 without one */
     uint32_t pc_id = 0;   /* the port-channel that it is a member of, 0 without one */
     Origin member_origin;
-};
-struct PendingWrite {
-    uint32_t intf_id;
-    AttributeCell cell;
 };
 
 Origin now()
@@ -140,23 +127,25 @@ std::string place(uint32_t type, const sdk_intf_create_params &params)
 }
 
 /* Where the attribute is, or would have to be. */
-std::vector<AttributeCell>::iterator cell_at(std::vector<AttributeCell> &cells, uint32_t number)
+std::vector<AsicAttribute>::iterator place_of(std::vector<AsicAttribute> &attributes,
+                                              uint32_t number)
 {
-    return std::find_if(cells.begin(), cells.end(),
-                        [&](const AttributeCell &cell) { return cell.number >= number; });
+    return std::find_if(attributes.begin(), attributes.end(),
+                        [&](const AsicAttribute &written) { return written.number >= number; });
 }
 
 /* What was written to the attribute, nullptr when nothing was. */
-AttributeCell *written(InterfaceRow &row, uint32_t number)
+AsicAttribute *written(InterfaceRow &row, uint32_t number)
 {
-    const auto at = cell_at(row.attributes, number);
+    const auto at = place_of(row.attributes, number);
     return at != row.attributes.end() && at->number == number ? &*at : nullptr;
 }
 
-std::string to_text(const PendingWrite &write)
+std::string to_text(const AsicPendingWrite &write)
 {
-    return fmt::format("the write of {} to interface {}{}", find_attribute(write.cell.number)->name,
-                       write.intf_id, made(write.cell.origin));
+    return fmt::format("the write of {} to interface {}{}",
+                       find_attribute(write.attribute.number)->name, write.intf_id,
+                       made(write.attribute.origin));
 }
 
 /* What refers to an object, in words: the first of each kind by its identifier and origin. */
@@ -203,7 +192,7 @@ struct Asic::State {
     std::array<uint32_t, last_vlan + 1> svi{}; /* the interface of each VLAN, 0 without one */
     std::unordered_map<uint64_t, uint32_t> sub_interfaces, router_macs, traps; /* by their keys */
 
-    std::vector<PendingWrite> pending;
+    std::vector<AsicPendingWrite> pending;
     std::string last_refusal;
 
     void say(std::string reason);
@@ -221,7 +210,7 @@ struct Asic::State {
 
     uint32_t occupant(uint32_t type, const sdk_intf_create_params &params);
     void occupy(uint32_t type, const sdk_intf_create_params &params, uint32_t intf_id);
-    void write(uint32_t intf_id, const AttributeCell &cell);
+    void write(uint32_t intf_id, const AsicAttribute &attribute);
     void hold_lid(uint32_t intf_id, uint32_t lid_id);
 
     AsicInterface copy(uint32_t intf_id, const InterfaceRow &row) const;
@@ -382,6 +371,7 @@ SdkStatus Asic::intf_create(uint32_t type, const sdk_intf_create_params &params,
     row.params = params;
     row.type = type;
     intf_id = s.intf.take(std::move(row));
+    s.intf[intf_id].intf_id = intf_id;
     s.occupy(type, params, intf_id);
     if (type == sdk_sub_interface && params.param1 != sdk_no_id)
         chain(s.intf, s.intf[params.param1].first_child, &InterfaceRow::sibling, intf_id);
@@ -445,24 +435,24 @@ void Asic::State::hold_lid(uint32_t intf_id, uint32_t lid_id)
         chain(intf, lid[held].first_bound, &InterfaceRow::lid_mate, intf_id);
 }
 
-void Asic::State::write(uint32_t intf_id, const AttributeCell &cell)
+void Asic::State::write(uint32_t intf_id, const AsicAttribute &attribute)
 {
     InterfaceRow &row = intf[intf_id];
-    if (AttributeCell *before = written(row, cell.number)) {
-        *before = cell;
+    if (AsicAttribute *before = written(row, attribute.number)) {
+        *before = attribute;
     } else {
-        row.attributes.insert(cell_at(row.attributes, cell.number), cell);
+        row.attributes.insert(place_of(row.attributes, attribute.number), attribute);
         attr.use(attr.used + 1);
     }
-    if (cell.number == SdkIntfAttrLid && row.holds_its_lid())
-        hold_lid(intf_id, cell.value);
+    if (attribute.number == SdkIntfAttrLid && row.holds_its_lid())
+        hold_lid(intf_id, attribute.value);
 }
 
 SdkStatus Asic::attr_set(uint32_t intf_id, uint32_t attribute, uint32_t value)
 {
     const SdkStatus status = state_->check_write(intf_id, attribute, value);
     if (status == SDK_E_NONE)
-        state_->write(intf_id, {now(), value, static_cast<uint8_t>(attribute)});
+        state_->write(intf_id, {attribute, value, now()});
     return status;
 }
 
@@ -475,8 +465,8 @@ SdkStatus Asic::attr_get(uint32_t intf_id, uint32_t attribute, uint32_t &value)
     const AttributeRow *known = find_attribute(attribute);
     if (!known)
         return s.refuse(SDK_E_PARAM, fmt::format("there is no attribute {}", attribute));
-    const AttributeCell *cell = written(*row, attribute);
-    value = cell ? cell->value : known->initial;
+    const AsicAttribute *found = written(*row, attribute);
+    value = found ? found->value : known->initial;
     return SDK_E_NONE;
 }
 
@@ -485,7 +475,7 @@ SdkStatus Asic::attr_set_batch(uint32_t intf_id, uint32_t attribute, uint32_t va
     State &s = *state_;
     const SdkStatus status = s.check_write(intf_id, attribute, value);
     if (status == SDK_E_NONE)
-        s.pending.push_back({intf_id, {now(), value, static_cast<uint8_t>(attribute)}});
+        s.pending.push_back({intf_id, {attribute, value, now()}});
     return status;
 }
 
@@ -494,9 +484,10 @@ uint32_t Asic::batch_flush()
     State &s = *state_;
     uint32_t dropped = 0;
     std::string first;
-    for (const PendingWrite &write : s.pending) {
-        if (s.check_write(write.intf_id, write.cell.number, write.cell.value) == SDK_E_NONE)
-            s.write(write.intf_id, write.cell);
+    for (const AsicPendingWrite &write : s.pending) {
+        const AsicAttribute &attribute = write.attribute;
+        if (s.check_write(write.intf_id, attribute.number, attribute.value) == SDK_E_NONE)
+            s.write(write.intf_id, attribute);
         else if (++dropped == 1)
             first = fmt::format("{} is dropped: {}", to_text(write), s.last_refusal);
     }
@@ -769,13 +760,9 @@ SdkStatus Asic::trap_destroy(uint32_t mac_trap_id)
 
 /* Looking at the tables */
 
-AsicInterface Asic::State::copy(uint32_t intf_id, const InterfaceRow &row) const
+AsicInterface Asic::State::copy(uint32_t, const InterfaceRow &row) const
 {
-    AsicInterface copied{intf_id, row.type, row.params, {}, row.origin};
-    copied.attributes.reserve(row.attributes.size());
-    for (const AttributeCell &cell : row.attributes)
-        copied.attributes.push_back({cell.number, cell.value, cell.origin});
-    return copied;
+    return row;
 }
 
 AsicLid Asic::State::copy(uint32_t lid_id, const LidRow &row) const
@@ -823,7 +810,7 @@ std::vector<AsicInterface> Asic::interfaces() const
 }
 void Asic::each_interface(const std::function<void(const AsicInterface &)> &visit) const
 {
-    state_->intf.each([&](uint32_t id, const InterfaceRow &row) { visit(state_->copy(id, row)); });
+    state_->intf.each([&](uint32_t, const InterfaceRow &row) { visit(row); });
 }
 std::vector<AsicLid> Asic::lids() const
 {
@@ -857,10 +844,7 @@ std::optional<AsicPortChannel> Asic::port_channel(uint32_t pc_id) const
 
 std::vector<AsicPendingWrite> Asic::pending() const
 {
-    std::vector<AsicPendingWrite> writes;
-    for (const PendingWrite &write : state_->pending)
-        writes.push_back({write.intf_id, write.cell.number, write.cell.value, write.cell.origin});
-    return writes;
+    return state_->pending;
 }
 
 const AsicAttribute *AsicInterface::find(uint32_t attribute) const

@@ -28,12 +28,12 @@ enum SdkIntfType : uint32_t { sdk_routed_port = 1, sdk_sub_interface = 2, sdk_sv
 struct AsicAttribute {
     uint32_t number; /* SdkIntfAttr... */
     uint32_t value;
-    Origin origin; /* the call that wrote (or queued) it */
+    Origin origin; /* the call that wrote it */
 };
 struct AsicInterface {
-    uint32_t intf_id;
-    uint32_t type; /* SdkIntfType */
-    sdk_intf_create_params params;
+    uint32_t intf_id = 0;
+    uint32_t type = 0; /* SdkIntfType */
+    sdk_intf_create_params params{};
     std::vector<AsicAttribute> attributes; /* those ever written, in the order of the numbers */
     Origin origin;
     const AsicAttribute *find(uint32_t attribute) const; /* nullptr when never written */
@@ -71,9 +71,7 @@ struct AsicTrap {
 /* An attribute write that waits for the flush. */
 struct AsicPendingWrite {
     uint32_t intf_id;
-    uint32_t number;
-    uint32_t value;
-    Origin origin;
+    AsicAttribute attribute;
 };
 struct TableUse {
     const char *name;        /* as set_limit takes it: "intf" */
@@ -129,7 +127,8 @@ public:
     std::vector<AsicRouterMac> router_macs() const;
     std::vector<AsicTrap> traps() const;
     std::vector<AsicPendingWrite> pending() const; /* in the order queued */
-    /* The interfaces one by one, each good until visit returns. */
+    /* The interfaces one by one, in the order of the identifiers; each is good until visit returns,
+     * which changes nothing in the ASIC. */
     void each_interface(const std::function<void(const AsicInterface &)> &visit) const;
 
     /* One row, empty when there is none of that identifier. */

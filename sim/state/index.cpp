@@ -86,14 +86,15 @@ Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
                 pc_owner_.emplace(row.pc_id, owner);
         }
     }
-    wanted_.reserve(snapshot.wanted_interfaces.size());
     wanted_of_.resize(snapshot.host.size());
     host_of_.reserve(snapshot.wanted_interfaces.size());
     for (const WantedInterface &row : snapshot.wanted_interfaces) {
         const HostRow *const has = host(row.name);
         host_of_.push_back(has);
-        if (wanted_.emplace(row.name, &row).second && has != nullptr)
+        if (has != nullptr)
             wanted_of_[static_cast<size_t>(has - snapshot.host.data())] = &row;
+        else
+            wanted_without_host_.emplace(row.name, &row);
     }
     attributes_of_.reserve(snapshot.intfs.size());
     size_t at = 0;
@@ -141,11 +142,22 @@ template <class Map> static auto found_in(const Map &map, const typename Map::ke
 
 const HostRow *Index::host(std::string_view name) const
 {
-    return found_in(host_by_name_, name);
+    const std::vector<HostRow> &rows = snapshot_.host;
+    for (const size_t guess : {host_found_, host_found_ + 1}) {
+        if (guess < rows.size() && rows[guess].name == name) {
+            host_found_ = guess;
+            return &rows[guess];
+        }
+    }
+    const HostRow *const found = found_in(host_by_name_, name);
+    if (found != nullptr)
+        host_found_ = static_cast<size_t>(found - rows.data());
+    return found;
 }
 const WantedInterface *Index::wanted(std::string_view name) const
 {
-    return found_in(wanted_, name);
+    const HostRow *const has = host(name);
+    return has != nullptr ? wanted(*has) : found_in(wanted_without_host_, name);
 }
 const WantedPort *Index::wanted_port(std::string_view name) const
 {

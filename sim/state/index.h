@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -163,22 +164,27 @@ private:
     std::string state_of_port(std::string_view port) const;
     bool not_reached(std::string_view name) const;
 
+    template <class Key, class Value> using Lookup = std::pmr::unordered_map<Key, Value>;
+
     const Snapshot &snapshot_;
-    std::unordered_map<std::string_view, const HostRow *> host_by_name_;
-    std::unordered_map<std::string_view, const WantedInterface *> wanted_;
+    std::pmr::monotonic_buffer_resource memory_; /* of the lookups */
+    Lookup<std::string_view, const HostRow *> host_by_name_{&memory_};
+    mutable size_t host_found_ = 0; /* position of the row found last: mostly the next is wanted */
+    Lookup<std::string_view, const WantedInterface *> wanted_without_host_{&memory_};
     std::vector<const WantedInterface *> wanted_of_; /* by position of the host's row */
     std::vector<const HostRow *> host_of_;           /* by position of the wanted row */
     std::vector<size_t> attributes_of_; /* where those of each row of SDK interfaces begin */
-    std::unordered_map<std::string_view, const WantedPort *> wanted_ports_;
-    std::unordered_map<std::string_view, const WantedVlan *> wanted_vlans_;
-    std::unordered_map<std::string_view, std::vector<const ReaderRow *>> reader_;
-    std::unordered_map<std::string_view, uint32_t> joining_members_;          /* by port-channel */
-    std::unordered_map<std::string_view, std::vector<std::string>> declined_; /* the others */
-    std::unordered_map<std::string_view, const WantedMember *> membership_;   /* by port */
-    std::unordered_map<std::string_view, std::vector<std::string>> vlans_;    /* by member */
-    std::unordered_map<std::string_view, const FailureRow *> failures_; /* the oldest of each */
-    std::unordered_map<uint32_t, const HostRow *> intf_owner_, lid_owner_, pc_owner_;
-    std::unordered_map<uint64_t, const PendingRow *> pending_; /* by interface and attribute */
+    Lookup<std::string_view, const WantedPort *> wanted_ports_{&memory_};
+    Lookup<std::string_view, const WantedVlan *> wanted_vlans_{&memory_};
+    Lookup<std::string_view, std::vector<const ReaderRow *>> reader_{&memory_};
+    Lookup<std::string_view, uint32_t> joining_members_{&memory_};          /* by port-channel */
+    Lookup<std::string_view, std::vector<std::string>> declined_{&memory_}; /* the others */
+    Lookup<std::string_view, const WantedMember *> membership_{&memory_};   /* by port */
+    Lookup<std::string_view, std::vector<std::string>> vlans_{&memory_};    /* by member */
+    Lookup<std::string_view, const FailureRow *> failures_{&memory_};       /* the oldest of each */
+    Lookup<uint32_t, const HostRow *> intf_owner_{&memory_}, lid_owner_{&memory_},
+        pc_owner_{&memory_};
+    Lookup<uint64_t, const PendingRow *> pending_{&memory_}; /* by interface and attribute */
 };
 
 constexpr uint32_t none_id = 0xFFFF; /* "none" in the records */

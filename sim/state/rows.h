@@ -7,8 +7,8 @@
 /* What works on any row type by its columns. */
 namespace kvnsim {
 
-/* The call's name, kept for as long as the process lives. */
-const char *lasting(std::string_view call);
+/* The word, a call's name for one, kept for as long as the process lives. */
+const char *lasting(std::string_view word);
 
 inline bool same_value(const Place &a, const Place &b)
 {

@@ -47,7 +47,7 @@ std::vector<std::string> group(const Grouped &groups, const std::string &name)
 /* ---- interfaces ---- */
 
 std::vector<Cell> interface_row(const Index &index, const std::string &name,
-                                const std::string &kind, const WantedInterface *wanted,
+                                std::string_view kind, const WantedInterface *wanted,
                                 const HostRow *host)
 {
     const ContextRow *context = host != nullptr ? index.context(host->ifindex) : nullptr;
@@ -59,7 +59,7 @@ std::vector<Cell> interface_row(const Index &index, const std::string &name,
     else if (has_vlan && host != nullptr)
         vlan = number(host->vlan);
     return {name,
-            kind,
+            std::string(kind),
             index.state(name),
             context != nullptr ? id(context->intf_id) : Cell(),
             context != nullptr ? id(context->lid_id) : Cell(),

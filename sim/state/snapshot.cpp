@@ -35,32 +35,34 @@ bool number_equal(const RequestRow &a, const RequestRow &b)
     return a.number == b.number;
 }
 
-/* The requests that rows name. Most rows follow one that the same request made. */
+/* The requests that rows name, which live as long as what they made. Most rows follow one that the
+ * same request made. */
 class Requests {
 public:
     Made made(const Origin &origin)
     {
         if (!origin.request)
             return {0, origin.call};
-        if (refs_.empty() || refs_.back() != origin.request)
-            refs_.push_back(origin.request);
-        return {origin.request->number, origin.call};
+        const uint64_t number = origin.request->number;
+        if (named_.empty() || named_.back().first != number)
+            named_.emplace_back(number, origin.request.get());
+        return {number, origin.call};
     }
     /* All that were named so far, by number. */
     std::vector<RequestRow> rows()
     {
-        std::sort(refs_.begin(), refs_.end(),
-                  [](const auto &a, const auto &b) { return a->number < b->number; });
-        refs_.erase(std::unique(refs_.begin(), refs_.end()), refs_.end());
+        std::sort(named_.begin(), named_.end());
+        named_.erase(std::unique(named_.begin(), named_.end()), named_.end());
         std::vector<RequestRow> rows;
-        rows.reserve(refs_.size());
-        for (const RequestRef &ref : refs_)
-            rows.push_back({ref->number, ref->entry, ref->arguments, ref->subject, ref->cause});
+        rows.reserve(named_.size());
+        for (const auto &[number, request] : named_)
+            rows.push_back(
+                {number, request->entry, request->arguments, request->subject, request->cause});
         return rows;
     }
 
 private:
-    std::vector<RequestRef> refs_;
+    std::vector<std::pair<uint64_t, const Request *>> named_;
 };
 
 /* Those that only rows of the database name, which keep it in words: "CALL in request 12
@@ -122,7 +124,7 @@ void capture_wanted(const Switch &of, Snapshot &into)
                                    want.sub_interfaces.size() + want.svis.size());
     const auto add = [&](const std::string &name, InterfaceKind kind, uint32_t number, uint32_t mtu,
                          const L3Settings &l3, const Place &place) -> WantedInterface & {
-        WantedInterface row;
+        WantedInterface &row = into.wanted_interfaces.emplace_back();
         row.name = name;
         row.kind = to_text(kind);
         row.number = number;
@@ -134,7 +136,7 @@ void capture_wanted(const Switch &of, Snapshot &into)
         row.nat_zone = l3.nat_zone;
         row.addresses = joined(l3.addresses);
         row.place = place;
-        return into.wanted_interfaces.emplace_back(std::move(row));
+        return row;
     };
     for (const auto &[name, routed] : want.routed_ports) {
         const auto port = want.ports.find(name);
@@ -188,7 +190,7 @@ void capture_host(Snapshot &into)
     const Host &host = Host::instance();
     into.host.reserve(host.size());
     for (const HostInterface *interface : host.interfaces()) {
-        HostRow row;
+        HostRow &row = into.host.emplace_back();
         row.ifindex = interface->ifindex;
         row.kind = to_text(interface->kind);
         row.name = interface->name;
@@ -214,7 +216,6 @@ void capture_host(Snapshot &into)
             row.held_lid = held->lid_id;
         }
         row.loopback = interface->loopback;
-        into.host.push_back(std::move(row));
 
         if (const l3_pd *context = interface->context())
             into.contexts.push_back({interface->ifindex, context->intf_id, context->old_intf_id,
@@ -276,8 +277,8 @@ void capture_asic(Snapshot &into, Requests &requests)
             {trap.mac_trap_id, trap.intf_id, trap.mac, requests.made(trap.origin)});
     uint32_t position = 0;
     for (const AsicPendingWrite &write : asic.pending())
-        into.pending.push_back(
-            {position++, write.intf_id, write.number, write.value, requests.made(write.origin)});
+        into.pending.push_back({position++, write.intf_id, write.attribute.number,
+                                write.attribute.value, requests.made(write.attribute.origin)});
     for (const TableUse &use : asic.tables())
         into.table_use.push_back(
             {use.name, use.description, use.used, use.high_water, use.capacity});
@@ -314,13 +315,13 @@ bool operator==(const Made &a, const Made &b)
     return a.request == b.request && std::strcmp(a.call, b.call) == 0;
 }
 
-const char *lasting(std::string_view call)
+const char *lasting(std::string_view word)
 {
-    if (const ImportedCall *known = ImportedCall::find(call))
+    if (const ImportedCall *known = ImportedCall::find(word))
         return known->name();
     static std::set<std::string, std::less<>> others;
-    const auto at = others.find(call);
-    return (at != others.end() ? at : others.emplace(call).first)->c_str();
+    const auto at = others.find(word);
+    return (at != others.end() ? at : others.emplace(word).first)->c_str();
 }
 
 const RequestRow *Snapshot::request(uint64_t number) const

@@ -27,7 +27,8 @@ struct Made {
 /* Each row type says the name of its table and, once, its columns: visit("name", &Row::member) for
  * each in turn. Saving, loading, comparing and JSON are made from that alone; a table more is a
  * row type more and its vector in Snapshot. Columns are uint16_t, uint32_t, uint64_t, bool,
- * std::string, Mac, std::optional<uint32_t>, Place (five columns) and Made (two). */
+ * std::string, Mac, std::optional<uint32_t>, Place (five columns), Made (two) and std::string_view,
+ * a word that lives as long as the process. */
 
 /* ---- What is wanted. mtu in bytes; names as the configuration gives them. ---- */
 
@@ -51,7 +52,7 @@ struct WantedPort {
 /* A routed port, a port-channel, a sub-interface or an SVI. */
 struct WantedInterface {
     std::string name;
-    std::string kind;     /* "port", "port-channel", "sub-interface", "SVI" */
+    std::string_view kind; /* "port", "port-channel", "sub-interface", "SVI" */
     bool routed = true;   /* false: a port-channel of layer 2 */
     bool implied = false; /* routed only as the parent of a sub-interface */
     bool admin_up = true;
@@ -165,7 +166,7 @@ struct VrfNumber {
 /* An interface as the forwarding manager knows it. */
 struct HostRow {
     uint32_t ifindex = 0;
-    std::string kind; /* as in WantedInterface */
+    std::string_view kind; /* as in WantedInterface */
     std::string name;
     uint32_t number = 0;             /* 0-based front-panel port, channel number, VLAN, sequence */
     uint32_t vlan = 0;               /* of a sub-interface or SVI */

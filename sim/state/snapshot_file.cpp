@@ -181,6 +181,12 @@ public:
         text.assign(data, static_cast<size_t>(sqlite3_column_bytes(statement_, at_)));
         ++at_;
     }
+    void get(std::string_view &word)
+    {
+        std::string text;
+        get(text);
+        word = lasting(text);
+    }
     void get(Mac &mac)
     {
         std::string text;
@@ -210,9 +216,9 @@ public:
     void get(Made &made)
     {
         get(made.request);
-        std::string call;
+        std::string_view call;
         get(call);
-        made.call = lasting(call);
+        made.call = call.data();
     }
 
 private:

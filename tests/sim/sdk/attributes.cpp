@@ -132,8 +132,8 @@ TEST_F(Batch, TakesEffectWithTheFlushOnly)
     EXPECT_EQ(get(id, SdkIntfAttrNatInside), 0u);
     ASSERT_EQ(asic.pending().size(), 1u);
     EXPECT_EQ(asic.pending()[0].intf_id, id);
-    EXPECT_EQ(asic.pending()[0].number, uint32_t{SdkIntfAttrNatInside});
-    EXPECT_EQ(asic.pending()[0].value, 2u);
+    EXPECT_EQ(asic.pending()[0].attribute.number, uint32_t{SdkIntfAttrNatInside});
+    EXPECT_EQ(asic.pending()[0].attribute.value, 2u);
     EXPECT_EQ(kvnsim_sdk_batch_flush(), 0u);
     EXPECT_EQ(get(id, SdkIntfAttrNatInside), 2u);
     EXPECT_THAT(asic.pending(), IsEmpty());

@@ -218,7 +218,7 @@ std::string contents(const Asic &asic)
     for (const AsicTrap &row : asic.traps())
         line("trap", row.mac_trap_id, row.origin);
     for (const AsicPendingWrite &write : asic.pending())
-        line("pending", write.intf_id, write.origin);
+        line("pending", write.intf_id, write.attribute.origin);
     for (const TableUse &table : asic.tables()) {
         text += std::string("\n") + table.name + ' ' + std::to_string(table.used) + '/' +
                 std::to_string(table.capacity) + " high " + std::to_string(table.high_water);

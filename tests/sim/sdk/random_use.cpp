@@ -166,7 +166,7 @@ private:
         uint32_t lost = 0;
         for (const AsicPendingWrite &write : asic.pending()) {
             const bool room = bound.size() < attribute_limit || bound.count(write.intf_id) != 0;
-            if (asic.lid(write.value) && room)
+            if (asic.lid(write.attribute.value) && room)
                 bound.insert(write.intf_id);
             else
                 ++lost;
