@@ -85,7 +85,7 @@ double processor_time()
 }
 
 /* Live through count interfaces so many times; adds the time that each phase took for one
- * interface to the counters "apply/1000", "change/1000" ... */
+ * interface, and all of them, to the counters "apply/1000", "change/1000" ... and "life/1000". */
 void live(benchmark::State &state, uint32_t count, int times)
 {
     const auto desired = std::make_shared<const Desired>(switch_with(count));
@@ -94,10 +94,11 @@ void live(benchmark::State &state, uint32_t count, int times)
         const double start = processor_time();
         if (!comes_about())
             state.SkipWithError(name.c_str());
-        state.counters[name + '/' + std::to_string(count)].value +=
-            (processor_time() - start) / times / count;
+        const double time = (processor_time() - start) / times / count;
+        for (const std::string &of : {name, std::string("life")})
+            state.counters[of + '/' + std::to_string(count)].value += time;
     };
-    for (int time = 0; time < times; ++time) {
+    for (int i = 0; i < times; ++i) {
         Switch sw;
         phase("apply", [&] { return sw.apply(desired).failures.empty(); });
         phase("apply_again", [&] { return sw.plan(*desired).empty(); });

@@ -23,10 +23,10 @@ struct Place {
 
 /* Keeps what it allocates of one type together, apart from all else: large maps are walked through
  * again and again. The memory is kept for more of the type. */
-template <class T> struct Together {
+template <class T> struct PoolAllocator {
     using value_type = T;
-    Together() = default;
-    template <class U> Together(const Together<U> &) {}
+    PoolAllocator() = default;
+    template <class U> PoolAllocator(const PoolAllocator<U> &) {}
     T *allocate(size_t count)
     {
         return static_cast<T *>(pool().allocate(count * sizeof(T), alignof(T)));
@@ -35,8 +35,8 @@ template <class T> struct Together {
     {
         pool().deallocate(memory, count * sizeof(T), alignof(T));
     }
-    friend bool operator==(const Together &, const Together &) { return true; }
-    friend bool operator!=(const Together &, const Together &) { return false; }
+    friend bool operator==(const PoolAllocator &, const PoolAllocator &) { return true; }
+    friend bool operator!=(const PoolAllocator &, const PoolAllocator &) { return false; }
 
 private:
     /* Never destroyed: maps may outlive all but the process. */
@@ -53,7 +53,8 @@ struct NaturalOrder {
     bool operator()(const std::string &a, const std::string &b) const;
 };
 template <class T>
-using ByName = std::map<std::string, T, NaturalOrder, Together<std::pair<const std::string, T>>>;
+using ByName =
+    std::map<std::string, T, NaturalOrder, PoolAllocator<std::pair<const std::string, T>>>;
 
 using Mac = std::array<uint8_t, 6>;
 std::string to_text(const Mac &mac); /* "00:00:5e:00:01:0a" */

@@ -135,13 +135,15 @@ HostInterface *Host::add(InterfaceKind kind, const std::string &name, uint32_t i
 {
     std::vector<Slot> &table = table_of(kind);
     const size_t number = ifindex & number_mask;
-    if (name.empty() || by_name_.count(name) || find(ifindex))
+    if (name.empty() || find(ifindex))
+        return nullptr;
+    auto made = std::make_unique<HostInterface>(kind, name, ifindex);
+    HostInterface *interface = made.get();
+    if (!by_name_.emplace(interface->name, interface).second)
         return nullptr;
     if (number >= table.size())
         table.resize(number + 1);
-    table[number] = std::make_unique<HostInterface>(kind, name, ifindex);
-    HostInterface *interface = table[number].get();
-    by_name_.emplace(interface->name, interface);
+    table[number] = std::move(made);
     return interface;
 }
 

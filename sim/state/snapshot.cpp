@@ -189,6 +189,7 @@ void capture_host(Snapshot &into)
 {
     const Host &host = Host::instance();
     into.host.reserve(host.size());
+    into.contexts.reserve(host.size());
     for (const HostInterface *interface : host.interfaces()) {
         HostRow &row = into.host.emplace_back();
         row.ifindex = interface->ifindex;
@@ -248,6 +249,14 @@ void capture_virtual_macs(Snapshot &into)
 void capture_asic(Snapshot &into, Requests &requests)
 {
     const Asic &asic = Asic::instance();
+    for (const TableUse &use : asic.tables()) {
+        into.table_use.push_back(
+            {use.name, use.description, use.used, use.high_water, use.capacity});
+        if (into.table_use.back().name == "intf")
+            into.intfs.reserve(use.used);
+        else if (into.table_use.back().name == "attr")
+            into.attributes.reserve(use.used);
+    }
     asic.each_interface([&](const AsicInterface &intf) {
         const sdk_intf_create_params &p = intf.params;
         into.intfs.push_back({intf.intf_id, intf.type, p.param1, p.param2, p.param3, p.param4,
@@ -279,14 +288,13 @@ void capture_asic(Snapshot &into, Requests &requests)
     for (const AsicPendingWrite &write : asic.pending())
         into.pending.push_back({position++, write.intf_id, write.attribute.number,
                                 write.attribute.value, requests.made(write.attribute.origin)});
-    for (const TableUse &use : asic.tables())
-        into.table_use.push_back(
-            {use.name, use.description, use.used, use.high_water, use.capacity});
 }
 
 void capture_database(Snapshot &into)
 {
     const StateDb &db = Host::instance().db();
+    into.l3lif.reserve(into.host.size());
+    into.label.reserve(into.host.size());
     RequestsInWords requests(into.requests);
     db.each<PmRow>([&](const PmRow &row) {
         into.pm.push_back({row.kind, row.ifindex, row.ifmap_idx, requests.made(row.origin)});
