@@ -216,9 +216,9 @@ public:
     void get(Made &made)
     {
         get(made.request);
-        std::string_view call;
+        std::string call;
         get(call);
-        made.call = call.data();
+        made.call = lasting(call);
     }
 
 private:
