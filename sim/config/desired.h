@@ -39,11 +39,16 @@ template <class T> struct PoolAllocator {
     friend bool operator!=(const PoolAllocator &, const PoolAllocator &) { return false; }
 
 private:
-    /* Never destroyed: maps may outlive all but the process. */
+    /* Never destroyed: maps may outlive all but the process. The address sanitizer watches over
+     * each allocation by itself only. */
     static std::pmr::memory_resource &pool()
     {
+#ifdef __SANITIZE_ADDRESS__
+        return *std::pmr::new_delete_resource();
+#else
         static auto &pool = *new std::pmr::unsynchronized_pool_resource;
         return pool;
+#endif
     }
 };
 
