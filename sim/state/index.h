@@ -23,7 +23,7 @@ const Row *find_row(const std::vector<Row> &rows, Number Row::*member, Number va
     if (rows.empty() || rows.back().*member < value)
         return nullptr;
     if (const Number from_last = rows.back().*member - value; from_last < rows.size()) {
-        const Row &guess = rows[rows.size() - 1 - from_last];
+        const Row &guess = rows[rows.size() - 1 - static_cast<size_t>(from_last)];
         if (guess.*member == value)
             return &guess;
     }

@@ -46,9 +46,8 @@ std::vector<std::string> group(const Grouped &groups, const std::string &name)
 
 /* ---- interfaces ---- */
 
-std::vector<Cell> interface_row(const Index &index, const std::string &name,
-                                std::string_view kind, const WantedInterface *wanted,
-                                const HostRow *host)
+std::vector<Cell> interface_row(const Index &index, const std::string &name, std::string_view kind,
+                                const WantedInterface *wanted, const HostRow *host)
 {
     const ContextRow *context = host != nullptr ? index.context(host->ifindex) : nullptr;
     const bool has = wanted != nullptr && wanted->routed;

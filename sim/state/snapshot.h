@@ -53,8 +53,8 @@ struct WantedPort {
 struct WantedInterface {
     std::string name;
     std::string_view kind; /* "port", "port-channel", "sub-interface", "SVI" */
-    bool routed = true;   /* false: a port-channel of layer 2 */
-    bool implied = false; /* routed only as the parent of a sub-interface */
+    bool routed = true;    /* false: a port-channel of layer 2 */
+    bool implied = false;  /* routed only as the parent of a sub-interface */
     bool admin_up = true;
     std::string parent;  /* of a sub-interface */
     uint32_t number = 0; /* channel number, or the VLAN of a sub-interface or SVI */
