@@ -654,6 +654,9 @@ private:
             has.members.emplace(step_->name, place);
             return;
         }
+        const DesiredPortChannel &wants = want_.port_channels.at(step_->other);
+        if (!wants.l3)
+            return fail(step_->other + " is still routed: an earlier step failed");
 
         HostInterface &port_channel = *host_.find(step_->other);
         /* The library's own rule, also for ports that were routed by hand. */
@@ -662,7 +665,6 @@ private:
             fail(step_->name + " is a member of another port-channel");
             return;
         }
-        const DesiredPortChannel &wants = want_.port_channels.at(step_->other);
         const Settings settings = settings_of(*wants.l3, wants.mtu);
         const bool was_built = port_channel.intf_id() != no_id;
         if (!was_built)

@@ -494,6 +494,23 @@ TEST_F(AppliedTest, SubInterfacesMadeBeforeTheirPortChannelHadAnInterfaceAreMade
     EXPECT_TRUE(sw.plan(want).empty());
 }
 
+TEST_F(AppliedTest, APortJoinsNoPortChannelThatCouldNotStopBeingRouted)
+{
+    bring_about(with_ports(std::string(built) + R"({"PortChannel1.10": {}})"));
+    const Desired layer_2 = with_ports(R"("PORTCHANNEL": {"PortChannel1": {}},
+        "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet8": {}})");
+    fail("libsdk_intf_destroy:1=SDK_E_TIMEOUT");
+    const Applied applied = sw.apply(layer_2);
+    ASSERT_FALSE(applied.failures.empty());
+    EXPECT_EQ(applied.failures.back().step.words, "add Ethernet8 to port-channel PortChannel1");
+    EXPECT_EQ(applied.failures.back().message,
+              "PortChannel1 is still routed: an earlier step failed");
+    EXPECT_EQ(interface("Ethernet8").channel, nullptr);
+    Journal::instance().faults.clear();
+    EXPECT_TRUE(sw.apply(layer_2).failures.empty());
+    EXPECT_TRUE(sw.plan(layer_2).empty());
+}
+
 TEST_F(AppliedTest, APortChannelStandsWhileASubInterfaceThatCouldNotGoStandsOnIt)
 {
     const std::string with_sub = std::string(built) + R"({"PortChannel1.10": {}})";
