@@ -53,7 +53,7 @@ Configuration read_one(const std::string &path)
     Configuration unreadable;
     unreadable.file = path;
     Finding finding;
-    finding.place.file = path;
+    finding.location.file = path;
     finding.message = "cannot be read: " + problem;
     unreadable.findings.push_back(finding);
     return unreadable;
@@ -81,9 +81,9 @@ void tell_findings(const std::vector<Configuration> &configurations, bool notes,
 {
     for (const Configuration &configuration : configurations) {
         for (const Finding &finding : configuration.findings) {
-            const std::string text = finding.place.line != 0
+            const std::string text = finding.location.line != 0
                                          ? finding.to_text()
-                                         : finding.place.file + ": " + finding.message;
+                                         : finding.location.file + ": " + finding.message;
             if (finding.severity == Finding::Severity::error)
                 console.error(text);
             else if (finding.severity == Finding::Severity::warning)

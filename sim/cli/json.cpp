@@ -18,13 +18,13 @@ Json &Json::raw(std::string_view json, rapidjson::Type type)
     return did(writer_.RawValue(json.data(), json.size(), type));
 }
 
-Json &Json::place(const Place &place)
+Json &Json::location(const SourceLocation &location)
 {
-    field("file", place.file);
-    if (place.line == 0)
+    field("file", location.file);
+    if (location.line == 0)
         return key("line").null().key("column").null().key("table").null().key("key").null();
-    field("line", place.line).field("column", place.column);
-    for (const auto &[name, text] : {std::pair("table", &place.table), {"key", &place.key}})
+    field("line", location.line).field("column", location.column);
+    for (const auto &[name, text] : {std::pair("table", &location.table), {"key", &location.key}})
         text->empty() ? key(name).null() : field(name, *text);
     return *this;
 }
@@ -34,10 +34,10 @@ Json &Json::configuration(const Configuration &configuration)
     field("file", configuration.file);
     key("findings").begin_array();
     for (const Finding &finding : configuration.findings) {
-        begin_object().field("severity", to_text(finding.severity)).place(finding.place);
+        begin_object().field("severity", to_text(finding.severity)).location(finding.location);
         field("message", finding.message).key("conflicts_with");
         if (finding.other)
-            begin_object().place(*finding.other).end_object();
+            begin_object().location(*finding.other).end_object();
         else
             null();
         end_object();

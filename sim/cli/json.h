@@ -35,7 +35,7 @@ public:
     }
 
     /* "file", "line", "column", "table", "key"; the last four null where there are none. */
-    Json &place(const Place &place);
+    Json &location(const SourceLocation &location);
     /* "file", "findings" and "ignored" of a configuration, within an object. */
     Json &configuration(const Configuration &configuration);
 

@@ -261,9 +261,9 @@ const CommandGroup shell_commands{
 
 const std::vector<const CommandGroup *> &command_groups()
 {
-    static const std::vector<const CommandGroup *> groups = {
-        &configuration_commands, &looking_commands, &disturbing_commands, &request_commands,
-        &shell_commands};
+    static const std::vector<const CommandGroup *> groups = {&configuration_commands,
+                                                             &looking_commands, &fault_commands,
+                                                             &request_commands, &shell_commands};
     return groups;
 }
 
@@ -302,7 +302,7 @@ std::string usage(const Command &command)
 
 void Session::error(const std::string &message) const
 {
-    console.error(place + message);
+    console.error(location + message);
 }
 
 int execute(Session &session, const ShellWords &words)

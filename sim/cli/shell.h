@@ -47,7 +47,7 @@ struct Session {
     bool keep_going = false;        /* apply what is sound of a configuration with errors */
     std::vector<std::string> files; /* applied so far */
     std::optional<Snapshot> mark;   /* what diff compares with */
-    std::string place;              /* of the line under way, before its messages: "-:12: " */
+    std::string location;           /* of the line under way, before its messages: "-:12: " */
     bool ended = false;
     std::vector<Finding> findings = {}; /* of the configuration applied last */
     bool interrupted = false;           /* it was not applied to its end */
@@ -73,7 +73,7 @@ struct CommandGroup {
     const char *title;
     std::vector<Command> commands;
 };
-extern const CommandGroup configuration_commands, looking_commands, disturbing_commands,
+extern const CommandGroup configuration_commands, looking_commands, fault_commands,
     request_commands;
 
 /* All groups, in the order of help; a command by name, nullptr for an unknown one. */

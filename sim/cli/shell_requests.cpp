@@ -185,34 +185,35 @@ int worst(int a, int b)
 HostInterface *make_interface(Session &session, const std::string &name,
                               const InterfaceName &parsed, uint32_t vlan)
 {
-    const bool has_vlan = parsed.kind == NameKind::vlan || parsed.kind == NameKind::sub_interface;
+    const bool has_vlan =
+        parsed.kind == InterfaceKind::svi || parsed.kind == InterfaceKind::sub_interface;
     if (has_vlan && !encapsulation_range.has(vlan))
         throw UsageError(fmt::format("{}: expected a VLAN {}, not {}", name,
                                      to_text(encapsulation_range), vlan));
     Host &host = Host::instance();
     HostInterface *made = nullptr;
     switch (parsed.kind) {
-    case NameKind::port:
+    case InterfaceKind::port:
         for (uint32_t port = 0; made == nullptr && port <= max_port; ++port)
             made = host.find(port_ifindex(port)) == nullptr ? host.add_port(name, port) : nullptr;
         if (made != nullptr)
             host_does(session, "host: give port its LID", name,
                       [&] { return host.make_port_lid(*made); });
         break;
-    case NameKind::port_channel:
+    case InterfaceKind::port_channel:
         made = host.add_port_channel(name, parsed.number);
         break;
-    case NameKind::vlan:
+    case InterfaceKind::svi:
         made = host.add_svi(name, vlan);
         break;
-    case NameKind::sub_interface:
+    case InterfaceKind::sub_interface:
         made = host.add_sub_interface(name, interface_named(parsed.parent), vlan);
         break;
     }
     if (made == nullptr) {
-        session.error(
-            fmt::format("the host cannot have {}: {}", name,
-                        parsed.kind == NameKind::port ? "no port is left" : "its number is taken"));
+        session.error(fmt::format("the host cannot have {}: {}", name,
+                                  parsed.kind == InterfaceKind::port ? "no port is left"
+                                                                     : "its number is taken"));
         return nullptr;
     }
     made->ip.mtu = usual_mtu;
@@ -356,7 +357,7 @@ int hold(Session &session, const ShellWords &words)
     const bool on = flag_of(words[1]);
     HostInterface *channel = host.find(words[0]);
     const auto parsed = parse_interface_name(words[0]);
-    if (channel == nullptr && on && parsed && parsed->kind == NameKind::port_channel)
+    if (channel == nullptr && on && parsed && parsed->kind == InterfaceKind::port_channel)
         channel = make_interface(session, words[0], *parsed, 0);
     if (channel == nullptr)
         channel = &interface_named(words[0]);

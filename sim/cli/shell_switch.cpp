@@ -1,4 +1,5 @@
-/* Commands of the shell that take the switch as a whole: configurations, looking, disturbing. */
+/* Commands of the shell that take the switch as a whole: configurations, looking, fault injection.
+ */
 #include <algorithm>
 
 #include <fmt/format.h>
@@ -171,7 +172,7 @@ int trace(Session &session, const ShellWords &words)
     return exit_well;
 }
 
-/* ---- Disturbing ---- */
+/* ---- Fault injection ---- */
 
 int fail(Session &, const ShellWords &words)
 {
@@ -252,8 +253,8 @@ const CommandGroup looking_commands{
       {{"debug|error|off", WordKind::choice}},
       trace}}};
 
-const CommandGroup disturbing_commands{
-    "Disturbing",
+const CommandGroup fault_commands{
+    "Fault injection",
     {{"fail",
       "make a call fail, each time or the Nth from now on; off ends it",
       {{"CALL[:N][=STATUS]", WordKind::fault}},

@@ -22,8 +22,8 @@ std::string document(const std::string &path, const Replay &result)
     json.field("traces", result.traces).field("host_tasks", result.host_tasks);
     json.key("difference");
     if (result.difference) {
-        const Departure &difference = *result.difference;
-        json.begin_object().field("place", difference.place).field("what", difference.what);
+        const Mismatch &difference = *result.difference;
+        json.begin_object().field("location", difference.location).field("what", difference.what);
         json.field("request", difference.request).field("cause", difference.cause);
         json.field("recorded", difference.recorded).field("now", difference.now);
         json.key("before").begin_array();

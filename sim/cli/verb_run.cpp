@@ -297,7 +297,7 @@ private:
         for (size_t i = 0; i < outcome.plan.steps.size(); ++i) {
             const Step &step = outcome.plan.steps[i];
             json.begin_object().field("words", step.words).field("object", step.name);
-            json.key("cause").begin_object().place(step.cause).end_object();
+            json.key("cause").begin_object().location(step.cause).end_object();
             if (i < outcome.step_requests.size()) {
                 json.key("requests").begin_array();
                 for (const Request &request : outcome.step_requests[i])
@@ -318,7 +318,7 @@ private:
     static void write(Json &json, const Failure &failure)
     {
         json.begin_object().field("words", failure.step.words).field("object", failure.step.name);
-        json.key("cause").begin_object().place(failure.step.cause).end_object();
+        json.key("cause").begin_object().location(failure.step.cause).end_object();
         json.field("message", failure.message).key("request");
         if (failure.request == nullptr) {
             json.null().end_object();

@@ -109,7 +109,7 @@ private:
         ++line_number_;
         const CauseScope cause(fmt::format("-:{}: {}", line_number_, line));
         if (!interactive_)
-            session_.place = fmt::format("-:{}: ", line_number_);
+            session_.location = fmt::format("-:{}: ", line_number_);
         const Words words = split_words(line);
         try {
             if (words.open_quote != '\0')

@@ -47,25 +47,25 @@ bool has_form(KeyPart part, const std::string &text)
         return false;
     switch (part) {
     case KeyPart::port:
-        return name->kind == NameKind::port;
+        return name->kind == InterfaceKind::port;
     case KeyPart::port_channel:
-        return name->kind == NameKind::port_channel;
+        return name->kind == InterfaceKind::port_channel;
     case KeyPart::vlan:
-        return name->kind == NameKind::vlan;
+        return name->kind == InterfaceKind::svi;
     case KeyPart::sub_interface:
-        return name->kind == NameKind::sub_interface;
+        return name->kind == InterfaceKind::sub_interface;
     case KeyPart::port_or_channel:
-        return name->kind == NameKind::port || name->kind == NameKind::port_channel;
+        return name->kind == InterfaceKind::port || name->kind == InterfaceKind::port_channel;
     default:
         return true;
     }
 }
 
 /* A routed interface in another kind's table: " (Vlan10 belongs in VLAN_INTERFACE)". */
-std::string where_it_belongs(const Table &table, const std::string &name)
+std::string where_it_belongs(const TableSchema &table, const std::string &name)
 {
     if (table.has_address_rows)
-        for (const Table &other : tables())
+        for (const TableSchema &other : tables())
             if (other.has_address_rows && has_form(other.key[0], name))
                 return fmt::format(" ({} belongs in {})", name, other.name);
     return {};
@@ -82,17 +82,17 @@ public:
         for (const DocumentTable &table : document_.tables)
             check_shape(table);
         infer_ports();
-        for (const Table &table : tables())
+        for (const TableSchema &table : tables())
             if (const DocumentTable *source = find(table.name))
                 read(table, *source);
     }
 
 private:
-    Place place(const DocumentTable &table) const
+    SourceLocation location(const DocumentTable &table) const
     {
         return {configuration_.file, table.at.line, table.at.column, table.name, {}};
     }
-    Place place(const Table &table, const DocumentRow &row) const
+    SourceLocation location(const TableSchema &table, const DocumentRow &row) const
     {
         return {configuration_.file, row.at.line, row.at.column, table.name, row.name};
     }
@@ -114,20 +114,20 @@ private:
             const std::string message =
                 fmt::format("found {}: expected an object of rows", to_text(table.kind));
             if (is_read) {
-                draft_.error(place(table), message);
-                draft_.leave_out(table.name, place(table));
+                draft_.error(location(table), message);
+                draft_.leave_out(table.name, location(table));
             } else {
-                draft_.warning(place(table), message);
+                draft_.warning(location(table), message);
             }
         }
         if (is_read)
             return;
-        for (const Table &known : tables()) {
+        for (const TableSchema &known : tables()) {
             if (spelling(table.name) != spelling(known.name))
                 continue;
-            draft_.error(place(table), fmt::format("there is no table {}: {} was meant",
-                                                   quoted(table.name), known.name));
-            draft_.leave_out(known.name, place(table));
+            draft_.error(location(table), fmt::format("there is no table {}: {} was meant",
+                                                      quoted(table.name), known.name));
+            draft_.leave_out(known.name, location(table));
         }
     }
 
@@ -138,20 +138,20 @@ private:
             return;
         ByName<DesiredPort> ports;
         for (const DocumentTable &source : document_.tables) {
-            const Table *const table = find_table(source.name);
+            const TableSchema *const table = find_table(source.name);
             for (const DocumentRow &row : source.rows) {
                 if (!table)
                     break;
                 for (const std::string &part : split(row.name)) {
                     auto name = parse_interface_name(part);
                     const std::string whole =
-                        name && name->kind == NameKind::sub_interface ? name->parent : part;
+                        name && name->kind == InterfaceKind::sub_interface ? name->parent : part;
                     name = parse_interface_name(whole);
-                    if (!name || name->kind != NameKind::port)
+                    if (!name || name->kind != InterfaceKind::port)
                         continue;
                     DesiredPort port;
                     port.admin_up = true;
-                    port.place = place(*table, row);
+                    port.location = location(*table, row);
                     ports.emplace(whole, std::move(port));
                 }
             }
@@ -166,7 +166,7 @@ private:
             draft_.add_port(name, std::move(port));
     }
 
-    void read(const Table &table, const DocumentTable &source)
+    void read(const TableSchema &table, const DocumentTable &source)
     {
         std::vector<FieldValue> defaults;
         for (const TableField &declared : table.fields)
@@ -175,20 +175,20 @@ private:
 
         /* An interface's own row first: the address rows add to it. */
         for (const bool with_address : {false, true}) {
-            std::vector<std::pair<std::string, Place>> unsound;
+            std::vector<std::pair<std::string, SourceLocation>> unsound;
             for (const DocumentRow &source_row : source.rows) {
                 const auto bars = static_cast<size_t>(
                     std::count(source_row.name.begin(), source_row.name.end(), '|'));
                 if ((bars >= table.key.size()) != with_address)
                     continue;
-                Row row(table, place(table, source_row));
+                Row row(table, location(table, source_row));
                 const bool has_key = take_key(row, source_row);
                 if (!row.is_address_row)
                     row.values = defaults;
                 if (has_key && take_fields(row, source_row))
                     table.read(draft_, row);
                 else
-                    unsound.emplace_back(trimmed(row.name()), row.place);
+                    unsound.emplace_back(trimmed(row.name()), row.location);
             }
             for (const auto &[name, where] : unsound)
                 draft_.leave_out(table.name, name, where);
@@ -197,30 +197,30 @@ private:
 
     bool take_key(Row &row, const DocumentRow &source)
     {
-        const Table &table = row.table;
+        const TableSchema &table = row.table;
         row.parts = split(source.name);
         if (has_blank(source.name)) {
-            draft_.error(row.place, fmt::format("there is a blank in the key {}: expected {}",
-                                                quoted(source.name), key_form(table)));
+            draft_.error(row.location, fmt::format("there is a blank in the key {}: expected {}",
+                                                   quoted(source.name), key_form(table)));
             return false;
         }
         const size_t parts = table.key.size();
         row.is_address_row = table.has_address_rows && row.parts.size() == parts + 1;
         if (row.parts.size() != parts && !row.is_address_row) {
-            draft_.error(row.place, fmt::format("the key {} is not of the form {}",
-                                                quoted(source.name), key_form(table)));
+            draft_.error(row.location, fmt::format("the key {} is not of the form {}",
+                                                   quoted(source.name), key_form(table)));
             return false;
         }
         for (size_t i = 0; i < parts; ++i) {
             if (has_form(table.key[i], row.parts[i]))
                 continue;
-            draft_.error(row.place, fmt::format("{}: expected {}{}", quoted(row.parts[i]),
-                                                expected(table.key[i]),
-                                                where_it_belongs(table, row.parts[i])));
+            draft_.error(row.location, fmt::format("{}: expected {}{}", quoted(row.parts[i]),
+                                                   expected(table.key[i]),
+                                                   where_it_belongs(table, row.parts[i])));
             return false;
         }
         if (row.is_address_row && !parse_address(row.address())) {
-            draft_.error(row.place,
+            draft_.error(row.location,
                          fmt::format("{}: expected an IPv4 or IPv6 address and its prefix length",
                                      quoted(row.address())));
             return false;
@@ -232,8 +232,8 @@ private:
     bool take_fields(Row &row, const DocumentRow &source)
     {
         if (source.kind != ValueKind::object) {
-            draft_.error(row.place, fmt::format("found {}: expected an object of fields",
-                                                to_text(source.kind)));
+            draft_.error(row.location, fmt::format("found {}: expected an object of fields",
+                                                   to_text(source.kind)));
             return false;
         }
         const std::vector<TableField> &known = row.table.fields;
@@ -246,7 +246,7 @@ private:
             if (declared == known.end())
                 sound &= check_unread(row, field);
             else if (row.is_address_row)
-                draft_.warning(moved(row.place, field.at),
+                draft_.warning(moved(row.location, field.at),
                                fmt::format("{} is not read in an address row: it belongs in {}|{}",
                                            field.name, row.table.name, row.name()));
             else
@@ -258,12 +258,12 @@ private:
     bool take_field(Row &row, const TableField &declared, const DocumentField &field)
     {
         if (declared.type == FieldType::elsewhere) {
-            draft_.warning(moved(row.place, field.at),
+            draft_.warning(moved(row.location, field.at),
                            fmt::format("{} is not read here: it comes from {}", declared.name,
                                        declared.meaning));
             return true;
         }
-        const Place where = moved(row.place, field.value_at);
+        const SourceLocation where = moved(row.location, field.value_at);
         if (field.kind != ValueKind::text) {
             draft_.error(where, fmt::format("{} is {}: expected {}, in quotes", declared.name,
                                             to_text(field.kind), expected(declared)));
@@ -284,14 +284,14 @@ private:
     {
         for (const TableField &declared : row.table.fields) {
             if (spelling(field.name) == declared.name) {
-                draft_.error(moved(row.place, field.at),
+                draft_.error(moved(row.location, field.at),
                              fmt::format("there is no field {}: {} was meant", quoted(field.name),
                                          declared.name));
                 return false;
             }
         }
         if (field.kind != ValueKind::text && field.kind != ValueKind::list)
-            draft_.warning(moved(row.place, field.value_at),
+            draft_.warning(moved(row.location, field.value_at),
                            fmt::format("{} is {}: expected a string or a list; it is not read",
                                        quoted(field.name), to_text(field.kind)));
         return true;
@@ -313,8 +313,8 @@ Configuration read_configuration(const std::string &file, const std::string &tex
     Reader(configuration, document).read();
     std::stable_sort(configuration.findings.begin(), configuration.findings.end(),
                      [](const Finding &a, const Finding &b) {
-                         return std::tie(a.place.line, a.place.column) <
-                                std::tie(b.place.line, b.place.column);
+                         return std::tie(a.location.line, a.location.column) <
+                                std::tie(b.location.line, b.location.column);
                      });
     return configuration;
 }

@@ -18,10 +18,10 @@ public:
         require(desired_.ports.size() <= most_ports, "more ports than a switch has", "");
         require(!desired_.router_mac || !is_zero(*desired_.router_mac), "router MAC of zeros", "");
         for (const auto &[name, port] : desired_.ports) {
-            require_kind(name, NameKind::port);
+            require_kind(name, InterfaceKind::port);
             require_mtu(name, port.mtu);
         }
-        for (const auto &[name, place] : desired_.vrfs)
+        for (const auto &[name, location] : desired_.vrfs)
             require(is_vrf_name(name) && name != "default", "not a VRF's name", name);
         for (const auto &[name, port] : desired_.routed_ports) {
             require(desired_.ports.count(name) == 1, "routed without such a port", name);
@@ -32,8 +32,8 @@ public:
         for (const auto &[name, sub] : desired_.sub_interfaces)
             check_sub_interface(name, sub);
         for (const auto &[name, vlan] : desired_.vlans) {
-            require_kind(name, NameKind::vlan);
-            for (const auto &[member, place] : vlan.members)
+            require_kind(name, InterfaceKind::svi);
+            for (const auto &[member, location] : vlan.members)
                 require(desired_.ports.count(member) + desired_.port_channels.count(member) == 1,
                         "a member of the VLAN is missing", name);
         }
@@ -45,7 +45,7 @@ public:
             require_mtu(name, svi.mtu);
             check_l3(name, svi.l3);
         }
-        for (const auto &[virtual_mac, place] : desired_.virtual_macs) {
+        for (const auto &[virtual_mac, location] : desired_.virtual_macs) {
             require(!is_zero(virtual_mac.mac), "virtual MAC of zeros", virtual_mac.interface);
             require(takes_virtual_mac(virtual_mac.interface), "virtual MAC without an interface",
                     virtual_mac.interface);
@@ -58,7 +58,7 @@ private:
         if (!holds)
             found.push_back(name.empty() ? contradiction : name + ": " + contradiction);
     }
-    void require_kind(const std::string &name, NameKind kind)
+    void require_kind(const std::string &name, InterfaceKind kind)
     {
         const auto parsed = parse_interface_name(name);
         require(parsed && parsed->kind == kind, "a name of the wrong form", name);
@@ -85,14 +85,14 @@ private:
     void check_channel(const std::string &name, const DesiredPortChannel &channel)
     {
         const auto parsed = parse_interface_name(name);
-        require(parsed && parsed->kind == NameKind::port_channel &&
+        require(parsed && parsed->kind == InterfaceKind::port_channel &&
                     parsed->number == channel.number,
                 "the number is not the name's", name);
         require(numbers_.insert(channel.number).second, "number taken by another", name);
         require_mtu(name, channel.mtu);
         if (channel.l3)
             check_l3(name, *channel.l3);
-        for (const auto &[member, place] : channel.members) {
+        for (const auto &[member, location] : channel.members) {
             require(desired_.ports.count(member) == 1, "a member is missing", name);
             require(members_.insert(member).second, "a member of two port-channels", member);
         }
@@ -100,7 +100,7 @@ private:
 
     void check_sub_interface(const std::string &name, const DesiredSubInterface &sub)
     {
-        require_kind(name, NameKind::sub_interface);
+        require_kind(name, InterfaceKind::sub_interface);
         require(encapsulation_range.has(sub.vlan), "VLAN out of range", name);
         require(encapsulations_.emplace(sub.parent, sub.vlan).second, "VLAN twice under its parent",
                 name);

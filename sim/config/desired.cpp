@@ -74,13 +74,7 @@ bool NaturalOrder::operator()(const std::string &a, const std::string &b) const
     return order != 0 ? order < 0 : a < b;
 }
 
-std::string to_text(const Mac &mac)
-{
-    return fmt::format("{:02x}:{:02x}:{:02x}:{:02x}:{:02x}:{:02x}", mac[0], mac[1], mac[2], mac[3],
-                       mac[4], mac[5]);
-}
-
-std::string Place::to_text() const
+std::string SourceLocation::to_text() const
 {
     const std::string position =
         fmt::format("{}:{}:{}", printable(file, file.size()), line, column);
@@ -102,7 +96,7 @@ const char *to_text(Finding::Severity severity)
 
 std::string Finding::to_text() const
 {
-    std::string text = place.to_text() + ": ";
+    std::string text = location.to_text() + ": ";
     if (severity != Severity::error)
         text += kvnsim::to_text(severity) + std::string(": ");
     text += message;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <map>
 #include <memory_resource>
@@ -9,11 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "sim/types/mac.h"
+
 /* What a configuration wants of the switch, by name. Host order, defaults filled in. */
 namespace kvnsim {
 
 /* Where something was said: line and column are 1-based. */
-struct Place {
+struct SourceLocation {
     std::string file; /* as given on the command line, "-" for standard input */
     uint32_t line = 0, column = 0;
     std::string table, key; /* "INTERFACE", "Ethernet0|10.0.0.1/31" */
@@ -61,9 +62,6 @@ template <class T>
 using ByName =
     std::map<std::string, T, NaturalOrder, PoolAllocator<std::pair<const std::string, T>>>;
 
-using Mac = std::array<uint8_t, 6>;
-std::string to_text(const Mac &mac); /* "00:00:5e:00:01:0a" */
-
 /* L3 settings that every kind of routed interface has. */
 struct L3Settings {
     bool ipv4 = false, ipv6 = false;
@@ -76,40 +74,40 @@ struct DesiredPort {
     uint16_t mtu = 9100;
     bool admin_up = false;
     std::string alias;
-    Place place;
+    SourceLocation location;
 };
 struct DesiredRoutedPort { /* MTU from the port */
     L3Settings l3;
     bool implied = false; /* only the parent of a sub-interface; no row of its own */
-    Place place;
+    SourceLocation location;
 };
 struct DesiredPortChannel {
     uint32_t number = 0; /* 0..9999 */
     uint16_t mtu = 9100;
     bool admin_up = true;
-    std::optional<L3Settings> l3; /* empty: layer 2 */
-    bool l3_implied = false;      /* routed only as the parent of a sub-interface */
-    ByName<Place> members;        /* port names */
-    Place place, l3_place;
+    std::optional<L3Settings> l3;   /* empty: layer 2 */
+    bool l3_implied = false;        /* routed only as the parent of a sub-interface */
+    ByName<SourceLocation> members; /* port names */
+    SourceLocation location, l3_location;
 };
 struct DesiredSubInterface {
     std::string parent; /* a port or a port-channel, by full name */
     uint32_t vlan = 0;  /* 1..4094 */
     uint16_t mtu = 0;   /* already capped to the parent's */
     L3Settings l3;
-    Place place;
+    SourceLocation location;
 };
 struct DesiredSvi {
     uint32_t vlan = 0; /* 2..4094 */
     uint16_t mtu = 9100;
     L3Settings l3;
-    Place place;
+    SourceLocation location;
 };
 struct DesiredVlan {
     uint32_t vlan = 0;
-    uint16_t mtu = 9100;   /* of its SVI */
-    ByName<Place> members; /* ports and port-channels, for show and report */
-    Place place;
+    uint16_t mtu = 9100;            /* of its SVI */
+    ByName<SourceLocation> members; /* ports and port-channels, for show and report */
+    SourceLocation location;
 };
 /* A virtual MAC of an interface. */
 struct VirtualMac {
@@ -120,16 +118,16 @@ struct VirtualMac {
 
 struct Desired {
     std::optional<Mac> router_mac;
-    Place router_mac_place;
+    SourceLocation router_mac_location;
     std::string hostname;
     ByName<DesiredPort> ports;
-    std::map<std::string, Place> vrfs;
+    std::map<std::string, SourceLocation> vrfs;
     ByName<DesiredRoutedPort> routed_ports; /* implied ones included */
     ByName<DesiredPortChannel> port_channels;
     ByName<DesiredSubInterface> sub_interfaces;
     ByName<DesiredSvi> svis;
     ByName<DesiredVlan> vlans;
-    std::map<VirtualMac, Place> virtual_macs;
+    std::map<VirtualMac, SourceLocation> virtual_macs;
 
     /* Whether a member joins, with which the port-channel gets into the ASIC: the library declines
      * ports that are routed themselves. */
@@ -140,9 +138,9 @@ struct Desired {
 struct Finding {
     enum class Severity : uint8_t { note, warning, error };
     Severity severity = Severity::error;
-    Place place;
-    std::string message;        /* what is wrong and what was expected */
-    std::optional<Place> other; /* the row it conflicts with */
+    SourceLocation location;
+    std::string message;                 /* what is wrong and what was expected */
+    std::optional<SourceLocation> other; /* the row it conflicts with */
     /* "file:line:column: table|key: message (see file:line:column: table|key)"; "warning: " or
      * "note: " stands before the message of a finding that is no error. Always one line. */
     std::string to_text() const;

@@ -17,9 +17,9 @@ constexpr uint32_t max_depth = 64;
 constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
 
 /* Walks through the text, forwards only, and knows the line and column. */
-class Cursor {
+class PositionFinder {
 public:
-    Cursor(const std::string &text, size_t offset) : text_(text), offset_(offset) {}
+    PositionFinder(const std::string &text, size_t offset) : text_(text), offset_(offset) {}
 
     Position move_to(size_t offset)
     {
@@ -59,7 +59,7 @@ public:
     using Ch = char;
 
     Builder(const std::string &text, const TextStream &stream, size_t start)
-        : text_(text), stream_(stream), token_end_(start), cursor_(text, start)
+        : text_(text), stream_(stream), token_end_(start), position_(text, start)
     {}
 
     std::vector<DocumentTable> tables;
@@ -138,7 +138,7 @@ private:
     {
         while (is_blank(text_[token_end_]) || text_[token_end_] == ',' || text_[token_end_] == ':')
             ++token_end_;
-        const Position at = cursor_.move_to(token_end_);
+        const Position at = position_.move_to(token_end_);
         token_end_ = is_bracket ? token_end_ + 1 : stream_.Tell();
         return at;
     }
@@ -167,12 +167,12 @@ private:
     const std::string &text_;
     const TextStream &stream_;
     size_t token_end_;
-    Cursor cursor_;
+    PositionFinder position_;
     uint32_t level_ = 0;       /* objects open that hold tables, rows, fields */
     uint32_t passed_over_ = 0; /* objects and lists open within what is passed over */
 };
 
-Place place_of(const std::string &file, Position at)
+SourceLocation location_of(const std::string &file, Position at)
 {
     return {file, at.line, at.column, {}, {}};
 }
@@ -243,11 +243,11 @@ Finding syntax_error(const std::string &file, const std::string &text, size_t st
                      std::string message, const Builder &builder)
 {
     Finding finding;
-    finding.place = place_of(file, Cursor(text, start).move_to(offset));
+    finding.location = location_of(file, PositionFinder(text, start).move_to(offset));
     if (builder.level() >= 2) {
-        finding.place.table = builder.tables.back().name;
+        finding.location.table = builder.tables.back().name;
         if (builder.level() >= 3)
-            finding.place.key = builder.tables.back().rows.back().name;
+            finding.location.key = builder.tables.back().rows.back().name;
     }
     finding.message = std::move(message);
     return finding;
@@ -302,7 +302,8 @@ public:
         const auto repeated = find_repeated(tables);
         for (const auto &[later, first] : repeated) {
             DocumentTable &from = tables[later], &into = tables[first];
-            tell("the table is there twice", place(from.at, from.name), place(into.at, into.name));
+            tell("the table is there twice", location(from.at, from.name),
+                 location(into.at, into.name));
             into.rows.insert(into.rows.end(), std::make_move_iterator(from.rows.begin()),
                              std::make_move_iterator(from.rows.end()));
             if (from.kind == ValueKind::object)
@@ -319,26 +320,27 @@ private:
         const auto repeated = find_repeated(table.rows);
         for (const auto &[later, first] : repeated) {
             const std::string &key = table.rows[later].name;
-            tell("the row is there twice", place(table.rows[later].at, table.name, key),
-                 place(table.rows[first].at, table.name, key));
+            tell("the row is there twice", location(table.rows[later].at, table.name, key),
+                 location(table.rows[first].at, table.name, key));
         }
         erase_repeated(table.rows, repeated);
         for (DocumentRow &row : table.rows) {
             const auto fields = find_repeated(row.fields);
             for (const auto &[later, first] : fields)
                 tell("the field " + quoted(row.fields[later].name) + " is there twice",
-                     place(row.fields[later].at, table.name, row.name),
-                     place(row.fields[first].at, table.name, row.name));
+                     location(row.fields[later].at, table.name, row.name),
+                     location(row.fields[first].at, table.name, row.name));
             erase_repeated(row.fields, fields);
         }
     }
 
-    Place place(Position at, const std::string &table, const std::string &key = {}) const
+    SourceLocation location(Position at, const std::string &table,
+                            const std::string &key = {}) const
     {
         return {file_, at.line, at.column, table, key};
     }
 
-    void tell(std::string message, Place where, Place first)
+    void tell(std::string message, SourceLocation where, SourceLocation first)
     {
         findings_.push_back(
             {Finding::Severity::error, std::move(where), std::move(message), std::move(first)});
@@ -401,7 +403,7 @@ Document read_document(const std::string &file, const std::string &text,
     } else if (builder.root != ValueKind::object) {
         findings.push_back(
             {Finding::Severity::error,
-             place_of(file, builder.root_at),
+             location_of(file, builder.root_at),
              fmt::format("found {}: expected an object of tables", to_text(builder.root)),
              {}});
     }

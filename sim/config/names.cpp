@@ -12,14 +12,14 @@ namespace {
 
 struct NameForm {
     std::string_view prefix;
-    NameKind kind;
+    InterfaceKind kind;
     Range numbers;
     bool leading_zeros;
 };
 constexpr NameForm name_forms[] = {
-    {"Ethernet", NameKind::port, port_name_range, false},
-    {"PortChannel", NameKind::port_channel, {0, UINT32_MAX}, true},
-    {"Vlan", NameKind::vlan, vlan_range, false},
+    {"Ethernet", InterfaceKind::port, port_name_range, false},
+    {"PortChannel", InterfaceKind::port_channel, {0, UINT32_MAX}, true},
+    {"Vlan", InterfaceKind::svi, vlan_range, false},
 };
 
 struct ShortForm {
@@ -65,7 +65,7 @@ std::optional<InterfaceName> parse_whole_interface(std::string_view text)
 
 bool can_be_parent(const std::optional<InterfaceName> &name)
 {
-    return name && (name->kind == NameKind::port || name->kind == NameKind::port_channel);
+    return name && (name->kind == InterfaceKind::port || name->kind == InterfaceKind::port_channel);
 }
 
 } // namespace
@@ -86,14 +86,14 @@ std::optional<InterfaceName> parse_interface_name(std::string_view text)
     if (!number || digits[0] == '0')
         return {};
     if (can_be_parent(parse_whole_interface(parent)))
-        return InterfaceName{NameKind::sub_interface, *number, std::string(parent), false};
+        return InterfaceName{InterfaceKind::sub_interface, *number, std::string(parent), false};
     for (const ShortForm &form : short_forms) {
         if (!starts_with(parent, form.prefix))
             continue;
         std::string full{form.full};
         full += parent.substr(form.prefix.size());
         if (can_be_parent(parse_whole_interface(full)))
-            return InterfaceName{NameKind::sub_interface, *number, std::move(full), true};
+            return InterfaceName{InterfaceKind::sub_interface, *number, std::move(full), true};
     }
     return {};
 }

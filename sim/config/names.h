@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "sim/config/desired.h"
+#include "sim/types/interface_kind.h"
 
 /* The forms of what configurations are written in: names, numbers, addresses. */
 namespace kvnsim {
@@ -27,10 +28,8 @@ constexpr size_t most_channel_digits = 4;
 constexpr size_t most_vrf_characters = 12; /* behind Vrf */
 constexpr size_t most_ports = 255; /* port numbers of the front panel are 8 bits wide, from 1 */
 
-enum class NameKind : uint8_t { port, port_channel, vlan, sub_interface };
-
 struct InterfaceName {
-    NameKind kind = NameKind::port;
+    InterfaceKind kind = InterfaceKind::port;
     uint32_t number = 0;     /* of the port, port-channel or VLAN; what follows the dot */
     std::string parent;      /* of a sub-interface, by full name: Po0001.10 gives PortChannel0001 */
     bool short_form = false; /* Eth64.10, Po0001.10 */

@@ -19,37 +19,37 @@ Object *referred(Draft &draft, const Row &row, ByName<Object> &objects, const ch
 {
     if (const auto found = objects.find(name); found != objects.end())
         return &found->second;
-    if (const Place *left_out = draft.left_out(table, name))
-        draft.warning(row.place, fmt::format("left out, because {} is", left_out->row()),
+    if (const SourceLocation *left_out = draft.left_out(table, name))
+        draft.warning(row.location, fmt::format("left out, because {} is", left_out->row()),
                       *left_out);
     else if (severity == Severity::warning)
-        draft.warning(row.place, fmt::format("left out: {} has no row in {}", name, table));
+        draft.warning(row.location, fmt::format("left out: {} has no row in {}", name, table));
     else
-        draft.error(row.place, fmt::format("{} has no row in {}", name, table));
+        draft.error(row.location, fmt::format("{} has no row in {}", name, table));
     return nullptr;
 }
 
 void add_virtual_mac(Draft &draft, const Row &row, const std::string &interface, const Mac &mac)
 {
     const auto [there, is_new] =
-        draft.desired.virtual_macs.try_emplace({interface, mac}, row.place);
+        draft.desired.virtual_macs.try_emplace({interface, mac}, row.location);
     if (!is_new)
-        draft.error(row.place,
+        draft.error(row.location,
                     fmt::format("{} has the virtual MAC {} already", interface, to_text(mac)),
                     there->second);
 }
 
 /* Why a port-channel is not in the ASIC: "PortChannel1 has no member", and the row behind it; empty
  * if it is there. */
-std::optional<std::pair<std::string, Place>>
+std::optional<std::pair<std::string, SourceLocation>>
 why_absent(const Desired &desired, const std::string &name, const DesiredPortChannel &channel)
 {
     if (desired.has_member_that_joins(channel))
         return {};
     if (channel.members.empty())
-        return std::make_pair(name + " has no member", channel.place);
+        return std::make_pair(name + " has no member", channel.location);
     return std::make_pair(name + " has no member that is not routed",
-                          desired.routed_ports.at(channel.members.begin()->first).place);
+                          desired.routed_ports.at(channel.members.begin()->first).location);
 }
 
 /* ---- The switch as a whole ---- */
@@ -59,30 +59,30 @@ void read_device_metadata(Draft &draft, const Row &row)
     constexpr const char *itself = "localhost";
     if (row.name() != itself) {
         if (spelling(row.name()) == itself)
-            draft.error(row.place, fmt::format("there is no row {}: {} was meant",
-                                               quoted(row.name()), itself));
+            draft.error(row.location, fmt::format("there is no row {}: {} was meant",
+                                                  quoted(row.name()), itself));
         return;
     }
     draft.desired.hostname = row.text("hostname");
     if (!row.given("mac"))
         return;
     draft.desired.router_mac = row.mac("mac");
-    draft.desired.router_mac_place = row.place;
+    draft.desired.router_mac_location = row.location;
     if (is_multicast(row.mac("mac")))
-        draft.warning(row.place_of("mac"),
+        draft.warning(row.location_of("mac"),
                       fmt::format("mac {} is a multicast address", row.text("mac")));
 }
 
 void read_vrf(Draft &draft, const Row &row)
 {
     if (row.name() != "default")
-        draft.desired.vrfs.emplace(row.name(), row.place);
+        draft.desired.vrfs.emplace(row.name(), row.location);
 }
 
 void read_sag(Draft &draft, const Row &row)
 {
     if (row.name() != "GLOBAL") {
-        draft.error(row.place, fmt::format("{}: expected GLOBAL", quoted(row.name())));
+        draft.error(row.location, fmt::format("{}: expected GLOBAL", quoted(row.name())));
         return;
     }
     if (!row.given("gateway_mac"))
@@ -90,7 +90,7 @@ void read_sag(Draft &draft, const Row &row)
     draft.gateway_mac = row.mac("gateway_mac");
     if (is_multicast(row.mac("gateway_mac")))
         draft.warning(
-            row.place_of("gateway_mac"),
+            row.location_of("gateway_mac"),
             fmt::format("gateway_mac {} is a multicast address", row.text("gateway_mac")));
 }
 
@@ -102,26 +102,26 @@ void read_port(Draft &draft, const Row &row)
     port.mtu = static_cast<uint16_t>(row.number("mtu"));
     port.admin_up = row.flag("admin_status");
     port.alias = row.text("alias");
-    port.place = row.place;
+    port.location = row.location;
     draft.add_port(row.name(), std::move(port));
 }
 
 void read_port_channel(Draft &draft, const Row &row)
 {
     const uint32_t number = parse_interface_name(row.name())->number;
-    const auto [there, is_new] = draft.channel_numbers.try_emplace(number, row.place);
+    const auto [there, is_new] = draft.channel_numbers.try_emplace(number, row.location);
     if (!is_new) {
-        draft.error(row.place,
+        draft.error(row.location,
                     fmt::format("port-channel {} is {} already", number, there->second.key),
                     there->second);
-        draft.leave_out(row.table.name, row.name(), row.place);
+        draft.leave_out(row.table.name, row.name(), row.location);
         return;
     }
     DesiredPortChannel &channel = draft.desired.port_channels[row.name()];
     channel.number = number;
     channel.mtu = static_cast<uint16_t>(row.number("mtu"));
     channel.admin_up = row.flag("admin_status");
-    channel.place = row.place;
+    channel.location = row.location;
 }
 
 void read_port_channel_member(Draft &draft, const Row &row)
@@ -131,11 +131,11 @@ void read_port_channel_member(Draft &draft, const Row &row)
         referred(draft, row, draft.desired.port_channels, "PORTCHANNEL", row.name());
     if (!channel || !referred(draft, row, draft.desired.ports, "PORT", port, Severity::warning))
         return;
-    const auto [there, is_new] = draft.joined.try_emplace(port, row.place);
+    const auto [there, is_new] = draft.joined.try_emplace(port, row.location);
     if (is_new)
-        channel->members.emplace(port, row.place);
+        channel->members.emplace(port, row.location);
     else
-        draft.error(row.place, fmt::format("{} is a member of another port-channel", port),
+        draft.error(row.location, fmt::format("{} is a member of another port-channel", port),
                     there->second);
 }
 
@@ -143,16 +143,16 @@ void read_vlan(Draft &draft, const Row &row)
 {
     const uint32_t number = parse_interface_name(row.name())->number;
     if (row.given("vlanid") && row.number("vlanid") != number) {
-        draft.error(row.place_of("vlanid"),
+        draft.error(row.location_of("vlanid"),
                     fmt::format("vlanid is {}: expected {}, as the name says", row.number("vlanid"),
                                 number));
-        draft.leave_out(row.table.name, row.name(), row.place);
+        draft.leave_out(row.table.name, row.name(), row.location);
         return;
     }
     DesiredVlan &vlan = draft.desired.vlans[row.name()];
     vlan.vlan = number;
     vlan.mtu = static_cast<uint16_t>(row.number("mtu"));
-    vlan.place = row.place;
+    vlan.location = row.location;
 }
 
 void read_vlan_member(Draft &draft, const Row &row)
@@ -162,19 +162,19 @@ void read_vlan_member(Draft &draft, const Row &row)
         referred(draft, row, draft.desired.vlans, "VLAN", row.name(), Severity::warning);
     if (!vlan)
         return;
-    if (parse_interface_name(member)->kind == NameKind::port) {
+    if (parse_interface_name(member)->kind == InterfaceKind::port) {
         if (!referred(draft, row, draft.desired.ports, "PORT", member, Severity::warning))
             return;
         if (const auto joined = draft.joined.find(member); joined != draft.joined.end())
-            draft.warning(row.place,
+            draft.warning(row.location,
                           fmt::format("{} is a member of a VLAN and of a port-channel", member),
                           joined->second);
     } else if (!referred(draft, row, draft.desired.port_channels, "PORTCHANNEL", member,
                          Severity::warning)) {
         return;
     }
-    vlan->members.emplace(member, row.place);
-    draft.bridged.try_emplace(member, row.place);
+    vlan->members.emplace(member, row.location);
+    draft.bridged.try_emplace(member, row.location);
 }
 
 /* ---- Routed interfaces ---- */
@@ -183,7 +183,7 @@ void read_vlan_member(Draft &draft, const Row &row)
 void warn_of_vlan(Draft &draft, const Row &row, const std::string &routed)
 {
     if (const auto bridged = draft.bridged.find(routed); bridged != draft.bridged.end())
-        draft.warning(row.place, fmt::format("{} is routed and a member of a VLAN", routed),
+        draft.warning(row.location, fmt::format("{} is routed and a member of a VLAN", routed),
                       bridged->second);
 }
 
@@ -191,7 +191,7 @@ void add_address(Draft &draft, const Row &row, L3Settings &l3)
 {
     const Address address = *parse_address(row.address());
     if (!address.has_prefix_length)
-        draft.note(row.place,
+        draft.note(row.location,
                    fmt::format("{} has no prefix length: taken as a host address", row.address()));
     (address.ipv6 ? l3.ipv6 : l3.ipv4) = true;
     /* In an order of their own, so that the order of the rows makes no difference. */
@@ -208,8 +208,8 @@ void set_l3(Draft &draft, const Row &row, L3Settings &l3)
     if (vrf == "default")
         return;
     l3.vrf = vrf;
-    if (draft.desired.vrfs.try_emplace(vrf, row.place).second)
-        draft.warning(row.place_of("vrf_name"),
+    if (draft.desired.vrfs.try_emplace(vrf, row.location).second)
+        draft.warning(row.location_of("vrf_name"),
                       fmt::format("vrf_name is {}, which has no row in VRF", vrf));
 }
 
@@ -224,12 +224,12 @@ void read_l3_row(Draft &draft, const Row &row, Find &&find, Create &&create)
             return;
         l3 = create();
         if (!l3) {
-            draft.leave_out(row.table.name, row.name(), row.place);
+            draft.leave_out(row.table.name, row.name(), row.location);
             return;
         }
         if (row.is_address_row)
-            draft.note(row.place, fmt::format("{} has addresses, but no row {}|{} of its own",
-                                              row.name(), row.table.name, row.name()));
+            draft.note(row.location, fmt::format("{} has addresses, but no row {}|{} of its own",
+                                                 row.name(), row.table.name, row.name()));
     }
     if (row.is_address_row)
         add_address(draft, row, *l3);
@@ -250,12 +250,12 @@ void read_interface(Draft &draft, const Row &row)
         if (!referred(draft, row, desired.ports, "PORT", row.name()))
             return nullptr;
         if (const auto joined = draft.joined.find(row.name()); joined != draft.joined.end())
-            draft.warning(row.place,
+            draft.warning(row.location,
                           fmt::format("{} is routed and a member of a port-channel", row.name()),
                           joined->second);
         warn_of_vlan(draft, row, row.name());
         DesiredRoutedPort &port = desired.routed_ports[row.name()];
-        port.place = row.place;
+        port.location = row.location;
         return &port.l3;
     };
     read_l3_row(
@@ -274,7 +274,7 @@ void read_port_channel_interface(Draft &draft, const Row &row)
         if (!channel)
             return nullptr;
         warn_of_vlan(draft, row, row.name());
-        channel->l3_place = row.place;
+        channel->l3_location = row.location;
         return &channel->l3.emplace();
     };
     read_l3_row(draft, row, find, create);
@@ -290,7 +290,7 @@ void read_vlan_interface(Draft &draft, const Row &row)
         DesiredSvi &svi = desired.svis[row.name()];
         svi.vlan = vlan->vlan;
         svi.mtu = vlan->mtu;
-        svi.place = row.place;
+        svi.location = row.location;
         return &svi.l3;
     };
     read_l3_row(
@@ -302,7 +302,7 @@ void read_vlan_interface(Draft &draft, const Row &row)
     if (draft.gateway_mac)
         add_virtual_mac(draft, row, row.name(), *draft.gateway_mac);
     else
-        draft.warning(row.place_of("static_anycast_gateway"),
+        draft.warning(row.location_of("static_anycast_gateway"),
                       "static_anycast_gateway has no effect: there is no gateway_mac in "
                       "SAG|GLOBAL");
 }
@@ -312,7 +312,7 @@ void read_vlan_interface(Draft &draft, const Row &row)
 uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
 {
     Desired &desired = draft.desired;
-    const bool is_port = parse_interface_name(parent)->kind == NameKind::port;
+    const bool is_port = parse_interface_name(parent)->kind == InterfaceKind::port;
     const char *const l3_table = is_port ? "INTERFACE" : "PORTCHANNEL_INTERFACE";
 
     DesiredPort *const port =
@@ -323,14 +323,14 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
         return 0;
     const bool is_routed =
         is_port ? desired.routed_ports.count(parent) != 0 : channel->l3.has_value();
-    if (const Place *left_out = is_routed ? nullptr : draft.left_out(l3_table, parent)) {
-        draft.warning(row.place, fmt::format("left out, because {} is", left_out->row()),
+    if (const SourceLocation *left_out = is_routed ? nullptr : draft.left_out(l3_table, parent)) {
+        draft.warning(row.location, fmt::format("left out, because {} is", left_out->row()),
                       *left_out);
         return 0;
     }
     if (channel) {
         if (const auto absence = why_absent(desired, parent, *channel)) {
-            draft.error(row.place,
+            draft.error(row.location,
                         absence->first +
                             ": a sub-interface needs its LID, which comes with the first one",
                         absence->second);
@@ -340,12 +340,12 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
             warn_of_vlan(draft, row, parent);
             channel->l3.emplace();
             channel->l3_implied = true;
-            channel->l3_place = row.place;
+            channel->l3_location = row.location;
         }
         return channel->mtu;
     }
     if (const auto joined = draft.joined.find(parent); joined != draft.joined.end()) {
-        draft.error(row.place,
+        draft.error(row.location,
                     fmt::format("{} is a member of a port-channel: a sub-interface needs a LID, "
                                 "and a member has none of its own",
                                 parent),
@@ -356,7 +356,7 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
         warn_of_vlan(draft, row, parent);
         DesiredRoutedPort implied;
         implied.implied = true;
-        implied.place = row.place;
+        implied.location = row.location;
         desired.routed_ports.emplace(parent, std::move(implied));
     }
     return port->mtu;
@@ -370,19 +370,20 @@ void read_sub_interface(Draft &draft, const Row &row)
         if (!row.is_address_row && row.given("vlan")) {
             vlan = row.number("vlan");
         } else if (name.short_form) {
-            draft.error(row.place, fmt::format("vlan is missing: expected {}, for the short name "
-                                               "{} does not say it",
-                                               to_text(encapsulation_range), row.name()));
+            draft.error(row.location,
+                        fmt::format("vlan is missing: expected {}, for the short name "
+                                    "{} does not say it",
+                                    to_text(encapsulation_range), row.name()));
             return nullptr;
         } else if (!encapsulation_range.has(vlan)) {
-            draft.error(row.place,
+            draft.error(row.location,
                         fmt::format("VLAN {} after the dot: expected {}, or the field vlan", vlan,
                                     to_text(encapsulation_range)));
             return nullptr;
         }
         if (const auto there = draft.encapsulations.find({name.parent, vlan});
             there != draft.encapsulations.end()) {
-            draft.error(row.place,
+            draft.error(row.location,
                         fmt::format("VLAN {} is there twice under {}", vlan, name.parent),
                         there->second);
             return nullptr;
@@ -390,18 +391,18 @@ void read_sub_interface(Draft &draft, const Row &row)
         const uint16_t parent_mtu = prepare_parent(draft, row, name.parent);
         if (parent_mtu == 0)
             return nullptr;
-        draft.encapsulations.emplace(std::make_pair(name.parent, vlan), row.place);
+        draft.encapsulations.emplace(std::make_pair(name.parent, vlan), row.location);
 
         DesiredSubInterface &sub = draft.desired.sub_interfaces[row.name()];
         sub.parent = name.parent;
         sub.vlan = vlan;
         sub.mtu = parent_mtu;
-        sub.place = row.place;
+        sub.location = row.location;
         if (!row.is_address_row && row.given("mtu")) {
             const auto mtu = static_cast<uint16_t>(row.number("mtu"));
             sub.mtu = std::min(mtu, parent_mtu);
             if (mtu > parent_mtu)
-                draft.note(row.place_of("mtu"),
+                draft.note(row.location_of("mtu"),
                            fmt::format("mtu is {}: capped to {}, the MTU of {}", mtu, parent_mtu,
                                        name.parent));
         }
@@ -418,14 +419,14 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
 {
     Desired &desired = draft.desired;
     switch (parse_interface_name(name)->kind) {
-    case NameKind::vlan:
+    case InterfaceKind::svi:
         return referred(draft, row, desired.svis, "VLAN_INTERFACE", name);
-    case NameKind::sub_interface:
+    case InterfaceKind::sub_interface:
         return referred(draft, row, desired.sub_interfaces, "VLAN_SUB_INTERFACE", name);
-    case NameKind::port: {
+    case InterfaceKind::port: {
         const auto joined = draft.joined.find(name);
         if (joined != draft.joined.end()) {
-            draft.error(row.place,
+            draft.error(row.location,
                         fmt::format("{} is a member of a port-channel and has no interface of its "
                                     "own for a virtual MAC",
                                     name),
@@ -434,7 +435,7 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
         }
         return referred(draft, row, desired.routed_ports, "INTERFACE", name);
     }
-    case NameKind::port_channel:
+    case InterfaceKind::port_channel:
         break;
     }
     const auto found = desired.port_channels.find(name);
@@ -443,7 +444,7 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
         return referred(draft, row, none, "PORTCHANNEL_INTERFACE", name);
     }
     if (const auto absence = why_absent(desired, name, found->second)) {
-        draft.warning(row.place,
+        draft.warning(row.location,
                       fmt::format("left out: {}, and without one no interface for a virtual MAC",
                                   absence->first),
                       absence->second);
@@ -457,8 +458,9 @@ void read_virtual_router(Draft &draft, const Row &row, uint8_t family)
     const uint32_t vrid = *parse_number(row.parts[1], vrid_range);
     for (const char *field : {"vrid", "vid"}) {
         if (row.given(field) && row.number(field) != vrid) {
-            draft.error(row.place_of(field), fmt::format("{} is {}: expected {}, as the key says",
-                                                         field, row.number(field), vrid));
+            draft.error(row.location_of(field),
+                        fmt::format("{} is {}: expected {}, as the key says", field,
+                                    row.number(field), vrid));
             return;
         }
     }
@@ -496,7 +498,7 @@ std::vector<TableField> with_l3_fields(std::vector<TableField> more)
     return fields;
 }
 
-std::vector<Table> make_tables()
+std::vector<TableSchema> make_tables()
 {
     const TableField mtu = number("mtu", mtu_range, "9100", "the largest packet, in bytes");
     const std::vector<TableField> vrrp_fields = {
@@ -601,15 +603,15 @@ std::vector<Table> make_tables()
 
 } // namespace
 
-const std::vector<Table> &tables()
+const std::vector<TableSchema> &tables()
 {
-    static const std::vector<Table> all = make_tables();
+    static const std::vector<TableSchema> all = make_tables();
     return all;
 }
 
-const Table *find_table(const std::string &name)
+const TableSchema *find_table(const std::string &name)
 {
-    for (const Table &table : tables())
+    for (const TableSchema &table : tables())
         if (name == table.name)
             return &table;
     return nullptr;
@@ -662,7 +664,7 @@ std::string expected(KeyPart part)
     return "a name";
 }
 
-std::string key_form(const Table &table)
+std::string key_form(const TableSchema &table)
 {
     std::string form;
     for (const KeyPart part : table.key) {
@@ -742,32 +744,34 @@ const FieldValue &Row::value(const char *field) const
     return none;
 }
 
-void Draft::error(const Place &place, std::string message, std::optional<Place> other)
+void Draft::error(const SourceLocation &location, std::string message,
+                  std::optional<SourceLocation> other)
 {
-    findings_.push_back({Severity::error, place, std::move(message), std::move(other)});
+    findings_.push_back({Severity::error, location, std::move(message), std::move(other)});
 }
 
-void Draft::warning(const Place &place, std::string message, std::optional<Place> other)
+void Draft::warning(const SourceLocation &location, std::string message,
+                    std::optional<SourceLocation> other)
 {
-    findings_.push_back({Severity::warning, place, std::move(message), std::move(other)});
+    findings_.push_back({Severity::warning, location, std::move(message), std::move(other)});
 }
 
-void Draft::note(const Place &place, std::string message)
+void Draft::note(const SourceLocation &location, std::string message)
 {
-    findings_.push_back({Severity::note, place, std::move(message), {}});
+    findings_.push_back({Severity::note, location, std::move(message), {}});
 }
 
-void Draft::leave_out(const std::string &table, const std::string &name, const Place &row)
+void Draft::leave_out(const std::string &table, const std::string &name, const SourceLocation &row)
 {
     left_out_.try_emplace(table + "|" + name, row);
 }
 
-void Draft::leave_out(const std::string &table, const Place &place)
+void Draft::leave_out(const std::string &table, const SourceLocation &location)
 {
-    left_out_.try_emplace(table, place);
+    left_out_.try_emplace(table, location);
 }
 
-const Place *Draft::left_out(const std::string &table, const std::string &name) const
+const SourceLocation *Draft::left_out(const std::string &table, const std::string &name) const
 {
     if (left_out_.empty())
         return nullptr;
@@ -784,10 +788,10 @@ void Draft::add_port(const std::string &name, DesiredPort port)
         return;
     }
     if (!ports_full_)
-        error(port.place, fmt::format("more than {} ports: {} and those after it are left out",
-                                      most_ports, name));
+        error(port.location, fmt::format("more than {} ports: {} and those after it are left out",
+                                         most_ports, name));
     ports_full_ = true;
-    leave_out("PORT", name, port.place);
+    leave_out("PORT", name, port.location);
 }
 
 } // namespace kvnsim

@@ -49,14 +49,14 @@ class Draft;
 class Row;
 
 /* The same row, another of its tokens. */
-inline Place moved(Place place, Position to)
+inline SourceLocation moved(SourceLocation location, Position to)
 {
-    place.line = to.line;
-    place.column = to.column;
-    return place;
+    location.line = to.line;
+    location.column = to.column;
+    return location;
 }
 
-struct Table {
+struct TableSchema {
     const char *name;
     std::vector<KeyPart> key;
     bool has_address_rows;          /* the key, then '|' and an IP address, in rows of their own */
@@ -67,13 +67,13 @@ struct Table {
 };
 
 /* In the order in which they are read: rows refer to rows of tables before their own. */
-const std::vector<Table> &tables();
-const Table *find_table(const std::string &name);
+const std::vector<TableSchema> &tables();
+const TableSchema *find_table(const std::string &name);
 
 /* In words, for messages and for the reference: "a number 68..9216", "EthernetN". */
 std::string expected(const TableField &field);
 std::string expected(KeyPart part);
-std::string key_form(const Table &table);
+std::string key_form(const TableSchema &table);
 
 struct FieldValue {
     bool given = false;  /* by the row or by the field's default */
@@ -90,10 +90,10 @@ std::optional<FieldValue> parse_field(const TableField &field, const std::string
  * table's. */
 class Row {
 public:
-    Row(const Table &of, Place where) : table(of), place(std::move(where)) {}
+    Row(const TableSchema &of, SourceLocation where) : table(of), location(std::move(where)) {}
 
-    const Table &table;
-    Place place;
+    const TableSchema &table;
+    SourceLocation location;
     std::vector<std::string> parts; /* the key's, the address included */
     std::vector<FieldValue> values; /* as table.fields; empty for an address row */
     bool is_address_row = false;
@@ -106,7 +106,7 @@ public:
     const std::string &text(const char *field) const { return value(field).text; }
     const Mac &mac(const char *field) const { return value(field).mac; }
     /* Where the row says it; only for fields that it has. */
-    Place place_of(const char *field) const { return moved(place, value(field).at); }
+    SourceLocation location_of(const char *field) const { return moved(location, value(field).at); }
 
 private:
     const FieldValue &value(const char *field) const;
@@ -120,29 +120,32 @@ public:
     {}
 
     Desired &desired;
-    std::optional<Mac> gateway_mac;            /* of static anycast gateways */
-    std::map<uint32_t, Place> channel_numbers; /* port-channel number -> its row */
-    std::map<std::string, Place> joined;  /* port -> the row that puts it into a port-channel */
-    std::map<std::string, Place> bridged; /* member -> a row that puts it into a VLAN */
+    std::optional<Mac> gateway_mac;                     /* of static anycast gateways */
+    std::map<uint32_t, SourceLocation> channel_numbers; /* port-channel number -> its row */
+    std::map<std::string, SourceLocation>
+        joined; /* port -> the row that puts it into a port-channel */
+    std::map<std::string, SourceLocation> bridged; /* member -> a row that puts it into a VLAN */
     /* (parent, VLAN) -> the sub-interface's row */
-    std::map<std::pair<std::string, uint32_t>, Place> encapsulations;
+    std::map<std::pair<std::string, uint32_t>, SourceLocation> encapsulations;
 
-    void error(const Place &place, std::string message, std::optional<Place> other = {});
-    void warning(const Place &place, std::string message, std::optional<Place> other = {});
-    void note(const Place &place, std::string message);
+    void error(const SourceLocation &location, std::string message,
+               std::optional<SourceLocation> other = {});
+    void warning(const SourceLocation &location, std::string message,
+                 std::optional<SourceLocation> other = {});
+    void note(const SourceLocation &location, std::string message);
 
     /* What is not there because of an error in its row, or in the whole table. To be asked about
      * objects that are missing only: another row may be sound. */
-    void leave_out(const std::string &table, const std::string &name, const Place &row);
-    void leave_out(const std::string &table, const Place &place);
-    const Place *left_out(const std::string &table, const std::string &name) const;
+    void leave_out(const std::string &table, const std::string &name, const SourceLocation &row);
+    void leave_out(const std::string &table, const SourceLocation &location);
+    const SourceLocation *left_out(const std::string &table, const std::string &name) const;
 
     /* Add a front-panel port, or leave it out if there are as many as a switch has. */
     void add_port(const std::string &name, DesiredPort port);
 
 private:
     std::vector<Finding> &findings_;
-    std::map<std::string, Place> left_out_; /* by "table|name" or "table" */
+    std::map<std::string, SourceLocation> left_out_; /* by "table|name" or "table" */
     bool ports_full_ = false;
 };
 

@@ -72,21 +72,6 @@ void free_context(HostInterface &interface)
 
 } // namespace
 
-const char *to_text(InterfaceKind kind)
-{
-    switch (kind) {
-    case InterfaceKind::port:
-        return "port";
-    case InterfaceKind::port_channel:
-        return "port-channel";
-    case InterfaceKind::sub_interface:
-        return "sub-interface";
-    case InterfaceKind::svi:
-        return "SVI";
-    }
-    return "";
-}
-
 HostInterface::HostInterface(InterfaceKind of_kind, std::string named, uint32_t index)
     : l3lif{}, kind(of_kind), name(std::move(named)), number(index & number_mask)
 {

@@ -14,17 +14,12 @@
 #include "platform_api/l3lif.h"
 #include "platform_api/sse.h"
 #include "sim/fwm/state_db.h"
+#include "sim/sdk/asic.h"
+#include "sim/types/interface_kind.h"
 
 /* The small forwarding manager: the interfaces of the switch and what its services know of them.
  * The C services (l3lif_*, fwmpd_*, if_index_*, sse_call2 ...) answer from Host::instance(). */
 namespace kvnsim {
-
-/* "None" in intf_id, lid_id and pc_id. */
-constexpr uint32_t no_id = 0xFFFF;
-
-/* In the order of the upper four bits of their interface indexes. */
-enum class InterfaceKind : uint8_t { port, port_channel, svi, sub_interface };
-const char *to_text(InterfaceKind kind); /* "port", "port-channel", "sub-interface", "SVI" */
 
 /* Interface indexes of this forwarding manager: the kind in the upper four bits, a number below.
  *   1  port          0-based front-panel port 0..254

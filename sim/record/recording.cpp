@@ -335,7 +335,7 @@ std::optional<Line> RecordingReader::next()
 void RecordingReader::report(const Line &line, const std::string &what)
 {
     if (problem_.empty())
-        problem_ = place(line) + ":1: " + what;
+        problem_ = location(line) + ":1: " + what;
 }
 
 void RecordingReader::report(const std::string &what)
@@ -345,7 +345,7 @@ void RecordingReader::report(const std::string &what)
     report(last, what);
 }
 
-std::string RecordingReader::place(const Line &line) const
+std::string RecordingReader::location(const Line &line) const
 {
     return fmt::format("{}:{}", name_, line.number);
 }

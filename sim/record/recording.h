@@ -69,7 +69,7 @@ public:
     /* Say what is wrong with a line, or with the one that was read last. */
     void report(const Line &line, const std::string &what);
     void report(const std::string &what);
-    std::string place(const Line &line) const;
+    std::string location(const Line &line) const;
 
 private:
     std::istream &in_;

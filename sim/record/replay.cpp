@@ -208,8 +208,8 @@ private:
             return true;
         }
         const Line now = as_read(happened); /* to be shown as the recorded line is */
-        Departure difference;
-        difference.place = reader_.place(expected());
+        Mismatch difference;
+        difference.location = reader_.location(expected());
         difference.request = recorded_.request.to_text();
         if (const Value *cause = recorded_.request.value.find("cause"))
             difference.cause = cause->string();
@@ -393,9 +393,9 @@ private:
 
 } // namespace
 
-std::string Departure::to_text() const
+std::string Mismatch::to_text() const
 {
-    std::string text = fmt::format("{}: {}\n  request   {}\n", place, what, request);
+    std::string text = fmt::format("{}: {}\n  request   {}\n", location, what, request);
     if (!cause.empty())
         text += fmt::format("  because   {}\n", cause);
     for (const std::string &line : before)

@@ -9,8 +9,8 @@
 namespace kvnsim {
 
 /* Where the library did something else than when it was recorded. */
-struct Departure {
-    std::string place;               /* "leaf.jsonl:120", of the recorded line */
+struct Mismatch {
+    std::string location;            /* "leaf.jsonl:120", of the recorded line */
     std::string request, cause;      /* "12 l3lifpd_kvn_add_l3port(...)", "INTERFACE|Ethernet0" */
     std::string what;                /* "argument intf_id: recorded 5, now 6" */
     std::string recorded, now;       /* the two events */
@@ -22,7 +22,7 @@ struct Departure {
 struct Replay {
     std::string problem; /* "leaf.jsonl:120:7: ...": the recording cannot be used from there on;
                             empty when it was read to its end or to the difference */
-    std::optional<Departure> difference;          /* the first one */
+    std::optional<Mismatch> difference;           /* the first one */
     uint64_t requests = 0, calls = 0, traces = 0; /* the same as recorded */
     uint64_t host_tasks = 0;                      /* passed over: the host's own */
     int64_t word_size = 0;                        /* of the build that recorded, in bits */

@@ -162,7 +162,7 @@ private:
     /* An SDK interface bound to the recorded LID entry tells the rest of the way by itself. */
     void context_of(size_t node, const ContextRow &context)
     {
-        uint32_t bound = none_id;
+        uint32_t bound = no_id;
         if (!is_none(context.intf_id)) {
             link(node, intf(context.intf_id), EdgeKind::programmed);
             bound = bound_lid(context.intf_id);
@@ -175,7 +175,7 @@ private:
     uint32_t bound_lid(uint32_t intf_id) const
     {
         const AttributeValueRow *row = index_.attribute(intf_id, SdkIntfAttrLid).written;
-        return row != nullptr ? row->value : none_id;
+        return row != nullptr ? row->value : no_id;
     }
     bool leads_to_channel(uint32_t lid_id, uint32_t pc_id) const
     {

@@ -205,7 +205,7 @@ private:
         key("configuration");
         writer_.StartArray();
         for (const ReaderRow &row : told.reader)
-            put(writer_, row.place.to_text() + ": " + row.message);
+            put(writer_, row.location.to_text() + ": " + row.message);
         writer_.EndArray();
         key("properties"); /* name, configured, library, asic, database, call, expected, differs */
         writer_.StartArray();

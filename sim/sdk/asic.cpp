@@ -1,6 +1,7 @@
 #include "sim/sdk/asic.h"
 
 #include <algorithm>
+#include <array>
 #include <set>
 #include <unordered_map>
 
@@ -13,8 +14,6 @@
 namespace kvnsim {
 
 namespace {
-
-using Mac = std::array<uint8_t, 6>;
 
 constexpr uint32_t ports = 256; /* front ports 1..255 by their number */
 constexpr uint32_t first_vlan = 1, last_vlan = 4094;
@@ -76,11 +75,6 @@ Origin now()
 std::string made(const Origin &origin)
 {
     return fmt::format(" ({})", origin.to_text());
-}
-
-std::string to_text(const Mac &mac)
-{
-    return fmt::format("{:02x}", fmt::join(mac, ":"));
 }
 
 uint64_t as_number(const Mac &mac)
@@ -290,7 +284,7 @@ SdkStatus Asic::State::check_sub_interface(const sdk_intf_create_params &params)
         return refuse(SDK_E_PARAM, "a sub-interface takes param1 and param2, no other word");
     if (!is_vlan(params.param2))
         return refuse(SDK_E_PARAM, fmt::format("VLAN {} is not 1 to 4094", params.param2));
-    if (params.param1 == sdk_no_id)
+    if (params.param1 == no_id)
         return SDK_E_NONE;
     const InterfaceRow *parent = intf.find(params.param1);
     if (!parent)
@@ -331,7 +325,7 @@ void Asic::State::occupy(uint32_t type, const sdk_intf_create_params &params, ui
         svi[params.param1] = intf_id;
     else if (type == sdk_routed_port)
         (params.param3 == 1 ? pc[params.param1].intf_id : port[params.param1].intf_id) = intf_id;
-    else if (params.param1 == sdk_no_id)
+    else if (params.param1 == no_id)
         return; /* the VLANs of unknown parents cannot be told apart */
     else if (intf_id != 0)
         sub_interfaces[sub_interface_key(params.param1, params.param2)] = intf_id;
@@ -373,7 +367,7 @@ SdkStatus Asic::intf_create(uint32_t type, const sdk_intf_create_params &params,
     intf_id = s.intf.take(std::move(row));
     s.intf[intf_id].intf_id = intf_id;
     s.occupy(type, params, intf_id);
-    if (type == sdk_sub_interface && params.param1 != sdk_no_id)
+    if (type == sdk_sub_interface && params.param1 != no_id)
         chain(s.intf, s.intf[params.param1].first_child, &InterfaceRow::sibling, intf_id);
     return SDK_E_NONE;
 }
@@ -396,7 +390,7 @@ SdkStatus Asic::intf_destroy(uint32_t intf_id)
         return s.refuse(SDK_E_BUSY, holders.of("interface", intf_id));
 
     s.hold_lid(intf_id, 0);
-    if (row->type == sdk_sub_interface && row->params.param1 != sdk_no_id)
+    if (row->type == sdk_sub_interface && row->params.param1 != no_id)
         unchain(s.intf, s.intf[row->params.param1].first_child, &InterfaceRow::sibling, intf_id);
     s.occupy(row->type, row->params, 0);
     s.attr.use(s.attr.used - static_cast<uint32_t>(row->attributes.size()));

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -13,6 +12,7 @@
 #include "platform_api/libsdk.h"
 #include "sim/journal/journal.h"
 #include "sim/sdk/sdk_status.h"
+#include "sim/types/mac.h"
 
 /* A software model of the forwarding ASIC, as strict as the silicon: identifiers, references,
  * duplicates and capacities are checked, nothing succeeds by default, and each object remembers
@@ -20,7 +20,7 @@
 namespace kvnsim {
 
 /* The identifier that means "none"; never handed out. */
-constexpr uint32_t sdk_no_id = 0xFFFF;
+constexpr uint32_t no_id = 0xFFFF;
 
 enum SdkIntfType : uint32_t { sdk_routed_port = 1, sdk_sub_interface = 2, sdk_svi = 3 };
 
@@ -59,13 +59,13 @@ struct AsicPortChannel {
 };
 struct AsicRouterMac {
     uint32_t peer_mac_id;
-    std::array<uint8_t, 6> mac;
+    Mac mac;
     Origin origin;
 };
 struct AsicTrap {
     uint32_t mac_trap_id;
     uint32_t intf_id;
-    std::array<uint8_t, 6> mac;
+    Mac mac;
     Origin origin;
 };
 /* An attribute write that waits for the flush. */
@@ -104,10 +104,9 @@ public:
     SdkStatus lid_create(uint32_t &lid_id);
     SdkStatus lid_destroy(uint32_t lid_id);
     SdkStatus lid_path_add(uint32_t lid_id, const sdk_lid_path &path);
-    SdkStatus router_mac_create(const std::array<uint8_t, 6> &mac, uint32_t &peer_mac_id);
+    SdkStatus router_mac_create(const Mac &mac, uint32_t &peer_mac_id);
     SdkStatus router_mac_destroy(uint32_t peer_mac_id);
-    SdkStatus trap_create(uint32_t intf_id, const std::array<uint8_t, 6> &mac,
-                          uint32_t &mac_trap_id);
+    SdkStatus trap_create(uint32_t intf_id, const Mac &mac, uint32_t &mac_trap_id);
     SdkStatus trap_destroy(uint32_t mac_trap_id);
 
     /* Carry out the queued attribute writes; returns how many were dropped because they are not

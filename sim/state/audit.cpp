@@ -95,9 +95,10 @@ private:
     }
 
     void tell_missing(const std::string &object, const char *property, const std::string &interface,
-                      const Place &place, const std::string &what)
+                      const SourceLocation &location, const std::string &what)
     {
-        std::string words = fmt::format("{} is wanted ({}) and {}", object, place.to_text(), what);
+        std::string words =
+            fmt::format("{} is wanted ({}) and {}", object, location.to_text(), what);
         const FailureRow &failure = index_.failure(interface);
         if (!failure.message.empty())
             words += ": " + failure.message;
@@ -255,7 +256,7 @@ private:
         uint32_t type = sdk_routed_port, param1 = host.number + 1, param2 = 0, param3 = 0;
         if (host.kind == "port-channel") {
             const ContextRow *context = index_.context(host.ifindex);
-            param1 = context != nullptr ? context->pc_id : none_id;
+            param1 = context != nullptr ? context->pc_id : no_id;
             param3 = 1;
         } else if (host.kind == "sub-interface") {
             const HostRow *parent = host.parent ? index_.host(*host.parent) : nullptr;
@@ -303,10 +304,10 @@ private:
             if (now.after_flush() != e.value || !published_right)
                 tell_difference(host, e, now, published);
         }
-        if (host.kind == "port" && context.lid_id != host.port_lid.value_or(none_id))
+        if (host.kind == "port" && context.lid_id != host.port_lid.value_or(no_id))
             tell(AuditKind::difference, host.name, "LID entry", host.name,
                  fmt::format("{} is recorded with LID entry {}, its port has {}", host.name,
-                             id_words(context.lid_id), id_words(host.port_lid.value_or(none_id))));
+                             id_words(context.lid_id), id_words(host.port_lid.value_or(no_id))));
         if (host.kind == "sub-interface" && host.parent) {
             const HostRow *parent = index_.host(*host.parent);
             const ContextRow *served =
@@ -458,7 +459,7 @@ private:
     {
         const HostRow *host = index_.host(port.name);
         if (host == nullptr || !host->port_lid)
-            tell_missing(port.name, port_lid, port.name, port.place, "has no LID entry");
+            tell_missing(port.name, port_lid, port.name, port.location, "has no LID entry");
     }
 
     void check_wanted(const WantedInterface &wanted)
@@ -468,7 +469,7 @@ private:
         const HostRow *host = index_.host(wanted);
         const ContextRow *context = host != nullptr ? index_.context(host->ifindex) : nullptr;
         if (context == nullptr || is_none(context->intf_id))
-            tell_missing(wanted.name, "SDK interface", wanted.name, wanted.place,
+            tell_missing(wanted.name, "SDK interface", wanted.name, wanted.location,
                          "has no SDK interface");
     }
 
@@ -490,7 +491,7 @@ private:
         if (joined && port->channel == host->ifindex)
             return;
         if (!joined)
-            tell_missing(object, "membership", member.port, member.place,
+            tell_missing(object, "membership", member.port, member.location,
                          is_in != nullptr
                              ? fmt::format("is a member of SDK port-channel {}", is_in->pc_id)
                              : "is no member in the ASIC");
@@ -639,7 +640,7 @@ private:
     void check_router_macs()
     {
         const bool owned = !s_.owned_router_mac.empty();
-        const uint32_t owned_id = owned ? s_.owned_router_mac.front().peer_mac_id : none_id;
+        const uint32_t owned_id = owned ? s_.owned_router_mac.front().peer_mac_id : no_id;
         const bool is_wanted = !s_.wanted_router_mac.empty();
         for (const RouterMacRow &mac : s_.router_macs) {
             const std::string object = fmt::format("router MAC {}", mac.peer_mac_id);
@@ -666,7 +667,7 @@ private:
         else if (!owned && is_wanted) {
             const WantedRouterMac &wanted = s_.wanted_router_mac.front();
             std::string words = fmt::format("router MAC {} is wanted ({}) and not in the ASIC",
-                                            to_text(wanted.mac), wanted.place.to_text());
+                                            to_text(wanted.mac), wanted.location.to_text());
             const FailureRow &failure = index_.failure("switch");
             if (!failure.message.empty())
                 words += ": " + failure.message;
@@ -701,7 +702,7 @@ private:
             if (interface != nullptr && index_.must_exist(*interface) &&
                 recorded.count({mac.interface, mac.mac}) == 0)
                 tell_missing(virtual_mac_words(mac.mac, mac.interface), "MAC trap", mac.interface,
-                             mac.place, "has no MAC trap");
+                             mac.location, "has no MAC trap");
         }
     }
 

@@ -99,10 +99,10 @@ private:
         told_.failure = index_.failure(name_).message;
         if (wanted_ != nullptr) {
             told_.kind = wanted_->kind;
-            told_.configured_at = wanted_->place.to_text();
+            told_.configured_at = wanted_->location.to_text();
         } else if (port_ != nullptr) {
             told_.kind = "port";
-            told_.configured_at = port_->place.to_text();
+            told_.configured_at = port_->location.to_text();
         }
         if (host_ != nullptr)
             told_.kind = host_->kind;
@@ -137,7 +137,7 @@ private:
             return;
         }
         told_.kind = "VLAN";
-        told_.configured_at = vlan->place.to_text();
+        told_.configured_at = vlan->location.to_text();
         std::set<std::string, NaturalOrder> members;
         for (const WantedVlanMember &member : s_.wanted_vlan_members) {
             if (member.vlan == name_)
@@ -192,7 +192,7 @@ private:
         const DbMemberIntf *row = find_row(s_.member_intf, &DbMemberIntf::ifindex, host_->ifindex);
         if (row == nullptr && !host_->kept_intf)
             return;
-        const uint32_t kept = host_->kept_intf.value_or(none_id);
+        const uint32_t kept = host_->kept_intf.value_or(no_id);
         const IntfRow *intf = index_.intf(kept);
         add("kept SDK interface", "", id_text(kept),
             intf != nullptr ? index_.intf_words(kept) : "none",
@@ -229,11 +229,11 @@ private:
         const DbPc *row =
             host_ != nullptr ? find_row(s_.pc, &DbPc::ifindex, host_->ifindex) : nullptr;
         const uint32_t pc_id = context_ != nullptr ? context_->pc_id
-                               : host_ != nullptr  ? host_->held_pc.value_or(none_id)
-                                                   : none_id;
+                               : host_ != nullptr  ? host_->held_pc.value_or(no_id)
+                                                   : no_id;
         const uint32_t lid_id = context_ != nullptr ? context_->lid_id
-                                : host_ != nullptr  ? host_->held_lid.value_or(none_id)
-                                                    : none_id;
+                                : host_ != nullptr  ? host_->held_lid.value_or(no_id)
+                                                    : no_id;
         const PortChannelRow *channel = index_.port_channel(pc_id);
         if (context_ != nullptr || row != nullptr || !is_none(pc_id))
             add("port-channel", "", id_text(pc_id),
@@ -286,7 +286,7 @@ private:
      * asked for. */
     void settings()
     {
-        static constexpr ContextRow no_context{0, none_id, none_id, none_id, none_id};
+        static constexpr ContextRow no_context{0, no_id, no_id, no_id, no_id};
         const WantedInterface nothing;
         const bool routed = wanted_ != nullptr && wanted_->routed;
         if (!must_exist() && intf_ == nullptr)
@@ -502,7 +502,7 @@ std::string to_text(const Explanation &explanation)
     if (!explanation.failure.empty())
         text += "failed: " + explanation.failure + '\n';
     for (const ReaderRow &row : explanation.reader)
-        text += fmt::format("configuration: {}: {}: {}\n", row.severity, row.place.to_text(),
+        text += fmt::format("configuration: {}: {}: {}\n", row.severity, row.location.to_text(),
                             row.message);
     for (const AuditFinding &finding : explanation.findings)
         text += fmt::format("audit: {}: {}\n", to_text(finding.kind), finding.words);

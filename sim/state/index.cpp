@@ -108,7 +108,7 @@ Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
     for (const WantedVlan &row : snapshot.wanted_vlans)
         wanted_vlans_.emplace(row.name, &row);
     for (const ReaderRow &row : snapshot.reader) {
-        for (const std::string_view name : interfaces_of(row.place))
+        for (const std::string_view name : interfaces_of(row.location))
             reader_[name].push_back(&row);
     }
     for (const WantedMember &row : snapshot.wanted_members) {

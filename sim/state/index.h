@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "sim/sdk/asic.h"
 #include "sim/state/snapshot.h"
 
 /* Finding rows of a snapshot, and what belongs together across its tables. */
@@ -187,10 +188,9 @@ private:
     Lookup<uint64_t, const PendingRow *> pending_{&memory_}; /* by interface and attribute */
 };
 
-constexpr uint32_t none_id = 0xFFFF; /* "none" in the records */
 inline bool is_none(uint32_t id)
 {
-    return id == none_id;
+    return id == no_id;
 }
 
 /* Tags and labels that the library writes. */

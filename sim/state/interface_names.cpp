@@ -18,7 +18,7 @@ Names interface_names(const Snapshot &snapshot)
     for (const WantedVlan &row : snapshot.wanted_vlans)
         names.insert(row.name);
     for (const ReaderRow &row : snapshot.reader) {
-        for (const std::string_view name : interfaces_of(row.place)) {
+        for (const std::string_view name : interfaces_of(row.location)) {
             if (row.severity != "note")
                 names.emplace(name);
         }
@@ -26,7 +26,7 @@ Names interface_names(const Snapshot &snapshot)
     return names;
 }
 
-std::vector<std::string_view> interfaces_of(const Place &row)
+std::vector<std::string_view> interfaces_of(const SourceLocation &row)
 {
     std::vector<std::string_view> names;
     std::string_view rest = row.key;

@@ -19,6 +19,6 @@ Names interface_names(const Snapshot &snapshot);
 Names interface_names(const Desired &desired);
 
 /* Those that the key of a row names: of PORTCHANNEL_MEMBER|PortChannel1|Ethernet0 both. */
-std::vector<std::string_view> interfaces_of(const Place &row);
+std::vector<std::string_view> interfaces_of(const SourceLocation &row);
 
 } // namespace kvnsim

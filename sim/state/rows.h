@@ -10,7 +10,7 @@ namespace kvnsim {
 /* The word, a call's name for one, kept for as long as the process lives. */
 const char *lasting(std::string_view word);
 
-inline bool same_value(const Place &a, const Place &b)
+inline bool same_value(const SourceLocation &a, const SourceLocation &b)
 {
     return a.file == b.file && a.line == b.line && a.column == b.column && a.table == b.table &&
            a.key == b.key;

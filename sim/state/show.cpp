@@ -442,9 +442,9 @@ Listing show(const std::vector<ReaderRow> &rows)
                        {"column", "Column"},     {"table", "Table"}, {"key", "Key"},
                        {"message", "Finding"}};
     for (const ReaderRow &row : rows)
-        listing.rows.push_back({row.severity, row.place.file, number(row.place.line),
-                                number(row.place.column), text(row.place.table),
-                                text(row.place.key), row.message});
+        listing.rows.push_back({row.severity, row.location.file, number(row.location.line),
+                                number(row.location.column), text(row.location.table),
+                                text(row.location.key), row.message});
     return listing;
 }
 

@@ -118,12 +118,13 @@ void capture_wanted(const Switch &of, Snapshot &into)
     const Desired &want = of.wanted();
     into.meta.hostname = want.hostname;
     for (const auto &[name, port] : want.ports)
-        into.wanted_ports.push_back({name, port.mtu, port.admin_up, port.alias, port.place});
+        into.wanted_ports.push_back({name, port.mtu, port.admin_up, port.alias, port.location});
 
     into.wanted_interfaces.reserve(want.routed_ports.size() + want.port_channels.size() +
                                    want.sub_interfaces.size() + want.svis.size());
     const auto add = [&](const std::string &name, InterfaceKind kind, uint32_t number, uint32_t mtu,
-                         const L3Settings &l3, const Place &place) -> WantedInterface & {
+                         const L3Settings &l3,
+                         const SourceLocation &location) -> WantedInterface & {
         WantedInterface &row = into.wanted_interfaces.emplace_back();
         row.name = name;
         row.kind = to_text(kind);
@@ -135,42 +136,42 @@ void capture_wanted(const Switch &of, Snapshot &into)
         row.vpn = of.vpn_of(l3.vrf);
         row.nat_zone = l3.nat_zone;
         row.addresses = joined(l3.addresses);
-        row.place = place;
+        row.location = location;
         return row;
     };
     for (const auto &[name, routed] : want.routed_ports) {
         const auto port = want.ports.find(name);
         const bool known = port != want.ports.end();
         WantedInterface &row = add(name, InterfaceKind::port, 0, known ? port->second.mtu : 0u,
-                                   routed.l3, routed.place);
+                                   routed.l3, routed.location);
         row.implied = routed.implied;
         row.admin_up = known && port->second.admin_up;
     }
     for (const auto &[name, channel] : want.port_channels) {
-        WantedInterface &row =
-            add(name, InterfaceKind::port_channel, channel.number, channel.mtu,
-                channel.l3.value_or(L3Settings()), channel.l3 ? channel.l3_place : channel.place);
+        WantedInterface &row = add(name, InterfaceKind::port_channel, channel.number, channel.mtu,
+                                   channel.l3.value_or(L3Settings()),
+                                   channel.l3 ? channel.l3_location : channel.location);
         row.routed = channel.l3.has_value();
         row.implied = channel.l3_implied;
         row.admin_up = channel.admin_up;
-        for (const auto &[port, place] : channel.members)
+        for (const auto &[port, location] : channel.members)
             into.wanted_members.push_back(
-                {name, port, of.declined_members().count({name, port}) != 0, place});
+                {name, port, of.declined_members().count({name, port}) != 0, location});
     }
     for (const auto &[name, sub] : want.sub_interfaces)
-        add(name, InterfaceKind::sub_interface, sub.vlan, sub.mtu, sub.l3, sub.place).parent =
+        add(name, InterfaceKind::sub_interface, sub.vlan, sub.mtu, sub.l3, sub.location).parent =
             sub.parent;
     for (const auto &[name, svi] : want.svis)
-        add(name, InterfaceKind::svi, svi.vlan, svi.mtu, svi.l3, svi.place);
+        add(name, InterfaceKind::svi, svi.vlan, svi.mtu, svi.l3, svi.location);
     for (const auto &[name, vlan] : want.vlans) {
-        into.wanted_vlans.push_back({name, vlan.vlan, vlan.place});
-        for (const auto &[member, place] : vlan.members)
-            into.wanted_vlan_members.push_back({name, member, place});
+        into.wanted_vlans.push_back({name, vlan.vlan, vlan.location});
+        for (const auto &[member, location] : vlan.members)
+            into.wanted_vlan_members.push_back({name, member, location});
     }
-    for (const auto &[mac, place] : want.virtual_macs)
-        into.wanted_virtual_macs.push_back({mac.interface, mac.mac, place});
+    for (const auto &[mac, location] : want.virtual_macs)
+        into.wanted_virtual_macs.push_back({mac.interface, mac.mac, location});
     if (want.router_mac)
-        into.wanted_router_mac.push_back({*want.router_mac, want.router_mac_place});
+        into.wanted_router_mac.push_back({*want.router_mac, want.router_mac_location});
     for (const auto &[name, vpn] : of.vpns())
         into.vrfs.push_back({name, vpn});
     if (of.router_mac_id() != no_id)
@@ -369,7 +370,7 @@ Snapshot capture(const Switch &of, const std::vector<std::string> &files,
         snapshot.files.push_back({file});
     for (const Finding &finding : findings)
         snapshot.reader.push_back(
-            {to_text(finding.severity), finding.place,
+            {to_text(finding.severity), finding.location,
              finding.message + (finding.other ? " (see " + finding.other->to_text() + ")" : "")});
     snapshot.meta.interrupted = interrupted;
     capture_wanted(of, snapshot);

@@ -37,7 +37,7 @@ struct WantedPort {
     uint32_t mtu = 0;
     bool admin_up = false;
     std::string alias;
-    Place place;
+    SourceLocation location;
     static constexpr const char *table = "wanted_port";
     template <class Visit> static void columns(Visit &&visit)
     {
@@ -45,7 +45,7 @@ struct WantedPort {
         visit("mtu", &WantedPort::mtu);
         visit("admin_up", &WantedPort::admin_up);
         visit("alias", &WantedPort::alias);
-        visit("place", &WantedPort::place);
+        visit("location", &WantedPort::location);
     }
 };
 
@@ -64,7 +64,7 @@ struct WantedInterface {
     uint32_t vpn = 0; /* the VRF's number */
     uint32_t nat_zone = 0;
     std::string addresses; /* as written, a blank between two */
-    Place place;
+    SourceLocation location;
     static constexpr const char *table = "wanted_interface";
     template <class Visit> static void columns(Visit &&visit)
     {
@@ -82,71 +82,71 @@ struct WantedInterface {
         visit("vpn", &WantedInterface::vpn);
         visit("nat_zone", &WantedInterface::nat_zone);
         visit("addresses", &WantedInterface::addresses);
-        visit("place", &WantedInterface::place);
+        visit("location", &WantedInterface::location);
     }
 };
 
 struct WantedMember {
     std::string port_channel, port;
     bool declined = false; /* by the library, because the port is routed */
-    Place place;
+    SourceLocation location;
     static constexpr const char *table = "wanted_member";
     template <class Visit> static void columns(Visit &&visit)
     {
         visit("port_channel", &WantedMember::port_channel);
         visit("port", &WantedMember::port);
         visit("declined", &WantedMember::declined);
-        visit("place", &WantedMember::place);
+        visit("location", &WantedMember::location);
     }
 };
 
 struct WantedVlan {
     std::string name;
     uint32_t vlan = 0;
-    Place place;
+    SourceLocation location;
     static constexpr const char *table = "wanted_vlan";
     template <class Visit> static void columns(Visit &&visit)
     {
         visit("name", &WantedVlan::name);
         visit("vlan", &WantedVlan::vlan);
-        visit("place", &WantedVlan::place);
+        visit("location", &WantedVlan::location);
     }
 };
 
 struct WantedVlanMember {
     std::string vlan, member; /* "Vlan100", a port or a port-channel */
-    Place place;
+    SourceLocation location;
     static constexpr const char *table = "wanted_vlan_member";
     template <class Visit> static void columns(Visit &&visit)
     {
         visit("vlan", &WantedVlanMember::vlan);
         visit("member", &WantedVlanMember::member);
-        visit("place", &WantedVlanMember::place);
+        visit("location", &WantedVlanMember::location);
     }
 };
 
 struct WantedVirtualMac {
     std::string interface;
     Mac mac{};
-    Place place;
+    SourceLocation location;
     static constexpr const char *table = "wanted_virtual_mac";
     template <class Visit> static void columns(Visit &&visit)
     {
         visit("interface", &WantedVirtualMac::interface);
         visit("mac", &WantedVirtualMac::mac);
-        visit("place", &WantedVirtualMac::place);
+        visit("location", &WantedVirtualMac::location);
     }
 };
 
 /* None or one. */
 struct WantedRouterMac {
     Mac mac{};
-    Place place;
+    SourceLocation location;
     static constexpr const char *table = "wanted_router_mac";
     template <class Visit> static void columns(Visit &&visit)
     {
         visit("mac", &WantedRouterMac::mac);
-        visit("place", &WantedRouterMac::place);
+        visit("location", &WantedRouterMac::location);
     }
 };
 
@@ -524,13 +524,13 @@ struct FileRow {
 /* What the last configuration applied made the reader say, of rows that it left out above all. */
 struct ReaderRow {
     std::string severity; /* "error", "warning", "note" */
-    Place place;
+    SourceLocation location;
     std::string message;
     static constexpr const char *table = "configuration_finding";
     template <class Visit> static void columns(Visit &&visit)
     {
         visit("severity", &ReaderRow::severity);
-        visit("place", &ReaderRow::place);
+        visit("location", &ReaderRow::location);
         visit("message", &ReaderRow::message);
     }
 };

@@ -19,7 +19,7 @@ namespace kvnsim {
 namespace {
 
 constexpr int application_id = 0x4b564e53; /* "KVNS", in the file's header */
-constexpr int format_version = 2;
+constexpr int format_version = 3;
 
 [[noreturn]] void fail(const std::string &path, const std::string &reason)
 {
@@ -33,7 +33,8 @@ template <class T, class Visit> void sql_columns(const std::string &name, const 
 {
     visit(name);
 }
-template <class Visit> void sql_columns(const std::string &name, const Place *, Visit &&visit)
+template <class Visit>
+void sql_columns(const std::string &name, const SourceLocation *, Visit &&visit)
 {
     for (const char *part : {"_file", "_line", "_column", "_table", "_key"})
         visit(name + part);
@@ -150,13 +151,13 @@ public:
         else
             check(sqlite3_bind_null(statement_, ++at_));
     }
-    void put(const Place &place)
+    void put(const SourceLocation &location)
     {
-        put(place.file);
-        put(place.line);
-        put(place.column);
-        put(place.table);
-        put(place.key);
+        put(location.file);
+        put(location.line);
+        put(location.column);
+        put(location.table);
+        put(location.key);
     }
     void put(const Made &made)
     {
@@ -205,13 +206,13 @@ public:
             get(number.emplace());
         }
     }
-    void get(Place &place)
+    void get(SourceLocation &location)
     {
-        get(place.file);
-        get(place.line);
-        get(place.column);
-        get(place.table);
-        get(place.key);
+        get(location.file);
+        get(location.line);
+        get(location.column);
+        get(location.table);
+        get(location.key);
     }
     void get(Made &made)
     {

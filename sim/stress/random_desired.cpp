@@ -13,13 +13,13 @@ template <class Map> auto random_entry(Map &map, uint32_t index)
     return std::next(map.begin(), static_cast<std::ptrdiff_t>(index));
 }
 
-Place place_of(const std::string &table, const std::string &key)
+SourceLocation location_of(const std::string &table, const std::string &key)
 {
-    Place place;
-    place.file = "random";
-    place.table = table;
-    place.key = key;
-    return place;
+    SourceLocation location;
+    location.file = "random";
+    location.table = table;
+    location.key = key;
+    return location;
 }
 
 bool is_member(const Desired &desired, const std::string &port)
@@ -72,7 +72,7 @@ template <class Map> void take_over_entry(Map &to, const Map &from, const std::s
 DesiredPort new_port(const std::string &name)
 {
     DesiredPort port;
-    port.place = place_of("PORT", name);
+    port.location = location_of("PORT", name);
     return port;
 }
 
@@ -91,7 +91,7 @@ RandomDesired::RandomDesired(uint32_t interfaces)
         desired_.ports.emplace(port_name(number), new_port(port_name(number)));
     for (const char *vrf : vrfs) {
         if (*vrf != '\0')
-            desired_.vrfs.emplace(vrf, place_of("VRF", vrf));
+            desired_.vrfs.emplace(vrf, location_of("VRF", vrf));
     }
 }
 
@@ -167,7 +167,7 @@ std::string RandomDesired::toggle_routed_port()
         return toggle_port(name);
     DesiredRoutedPort port;
     port.l3 = random_l3();
-    port.place = place_of("INTERFACE", name);
+    port.location = location_of("INTERFACE", name);
     desired_.routed_ports.emplace(name, port);
     return name + ": routed";
 }
@@ -185,8 +185,8 @@ std::string RandomDesired::toggle_port_channel()
     DesiredPortChannel port_channel;
     port_channel.number = number;
     port_channel.mtu = random_mtu();
-    port_channel.place = place_of("PORTCHANNEL", name);
-    port_channel.l3_place = place_of("PORTCHANNEL_INTERFACE", name);
+    port_channel.location = location_of("PORTCHANNEL", name);
+    port_channel.l3_location = location_of("PORTCHANNEL_INTERFACE", name);
     if (often())
         port_channel.l3 = random_l3();
     desired_.port_channels.emplace(name, port_channel);
@@ -209,7 +209,7 @@ std::string RandomDesired::toggle_member()
     /* Mostly ports that the library will take. */
     if (desired_.routed_ports.count(port) != 0 && pick(8) != 0)
         return change_settings();
-    port_channel.members.emplace(port, place_of("PORTCHANNEL_MEMBER", name + '|' + port));
+    port_channel.members.emplace(port, location_of("PORTCHANNEL_MEMBER", name + '|' + port));
     return port + ": joins " + of(name);
 }
 
@@ -238,7 +238,7 @@ std::string RandomDesired::toggle_svi()
     svi.vlan = vlan;
     svi.mtu = random_mtu();
     svi.l3 = random_l3();
-    svi.place = place_of("VLAN_INTERFACE", name);
+    svi.location = location_of("VLAN_INTERFACE", name);
     desired_.svis.emplace(name, svi);
     return name + ": created";
 }
@@ -263,7 +263,7 @@ std::string RandomDesired::toggle_sub_interface()
     sub.vlan = vlan;
     sub.mtu = random_mtu();
     sub.l3 = random_l3();
-    sub.place = place_of("VLAN_SUB_INTERFACE", name);
+    sub.location = location_of("VLAN_SUB_INTERFACE", name);
     return name + (desired_.sub_interfaces.emplace(name, sub).second ? ": created" : ": as it is");
 }
 
@@ -282,7 +282,7 @@ std::string RandomDesired::toggle_virtual_mac()
     of(mac.interface);
     if (desired_.virtual_macs.erase(mac) != 0)
         return mac.interface + ": without virtual MAC " + to_text(mac.mac);
-    desired_.virtual_macs.emplace(mac, place_of("VRRP", mac.interface));
+    desired_.virtual_macs.emplace(mac, location_of("VRRP", mac.interface));
     return mac.interface + ": virtual MAC " + to_text(mac.mac);
 }
 
@@ -321,7 +321,7 @@ std::string RandomDesired::change_router_mac()
         return "no router MAC";
     }
     desired_.router_mac = Mac{0x00, 0x00, 0x5e, 0x00, 0x53, static_cast<uint8_t>(1 + pick(8))};
-    desired_.router_mac_place = place_of("DEVICE_METADATA", "localhost");
+    desired_.router_mac_location = location_of("DEVICE_METADATA", "localhost");
     return "router MAC " + to_text(*desired_.router_mac);
 }
 
@@ -382,13 +382,13 @@ void take_over(Desired &to, const Desired &from, const std::string &name)
     take_over_entry(to.sub_interfaces, from.sub_interfaces, name);
     for (auto it = to.virtual_macs.begin(); it != to.virtual_macs.end();)
         it = it->first.interface == name ? to.virtual_macs.erase(it) : std::next(it);
-    for (const auto &[mac, place] : from.virtual_macs) {
+    for (const auto &[mac, location] : from.virtual_macs) {
         if (mac.interface == name)
-            to.virtual_macs.emplace(mac, place);
+            to.virtual_macs.emplace(mac, location);
     }
     if (name == the_switch) {
         to.router_mac = from.router_mac;
-        to.router_mac_place = from.router_mac_place;
+        to.router_mac_location = from.router_mac_location;
     }
 }
 
@@ -443,10 +443,10 @@ std::string describe(const Desired &desired, const std::string &name)
     if (l3_in(desired, name) != nullptr)
         parts.emplace_back("routed");
     if (const auto found = desired.port_channels.find(name); found != desired.port_channels.end()) {
-        for (const auto &[member, place] : found->second.members)
+        for (const auto &[member, location] : found->second.members)
             parts.push_back("with " + member);
     }
-    for (const auto &[mac, place] : desired.virtual_macs) {
+    for (const auto &[mac, location] : desired.virtual_macs) {
         if (mac.interface == name)
             parts.push_back("virtual MAC " + to_text(mac.mac));
     }

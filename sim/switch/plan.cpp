@@ -109,7 +109,8 @@ public:
     }
 
 private:
-    Step &add(StepKind kind, const std::string &name, std::string words, const Place &cause)
+    Step &add(StepKind kind, const std::string &name, std::string words,
+              const SourceLocation &cause)
     {
         Step step{};
         step.kind = kind;
@@ -121,20 +122,20 @@ private:
         return steps.back();
     }
 
-    void add_mac(StepKind kind, const std::string &name, std::string words, const Place &cause,
-                 const Mac &mac)
+    void add_mac(StepKind kind, const std::string &name, std::string words,
+                 const SourceLocation &cause, const Mac &mac)
     {
         add(kind, name, std::move(words), cause).mac = mac;
     }
 
-    void add_member(StepKind kind, const std::string &port, std::string words, const Place &cause,
-                    const std::string &port_channel)
+    void add_member(StepKind kind, const std::string &port, std::string words,
+                    const SourceLocation &cause, const std::string &port_channel)
     {
         add(kind, port, std::move(words), cause).other = port_channel;
     }
 
     void add_interface(StepKind kind, const std::string &name, const std::string &start,
-                       const Place &cause, Settings settings)
+                       const SourceLocation &cause, Settings settings)
     {
         add(kind, name, start + ": " + words(settings), cause).settings = std::move(settings);
     }
@@ -167,7 +168,7 @@ private:
         for (const auto &[name, has] : have_.port_channels) {
             const DesiredPortChannel *wants = find_in(want_.port_channels, name);
             bool built = false, stays_built = false;
-            for (const auto &[port, place] : has.members) {
+            for (const auto &[port, location] : has.members) {
                 const bool stays = member_stays(name, has, wants, port);
                 const bool joined = routed(&has) && !declined(name, port);
                 built |= joined;
@@ -176,13 +177,14 @@ private:
                     staying_members_.insert(name + '|' + port);
                 else
                     add_member(StepKind::remove_member, port,
-                               "take " + port + " out of port-channel " + name, place, name);
+                               "take " + port + " out of port-channel " + name, location, name);
             }
             if (routed(&has) && !routed(wants))
                 add(StepKind::unroute_port_channel, name, "stop routing port-channel " + name,
-                    has.l3_place);
+                    has.l3_location);
             if (wants == nullptr)
-                add(StepKind::delete_port_channel, name, "delete port-channel " + name, has.place);
+                add(StepKind::delete_port_channel, name, "delete port-channel " + name,
+                    has.location);
             if (routed(&has) && (!routed(wants) || (built && !stays_built)))
                 gone_.insert(name);
             else if (stays_built)
@@ -196,11 +198,12 @@ private:
     {
         const Settings settings = settings_of(*wants.l3, wants.mtu);
         if (const Settings *has = find_in(switch_.settings_, name)) {
-            change(name, has, settings, wants.l3_place);
+            change(name, has, settings, wants.l3_location);
             return;
         }
         add_interface(StepKind::route_port_channel, name,
-                      "create the SDK interface of port-channel " + name, wants.l3_place, settings);
+                      "create the SDK interface of port-channel " + name, wants.l3_location,
+                      settings);
         gone_.insert(name);
     }
 
@@ -211,15 +214,15 @@ private:
             const DesiredPort *port = find_in(want_.ports, name);
             if (wants != nullptr && port != nullptr) {
                 change(name, find_in(switch_.settings_, name), settings_of(wants->l3, port->mtu),
-                       wants->place);
+                       wants->location);
             } else {
-                add(StepKind::unroute_port, name, "stop routing port " + name, has.place);
+                add(StepKind::unroute_port, name, "stop routing port " + name, has.location);
                 gone_.insert(name);
             }
         }
         for (const auto &[name, has] : have_.ports) {
             if (want_.ports.count(name) == 0)
-                add(StepKind::delete_port, name, "remove port " + name, has.place);
+                add(StepKind::delete_port, name, "remove port " + name, has.location);
         }
     }
 
@@ -232,17 +235,17 @@ private:
                  if (has != nullptr && wants != nullptr && wants->parent == has->parent &&
                      wants->vlan == has->vlan && gone_.count(has->parent) == 0) {
                      change(name, settings.find(name), settings_of(wants->l3, wants->mtu),
-                            wants->place);
+                            wants->location);
                      return;
                  }
                  if (has != nullptr)
                      add(StepKind::delete_sub_interface, name, "delete sub-interface " + name,
-                         has->place);
+                         has->location);
                  if (wants != nullptr)
                      add_interface(StepKind::add_sub_interface, name,
                                    "create sub-interface " + name + " on " + wants->parent +
                                        ", VLAN " + std::to_string(wants->vlan),
-                                   wants->place, settings_of(wants->l3, wants->mtu));
+                                   wants->location, settings_of(wants->l3, wants->mtu));
                  if (has != nullptr && wants != nullptr)
                      gone_.insert(name);
              });
@@ -255,13 +258,13 @@ private:
              [&](const std::string &name, const DesiredSvi *has, const DesiredSvi *wants) {
                  if (has != nullptr && wants != nullptr && wants->vlan == has->vlan) {
                      change(name, settings.find(name), settings_of(wants->l3, wants->mtu),
-                            wants->place);
+                            wants->location);
                      return;
                  }
                  if (has != nullptr)
-                     add(StepKind::delete_svi, name, "delete SVI " + name, has->place);
+                     add(StepKind::delete_svi, name, "delete SVI " + name, has->location);
                  if (wants != nullptr)
-                     add_interface(StepKind::add_svi, name, "create SVI " + name, wants->place,
+                     add_interface(StepKind::add_svi, name, "create SVI " + name, wants->location,
                                    settings_of(wants->l3, wants->mtu));
                  if (has != nullptr && wants != nullptr)
                      gone_.insert(name);
@@ -270,18 +273,18 @@ private:
 
     void virtual_macs()
     {
-        for (const auto &[mac, place] : have_.virtual_macs) {
+        for (const auto &[mac, location] : have_.virtual_macs) {
             if (want_.virtual_macs.count(mac) == 0 || gone_.count(mac.interface) != 0)
                 add_mac(StepKind::remove_virtual_mac, mac.interface,
-                        "remove virtual MAC " + to_text(mac.mac) + " from " + mac.interface, place,
-                        mac.mac);
+                        "remove virtual MAC " + to_text(mac.mac) + " from " + mac.interface,
+                        location, mac.mac);
         }
-        for (const auto &[mac, place] : want_.virtual_macs) {
+        for (const auto &[mac, location] : want_.virtual_macs) {
             if (!will_exist(mac.interface))
                 continue;
             if (have_.virtual_macs.count(mac) == 0 || gone_.count(mac.interface) != 0)
                 add_mac(StepKind::add_virtual_mac, mac.interface,
-                        "add virtual MAC " + to_text(mac.mac) + " to " + mac.interface, place,
+                        "add virtual MAC " + to_text(mac.mac) + " to " + mac.interface, location,
                         mac.mac);
         }
     }
@@ -303,11 +306,11 @@ private:
             return;
         if (have_.router_mac)
             add_mac(StepKind::remove_router_mac, "switch",
-                    "remove router MAC " + to_text(*have_.router_mac), have_.router_mac_place,
+                    "remove router MAC " + to_text(*have_.router_mac), have_.router_mac_location,
                     *have_.router_mac);
         if (want_.router_mac)
             add_mac(StepKind::add_router_mac, "switch",
-                    "set router MAC " + to_text(*want_.router_mac), want_.router_mac_place,
+                    "set router MAC " + to_text(*want_.router_mac), want_.router_mac_location,
                     *want_.router_mac);
     }
 
@@ -315,15 +318,15 @@ private:
     {
         for (const auto &[name, wants] : want_.ports) {
             if (have_.ports.count(name) == 0)
-                add(StepKind::add_port, name, "add port " + name, wants.place);
+                add(StepKind::add_port, name, "add port " + name, wants.location);
             else if (const HostInterface *port = Host::instance().find(name);
                      port != nullptr && !port->lid_id)
-                add(StepKind::add_port, name, "give port " + name + " its LID", wants.place);
+                add(StepKind::add_port, name, "give port " + name + " its LID", wants.location);
         }
         for (const auto &[name, wants] : want_.routed_ports) {
             const DesiredPort *port = find_in(want_.ports, name);
             if (port != nullptr && have_.routed_ports.count(name) == 0)
-                add_interface(StepKind::route_port, name, "route port " + name, wants.place,
+                add_interface(StepKind::route_port, name, "route port " + name, wants.location,
                               settings_of(wants.l3, port->mtu));
         }
     }
@@ -333,31 +336,31 @@ private:
         for (const auto &[name, wants] : want_.port_channels) {
             const DesiredPortChannel *has = find_in(have_.port_channels, name);
             if (has == nullptr)
-                add(StepKind::add_port_channel, name, "add port-channel " + name, wants.place);
+                add(StepKind::add_port_channel, name, "add port-channel " + name, wants.location);
             if (routed(&wants) && !routed(has))
                 add_interface(StepKind::route_port_channel, name, "route port-channel " + name,
-                              wants.l3_place, settings_of(*wants.l3, wants.mtu));
+                              wants.l3_location, settings_of(*wants.l3, wants.mtu));
             /* Ports that the library will decline come last: they must not be taken for the
              * first member, with which the port-channel is built. */
             for (const bool declined_ones : {false, true}) {
-                for (const auto &[port, place] : wants.members) {
+                for (const auto &[port, location] : wants.members) {
                     const bool will_be_declined =
                         routed(&wants) && want_.routed_ports.count(port) != 0;
                     if (will_be_declined == declined_ones &&
                         staying_members_.count(name + '|' + port) == 0)
                         add_member(StepKind::add_member, port,
-                                   "add " + port + " to port-channel " + name, place, name);
+                                   "add " + port + " to port-channel " + name, location, name);
                 }
             }
         }
     }
 
     void change(const std::string &name, const Settings *has, const Settings &wants,
-                const Place &place)
+                const SourceLocation &location)
     {
         if (has != nullptr && *has != wants)
             add(StepKind::change_settings, name, "change " + name + ": " + difference(*has, wants),
-                place)
+                location)
                 .settings = wants;
     }
 

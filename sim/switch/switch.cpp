@@ -78,9 +78,9 @@ std::string Switch::why_not_sub_interface(uint32_t ifindex)
 }
 
 /* Carries out the steps of one plan. */
-class Work {
+class Executor {
 public:
-    Work(Switch &sw, const Desired &want, Applied &applied)
+    Executor(Switch &sw, const Desired &want, Applied &applied)
         : switch_(sw), have_(sw.have_), want_(want), applied_(applied)
     {}
 
@@ -107,8 +107,8 @@ public:
                   [](DesiredPortChannel &has, const DesiredPortChannel &wants) {
                       has.mtu = wants.mtu;
                       has.admin_up = wants.admin_up;
-                      has.place = wants.place;
-                      has.l3_place = wants.l3_place;
+                      has.location = wants.location;
+                      has.l3_location = wants.l3_location;
                       if (has.l3 && wants.l3)
                           has.l3 = wants.l3;
                   });
@@ -562,7 +562,7 @@ private:
             return;
         switch_.router_mac_id_ = static_cast<uint32_t>(response.result);
         have_.router_mac = step_->mac;
-        have_.router_mac_place = step_->cause;
+        have_.router_mac_location = step_->cause;
     }
 
     void add_port()
@@ -631,7 +631,7 @@ private:
         host_.register_l3(*port_channel);
         DesiredPortChannel &has = have_.port_channels.at(step_->name);
         has.l3 = wants.l3;
-        has.l3_place = wants.l3_place;
+        has.l3_location = wants.l3_location;
         if (port_channel->membership.member_count == 0)
             return; /* its first member builds it */
         const Response response = entry::add_l3port(*port_channel, 1);
@@ -649,9 +649,9 @@ private:
             return;
         }
         DesiredPortChannel &has = found->second;
-        const Place &place = step_->cause;
+        const SourceLocation &location = step_->cause;
         if (!has.l3) {
-            has.members.emplace(step_->name, place);
+            has.members.emplace(step_->name, location);
             return;
         }
         const DesiredPortChannel &wants = want_.port_channels.at(step_->other);
@@ -676,7 +676,7 @@ private:
         const bool joined = done(response);
         done(entry::add_l3pc_member(port_channel.ifindex, port->ifindex));
         if (joined)
-            has.members.emplace(step_->name, place);
+            has.members.emplace(step_->name, location);
         else
             note({&step_->name, step_->kind, {}}, response.failure(), response.request, false);
         if (joined && routed)
@@ -773,7 +773,7 @@ Applied Switch::apply(const Plan &plan, std::shared_ptr<const Desired> want,
 {
     Applied applied;
     wanted_ = std::move(want);
-    Work work(*this, *wanted_, applied);
+    Executor work(*this, *wanted_, applied);
     for (const Step &step : plan.steps) {
         if (stop && stop()) {
             applied.interrupted = true;

@@ -54,12 +54,12 @@ enum class StepKind : uint8_t {
 
 struct Step {
     StepKind kind;
-    std::string name;  /* the object: "Ethernet0", "PortChannel0001"; of a member the port */
-    std::string other; /* a member's port-channel; else empty */
-    Mac mac{};         /* of a MAC step */
-    Settings settings; /* of a creation or change: what shall be */
-    std::string words; /* "route port Ethernet0: MTU 9100, IPv4, VRF Vrf42" */
-    Place cause;       /* the row behind it; of a deletion, the row that went */
+    std::string name;     /* the object: "Ethernet0", "PortChannel0001"; of a member the port */
+    std::string other;    /* a member's port-channel; else empty */
+    Mac mac{};            /* of a MAC step */
+    Settings settings;    /* of a creation or change: what shall be */
+    std::string words;    /* "route port Ethernet0: MTU 9100, IPv4, VRF Vrf42" */
+    SourceLocation cause; /* the row behind it; of a deletion, the row that went */
 };
 
 /* Steps in the order to be carried out. */
@@ -141,7 +141,7 @@ public:
 
 private:
     friend class Planner;
-    friend class Work;
+    friend class Executor;
     Desired have_;
     std::shared_ptr<const Desired> wanted_ = std::make_shared<const Desired>();
     ByName<Settings> settings_;

@@ -221,7 +221,7 @@ TEST_F(Script, TraceRecordsArePrintedAtTheirLevel)
     EXPECT_EQ(usage, shell({"trace loud"}).status);
 }
 
-/* ---- Disturbing ---- */
+/* ---- Fault injection ---- */
 
 TEST_F(Script, CallsFailAsAsked)
 {

@@ -30,7 +30,7 @@ template <class Map> std::vector<std::string> names(const Map &map)
 std::vector<std::string> virtual_macs(const Desired &wanted)
 {
     std::vector<std::string> all;
-    for (const auto &[virtual_mac, place] : wanted.virtual_macs)
+    for (const auto &[virtual_mac, location] : wanted.virtual_macs)
         all.push_back(virtual_mac.interface + " " + to_text(virtual_mac.mac));
     return all;
 }
@@ -42,7 +42,7 @@ TEST(Desired, HasTheSwitchsNameAndRouterMac)
     EXPECT_EQ(wanted.hostname, "leaf-1");
     ASSERT_TRUE(wanted.router_mac);
     EXPECT_EQ(to_text(*wanted.router_mac), "98:03:9b:f6:02:80");
-    EXPECT_EQ(wanted.router_mac_place.to_text(), "c.json:1:22: DEVICE_METADATA|localhost");
+    EXPECT_EQ(wanted.router_mac_location.to_text(), "c.json:1:22: DEVICE_METADATA|localhost");
     EXPECT_FALSE(desired(R"("DEVICE_METADATA": {"localhost": {}})").router_mac);
 }
 
@@ -61,7 +61,7 @@ TEST(Desired, HasPortsWithTheirDefaults)
     EXPECT_EQ(wanted.ports.at("Ethernet2").mtu, 9216);
     EXPECT_TRUE(wanted.ports.at("Ethernet2").admin_up);
     EXPECT_EQ(wanted.ports.at("Ethernet2").alias, "Eth1/2");
-    EXPECT_EQ(wanted.ports.at("Ethernet2").place.to_text(), "c.json:2:1: PORT|Ethernet2");
+    EXPECT_EQ(wanted.ports.at("Ethernet2").location.to_text(), "c.json:2:1: PORT|Ethernet2");
     EXPECT_EQ(wanted.ports.at("Ethernet3").mtu, 68);
 }
 
@@ -144,7 +144,7 @@ TEST(Desired, TakesFrontPanelPortsFromTheRowsThatNameThem)
     const DesiredPort &port = configuration.desired.ports.at("Ethernet12");
     EXPECT_EQ(port.mtu, 9100);
     EXPECT_TRUE(port.admin_up);
-    EXPECT_EQ(port.place.row(), "VLAN_SUB_INTERFACE|Eth12.1");
+    EXPECT_EQ(port.location.row(), "VLAN_SUB_INTERFACE|Eth12.1");
 }
 
 TEST(Desired, TakesNoPortsFromRowsWhereThereIsATableOfPorts)
@@ -175,7 +175,7 @@ TEST(Desired, HasPortChannelsWithMembersRoutedOrNot)
     EXPECT_TRUE(routed.l3->ipv4);
     EXPECT_EQ(routed.l3->vrf, "VrfA");
     EXPECT_FALSE(routed.l3_implied);
-    EXPECT_EQ(routed.l3_place.row(), "PORTCHANNEL_INTERFACE|PortChannel0012");
+    EXPECT_EQ(routed.l3_location.row(), "PORTCHANNEL_INTERFACE|PortChannel0012");
     const DesiredPortChannel &switched = wanted.port_channels.at("PortChannel3");
     EXPECT_FALSE(switched.l3);
     EXPECT_FALSE(switched.admin_up);
@@ -235,11 +235,11 @@ TEST(Desired, RoutesTheParentOfASubInterfaceThatNoRowRoutes)
     const DesiredRoutedPort &port = wanted.routed_ports.at("Ethernet0");
     EXPECT_TRUE(port.implied);
     EXPECT_FALSE(port.l3.ipv4 || port.l3.ipv6);
-    EXPECT_EQ(port.place.row(), "VLAN_SUB_INTERFACE|Ethernet0.10");
+    EXPECT_EQ(port.location.row(), "VLAN_SUB_INTERFACE|Ethernet0.10");
     const DesiredPortChannel &channel = wanted.port_channels.at("PortChannel1");
     ASSERT_TRUE(channel.l3);
     EXPECT_TRUE(channel.l3_implied);
-    EXPECT_EQ(channel.l3_place.row(), "VLAN_SUB_INTERFACE|PortChannel1.10");
+    EXPECT_EQ(channel.l3_location.row(), "VLAN_SUB_INTERFACE|PortChannel1.10");
 }
 
 TEST(Desired, DoesNotRouteTheParentOfASubInterfaceThatIsLeftOut)

@@ -33,7 +33,7 @@ TEST(InterfaceNames, OfPortsHaveNoLeadingZeros)
 {
     const auto name = parse_interface_name("Ethernet64");
     ASSERT_TRUE(name);
-    EXPECT_EQ(name->kind, NameKind::port);
+    EXPECT_EQ(name->kind, InterfaceKind::port);
     EXPECT_EQ(name->number, 64u);
     EXPECT_TRUE(parse_interface_name("Ethernet0"));
     EXPECT_TRUE(parse_interface_name("Ethernet9999"));
@@ -48,7 +48,7 @@ TEST(InterfaceNames, OfPortChannelsHaveOneToFourDigits)
          {"PortChannel0", "PortChannel1", "PortChannel01", "PortChannel0001", "PortChannel9999"}) {
         const auto name = parse_interface_name(right);
         ASSERT_TRUE(name) << right;
-        EXPECT_EQ(name->kind, NameKind::port_channel);
+        EXPECT_EQ(name->kind, InterfaceKind::port_channel);
     }
     EXPECT_EQ(parse_interface_name("PortChannel0012")->number, 12u);
     for (const char *wrong : {"PortChannel", "PortChannel00001", "PortChannel10000", "Po1"})
@@ -58,7 +58,7 @@ TEST(InterfaceNames, OfPortChannelsHaveOneToFourDigits)
 TEST(InterfaceNames, OfVlansAreTwoTo4094)
 {
     EXPECT_EQ(parse_interface_name("Vlan2")->number, 2u);
-    EXPECT_EQ(parse_interface_name("Vlan4094")->kind, NameKind::vlan);
+    EXPECT_EQ(parse_interface_name("Vlan4094")->kind, InterfaceKind::svi);
     for (const char *wrong : {"Vlan0", "Vlan1", "Vlan4095", "Vlan010", "Vlan"})
         EXPECT_FALSE(parse_interface_name(wrong)) << wrong;
 }
@@ -67,7 +67,7 @@ TEST(InterfaceNames, OfSubInterfacesGiveTheParentInFull)
 {
     const auto parent = [](const char *text) {
         const auto name = parse_interface_name(text);
-        return name && name->kind == NameKind::sub_interface ? name->parent : "none";
+        return name && name->kind == InterfaceKind::sub_interface ? name->parent : "none";
     };
     EXPECT_EQ(parent("Ethernet0.100"), "Ethernet0");
     EXPECT_EQ(parent("PortChannel0001.10"), "PortChannel0001");

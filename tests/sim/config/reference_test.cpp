@@ -39,7 +39,7 @@ std::string fallback(const TableField &field)
     return *field.fallback ? fmt::format("`{}`", field.fallback) : "empty";
 }
 
-std::string render(const Table &table)
+std::string render(const TableSchema &table)
 {
     std::string parts;
     for (const KeyPart part : table.key)
@@ -59,7 +59,7 @@ std::string render(const Table &table)
 TEST(Reference, HasEveryTableThatIsRead)
 {
     std::string text = "\n";
-    for (const Table &table : tables())
+    for (const TableSchema &table : tables())
         text += render(table);
     EXPECT_EQ(section("tables"), text);
 }
@@ -155,7 +155,7 @@ TEST(Reference, HasEveryFindingAndNoOther)
 TEST(Reference, HasTableNamesAndFieldsOnceEach)
 {
     std::vector<std::string> table_names;
-    for (const Table &table : tables()) {
+    for (const TableSchema &table : tables()) {
         table_names.push_back(table.name);
         EXPECT_FALSE(table.key.empty()) << table.name;
         EXPECT_TRUE(table.read) << table.name;

@@ -34,8 +34,8 @@ void require_sound(const std::string &text)
     if (!wrong.empty())
         RC_FAIL(wrong[0]);
     for (const Finding &finding : configuration.findings) {
-        RC_ASSERT(finding.place.line >= 1u);
-        RC_ASSERT(finding.place.column >= 1u);
+        RC_ASSERT(finding.location.line >= 1u);
+        RC_ASSERT(finding.location.column >= 1u);
         RC_ASSERT(finding.to_text().find('\n') == std::string::npos);
     }
 }
@@ -182,7 +182,7 @@ TEST(Robustness, TheOrderOfTablesAndRowsMakesNoDifference)
             all << name << " " << svi.vlan << " " << svi.mtu << " ";
             l3(svi.l3);
         }
-        for (const auto &[virtual_mac, place] : wanted.virtual_macs)
+        for (const auto &[virtual_mac, location] : wanted.virtual_macs)
             all << virtual_mac.interface << " " << to_text(virtual_mac.mac) << "\n";
         return all.str();
     };
@@ -201,7 +201,7 @@ TEST(Robustness, ALineOfMegabytesIsPlacedToo)
     const Configuration configuration = read(text);
     EXPECT_EQ(configuration.desired.sub_interfaces.size(), 4094u * 16);
     ASSERT_EQ(configuration.findings.size(), 2u);
-    EXPECT_EQ(configuration.findings[1].place.column, last + 2);
+    EXPECT_EQ(configuration.findings[1].location.column, last + 2);
 }
 
 } // namespace

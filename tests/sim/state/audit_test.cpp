@@ -509,8 +509,8 @@ const Change changes[] = {
 
     {"port_missing",
      [](Snapshot &s) {
-         const Place place;
-         s.wanted_ports.push_back({"Ethernet99", 9100, true, "", place});
+         const SourceLocation location;
+         s.wanted_ports.push_back({"Ethernet99", 9100, true, "", location});
      },
      {"missing Ethernet99"}},
     {"interface_missing",

@@ -442,7 +442,7 @@ void Leftovers::not_there(std::vector<std::string> &found) const
         check(name);
     for (const auto &[name, object] : want_.port_channels) {
         check(name);
-        for (const auto &[port, place] : object.members) {
+        for (const auto &[port, location] : object.members) {
             if (!object.l3 || want_.routed_ports.count(port) != 0)
                 continue;
             const auto front = front_port_.find(port);
@@ -456,7 +456,7 @@ void Leftovers::not_there(std::vector<std::string> &found) const
                 found.push_back("difference " + port + " in " + name + " membership");
         }
     }
-    for (const auto &[key, place] : want_.virtual_macs) {
+    for (const auto &[key, location] : want_.virtual_macs) {
         const std::string mac = to_text(key.mac);
         if (must_exist(key.interface) && virtual_macs_.count({key.interface, mac}) == 0)
             found.push_back("missing " + virtual_mac(mac, key.interface));

@@ -67,9 +67,9 @@ TEST_F(SnapshotFile, comes_back_with_failures_kept_interfaces_held_channels_and_
     ASSERT_TRUE(host.hold_port_channel(*host.find("PortChannel7")).ok());
     Asic::instance().attr_set_batch(host.find("Vlan10")->intf_id(), SdkIntfAttrMtuIdx, 1500);
     Finding finding;
-    finding.place = {"two.json", 3, 9, "PORT", "Ethernet8"};
+    finding.location = {"two.json", 3, 9, "PORT", "Ethernet8"};
     finding.message = "mtu is missing";
-    finding.other = Place{"two.json", 2, 9, "PORT", "Ethernet4"};
+    finding.other = SourceLocation{"two.json", 2, 9, "PORT", "Ethernet4"};
     const Snapshot snapshot = capture(sw, {"one.json", "two.json"}, {finding}, true);
     ASSERT_EQ(snapshot.reader.size(), 1u);
     EXPECT_EQ(snapshot.reader[0].message, "mtu is missing (see two.json:2:9: PORT|Ethernet4)");
@@ -92,7 +92,7 @@ TEST_F(SnapshotFile, differs_from_one_with_another_value)
     other.intfs[0].made.request++;
     EXPECT_TRUE(other != snapshot);
     other = snapshot;
-    other.wanted_interfaces[0].place.line++;
+    other.wanted_interfaces[0].location.line++;
     EXPECT_TRUE(other != snapshot);
     other = snapshot;
     other.meta.hostname = "other";

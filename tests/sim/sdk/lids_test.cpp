@@ -30,7 +30,7 @@ TEST_F(Lids, HaveAnIfmapIndexThatItem38Answers)
 TEST_F(Lids, UnknownHaveNoIfmapIndex)
 {
     lid();
-    for (const uint32_t unknown : {0u, 2u, sdk_no_id}) {
+    for (const uint32_t unknown : {0u, 2u, no_id}) {
         sdk_switch_config request{{unknown, 77}};
         expect_refusal("SDK_E_NOT_FOUND", "no LID entry",
                        [&] { return libsdk_switch_config_get(0, 38, &request); });
@@ -112,7 +112,7 @@ TEST_F(Lids, LeadNowhereElse)
 
 TEST_F(Lids, UnknownCannotBeDestroyed)
 {
-    for (const uint32_t id : {0u, 1u, sdk_no_id})
+    for (const uint32_t id : {0u, 1u, no_id})
         expect_refusal("SDK_E_NOT_FOUND", "no LID entry",
                        [&] { return libsdk_lid_entry_destroy(0, id); });
 }
@@ -120,7 +120,7 @@ TEST_F(Lids, UnknownCannotBeDestroyed)
 TEST_F(Lids, UnknownCannotBeBoundTo)
 {
     const uint32_t id = routed_port(1);
-    for (const uint32_t unknown : {0u, 1u, sdk_no_id}) {
+    for (const uint32_t unknown : {0u, 1u, no_id}) {
         expect_refusal("SDK_E_NOT_FOUND", "no LID entry",
                        [&] { return write(id, SdkIntfAttrLid, unknown); });
         expect_refusal("SDK_E_NOT_FOUND", "no LID entry",

@@ -48,7 +48,7 @@ TEST_F(Macs, TrappedOnAnInterfaceMayBeGroupAddresses)
 
 TEST_F(Macs, UnknownAreNotRemoved)
 {
-    for (const uint32_t id : {0u, 1u, sdk_no_id, 0xFFFFFFFFu}) {
+    for (const uint32_t id : {0u, 1u, no_id, 0xFFFFFFFFu}) {
         expect_refusal("SDK_E_NOT_FOUND", "no router MAC",
                        [&] { return libsdk_switch_router_mac_destroy(0, id); });
         expect_refusal("SDK_E_NOT_FOUND", "no MAC trap",
@@ -78,7 +78,7 @@ TEST_F(Macs, AreTrappedOnInterfacesThatExist)
     expect_refusal("SDK_E_NOT_FOUND", "no interface 3",
                    [&] { return add_trap(3, "00:00:5e:00:01:01", &id); });
     expect_refusal("SDK_E_NOT_FOUND", "no interface 65535",
-                   [&] { return add_trap(sdk_no_id, "00:00:5e:00:01:01", &id); });
+                   [&] { return add_trap(no_id, "00:00:5e:00:01:01", &id); });
 }
 
 TEST_F(Macs, RememberWhoMadeThem)

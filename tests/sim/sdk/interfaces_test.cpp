@@ -28,7 +28,7 @@ TEST_F(Interfaces, KeepWhatTheyWereMadeWith)
     EXPECT_EQ(asic.interfaces().size(), 1u);
     EXPECT_EQ(asic.interface(id + 1), std::nullopt);
     EXPECT_EQ(asic.interface(0), std::nullopt);
-    EXPECT_EQ(asic.interface(sdk_no_id), std::nullopt);
+    EXPECT_EQ(asic.interface(no_id), std::nullopt);
 }
 
 TEST_F(Interfaces, AreOnFrontPortsOneTo255)
@@ -84,7 +84,7 @@ TEST_F(Interfaces, AreOnAPortChannelThatExistsAndOnce)
         return create(1, {9, 0, 1, 0, 0}, &id);
     });
     expect_refusal("SDK_E_NOT_FOUND", "no port-channel 65535", [&] {
-        return create(1, {sdk_no_id, 0, 1, 0, 0}, &id);
+        return create(1, {no_id, 0, 1, 0, 0}, &id);
     });
     routed_channel(pc_id);
     expect_refusal("SDK_E_EXISTS", "port-channel 1 has interface 1 already", [&] {
@@ -199,17 +199,17 @@ TEST_F(Interfaces, HaveARoutedPortOrPortChannelAsParent)
 
 TEST_F(Interfaces, MayHaveAParentWithoutAnInterface)
 {
-    const uint32_t one = sub_interface(sdk_no_id, 100);
-    const uint32_t other = sub_interface(sdk_no_id, 100);
+    const uint32_t one = sub_interface(no_id, 100);
+    const uint32_t other = sub_interface(no_id, 100);
     EXPECT_NE(one, other) << "their parents are not known to be the same";
-    EXPECT_EQ(asic.interface(one)->params.param1, sdk_no_id);
+    EXPECT_EQ(asic.interface(one)->params.param1, no_id);
     EXPECT_EQ(libsdk_intf_destroy(0, one), 0);
     EXPECT_EQ(libsdk_intf_destroy(0, other), 0);
 }
 
 TEST_F(Interfaces, UnknownCannotBeDestroyed)
 {
-    for (const uint32_t id : {0u, 1u, 65534u, sdk_no_id, 65536u, 0xFFFFFFFFu})
+    for (const uint32_t id : {0u, 1u, 65534u, no_id, 65536u, 0xFFFFFFFFu})
         expect_refusal("SDK_E_NOT_FOUND", ("no interface " + std::to_string(id)).c_str(),
                        [&] { return libsdk_intf_destroy(0, id); });
 }

@@ -74,7 +74,7 @@ TEST_F(Channels, RefuseAMaskThatIsNone)
 
 TEST_F(Channels, UnknownAreRefused)
 {
-    for (const uint32_t id : {0u, 1u, sdk_no_id}) {
+    for (const uint32_t id : {0u, 1u, no_id}) {
         expect_refusal("SDK_E_NOT_FOUND", "no port-channel",
                        [&] { return libsdk_portchannel_destroy(0, id); });
         expect_refusal("SDK_E_NOT_FOUND", "no port-channel", [&] { return add(id, mask_of({1})); });

@@ -183,7 +183,7 @@ TEST_F(Tables, NeverHandOutTheIdentifierThatMeansNone)
     const uint32_t parents[] = {routed_port(1), routed_port(2)};
     uint32_t last = 0;
     for (uint32_t made = 2; made < 65534; ++made)
-        ASSERT_EQ(create(2, {sdk_no_id, 1 + made % 4094, 0, 0, 0}, &last), 0);
+        ASSERT_EQ(create(2, {no_id, 1 + made % 4094, 0, 0, 0}, &last), 0);
     EXPECT_EQ(last, 65534u);
     expect_refusal("SDK_E_FULL", "65534 of 65534 in use", [&] {
         return create(2, {parents[0], 1, 0, 0, 0}, &id);
