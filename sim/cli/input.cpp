@@ -94,6 +94,39 @@ void tell_findings(const std::vector<Configuration> &configurations, bool notes,
     }
 }
 
+void write(Json &json, const SourceLocation &location)
+{
+    json.field("file", location.file);
+    if (location.line == 0) {
+        json.key("line").null().key("column").null();
+    } else {
+        json.field("line", location.line).field("column", location.column);
+    }
+    json.text_or_null("table", location.table).text_or_null("key", location.key);
+}
+
+void write(Json &json, const Configuration &configuration)
+{
+    json.field("file", configuration.file).key("findings").begin_array();
+    for (const Finding &finding : configuration.findings) {
+        json.begin_object().field("severity", to_text(finding.severity));
+        write(json, finding.location);
+        json.field("message", finding.message).key("conflicts_with");
+        if (finding.other) {
+            json.begin_object();
+            write(json, *finding.other);
+            json.end_object();
+        } else {
+            json.null();
+        }
+        json.end_object();
+    }
+    json.end_array().key("ignored").begin_object();
+    for (const auto &[table, rows] : configuration.ignored)
+        json.field(table, rows);
+    json.end_object();
+}
+
 std::string counted(uint64_t count, const char *what, const char *many)
 {
     if (count == 1 || many == nullptr)

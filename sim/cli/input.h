@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "sim/config/desired.h"
+#include "sim/types/json.h"
 
 namespace kvnsim {
 
@@ -16,6 +17,11 @@ bool have_errors(const std::vector<Configuration> &configurations);
 
 /* Tell what was found: everything, or all but the notes. */
 void tell_findings(const std::vector<Configuration> &configurations, bool notes, Console &console);
+
+/* "file", "line", "column", "table", "key", within an object; the last four null without a line. */
+void write(Json &json, const SourceLocation &location);
+/* "file", "findings" and "ignored" of a configuration, within an object. */
+void write(Json &json, const Configuration &configuration);
 
 /* "2 errors, 1 warning, 3 notes"; "nothing found". */
 std::string finding_counts(const Configuration &configuration);

@@ -158,7 +158,7 @@ std::vector<std::string> candidates(const Operand &operand, const ShellWords &wo
         found.emplace_back("off");
         break;
     case WordKind::limit:
-        for (const TableUse &table : Asic::instance().tables())
+        for (const TableUse &table : Asic::instance().rows<TableUse>())
             found.push_back(fmt::format("{}=", table.name));
         break;
     case WordKind::table:

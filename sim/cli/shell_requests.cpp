@@ -401,7 +401,7 @@ int router_mac(Session &session, const ShellWords &words)
     const Mac mac = mac_of(words[0]);
     if (flag_of(words[1]))
         return request(session, "rmac_add", {Value::text(to_text(mac))});
-    for (const AsicRouterMac &row : Asic::instance().router_macs()) {
+    for (const RouterMacRow &row : Asic::instance().rows<RouterMacRow>()) {
         if (row.mac == mac)
             return request(session, "rmac_del", {Value::integer(row.peer_mac_id)});
     }

@@ -6,7 +6,6 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
-#include "sim/cli/json.h"
 #include "sim/cli/shell.h"
 #include "sim/cli/stored.h"
 #include "sim/config/names.h"

@@ -4,7 +4,6 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
-#include "sim/cli/json.h"
 #include "sim/cli/near.h"
 #include "sim/cli/verb.h"
 #include "sim/state/audit.h"
@@ -14,13 +13,6 @@
 
 namespace kvnsim {
 namespace {
-
-std::string listed(const Listing &listing, const char *key)
-{
-    Json json;
-    json.begin_object().key(key).raw(to_json(listing), rapidjson::kArrayType).end_object();
-    return json.document();
-}
 
 const ShowKind &show_kind_named(const std::string &what)
 {
@@ -54,10 +46,11 @@ void print_table(const Snapshot &snapshot, const std::string &what, const std::s
     if (kind.of_interface)
         require_interface(snapshot, interface);
     const Listing listing = kind.make(snapshot, interface);
-    if (json)
-        console.out() << listed(listing, kind.json_key().c_str());
-    else
-        console.print_titled(to_text(listing));
+    if (!json)
+        return console.print_titled(to_text(listing));
+    Json document;
+    write(document.begin_object().key(kind.json_key()), listing);
+    console.out() << document.end_object().document();
 }
 
 void print_explanation(const Snapshot &snapshot, const std::string &interface, bool json,
@@ -65,10 +58,11 @@ void print_explanation(const Snapshot &snapshot, const std::string &interface, b
 {
     require_interface(snapshot, interface);
     const Explanation explanation = explain(snapshot, interface);
-    if (json)
-        console.out() << to_json(explanation);
-    else
-        console.print_titled(to_text(explanation));
+    if (!json)
+        return console.print_titled(to_text(explanation));
+    Json document;
+    write(document, explanation);
+    console.out() << document.document();
 }
 
 int print_audit(const Snapshot &snapshot, bool json, Console &console)
@@ -78,9 +72,9 @@ int print_audit(const Snapshot &snapshot, bool json, Console &console)
     const int status = findings.empty() ? exit_well : exit_found;
     if (json) {
         Json document;
-        document.begin_object().key("audit").raw(to_json(show(findings)), rapidjson::kArrayType);
-        document.key("waiting").raw(to_json(waiting), rapidjson::kArrayType).end_object();
-        console.out() << document.document();
+        write(document.begin_object().key("audit"), show(findings));
+        write(document.key("waiting"), waiting);
+        console.out() << document.end_object().document();
         return status;
     }
     for (const AuditFinding &finding : findings)
@@ -100,17 +94,8 @@ int print_differences(const std::vector<Difference> &differences, bool json, Con
     if (json) {
         Json document;
         document.begin_object().field("equal", differences.empty()).key("differences");
-        document.begin_array();
-        for (const Difference &difference : differences) {
-            document.begin_object();
-            document.field("table", difference.table).field("object", difference.object);
-            for (const auto &[key, text] : {std::pair("column", &difference.column),
-                                            {"a", &difference.a},
-                                            {"b", &difference.b}})
-                text->empty() ? document.key(key).null() : document.field(key, *text);
-            document.end_object();
-        }
-        console.out() << document.end_array().end_object().document();
+        write(document, show(differences));
+        console.out() << document.end_object().document();
     } else if (differences.empty()) {
         console.out() << "No difference in ASIC and shared state.\n";
     } else {

@@ -14,11 +14,11 @@ namespace {
 
 /* What the tables hold of one interface; nullptr where one holds nothing. */
 struct Rows {
-    const DbL3lif *l3lif = nullptr;
-    const DbPm *pm = nullptr;
-    const DbPc *pc = nullptr;
-    const DbLabel *label = nullptr;
-    const DbMemberIntf *member_intf = nullptr;
+    const L3lifRow *l3lif = nullptr;
+    const PmRow *pm = nullptr;
+    const PcRow *pc = nullptr;
+    const LabelRow *label = nullptr;
+    const MemberIntfRow *member_intf = nullptr;
 };
 
 template <class Row> Cell number(const Row *row, uint32_t Row::*column)
@@ -31,7 +31,7 @@ template <class Row> Cell flag(const Row *row, uint32_t Row::*column)
     return row == nullptr ? Cell() : Cell(row->*column != 0);
 }
 
-Cell label(const DbLabel *row)
+Cell label(const LabelRow *row)
 {
     if (row == nullptr)
         return Cell();
@@ -104,15 +104,15 @@ Listing attribute_values(const Snapshot &snapshot)
 Listing shared_database(const Snapshot &snapshot)
 {
     std::map<uint32_t, Rows> by_ifindex;
-    for (const DbL3lif &row : snapshot.l3lif)
+    for (const L3lifRow &row : snapshot.l3lif)
         by_ifindex[row.ifindex].l3lif = &row;
-    for (const DbPm &row : snapshot.pm)
+    for (const PmRow &row : snapshot.pm)
         by_ifindex[row.ifindex].pm = &row;
-    for (const DbPc &row : snapshot.pc)
+    for (const PcRow &row : snapshot.pc)
         by_ifindex[row.ifindex].pc = &row;
-    for (const DbLabel &row : snapshot.label)
+    for (const LabelRow &row : snapshot.label)
         by_ifindex[row.ifindex].label = &row;
-    for (const DbMemberIntf &row : snapshot.member_intf)
+    for (const MemberIntfRow &row : snapshot.member_intf)
         by_ifindex[row.ifindex].member_intf = &row;
     const Index index(snapshot);
     Listing listing{"Shared database",
@@ -134,12 +134,12 @@ Listing shared_database(const Snapshot &snapshot)
         const HostRow *host = index.host(ifindex);
         listing.rows.push_back(
             {host == nullptr ? Cell() : Cell(host->name), fmt::format("{:#010x}", ifindex),
-             number(rows.l3lif, &DbL3lif::mtu), flag(rows.l3lif, &DbL3lif::ipv4_ucst_en),
-             flag(rows.l3lif, &DbL3lif::ipv4_mcst_en), flag(rows.l3lif, &DbL3lif::ipv4_same_if),
-             number(rows.l3lif, &DbL3lif::v4_vpn_id), number(rows.l3lif, &DbL3lif::v6_vpn_id),
-             number(rows.l3lif, &DbL3lif::nat_zone), number(rows.pm, &DbPm::ifmap_idx),
-             number(rows.pc, &DbPc::pc_id), label(rows.label),
-             number(rows.member_intf, &DbMemberIntf::intf_id)});
+             number(rows.l3lif, &L3lifRow::mtu), flag(rows.l3lif, &L3lifRow::ipv4_ucst_en),
+             flag(rows.l3lif, &L3lifRow::ipv4_mcst_en), flag(rows.l3lif, &L3lifRow::ipv4_same_if),
+             number(rows.l3lif, &L3lifRow::v4_vpn_id), number(rows.l3lif, &L3lifRow::v6_vpn_id),
+             number(rows.l3lif, &L3lifRow::nat_zone), number(rows.pm, &PmRow::ifmap_idx),
+             number(rows.pc, &PcRow::pc_id), label(rows.label),
+             number(rows.member_intf, &MemberIntfRow::intf_id)});
     }
     return listing;
 }

@@ -2,7 +2,6 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
-#include "sim/cli/json.h"
 #include "sim/cli/verb.h"
 
 namespace kvnsim {
@@ -24,8 +23,10 @@ int check(const Arguments &arguments, Console &console)
     if (arguments.has("--json")) {
         Json json;
         json.begin_object().field("ok", !errors).key("configurations").begin_array();
-        for (const Configuration &configuration : configurations)
-            json.begin_object().configuration(configuration).end_object();
+        for (const Configuration &configuration : configurations) {
+            write(json.begin_object(), configuration);
+            json.end_object();
+        }
         json.end_array().end_object();
         console.out() << json.document();
     } else {

@@ -181,7 +181,7 @@ Words faults(const Given &given)
 Words table_names(const Given &)
 {
     Words names;
-    for (const TableUse &table : Asic::instance().tables())
+    for (const TableUse &table : Asic::instance().rows<TableUse>())
         names.push_back(fmt::format("{}=", table.name));
     return names;
 }

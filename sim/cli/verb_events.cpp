@@ -3,10 +3,10 @@
 #include <fmt/format.h>
 
 #include "sim/cli/console.h"
-#include "sim/cli/json.h"
 #include "sim/cli/verb.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/fwm/event_file.h"
+#include "sim/types/json.h"
 
 namespace kvnsim {
 namespace {
@@ -41,12 +41,8 @@ void print_json(const EventFile &file, Console &console)
         json.field("event", event.event).field("level", int64_t{event.level});
         json.field("level_name", level_text(event.level)).field("text", event.text).end_object();
     }
-    json.end_array().key("problem");
-    if (file.problem.empty())
-        json.null();
-    else
-        json.value(file.problem);
-    console.out() << json.end_object().document();
+    json.end_array().text_or_null("problem", file.problem).end_object();
+    console.out() << json.document();
 }
 
 int decode(const Arguments &arguments, Console &console)

@@ -7,9 +7,9 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
-#include "sim/cli/json.h"
 #include "sim/cli/verb.h"
 #include "sim/record/replay.h"
+#include "sim/types/json.h"
 
 namespace kvnsim {
 namespace {
@@ -26,10 +26,7 @@ std::string document(const std::string &path, const Replay &result)
         json.begin_object().field("location", difference.location).field("what", difference.what);
         json.field("request", difference.request).field("cause", difference.cause);
         json.field("recorded", difference.recorded).field("now", difference.now);
-        json.key("before").begin_array();
-        for (const std::string &event : difference.before)
-            json.value(event);
-        json.end_array().end_object();
+        json.field("before", difference.before).end_object();
     } else {
         json.null();
     }

@@ -7,7 +7,6 @@
 #include "sim/cli/input.h"
 #include "sim/cli/instruments.h"
 #include "sim/cli/interrupt.h"
-#include "sim/cli/json.h"
 #include "sim/cli/near.h"
 #include "sim/cli/stored.h"
 #include "sim/cli/tables.h"
@@ -266,25 +265,22 @@ private:
                 std::find_if(outcomes_.begin(), outcomes_.end(), [&](const Outcome &one) {
                     return one.configuration == &configuration;
                 });
-            json.begin_object().configuration(configuration);
+            write(json.begin_object(), configuration);
             json.field("applied", !dry_ && found != outcomes_.end());
             if (found != outcomes_.end())
                 outcome(json, *found);
             json.end_object();
         }
-        json.end_array().field("interrupted", interrupt_signal() != 0).key("unused_faults");
-        json.begin_array();
-        for (const std::string &fault : Journal::instance().faults.unused())
-            json.value(fault);
-        json.end_array().key("switch");
+        json.end_array().field("interrupted", interrupt_signal() != 0);
+        json.field("unused_faults", Journal::instance().faults.unused()).key("switch");
         if (snapshot == nullptr) {
             json.null();
         } else {
-            json.raw(to_json(*snapshot, findings), rapidjson::kObjectType);
+            write(json, *snapshot, findings);
             for (const auto &[key, listing] :
                  {std::pair("attributes", attribute_values(*snapshot)),
                   std::pair("shared_database", shared_database(*snapshot))})
-                json.key(key).raw(to_json(listing), rapidjson::kArrayType);
+                write(json.key(key), listing);
         }
         console_.out() << json.end_object().document();
     }
@@ -297,7 +293,8 @@ private:
         for (size_t i = 0; i < outcome.plan.steps.size(); ++i) {
             const Step &step = outcome.plan.steps[i];
             json.begin_object().field("words", step.words).field("object", step.name);
-            json.key("cause").begin_object().location(step.cause).end_object();
+            write(json.key("cause").begin_object(), step.cause);
+            json.end_object();
             if (i < outcome.step_requests.size()) {
                 json.key("requests").begin_array();
                 for (const Request &request : outcome.step_requests[i])
@@ -311,14 +308,15 @@ private:
         }
         json.end_array().key("failures").begin_array();
         for (const Failure &failure : outcome.applied.failures)
-            write(json, failure);
+            write_failure(json, failure);
         json.end_array();
     }
 
-    static void write(Json &json, const Failure &failure)
+    static void write_failure(Json &json, const Failure &failure)
     {
         json.begin_object().field("words", failure.step.words).field("object", failure.step.name);
-        json.key("cause").begin_object().location(failure.step.cause).end_object();
+        write(json.key("cause").begin_object(), failure.step.cause);
+        json.end_object();
         json.field("message", failure.message).key("request");
         if (failure.request == nullptr) {
             json.null().end_object();
@@ -326,11 +324,7 @@ private:
         }
         const Request &request = *failure.request;
         json.begin_object().field("number", request.number).field("entry", request.entry);
-        json.field("arguments", request.arguments).key("result");
-        if (request.result)
-            json.value(*request.result);
-        else
-            json.null();
+        json.field("arguments", request.arguments).field("result", request.result);
         json.field("failed_calls", request.failed_calls);
         json.field("first_failure", request.first_failure().words);
         json.field("reason", request.first_failure().reason).end_object().end_object();

@@ -3,9 +3,9 @@
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
 #include "sim/cli/interrupt.h"
-#include "sim/cli/json.h"
 #include "sim/cli/verb.h"
 #include "sim/stress/stress.h"
+#include "sim/types/json.h"
 
 namespace kvnsim {
 namespace {
@@ -15,7 +15,7 @@ void print_json(const StressOptions &options, const StressResult &result, Consol
     Json json;
     json.begin_object();
     json.field("interfaces", options.interfaces).field("seed", options.seed);
-    json.key("fail_rate").raw(fmt::format("{}", options.fail_rate), rapidjson::kNumberType);
+    json.field("fail_rate", options.fail_rate);
     json.field("operations", result.operations).field("requests", result.requests);
     json.field("calls", result.calls).field("injected_failures", result.injected);
     json.field("failed_steps", result.failed_steps).field("findings", result.findings);
@@ -23,14 +23,8 @@ void print_json(const StressOptions &options, const StressResult &result, Consol
     json.key("problem");
     if (result.problem) {
         json.begin_object().field("what", result.problem->what);
-        for (const auto &[key, lines] : {std::pair("power_on", &result.problem->power_on),
-                                         std::pair("changes", &result.problem->changes)}) {
-            json.key(key).begin_array();
-            for (const std::string &line : *lines)
-                json.value(line);
-            json.end_array();
-        }
-        json.end_object();
+        json.field("power_on", result.problem->power_on);
+        json.field("changes", result.problem->changes).end_object();
     } else {
         json.null();
     }

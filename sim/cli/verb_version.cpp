@@ -3,9 +3,9 @@
 #include <sqlite3.h>
 
 #include "sim/cli/console.h"
-#include "sim/cli/json.h"
 #include "sim/cli/verb.h"
 #include "sim/record/recording.h"
+#include "sim/types/json.h"
 
 namespace kvnsim {
 namespace {

@@ -81,28 +81,17 @@ std::string SourceLocation::to_text() const
     return table.empty() ? position : position + ": " + printable(row());
 }
 
-const char *to_text(Finding::Severity severity)
-{
-    switch (severity) {
-    case Finding::Severity::note:
-        return "note";
-    case Finding::Severity::warning:
-        return "warning";
-    case Finding::Severity::error:
-        break;
-    }
-    return "error";
-}
-
 std::string Finding::to_text() const
 {
     std::string text = location.to_text() + ": ";
     if (severity != Severity::error)
         text += kvnsim::to_text(severity) + std::string(": ");
-    text += message;
-    if (other)
-        text += fmt::format(" (see {})", other->to_text());
-    return text;
+    return text + words();
+}
+
+std::string Finding::words() const
+{
+    return other ? fmt::format("{} (see {})", message, other->to_text()) : message;
 }
 
 bool operator<(const VirtualMac &a, const VirtualMac &b)

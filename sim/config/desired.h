@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "sim/types/columns.h"
 #include "sim/types/mac.h"
 
 /* What a configuration wants of the switch, by name. Host order, defaults filled in. */
@@ -20,6 +21,11 @@ struct SourceLocation {
     std::string table, key; /* "INTERFACE", "Ethernet0|10.0.0.1/31" */
     std::string row() const { return key.empty() ? table : table + "|" + key; }
     std::string to_text() const; /* "leaf.json:12:5: INTERFACE|Ethernet0" */
+    COLUMNS(file, line, column, table, key)
+    friend bool operator==(const SourceLocation &a, const SourceLocation &b)
+    {
+        return same_row(a, b);
+    }
 };
 
 /* Keeps what it allocates of one type together, apart from all else: large maps are walked through
@@ -141,12 +147,19 @@ struct Finding {
     SourceLocation location;
     std::string message;                 /* what is wrong and what was expected */
     std::optional<SourceLocation> other; /* the row it conflicts with */
+    TABLE_ROW("configuration_finding", severity, location, message, other)
+    /* The message, with the row it conflicts with: "... (see leaf.json:12:5: PORT|Ethernet0)". */
+    std::string words() const;
     /* "file:line:column: table|key: message (see file:line:column: table|key)"; "warning: " or
      * "note: " stands before the message of a finding that is no error. Always one line. */
     std::string to_text() const;
 };
 
-const char *to_text(Finding::Severity severity); /* "note", "warning", "error" */
+constexpr const char *severity_names[] = {"note", "warning", "error"};
+inline const char *to_text(Finding::Severity severity)
+{
+    return severity_names[static_cast<size_t>(severity)];
+}
 
 /* A configuration as read: what it wants, what is to be said about it, what was left out. */
 struct Configuration {

@@ -12,6 +12,7 @@
 
 #include "platform_api/fwm.h"
 #include "sim/journal/journal.h"
+#include "sim/types/columns.h"
 
 /* The forwarding manager's diagnostic services: where trace records go. */
 namespace kvnsim {
@@ -44,6 +45,7 @@ struct ErrorGroup {
     std::string text;
     uint64_t count = 0;
     uint64_t last_request = 0; /* 0: outside any request */
+    TABLE_ROW("error", function, line, text, count, last_request)
 };
 
 /* One thread, as everything at the library's boundary. */

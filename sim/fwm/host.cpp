@@ -112,7 +112,7 @@ Host &Host::instance()
     return host;
 }
 
-Host::Host() : db_(std::make_unique<StateDb>()) {}
+Host::Host() = default;
 
 Host::~Host() = default;
 
@@ -182,7 +182,7 @@ bool Host::remove(HostInterface &interface)
         return false;
     unregister_l3(interface);
     if (interface.kept_intf)
-        db_->forget_member_intf(interface.ifindex);
+        db_.forget_member_intf(interface.ifindex);
     held_.erase(interface.ifindex);
     if (interface.parent)
         interface.parent->sub_interfaces--;
@@ -203,7 +203,7 @@ void Host::unregister_l3(HostInterface &interface)
     interface.registered = false;
     interface.pd_state = 0;
     free_context(interface);
-    db_->forget_interface(interface.ifindex);
+    db_.forget_interface(interface.ifindex);
 }
 
 HostInterface *Host::find(uint32_t ifindex) const
@@ -245,6 +245,38 @@ std::vector<HostInterface *> Host::interfaces() const
             if (slot)
                 all.push_back(slot.get());
     return all;
+}
+
+HostRow Host::row(const HostInterface &interface) const
+{
+    const auto ifindex_of = [](const HostInterface *other) {
+        return other != nullptr ? std::optional(other->ifindex) : std::nullopt;
+    };
+    HostRow row;
+    row.ifindex = interface.ifindex;
+    row.kind = interface.kind;
+    row.name = interface.name;
+    row.number = interface.number;
+    row.vlan = interface.vlan;
+    row.parent = ifindex_of(interface.parent);
+    row.channel = ifindex_of(interface.channel);
+    row.pd_state = interface.pd_state;
+    row.registered = interface.registered;
+    row.mtu = interface.ip.mtu;
+    row.ipv4_ucst = interface.ip.ipv4_ucst_en != 0;
+    row.ipv4_mcst = interface.ip.ipv4_mcst_en != 0;
+    row.ipv4_same_if = interface.ip.ipv4_same_if != 0;
+    row.v4_vpn = interface.v4_vpn_id;
+    row.v6_vpn = interface.v6_vpn_id;
+    row.nat_zone = interface.nat_zone;
+    row.port_lid = interface.lid_id;
+    row.kept_intf = interface.kept_intf;
+    if (const auto held = held_port_channel(interface.ifindex)) {
+        row.held_pc = held->pc_id;
+        row.held_lid = held->lid_id;
+    }
+    row.loopback = interface.loopback;
+    return row;
 }
 
 bool Host::join(HostInterface &port, HostInterface &port_channel)
@@ -310,7 +342,7 @@ Status Host::release_kept_intf(HostInterface &port)
     if (const int32_t code = libsdk_intf_destroy(dev_inst, *port.kept_intf))
         return {"libsdk_intf_destroy", code};
     port.kept_intf.reset();
-    db_->forget_member_intf(port.ifindex);
+    db_.forget_member_intf(port.ifindex);
     return {};
 }
 
@@ -371,7 +403,7 @@ void Host::reset()
     free_sequences_ = {};
     by_name_.clear();
     held_.clear();
-    db_->clear();
+    db_.clear();
 }
 
 int32_t Host::port_lid(uint32_t ifindex, uint32_t &lid_id) const
@@ -409,13 +441,12 @@ int32_t Host::keep_intf(uint32_t ifindex, uint32_t intf_id, int32_t flag)
         MemberIntfRow row;
         row.ifindex = ifindex;
         row.intf_id = intf_id;
-        if (!stored(row))
-            return EIO;
+        db_.store(row);
         port->kept_intf = intf_id;
         return 0;
     }
     if (flag == 0 && intf_id == no_id) {
-        db_->forget_member_intf(ifindex);
+        db_.forget_member_intf(ifindex);
         port->kept_intf.reset();
         return 0;
     }
@@ -446,7 +477,8 @@ int32_t Host::publish(const l3lif *record)
     row.v4_vpn_id = interface->v4_vpn_id;
     row.v6_vpn_id = interface->v6_vpn_id;
     row.nat_zone = interface->nat_zone;
-    return stored(row) ? 0 : EIO;
+    db_.store(row);
+    return 0;
 }
 
 int32_t Host::store_port_binding(const fwm_pm_sdb_key *key, const fwm_pm_sdb_data *data)
@@ -463,7 +495,8 @@ int32_t Host::store_port_binding(const fwm_pm_sdb_key *key, const fwm_pm_sdb_dat
     row.ifmap_idx = data->ifmap_idx;
     row.word1 = data->word1;
     row.half2 = data->half2;
-    return stored(row) ? 0 : EIO;
+    db_.store(row);
+    return 0;
 }
 
 int32_t Host::store_pc_id(uint32_t ifindex, uint32_t pc_id)
@@ -473,7 +506,8 @@ int32_t Host::store_pc_id(uint32_t ifindex, uint32_t pc_id)
     PcRow row;
     row.ifindex = ifindex;
     row.pc_id = pc_id;
-    return stored(row) ? 0 : EIO;
+    db_.store(row);
+    return 0;
 }
 
 int32_t Host::store_label(uint32_t ifindex, bool enable, bool svi)
@@ -484,7 +518,8 @@ int32_t Host::store_label(uint32_t ifindex, bool enable, bool svi)
     row.ifindex = ifindex;
     row.enabled = enable;
     row.svi = svi;
-    return stored(row) ? 0 : EIO;
+    db_.store(row);
+    return 0;
 }
 
 int32_t Host::port_command(uint32_t call, const port_cmd_msg *message, uint32_t length)
@@ -501,14 +536,6 @@ int32_t Host::port_command(uint32_t call, const port_cmd_msg *message, uint32_t 
         return refuse(EINVAL, fmt::format("{} is no command to a port", message->cmd));
     port->loopback = message->cmd == internal_loopback_on;
     return 0;
-}
-
-template <class Row> bool Host::stored(const Row &row)
-{
-    if (db_->store(row))
-        return true;
-    Journal::instance().note(db_->error());
-    return false;
 }
 
 } // namespace kvnsim

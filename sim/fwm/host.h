@@ -82,6 +82,29 @@ struct HostInterface : public l3lif {
     uint32_t intf_id() const;
 };
 
+/* An interface as the host knows it, to look at. */
+struct HostRow {
+    uint32_t ifindex = 0;
+    InterfaceKind kind = InterfaceKind::port;
+    std::string name;
+    uint32_t number = 0;             /* as in HostInterface */
+    uint32_t vlan = 0;               /* of a sub-interface or SVI */
+    std::optional<uint32_t> parent;  /* of a sub-interface: its ifindex */
+    std::optional<uint32_t> channel; /* of a member port: its port-channel's ifindex */
+    uint32_t pd_state = 0;           /* 0 never made, 3 created, 4 destroyed */
+    bool registered = false;
+    uint32_t mtu = 0; /* as handed to the library */
+    bool ipv4_ucst = false, ipv4_mcst = false, ipv4_same_if = false;
+    uint32_t v4_vpn = 0, v6_vpn = 0, nat_zone = 0;
+    std::optional<uint32_t> port_lid;          /* a port's layer-2 LID entry */
+    std::optional<uint32_t> kept_intf;         /* SDK interface kept for a port's membership */
+    std::optional<uint32_t> held_pc, held_lid; /* port-channel held for the library to adopt */
+    bool loopback = false;
+    TABLE_ROW("host_interface", ifindex, kind, name, number, vlan, parent, channel, pd_state, registered,
+        mtu, ipv4_ucst, ipv4_mcst, ipv4_same_if, v4_vpn, v6_vpn, nat_zone, port_lid, kept_intf,
+        held_pc, held_lid, loopback)
+};
+
 /* How a task of the host ended: the imported call that refused, and its status. */
 struct Status {
     const char *call = ""; /* "libsdk_lid_entry_create" */
@@ -126,6 +149,7 @@ public:
     /* All, in the order of their ifindexes' kinds and numbers. */
     std::vector<HostInterface *> interfaces() const;
     size_t size() const { return by_name_.size(); }
+    HostRow row(const HostInterface &interface) const;
 
     /* A port becomes a member of a port-channel (main_l3lif, member_count), and stops being one.
      * false, and nothing done, when it is one already, or is none, or the kinds are wrong. */
@@ -149,7 +173,7 @@ public:
     Status publish_settings(HostInterface &interface);
     std::optional<HeldPortChannel> held_port_channel(uint32_t ifindex) const;
 
-    StateDb &db() { return *db_; }
+    StateDb &db() { return db_; }
 
     /* Everything as at the start: interfaces with their contexts, held port-channels, database.
      * The ASIC and the diagnostics are left alone. */
@@ -180,7 +204,6 @@ private:
     {
         return tables_[static_cast<size_t>(kind)];
     }
-    template <class Row> bool stored(const Row &row);
     HostInterface *add(InterfaceKind kind, const std::string &name, uint32_t ifindex);
 
     /* By kind, then number. A table grows as numbers are used. */
@@ -190,7 +213,7 @@ private:
     /* Names are asked for several times in a row, and then mostly the next one. */
     mutable uint32_t last_found_ = 0;                    /* an ifindex */
     std::unordered_map<uint32_t, HeldPortChannel> held_; /* by ifindex */
-    std::unique_ptr<StateDb> db_;
+    StateDb db_;
 };
 
 } // namespace kvnsim

@@ -97,6 +97,18 @@ std::string Origin::to_text() const
                        request->entry, request->arguments);
 }
 
+bool operator==(const Origin &a, const Origin &b)
+{
+    if (std::strcmp(a.call, b.call) != 0)
+        return false;
+    if (a.request == b.request)
+        return true;
+    return a.request && b.request && a.request->number == b.request->number &&
+           std::strcmp(a.request->entry, b.request->entry) == 0 &&
+           a.request->arguments == b.request->arguments &&
+           a.request->subject == b.request->subject && a.request->cause == b.request->cause;
+}
+
 ImportedCall::ImportedCall(const char *name, Result result, Purpose purpose)
     : name_(name), result_(result), purpose_(purpose)
 {
@@ -153,7 +165,8 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
             Request &request = *journal.current_;
             if (request.failed_calls++ == 0)
                 request.failed_first = std::make_shared<const FailedCall>(
-                    FailedCall{name(), status, failure_text(*this, status), journal.note_});
+                    FailedCall{name(), status, failure_text(*this, status), journal.note_,
+                               std::move(journal.named_)});
             request.injected_failures += call.injected;
         }
     }
@@ -171,6 +184,7 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
             observer->call_made(seen);
     }
     journal.note_.clear();
+    journal.named_.clear();
     journal.current_call_ = call.outer;
 }
 
@@ -224,6 +238,7 @@ void Journal::reset()
 {
     current_.reset();
     note_.clear();
+    named_.clear();
     made_ = 0;
     calls_made = 0;
     faults = Faults();

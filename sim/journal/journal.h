@@ -11,23 +11,28 @@
 #include <vector>
 
 #include "sim/journal/value.h"
+#include "sim/types/columns.h"
 
 /* What happens at the library's boundary, as it happens: the requests made of the library, the
  * calls that the library makes, and its trace records. Everything is on one thread. */
 namespace kvnsim {
 
+struct Request;
+using RequestRef = std::shared_ptr<const Request>;
+
 /* A call that failed within a request. */
 struct FailedCall {
     const char *name = ""; /* "libsdk_intf_create" */
     int64_t status = 0;
-    std::string words;  /* "libsdk_intf_create: SDK_E_FULL" */
-    std::string reason; /* why: the refusal's reason, or "injected"; may be empty */
+    std::string words;             /* "libsdk_intf_create: SDK_E_FULL" */
+    std::string reason;            /* why: the refusal's reason, or "injected"; may be empty */
+    std::vector<RequestRef> named; /* those that the reason names: who made what stands in the way */
 };
 
 /* A request: one call of a library entry point, or one task that the host does by itself. */
 struct Request {
     uint64_t number = 0;       /* 1, 2, ... in the order made */
-    const char *entry = "";    /* the entry point's name, or "host ..." */
+    const char *entry = "";    /* the entry point's name, or "host ..."; lives as the process */
     std::string arguments;     /* "l3lif=Ethernet0 create=1" */
     std::string subject;       /* the interface concerned, by name; empty when there is none */
     std::string cause;         /* configuration row or command behind it: "INTERFACE|Ethernet0" */
@@ -38,15 +43,18 @@ struct Request {
     std::shared_ptr<const FailedCall> failed_first; /* the first of them; null without one */
     /* The same; an empty one when no call failed. */
     const FailedCall &first_failure() const;
+    TABLE_ROW("request", number, entry, arguments, subject, cause)
 };
-using RequestRef = std::shared_ptr<const Request>;
 
 /* Who made an object or wrote a value. */
 struct Origin {
     RequestRef request;    /* null: before any request */
-    const char *call = ""; /* the call within it */
-    std::string
-    to_text() const; /* "libsdk_intf_create in request 12 l3lifpd_kvn_add_l3port(...)" */
+    const char *call = ""; /* the call within it; lives as long as the process */
+    /* "libsdk_intf_create in request 12 l3lifpd_kvn_add_l3port(l3lif=Ethernet8 create=1)" */
+    std::string to_text() const;
+    uint64_t number() const { return request ? request->number : 0; }
+    /* The same call of an equal request, which need not be the same object. */
+    friend bool operator==(const Origin &a, const Origin &b);
 };
 
 /* How a C value of one type is shown, recorded and, on replay, put back. */
@@ -252,8 +260,13 @@ public:
 
     void trace(const TraceRecord &record);
 
-    /* Say why the call in flight is refused; observers get it with the call. */
-    void note(std::string reason) { note_ = std::move(reason); }
+    /* Say why the call in flight is refused; observers get it with the call. named are the requests
+     * that the reason names. */
+    void note(std::string reason, std::vector<RequestRef> named = {})
+    {
+        note_ = std::move(reason);
+        named_ = std::move(named);
+    }
 
     Faults faults;
     Answers *answers = nullptr;
@@ -268,6 +281,7 @@ private:
     std::shared_ptr<Request> current_;
     const char *current_call_ = "";
     std::string note_;
+    std::vector<RequestRef> named_; /* by the note */
     uint64_t made_ = 0;
 };
 

@@ -3,39 +3,30 @@
 #include <algorithm>
 
 #include <fmt/format.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
+
+#include "sim/types/json.h"
 
 namespace kvnsim {
 
 namespace {
 
-using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
-
-void write_string(JsonWriter &json, const std::string &text)
-{
-    json.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-}
-
-void write_json(JsonWriter &json, const Value &value)
+void write(Json &json, const Value &value)
 {
     switch (value.kind()) {
     case Value::Kind::null:
-        json.Null();
+        json.null();
         break;
     case Value::Kind::integer:
-        json.Int64(value.number());
+        json.value(value.number());
         break;
     case Value::Kind::text:
-        write_string(json, value.string());
+        json.value(value.string());
         break;
     case Value::Kind::record:
-        json.StartObject();
-        for (const Field &field : value.fields()) {
-            write_string(json, field.name);
-            write_json(json, field.value);
-        }
-        json.EndObject();
+        json.begin_object();
+        for (const Field &field : value.fields())
+            write(json.key(field.name), field.value);
+        json.end_object();
         break;
     }
 }
@@ -106,10 +97,9 @@ std::string Value::to_text() const
 
 std::string Value::to_json() const
 {
-    rapidjson::StringBuffer buffer;
-    JsonWriter json(buffer);
-    write_json(json, *this);
-    return {buffer.GetString(), buffer.GetSize()};
+    Json json;
+    write(json, *this);
+    return json.text();
 }
 
 bool operator==(const Value &a, const Value &b)

@@ -44,44 +44,40 @@ private:
         for (const WantedInterface &wanted : s_.wanted_interfaces)
             interface(wanted.name, wanted.kind);
         for (const HostRow &host : s_.host) {
-            if (host.kind != "port" || index_.context(host.ifindex) != nullptr)
+            if (host.kind != InterfaceKind::port || index_.context(host.ifindex) != nullptr)
                 interface(host.name, host.kind);
         }
     }
-    void interface(const std::string &name, std::string_view kind)
+    void interface(const std::string &name, InterfaceKind kind)
     {
         if (interfaces_.count(name) == 0)
-            interfaces_.emplace(name, add(NodeKind::interface, name, std::string(kind)));
+            interfaces_.emplace(name, add(NodeKind::interface, name, to_text(kind)));
     }
 
     void asic_objects()
     {
         for (const IntfRow &row : s_.intfs) {
-            /* "5 (routed port, front port 3)" */
-            const std::string words = index_.intf_words(row.intf_id);
-            const size_t open = words.find('(');
             intfs_[row.intf_id] =
                 add(NodeKind::sdk_interface, fmt::format("SDK interface {}", row.intf_id),
-                    open == words.npos ? "" : words.substr(open + 1, words.size() - open - 2),
-                    s_.words(row.made));
+                    Index::kind_words(row), row.made.to_text());
         }
         for (const TrapRow &row : s_.traps)
             traps_[row.mac_trap_id] =
                 add(NodeKind::mac_trap, fmt::format("MAC trap {}", row.mac_trap_id),
-                    to_text(row.mac), s_.words(row.made));
+                    to_text(row.mac), row.made.to_text());
         for (const LidRow &row : s_.lids)
             lids_[row.lid_id] = add(NodeKind::lid, fmt::format("LID entry {}", row.lid_id),
-                                    fmt::format("ifmap {:#x}", row.ifmap_idx), s_.words(row.made));
+                                    fmt::format("ifmap {:#x}", row.ifmap_idx), row.made.to_text());
         for (const PortChannelRow &row : s_.port_channels)
             channels_[row.pc_id] =
                 add(NodeKind::port_channel, fmt::format("SDK port-channel {}", row.pc_id), {},
-                    s_.words(row.made));
+                    row.made.to_text());
     }
 
     void ports()
     {
         for (const HostRow &host : s_.host) {
-            if (host.kind == "port")
+            if (host.kind == InterfaceKind::port)
                 port(host.name, host.number + 1);
         }
         for (const WantedPort &wanted : s_.wanted_ports)
@@ -141,11 +137,11 @@ private:
             const size_t node = at->second;
             if (const ContextRow *context = index_.context(host.ifindex))
                 context_of(node, *context);
-            if (host.kept_intf && !is_none(*host.kept_intf))
+            if (host.kept_intf && *host.kept_intf != no_id)
                 link(node, intf(*host.kept_intf), EdgeKind::recorded);
-            if (host.held_lid && !is_none(*host.held_lid))
+            if (host.held_lid && *host.held_lid != no_id)
                 link(node, lid(*host.held_lid), EdgeKind::recorded);
-            if (host.held_pc && !is_none(*host.held_pc))
+            if (host.held_pc && *host.held_pc != no_id)
                 link(node, channel(*host.held_pc), EdgeKind::recorded);
         }
         for (const FhrpRow &entry : s_.virtual_macs) {
@@ -163,13 +159,13 @@ private:
     void context_of(size_t node, const ContextRow &context)
     {
         uint32_t bound = no_id;
-        if (!is_none(context.intf_id)) {
+        if (context.intf_id != no_id) {
             link(node, intf(context.intf_id), EdgeKind::programmed);
             bound = bound_lid(context.intf_id);
         }
-        if (!is_none(context.lid_id) && context.lid_id != bound)
+        if (context.lid_id != no_id && context.lid_id != bound)
             link(node, lid(context.lid_id), EdgeKind::recorded);
-        if (!is_none(context.pc_id) && !leads_to_channel(bound, context.pc_id))
+        if (context.pc_id != no_id && !leads_to_channel(bound, context.pc_id))
             link(node, channel(context.pc_id), EdgeKind::recorded);
     }
     uint32_t bound_lid(uint32_t intf_id) const
@@ -189,7 +185,7 @@ private:
     void asic_references()
     {
         for (const AttributeValueRow &row : s_.attributes) {
-            if (row.number == SdkIntfAttrLid && !is_none(row.value))
+            if (row.number == SdkIntfAttrLid && row.value != no_id)
                 link(intf(row.intf_id), lid(row.value), EdgeKind::programmed);
         }
         for (const TrapRow &row : s_.traps)

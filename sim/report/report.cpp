@@ -1,6 +1,7 @@
 #include "sim/report/report.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <string_view>
 #include <unordered_set>
@@ -9,7 +10,6 @@
 #include "sim/report/page_text.h"
 #include "sim/state/explain.h"
 #include "sim/state/interface_names.h"
-#include "sim/state/json.h"
 
 namespace kvnsim {
 namespace {
@@ -22,105 +22,69 @@ constexpr const char *edge_kind_names[] = {"programmed", "recorded", "configured
 class DataWriter {
 public:
     DataWriter(const Snapshot &snapshot, const std::vector<ReportTable> &more_tables)
-        : s_(snapshot), more_tables_(more_tables), index_(snapshot), findings_(audit(snapshot)),
-          writer_(buffer_)
+        : s_(snapshot), more_tables_(more_tables), index_(snapshot), findings_(audit(snapshot))
     {}
 
     std::string write()
     {
-        writer_.StartObject();
-        key("hostname");
-        put(writer_, s_.meta.hostname);
-        key("word_size");
-        writer_.Uint(s_.meta.word_size);
-        key("files");
-        writer_.StartArray();
+        json_.begin_object().field("hostname", s_.meta.hostname);
+        json_.field("word_size", s_.meta.word_size).key("files").begin_array();
         for (const FileRow &file : s_.files)
-            put(writer_, file.file);
-        writer_.EndArray();
+            json_.value(file.file);
+        json_.end_array();
         tables();
         graph();
         explanations();
-        writer_.EndObject();
-        return {buffer_.GetString(), buffer_.GetSize()};
+        return json_.end_object().text();
     }
 
 private:
-    void key(std::string_view name) { put_key(writer_, name); }
-
     /* ---- Tables ---- */
 
     void tables()
     {
-        key("tables");
-        writer_.StartArray();
+        json_.key("tables").begin_array();
         for (const ShowKind &kind : show_kinds()) {
             if (!kind.of_interface)
                 table(kind.name, kind.make(s_, {}));
         }
         for (const ReportTable &more : more_tables_)
             table(more.name, more.listing);
-        table("failures", failures());
+        table("failures", show(s_.failures));
         table("findings", show(findings_));
         table("requests", requests());
-        writer_.EndArray();
+        json_.end_array();
     }
 
     void table(std::string_view name, const Listing &listing)
     {
-        writer_.StartObject();
-        key("name");
-        put(writer_, name);
-        key("title");
-        put(writer_, listing.title);
-        key("columns");
-        writer_.StartArray();
-        for (const Column &column : listing.columns) {
-            writer_.StartArray();
-            put(writer_, column.key);
-            put(writer_, column.title);
-            writer_.EndArray();
-        }
-        writer_.EndArray();
-        key("rows");
-        writer_.StartArray();
+        json_.begin_object().field("name", name).field("title", listing.title);
+        json_.key("columns").begin_array();
+        for (const Column &column : listing.columns)
+            json_.value(std::vector{column.key, column.title});
+        json_.end_array().key("rows").begin_array();
         for (const auto &row : listing.rows) {
-            writer_.StartArray();
+            json_.begin_array();
             for (const Cell &cell : row)
-                kvnsim::write(writer_, cell);
-            writer_.EndArray();
+                kvnsim::write(json_, cell);
+            json_.end_array();
         }
-        writer_.EndArray();
-        writer_.EndObject();
-    }
-
-    Listing failures() const
-    {
-        Listing listing{"Failures", {{"object", "Object"}, {"message", "What failed"}}, {}};
-        for (const FailureRow &row : s_.failures)
-            listing.rows.push_back({row.object, row.message});
-        return listing;
+        json_.end_array().end_object();
     }
 
     /* Those behind the findings. */
     Listing requests() const
     {
-        Listing listing{"Requests behind the findings",
-                        {{"number", "Request"},
-                         {"entry", "Entry point"},
-                         {"arguments", "Arguments"},
-                         {"subject", "Interface"},
-                         {"cause", "Because of"}},
-                        {}};
-        std::set<uint64_t> numbers;
-        for (const AuditFinding &finding : findings_)
-            numbers.insert(finding.requests.begin(), finding.requests.end());
-        for (const uint64_t number : numbers) {
-            if (const RequestRow *row = s_.request(number))
-                listing.rows.push_back({static_cast<int64_t>(number), row->entry, row->arguments,
-                                        row->subject, row->cause});
+        std::map<uint64_t, Request> behind;
+        for (const AuditFinding &finding : findings_) {
+            for (const RequestRef &request : finding.requests)
+                behind.emplace(request->number, *request);
         }
-        return listing;
+        std::vector<Request> rows;
+        for (auto &[number, request] : behind)
+            rows.push_back(std::move(request));
+        return listing_of("Requests behind the findings", rows,
+                          {"Request", "Entry point", "Arguments", "Interface", "Because of"});
     }
 
     /* ---- Graph ---- */
@@ -128,30 +92,19 @@ private:
     void graph()
     {
         const Graph graph = object_graph(index_);
-        key("graph");
-        writer_.StartObject();
-        key("nodes"); /* kind, label, detail, made, gone */
-        writer_.StartArray();
+        json_.key("graph").begin_object();
+        json_.key("nodes").begin_array(); /* kind, label, detail, made, gone */
         for (const GraphNode &node : graph.nodes) {
-            writer_.StartArray();
-            put(writer_, node_kind_names[static_cast<size_t>(node.kind)]);
-            for (const std::string *text : {&node.label, &node.detail, &node.made})
-                put(writer_, *text);
-            writer_.Bool(node.gone);
-            writer_.EndArray();
+            json_.begin_array().value(node_kind_names[static_cast<size_t>(node.kind)]);
+            json_.value(node.label).value(node.detail).value(node.made).value(node.gone);
+            json_.end_array();
         }
-        writer_.EndArray();
-        key("edges"); /* from, to, kind */
-        writer_.StartArray();
+        json_.end_array().key("edges").begin_array(); /* from, to, kind */
         for (const GraphEdge &edge : graph.edges) {
-            writer_.StartArray();
-            writer_.Uint64(edge.from);
-            writer_.Uint64(edge.to);
-            put(writer_, edge_kind_names[static_cast<size_t>(edge.kind)]);
-            writer_.EndArray();
+            json_.begin_array().value(uint64_t{edge.from}).value(uint64_t{edge.to});
+            json_.value(edge_kind_names[static_cast<size_t>(edge.kind)]).end_array();
         }
-        writer_.EndArray();
-        writer_.EndObject();
+        json_.end_array().end_object();
     }
 
     /* ---- Explanations ---- */
@@ -179,54 +132,38 @@ private:
 
     void explanations()
     {
-        key("explained");
-        writer_.StartObject();
+        json_.key("explained").begin_object();
         std::vector<std::string> names = by_need();
         names.resize(std::min(names.size(), explained_at_most));
         for (const std::string &name : names) {
-            key(name);
+            json_.key(name);
             explanation(explain(index_, findings_, name));
         }
-        writer_.EndObject();
+        json_.end_object();
     }
 
     void explanation(const Explanation &told)
     {
-        writer_.StartObject();
-        const std::pair<const char *, const std::string &> texts[] = {
-            {"kind", told.kind},
-            {"state", told.state},
-            {"configured_at", told.configured_at},
-            {"failure", told.failure}};
-        for (const auto &[name, text] : texts) {
-            key(name);
-            put(writer_, text);
-        }
-        key("configuration");
-        writer_.StartArray();
-        for (const ReaderRow &row : told.reader)
-            put(writer_, row.location.to_text() + ": " + row.message);
-        writer_.EndArray();
-        key("properties"); /* name, configured, library, asic, database, call, expected, differs */
-        writer_.StartArray();
+        json_.begin_object().field("kind", told.kind).field("state", told.state);
+        json_.field("configured_at", told.configured_at).field("failure", told.failure);
+        json_.key("configuration").begin_array();
+        for (const Finding &row : told.reader)
+            json_.value(row.location.to_text() + ": " + row.words());
+        /* name, configured, library, asic, database, call, expected, differs */
+        json_.end_array().key("properties").begin_array();
         for (const ExplainedProperty &p : told.properties) {
-            writer_.StartArray();
-            for (const std::string *text :
-                 {&p.name, &p.configured, &p.library, &p.asic, &p.database, &p.call, &p.expected})
-                put(writer_, *text);
-            writer_.Bool(p.differs);
-            writer_.EndArray();
+            json_.begin_array().value(p.property).value(p.configured).value(p.library);
+            json_.value(p.asic).value(p.database).value(p.call).value(p.expected);
+            json_.value(p.differs).end_array();
         }
-        writer_.EndArray();
-        writer_.EndObject();
+        json_.end_array().end_object();
     }
 
     const Snapshot &s_;
     const std::vector<ReportTable> &more_tables_;
     const Index index_;
     const std::vector<AuditFinding> findings_;
-    rapidjson::StringBuffer buffer_;
-    JsonWriter writer_;
+    Json json_;
 };
 
 } // namespace

@@ -29,52 +29,39 @@ uint32_t most_attributes()
     return last_id * static_cast<uint32_t>(attributes().size());
 }
 
-struct InterfaceRow : AsicInterface {
-    uint32_t first_child = 0; /* sub-interfaces with this parent */
+/* The tables' rows with what the model alone needs: who refers to them. */
+struct Interface : IntfRow {
+    std::vector<AttributeValueRow> attributes; /* those ever written, in the order of the numbers */
+    uint32_t first_child = 0;                  /* sub-interfaces with this parent */
     Link sibling;
     uint32_t first_trap = 0; /* MAC traps on this interface */
     uint32_t held_lid = 0;   /* the LID entry that cannot go while this interface is bound to it */
     Link lid_mate;
     /* The library destroys a port-channel's LID entry before the interface that is bound to it; no
      * other LID entry may go before its interfaces. */
-    bool holds_its_lid() const { return type != sdk_routed_port || params.param3 == 0; }
+    bool holds_its_lid() const { return type != sdk_routed_port || param3 == 0; }
 };
-struct LidRow {
-    Origin origin;
-    std::vector<AsicLidPath> paths;
+struct Lid : LidRow {
+    std::vector<LidPathRow> paths;
     uint32_t first_bound = 0; /* interfaces that hold it */
 };
-struct PortChannelRow {
-    Origin origin;
+struct PortChannel : PortChannelRow {
     uint32_t members = 0;
     uint32_t intf_id = 0;    /* its routed interface, 0 without one */
     std::set<uint32_t> lids; /* LID entries with a path to it */
 };
-struct RouterMacRow {
-    Origin origin;
-    Mac mac{};
-};
-struct TrapRow {
-    Origin origin;
-    Mac mac{};
-    uint32_t intf_id = 0;
+struct Trap : TrapRow {
     Link neighbour; /* other traps of the interface */
 };
-struct PortRow {
+struct FrontPort {
     uint32_t intf_id = 0; /* its routed interface, 0 without one */
     uint32_t lid_id = 0;  /* the LID entry with a path to it, 0 without one */
-    uint32_t pc_id = 0;   /* the port-channel that it is a member of, 0 without one */
-    Origin member_origin;
+    MemberRow member;     /* pc_id 0: of no port-channel */
 };
 
 Origin now()
 {
     return Journal::instance().origin();
-}
-
-std::string made(const Origin &origin)
-{
-    return fmt::format(" ({})", origin.to_text());
 }
 
 uint64_t as_number(const Mac &mac)
@@ -100,120 +87,79 @@ uint64_t trap_key(uint32_t intf_id, const Mac &mac)
     return uint64_t{intf_id} << 48 | as_number(mac);
 }
 
-uint32_t ifmap_idx_of(uint32_t lid_id)
+bool leads_to_channel(const LidPathRow &path)
 {
-    return first_ifmap_idx + lid_id;
-}
-
-bool leads_to_channel(const AsicLidPath &path)
-{
-    return path.path.port_type == SdkPortTypeChannel;
+    return path.port_type == SdkPortTypeChannel;
 }
 
 /* What an interface with these parameters is on: only one can be. */
-std::string place(uint32_t type, const sdk_intf_create_params &params)
+std::string place(const IntfRow &intf)
 {
-    if (type == sdk_svi)
-        return fmt::format("VLAN {}", params.param1);
-    if (type == sdk_sub_interface)
-        return fmt::format("VLAN {} of interface {}", params.param2, params.param1);
-    return fmt::format("{} {}", params.param3 == 1 ? "port-channel" : "front port", params.param1);
+    if (intf.type == sdk_svi)
+        return fmt::format("VLAN {}", intf.param1);
+    if (intf.type == sdk_sub_interface)
+        return fmt::format("VLAN {} of interface {}", intf.param2, intf.param1);
+    return fmt::format("{} {}", intf.param3 == 1 ? "port-channel" : "front port", intf.param1);
 }
 
 /* Where the attribute is, or would have to be. */
-std::vector<AsicAttribute>::iterator place_of(std::vector<AsicAttribute> &attributes,
-                                              uint32_t number)
+auto place_of(std::vector<AttributeValueRow> &attributes, uint32_t number)
 {
     return std::find_if(attributes.begin(), attributes.end(),
-                        [&](const AsicAttribute &written) { return written.number >= number; });
+                        [&](const AttributeValueRow &written) { return written.number >= number; });
 }
 
 /* What was written to the attribute, nullptr when nothing was. */
-AsicAttribute *written(InterfaceRow &row, uint32_t number)
+AttributeValueRow *written(Interface &row, uint32_t number)
 {
     const auto at = place_of(row.attributes, number);
     return at != row.attributes.end() && at->number == number ? &*at : nullptr;
 }
 
-std::string to_text(const AsicPendingWrite &write)
-{
-    return fmt::format("the write of {} to interface {}{}",
-                       find_attribute(write.attribute.number)->name, write.intf_id,
-                       made(write.attribute.origin));
-}
-
-/* What refers to an object, in words: the first of each kind by its identifier and origin. */
-class Holders {
-public:
-    void add(const char *kind, uint32_t id, const Origin &origin, size_t count)
-    {
-        text_ += fmt::format("{}{} {}{}", text_.empty() ? "" : ", ", kind, id, made(origin));
-        if (count > 1)
-            text_ += fmt::format(" and {} more", count - 1);
-    }
-    /* All rows of the chain that begins at head. */
-    template <class Row> void add(const char *kind, Table<Row> &table, uint32_t head, Link Row::*at)
-    {
-        size_t count = 0;
-        for (uint32_t id = head; id != 0; id = (table[id].*at).next)
-            ++count;
-        if (count != 0)
-            add(kind, head, table[head].origin, count);
-    }
-    bool none() const { return text_.empty(); }
-    std::string of(const char *what, uint32_t id) const
-    {
-        return fmt::format("{} {} is held by {}", what, id, text_);
-    }
-
-private:
-    std::string text_;
-};
-
 } // namespace
 
 struct Asic::State {
-    Table<InterfaceRow> intf{last_id};
+    Table<Interface> intf{last_id};
     Occupancy attr{most_attributes()};
-    Table<LidRow> lid{usual_lids};
+    Table<Lid> lid{usual_lids};
     Occupancy path{2 * usual_lids};
-    Table<PortChannelRow> pc{256};
+    Table<PortChannel> pc{256};
     Table<RouterMacRow> rmac{32};
-    Table<TrapRow> trap{4096};
+    Table<Trap> trap{4096};
     Occupancy member{ports - 1}; /* of the fullest port-channel */
 
-    std::array<PortRow, ports> port;
+    std::array<FrontPort, ports> port;
     std::array<uint32_t, last_vlan + 1> svi{}; /* the interface of each VLAN, 0 without one */
     std::unordered_map<uint64_t, uint32_t> sub_interfaces, router_macs, traps; /* by their keys */
 
-    std::vector<AsicPendingWrite> pending;
+    std::vector<PendingRow> pending;
     std::string last_refusal;
+    std::vector<RequestRef> named; /* by the refusal that is being put into words */
+
+    std::string made(const Origin &origin);
+    std::string words(const PendingRow &write);
+    std::string holder(const char *kind, uint32_t id, const Origin &origin, size_t count);
+    template <class Row>
+    std::string holder(const char *kind, Table<Row> &table, uint32_t head, Link Row::*at);
+    SdkStatus held(const char *what, uint32_t id, std::initializer_list<std::string> holders);
 
     void say(std::string reason);
     SdkStatus refuse(SdkStatus status, std::string reason);
     SdkStatus unknown(const char *what, uint32_t id);
     SdkStatus full(const char *what, const Occupancy &occupancy);
 
-    SdkStatus check_routed_port(const sdk_intf_create_params &params);
-    SdkStatus check_sub_interface(const sdk_intf_create_params &params);
-    SdkStatus check_svi(const sdk_intf_create_params &params);
+    SdkStatus check_routed_port(const IntfRow &row);
+    SdkStatus check_sub_interface(const IntfRow &row);
+    SdkStatus check_svi(const IntfRow &row);
     SdkStatus check_write(uint32_t intf_id, uint32_t attribute, uint32_t value);
     SdkStatus check_mask(const sdk_port_mask &mask, std::vector<uint32_t> &numbers);
     SdkStatus check_unicast(const Mac &mac);
     SdkStatus check_trappable(const Mac &mac);
 
-    uint32_t occupant(uint32_t type, const sdk_intf_create_params &params);
-    void occupy(uint32_t type, const sdk_intf_create_params &params, uint32_t intf_id);
-    void write(uint32_t intf_id, const AsicAttribute &attribute);
+    uint32_t occupant(const IntfRow &row);
+    void occupy(const IntfRow &row, uint32_t intf_id);
+    void write(const AttributeValueRow &attribute);
     void hold_lid(uint32_t intf_id, uint32_t lid_id);
-
-    AsicInterface copy(uint32_t intf_id, const InterfaceRow &row) const;
-    AsicLid copy(uint32_t lid_id, const LidRow &row) const;
-    AsicPortChannel copy(uint32_t pc_id, const PortChannelRow &row) const;
-    AsicRouterMac copy(uint32_t peer_mac_id, const RouterMacRow &row) const;
-    AsicTrap copy(uint32_t mac_trap_id, const TrapRow &row) const;
-    template <class Row> auto copy_all(const Table<Row> &table) const;
-    template <class Row> auto copy_one(Table<Row> &table, uint32_t id) const;
 
     struct TableRow {
         const char *name, *description;
@@ -225,10 +171,56 @@ struct Asic::State {
 
 /* Refusals */
 
+/* Who made an object that a refusal names. */
+std::string Asic::State::made(const Origin &origin)
+{
+    if (origin.request)
+        named.push_back(origin.request);
+    return fmt::format(" ({})", origin.to_text());
+}
+
+std::string Asic::State::words(const PendingRow &write)
+{
+    return fmt::format("the write of {} to interface {}{}",
+                       kvnsim::find_attribute(write.number)->name, write.intf_id, made(write.made));
+}
+
+/* What refers to an object: the first of its kind, and how many more. */
+std::string Asic::State::holder(const char *kind, uint32_t id, const Origin &origin, size_t count)
+{
+    std::string text = fmt::format("{} {}{}", kind, id, made(origin));
+    if (count > 1)
+        text += fmt::format(" and {} more", count - 1);
+    return text;
+}
+
+/* The same of all rows of the chain that begins at head; empty without one. */
+template <class Row>
+std::string Asic::State::holder(const char *kind, Table<Row> &table, uint32_t head, Link Row::*at)
+{
+    size_t count = 0;
+    for (uint32_t id = head; id != 0; id = (table[id].*at).next)
+        ++count;
+    return count == 0 ? "" : holder(kind, head, table[head].made, count);
+}
+
+/* Refuse to destroy what something refers to. */
+SdkStatus Asic::State::held(const char *what, uint32_t id,
+                            std::initializer_list<std::string> holders)
+{
+    std::string text;
+    for (const std::string &holder : holders) {
+        if (!holder.empty())
+            text += (text.empty() ? "" : ", ") + holder;
+    }
+    return text.empty() ? SDK_E_NONE
+                        : refuse(SDK_E_BUSY, fmt::format("{} {} is held by {}", what, id, text));
+}
+
 void Asic::State::say(std::string reason)
 {
     last_refusal = std::move(reason);
-    Journal::instance().note(last_refusal);
+    Journal::instance().note(last_refusal, std::exchange(named, {}));
 }
 
 SdkStatus Asic::State::refuse(SdkStatus status, std::string reason)
@@ -258,141 +250,141 @@ SdkStatus Asic::State::check_unicast(const Mac &mac)
 /* A trap takes group addresses too: there are gateways that have one. */
 SdkStatus Asic::State::check_trappable(const Mac &mac)
 {
-    return as_number(mac) != 0 ? SDK_E_NONE : refuse(SDK_E_PARAM, to_text(mac) + " is no address");
+    return as_number(mac) != 0 ? SDK_E_NONE
+                               : refuse(SDK_E_PARAM, to_text(mac) + " is no address");
 }
 
 /* Interfaces */
 
-SdkStatus Asic::State::check_routed_port(const sdk_intf_create_params &params)
+SdkStatus Asic::State::check_routed_port(const IntfRow &row)
 {
-    if (params.param2 != 0 || params.param3 > 1 || params.param4 != 0 || params.param5 != 0)
+    if (row.param2 != 0 || row.param3 > 1 || row.param4 != 0 || row.param5 != 0)
         return refuse(SDK_E_PARAM, "a routed port takes param1 and param3 (0 or 1), no other word");
-    if (params.param3 == 1)
-        return pc.find(params.param1) ? SDK_E_NONE : unknown("port-channel", params.param1);
-    if (params.param1 == 0 || params.param1 >= ports)
+    if (row.param3 == 1)
+        return pc.find(row.param1) ? SDK_E_NONE : unknown("port-channel", row.param1);
+    if (row.param1 == 0 || row.param1 >= ports)
         return refuse(SDK_E_PARAM,
-                      fmt::format("there is no front port {}, only 1 to 255", params.param1));
-    if (const PortRow &on = port[params.param1]; on.pc_id != 0)
+                      fmt::format("there is no front port {}, only 1 to 255", row.param1));
+    if (const MemberRow &on = port[row.param1].member; on.pc_id != 0)
         return refuse(SDK_E_BUSY, fmt::format("front port {} is a member of port-channel {}{}",
-                                              params.param1, on.pc_id, made(on.member_origin)));
+                                              row.param1, on.pc_id, made(on.made)));
     return SDK_E_NONE;
 }
 
-SdkStatus Asic::State::check_sub_interface(const sdk_intf_create_params &params)
+SdkStatus Asic::State::check_sub_interface(const IntfRow &row)
 {
-    if (params.param3 != 0 || params.param4 != 0 || params.param5 != 0)
+    if (row.param3 != 0 || row.param4 != 0 || row.param5 != 0)
         return refuse(SDK_E_PARAM, "a sub-interface takes param1 and param2, no other word");
-    if (!is_vlan(params.param2))
-        return refuse(SDK_E_PARAM, fmt::format("VLAN {} is not 1 to 4094", params.param2));
-    if (params.param1 == no_id)
+    if (!is_vlan(row.param2))
+        return refuse(SDK_E_PARAM, fmt::format("VLAN {} is not 1 to 4094", row.param2));
+    if (row.param1 == no_id)
         return SDK_E_NONE;
-    const InterfaceRow *parent = intf.find(params.param1);
+    const Interface *parent = intf.find(row.param1);
     if (!parent)
-        return unknown("interface", params.param1);
+        return unknown("interface", row.param1);
     if (parent->type != sdk_routed_port)
         return refuse(SDK_E_PARAM,
                       fmt::format("interface {} is that of {}{}: only routed ports and "
                                   "port-channels have sub-interfaces",
-                                  params.param1, place(parent->type, parent->params),
-                                  made(parent->origin)));
+                                  row.param1, place(*parent), made(parent->made)));
     return SDK_E_NONE;
 }
 
-SdkStatus Asic::State::check_svi(const sdk_intf_create_params &params)
+SdkStatus Asic::State::check_svi(const IntfRow &row)
 {
-    if (params.param2 != 0 || params.param3 != 0 || params.param4 != 0 || params.param5 != 0)
+    if (row.param2 != 0 || row.param3 != 0 || row.param4 != 0 || row.param5 != 0)
         return refuse(SDK_E_PARAM, "an SVI takes param1, no other word");
-    if (!is_vlan(params.param1))
-        return refuse(SDK_E_PARAM, fmt::format("VLAN {} is not 1 to 4094", params.param1));
+    if (!is_vlan(row.param1))
+        return refuse(SDK_E_PARAM, fmt::format("VLAN {} is not 1 to 4094", row.param1));
     return SDK_E_NONE;
 }
 
-/* The interface that has the place which these parameters name, 0 when it is free. */
-uint32_t Asic::State::occupant(uint32_t type, const sdk_intf_create_params &params)
+/* The interface on what this one is on, 0 when it is free. */
+uint32_t Asic::State::occupant(const IntfRow &row)
 {
-    if (type == sdk_svi)
-        return svi[params.param1];
-    if (type == sdk_routed_port)
-        return params.param3 == 1 ? pc[params.param1].intf_id : port[params.param1].intf_id;
-    const auto at = sub_interfaces.find(sub_interface_key(params.param1, params.param2));
+    if (row.type == sdk_svi)
+        return svi[row.param1];
+    if (row.type == sdk_routed_port)
+        return row.param3 == 1 ? pc[row.param1].intf_id : port[row.param1].intf_id;
+    const auto at = sub_interfaces.find(sub_interface_key(row.param1, row.param2));
     return at == sub_interfaces.end() ? 0 : at->second;
 }
 
-/* Give the place to the interface, or to nobody with 0. */
-void Asic::State::occupy(uint32_t type, const sdk_intf_create_params &params, uint32_t intf_id)
+/* Give what the interface is on to this one, or to nobody with 0. */
+void Asic::State::occupy(const IntfRow &row, uint32_t intf_id)
 {
-    if (type == sdk_svi)
-        svi[params.param1] = intf_id;
-    else if (type == sdk_routed_port)
-        (params.param3 == 1 ? pc[params.param1].intf_id : port[params.param1].intf_id) = intf_id;
-    else if (params.param1 == no_id)
+    if (row.type == sdk_svi)
+        svi[row.param1] = intf_id;
+    else if (row.type == sdk_routed_port)
+        (row.param3 == 1 ? pc[row.param1].intf_id : port[row.param1].intf_id) = intf_id;
+    else if (row.param1 == no_id)
         return; /* the VLANs of unknown parents cannot be told apart */
     else if (intf_id != 0)
-        sub_interfaces[sub_interface_key(params.param1, params.param2)] = intf_id;
+        sub_interfaces[sub_interface_key(row.param1, row.param2)] = intf_id;
     else
-        sub_interfaces.erase(sub_interface_key(params.param1, params.param2));
+        sub_interfaces.erase(sub_interface_key(row.param1, row.param2));
 }
 
 SdkStatus Asic::intf_create(uint32_t type, const sdk_intf_create_params &params, uint32_t &intf_id)
 {
     State &s = *state_;
+    Interface row;
+    static_cast<IntfRow &>(row) = {
+        0, type, params.param1, params.param2, params.param3, params.param4, params.param5, now()};
     SdkStatus status;
     switch (type) {
     case sdk_routed_port:
-        status = s.check_routed_port(params);
+        status = s.check_routed_port(row);
         break;
     case sdk_sub_interface:
-        status = s.check_sub_interface(params);
+        status = s.check_sub_interface(row);
         break;
     case sdk_svi:
-        status = s.check_svi(params);
+        status = s.check_svi(row);
         break;
     default:
         status = s.refuse(SDK_E_PARAM, fmt::format("there is no interface type {}", type));
     }
     if (status != SDK_E_NONE)
         return status;
-    if (const uint32_t other = s.occupant(type, params))
-        return s.refuse(SDK_E_EXISTS,
-                        fmt::format("{} has interface {} already{}", place(type, params), other,
-                                    made(s.intf[other].origin)));
+    if (const uint32_t other = s.occupant(row))
+        return s.refuse(SDK_E_EXISTS, fmt::format("{} has interface {} already{}", place(row),
+                                                  other, s.made(s.intf[other].made)));
     if (s.intf.occupancy.full())
         return s.full("interface", s.intf.occupancy);
 
-    InterfaceRow row;
-    row.origin = now();
     row.attributes.reserve(usual_attributes);
-    row.params = params;
-    row.type = type;
     intf_id = s.intf.take(std::move(row));
-    s.intf[intf_id].intf_id = intf_id;
-    s.occupy(type, params, intf_id);
+    Interface &made = s.intf[intf_id];
+    made.intf_id = intf_id;
+    s.occupy(made, intf_id);
     if (type == sdk_sub_interface && params.param1 != no_id)
-        chain(s.intf, s.intf[params.param1].first_child, &InterfaceRow::sibling, intf_id);
+        chain(s.intf, s.intf[params.param1].first_child, &Interface::sibling, intf_id);
     return SDK_E_NONE;
 }
 
 SdkStatus Asic::intf_destroy(uint32_t intf_id)
 {
     State &s = *state_;
-    InterfaceRow *row = s.intf.find(intf_id);
+    Interface *row = s.intf.find(intf_id);
     if (!row)
         return s.unknown("interface", intf_id);
     /* A queued write must not meet another interface that got the identifier. */
     if (!s.pending.empty())
         return s.refuse(SDK_E_BUSY,
                         fmt::format("the pending batch is not flushed, it begins with {}",
-                                    to_text(s.pending.front())));
-    Holders holders;
-    holders.add("sub-interface", s.intf, row->first_child, &InterfaceRow::sibling);
-    holders.add("MAC trap", s.trap, row->first_trap, &TrapRow::neighbour);
-    if (!holders.none())
-        return s.refuse(SDK_E_BUSY, holders.of("interface", intf_id));
+                                    s.words(s.pending.front())));
+    const SdkStatus status =
+        s.held("interface", intf_id,
+               {s.holder("sub-interface", s.intf, row->first_child, &Interface::sibling),
+                s.holder("MAC trap", s.trap, row->first_trap, &Trap::neighbour)});
+    if (status != SDK_E_NONE)
+        return status;
 
     s.hold_lid(intf_id, 0);
-    if (row->type == sdk_sub_interface && row->params.param1 != no_id)
-        unchain(s.intf, s.intf[row->params.param1].first_child, &InterfaceRow::sibling, intf_id);
-    s.occupy(row->type, row->params, 0);
+    if (row->type == sdk_sub_interface && row->param1 != no_id)
+        unchain(s.intf, s.intf[row->param1].first_child, &Interface::sibling, intf_id);
+    s.occupy(*row, 0);
     s.attr.use(s.attr.used - static_cast<uint32_t>(row->attributes.size()));
     s.intf.release(intf_id);
     return SDK_E_NONE;
@@ -402,10 +394,10 @@ SdkStatus Asic::intf_destroy(uint32_t intf_id)
 
 SdkStatus Asic::State::check_write(uint32_t intf_id, uint32_t attribute, uint32_t value)
 {
-    InterfaceRow *row = intf.find(intf_id);
+    Interface *row = intf.find(intf_id);
     if (!row)
         return unknown("interface", intf_id);
-    const AttributeRow *known = find_attribute(attribute);
+    const AttributeRow *known = kvnsim::find_attribute(attribute);
     if (!known)
         return refuse(SDK_E_PARAM, fmt::format("there is no attribute {}", attribute));
     if (!known->rule->accepts(value))
@@ -423,43 +415,43 @@ void Asic::State::hold_lid(uint32_t intf_id, uint32_t lid_id)
 {
     uint32_t &held = intf[intf_id].held_lid;
     if (held != 0)
-        unchain(intf, lid[held].first_bound, &InterfaceRow::lid_mate, intf_id);
+        unchain(intf, lid[held].first_bound, &Interface::lid_mate, intf_id);
     held = lid_id;
     if (held != 0)
-        chain(intf, lid[held].first_bound, &InterfaceRow::lid_mate, intf_id);
+        chain(intf, lid[held].first_bound, &Interface::lid_mate, intf_id);
 }
 
-void Asic::State::write(uint32_t intf_id, const AsicAttribute &attribute)
+void Asic::State::write(const AttributeValueRow &attribute)
 {
-    InterfaceRow &row = intf[intf_id];
-    if (AsicAttribute *before = written(row, attribute.number)) {
+    Interface &row = intf[attribute.intf_id];
+    if (AttributeValueRow *before = written(row, attribute.number)) {
         *before = attribute;
     } else {
         row.attributes.insert(place_of(row.attributes, attribute.number), attribute);
         attr.use(attr.used + 1);
     }
     if (attribute.number == SdkIntfAttrLid && row.holds_its_lid())
-        hold_lid(intf_id, attribute.value);
+        hold_lid(attribute.intf_id, attribute.value);
 }
 
 SdkStatus Asic::attr_set(uint32_t intf_id, uint32_t attribute, uint32_t value)
 {
     const SdkStatus status = state_->check_write(intf_id, attribute, value);
     if (status == SDK_E_NONE)
-        state_->write(intf_id, {attribute, value, now()});
+        state_->write({intf_id, attribute, value, now()});
     return status;
 }
 
 SdkStatus Asic::attr_get(uint32_t intf_id, uint32_t attribute, uint32_t &value)
 {
     State &s = *state_;
-    InterfaceRow *row = s.intf.find(intf_id);
+    Interface *row = s.intf.find(intf_id);
     if (!row)
         return s.unknown("interface", intf_id);
-    const AttributeRow *known = find_attribute(attribute);
+    const AttributeRow *known = kvnsim::find_attribute(attribute);
     if (!known)
         return s.refuse(SDK_E_PARAM, fmt::format("there is no attribute {}", attribute));
-    const AsicAttribute *found = written(*row, attribute);
+    const AttributeValueRow *found = written(*row, attribute);
     value = found ? found->value : known->initial;
     return SDK_E_NONE;
 }
@@ -469,7 +461,8 @@ SdkStatus Asic::attr_set_batch(uint32_t intf_id, uint32_t attribute, uint32_t va
     State &s = *state_;
     const SdkStatus status = s.check_write(intf_id, attribute, value);
     if (status == SDK_E_NONE)
-        s.pending.push_back({intf_id, {attribute, value, now()}});
+        s.pending.push_back(
+            {static_cast<uint32_t>(s.pending.size()), intf_id, attribute, value, now()});
     return status;
 }
 
@@ -478,12 +471,11 @@ uint32_t Asic::batch_flush()
     State &s = *state_;
     uint32_t dropped = 0;
     std::string first;
-    for (const AsicPendingWrite &write : s.pending) {
-        const AsicAttribute &attribute = write.attribute;
-        if (s.check_write(write.intf_id, attribute.number, attribute.value) == SDK_E_NONE)
-            s.write(write.intf_id, attribute);
+    for (const PendingRow &write : s.pending) {
+        if (s.check_write(write.intf_id, write.number, write.value) == SDK_E_NONE)
+            s.write({write.intf_id, write.number, write.value, write.made});
         else if (++dropped == 1)
-            first = fmt::format("{} is dropped: {}", to_text(write), s.last_refusal);
+            first = fmt::format("{} is dropped: {}", s.words(write), s.last_refusal);
     }
     s.pending.clear();
     if (dropped > 1)
@@ -500,7 +492,7 @@ SdkStatus Asic::switch_config_get(uint32_t item, sdk_switch_config &request)
         return s.refuse(SDK_E_UNAVAIL, fmt::format("there is no configuration item {}", item));
     if (!s.lid.find(request.word[0]))
         return s.unknown("LID entry", request.word[0]);
-    request.word[1] = ifmap_idx_of(request.word[0]);
+    request.word[1] = s.lid[request.word[0]].ifmap_idx;
     return SDK_E_NONE;
 }
 
@@ -511,37 +503,37 @@ SdkStatus Asic::portchannel_create(uint32_t &pc_id)
     State &s = *state_;
     if (s.pc.occupancy.full())
         return s.full("port-channel", s.pc.occupancy);
-    PortChannelRow row;
-    row.origin = now();
-    pc_id = s.pc.take(std::move(row));
+    pc_id = s.pc.take({});
+    static_cast<PortChannelRow &>(s.pc[pc_id]) = {pc_id, now()};
     return SDK_E_NONE;
 }
 
 SdkStatus Asic::portchannel_destroy(uint32_t pc_id)
 {
     State &s = *state_;
-    PortChannelRow *row = s.pc.find(pc_id);
+    PortChannel *row = s.pc.find(pc_id);
     if (!row)
         return s.unknown("port-channel", pc_id);
-    Holders holders;
+    std::string member, intf, lid;
     if (row->members != 0) {
-        uint32_t number = 1;
-        while (s.port[number].pc_id != pc_id)
-            ++number;
-        holders.add("member port", number, s.port[number].member_origin, row->members);
+        const auto first = std::find_if(s.port.begin(), s.port.end(), [&](const FrontPort &port) {
+            return port.member.pc_id == pc_id;
+        });
+        member =
+            s.holder("member port", first->member.front_port, first->member.made, row->members);
     }
     if (row->intf_id != 0)
-        holders.add("interface", row->intf_id, s.intf[row->intf_id].origin, 1);
+        intf = s.holder("interface", row->intf_id, s.intf[row->intf_id].made, 1);
     if (!row->lids.empty()) {
         const uint32_t lid_id = *row->lids.begin();
         const auto &paths = s.lid[lid_id].paths;
         const auto path = std::find_if(paths.begin(), paths.end(), leads_to_channel);
-        holders.add("LID entry", lid_id, path->origin, row->lids.size());
+        lid = s.holder("LID entry", lid_id, path->made, row->lids.size());
     }
-    if (!holders.none())
-        return s.refuse(SDK_E_BUSY, holders.of("port-channel", pc_id));
-    s.pc.release(pc_id);
-    return SDK_E_NONE;
+    const SdkStatus status = s.held("port-channel", pc_id, {member, intf, lid});
+    if (status == SDK_E_NONE)
+        s.pc.release(pc_id);
+    return status;
 }
 
 SdkStatus Asic::State::check_mask(const sdk_port_mask &mask, std::vector<uint32_t> &numbers)
@@ -563,28 +555,26 @@ SdkStatus Asic::State::check_mask(const sdk_port_mask &mask, std::vector<uint32_
 SdkStatus Asic::member_add(uint32_t pc_id, const sdk_port_mask &mask)
 {
     State &s = *state_;
-    PortChannelRow *row = s.pc.find(pc_id);
+    PortChannel *row = s.pc.find(pc_id);
     if (!row)
         return s.unknown("port-channel", pc_id);
     std::vector<uint32_t> numbers;
     if (const SdkStatus status = s.check_mask(mask, numbers); status != SDK_E_NONE)
         return status;
     for (const uint32_t number : numbers) {
-        const PortRow &port = s.port[number];
-        if (port.pc_id != 0)
+        const MemberRow &member = s.port[number].member;
+        if (member.pc_id != 0)
             return s.refuse(SDK_E_EXISTS,
                             fmt::format("front port {} is a member of port-channel {} already{}",
-                                        number, port.pc_id, made(port.member_origin)));
+                                        number, member.pc_id, s.made(member.made)));
     }
     if (row->members + numbers.size() > s.member.capacity)
         return s.refuse(SDK_E_FULL,
                         fmt::format("no room for {} more in port-channel {}: {} of {} "
                                     "members",
                                     numbers.size(), pc_id, row->members, s.member.capacity));
-    for (const uint32_t number : numbers) {
-        s.port[number].pc_id = pc_id;
-        s.port[number].member_origin = now();
-    }
+    for (const uint32_t number : numbers)
+        s.port[number].member = {pc_id, number, now()};
     row->members += static_cast<uint32_t>(numbers.size());
     s.member.use(std::max(s.member.used, row->members));
     return SDK_E_NONE;
@@ -593,25 +583,23 @@ SdkStatus Asic::member_add(uint32_t pc_id, const sdk_port_mask &mask)
 SdkStatus Asic::member_delete(uint32_t pc_id, const sdk_port_mask &mask)
 {
     State &s = *state_;
-    PortChannelRow *row = s.pc.find(pc_id);
+    PortChannel *row = s.pc.find(pc_id);
     if (!row)
         return s.unknown("port-channel", pc_id);
     std::vector<uint32_t> numbers;
     if (const SdkStatus status = s.check_mask(mask, numbers); status != SDK_E_NONE)
         return status;
     for (const uint32_t number : numbers) {
-        if (s.port[number].pc_id != pc_id)
+        if (s.port[number].member.pc_id != pc_id)
             return s.refuse(
                 SDK_E_NOT_FOUND,
                 fmt::format("front port {} is no member of port-channel {}", number, pc_id));
     }
-    for (const uint32_t number : numbers) {
-        s.port[number].pc_id = 0;
-        s.port[number].member_origin = {};
-    }
+    for (const uint32_t number : numbers)
+        s.port[number].member = {};
     row->members -= static_cast<uint32_t>(numbers.size());
     uint32_t most = 0;
-    s.pc.each([&](uint32_t, const PortChannelRow &any) { most = std::max(most, any.members); });
+    s.pc.each([&](const PortChannel &any) { most = std::max(most, any.members); });
     s.member.use(most);
     return SDK_E_NONE;
 }
@@ -623,27 +611,27 @@ SdkStatus Asic::lid_create(uint32_t &lid_id)
     State &s = *state_;
     if (s.lid.occupancy.full())
         return s.full("LID entry", s.lid.occupancy);
-    LidRow row;
-    row.origin = now();
-    lid_id = s.lid.take(std::move(row));
+    lid_id = s.lid.take({});
+    static_cast<LidRow &>(s.lid[lid_id]) = {lid_id, first_ifmap_idx + lid_id, now()};
     return SDK_E_NONE;
 }
 
 SdkStatus Asic::lid_destroy(uint32_t lid_id)
 {
     State &s = *state_;
-    LidRow *row = s.lid.find(lid_id);
+    Lid *row = s.lid.find(lid_id);
     if (!row)
         return s.unknown("LID entry", lid_id);
-    Holders holders;
-    holders.add("interface", s.intf, row->first_bound, &InterfaceRow::lid_mate);
-    if (!holders.none())
-        return s.refuse(SDK_E_BUSY, holders.of("LID entry", lid_id));
-    for (const AsicLidPath &path : row->paths) {
+    const SdkStatus status =
+        s.held("LID entry", lid_id,
+               {s.holder("interface", s.intf, row->first_bound, &Interface::lid_mate)});
+    if (status != SDK_E_NONE)
+        return status;
+    for (const LidPathRow &path : row->paths) {
         if (leads_to_channel(path))
-            s.pc[path.path.pc_id].lids.erase(lid_id);
+            s.pc[path.pc_id].lids.erase(lid_id);
         else
-            s.port[path.path.front_port].lid_id = 0;
+            s.port[path.front_port].lid_id = 0;
     }
     s.path.use(s.path.used - static_cast<uint32_t>(row->paths.size()));
     s.lid.release(lid_id);
@@ -653,7 +641,7 @@ SdkStatus Asic::lid_destroy(uint32_t lid_id)
 SdkStatus Asic::lid_path_add(uint32_t lid_id, const sdk_lid_path &path)
 {
     State &s = *state_;
-    LidRow *row = s.lid.find(lid_id);
+    Lid *row = s.lid.find(lid_id);
     if (!row)
         return s.unknown("LID entry", lid_id);
     switch (path.port_type) {
@@ -666,7 +654,7 @@ SdkStatus Asic::lid_path_add(uint32_t lid_id, const sdk_lid_path &path)
             other != row->paths.end())
             return s.refuse(SDK_E_EXISTS,
                             fmt::format("LID entry {} leads to port-channel {} already{}", lid_id,
-                                        other->path.pc_id, made(other->origin)));
+                                        other->pc_id, s.made(other->made)));
         break;
     case KVNSIM_SDK_PORT_TYPE_FRONT_PANEL:
         if (path.front_port == 0)
@@ -676,14 +664,15 @@ SdkStatus Asic::lid_path_add(uint32_t lid_id, const sdk_lid_path &path)
         if (const uint32_t other = s.port[path.front_port].lid_id)
             return s.refuse(SDK_E_EXISTS,
                             fmt::format("LID entry {} leads to front port {} already{}", other,
-                                        path.front_port, made(s.lid[other].origin)));
+                                        path.front_port, s.made(s.lid[other].made)));
         break;
     default:
         return s.refuse(SDK_E_PARAM, fmt::format("there is no port type {}", path.port_type));
     }
     if (s.path.full())
         return s.full("LID path", s.path);
-    row->paths.push_back({path, now()});
+    row->paths.push_back({lid_id, static_cast<uint32_t>(row->paths.size()), path.port_type,
+                          path.front_port, path.pc_id, now()});
     s.path.use(s.path.used + 1);
     if (path.port_type == SdkPortTypeChannel)
         s.pc[path.pc_id].lids.insert(lid_id);
@@ -701,11 +690,12 @@ SdkStatus Asic::router_mac_create(const Mac &mac, uint32_t &peer_mac_id)
         return status;
     if (const auto other = s.router_macs.find(as_number(mac)); other != s.router_macs.end())
         return s.refuse(SDK_E_EXISTS,
-                        fmt::format("{} is router MAC {} already{}", to_text(mac), other->second,
-                                    made(s.rmac[other->second].origin)));
+                        fmt::format("{} is router MAC {} already{}", to_text(mac),
+                                    other->second, s.made(s.rmac[other->second].made)));
     if (s.rmac.occupancy.full())
         return s.full("router MAC", s.rmac.occupancy);
-    peer_mac_id = s.rmac.take({now(), mac});
+    peer_mac_id = s.rmac.take({});
+    s.rmac[peer_mac_id] = {peer_mac_id, mac, now()};
     s.router_macs[as_number(mac)] = peer_mac_id;
     return SDK_E_NONE;
 }
@@ -731,12 +721,13 @@ SdkStatus Asic::trap_create(uint32_t intf_id, const Mac &mac, uint32_t &mac_trap
     if (const auto other = s.traps.find(trap_key(intf_id, mac)); other != s.traps.end())
         return s.refuse(SDK_E_EXISTS, fmt::format("interface {} has MAC trap {} for {} already{}",
                                                   intf_id, other->second, to_text(mac),
-                                                  made(s.trap[other->second].origin)));
+                                                  s.made(s.trap[other->second].made)));
     if (s.trap.occupancy.full())
         return s.full("MAC trap", s.trap.occupancy);
-    mac_trap_id = s.trap.take({now(), mac, intf_id, {}});
+    mac_trap_id = s.trap.take({});
+    static_cast<TrapRow &>(s.trap[mac_trap_id]) = {mac_trap_id, intf_id, mac, now()};
     s.traps[trap_key(intf_id, mac)] = mac_trap_id;
-    chain(s.trap, s.intf[intf_id].first_trap, &TrapRow::neighbour, mac_trap_id);
+    chain(s.trap, s.intf[intf_id].first_trap, &Trap::neighbour, mac_trap_id);
     return SDK_E_NONE;
 }
 
@@ -747,107 +738,84 @@ SdkStatus Asic::trap_destroy(uint32_t mac_trap_id)
     if (!row)
         return s.unknown("MAC trap", mac_trap_id);
     s.traps.erase(trap_key(row->intf_id, row->mac));
-    unchain(s.trap, s.intf[row->intf_id].first_trap, &TrapRow::neighbour, mac_trap_id);
+    unchain(s.trap, s.intf[row->intf_id].first_trap, &Trap::neighbour, mac_trap_id);
     s.trap.release(mac_trap_id);
     return SDK_E_NONE;
 }
 
 /* Looking at the tables */
 
-AsicInterface Asic::State::copy(uint32_t, const InterfaceRow &row) const
+template <class Row> using Visit = std::function<void(const Row &)>;
+
+template <> void Asic::each(const Visit<IntfRow> &visit) const
 {
-    return row;
+    state_->intf.each(visit);
+}
+template <> void Asic::each(const Visit<AttributeValueRow> &visit) const
+{
+    state_->intf.each([&](const Interface &row) {
+        std::for_each(row.attributes.begin(), row.attributes.end(), visit);
+    });
+}
+template <> void Asic::each(const Visit<LidRow> &visit) const
+{
+    state_->lid.each(visit);
+}
+template <> void Asic::each(const Visit<LidPathRow> &visit) const
+{
+    state_->lid.each(
+        [&](const Lid &row) { std::for_each(row.paths.begin(), row.paths.end(), visit); });
+}
+template <> void Asic::each(const Visit<PortChannelRow> &visit) const
+{
+    state_->pc.each(visit);
+}
+template <> void Asic::each(const Visit<MemberRow> &visit) const
+{
+    state_->pc.each([&](const PortChannel &row) {
+        for (uint32_t number = 1, left = row.members; left != 0; ++number) {
+            if (state_->port[number].member.pc_id != row.pc_id)
+                continue;
+            visit(state_->port[number].member);
+            --left;
+        }
+    });
+}
+template <> void Asic::each(const Visit<RouterMacRow> &visit) const
+{
+    state_->rmac.each(visit);
+}
+template <> void Asic::each(const Visit<TrapRow> &visit) const
+{
+    state_->trap.each(visit);
+}
+template <> void Asic::each(const Visit<PendingRow> &visit) const
+{
+    std::for_each(state_->pending.begin(), state_->pending.end(), visit);
+}
+template <> void Asic::each(const Visit<TableUse> &visit) const
+{
+    for (const State::TableRow &row : state_->tables())
+        visit({row.name, row.description, row.occupancy->used, row.occupancy->high_water,
+               row.occupancy->capacity});
 }
 
-AsicLid Asic::State::copy(uint32_t lid_id, const LidRow &row) const
+const IntfRow *Asic::find_interface(uint32_t intf_id) const
 {
-    return {lid_id, ifmap_idx_of(lid_id), row.paths, row.origin};
+    return state_->intf.find(intf_id);
 }
-
-AsicPortChannel Asic::State::copy(uint32_t pc_id, const PortChannelRow &row) const
+const AttributeValueRow *Asic::find_attribute(uint32_t intf_id, uint32_t number) const
 {
-    AsicPortChannel copied{pc_id, {}, row.origin};
-    for (uint32_t number = 1; copied.members.size() < row.members; ++number) {
-        if (port[number].pc_id == pc_id)
-            copied.members.push_back({number, port[number].member_origin});
-    }
-    return copied;
+    Interface *row = state_->intf.find(intf_id);
+    return row != nullptr ? written(*row, number) : nullptr;
 }
-
-AsicRouterMac Asic::State::copy(uint32_t peer_mac_id, const RouterMacRow &row) const
+const LidRow *Asic::find_lid(uint32_t lid_id) const
 {
-    return {peer_mac_id, row.mac, row.origin};
+    return state_->lid.find(lid_id);
 }
-
-AsicTrap Asic::State::copy(uint32_t mac_trap_id, const TrapRow &row) const
+const PortChannelRow *Asic::find_port_channel(uint32_t pc_id) const
 {
-    return {mac_trap_id, row.intf_id, row.mac, row.origin};
-}
-
-template <class Row> auto Asic::State::copy_all(const Table<Row> &table) const
-{
-    std::vector<decltype(copy(0, std::declval<Row>()))> rows;
-    rows.reserve(table.occupancy.used);
-    table.each([&](uint32_t id, const Row &row) { rows.push_back(copy(id, row)); });
-    return rows;
-}
-
-template <class Row> auto Asic::State::copy_one(Table<Row> &table, uint32_t id) const
-{
-    const Row *row = table.find(id);
-    return row ? std::optional(copy(id, *row)) : std::nullopt;
-}
-
-std::vector<AsicInterface> Asic::interfaces() const
-{
-    return state_->copy_all(state_->intf);
-}
-void Asic::each_interface(const std::function<void(const AsicInterface &)> &visit) const
-{
-    state_->intf.each([&](uint32_t, const InterfaceRow &row) { visit(row); });
-}
-std::vector<AsicLid> Asic::lids() const
-{
-    return state_->copy_all(state_->lid);
-}
-std::vector<AsicPortChannel> Asic::port_channels() const
-{
-    return state_->copy_all(state_->pc);
-}
-std::vector<AsicRouterMac> Asic::router_macs() const
-{
-    return state_->copy_all(state_->rmac);
-}
-std::vector<AsicTrap> Asic::traps() const
-{
-    return state_->copy_all(state_->trap);
-}
-
-std::optional<AsicInterface> Asic::interface(uint32_t intf_id) const
-{
-    return state_->copy_one(state_->intf, intf_id);
-}
-std::optional<AsicLid> Asic::lid(uint32_t lid_id) const
-{
-    return state_->copy_one(state_->lid, lid_id);
-}
-std::optional<AsicPortChannel> Asic::port_channel(uint32_t pc_id) const
-{
-    return state_->copy_one(state_->pc, pc_id);
-}
-
-std::vector<AsicPendingWrite> Asic::pending() const
-{
-    return state_->pending;
-}
-
-const AsicAttribute *AsicInterface::find(uint32_t attribute) const
-{
-    for (const AsicAttribute &written : attributes) {
-        if (written.number == attribute)
-            return &written;
-    }
-    return nullptr;
+    return state_->pc.find(pc_id);
 }
 
 /* Capacities */
@@ -862,15 +830,6 @@ std::array<Asic::State::TableRow, 8> Asic::State::tables()
              {"member", "members of the fullest port-channel", ports - 1, &member},
              {"rmac", "router MACs", last_id, &rmac.occupancy},
              {"trap", "MAC traps", last_id, &trap.occupancy}}};
-}
-
-std::vector<TableUse> Asic::tables() const
-{
-    std::vector<TableUse> uses;
-    for (const State::TableRow &row : state_->tables())
-        uses.push_back({row.name, row.description, row.occupancy->used, row.occupancy->high_water,
-                        row.occupancy->capacity});
-    return uses;
 }
 
 std::string Asic::set_limit(std::string_view table, uint32_t capacity)

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +11,7 @@
 #include "platform_api/libsdk.h"
 #include "sim/journal/journal.h"
 #include "sim/sdk/sdk_status.h"
+#include "sim/types/columns.h"
 #include "sim/types/mac.h"
 
 /* A software model of the forwarding ASIC, as strict as the silicon: identifiers, references,
@@ -19,64 +19,84 @@
  * the call that made it. */
 namespace kvnsim {
 
-/* The identifier that means "none"; never handed out. */
+/* "None" in identifiers; never handed out. */
 constexpr uint32_t no_id = 0xFFFF;
 
 enum SdkIntfType : uint32_t { sdk_routed_port = 1, sdk_sub_interface = 2, sdk_svi = 3 };
 
-/* Rows of the ASIC's tables: copies, good for as long as the holder likes. */
-struct AsicAttribute {
-    uint32_t number; /* SdkIntfAttr... */
-    uint32_t value;
-    Origin origin; /* the call that wrote it */
-};
-struct AsicInterface {
+/* Rows of the ASIC's tables. Each object remembers the call that made it. */
+
+struct IntfRow {
     uint32_t intf_id = 0;
     uint32_t type = 0; /* SdkIntfType */
-    sdk_intf_create_params params{};
-    std::vector<AsicAttribute> attributes; /* those ever written, in the order of the numbers */
-    Origin origin;
-    const AsicAttribute *find(uint32_t attribute) const; /* nullptr when never written */
+    uint32_t param1 = 0, param2 = 0, param3 = 0, param4 = 0, param5 = 0;
+    Origin made;
+    TABLE_ROW("asic_interface", intf_id, type, param1, param2, param3, param4, param5, made)
 };
-struct AsicLidPath {
-    sdk_lid_path path;
-    Origin origin;
+
+/* An attribute that was written. */
+struct AttributeValueRow {
+    uint32_t intf_id = 0;
+    uint32_t number = 0; /* SdkIntfAttr... */
+    uint32_t value = 0;
+    Origin made; /* the call that wrote it */
+    TABLE_ROW("asic_attribute", intf_id, number, value, made)
 };
-struct AsicLid {
-    uint32_t lid_id;
-    uint32_t ifmap_idx;             /* what switch-configuration item 38 answers */
-    std::vector<AsicLidPath> paths; /* in the order added */
-    Origin origin;
+
+struct LidRow {
+    uint32_t lid_id = 0;
+    uint32_t ifmap_idx = 0; /* what switch-configuration item 38 answers */
+    Origin made;
+    TABLE_ROW("asic_lid", lid_id, ifmap_idx, made)
 };
-struct AsicMember {
-    uint32_t front_port; /* 1..255 */
-    Origin origin;
+
+struct LidPathRow {
+    uint32_t lid_id = 0, position = 0; /* 0, 1, ... in the order added */
+    uint32_t port_type = 0, front_port = 0, pc_id = 0;
+    Origin made;
+    TABLE_ROW("asic_lid_path", lid_id, position, port_type, front_port, pc_id, made)
 };
-struct AsicPortChannel {
-    uint32_t pc_id;
-    std::vector<AsicMember> members; /* in the order of the ports */
-    Origin origin;
+
+struct PortChannelRow {
+    uint32_t pc_id = 0;
+    Origin made;
+    TABLE_ROW("asic_port_channel", pc_id, made)
 };
-struct AsicRouterMac {
-    uint32_t peer_mac_id;
-    Mac mac;
-    Origin origin;
+
+struct MemberRow {
+    uint32_t pc_id = 0, front_port = 0; /* front port 1..255 */
+    Origin made;
+    TABLE_ROW("asic_member", pc_id, front_port, made)
 };
-struct AsicTrap {
-    uint32_t mac_trap_id;
-    uint32_t intf_id;
-    Mac mac;
-    Origin origin;
+
+struct RouterMacRow {
+    uint32_t peer_mac_id = 0;
+    Mac mac{};
+    Origin made;
+    TABLE_ROW("asic_router_mac", peer_mac_id, mac, made)
 };
+
+struct TrapRow {
+    uint32_t mac_trap_id = 0, intf_id = 0;
+    Mac mac{};
+    Origin made;
+    TABLE_ROW("asic_trap", mac_trap_id, intf_id, mac, made)
+};
+
 /* An attribute write that waits for the flush. */
-struct AsicPendingWrite {
-    uint32_t intf_id;
-    AsicAttribute attribute;
+struct PendingRow {
+    uint32_t position = 0; /* 0, 1, ... in the order queued */
+    uint32_t intf_id = 0, number = 0, value = 0;
+    Origin made;
+    TABLE_ROW("asic_pending", position, intf_id, number, value, made)
 };
+
+/* How full one of the tables is and has been. */
 struct TableUse {
-    const char *name;        /* as set_limit takes it: "intf" */
-    const char *description; /* "interfaces" */
-    uint32_t used, high_water, capacity;
+    std::string_view name;        /* as set_limit takes it: "intf" */
+    std::string_view description; /* "interfaces" */
+    uint32_t used = 0, high_water = 0, capacity = 0;
+    TABLE_ROW("asic_table", name, description, used, high_water, capacity)
 };
 
 class Asic {
@@ -119,24 +139,23 @@ public:
     /* The reason of the last refusal: "port-channel 3 is held by LID entry 7 (made by ...)". */
     const std::string &last_refusal() const;
 
-    /* The tables, in the order of the identifiers. */
-    std::vector<AsicInterface> interfaces() const;
-    std::vector<AsicLid> lids() const;
-    std::vector<AsicPortChannel> port_channels() const;
-    std::vector<AsicRouterMac> router_macs() const;
-    std::vector<AsicTrap> traps() const;
-    std::vector<AsicPendingWrite> pending() const; /* in the order queued */
-    /* The interfaces one by one, in the order of the identifiers; each is good until visit returns,
-     * which changes nothing in the ASIC. */
-    void each_interface(const std::function<void(const AsicInterface &)> &visit) const;
+    /* Call visit for each row of that type, in the order of the identifiers; pending writes in the
+     * order queued. A row is good until visit returns, which changes nothing in the ASIC. */
+    template <class Row> void each(const std::function<void(const Row &)> &visit) const;
+    /* The same as copies. */
+    template <class Row> std::vector<Row> rows() const
+    {
+        std::vector<Row> all;
+        each<Row>([&](const Row &row) { all.push_back(row); });
+        return all;
+    }
 
-    /* One row, empty when there is none of that identifier. */
-    std::optional<AsicInterface> interface(uint32_t intf_id) const;
-    std::optional<AsicLid> lid(uint32_t lid_id) const;
-    std::optional<AsicPortChannel> port_channel(uint32_t pc_id) const;
+    /* One row, nullptr when there is none of that identifier; good until the next operation. */
+    const IntfRow *find_interface(uint32_t intf_id) const;
+    const AttributeValueRow *find_attribute(uint32_t intf_id, uint32_t number) const;
+    const LidRow *find_lid(uint32_t lid_id) const;
+    const PortChannelRow *find_port_channel(uint32_t pc_id) const;
 
-    /* How full each table is and has been. */
-    std::vector<TableUse> tables() const;
     /* Change a table's capacity; what it holds already stays. Empty on success, else what is wrong,
      * with the names or numbers that are possible. */
     std::string set_limit(std::string_view table, uint32_t capacity);

@@ -26,6 +26,7 @@ public:
         if ((middles_[bit >> 12] &= ~mask(bit >> 6)) == 0)
             top_ &= ~mask(bit >> 12);
     }
+    bool none() const { return top_ == 0; }
     bool test(uint32_t bit) const { return (leaves_[bit >> 6] & mask(bit)) != 0; }
     /* At least one bit must be set. */
     uint32_t lowest() const
@@ -63,51 +64,48 @@ template <class Row> class Table {
 public:
     Occupancy occupancy; /* only its capacity is for others to change */
 
-    explicit Table(uint32_t capacity) : occupancy{capacity}, rows_(first_id)
-    {
-        for (uint32_t id = first_id; id <= last_id; ++id)
-            free_.set(id);
-    }
+    explicit Table(uint32_t capacity) : occupancy{capacity}, rows_(first_id) {}
 
     /* A new row; the table must not be full. */
     uint32_t take(Row row)
     {
-        const uint32_t id = free_.lowest();
-        free_.clear(id);
         occupancy.use(occupancy.used + 1);
-        if (id == rows_.size())
+        if (released_.none()) {
             rows_.push_back(std::move(row));
-        else
-            rows_[id] = std::move(row);
+            return static_cast<uint32_t>(rows_.size() - 1);
+        }
+        const uint32_t id = released_.lowest();
+        released_.clear(id);
+        rows_[id] = std::move(row);
         return id;
     }
     void release(uint32_t id)
     {
         rows_[id] = Row();
-        free_.set(id);
+        released_.set(id);
         occupancy.use(occupancy.used - 1);
     }
     Row *find(uint32_t id)
     {
-        return id >= first_id && id < rows_.size() && !free_.test(id) ? &rows_[id] : nullptr;
+        return id >= first_id && id < rows_.size() && !released_.test(id) ? &rows_[id] : nullptr;
     }
     Row &operator[](uint32_t id) { return rows_[id]; }
 
-    /* Call visit(identifier, row) for each row, in the order of the identifiers. */
+    /* Call visit(row) for each row, in the order of the identifiers. */
     template <class Visit> void each(Visit &&visit) const
     {
         for (uint32_t id = first_id; id < rows_.size(); ++id) {
-            if (!free_.test(id))
-                visit(id, rows_[id]);
+            if (!released_.test(id))
+                visit(rows_[id]);
         }
     }
 
 private:
-    LowestBit free_;
-    std::vector<Row> rows_; /* by identifier; never more than one past the highest used */
+    LowestBit released_;    /* of the rows that there have been */
+    std::vector<Row> rows_; /* by identifier */
 };
 
-/* A place in a chain of rows that refer to the same object; 0 is nobody. */
+/* A link in a chain of rows that refer to the same object; 0 is nobody. */
 struct Link {
     uint32_t next = 0, previous = 0;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <map>
 #include <set>
 
 #include <fmt/format.h>
@@ -73,17 +74,21 @@ private:
     /* ---- Telling ---- */
 
     void tell(AuditKind kind, std::string object, std::string property, std::string interface,
-              std::string words, std::initializer_list<const Made *> makers = {})
+              std::string words, std::initializer_list<const Origin *> makers = {})
     {
-        std::vector<uint64_t> requests;
-        for (const Made *made : makers) {
-            if (made != nullptr && made->request != 0)
-                requests.push_back(made->request);
+        std::map<uint64_t, RequestRef> requests;
+        for (const Origin *made : makers) {
+            if (made != nullptr && made->request)
+                requests.emplace(made->number(), made->request);
         }
-        std::sort(requests.begin(), requests.end());
-        requests.erase(std::unique(requests.begin(), requests.end()), requests.end());
-        findings_.push_back({kind, std::move(object), std::move(property), std::move(interface),
-                             std::move(words), std::move(requests)});
+        findings_.push_back({kind,
+                             std::move(object),
+                             std::move(property),
+                             std::move(interface),
+                             std::move(words),
+                             {}});
+        for (const auto &[number, request] : requests)
+            findings_.back().requests.push_back(request);
     }
 
     /* record: "the host", "the library" */
@@ -105,15 +110,14 @@ private:
         tell(AuditKind::missing, object, property, interface, std::move(words), {&failure.made});
     }
 
-    std::string made_by(const Made &made) const { return "made by " + s_.words(made); }
+    static std::string made_by(const Origin &made) { return "made by " + made.to_text(); }
 
     /* The interface for which a request made something that no record names. */
-    std::string concerned(const Made &made) const
+    static std::string concerned(const Origin &made)
     {
-        const RequestRow *request = s_.request(made.request);
-        return request != nullptr ? request->subject : std::string();
+        return made.request ? made.request->subject : std::string();
     }
-    std::string concerned_channel(const Made &made) const
+    std::string concerned_channel(const Origin &made) const
     {
         const std::string name = concerned(made);
         const HostRow *host = index_.host(name);
@@ -128,23 +132,25 @@ private:
     {
         if (host.port_lid && index_.lid(*host.port_lid) == nullptr)
             tell_gone(host, port_lid, "the host", "LID entry", *host.port_lid);
-        if (host.held_lid && !is_none(*host.held_lid) && index_.lid(*host.held_lid) == nullptr)
+        if (host.held_lid && *host.held_lid != no_id && index_.lid(*host.held_lid) == nullptr)
             tell_gone(host, "LID entry", "the host", "LID entry", *host.held_lid);
         if (host.held_pc && index_.port_channel(*host.held_pc) == nullptr)
             tell_gone(host, "port-channel", "the host", "port-channel", *host.held_pc);
         check_kept(host);
 
-        const bool is_wanted = host.kind == "port" ? index_.wanted_port(host.name) != nullptr
-                                                   : index_.wanted(host) != nullptr;
+        const bool is_wanted = host.kind == InterfaceKind::port
+                                   ? index_.wanted_port(host.name) != nullptr
+                                   : index_.wanted(host) != nullptr;
         if (!is_wanted && !tell_unwanted(host))
             tell(
-                AuditKind::unwanted, host.name, host.kind == "port" ? port_lid : "", host.name,
-                fmt::format("{} {} is not wanted and the host still has it", host.kind, host.name));
+                AuditKind::unwanted, host.name, host.kind == InterfaceKind::port ? port_lid : "",
+                host.name,
+                fmt::format("{} {} is not wanted and the host still has it", to_text(host.kind), host.name));
     }
 
     void check_kept(const HostRow &host)
     {
-        const DbMemberIntf *row = find_row(s_.member_intf, &DbMemberIntf::ifindex, host.ifindex);
+        const MemberIntfRow *row = find_row(s_.member_intf, &MemberIntfRow::ifindex, host.ifindex);
         if (!host.kept_intf)
             return;
         const uint32_t kept = *host.kept_intf;
@@ -173,7 +179,7 @@ private:
         const ContextRow *context = index_.context(host.ifindex);
         if (context == nullptr)
             return false;
-        const IntfRow *intf = is_none(context->intf_id) ? nullptr : index_.intf(context->intf_id);
+        const IntfRow *intf = context->intf_id == no_id ? nullptr : index_.intf(context->intf_id);
         if (intf != nullptr) {
             tell(AuditKind::unwanted, host.name, "SDK interface", host.name,
                  fmt::format("{} is not wanted and has SDK interface {}, {}", host.name,
@@ -181,14 +187,14 @@ private:
                  {&intf->made});
             return true;
         }
-        if (host.kind != "port-channel")
+        if (host.kind != InterfaceKind::port_channel)
             return false;
         const PortChannelRow *channel =
-            is_none(context->pc_id) ? nullptr : index_.port_channel(context->pc_id);
-        const LidRow *lid = is_none(context->lid_id) ? nullptr : index_.lid(context->lid_id);
+            context->pc_id == no_id ? nullptr : index_.port_channel(context->pc_id);
+        const LidRow *lid = context->lid_id == no_id ? nullptr : index_.lid(context->lid_id);
         if (channel == nullptr && lid == nullptr)
             return false;
-        const Made &made = channel != nullptr ? channel->made : lid->made;
+        const Origin &made = channel != nullptr ? channel->made : lid->made;
         tell(AuditKind::unwanted, host.name, channel != nullptr ? "port-channel" : "LID entry",
              host.name,
              fmt::format("{} is not wanted and has {} {}, {}", host.name,
@@ -203,15 +209,15 @@ private:
         const HostRow *host = index_.host(context.ifindex);
         if (host == nullptr)
             return;
-        const bool is_channel = host->kind == "port-channel";
-        if (!is_none(context.lid_id)) {
+        const bool is_channel = host->kind == InterfaceKind::port_channel;
+        if (context.lid_id != no_id) {
             if (index_.lid(context.lid_id) == nullptr)
                 tell_gone(*host, "LID entry", "the library", "LID entry", context.lid_id);
             else if (is_channel)
                 check_claim(*host, "LID entry", context.lid_id,
                             index_.owner_of_lid(context.lid_id));
         }
-        if (is_channel && !is_none(context.pc_id)) {
+        if (is_channel && context.pc_id != no_id) {
             if (index_.port_channel(context.pc_id) == nullptr) {
                 tell_gone(*host, "port-channel", "the library", "port-channel", context.pc_id);
             } else {
@@ -225,10 +231,11 @@ private:
         const bool may_exist =
             wanted != nullptr && (index_.must_exist(*wanted) ||
                                   (wanted->routed && joined_members_.count(host->ifindex) != 0));
-        const bool known_port = host->kind == "port" && index_.wanted_port(host->name) != nullptr;
+        const bool known_port =
+            host->kind == InterfaceKind::port && index_.wanted_port(host->name) != nullptr;
         if (!may_exist && (wanted != nullptr || known_port))
             tell_unwanted(*host);
-        if (is_none(context.intf_id))
+        if (context.intf_id == no_id)
             return;
         const IntfRow *intf = index_.intf(context.intf_id);
         if (intf == nullptr) {
@@ -254,15 +261,15 @@ private:
                      const char *property)
     {
         uint32_t type = sdk_routed_port, param1 = host.number + 1, param2 = 0, param3 = 0;
-        if (host.kind == "port-channel") {
+        if (host.kind == InterfaceKind::port_channel) {
             const ContextRow *context = index_.context(host.ifindex);
             param1 = context != nullptr ? context->pc_id : no_id;
             param3 = 1;
-        } else if (host.kind == "sub-interface") {
+        } else if (host.kind == InterfaceKind::sub_interface) {
             const HostRow *parent = host.parent ? index_.host(*host.parent) : nullptr;
             const ContextRow *context =
                 parent != nullptr ? index_.serving_context(*parent) : nullptr;
-            if (context == nullptr || is_none(context->intf_id)) {
+            if (context == nullptr || context->intf_id == no_id) {
                 tell(AuditKind::dangling, host.name, "parent", host.name,
                      fmt::format("{} has SDK interface {}, and its parent {} has none", host.name,
                                  index_.intf_words(intf.intf_id),
@@ -273,7 +280,7 @@ private:
             type = sdk_sub_interface;
             param1 = context->intf_id;
             param2 = host.vlan;
-        } else if (host.kind == "SVI") {
+        } else if (host.kind == InterfaceKind::svi) {
             type = sdk_svi;
             param1 = host.vlan;
         }
@@ -294,7 +301,7 @@ private:
     void check_interface(const HostRow &host, const ContextRow &context,
                          const WantedInterface *wanted)
     {
-        const DbL3lif *const row = index_.l3lif(host.ifindex);
+        const L3lifRow *const row = index_.l3lif(host.ifindex);
         const auto written = index_.attributes(context.intf_id);
         for (const ExpectedAttribute &e : index_.expected_attributes(host, context, wanted)) {
             const AttributeState now = index_.attribute(written, context.intf_id, e.number);
@@ -304,11 +311,11 @@ private:
             if (now.after_flush() != e.value || !published_right)
                 tell_difference(host, e, now, published);
         }
-        if (host.kind == "port" && context.lid_id != host.port_lid.value_or(no_id))
+        if (host.kind == InterfaceKind::port && context.lid_id != host.port_lid.value_or(no_id))
             tell(AuditKind::difference, host.name, "LID entry", host.name,
                  fmt::format("{} is recorded with LID entry {}, its port has {}", host.name,
                              id_words(context.lid_id), id_words(host.port_lid.value_or(no_id))));
-        if (host.kind == "sub-interface" && host.parent) {
+        if (host.kind == InterfaceKind::sub_interface && host.parent) {
             const HostRow *parent = index_.host(*host.parent);
             const ContextRow *served =
                 parent != nullptr ? index_.serving_context(*parent) : nullptr;
@@ -318,15 +325,16 @@ private:
                                  host.name, id_words(context.lid_id), parent->name,
                                  id_words(served->lid_id)));
         }
-        if (host.kind == "port")
+        if (host.kind == InterfaceKind::port)
             check_pm_row(host, context);
         if (wanted == nullptr)
             return;
-        if ((host.kind == "SVI" || host.kind == "sub-interface") && host.vlan != wanted->number)
+        if ((host.kind == InterfaceKind::svi || host.kind == InterfaceKind::sub_interface) &&
+            host.vlan != wanted->number)
             tell(AuditKind::difference, host.name, "VLAN", host.name,
                  fmt::format("{} is on VLAN {} with the host, configured {}", host.name, host.vlan,
                              wanted->number));
-        if (host.kind != "SVI" && host.pd_state != state_created)
+        if (host.kind != InterfaceKind::svi && host.pd_state != state_created)
             tell(AuditKind::difference, host.name, "state", host.name,
                  fmt::format("{} has an SDK interface and state {}, not {} (created)", host.name,
                              host.pd_state, state_created));
@@ -344,12 +352,12 @@ private:
 
     static std::string id_words(uint32_t id)
     {
-        return is_none(id) ? std::string("none") : fmt::to_string(id);
+        return id == no_id ? std::string("none") : fmt::to_string(id);
     }
 
     /* The properties that are published once written. Others are in the published row too, as they
      * were at that moment. */
-    static std::optional<uint32_t> published_value(const DbL3lif *row, uint32_t attribute)
+    static std::optional<uint32_t> published_value(const L3lifRow *row, uint32_t attribute)
     {
         if (row == nullptr)
             return std::nullopt;
@@ -386,16 +394,16 @@ private:
         const char *const property = property_name(expected.number);
         std::string words = fmt::format("{} of {} is {} in the ASIC, {} {}", property, host.name,
                                         now.value, expected.source, expected.value);
-        const Made *database = nullptr;
+        const Origin *database = nullptr;
         if (published) {
             database = &index_.l3lif(host.ifindex)->made;
             words += fmt::format(", {} in the shared database", *published);
         }
         const AttributeValueRow *row = now.written;
-        words += row != nullptr ? ": written by " + s_.words(row->made) : ": never written";
+        words += row != nullptr ? ": written by " + row->made.to_text() : ": never written";
         if (now.waits != nullptr)
             words += fmt::format("; {} waits for the flush, queued by {}", now.waits->value,
-                                 s_.words(now.waits->made));
+                                 now.waits->made.to_text());
         tell(AuditKind::difference, host.name, property, host.name, std::move(words),
              {row != nullptr ? &row->made : nullptr,
               now.waits != nullptr ? &now.waits->made : nullptr, database});
@@ -403,8 +411,8 @@ private:
 
     void check_label(const HostRow &host)
     {
-        const DbLabel *row = index_.label(host.ifindex);
-        const bool is_svi = host.kind == "SVI";
+        const LabelRow *row = index_.label(host.ifindex);
+        const bool is_svi = host.kind == InterfaceKind::svi;
         const std::string object = "label_sdb row of " + host.name;
         if (row == nullptr)
             tell(AuditKind::missing, object, "L3 label", host.name,
@@ -422,7 +430,7 @@ private:
 
     void check_pm_row(const HostRow &host, const ContextRow &context)
     {
-        const DbPm *row = find_row(s_.pm, &DbPm::ifindex, host.ifindex);
+        const PmRow *row = find_row(s_.pm, &PmRow::ifindex, host.ifindex);
         const LidRow *lid = index_.lid(context.lid_id);
         if (row == nullptr)
             tell(AuditKind::missing, "pm_sdb row of " + host.name, "ifmap index", host.name,
@@ -440,7 +448,7 @@ private:
 
     void check_pc_row(const HostRow &host, const ContextRow &context)
     {
-        const DbPc *row = find_row(s_.pc, &DbPc::ifindex, host.ifindex);
+        const PcRow *row = find_row(s_.pc, &PcRow::ifindex, host.ifindex);
         const std::string object = "pc_sdb row of " + host.name;
         if (row == nullptr)
             tell(AuditKind::missing, object, "port-channel", host.name,
@@ -468,7 +476,7 @@ private:
             return;
         const HostRow *host = index_.host(wanted);
         const ContextRow *context = host != nullptr ? index_.context(host->ifindex) : nullptr;
-        if (context == nullptr || is_none(context->intf_id))
+        if (context == nullptr || context->intf_id == no_id)
             tell_missing(wanted.name, "SDK interface", wanted.name, wanted.location,
                          "has no SDK interface");
     }
@@ -527,7 +535,7 @@ private:
                 owner != nullptr ? "LID entry" : "binding",
                 owner != nullptr ? owner->name : interface_of(intf),
                 fmt::format("SDK interface {} is bound to LID entry {}, which is gone: bound by {}",
-                            index_.intf_words(intf.intf_id), bound->value, s_.words(bound->made)),
+                            index_.intf_words(intf.intf_id), bound->value, bound->made.to_text()),
                 {&intf.made, &bound->made});
     }
 
@@ -573,7 +581,7 @@ private:
 
     bool leads_to(const LidPathRow &path, const HostRow &owner) const
     {
-        if (owner.kind == "port")
+        if (owner.kind == InterfaceKind::port)
             return path.port_type == KVNSIM_SDK_PORT_TYPE_FRONT_PANEL &&
                    path.front_port == owner.number + 1;
         if (path.port_type != SdkPortTypeChannel)
@@ -588,7 +596,7 @@ private:
             tell(AuditKind::dangling, fmt::format("LID entry {}", path.lid_id), "path",
                  name_of(index_.owner_of_lid(path.lid_id)),
                  fmt::format("LID entry {} leads to port-channel {}, which is gone: added by {}",
-                             path.lid_id, path.pc_id, s_.words(path.made)),
+                             path.lid_id, path.pc_id, path.made.to_text()),
                  {&path.made});
     }
 
@@ -617,7 +625,7 @@ private:
              fmt::format("front port {} ({}) is a member of SDK port-channel {} ({}) and not "
                          "wanted there: added by {}",
                          member.front_port, port != nullptr ? port->name : "no port", member.pc_id,
-                         owner->name, s_.words(member.made)),
+                         owner->name, member.made.to_text()),
              {&member.made});
         findings_.back().other = owner->name;
     }
@@ -631,7 +639,7 @@ private:
                              "queued by {}",
                              write.number, write.intf_id,
                              index_.intf(write.intf_id) != nullptr ? " and was made anew" : "",
-                             s_.words(write.made)),
+                             write.made.to_text()),
                  {&write.made});
     }
 
@@ -715,11 +723,9 @@ private:
     std::string name_of(const FhrpRow &entry) const
     {
         const TrapRow *trap = index_.trap(entry.mac_trap_id);
-        const RequestRow *request = index_.host(entry.ifindex) == nullptr && trap != nullptr
-                                        ? s_.request(trap->made.request)
-                                        : nullptr;
-        return request != nullptr && !request->subject.empty() ? request->subject
-                                                               : index_.name(entry.ifindex);
+        const bool is_gone = index_.host(entry.ifindex) == nullptr && trap != nullptr;
+        const std::string subject = is_gone ? concerned(trap->made) : std::string();
+        return subject.empty() ? index_.name(entry.ifindex) : subject;
     }
 
     void check_entry(const FhrpRow &entry, const std::string &name, bool is_wanted)
@@ -732,7 +738,7 @@ private:
             tell(AuditKind::dangling, object, "MAC trap", name,
                  fmt::format("{} is recorded with MAC trap {}, which is gone", object,
                              entry.mac_trap_id));
-        if (context == nullptr || is_none(context->intf_id))
+        if (context == nullptr || context->intf_id == no_id)
             tell(AuditKind::dangling, object, "interface", name,
                  fmt::format("{} is recorded for an interface that has no SDK interface", object),
                  {trap != nullptr ? &trap->made : nullptr});
@@ -764,7 +770,7 @@ private:
         check_rows(s_.pc, "pc_sdb", "port-channel");
         check_rows(s_.l3lif, "l3lif_sdb", "publication");
         check_rows(s_.label, "label_sdb", "L3 label");
-        for (const DbMemberIntf &row : s_.member_intf) {
+        for (const MemberIntfRow &row : s_.member_intf) {
             const HostRow *host = index_.host(row.ifindex);
             if (host == nullptr || !host->kept_intf)
                 tell_row(AuditKind::unwanted, "member_intf_sdb", row,
@@ -772,11 +778,11 @@ private:
                                      row.intf_id),
                          kept_intf);
         }
-        for (const DbLabel &row : s_.label) {
+        for (const LabelRow &row : s_.label) {
             const HostRow *host = index_.host(row.ifindex);
             const ContextRow *context = index_.context(row.ifindex);
             if (host != nullptr && host->registered && row.enabled &&
-                (context == nullptr || is_none(context->intf_id)))
+                (context == nullptr || context->intf_id == no_id))
                 tell_row(AuditKind::difference, "label_sdb", row,
                          "is set up, and the interface has no SDK interface", "L3 label");
         }

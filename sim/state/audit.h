@@ -25,8 +25,9 @@ struct AuditFinding {
     std::string property;  /* the property concerned: "MTU"; empty for none in particular */
     std::string interface; /* the interface concerned, by name; empty without one */
     std::string words;     /* one sentence, the object named and who made it */
-    std::vector<uint64_t> requests; /* those that made what is concerned; ascending */
-    std::string other = {};         /* the other interface concerned, by name; empty without one */
+    std::vector<RequestRef> requests; /* those that made what is concerned, by number */
+    std::string other = {}; /* the other interface concerned, by name; empty without one */
+    COLUMNS(kind, object, property, interface, other, words, requests)
     /* Whether it is about this interface, as one of the two. */
     bool concerns(const std::string &name) const { return name == interface || name == other; }
 };

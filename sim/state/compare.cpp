@@ -31,7 +31,7 @@ template <> constexpr std::initializer_list<const char *> key_of<TrapRow> = {"in
 struct Seen {
     std::string identifiers; /* "intf_id 5" */
     bool is_initial = false; /* says no more than no row would */
-    std::vector<std::pair<const char *, std::string>> values;
+    std::vector<std::pair<std::string_view, std::string>> values;
 };
 using Rows = std::map<std::string, Seen, NaturalOrder>;
 
@@ -46,8 +46,9 @@ public:
         for (const Row &row : table) {
             std::string key;
             Seen entry;
-            Row::columns(
-                [&](const char *name, auto member) { add(row, name, row.*member, key, entry); });
+            each_column(row, [&](std::string_view name, const auto &value) {
+                add(row, name, value, key, entry);
+            });
             if constexpr (std::is_same_v<Row, AttributeValueRow>) {
                 const AttributeRow *known = find_attribute(row.number);
                 entry.is_initial = known != nullptr && known->initial == row.value;
@@ -62,12 +63,12 @@ public:
 
 private:
     template <class Row>
-    void add(const Row &, const char *, const Made &, std::string &, Seen &) const
+    void add(const Row &, std::string_view, const Origin &, std::string &, Seen &) const
     {}
     template <class Row, class T>
-    void add(const Row &row, const char *name, const T &value, std::string &key, Seen &entry) const
+    void add(const Row &row, std::string_view column, const T &value, std::string &key,
+             Seen &entry) const
     {
-        const std::string_view column = name;
         if constexpr (std::is_same_v<T, uint32_t>) {
             if (is_identifier(column))
                 entry.identifiers +=
@@ -82,7 +83,7 @@ private:
                 return;
             }
         }
-        entry.values.emplace_back(name, text);
+        entry.values.emplace_back(column, text);
     }
 
     static bool is_identifier(std::string_view column)
@@ -103,6 +104,10 @@ private:
     template <class Row> std::string words(const Row &, std::string_view, bool flag) const
     {
         return flag ? "yes" : "no";
+    }
+    template <class Row> std::string words(const Row &, std::string_view, uint16_t number) const
+    {
+        return fmt::to_string(number);
     }
     template <class Row>
     std::string words(const Row &row, std::string_view column, uint32_t number) const
@@ -141,7 +146,7 @@ private:
     }
     std::string channel(uint32_t pc_id) const
     {
-        return pc_id == 0 || is_none(pc_id)
+        return pc_id == 0 || pc_id == no_id
                    ? std::string("none")
                    : owned("port-channel", pc_id, index_.owner_of_port_channel(pc_id));
     }
@@ -182,7 +187,7 @@ void compare(const char *table, const Rows &a, const Rows &b, std::vector<Differ
                 const auto &[column, value] = x->second.values[i];
                 const std::string &other = y->second.values[i].second;
                 if (value != other)
-                    into.push_back({table, x->first, column, value, other});
+                    into.push_back({table, x->first, std::string(column), value, other});
             }
             ++x;
             ++y;
@@ -210,12 +215,6 @@ template <class Visit> void compared_tables(Visit &&visit)
 
 } // namespace
 
-bool operator==(const Difference &x, const Difference &y)
-{
-    return x.table == y.table && x.object == y.object && x.column == y.column && x.a == y.a &&
-           x.b == y.b;
-}
-
 std::vector<Difference> diff(const Snapshot &a, const Snapshot &b)
 {
     const Names of_a(a), of_b(b);
@@ -229,13 +228,7 @@ std::vector<Difference> diff(const Snapshot &a, const Snapshot &b)
 
 Listing show(const std::vector<Difference> &differences)
 {
-    Listing listing;
-    listing.title = "Differences";
-    listing.columns = {
-        {"table", "Table"}, {"object", "Object"}, {"column", "What"}, {"a", "A"}, {"b", "B"}};
-    for (const Difference &d : differences)
-        listing.rows.push_back({d.table, d.object, d.column, d.a, d.b});
-    return listing;
+    return listing_of("Differences", differences, {"Table", "Object", "What", "A", "B"});
 }
 
 } // namespace kvnsim

@@ -14,7 +14,8 @@ struct Difference {
     std::string object; /* natural key: "Ethernet0", "Ethernet0 SdkIntfAttrMtuIdx" */
     std::string column; /* empty when the row is in one of them only */
     std::string a, b;   /* values; of a whole row its identifiers or value; empty where it is not */
-    friend bool operator==(const Difference &x, const Difference &y);
+    COLUMNS(table, object, column, a, b)
+    friend bool operator==(const Difference &x, const Difference &y) { return same_row(x, y); }
 };
 
 /* ASIC and shared state. Rows are matched by the interface that they belong to, not by identifiers

@@ -9,14 +9,13 @@
 #include "sim/config/names.h"
 #include "sim/sdk/asic.h"
 #include "sim/state/index.h"
-#include "sim/state/json.h"
 
 namespace kvnsim {
 namespace {
 
 std::string id_text(uint32_t id)
 {
-    return is_none(id) ? std::string("none") : fmt::to_string(id);
+    return id == no_id ? std::string("none") : fmt::to_string(id);
 }
 
 std::string on_off(bool on)
@@ -38,7 +37,7 @@ public:
         if (host_ == nullptr)
             return;
         context_ = index_.context(host_->ifindex);
-        if (context_ != nullptr && !is_none(context_->intf_id))
+        if (context_ != nullptr && context_->intf_id != no_id)
             intf_ = index_.intf(context_->intf_id);
         published_ = index_.l3lif(host_->ifindex);
     }
@@ -78,18 +77,18 @@ private:
     /* The audit's word for it is the name, when it has no other. */
     ExplainedProperty &add(const std::string &name, const std::string &configured,
                            const std::string &library, const std::string &asic,
-                           const std::string &database, const Made *made = nullptr,
+                           const std::string &database, const Origin *made = nullptr,
                            std::string_view in_audit = {})
     {
         ExplainedProperty &told = told_.properties.emplace_back();
-        told.name = name;
+        told.property = name;
         told.configured = configured;
         told.library = library;
         told.asic = asic;
         told.database = database;
         told.differs = found(in_audit.empty() ? name : in_audit);
         if (made != nullptr)
-            told.call = s_.words(*made);
+            told.call = made->to_text();
         return told;
     }
 
@@ -98,21 +97,21 @@ private:
         told_.interface = name_;
         told_.failure = index_.failure(name_).message;
         if (wanted_ != nullptr) {
-            told_.kind = wanted_->kind;
+            told_.kind = to_text(wanted_->kind);
             told_.configured_at = wanted_->location.to_text();
         } else if (port_ != nullptr) {
             told_.kind = "port";
             told_.configured_at = port_->location.to_text();
         }
         if (host_ != nullptr)
-            told_.kind = host_->kind;
+            told_.kind = to_text(host_->kind);
         if (told_.kind.empty())
             outside();
-        for (const ReaderRow *row : index_.reader(name_))
+        for (const Finding *row : index_.reader(name_))
             told_.reader.push_back(*row);
         told_.state = index_.state(name_);
         const bool must = must_exist();
-        const bool recorded = context_ != nullptr && !is_none(context_->intf_id);
+        const bool recorded = context_ != nullptr && context_->intf_id != no_id;
         if (must || recorded)
             add("SDK interface", must ? "wanted" : "not wanted",
                 context_ != nullptr ? id_text(context_->intf_id) : "no context",
@@ -151,8 +150,8 @@ private:
 
     void port()
     {
-        const DbPm *row =
-            host_ != nullptr ? find_row(s_.pm, &DbPm::ifindex, host_->ifindex) : nullptr;
+        const PmRow *row =
+            host_ != nullptr ? find_row(s_.pm, &PmRow::ifindex, host_->ifindex) : nullptr;
         const LidRow *lid =
             host_ != nullptr && host_->port_lid ? index_.lid(*host_->port_lid) : nullptr;
         add("port's LID entry", port_ != nullptr ? "wanted" : "not wanted",
@@ -189,7 +188,8 @@ private:
     {
         if (host_ == nullptr)
             return;
-        const DbMemberIntf *row = find_row(s_.member_intf, &DbMemberIntf::ifindex, host_->ifindex);
+        const MemberIntfRow *row =
+            find_row(s_.member_intf, &MemberIntfRow::ifindex, host_->ifindex);
         if (row == nullptr && !host_->kept_intf)
             return;
         const uint32_t kept = host_->kept_intf.value_or(no_id);
@@ -210,7 +210,7 @@ private:
         const std::string recorded =
             host_ != nullptr && host_->channel ? index_.name(*host_->channel) : "none";
         std::string asic = "none";
-        const Made *made = nullptr;
+        const Origin *made = nullptr;
         for (const MemberRow &member : s_.members) {
             if (host_ != nullptr && member.front_port == host_->number + 1) {
                 const HostRow *owner = index_.owner_of_port_channel(member.pc_id);
@@ -226,8 +226,8 @@ private:
 
     void port_channel()
     {
-        const DbPc *row =
-            host_ != nullptr ? find_row(s_.pc, &DbPc::ifindex, host_->ifindex) : nullptr;
+        const PcRow *row =
+            host_ != nullptr ? find_row(s_.pc, &PcRow::ifindex, host_->ifindex) : nullptr;
         const uint32_t pc_id = context_ != nullptr ? context_->pc_id
                                : host_ != nullptr  ? host_->held_pc.value_or(no_id)
                                                    : no_id;
@@ -235,7 +235,7 @@ private:
                                 : host_ != nullptr  ? host_->held_lid.value_or(no_id)
                                                     : no_id;
         const PortChannelRow *channel = index_.port_channel(pc_id);
-        if (context_ != nullptr || row != nullptr || !is_none(pc_id))
+        if (context_ != nullptr || row != nullptr || pc_id != no_id)
             add("port-channel", "", id_text(pc_id),
                 channel != nullptr ? fmt::to_string(channel->pc_id) : "none",
                 row != nullptr ? fmt::to_string(row->pc_id) : "none",
@@ -243,7 +243,7 @@ private:
         if (const LidRow *lid = index_.lid(lid_id))
             path(*lid, fmt::format("port-channel {}", id_text(pc_id)));
         std::set<std::string, NaturalOrder> configured, recorded, asic;
-        const Made *made = nullptr;
+        const Origin *made = nullptr;
         for (const WantedMember &member : s_.wanted_members) {
             if (member.port_channel != name_)
                 continue;
@@ -325,7 +325,7 @@ private:
         const AttributeState now = index_.attribute(intf_->intf_id, e.number);
         if (e.initial && now.value == e.value && now.after_flush() == e.value)
             return;
-        const Made *made = now.written != nullptr ? &now.written->made : nullptr;
+        const Origin *made = now.written != nullptr ? &now.written->made : nullptr;
         const bool right = now.after_flush() == e.value;
         if (found(name) && right && published_ != nullptr)
             made = &published_->made; /* it is the database that is wrong */
@@ -338,14 +338,14 @@ private:
         const std::string waits = text_of(sides, now.waits->value);
         told.asic += fmt::format(" ({} waits)", waits);
         told.call += fmt::format("{}{} queued by {}", told.call.empty() ? "" : "; ", waits,
-                                 s_.words(now.waits->made));
+                                 now.waits->made.to_text());
     }
 
     Sides sides_of(const ExpectedAttribute &e) const
     {
         Sides sides;
         const bool has = wanted_ != nullptr && wanted_->routed;
-        const auto published = [&](uint32_t DbL3lif::*member) {
+        const auto published = [&](uint32_t L3lifRow::*member) {
             return published_ != nullptr ? fmt::to_string(published_->*member)
                                          : std::string("none");
         };
@@ -357,7 +357,7 @@ private:
         case SdkIntfAttrMtuIdx:
             sides.configured = has ? fmt::to_string(wanted_->mtu) : "";
             sides.library = fmt::to_string(host_->mtu);
-            sides.database = published(&DbL3lif::mtu);
+            sides.database = published(&L3lifRow::mtu);
             break;
         case SdkIntfAttrIpv4UcstEn:
             sides.is_flag = true;
@@ -377,12 +377,12 @@ private:
         case SdkIntfAttrIpv4Vpn:
             sides.configured = has ? fmt::to_string(wanted_->vpn) : "";
             sides.library = fmt::to_string(host_->v4_vpn);
-            sides.database = published(&DbL3lif::v4_vpn_id);
+            sides.database = published(&L3lifRow::v4_vpn_id);
             break;
         case SdkIntfAttrIpv6Vpn:
             sides.configured = has ? fmt::to_string(wanted_->vpn) : "";
             sides.library = fmt::to_string(host_->v6_vpn);
-            sides.database = published(&DbL3lif::v6_vpn_id);
+            sides.database = published(&L3lifRow::v6_vpn_id);
             break;
         case SdkIntfAttrIpv4SameIfCheck:
             sides.is_flag = true;
@@ -401,7 +401,7 @@ private:
 
     void label()
     {
-        const DbLabel *row = host_ != nullptr ? index_.label(host_->ifindex) : nullptr;
+        const LabelRow *row = host_ != nullptr ? index_.label(host_->ifindex) : nullptr;
         if (row == nullptr && intf_ == nullptr)
             return;
         std::string is = row == nullptr ? "none" : row->enabled ? "set up" : "reset";
@@ -447,24 +447,17 @@ private:
     const WantedPort *port_;
     const ContextRow *context_ = nullptr;
     const IntfRow *intf_ = nullptr;
-    const DbL3lif *published_ = nullptr;
+    const L3lifRow *published_ = nullptr;
     Explanation told_;
 };
 
 Listing properties_of(const Explanation &explanation)
 {
-    const auto cell = [](const std::string &text) { return text.empty() ? Cell() : Cell(text); };
-    Listing listing;
-    listing.title =
-        fmt::format("{} ({}): {}", explanation.interface, explanation.kind, explanation.state);
-    listing.columns = {{"property", "Property"}, {"configured", "Configured"},
-                       {"library", "Library"},   {"asic", "ASIC"},
-                       {"database", "Database"}, {"differs", "Differs"},
-                       {"expected", "Expected"}, {"call", "Written by"}};
-    for (const ExplainedProperty &p : explanation.properties)
-        listing.rows.push_back({p.name, cell(p.configured), cell(p.library), cell(p.asic),
-                                cell(p.database), p.differs, cell(p.expected), cell(p.call)});
-    return listing;
+    return listing_of(
+        fmt::format("{} ({}): {}", explanation.interface, explanation.kind, explanation.state),
+        explanation.properties,
+        {"Property", "Configured", "Library", "ASIC", "Database", "Differs", "Expected",
+         "Written by"});
 }
 
 } // namespace
@@ -501,37 +494,25 @@ std::string to_text(const Explanation &explanation)
         text += "configured at " + explanation.configured_at + '\n';
     if (!explanation.failure.empty())
         text += "failed: " + explanation.failure + '\n';
-    for (const ReaderRow &row : explanation.reader)
-        text += fmt::format("configuration: {}: {}: {}\n", row.severity, row.location.to_text(),
-                            row.message);
+    for (const Finding &row : explanation.reader)
+        text += fmt::format("configuration: {}: {}: {}\n", to_text(row.severity),
+                            row.location.to_text(), row.words());
     for (const AuditFinding &finding : explanation.findings)
         text += fmt::format("audit: {}: {}\n", to_text(finding.kind), finding.words);
     return text;
 }
 
-std::string to_json(const Explanation &explanation)
+void write(Json &json, const Explanation &explanation)
 {
-    rapidjson::StringBuffer buffer;
-    JsonWriter writer(buffer);
-    writer.StartObject();
-    const std::pair<const char *, const std::string &> texts[] = {
-        {"interface", explanation.interface},
-        {"kind", explanation.kind},
-        {"state", explanation.state},
-        {"configured_at", explanation.configured_at},
-        {"failure", explanation.failure}};
-    for (const auto &[key, value] : texts) {
-        put_key(writer, key);
-        put(writer, value);
-    }
-    put_key(writer, "properties");
-    write(writer, properties_of(explanation));
-    put_key(writer, "configuration");
-    write(writer, show(explanation.reader));
-    put_key(writer, "audit");
-    write(writer, show(explanation.findings));
-    writer.EndObject();
-    return std::string(buffer.GetString(), buffer.GetSize()) + '\n';
+    json.begin_object().field("interface", explanation.interface).field("kind", explanation.kind);
+    json.field("state", explanation.state).field("configured_at", explanation.configured_at);
+    json.field("failure", explanation.failure).key("properties");
+    write(json, properties_of(explanation));
+    json.key("configuration");
+    write(json, show(explanation.reader));
+    json.key("audit");
+    write(json, show(explanation.findings));
+    json.end_object();
 }
 
 } // namespace kvnsim

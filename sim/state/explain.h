@@ -11,11 +11,12 @@ namespace kvnsim {
 
 /* A property. A side that does not know the property is empty. */
 struct ExplainedProperty {
-    std::string name; /* "MTU" */
+    std::string property; /* "MTU" */
     std::string configured, library, asic, database;
     bool differs = false; /* the audit found something about it */
     std::string expected; /* of one that differs: the value when no side tells it, else empty */
     std::string call;     /* who wrote the ASIC's value, else the database's */
+    COLUMNS(property, configured, library, asic, database, differs, expected, call)
 };
 
 struct Explanation {
@@ -23,7 +24,7 @@ struct Explanation {
     std::string state;         /* as Index::state: "programmed", "layer 2", "not programmed" ... */
     std::string configured_at; /* "leaf.json:12:5: INTERFACE|Ethernet0", empty when not wanted */
     std::string failure;       /* the last failed step, empty without one */
-    std::vector<ReaderRow> reader; /* what the configuration's reader said of its rows */
+    std::vector<Finding> reader; /* what the configuration's reader said of its rows */
     std::vector<ExplainedProperty> properties;
     std::vector<AuditFinding> findings; /* the audit's that concern this interface */
 };
@@ -37,6 +38,6 @@ Explanation explain(const Index &index, const std::vector<AuditFinding> &finding
                     const std::string &interface);
 
 std::string to_text(const Explanation &explanation);
-std::string to_json(const Explanation &explanation); /* one document, ends with a newline */
+void write(Json &json, const Explanation &explanation);
 
 } // namespace kvnsim

@@ -54,8 +54,8 @@ const char *property_name(uint32_t attribute)
 
 uint32_t expected_tag(const HostRow &host)
 {
-    return host.kind == "port-channel" ? ((host.number + 1) & 0xFFFF) | 0x8000
-                                       : (host.number + 1) & 0xFF;
+    return host.kind == InterfaceKind::port_channel ? ((host.number + 1) & 0xFFFF) | 0x8000
+                                                    : (host.number + 1) & 0xFF;
 }
 
 Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
@@ -77,12 +77,12 @@ Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
         const HostRow *owner = host(row.ifindex);
         if (owner == nullptr)
             continue;
-        if (!is_none(row.intf_id))
+        if (row.intf_id != no_id)
             intf_owner_.emplace(row.intf_id, owner);
-        if (owner->kind == "port-channel") {
-            if (!is_none(row.lid_id))
+        if (owner->kind == InterfaceKind::port_channel) {
+            if (row.lid_id != no_id)
                 lid_owner_.emplace(row.lid_id, owner);
-            if (!is_none(row.pc_id))
+            if (row.pc_id != no_id)
                 pc_owner_.emplace(row.pc_id, owner);
         }
     }
@@ -107,7 +107,7 @@ Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
         wanted_ports_.emplace(row.name, &row);
     for (const WantedVlan &row : snapshot.wanted_vlans)
         wanted_vlans_.emplace(row.name, &row);
-    for (const ReaderRow &row : snapshot.reader) {
+    for (const Finding &row : snapshot.reader) {
         for (const std::string_view name : interfaces_of(row.location))
             reader_[name].push_back(&row);
     }
@@ -167,9 +167,9 @@ const WantedVlan *Index::wanted_vlan(std::string_view name) const
 {
     return found_in(wanted_vlans_, name);
 }
-const std::vector<const ReaderRow *> &Index::reader(std::string_view name) const
+const std::vector<const Finding *> &Index::reader(std::string_view name) const
 {
-    static const std::vector<const ReaderRow *> none;
+    static const std::vector<const Finding *> none;
     const auto at = reader_.find(name);
     return at != reader_.end() ? at->second : none;
 }
@@ -190,17 +190,17 @@ const HostRow *Index::owner_of_front_port(uint32_t front_port) const
     /* Ports come first among the host's interfaces, in the order of their numbers. */
     const auto at =
         std::partition_point(snapshot_.host.begin(), snapshot_.host.end(), [&](const HostRow &row) {
-            return row.kind == "port" && row.number + 1 < front_port;
+            return row.kind == InterfaceKind::port && row.number + 1 < front_port;
         });
-    const bool found =
-        at != snapshot_.host.end() && at->kind == "port" && at->number + 1 == front_port;
+    const bool found = at != snapshot_.host.end() && at->kind == InterfaceKind::port &&
+                       at->number + 1 == front_port;
     return found ? &*at : nullptr;
 }
 
 bool Index::must_exist(const WantedInterface &wanted) const
 {
     return wanted.routed &&
-           (wanted.kind != "port-channel" || joining_members_.count(wanted.name) != 0);
+           (wanted.kind != InterfaceKind::port_channel || joining_members_.count(wanted.name) != 0);
 }
 
 bool Index::programmed(const HostRow *host) const
@@ -305,13 +305,13 @@ const TrapRow *Index::trap(uint32_t mac_trap_id) const
 {
     return find_row(snapshot_.traps, &TrapRow::mac_trap_id, mac_trap_id);
 }
-const DbL3lif *Index::l3lif(uint32_t ifindex) const
+const L3lifRow *Index::l3lif(uint32_t ifindex) const
 {
-    return find_row(snapshot_.l3lif, &DbL3lif::ifindex, ifindex);
+    return find_row(snapshot_.l3lif, &L3lifRow::ifindex, ifindex);
 }
-const DbLabel *Index::label(uint32_t ifindex) const
+const LabelRow *Index::label(uint32_t ifindex) const
 {
-    return find_row(snapshot_.label, &DbLabel::ifindex, ifindex);
+    return find_row(snapshot_.label, &LabelRow::ifindex, ifindex);
 }
 
 RowRange<AttributeValueRow> Index::attributes(uint32_t intf_id) const
@@ -335,7 +335,7 @@ static const AttributeValueRow *find_in(const RowRange<AttributeValueRow> &rows,
 bool Index::is_for_this_interface(const PendingRow &write) const
 {
     const IntfRow *row = intf(write.intf_id);
-    return row != nullptr && write.made.request >= row->made.request;
+    return row != nullptr && write.made.number() >= row->made.number();
 }
 
 AttributeState Index::attribute(const RowRange<AttributeValueRow> &written, uint32_t intf_id,
@@ -361,20 +361,22 @@ std::string Index::name(uint32_t ifindex) const
 std::string Index::intf_words(uint32_t intf_id) const
 {
     const IntfRow *row = intf(intf_id);
-    if (row == nullptr)
-        return fmt::format("{}", intf_id);
-    switch (row->type) {
+    return row != nullptr ? fmt::format("{} ({})", intf_id, kind_words(*row))
+                          : fmt::to_string(intf_id);
+}
+
+std::string Index::kind_words(const IntfRow &row)
+{
+    switch (row.type) {
     case sdk_routed_port:
-        return row->param3 == 1
-                   ? fmt::format("{} (routed port, port-channel {})", intf_id, row->param1)
-                   : fmt::format("{} (routed port, front port {})", intf_id, row->param1);
+        return fmt::format("routed port, {} {}", row.param3 == 1 ? "port-channel" : "front port",
+                           row.param1);
     case sdk_sub_interface:
-        return fmt::format("{} (sub-interface, VLAN {} on SDK interface {})", intf_id, row->param2,
-                           row->param1);
+        return fmt::format("sub-interface, VLAN {} on SDK interface {}", row.param2, row.param1);
     case sdk_svi:
-        return fmt::format("{} (SVI, VLAN {})", intf_id, row->param1);
+        return fmt::format("SVI, VLAN {}", row.param1);
     default:
-        return fmt::format("{} (type {})", intf_id, row->type);
+        return fmt::format("type {}", row.type);
     }
 }
 
@@ -400,8 +402,8 @@ std::vector<ExpectedAttribute> Index::expected_attributes(const HostRow &host,
     const auto add = [&](uint32_t number, uint32_t value, const char *source) {
         expected.push_back({number, value, source});
     };
-    const bool is_svi = host.kind == "SVI";
-    const bool is_sub = host.kind == "sub-interface";
+    const bool is_svi = host.kind == InterfaceKind::svi;
+    const bool is_sub = host.kind == InterfaceKind::sub_interface;
     if (!is_svi)
         add(SdkIntfAttrLid, context.lid_id, "recorded");
     if (!is_svi && !is_sub)

@@ -105,7 +105,7 @@ public:
     const WantedPort *wanted_port(std::string_view name) const;
     const WantedVlan *wanted_vlan(std::string_view name) const;
     /* What the reader of the configuration said of the rows that name it. */
-    const std::vector<const ReaderRow *> &reader(std::string_view name) const;
+    const std::vector<const Finding *> &reader(std::string_view name) const;
     /* Wanted, routed, and, for a port-channel, with a member that joins: it must be in the ASIC. */
     bool must_exist(const WantedInterface &wanted) const;
     /* What a port is configured for: "routed", "member", "switched", "unused". */
@@ -136,8 +136,8 @@ public:
     AttributeState attribute(const RowRange<AttributeValueRow> &written, uint32_t intf_id,
                              uint32_t number) const;
 
-    const DbL3lif *l3lif(uint32_t ifindex) const;
-    const DbLabel *label(uint32_t ifindex) const;
+    const L3lifRow *l3lif(uint32_t ifindex) const;
+    const LabelRow *label(uint32_t ifindex) const;
 
     /* The interfaces whose records name the object, nullptr for an orphan. */
     const HostRow *owner_of_intf(uint32_t intf_id) const;
@@ -149,6 +149,7 @@ public:
     std::string name(uint32_t ifindex) const;
     /* "5 (routed port, front port 3)" */
     std::string intf_words(uint32_t intf_id) const;
+    static std::string kind_words(const IntfRow &row); /* what stands in the brackets */
     /* Where a path leads: "front port 3", "port-channel 1" */
     static std::string path_words(const LidPathRow &path);
     /* The failed step behind an object that is not as wanted; empty without one. */
@@ -177,7 +178,7 @@ private:
     std::vector<size_t> attributes_of_; /* where those of each row of SDK interfaces begin */
     Lookup<std::string_view, const WantedPort *> wanted_ports_{&memory_};
     Lookup<std::string_view, const WantedVlan *> wanted_vlans_{&memory_};
-    Lookup<std::string_view, std::vector<const ReaderRow *>> reader_{&memory_};
+    Lookup<std::string_view, std::vector<const Finding *>> reader_{&memory_};
     Lookup<std::string_view, uint32_t> joining_members_{&memory_};          /* by port-channel */
     Lookup<std::string_view, std::vector<std::string>> declined_{&memory_}; /* the others */
     Lookup<std::string_view, const WantedMember *> membership_{&memory_};   /* by port */
@@ -187,11 +188,6 @@ private:
         pc_owner_{&memory_};
     Lookup<uint64_t, const PendingRow *> pending_{&memory_}; /* by interface and attribute */
 };
-
-inline bool is_none(uint32_t id)
-{
-    return id == no_id;
-}
 
 /* Tags and labels that the library writes. */
 uint32_t expected_tag(const HostRow &host);

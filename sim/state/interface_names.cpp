@@ -17,9 +17,9 @@ Names interface_names(const Snapshot &snapshot)
         names.insert(row.name);
     for (const WantedVlan &row : snapshot.wanted_vlans)
         names.insert(row.name);
-    for (const ReaderRow &row : snapshot.reader) {
+    for (const Finding &row : snapshot.reader) {
         for (const std::string_view name : interfaces_of(row.location)) {
-            if (row.severity != "note")
+            if (row.severity != Finding::Severity::note)
                 names.emplace(name);
         }
     }

@@ -1,31 +1,15 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
-#include <variant>
 #include <vector>
 
 #include "sim/state/audit.h"
+#include "sim/state/listing.h"
 #include "sim/state/snapshot.h"
 
-/* What people and programs look at: tables of a snapshot, as aligned text and as JSON. */
+/* The tables of a snapshot that people and programs look at. */
 namespace kvnsim {
-
-/* Nothing ("-", null), a flag ("yes" or "-"), a number, a text, or a list of texts or numbers. */
-using Cell = std::variant<std::monostate, bool, int64_t, std::string, std::vector<std::string>,
-                          std::vector<int64_t>>;
-
-struct Column {
-    std::string key;   /* of the JSON object: "lid_id" */
-    std::string title; /* of the text: "LID" */
-};
-
-struct Listing {
-    std::string title;                   /* "Interfaces" */
-    std::vector<Column> columns;         /* keys are unique */
-    std::vector<std::vector<Cell>> rows; /* as many cells as columns */
-};
 
 /* A table that can be shown. */
 struct ShowKind {
@@ -42,20 +26,15 @@ const ShowKind *find_show_kind(std::string_view name); /* nullptr for an unknown
 /* The table of that name, which must be one of show_kinds(). */
 Listing show(const Snapshot &snapshot, std::string_view what, const std::string &interface = {});
 
-/* Findings as a table: kind, object, property, interface, other, words, requests. */
 Listing show(const std::vector<AuditFinding> &findings);
-/* What the reader of a configuration said: severity, the five parts of the place, message. */
-Listing show(const std::vector<ReaderRow> &rows);
+Listing show(const std::vector<FailureRow> &failures);
+/* What the reader of a configuration said. */
+Listing show(const std::vector<Finding> &findings);
 /* Attribute writes that wait for the flush; by itself none of them is a finding. */
 Listing show_waiting(const Snapshot &snapshot);
 
-/* Heading and rows in columns, numbers to the right; "none" without rows. Ends with a newline. */
-std::string to_text(const Listing &listing);
-/* An array with an object for each row, keyed by the columns' keys. */
-std::string to_json(const Listing &listing);
-
-/* One document of the whole switch: "format", "word_size", "hostname", "files", each show table but
- * attributes under its name with '_' for '-', "failures" and "audit". Ends with a newline. */
-std::string to_json(const Snapshot &snapshot, const std::vector<AuditFinding> &findings);
+/* An object of the whole switch: "format", "word_size", "hostname", "files", each show table but
+ * attributes under its name with '_' for '-', "failures" and "audit". */
+void write(Json &json, const Snapshot &snapshot, const std::vector<AuditFinding> &findings);
 
 } // namespace kvnsim

@@ -1,8 +1,11 @@
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
 #include <limits>
+#include <map>
 #include <memory>
+#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,7 +14,6 @@
 
 #include "sim/config/names.h"
 #include "sim/state/file_in_making.h"
-#include "sim/state/rows.h"
 #include "sim/state/snapshot.h"
 
 /* A snapshot as an SQLite file: a table for each row type. */
@@ -26,33 +28,35 @@ constexpr int format_version = 3;
     throw SnapshotError(path + ": " + reason);
 }
 
+/* The word, a call's name for one, kept for as long as the process lives. */
+const char *lasting(std::string_view word)
+{
+    if (const ImportedCall *known = ImportedCall::find(word))
+        return known->name();
+    static std::set<std::string, std::less<>> others;
+    const auto at = others.find(word);
+    return (at != others.end() ? at : others.emplace(word).first)->c_str();
+}
+
 /* ---- The SQL of a row type, from its columns ---- */
 
-/* The SQL columns of a member: most have one. */
-template <class T, class Visit> void sql_columns(const std::string &name, const T *, Visit &&visit)
-{
-    visit(name);
-}
-template <class Visit>
-void sql_columns(const std::string &name, const SourceLocation *, Visit &&visit)
-{
-    for (const char *part : {"_file", "_line", "_column", "_table", "_key"})
-        visit(name + part);
-}
-template <class Visit> void sql_columns(const std::string &name, const Made *, Visit &&visit)
-{
-    for (const char *part : {"_request", "_call"})
-        visit(name + part);
-}
+/* Columns that are more than one in SQL: each part's is named after both. */
+template <class T> constexpr std::string_view parts_of = {};
+template <> constexpr std::string_view parts_of<SourceLocation> = SourceLocation::column_names;
+template <>
+constexpr std::string_view parts_of<std::optional<SourceLocation>> = SourceLocation::column_names;
+template <> constexpr std::string_view parts_of<Origin> = "request, call";
 
 template <class Row> std::vector<std::string> column_names()
 {
     std::vector<std::string> names;
-    Row::columns([&](const char *name, auto member) {
-        const Row *row = nullptr;
-        using Member = std::remove_cv_t<std::remove_reference_t<decltype(row->*member)>>;
-        sql_columns(name, static_cast<const Member *>(nullptr),
-                    [&](const std::string &column) { names.push_back('"' + column + '"'); });
+    Row row;
+    each_column(row, [&](std::string_view name, const auto &value) {
+        std::string_view parts = parts_of<std::decay_t<decltype(value)>>;
+        if (parts.empty())
+            names.push_back(fmt::format("\"{}\"", name));
+        while (!parts.empty())
+            names.push_back(fmt::format("\"{}_{}\"", name, next_name(parts)));
     });
     return names;
 }
@@ -107,9 +111,44 @@ private:
     std::string name_, trouble_;
 };
 
+/* The requests that rows name, each once: what several rows share is one object again. */
+class Requests {
+public:
+    void add(const Origin &origin)
+    {
+        if (origin.request && (last_ == nullptr || last_ != origin.request.get()))
+            by_number_.emplace(origin.request->number, origin.request);
+        last_ = origin.request.get();
+    }
+    template <class T> void add(const T &) {} /* other columns name none */
+    void add(Request row)
+    {
+        const uint64_t number = row.number;
+        by_number_.emplace(number, std::make_shared<const Request>(std::move(row)));
+    }
+    RequestRef find(uint64_t number) const
+    {
+        const auto at = by_number_.find(number);
+        return at != by_number_.end() ? at->second : nullptr;
+    }
+    std::vector<Request> rows() const
+    {
+        std::vector<Request> rows;
+        for (const auto &[number, request] : by_number_)
+            rows.push_back(*request);
+        return rows;
+    }
+
+private:
+    std::map<uint64_t, RequestRef> by_number_;
+    const Request *last_ = nullptr; /* most rows follow one that the same request made */
+};
+
 class Statement {
 public:
-    Statement(Database &db, const std::string &sql) : db_(db)
+    /* Origins that are read must name a request of these. */
+    Statement(Database &db, const std::string &sql, const Requests *requests = nullptr)
+        : db_(db), requests_(requests)
     {
         if (sqlite3_prepare_v2(db.db_, sql.c_str(), -1, &statement_, nullptr) != SQLITE_OK)
             db.refuse();
@@ -133,36 +172,42 @@ public:
         at_ = 0;
     }
 
-    template <class T> std::enable_if_t<std::is_integral_v<T>> put(T number)
+    template <class T> void put(const T &value)
     {
-        check(sqlite3_bind_int64(statement_, ++at_, static_cast<sqlite3_int64>(number)));
+        if constexpr (std::is_integral_v<T>) {
+            check(sqlite3_bind_int64(statement_, ++at_, static_cast<sqlite3_int64>(value)));
+        } else if constexpr (std::is_enum_v<T>) {
+            put(std::string_view(to_text(value)));
+        } else {
+            const std::string_view text = value;
+            check(sqlite3_bind_text(statement_, ++at_, text.data(), static_cast<int>(text.size()),
+                                    SQLITE_TRANSIENT));
+        }
     }
-    void put(std::string_view text)
-    {
-        check(sqlite3_bind_text(statement_, ++at_, text.data(), static_cast<int>(text.size()),
-                                SQLITE_TRANSIENT));
-    }
-    void put(const std::string &text) { put(std::string_view(text)); }
     void put(const Mac &mac) { put(to_text(mac)); }
     void put(const std::optional<uint32_t> &number)
     {
         if (number)
             put(*number);
         else
-            check(sqlite3_bind_null(statement_, ++at_));
+            put_null();
     }
-    void put(const SourceLocation &location)
+    template <class Row> void put_row(const Row &row)
     {
-        put(location.file);
-        put(location.line);
-        put(location.column);
-        put(location.table);
-        put(location.key);
+        std::apply([&](const auto &...value) { (put(value), ...); }, row.columns());
     }
-    void put(const Made &made)
+    void put(const SourceLocation &location) { put_row(location); }
+    void put(const std::optional<SourceLocation> &location)
     {
-        put(made.request);
-        put(std::string_view(made.call));
+        if (location)
+            return put(*location);
+        std::apply([&](const auto &...part) { (put_null(&part), ...); },
+                   SourceLocation().columns());
+    }
+    void put(const Origin &origin)
+    {
+        put(origin.number());
+        put(std::string_view(origin.call));
     }
 
     template <class T> std::enable_if_t<std::is_integral_v<T>> get(T &number)
@@ -188,6 +233,12 @@ public:
         get(text);
         word = lasting(text);
     }
+    void get(const char *&word)
+    {
+        std::string text;
+        get(text);
+        word = lasting(text);
+    }
     void get(Mac &mac)
     {
         std::string text;
@@ -206,23 +257,43 @@ public:
             get(number.emplace());
         }
     }
-    void get(SourceLocation &location)
+    template <class Row> void get_row(Row &row)
     {
-        get(location.file);
-        get(location.line);
-        get(location.column);
-        get(location.table);
-        get(location.key);
+        std::apply([&](auto &...value) { (get(value), ...); }, row.columns());
     }
-    void get(Made &made)
+    void get(SourceLocation &location) { get_row(location); }
+    void get(std::optional<SourceLocation> &location)
     {
-        get(made.request);
+        if (sqlite3_column_type(statement_, at_) != SQLITE_NULL)
+            return get(location.emplace());
+        location.reset();
+        at_ += static_cast<int>(std::tuple_size_v<decltype(SourceLocation().columns())>);
+    }
+    void get(InterfaceKind &kind) { get_enum(kind, interface_kind_names); }
+    void get(Finding::Severity &severity) { get_enum(severity, severity_names); }
+    void get(Origin &origin)
+    {
+        uint64_t number = 0;
+        get(number);
+        origin.request = requests_->find(number);
+        if (number != 0 && origin.request == nullptr)
+            damaged(at_ - 1);
         std::string call;
         get(call);
-        made.call = lasting(call);
+        origin.call = lasting(call);
     }
 
 private:
+    template <class E, size_t count> void get_enum(E &value, const char *const (&names)[count])
+    {
+        std::string text;
+        get(text);
+        const auto at = std::find(std::begin(names), std::end(names), text);
+        if (at == std::end(names))
+            damaged(at_ - 1);
+        value = static_cast<E>(at - std::begin(names));
+    }
+    void put_null(const void * = nullptr) { check(sqlite3_bind_null(statement_, ++at_)); }
     void check(int status)
     {
         if (status != SQLITE_OK)
@@ -240,6 +311,7 @@ private:
     }
 
     Database &db_;
+    const Requests *requests_;
     sqlite3_stmt *statement_ = nullptr;
     int at_ = 0;
 };
@@ -258,20 +330,18 @@ template <class Row> void put_rows(Database &db, const std::vector<Row> &rows)
     db.run(create_sql<Row>());
     Statement insert(db, insert_sql<Row>());
     for (const Row &row : rows) {
-        Row::columns([&](const char *, auto member) { insert.put(row.*member); });
+        insert.put_row(row);
         insert.step();
         insert.again();
     }
 }
 
-template <class Row> std::vector<Row> get_rows(Database &db)
+template <class Row> std::vector<Row> get_rows(Database &db, const Requests *requests = nullptr)
 {
     std::vector<Row> rows;
-    Statement select(db, select_sql<Row>());
-    while (select.step()) {
-        Row &row = rows.emplace_back();
-        Row::columns([&](const char *, auto member) { select.get(row.*member); });
-    }
+    Statement select(db, select_sql<Row>(), requests);
+    while (select.step())
+        select.get_row(rows.emplace_back());
     return rows;
 }
 
@@ -317,7 +387,13 @@ void write(const Snapshot &snapshot, const std::string &path, const std::string 
                        format_version));
     db.run("BEGIN");
     put_rows(db, std::vector<MetaRow>{snapshot.meta});
-    Snapshot::tables([&](auto rows) { put_rows(db, snapshot.*rows); });
+    Requests requests;
+    Snapshot::tables([&](auto rows) {
+        put_rows(db, snapshot.*rows);
+        for (const auto &row : snapshot.*rows)
+            std::apply([&](const auto &...value) { (requests.add(value), ...); }, row.columns());
+    });
+    put_rows(db, requests.rows());
     db.run("COMMIT");
 }
 
@@ -363,9 +439,13 @@ Snapshot load(const std::string &path)
     if (meta.size() != 1)
         fail(path, "damaged: table meta needs one row");
     snapshot.meta = meta.front();
+    Requests requests;
+    for (Request &row : get_rows<Request>(db))
+        requests.add(std::move(row));
     Snapshot::tables([&](auto rows) {
         auto &table = snapshot.*rows;
-        table = get_rows<typename std::remove_reference_t<decltype(table)>::value_type>(db);
+        using Row = typename std::remove_reference_t<decltype(table)>::value_type;
+        table = get_rows<Row>(db, &requests);
     });
     return snapshot;
 }

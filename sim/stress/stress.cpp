@@ -1,7 +1,6 @@
 #include "sim/stress/stress.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <unordered_map>
 #include <unordered_set>
@@ -62,7 +61,7 @@ public:
         return touches(finding.interface.empty() ? "switch" : finding.interface) ||
                touches(finding.other) ||
                std::any_of(finding.requests.begin(), finding.requests.end(),
-                           [&](uint64_t request) { return behind(request); });
+                           [&](const RequestRef &request) { return behind(request->number); });
     }
 
 private:
@@ -95,11 +94,11 @@ private:
             const l3_pd *context = interface->context();
             const bool lost_recorded =
                 context != nullptr &&
-                ((context->intf_id != no_id && !asic.interface(context->intf_id)) ||
-                 (context->lid_id != no_id && !asic.lid(context->lid_id)) ||
-                 (context->pc_id != no_id && !asic.port_channel(context->pc_id)));
-            if (lost_recorded || (interface->lid_id && !asic.lid(*interface->lid_id)) ||
-                (interface->kept_intf && !asic.interface(*interface->kept_intf)))
+                ((context->intf_id != no_id && !asic.find_interface(context->intf_id)) ||
+                 (context->lid_id != no_id && !asic.find_lid(context->lid_id)) ||
+                 (context->pc_id != no_id && !asic.find_port_channel(context->pc_id)));
+            if (lost_recorded || (interface->lid_id && !asic.find_lid(*interface->lid_id)) ||
+                (interface->kept_intf && !asic.find_interface(*interface->kept_intf)))
                 touch(interface->name);
         }
     }
@@ -115,19 +114,13 @@ private:
     }
 
     /* Whether a request that was refused concerns what a failure touched, or was refused for what
-     * such a request left: reasons name the holder's, "in request 12". */
+     * such a request left. */
     bool in_the_wake(const Request &request) const
     {
-        if (touches(request.subject))
-            return true;
-        constexpr std::string_view naming = "in request ";
-        const std::string &reason = request.first_failure().reason;
-        for (size_t at = 0; (at = reason.find(naming, at)) != reason.npos;) {
-            at += naming.size();
-            if (behind(std::strtoull(reason.c_str() + at, nullptr, 10)))
-                return true;
-        }
-        return false;
+        const std::vector<RequestRef> &named = request.first_failure().named;
+        return touches(request.subject) ||
+               std::any_of(named.begin(), named.end(),
+                           [&](const RequestRef &one) { return behind(one->number); });
     }
 
     bool touches(const std::vector<std::string> &names) const

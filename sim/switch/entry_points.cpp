@@ -144,7 +144,7 @@ std::unique_ptr<const EntryPoint> row(const char *name, const char *purpose, R (
                                             std::move(parameters));
 }
 
-#define ROW(function, purpose, outcome, ...)                                                       \
+#define ENTRY(function, purpose, outcome, ...)                                                       \
     row(#function, purpose, function, Outcome::outcome, {__VA_ARGS__})
 
 const std::vector<std::unique_ptr<const EntryPoint>> &rows()
@@ -163,72 +163,72 @@ const std::vector<std::unique_ptr<const EntryPoint>> &rows()
     static const auto table = [&] {
         std::vector<std::unique_ptr<const EntryPoint>> t;
         t.push_back(
-            ROW(l3lifpd_kvn_ifindex_to_port, "front-panel port of an interface", answer, ifindex));
+            ENTRY(l3lifpd_kvn_ifindex_to_port, "front-panel port of an interface", answer, ifindex));
         t.push_back(
-            ROW(l3lifpd_kvn_is_lif_pc_member, "whether a record is a member", answer, l3lif));
-        t.push_back(ROW(l3lifpd_kvn_is_ifindex_pc_member, "whether an interface is a member",
+            ENTRY(l3lifpd_kvn_is_lif_pc_member, "whether a record is a member", answer, l3lif));
+        t.push_back(ENTRY(l3lifpd_kvn_is_ifindex_pc_member, "whether an interface is a member",
                         answer, ifindex));
-        t.push_back(ROW(l3lifpd_kvn_get_pc_id_for_ifindex, "SDK port-channel of an interface",
-                        answer, ifindex));
-        t.push_back(
-            ROW(l3lifpd_kvn_get_lid_id_for_ifindex, "LID entry of an interface", answer, ifindex));
-        t.push_back(ROW(l3lifpd_kvn_get_intf_id_for_ifindex, "SDK interface of an interface",
+        t.push_back(ENTRY(l3lifpd_kvn_get_pc_id_for_ifindex, "SDK port-channel of an interface",
                         answer, ifindex));
         t.push_back(
-            ROW(l3lifpd_kvn_l3pd_init, "make an interface's context", status, l3lif, overwrite));
-        t.push_back(ROW(l3lifpd_kvn_dump_l3lif, "print an interface's identifiers", answer, cli_ctx,
+            ENTRY(l3lifpd_kvn_get_lid_id_for_ifindex, "LID entry of an interface", answer, ifindex));
+        t.push_back(ENTRY(l3lifpd_kvn_get_intf_id_for_ifindex, "SDK interface of an interface",
+                        answer, ifindex));
+        t.push_back(
+            ENTRY(l3lifpd_kvn_l3pd_init, "make an interface's context", status, l3lif, overwrite));
+        t.push_back(ENTRY(l3lifpd_kvn_dump_l3lif, "print an interface's identifiers", answer, cli_ctx,
                         prefix, l3lif));
         t.push_back(
-            ROW(l3lifpd_dump_format_mac_bytes, "write a MAC in dotted form", answer, mac, buf));
-        t.push_back(ROW(l3lifpd_kvn_add_l3port, "create a routed port", status, l3lif, create));
-        t.push_back(ROW(l3lifpd_kvn_destroy_l3_intf, "destroy an SDK interface", status, l3lif));
-        t.push_back(ROW(l3lifpd_kvn_del_l3port, "delete a routed port", status, l3lif));
-        t.push_back(ROW(l3lifpd_kvn_del_svi, "delete an SVI", status, l3lif));
-        t.push_back(ROW(l3lifpd_kvn_del_subint, "delete a sub-interface", status, l3lif));
-        t.push_back(ROW(l3lifpd_kvn_add_l3tun, "tunnel hook, does nothing", status, l3lif, create));
-        t.push_back(ROW(l3lifpd_kvn_del_l3tun, "tunnel hook, does nothing", status, l3lif));
-        t.push_back(ROW(l3lifpd_kvn_add_subint, "create a sub-interface", status, l3lif, encap_vlan,
+            ENTRY(l3lifpd_dump_format_mac_bytes, "write a MAC in dotted form", answer, mac, buf));
+        t.push_back(ENTRY(l3lifpd_kvn_add_l3port, "create a routed port", status, l3lif, create));
+        t.push_back(ENTRY(l3lifpd_kvn_destroy_l3_intf, "destroy an SDK interface", status, l3lif));
+        t.push_back(ENTRY(l3lifpd_kvn_del_l3port, "delete a routed port", status, l3lif));
+        t.push_back(ENTRY(l3lifpd_kvn_del_svi, "delete an SVI", status, l3lif));
+        t.push_back(ENTRY(l3lifpd_kvn_del_subint, "delete a sub-interface", status, l3lif));
+        t.push_back(ENTRY(l3lifpd_kvn_add_l3tun, "tunnel hook, does nothing", status, l3lif, create));
+        t.push_back(ENTRY(l3lifpd_kvn_del_l3tun, "tunnel hook, does nothing", status, l3lif));
+        t.push_back(ENTRY(l3lifpd_kvn_add_subint, "create a sub-interface", status, l3lif, encap_vlan,
                         create));
-        t.push_back(ROW(l3lifpd_kvn_add_svi, "create an SVI", status, l3lif, encap_vlan));
-        t.push_back(ROW(l3lifpd_kvn_set_l3_property, "change an L3 property", status, l3lif,
+        t.push_back(ENTRY(l3lifpd_kvn_add_svi, "create an SVI", status, l3lif, encap_vlan));
+        t.push_back(ENTRY(l3lifpd_kvn_set_l3_property, "change an L3 property", status, l3lif,
                         prop_type, value));
         t.push_back(
-            ROW(l3lifpd_kvn_init_l3_properties, "give the default L3 properties", status, l3lif));
-        t.push_back(ROW(l3lifpd_process_kvn_l3_prop_batch, "batch hook, does nothing", status));
-        t.push_back(ROW(l3lifpd_kvn_set_single_l3_property,
+            ENTRY(l3lifpd_kvn_init_l3_properties, "give the default L3 properties", status, l3lif));
+        t.push_back(ENTRY(l3lifpd_process_kvn_l3_prop_batch, "batch hook, does nothing", status));
+        t.push_back(ENTRY(l3lifpd_kvn_set_single_l3_property,
                         "write one property of an SDK interface", status, intf_id, prop_type,
                         value));
-        t.push_back(ROW(l3lifpd_kvn_loopback_enable, "internal loopback of a port, on or off",
+        t.push_back(ENTRY(l3lifpd_kvn_loopback_enable, "internal loopback of a port, on or off",
                         status, ifindex, enable));
         t.push_back(
-            ROW(l3lifpd_kvn_alloc_l3pc_add, "make a routed port-channel", status, l3lif, create));
+            ENTRY(l3lifpd_kvn_alloc_l3pc_add, "make a routed port-channel", status, l3lif, create));
         t.push_back(
-            ROW(l3lifpd_kvn_add_l3pc, "a port joins a routed port-channel", status, l3lif, create));
+            ENTRY(l3lifpd_kvn_add_l3pc, "a port joins a routed port-channel", status, l3lif, create));
         t.push_back(
-            ROW(l3lifpd_kvn_add_l3pc_member, "member hook, only traces", status, first, ifindex));
+            ENTRY(l3lifpd_kvn_add_l3pc_member, "member hook, only traces", status, first, ifindex));
         t.push_back(
-            ROW(l3lifpd_kvn_del_l3pc_member, "member hook, only traces", status, first, ifindex));
+            ENTRY(l3lifpd_kvn_del_l3pc_member, "member hook, only traces", status, first, ifindex));
         t.push_back(
-            ROW(l3lifpd_kvn_port_SupPortMask_set, "port mask hook, does nothing", status, l3lif));
-        t.push_back(ROW(l3lifpd_kvn_pc_SupPortMask_set, "port mask hook, does nothing", status,
+            ENTRY(l3lifpd_kvn_port_SupPortMask_set, "port mask hook, does nothing", status, l3lif));
+        t.push_back(ENTRY(l3lifpd_kvn_pc_SupPortMask_set, "port mask hook, does nothing", status,
                         l3lif, main_l3lif, flag));
-        t.push_back(ROW(l3lifpd_kvn_del_l3pc, "a port leaves a routed port-channel", status, l3lif,
+        t.push_back(ENTRY(l3lifpd_kvn_del_l3pc, "a port leaves a routed port-channel", status, l3lif,
                         destroy));
-        t.push_back(ROW(l3lifpd_kvn_peer_mac_add, "add a peer gateway's MAC", router_mac, mac));
+        t.push_back(ENTRY(l3lifpd_kvn_peer_mac_add, "add a peer gateway's MAC", router_mac, mac));
         t.push_back(
-            ROW(l3lifpd_kvn_peer_mac_del, "remove a peer gateway's MAC", status, peer_mac_id));
-        t.push_back(ROW(l3lifpd_kvn_rmac_add, "add a router MAC", router_mac, mac));
-        t.push_back(ROW(l3lifpd_kvn_rmac_del, "remove a router MAC", status, peer_mac_id));
-        t.push_back(ROW(l3lifpd_kvn_fhrp_mac_add, "add a virtual MAC to an interface", status, mac,
+            ENTRY(l3lifpd_kvn_peer_mac_del, "remove a peer gateway's MAC", status, peer_mac_id));
+        t.push_back(ENTRY(l3lifpd_kvn_rmac_add, "add a router MAC", router_mac, mac));
+        t.push_back(ENTRY(l3lifpd_kvn_rmac_del, "remove a router MAC", status, peer_mac_id));
+        t.push_back(ENTRY(l3lifpd_kvn_fhrp_mac_add, "add a virtual MAC to an interface", status, mac,
                         ifindex));
-        t.push_back(ROW(l3lifpd_kvn_fhrp_mac_del, "remove a virtual MAC from an interface", status,
+        t.push_back(ENTRY(l3lifpd_kvn_fhrp_mac_del, "remove a virtual MAC from an interface", status,
                         mac, ifindex));
         return t;
     }();
     return table;
 }
 
-#undef ROW
+#undef ENTRY
 
 std::string shown(const Parameter &parameter, const Value &value)
 {

@@ -194,7 +194,7 @@ TEST_F(Audit, says_whose_record_names_a_lid_entry_that_is_gone)
 TEST_F(Audit, says_of_a_label_whether_it_is_an_svis)
 {
     Snapshot snapshot = small_switch();
-    for (DbLabel &label : snapshot.label)
+    for (LabelRow &label : snapshot.label)
         label.svi = !label.svi;
     const std::string text = words(audit(snapshot));
     EXPECT_THAT(text, HasSubstr("L3 label of Ethernet0 is set up as an SVI's: made by "));
@@ -576,7 +576,7 @@ const Change changes[] = {
      {"unwanted member_intf_sdb row of Ethernet16"}},
     {"row_of_what_is_no_l3_interface",
      [](Snapshot &s) {
-         DbLabel row = s.label[0];
+         LabelRow row = s.label[0];
          row.ifindex = host(s, "Ethernet16").ifindex;
          s.label.push_back(row);
          std::sort(s.label.begin(), s.label.end(),

@@ -1,6 +1,7 @@
-#include "sim/state/json.h"
+#include "sim/types/json.h"
 
-#include <string>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
 
 namespace kvnsim {
 namespace {
@@ -41,16 +42,73 @@ std::string valid_utf8(std::string_view text)
 
 } // namespace
 
-void put(JsonWriter &writer, std::string_view text)
+struct Json::State {
+    rapidjson::StringBuffer buffer;
+    rapidjson::Writer<rapidjson::StringBuffer> writer{buffer};
+};
+
+Json::Json() : state_(std::make_unique<State>()) {}
+Json::~Json() = default;
+
+Json &Json::begin_object()
+{
+    state_->writer.StartObject();
+    return *this;
+}
+Json &Json::end_object()
+{
+    state_->writer.EndObject();
+    return *this;
+}
+Json &Json::begin_array()
+{
+    state_->writer.StartArray();
+    return *this;
+}
+Json &Json::end_array()
+{
+    state_->writer.EndArray();
+    return *this;
+}
+Json &Json::key(std::string_view name)
+{
+    return value(name);
+}
+Json &Json::null()
+{
+    state_->writer.Null();
+    return *this;
+}
+Json &Json::value(std::string_view text)
 {
     const std::string valid = valid_utf8(text);
-    writer.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
+    state_->writer.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
+    return *this;
+}
+Json &Json::value(bool flag)
+{
+    state_->writer.Bool(flag);
+    return *this;
+}
+Json &Json::value(double number)
+{
+    state_->writer.Double(number);
+    return *this;
+}
+Json &Json::value(int64_t number)
+{
+    state_->writer.Int64(number);
+    return *this;
+}
+Json &Json::value(uint64_t number)
+{
+    state_->writer.Uint64(number);
+    return *this;
 }
 
-void put_key(JsonWriter &writer, std::string_view key)
+std::string Json::text() const
 {
-    const std::string valid = valid_utf8(key);
-    writer.Key(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
+    return {state_->buffer.GetString(), state_->buffer.GetSize()};
 }
 
 } // namespace kvnsim

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "sim/config/desired.h"
+#include "sim/journal/journal.h"
+#include "sim/types/columns.h"
+#include "sim/types/json.h"
+
+/* Tables to look at, as aligned text and as JSON. */
+namespace kvnsim {
+
+/* Nothing ("-", null), a flag ("yes" or "-"), a number, a text, or a list of texts or numbers. */
+using Cell = std::variant<std::monostate, bool, int64_t, std::string, std::vector<std::string>,
+                          std::vector<int64_t>>;
+
+/* An empty text is nothing. */
+inline Cell cell(std::string_view text)
+{
+    return text.empty() ? Cell() : Cell(std::string(text));
+}
+inline Cell cell(bool flag)
+{
+    return flag;
+}
+template <class T> std::enable_if_t<std::is_integral_v<T>, Cell> cell(T number)
+{
+    return static_cast<int64_t>(number);
+}
+template <class T> std::enable_if_t<std::is_enum_v<T>, Cell> cell(T named)
+{
+    return std::string(to_text(named));
+}
+Cell cell(const std::vector<RequestRef> &requests); /* their numbers */
+/* An identifier, nothing for "none". */
+Cell id_cell(uint32_t id);
+Cell id_cell(const std::optional<uint32_t> &id);
+
+struct Column {
+    std::string key;   /* of the JSON object: "lid_id" */
+    std::string title; /* of the text: "LID" */
+};
+
+struct Listing {
+    std::string title;                   /* "Interfaces" */
+    std::vector<Column> columns;         /* keys are unique */
+    std::vector<std::vector<Cell>> rows; /* as many cells as columns */
+};
+
+/* Rows of one type by their columns: the names of these are the keys. */
+template <class Row>
+Listing listing_of(std::string title, const std::vector<Row> &rows,
+                   std::initializer_list<const char *> titles)
+{
+    Listing listing{std::move(title), {}, {}};
+    std::string_view names = Row::column_names;
+    for (const char *column : titles)
+        listing.columns.push_back({std::string(next_name(names)), column});
+    for (const Row &row : rows)
+        listing.rows.push_back(std::apply(
+            [](const auto &...value) { return std::vector<Cell>{cell(value)...}; }, row.columns()));
+    return listing;
+}
+
+/* Heading and rows in columns, numbers to the right; "none" without rows. Ends with a newline. */
+std::string to_text(const Listing &listing);
+/* An array with an object for each row, keyed by the columns' keys. */
+void write(Json &json, const Listing &listing);
+void write(Json &json, const Cell &cell);
+
+} // namespace kvnsim
