@@ -5,7 +5,6 @@
 
 #include <fmt/format.h>
 
-#include "platform_api/libsdk.h"
 #include "sim/sdk/attributes.h"
 #include "sim/state/index.h"
 
@@ -38,36 +37,6 @@ Cell label(const LabelRow *row)
     return std::string(!row->enabled ? "off" : row->svi ? "on, SVI" : "on");
 }
 
-/* What the attributes are called where there is room for little. */
-struct ShortName {
-    uint32_t attribute;
-    const char *name;
-};
-constexpr ShortName short_names[] = {
-    {SdkIntfAttrLid, "LID"},
-    {SdkIntfAttrDefSgt, "SGT"},
-    {SdkIntfAttrIpv4UcstEn, "v4"},
-    {SdkIntfAttrIpv4McstEn, "v4mc"},
-    {SdkIntfAttrIpv6UcstEn, "v6"},
-    {SdkIntfAttrIpv6McstEn, "v6mc"},
-    {SdkIntfAttrIpv4Vpn, "v4vpn"},
-    {SdkIntfAttrIpv6Vpn, "v6vpn"},
-    {SdkIntfAttrIngTblDfMask, "DF mask"},
-    {SdkIntfAttrIngTblIgmpSnoopLabel, "IGMP"},
-    {SdkIntfAttrIpv4SameIfCheck, "v4same"},
-    {SdkIntfAttrIpv6SameIfCheck, "v6same"},
-    {SdkIntfAttrMtuIdx, "MTU"},
-};
-
-std::string short_name(const AttributeRow &attribute)
-{
-    for (const ShortName &row : short_names) {
-        if (row.attribute == attribute.number)
-            return row.name;
-    }
-    return std::string(attribute.name).substr(std::string_view("SdkIntfAttr").size());
-}
-
 } // namespace
 
 Listing attribute_values(const Snapshot &snapshot)
@@ -84,7 +53,7 @@ Listing attribute_values(const Snapshot &snapshot)
         if (written.count(attribute.number) == 0)
             continue;
         columns.push_back(&attribute);
-        listing.columns.push_back({attribute.name, short_name(attribute)});
+        listing.columns.push_back({attribute.name, attribute.short_name});
     }
     const Index index(snapshot);
     for (const IntfRow &intf : snapshot.intfs) {

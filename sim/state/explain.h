@@ -14,7 +14,7 @@ struct ExplainedProperty {
     std::string property; /* "MTU" */
     std::string configured, library, asic, database;
     bool differs = false; /* the audit found something about it */
-    std::string expected; /* of one that differs: the value when no side tells it, else empty */
+    std::string expected; /* of one that differs: what is right when no side tells, else empty */
     std::string call;     /* who wrote the ASIC's value, else the database's */
     COLUMNS(property, configured, library, asic, database, differs, expected, call)
 };

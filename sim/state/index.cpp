@@ -10,53 +10,12 @@
 namespace kvnsim {
 namespace {
 
-constexpr uint32_t routed_igmp_label = 16;
-
 uint64_t pair_key(uint32_t intf_id, uint32_t number)
 {
     return uint64_t{intf_id} << 32 | number;
 }
 
-/* What an internal loopback writes. */
-struct LoopbackAttribute {
-    uint32_t number, value;
-};
-constexpr LoopbackAttribute loopback_attributes[] = {
-    {SdkIntfAttrNatInside, 2},       {SdkIntfAttrIpv4UcstEn, 1},
-    {SdkIntfAttrIpv4McstEn, 1},      {SdkIntfAttrIpv4Vpn, 1},
-    {SdkIntfAttrIpv6Vpn, 1},         {SdkIntfAttrNatOutside, 3},
-    {SdkIntfAttrIpv4SameIfCheck, 1}, {SdkIntfAttrNatOutsideEgrBdDb, 3},
-    {SdkIntfAttrVlanTableMiss, 1},
-};
-
-/* What people call an attribute, where that is shorter than its description. */
-struct PropertyName {
-    uint32_t number;
-    const char *name;
-};
-constexpr PropertyName property_names[] = {
-    {SdkIntfAttrDefSgt, "security-group tag"}, {SdkIntfAttrIpv4UcstEn, "IPv4"},
-    {SdkIntfAttrIpv4McstEn, "IPv4 multicast"}, {SdkIntfAttrIpv6UcstEn, "IPv6"},
-    {SdkIntfAttrIpv6McstEn, "IPv6 multicast"}, {SdkIntfAttrMtuIdx, "MTU"},
-};
-
 } // namespace
-
-const char *property_name(uint32_t attribute)
-{
-    for (const PropertyName &row : property_names) {
-        if (row.number == attribute)
-            return row.name;
-    }
-    const AttributeRow *known = find_attribute(attribute);
-    return known != nullptr ? known->description : "";
-}
-
-uint32_t expected_tag(const HostRow &host)
-{
-    return host.kind == InterfaceKind::port_channel ? ((host.number + 1) & 0xFFFF) | 0x8000
-                                                    : (host.number + 1) & 0xFF;
-}
 
 Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
 {
@@ -72,7 +31,11 @@ Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
             lid_owner_.emplace(*row.held_lid, &row);
         if (row.held_pc)
             pc_owner_.emplace(*row.held_pc, &row);
+        if (row.channel)
+            joined_channels_.emplace(*row.channel, true);
     }
+    for (const MemberRow &row : snapshot.members)
+        members_[row.front_port] = &row;
     for (const ContextRow &row : snapshot.contexts) {
         const HostRow *owner = host(row.ifindex);
         if (owner == nullptr)
@@ -172,6 +135,10 @@ const std::vector<const Finding *> &Index::reader(std::string_view name) const
     static const std::vector<const Finding *> none;
     const auto at = reader_.find(name);
     return at != reader_.end() ? at->second : none;
+}
+const MemberRow *Index::member(uint32_t front_port) const
+{
+    return found_in(members_, front_port);
 }
 const HostRow *Index::owner_of_intf(uint32_t intf_id) const
 {
@@ -391,49 +358,6 @@ const FailureRow &Index::failure(std::string_view object) const
     static const FailureRow none;
     const FailureRow *row = found_in(failures_, object);
     return row != nullptr ? *row : none;
-}
-
-std::vector<ExpectedAttribute> Index::expected_attributes(const HostRow &host,
-                                                          const ContextRow &context,
-                                                          const WantedInterface *wanted) const
-{
-    std::vector<ExpectedAttribute> expected;
-    expected.reserve(kvnsim::attributes().size());
-    const auto add = [&](uint32_t number, uint32_t value, const char *source) {
-        expected.push_back({number, value, source});
-    };
-    const bool is_svi = host.kind == InterfaceKind::svi;
-    const bool is_sub = host.kind == InterfaceKind::sub_interface;
-    if (!is_svi)
-        add(SdkIntfAttrLid, context.lid_id, "recorded");
-    if (!is_svi && !is_sub)
-        add(SdkIntfAttrDefSgt, expected_tag(host), "the port's");
-    if (wanted == nullptr)
-        return expected;
-    if (!is_svi && !is_sub)
-        add(SdkIntfAttrIngTblIgmpSnoopLabel, routed_igmp_label, "the library's");
-    add(SdkIntfAttrIpv4UcstEn, wanted->ipv4, "configured");
-    add(SdkIntfAttrIpv4McstEn, host.ipv4_mcst, "recorded");
-    add(SdkIntfAttrIpv6UcstEn, wanted->ipv6, "configured");
-    add(SdkIntfAttrIpv4Vpn, wanted->vpn, "configured");
-    add(SdkIntfAttrIpv6Vpn, wanted->vpn, "configured");
-    add(SdkIntfAttrMtuIdx, wanted->mtu, "configured");
-    /* The property is the opposite of the hardware's check. */
-    add(SdkIntfAttrIpv4SameIfCheck, !host.ipv4_same_if, "recorded");
-    const auto claim = [&](uint32_t number) {
-        return std::find_if(expected.begin(), expected.end(),
-                            [&](const ExpectedAttribute &e) { return e.number == number; });
-    };
-    for (const AttributeRow &row : kvnsim::attributes()) {
-        if (claim(row.number) == expected.end())
-            expected.push_back({row.number, row.initial, "initially", true});
-    }
-    if (host.loopback) {
-        for (const LoopbackAttribute &loopback : loopback_attributes) {
-            *claim(loopback.number) = {loopback.number, loopback.value, "the loopback's"};
-        }
-    }
-    return expected;
 }
 
 } // namespace kvnsim

@@ -61,16 +61,6 @@ RowRange<Row> find_rows(const std::vector<Row> &rows, uint32_t Row::*member, uin
     return rows_from(rows, static_cast<size_t>(first - rows.begin()), member, value);
 }
 
-/* The value that an attribute of an SDK interface must have. */
-struct ExpectedAttribute {
-    uint32_t number;
-    uint32_t value;
-    const char *source;   /* who wants it so: "configured", "recorded", "initially" ... */
-    bool initial = false; /* nobody: as on a new interface */
-};
-/* What people call an attribute: "MTU". */
-const char *property_name(uint32_t attribute);
-
 /* An attribute of an SDK interface as it is, and what waits to be written to it. */
 struct AttributeState {
     uint32_t value = 0;                         /* in the ASIC now */
@@ -118,6 +108,13 @@ public:
     std::string state(std::string_view name) const;
     /* The VLANs that a port or port-channel is configured to be in. */
     const std::vector<std::string> &vlans(std::string_view member) const;
+    /* A front port's membership in the ASIC, nullptr without one. */
+    const MemberRow *member(uint32_t front_port) const;
+    /* Whether a port has joined it, as the host records it. */
+    bool has_joined_members(const HostRow &port_channel) const
+    {
+        return joined_channels_.count(port_channel.ifindex) != 0;
+    }
     /* Whether its record names an interface that the ASIC has. */
     bool programmed(const HostRow *host) const;
 
@@ -155,12 +152,6 @@ public:
     /* The failed step behind an object that is not as wanted; empty without one. */
     const FailureRow &failure(std::string_view object) const;
 
-    /* The values that the attributes of an interface must have: those of its identity, and with
-     * wanted not null those of every attribute, configured, recorded or else initial. */
-    std::vector<ExpectedAttribute> expected_attributes(const HostRow &host,
-                                                       const ContextRow &context,
-                                                       const WantedInterface *wanted) const;
-
 private:
     std::string state_of_missing(const WantedInterface &interface) const;
     std::string state_of_port(std::string_view port) const;
@@ -184,12 +175,11 @@ private:
     Lookup<std::string_view, const WantedMember *> membership_{&memory_};   /* by port */
     Lookup<std::string_view, std::vector<std::string>> vlans_{&memory_};    /* by member */
     Lookup<std::string_view, const FailureRow *> failures_{&memory_};       /* the oldest of each */
+    Lookup<uint32_t, const MemberRow *> members_{&memory_};                 /* by front port */
+    Lookup<uint32_t, bool> joined_channels_{&memory_};                      /* by ifindex */
     Lookup<uint32_t, const HostRow *> intf_owner_{&memory_}, lid_owner_{&memory_},
         pc_owner_{&memory_};
     Lookup<uint64_t, const PendingRow *> pending_{&memory_}; /* by interface and attribute */
 };
-
-/* Tags and labels that the library writes. */
-uint32_t expected_tag(const HostRow &host);
 
 } // namespace kvnsim

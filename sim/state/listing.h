@@ -34,7 +34,7 @@ template <class T> std::enable_if_t<std::is_integral_v<T>, Cell> cell(T number)
 }
 template <class T> std::enable_if_t<std::is_enum_v<T>, Cell> cell(T named)
 {
-    return std::string(to_text(named));
+    return cell(std::string_view(to_text(named)));
 }
 Cell cell(const std::vector<RequestRef> &requests); /* their numbers */
 /* An identifier, nothing for "none". */

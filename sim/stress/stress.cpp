@@ -166,7 +166,7 @@ public:
         if (problem_)
             return;
         for (const AuditFinding &finding : findings_) {
-            if (can_be_made_up_for(finding) &&
+            if (is_made_up_for(finding.kind, finding.property) &&
                 std::find(failed.begin(), failed.end(), finding.interface) == failed.end()) {
                 problem_ = "not made up for: " + to_text(finding);
                 return;
@@ -220,18 +220,6 @@ private:
     static std::string to_text(const AuditFinding &finding)
     {
         return std::string(kvnsim::to_text(finding.kind)) + ": " + finding.words;
-    }
-
-    /* The switch goes on until all that a configuration names is there; what only the library
-     * writes, when it makes an interface, nobody writes again: labels and most rows of the shared
-     * database. */
-    static bool can_be_made_up_for(const AuditFinding &finding)
-    {
-        static const std::unordered_set<std::string> settings = {
-            "MTU", "IPv4", "IPv6", "IPv4 VPN", "IPv6 VPN", "NAT zone"};
-        return (finding.kind == AuditKind::missing &&
-                finding.object.find(" row of ") == finding.object.npos) ||
-               (finding.kind == AuditKind::difference && settings.count(finding.property) != 0);
     }
 
     const StressOptions &options_;
