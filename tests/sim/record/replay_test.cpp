@@ -428,6 +428,7 @@ TEST_F(Differing, AnotherWordSizeDoesNotMatter)
     const Replay result = replayed_with("\"word_size\":" + own, "\"word_size\":" + other);
     EXPECT_TRUE(result.same()) << told(result);
     EXPECT_EQ(std::to_string(result.word_size), other);
+    EXPECT_EQ(result.requests, 10u);
 }
 
 } // namespace
