@@ -108,6 +108,7 @@ TEST_P(EveryFault, leaves_behind_what_the_audit_finds)
             with_findings += any;
         }
     }
+    EXPECT_GT(with_findings, 0u);
     RecordProperty("runs", std::to_string(runs));
     RecordProperty("runs_with_findings", std::to_string(with_findings));
     std::printf("%s: %u runs, findings in %u\n", GetParam().c_str(), runs, with_findings);

@@ -173,7 +173,7 @@ TEST_F(SnapshotFile, of_another_format_is_refused_by_its_number)
 {
     save(small_switch(), file.path);
     run_sql("PRAGMA user_version = 1");
-    EXPECT_EQ(why_not_loaded(), file.path + ": has format 1; this kvnsim reads format 2");
+    EXPECT_EQ(why_not_loaded(), file.path + ": has format 1; this kvnsim reads format 3");
 }
 
 TEST_F(SnapshotFile, that_was_cut_short_is_damaged)
