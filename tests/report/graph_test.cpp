@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/sim/state/bench.h"
+#include "tests/sim/state/snapshot_fixture.h"
 
 namespace kvnsim {
 namespace {
@@ -14,7 +14,7 @@ using testing::IsSubsetOf;
 using testing::Not;
 using testing::UnorderedElementsAre;
 
-class ObjectGraph : public StateTest {
+class ObjectGraph : public SnapshotFixture {
 protected:
     Graph graph_of(const Snapshot &snapshot)
     {

@@ -7,7 +7,7 @@
 #include <rapidjson/document.h>
 
 #include "sim/state/explain.h"
-#include "tests/sim/state/bench.h"
+#include "tests/sim/state/snapshot_fixture.h"
 
 namespace kvnsim {
 namespace {
@@ -15,7 +15,7 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-class Report : public StateTest {
+class Report : public SnapshotFixture {
 protected:
     static rapidjson::Document data_of(const Snapshot &snapshot,
                                        const std::vector<ReportTable> &more = {})
@@ -116,7 +116,7 @@ TEST_F(Report, explains_every_interface_and_port)
 
 TEST_F(Report, tells_each_finding_with_the_requests_behind_it)
 {
-    inject("libsdk_lid_entry_create:5=SDK_E_FULL"); /* the port-channel's: the ports have four */
+    fail("libsdk_lid_entry_create:5=SDK_E_FULL"); /* the port-channel's: the ports have four */
     sw.apply(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}, "Ethernet8": {},
         "Ethernet12": {}}, "PORTCHANNEL": {"PortChannel1": {}},
         "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}},
@@ -157,7 +157,7 @@ TEST_F(Report, explains_those_in_trouble_first_when_there_are_too_many)
     }
     const size_t all = want.routed_ports.size() + want.sub_interfaces.size();
     ASSERT_GT(all, explained_at_most);
-    inject("libsdk_intf_create:" + std::to_string(all) + "=SDK_E_FULL");
+    fail("libsdk_intf_create:" + std::to_string(all) + "=SDK_E_FULL");
     const Applied applied = sw.apply(want);
     ASSERT_EQ(applied.failures.size(), 1u);
 

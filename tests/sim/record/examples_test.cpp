@@ -1,4 +1,4 @@
-#include "bench.h"
+#include "tests/sim/record/recording_fixture.h"
 
 #include <filesystem>
 #include <fstream>
@@ -34,7 +34,7 @@ std::string name_of(const testing::TestParamInfo<fs::path> &info)
 
 /* ---- Each example, recorded now ---- */
 
-class Example : public Bench, public testing::WithParamInterface<fs::path> {
+class Example : public RecordingFixture, public testing::WithParamInterface<fs::path> {
 protected:
     /* Bring the example up and take it down again. */
     void up_and_down()
@@ -68,7 +68,7 @@ INSTANTIATE_TEST_SUITE_P(Configuration, Example, testing::ValuesIn(files_in(KVN_
 
 /* ---- Recordings of before ---- */
 
-class Kept : public Bench, public testing::WithParamInterface<fs::path> {};
+class Kept : public RecordingFixture, public testing::WithParamInterface<fs::path> {};
 
 /* They are of the 32-bit build, as the switch has it, and hold for the other as well. */
 TEST_P(Kept, LibraryDoesAsRecorded)

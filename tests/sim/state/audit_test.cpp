@@ -1,4 +1,4 @@
-#include "tests/sim/state/bench.h"
+#include "tests/sim/state/snapshot_fixture.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -22,7 +22,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class Audit : public StateTest {};
+class Audit : public SnapshotFixture {};
 
 TEST_F(Audit, finds_nothing_on_a_switch_just_powered_on)
 {
@@ -126,7 +126,7 @@ TEST_F(Audit, finds_nothing_on_a_port_in_internal_loopback_and_its_traces_after_
 
 TEST_F(Audit, names_the_request_that_made_an_orphan)
 {
-    inject("libsdk_intf_attr_set:1");
+    fail("libsdk_intf_attr_set:1");
     sw.apply(wanted(R"({"PORT": {"Ethernet0": {}}, "INTERFACE": {"Ethernet0": {}}})"));
     const auto findings = audit(capture(sw));
     ASSERT_THAT(brief(findings), ElementsAre("orphan SDK interface 1", "missing Ethernet0"));
@@ -174,7 +174,7 @@ TEST_F(Audit, finds_what_a_failed_write_of_an_ended_loopback_left_set)
     const uint32_t ifindex = Host::instance().find("Ethernet0")->ifindex;
     const EntryPoint &loopback = *EntryPoint::find("loopback_enable");
     loopback.call({Value::integer(ifindex), Value::integer(1)});
-    inject("libsdk_intf_attr_set_batch:9");
+    fail("libsdk_intf_attr_set_batch:9");
     loopback.call({Value::integer(ifindex), Value::integer(0)});
     Asic::instance().batch_flush();
     EXPECT_THAT(brief(audit(capture(sw))),
@@ -309,7 +309,7 @@ Marked without_kinds(std::vector<std::string> findings)
     return findings;
 }
 
-class OneThingWrong : public StateTest, public testing::WithParamInterface<Change> {};
+class OneThingWrong : public SnapshotFixture, public testing::WithParamInterface<Change> {};
 
 TEST_P(OneThingWrong, is_found)
 {

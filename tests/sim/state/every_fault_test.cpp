@@ -1,4 +1,4 @@
-#include "tests/sim/state/bench.h"
+#include "tests/sim/state/snapshot_fixture.h"
 #include "tests/sim/state/leftovers.h"
 
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "tests/sim/state/bench.h"
+#include "tests/sim/state/snapshot_fixture.h"
 
 #include <set>
 
@@ -63,7 +63,7 @@ TEST(ListingJson, has_an_object_for_each_row_with_the_values_as_they_are)
               "\n");
 }
 
-class Show : public StateTest {
+class Show : public SnapshotFixture {
 protected:
     static std::vector<std::string> column(const Listing &listing, const std::string &key)
     {
@@ -96,8 +96,8 @@ TEST_F(Show, interfaces_tells_each_ones_identifiers_and_settings)
 TEST_F(Show, interfaces_tells_why_one_is_not_programmed_and_which_are_not_wanted)
 {
     small_switch();
-    inject("libsdk_intf_destroy:1");
-    inject("libsdk_intf_create:1");
+    fail("libsdk_intf_destroy:1");
+    fail("libsdk_intf_create:1");
     sw.apply(wanted(R"({"PORT": {"Ethernet0": {}},
         "INTERFACE": {"Ethernet0": {}},
         "PORTCHANNEL": {"PortChannel1": {}, "PortChannel2": {}},
@@ -156,7 +156,7 @@ TEST_F(Show, macs_tells_router_and_virtual_macs_and_who_made_them)
 TEST_F(Show, errors_tells_what_the_library_traced)
 {
     EXPECT_THAT(show(small_switch(), "errors").rows, IsEmpty());
-    inject("libsdk_intf_create:1=SDK_E_FULL");
+    fail("libsdk_intf_create:1=SDK_E_FULL");
     sw.apply(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}},
         "VLAN": {"Vlan300": {}}, "VLAN_INTERFACE": {"Vlan300": {}}})"));
     const Listing errors = show(capture(sw), "errors");
@@ -169,7 +169,7 @@ TEST_F(Show, errors_counts_those_that_the_store_had_no_room_for)
     Sinks sinks;
     sinks.error_groups = 1;
     ASSERT_EQ(Diagnostics::instance().configure(sinks), "");
-    inject("libsdk_intf_create=SDK_E_FULL");
+    fail("libsdk_intf_create=SDK_E_FULL");
     sw.apply(wanted(R"({"PORT": {"Ethernet0": {}},
         "VLAN": {"Vlan300": {}, "Vlan301": {}, "Vlan302": {}},
         "VLAN_INTERFACE": {"Vlan300": {}, "Vlan301": {}, "Vlan302": {}}})"));
@@ -299,7 +299,7 @@ TEST_F(Show, as_one_document_holds_every_table_failure_and_finding)
 
 /* ---- Explanations ---- */
 
-class Explain : public StateTest {
+class Explain : public SnapshotFixture {
 protected:
     static const ExplainedProperty &property(const Explanation &explanation,
                                              const std::string &name)
@@ -392,7 +392,7 @@ TEST_F(Explain, shows_an_attribute_that_nobody_asked_for_only_when_it_is_not_as_
 
 TEST_F(Explain, says_why_an_interface_is_not_programmed)
 {
-    inject("libsdk_intf_create:1=SDK_E_FULL");
+    fail("libsdk_intf_create:1=SDK_E_FULL");
     sw.apply(wanted(R"({"PORT": {"Ethernet0": {}}, "INTERFACE": {"Ethernet0": {}}})"));
     const Explanation explanation = explain(capture(sw), "Ethernet0");
     EXPECT_EQ(explanation.state, "not programmed");
@@ -402,7 +402,7 @@ TEST_F(Explain, says_why_an_interface_is_not_programmed)
 
 TEST_F(Explain, marks_of_a_missing_interface_only_that_it_is_missing)
 {
-    inject("libsdk_intf_attr_set:2"); /* after the LID entry, the security-group tag */
+    fail("libsdk_intf_attr_set:2"); /* after the LID entry, the security-group tag */
     sw.apply(wanted(R"({"PORT": {"Ethernet0": {}}, "PORTCHANNEL": {"PortChannel2": {}},
         "PORTCHANNEL_MEMBER": {"PortChannel2|Ethernet0": {}},
         "PORTCHANNEL_INTERFACE": {"PortChannel2": {}}})"));
@@ -463,7 +463,7 @@ TEST_F(Explain, finds_nothing_wrong_with_a_routed_port_channel_that_has_no_membe
 
 TEST_F(Explain, says_what_a_port_is_for_that_is_not_routed)
 {
-    inject("libsdk_portchannel_create:1");
+    fail("libsdk_portchannel_create:1");
     sw.apply(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}, "Ethernet8": {},
         "Ethernet12": {}, "Ethernet16": {}},
         "PORTCHANNEL": {"PortChannel1": {}, "PortChannel2": {}, "PortChannel3": {}},
@@ -545,7 +545,7 @@ TEST_F(Explain, is_a_document_too)
 
 /* ---- Differences of two snapshots ---- */
 
-class Compare : public StateTest {
+class Compare : public SnapshotFixture {
 protected:
     Snapshot after(const std::string &json)
     {

@@ -1,4 +1,4 @@
-#include "tests/sim/state/bench.h"
+#include "tests/sim/state/snapshot_fixture.h"
 
 #include <filesystem>
 #include <fstream>
@@ -15,7 +15,7 @@ namespace {
 
 using testing::HasSubstr;
 
-class SnapshotFile : public StateTest {
+class SnapshotFile : public SnapshotFixture {
 protected:
     ScratchFile file{"switch.db"};
 
@@ -59,7 +59,7 @@ TEST_F(SnapshotFile, comes_back_with_failures_kept_interfaces_held_channels_and_
 {
     small_switch();
     Host &host = Host::instance();
-    inject("libsdk_intf_create:2");
+    fail("libsdk_intf_create:2");
     sw.apply(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}},
                         "PORTCHANNEL": {"PortChannel7": {}},
                         "VLAN": {"Vlan10": {}, "Vlan11": {}},

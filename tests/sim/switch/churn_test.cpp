@@ -4,12 +4,12 @@
 #include <sstream>
 
 #include "sim/stress/random_desired.h"
-#include "tests/sim/switch/bench.h"
+#include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {
 namespace {
 
-class ChurnTest : public SwitchTest, public ::testing::WithParamInterface<uint64_t> {};
+class ChurnTest : public SwitchFixture, public ::testing::WithParamInterface<uint64_t> {};
 
 TEST_P(ChurnTest, AnySequenceOfConfigurationsComesAboutAndGoesWithoutATrace)
 {
@@ -31,7 +31,7 @@ TEST_P(ChurnTest, AnySequenceOfConfigurationsComesAboutAndGoesWithoutATrace)
 INSTANTIATE_TEST_SUITE_P(Seeds, ChurnTest, ::testing::Range<uint64_t>(1, 9));
 
 /* The real configurations: applied, applied again, and taken back. */
-class SamplesTest : public SwitchTest {};
+class SamplesTest : public SwitchFixture {};
 
 TEST_F(SamplesTest, EachComesAboutMakesNoCallTheSecondTimeAndLeavesNothing)
 {
@@ -50,7 +50,7 @@ TEST_F(SamplesTest, EachComesAboutMakesNoCallTheSecondTimeAndLeavesNothing)
         bring_about(configuration.desired);
         for (const auto &[name, port] : configuration.desired.routed_ports)
             EXPECT_NE(interface(name).intf_id(), no_id) << name;
-        const Requests requests;
+        const RequestWatcher requests;
         bring_about(configuration.desired);
         EXPECT_TRUE(requests.made.empty());
         bring_about(Desired());

@@ -1,4 +1,4 @@
-#include "tests/sim/switch/bench.h"
+#include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {
 namespace {
@@ -6,7 +6,7 @@ namespace {
 using ::testing::Test;
 using Words = std::vector<std::string>;
 
-class PlanTest : public SwitchTest {
+class PlanTest : public SwitchFixture {
 protected:
     /* The plan from one configuration's state to another's. */
     Words change(const Desired &from, const Desired &to)

@@ -1,6 +1,6 @@
 #include "l3lifpd_kavelin.h"
 #include "platform_api/libsdk.h"
-#include "tests/sim/switch/bench.h"
+#include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {
 namespace {
@@ -21,18 +21,12 @@ const char *const each_kind = R"({
                            "Po12.20": {"vlan": "20"}},
     "VRRP": {"Vlan100|10": {"vid": "10"}}})";
 
-class AppliedTest : public SwitchTest {
+class AppliedTest : public SwitchFixture {
 protected:
     void expect_failure(const Applied &applied, const std::string &message)
     {
         ASSERT_EQ(applied.failures.size(), 1U);
         EXPECT_EQ(applied.failures[0].message, message);
-    }
-    /* Calls are counted from now on. */
-    static void fail(const std::string &specification)
-    {
-        Journal::instance().faults.clear();
-        EXPECT_EQ(Journal::instance().faults.add(specification), "");
     }
     std::vector<Reason> reasons(const std::string &object) const
     {
@@ -73,7 +67,7 @@ TEST_F(AppliedTest, ApplyingTheSameConfigurationAgainMakesNoCall)
 {
     const Desired want = wanted(each_kind);
     bring_about(want);
-    const Requests requests;
+    const RequestWatcher requests;
     EXPECT_EQ(sw.apply(want).steps_done, 0U);
     EXPECT_TRUE(requests.made.empty());
     EXPECT_TRUE(requests.calls.empty());
@@ -104,7 +98,7 @@ TEST_F(AppliedTest, APortThatIsNoLongerRoutedKeepsItsSdkInterfaceUntilItIsRouted
     bring_about(with_ports(""));
     EXPECT_EQ(used("intf"), 1U);
     EXPECT_EQ(interface("Ethernet0").kept_intf, first);
-    Requests requests;
+    RequestWatcher requests;
     bring_about(routed);
     EXPECT_EQ(used("intf"), 1U);
     EXPECT_FALSE(interface("Ethernet0").kept_intf);
@@ -116,7 +110,7 @@ TEST_F(AppliedTest, APortThatIsNoLongerRoutedKeepsItsSdkInterfaceUntilItIsRouted
 TEST_F(AppliedTest, ASecondConfigurationChangesOnlyWhatDiffers)
 {
     bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {}, "Ethernet4": {}})"));
-    const Requests requests;
+    const RequestWatcher requests;
     bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {}, "Ethernet4|2001:db8::/127": {}})"));
     EXPECT_EQ(requests.made,
               (std::vector<std::string>{
@@ -126,7 +120,7 @@ TEST_F(AppliedTest, ASecondConfigurationChangesOnlyWhatDiffers)
 TEST_F(AppliedTest, EveryDeleteEntryPointIsReachedByAnEmptyConfiguration)
 {
     bring_about(wanted(each_kind));
-    const Requests requests;
+    const RequestWatcher requests;
     bring_about(Desired());
     std::set<std::string> entries;
     for (const std::string &request : requests.made)
