@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "sim/config/desired.h"
+#include "tests/sim/config/contradictions.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {

@@ -177,8 +177,4 @@ struct Configuration {
  * error are left out of what is desired, and so is what refers to them. */
 Configuration read_configuration(const std::string &file, const std::string &text);
 
-/* What a Desired says that cannot be: a reference to something missing, a value out of its range.
- * Empty for everything that read_configuration gives; for those who make one by other means. */
-std::vector<std::string> contradictions(const Desired &desired);
-
 } // namespace kvnsim

@@ -7,6 +7,7 @@
 #include "tests/cli/kvnsim.h"
 
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::Not;
 
 /* What a person in front of it sees and does. */
@@ -68,8 +69,7 @@ TEST_F(Terminal, CtrlCBetweenStepsKeepsWhatCameAboutInASoundDatabase)
     /* What is there agrees; the ports that are missing are told. */
     const Result audit = kvnsim({"audit", "--db", "x.db"});
     EXPECT_EQ(found, audit.status);
-    EXPECT_THAT(audit.out, Not(HasSubstr("orphan")));
-    EXPECT_THAT(audit.out, HasSubstr("missing: "));
+    EXPECT_THAT(audit.out, MatchesRegex("(missing: [^\n]*\n)+[0-9]+ findings?\n"));
 }
 
 TEST_F(Terminal, CtrlCWhileReadingAppliesNothing)

@@ -6,8 +6,11 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
+
+#include <gtest/gtest.h>
 
 namespace docs {
 namespace {
@@ -97,6 +100,26 @@ bool matches(const Lines &shown, const Lines &output)
     return matches(shown, 0, output, 0);
 }
 
+int status_told_by(const Lines &output)
+{
+    static const struct {
+        std::regex line;
+        int status;
+    } told[] = {
+        {std::regex("exit status [0-9]+"), 0}, /* of the command that printed it */
+        {std::regex(".*: failed to .*|  = .* calls? failed: .*"), 4},
+        {std::regex(".*: [0-9]+ errors?(, .*)?"), 3},
+        {std::regex("[0-9]+ (finding|difference)s?"), 1},
+    };
+    for (const auto &[line, status] : told) {
+        for (const std::string &text : output) {
+            if (std::regex_match(text, line))
+                return status;
+        }
+    }
+    return 0;
+}
+
 Terminal::Terminal()
 {
     std::string name = (std::filesystem::temp_directory_path() / "kvnsim-docs-XXXXXX").string();
@@ -112,21 +135,31 @@ Terminal::~Terminal()
     std::filesystem::remove_all(folder_, ignored);
 }
 
-std::string Terminal::run(const std::string &command) const
+Outcome Terminal::run(const std::string &command) const
 {
-    std::ofstream(folder_ + "/.command") << command << "\n";
+    std::ofstream(folder_ + "/.command")
+        << command << "\necho \"${PIPESTATUS[@]}\" > '" << folder_ << "/.statuses'\n";
     const std::string line = "cd '" + folder_ +
                              "' && PATH='" KVN_BIN "':\"$PATH\" LC_ALL=C "
                              "bash .command 2>&1 </dev/null";
     FILE *const pipe = popen(line.c_str(), "r");
     if (pipe == nullptr)
         throw std::runtime_error("cannot run bash");
-    std::string output;
+    Outcome outcome;
     char buffer[4096];
     for (size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-        output.append(buffer, got);
+        outcome.output.append(buffer, got);
     pclose(pipe);
-    return output;
+
+    std::ifstream statuses(folder_ + "/.statuses");
+    bool is_told = false;
+    for (int status; statuses >> status; is_told = true) {
+        EXPECT_LT(status, 128) << "ended by a signal: $ " << command;
+        if (status != 0)
+            outcome.status = status;
+    }
+    EXPECT_TRUE(is_told) << "no shell ran: $ " << command;
+    return outcome;
 }
 
 } // namespace docs

@@ -24,15 +24,26 @@ std::vector<Command> commands_of(const Lines &page);
  * a word in '<' and '>' for any text within a line. */
 bool matches(const Lines &shown, const Lines &output);
 
-/* Runs commands in a folder of its own that has the examples, and kvnsim in its path. */
+/* What a command printed, standard error included, and its exit status: of a pipe, that of the last
+ * one in it that failed. */
+struct Outcome {
+    std::string output;
+    int status = 0;
+};
+
+/* The exit status that an output stands for: requests that failed, errors of a configuration and
+ * counted findings are told. A page that means another status prints it, as "exit status 3". */
+int status_told_by(const Lines &output);
+
+/* Runs commands in a folder of its own that has the examples, and kvnsim in its path. The test
+ * fails when one is ended by a signal, whatever comes behind it in a pipe. */
 class Terminal {
 public:
     Terminal();
     ~Terminal();
     Terminal(const Terminal &) = delete;
     Terminal &operator=(const Terminal &) = delete;
-    /* What the command prints, standard error included. */
-    std::string run(const std::string &command) const;
+    Outcome run(const std::string &command) const;
 
 private:
     std::string folder_;

@@ -61,12 +61,15 @@ TEST_P(Page, ShowsWhatTheToolPrints)
     size_t done = 0;
     for (const docs::Command &command : docs::commands_of(page)) {
         const Lines shown(at(page, command.first), at(page, command.last));
-        const std::string output = terminal.run(command.words);
+        const auto [output, status] = terminal.run(command.words);
         const bool same = docs::matches(shown, docs::lines_of(output));
         EXPECT_TRUE(same || update)
             << GetParam() << ":" << command.first << ": $ " << command.words << "\nprints\n"
             << output << "and not\n"
             << joined(shown.begin(), shown.end());
+        EXPECT_EQ(status, docs::status_told_by(docs::lines_of(output)))
+            << GetParam() << ":" << command.first << ": $ " << command.words
+            << "\nends with a status that the page does not tell";
         written += joined(at(page, done), at(page, command.first));
         written += same ? joined(shown.begin(), shown.end()) : output;
         done = command.last;
@@ -163,7 +166,9 @@ std::string folder_of(const std::string &file)
 TEST(Map, HasEveryFolderAndNoOther)
 {
     const std::string files =
-        docs::Terminal().run("git -c safe.directory='*' -C '" KVN_SOURCE "' ls-files 2>/dev/null");
+        docs::Terminal()
+            .run("git -c safe.directory='*' -C '" KVN_SOURCE "' ls-files 2>/dev/null")
+            .output;
     std::set<std::string> there, mapped;
     for (const std::string &file : docs::lines_of(files))
         there.insert(folder_of(file));
@@ -202,6 +207,17 @@ TEST(ShownOutput, LeavesLinesOut)
     EXPECT_TRUE(docs::matches({"one", "[...]", "five"}, {"one", "two", "three", "five"}));
     EXPECT_TRUE(docs::matches({"[...]"}, {}));
     EXPECT_FALSE(docs::matches({"one", "[...]", "five"}, {"one", "two"}));
+}
+
+TEST(ShownOutput, TellsTheExitStatus)
+{
+    EXPECT_EQ(docs::status_told_by({}), 0);
+    EXPECT_EQ(docs::status_told_by({"one", "2 findings"}), 1);
+    EXPECT_EQ(docs::status_told_by({"1 difference"}), 1);
+    EXPECT_EQ(docs::status_told_by({"a.json: 1 error, 1 warning"}), 3);
+    EXPECT_EQ(docs::status_told_by({"a.json:1:1: PORT|Ethernet0: failed to do it", "1 finding"}),
+              4);
+    EXPECT_EQ(docs::status_told_by({"a.json: 2 errors", "exit status 3"}), 0);
 }
 
 TEST(ShownOutput, HasPartsThatVary)

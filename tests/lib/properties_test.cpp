@@ -347,12 +347,12 @@ TEST_P(DefaultProperties, FollowTheInterfacesIpConfiguration)
 INSTANTIATE_TEST_SUITE_P(
     , DefaultProperties,
     testing::Values(
-        Defaults{"no_configuration", false, {}, {{12, 1500}, {5, 1}}},
-        Defaults{"everything", true, {1, 1, 9216, 0}, {{1, 1}, {2, 1}, {12, 9216}, {5, 0}}},
-        Defaults{"all_zero", true, {0, 0, 0, 0}, {{12, 1500}, {5, 0}}},
-        Defaults{"mtu_unset", true, {0, 0, 0, 7}, {{12, 1500}, {5, 1}}},
-        Defaults{"unicast_only", true, {8, 0, 68, 1}, {{1, 1}, {12, 68}, {5, 1}}},
-        Defaults{"multicast_only", true, {0, 0x10000, 65535, 0}, {{2, 1}, {12, 65535}, {5, 0}}}),
+        Defaults{"NoConfiguration", false, {}, {{12, 1500}, {5, 1}}},
+        Defaults{"Everything", true, {1, 1, 9216, 0}, {{1, 1}, {2, 1}, {12, 9216}, {5, 0}}},
+        Defaults{"AllZero", true, {0, 0, 0, 0}, {{12, 1500}, {5, 0}}},
+        Defaults{"MtuUnset", true, {0, 0, 0, 7}, {{12, 1500}, {5, 1}}},
+        Defaults{"UnicastOnly", true, {8, 0, 68, 1}, {{1, 1}, {12, 68}, {5, 1}}},
+        Defaults{"MulticastOnly", true, {0, 0x10000, 65535, 0}, {{2, 1}, {12, 65535}, {5, 0}}}),
     [](const auto &row) { return std::string(row.param.name); });
 
 class DefaultPropertiesFailing : public testing::TestWithParam<int> {

@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/sim/state/bench.h"
+#include "tests/sim/state/snapshot_fixture.h"
 
 namespace kvnsim {
 namespace {
@@ -14,7 +14,7 @@ using testing::IsSubsetOf;
 using testing::Not;
 using testing::UnorderedElementsAre;
 
-class ObjectGraph : public StateTest {
+class ObjectGraph : public SnapshotFixture {
 protected:
     Graph graph_of(const Snapshot &snapshot)
     {
@@ -66,7 +66,7 @@ protected:
     }
 };
 
-TEST_F(ObjectGraph, leads_from_a_routed_port_over_its_lid_entry_to_the_front_panel)
+TEST_F(ObjectGraph, LeadsFromARoutedPortOverItsLidEntryToTheFrontPanel)
 {
     bring_about(wanted(R"({"PORT": {"Ethernet0": {}}, "INTERFACE": {"Ethernet0": {}}})"));
     EXPECT_THAT(edges(graph_of(capture(sw))),
@@ -74,7 +74,7 @@ TEST_F(ObjectGraph, leads_from_a_routed_port_over_its_lid_entry_to_the_front_pan
                                      "SDK interface 1 -> LID entry 1", "LID entry 1 -> Ethernet0"));
 }
 
-TEST_F(ObjectGraph, leads_from_a_port_channel_over_its_lid_entry_to_every_member)
+TEST_F(ObjectGraph, LeadsFromAPortChannelOverItsLidEntryToEveryMember)
 {
     const Graph graph = graph_of(small_switch());
     EXPECT_THAT((std::vector<std::string>{"SDK port-channel 1", "Ethernet8", "Ethernet12"}),
@@ -83,7 +83,7 @@ TEST_F(ObjectGraph, leads_from_a_port_channel_over_its_lid_entry_to_every_member
     EXPECT_TRUE(gone(graph).empty());
 }
 
-TEST_F(ObjectGraph, leads_from_a_sub_interface_to_its_parents_port)
+TEST_F(ObjectGraph, LeadsFromASubInterfaceToItsParentsPort)
 {
     const std::set<std::string> way =
         reached(graph_of(small_switch()), NodeKind::interface, "Ethernet0.10");
@@ -91,14 +91,14 @@ TEST_F(ObjectGraph, leads_from_a_sub_interface_to_its_parents_port)
     EXPECT_THAT(way, Not(Contains("Ethernet4")));
 }
 
-TEST_F(ObjectGraph, leads_from_an_svi_to_its_mac_trap_and_its_vlans_members)
+TEST_F(ObjectGraph, LeadsFromAnSviToItsMacTrapAndItsVlansMembers)
 {
     const Graph graph = graph_of(small_switch());
     EXPECT_THAT(reached(graph, NodeKind::interface, "Vlan100"), Contains("MAC trap 1"));
     EXPECT_THAT(edges(graph), Contains("Vlan100 -> Ethernet16 (configured)"));
 }
 
-TEST_F(ObjectGraph, leads_from_a_vlan_to_the_ports_of_a_switched_port_channel)
+TEST_F(ObjectGraph, LeadsFromAVlanToThePortsOfASwitchedPortChannel)
 {
     bring_about(wanted(R"({"PORT": {"Ethernet0": {}}, "PORTCHANNEL": {"PortChannel1": {}},
         "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}}, "VLAN": {"Vlan100": {}},
@@ -108,7 +108,7 @@ TEST_F(ObjectGraph, leads_from_a_vlan_to_the_ports_of_a_switched_port_channel)
                                        "Vlan100 -> Ethernet0 (configured)"}));
 }
 
-TEST_F(ObjectGraph, tells_who_made_what_the_asic_holds)
+TEST_F(ObjectGraph, TellsWhoMadeWhatTheAsicHolds)
 {
     for (const GraphNode &node : graph_of(small_switch()).nodes) {
         const bool in_asic = node.kind != NodeKind::interface && node.kind != NodeKind::port;
@@ -116,7 +116,7 @@ TEST_F(ObjectGraph, tells_who_made_what_the_asic_holds)
     }
 }
 
-TEST_F(ObjectGraph, has_an_object_that_nothing_leads_to)
+TEST_F(ObjectGraph, HasAnObjectThatNothingLeadsTo)
 {
     Snapshot snapshot = small_switch();
     snapshot.lids.push_back({999, 0, {}});
@@ -130,7 +130,7 @@ TEST_F(ObjectGraph, has_an_object_that_nothing_leads_to)
     EXPECT_EQ(found, 1u);
 }
 
-TEST_F(ObjectGraph, marks_what_is_named_and_gone)
+TEST_F(ObjectGraph, MarksWhatIsNamedAndGone)
 {
     Snapshot snapshot = small_switch();
     snapshot.intfs.erase(snapshot.intfs.begin()); /* Ethernet0's */
@@ -138,7 +138,7 @@ TEST_F(ObjectGraph, marks_what_is_named_and_gone)
     EXPECT_THAT(gone(graph_of(snapshot)), UnorderedElementsAre("SDK interface 1", "LID entry 1"));
 }
 
-TEST_F(ObjectGraph, tells_a_record_that_the_asic_does_not_bear_out)
+TEST_F(ObjectGraph, TellsARecordThatTheAsicDoesNotBearOut)
 {
     Snapshot snapshot = small_switch();
     for (ContextRow &context : snapshot.contexts) {

@@ -7,7 +7,7 @@
 #include <rapidjson/document.h>
 
 #include "sim/state/explain.h"
-#include "tests/sim/state/bench.h"
+#include "tests/sim/state/snapshot_fixture.h"
 
 namespace kvnsim {
 namespace {
@@ -15,7 +15,7 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-class Report : public StateTest {
+class Report : public SnapshotFixture {
 protected:
     static rapidjson::Document data_of(const Snapshot &snapshot,
                                        const std::vector<ReportTable> &more = {})
@@ -35,7 +35,7 @@ protected:
     }
 };
 
-TEST_F(Report, is_one_document_that_loads_nothing_from_elsewhere)
+TEST_F(Report, IsOneDocumentThatLoadsNothingFromElsewhere)
 {
     const std::string page = report_page(small_switch(), {});
     EXPECT_EQ(page.rfind("<!DOCTYPE html>\n", 0), 0u);
@@ -44,7 +44,7 @@ TEST_F(Report, is_one_document_that_loads_nothing_from_elsewhere)
         EXPECT_THAT(page, Not(HasSubstr(reference)));
 }
 
-TEST_F(Report, has_its_styles_scripts_and_data_in_their_places)
+TEST_F(Report, HasItsStylesScriptsAndDataInTheirPlaces)
 {
     const std::string page = report_page(small_switch(), {});
     for (const char *mark : {"/*STYLE*/", "/*SCRIPTS*/", "/*DATA*/"})
@@ -54,7 +54,7 @@ TEST_F(Report, has_its_styles_scripts_and_data_in_their_places)
     EXPECT_THAT(page, HasSubstr("{\"hostname\":\"leaf\""));
 }
 
-TEST_F(Report, has_each_table_of_show_with_all_its_rows)
+TEST_F(Report, HasEachTableOfShowWithAllItsRows)
 {
     const Snapshot snapshot = small_switch();
     const rapidjson::Document data = data_of(snapshot);
@@ -71,7 +71,7 @@ TEST_F(Report, has_each_table_of_show_with_all_its_rows)
     }
 }
 
-TEST_F(Report, has_the_tables_that_it_is_given)
+TEST_F(Report, HasTheTablesThatItIsGiven)
 {
     const Listing colours{"Colours",
                           {{"name", "Name"}, {"codes", "Codes"}},
@@ -84,7 +84,7 @@ TEST_F(Report, has_the_tables_that_it_is_given)
     EXPECT_TRUE(rows[1][1].GetBool());
 }
 
-TEST_F(Report, keeps_markup_in_names_from_ending_the_data)
+TEST_F(Report, KeepsMarkupInNamesFromEndingTheData)
 {
     sw.apply(wanted(R"({"DEVICE_METADATA": {"localhost": {"hostname": "</script><b>&\"leaf"}},
         "PORT": {"Ethernet0": {"alias": "<!--<script>"}}})"));
@@ -96,7 +96,7 @@ TEST_F(Report, keeps_markup_in_names_from_ending_the_data)
     EXPECT_STREQ(table(data, "ports")["rows"][0][1].GetString(), "<!--<script>");
 }
 
-TEST_F(Report, explains_every_interface_and_port)
+TEST_F(Report, ExplainsEveryInterfaceAndPort)
 {
     const Snapshot snapshot = small_switch();
     const rapidjson::Document data = data_of(snapshot);
@@ -114,9 +114,9 @@ TEST_F(Report, explains_every_interface_and_port)
     }
 }
 
-TEST_F(Report, tells_each_finding_with_the_requests_behind_it)
+TEST_F(Report, TellsEachFindingWithTheRequestsBehindIt)
 {
-    inject("libsdk_lid_entry_create:5=SDK_E_FULL"); /* the port-channel's: the ports have four */
+    fail("libsdk_lid_entry_create:5=SDK_E_FULL"); /* the port-channel's: the ports have four */
     sw.apply(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}, "Ethernet8": {},
         "Ethernet12": {}}, "PORTCHANNEL": {"PortChannel1": {}},
         "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}},
@@ -141,7 +141,7 @@ TEST_F(Report, tells_each_finding_with_the_requests_behind_it)
 }
 
 /* 255 ports with nine sub-interfaces each; the last one's is refused. */
-TEST_F(Report, explains_those_in_trouble_first_when_there_are_too_many)
+TEST_F(Report, ExplainsThoseInTroubleFirstWhenThereAreTooMany)
 {
     Desired want;
     for (uint32_t port = 0; port < 255; ++port) {
@@ -157,7 +157,7 @@ TEST_F(Report, explains_those_in_trouble_first_when_there_are_too_many)
     }
     const size_t all = want.routed_ports.size() + want.sub_interfaces.size();
     ASSERT_GT(all, explained_at_most);
-    inject("libsdk_intf_create:" + std::to_string(all) + "=SDK_E_FULL");
+    fail("libsdk_intf_create:" + std::to_string(all) + "=SDK_E_FULL");
     const Applied applied = sw.apply(want);
     ASSERT_EQ(applied.failures.size(), 1u);
 

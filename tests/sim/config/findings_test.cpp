@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/sim/config/contradictions.h"
 #include "tests/sim/config/finding_cases.h"
 #include "tests/sim/config/read.h"
 

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "tests/sim/config/contradictions.h"
 #include "tests/sim/config/finding_cases.h"
 #include "tests/sim/config/read.h"
 

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "sim/fwm/event_file.h"
-#include "tests/sim/fwm/bench.h"
+#include "tests/sim/fwm/host_fixture.h"
 
 namespace kvnsim {
 namespace {
@@ -15,7 +15,7 @@ using testing::IsEmpty;
 
 constexpr int64_t noon = 1700000000123456789; /* 2023-11-14 22:13:20.123456 UTC */
 
-class DiagnosticSinks : public Bench {
+class DiagnosticSinks : public HostFixture {
 protected:
     /* One trace record, to the sinks in the library's order. */
     void emit(int32_t level, const char *function, int32_t line, const char *text)
@@ -97,10 +97,10 @@ TEST_F(DiagnosticSinks, AllOnAndOffInEveryCombination)
 
 /* ---- Trace records ---- */
 
-class Watcher : public Observer {
+class TraceWatcher : public Observer {
 public:
-    Watcher() { Journal::instance().add(*this); }
-    ~Watcher() override { Journal::instance().remove(*this); }
+    TraceWatcher() { Journal::instance().add(*this); }
+    ~TraceWatcher() override { Journal::instance().remove(*this); }
     void call_made(const Call &call) override { seen.push_back(call.what->name()); }
     void trace_emitted(const TraceRecord &record) override
     {
@@ -112,7 +112,7 @@ public:
 
 TEST_F(DiagnosticSinks, ObserversSeeLevelFunctionLineAndText)
 {
-    const Watcher watcher;
+    const TraceWatcher watcher;
     debug("Entered.\n");
     error("l3lif is NULL.\n");
     EXPECT_EQ(watcher.seen, (std::vector<std::string>{"104 Entered.\n", "102 l3lif is NULL.\n"}));
@@ -122,7 +122,7 @@ TEST_F(DiagnosticSinks, ObserversSeeLevelFunctionLineAndText)
 
 TEST_F(DiagnosticSinks, LongMessagesAreKeptWhole)
 {
-    const Watcher watcher;
+    const TraceWatcher watcher;
     for (const size_t length : {511u, 600u, 5000u}) {
         const std::string text(length, 'x');
         error(text.c_str());
@@ -133,7 +133,7 @@ TEST_F(DiagnosticSinks, LongMessagesAreKeptWhole)
 
 TEST_F(DiagnosticSinks, FormatsAreFilledIn)
 {
-    const Watcher watcher;
+    const TraceWatcher watcher;
     fwm_ds_trace_add("f.cpp", "f", 1, 0, "ifindex %#x lid %d %s\n", 0x10000000u, 7, "x");
     fwm_debug_elem_descr(104);
     EXPECT_EQ(watcher.seen, std::vector<std::string>{"104 ifindex 0x10000000 lid 7 x\n"});
@@ -141,7 +141,7 @@ TEST_F(DiagnosticSinks, FormatsAreFilledIn)
 
 TEST_F(DiagnosticSinks, AMessageThatCannotBeFormattedIsReplaced)
 {
-    const Watcher watcher;
+    const TraceWatcher watcher;
     fwm_ds_trace_add("f.cpp", "f", 1, 0, "%ls\n", L"\x7FFFFFFF");
     fwm_debug_elem_descr(104);
     EXPECT_EQ(watcher.seen, std::vector<std::string>{"104 (message cannot be formatted)"});
@@ -149,7 +149,7 @@ TEST_F(DiagnosticSinks, AMessageThatCannotBeFormattedIsReplaced)
 
 TEST_F(DiagnosticSinks, TheNameOfAFunctionThatIsGoneStaysReadable)
 {
-    const Watcher watcher;
+    const TraceWatcher watcher;
     std::string name = "l3lifpd_kvn_del_svi";
     fwm_ds_trace_add("f.cpp", name.c_str(), 1, 0, "text");
     name.assign(name.size(), '?');
@@ -159,7 +159,7 @@ TEST_F(DiagnosticSinks, TheNameOfAFunctionThatIsGoneStaysReadable)
 
 TEST_F(DiagnosticSinks, ObserversSeeEachRecordWithItsLevelInOrder)
 {
-    const Watcher watcher;
+    const TraceWatcher watcher;
     debug("a");
     fwmpd_kavelin_batch_flush();
     error("b");
@@ -175,7 +175,7 @@ TEST_F(DiagnosticSinks, ARecordMadeWhileAnotherIsWrittenComesAfterIt)
     Sinks sinks;
     sinks.debug_file = path.path;
     configure(sinks);
-    const Watcher watcher;
+    const TraceWatcher watcher;
     fwm_ds_trace_add("f.cpp", "outer", 1, 0, "outer");
     fwm_ctime();
     fwm_debug_elem_descr(104);

@@ -2,7 +2,7 @@
 
 #include <rapidcheck.h>
 
-#include "tests/sim/fwm/bench.h"
+#include "tests/sim/fwm/host_fixture.h"
 
 namespace kvnsim {
 namespace {

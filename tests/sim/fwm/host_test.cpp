@@ -1,11 +1,11 @@
 #include "sim/fwm/host.h"
 
-#include "tests/sim/fwm/bench.h"
+#include "tests/sim/fwm/host_fixture.h"
 
 namespace kvnsim {
 namespace {
 
-class Interfaces : public Bench {};
+class Interfaces : public HostFixture {};
 
 TEST_F(Interfaces, AreFoundByIndexAndByName)
 {
@@ -225,7 +225,7 @@ TEST_F(Interfaces, KindsHaveNames)
 }
 
 /* What the layer-2 side makes in the ASIC by itself. */
-class HostTasks : public Bench {};
+class HostTasks : public HostFixture {};
 
 TEST_F(HostTasks, APortGetsALidEntryThatLeadsToIt)
 {

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "sim/fwm/command_output.h"
-#include "tests/sim/fwm/bench.h"
+#include "tests/sim/fwm/host_fixture.h"
 
 namespace kvnsim {
 namespace {
@@ -13,7 +13,7 @@ using testing::IsEmpty;
 
 constexpr uint32_t unknown = 0x10000050;
 
-class Services : public Bench {
+class Services : public HostFixture {
 protected:
     /* Keeps the last call seen. */
     struct LastCall : Observer {

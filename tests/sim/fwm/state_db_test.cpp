@@ -2,12 +2,12 @@
 
 #include <sqlite3.h>
 
-#include "tests/sim/fwm/bench.h"
+#include "tests/sim/fwm/host_fixture.h"
 
 namespace kvnsim {
 namespace {
 
-class SharedDatabase : public Bench {
+class SharedDatabase : public HostFixture {
 protected:
     static L3lifRow interface_row(uint32_t ifindex, uint32_t mtu)
     {

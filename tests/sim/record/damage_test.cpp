@@ -1,4 +1,4 @@
-#include "bench.h"
+#include "tests/sim/record/recording_fixture.h"
 
 #include <set>
 
@@ -9,7 +9,7 @@
 namespace kvnsim {
 namespace {
 
-class Damaged : public Bench {
+class Damaged : public RecordingFixture {
 protected:
     static void expect_problem(const std::string &recording, const std::string &problem)
     {
@@ -181,7 +181,7 @@ void each_change(rapidjson::Document &line, rapidjson::Value &at, const std::str
     }
 }
 
-class EachLine : public Bench {
+class EachLine : public RecordingFixture {
 protected:
     /* Replay with other lines in the place of one. */
     bool shows(size_t index, const std::vector<std::string> &instead)

@@ -1,11 +1,11 @@
-#include "bench.h"
+#include "tests/sim/record/recording_fixture.h"
 
 #include "sim/record/preconditions.h"
 
 namespace kvnsim {
 namespace {
 
-class Asking : public Bench {
+class Asking : public RecordingFixture {
 protected:
     static std::string asking(const char *entry, std::vector<Value> values)
     {

@@ -1,4 +1,4 @@
-#include "bench.h"
+#include "tests/sim/record/recording_fixture.h"
 
 #include "sim/record/recording.h"
 
@@ -7,7 +7,7 @@ namespace {
 
 /* ---- What is recorded replays the same ---- */
 
-class Recording : public Bench {
+class Recording : public RecordingFixture {
 protected:
     static void ask_of(uint32_t ifindex)
     {
@@ -304,7 +304,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 /* ---- What differs is told ---- */
 
-class Differing : public Bench {
+class Differing : public RecordingFixture {
 protected:
     /* The recorded operation with one text in place of another, which is there. */
     Replay replayed_with(const std::string &was, const std::string &is)
@@ -428,6 +428,7 @@ TEST_F(Differing, AnotherWordSizeDoesNotMatter)
     const Replay result = replayed_with("\"word_size\":" + own, "\"word_size\":" + other);
     EXPECT_TRUE(result.same()) << told(result);
     EXPECT_EQ(std::to_string(result.word_size), other);
+    EXPECT_EQ(result.requests, 10u);
 }
 
 } // namespace

@@ -1,11 +1,11 @@
-#include "bench.h"
+#include "tests/sim/record/recording_fixture.h"
 
 #include "sim/record/timeline.h"
 
 namespace kvnsim {
 namespace {
 
-class TimelineOf : public Bench {
+class TimelineOf : public RecordingFixture {
 protected:
     static std::string timeline(const TimelineOptions &options, const std::function<void()> &what)
     {

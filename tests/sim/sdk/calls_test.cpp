@@ -57,10 +57,10 @@ const Row every_call[] = {
      [](int32_t device) { return libsdk_switch_router_mac_destroy(device, 1); }},
 };
 
-class Watcher : public Observer {
+class CallWatcher : public Observer {
 public:
-    Watcher() { Journal::instance().add(*this); }
-    ~Watcher() override { Journal::instance().remove(*this); }
+    CallWatcher() { Journal::instance().add(*this); }
+    ~CallWatcher() override { Journal::instance().remove(*this); }
     void call_made(const Call &call) override { last = call; }
     Call last;
     std::string text() const
@@ -104,7 +104,7 @@ TEST_F(SdkCalls, AreAllRegisteredAndCanFail)
 
 TEST_F(SdkCalls, AreJournalledUnderTheirName)
 {
-    Watcher watcher;
+    CallWatcher watcher;
     for (const Row &row : every_call) {
         row.call(0);
         EXPECT_STREQ(watcher.last.what->name(), row.name);
@@ -158,7 +158,7 @@ TEST_F(SdkCalls, TakeNoNullPointers)
 
 TEST_F(SdkCalls, AreShownWithTheNamesOfTheSdk)
 {
-    Watcher watcher;
+    CallWatcher watcher;
     routed_port(5);
     EXPECT_EQ(watcher.text(), "libsdk_intf_create dev_inst=0 intf_type=1 params={param1=5} "
                               "intf_id=1 -> 0");

@@ -1,5 +1,5 @@
-#include "tests/sim/state/bench.h"
 #include "tests/sim/state/leftovers.h"
+#include "tests/sim/state/snapshot_fixture.h"
 
 #include <filesystem>
 #include <map>
@@ -68,7 +68,7 @@ std::string lines(const std::vector<std::string> &texts)
 
 class EveryFault : public testing::TestWithParam<std::string> {};
 
-TEST_P(EveryFault, leaves_behind_what_the_audit_finds)
+TEST_P(EveryFault, LeavesBehindWhatTheAuditFinds)
 {
     const std::vector<Desired> steps = scenarios().at(GetParam());
     std::map<std::string, uint32_t> counts;
@@ -108,6 +108,7 @@ TEST_P(EveryFault, leaves_behind_what_the_audit_finds)
             with_findings += any;
         }
     }
+    EXPECT_EQ(with_findings > 0, runs > 0);
     RecordProperty("runs", std::to_string(runs));
     RecordProperty("runs_with_findings", std::to_string(with_findings));
     std::printf("%s: %u runs, findings in %u\n", GetParam().c_str(), runs, with_findings);
@@ -121,11 +122,11 @@ std::vector<std::string> names()
     return all;
 }
 
-INSTANTIATE_TEST_SUITE_P(examples, EveryFault, testing::ValuesIn(names()),
+INSTANTIATE_TEST_SUITE_P(Examples, EveryFault, testing::ValuesIn(names()),
                          [](const auto &test) { return test.param; });
 
 /* Failures of all calls together, one after another and upon what earlier ones left. */
-TEST(ManyFaults, leave_behind_what_the_audit_finds)
+TEST(ManyFaults, LeaveBehindWhatTheAuditFinds)
 {
     for (uint64_t seed = 0; seed < 20; ++seed) {
         Switch sw;

@@ -1,4 +1,4 @@
-#include "tests/sim/state/bench.h"
+#include "tests/sim/state/snapshot_fixture.h"
 
 #include <filesystem>
 #include <fstream>
@@ -15,7 +15,7 @@ namespace {
 
 using testing::HasSubstr;
 
-class SnapshotFile : public StateTest {
+class SnapshotFile : public SnapshotFixture {
 protected:
     ScratchFile file{"switch.db"};
 
@@ -48,18 +48,18 @@ protected:
     }
 };
 
-TEST_F(SnapshotFile, comes_back_as_it_was_saved)
+TEST_F(SnapshotFile, ComesBackAsItWasSaved)
 {
     Snapshot snapshot = small_switch();
     save(snapshot, file.path);
     EXPECT_TRUE(load(file.path) == snapshot);
 }
 
-TEST_F(SnapshotFile, comes_back_with_failures_kept_interfaces_held_channels_and_pending_writes)
+TEST_F(SnapshotFile, ComesBackWithFailuresKeptInterfacesHeldChannelsAndPendingWrites)
 {
     small_switch();
     Host &host = Host::instance();
-    inject("libsdk_intf_create:2");
+    fail("libsdk_intf_create:2");
     sw.apply(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}},
                         "PORTCHANNEL": {"PortChannel7": {}},
                         "VLAN": {"Vlan10": {}, "Vlan11": {}},
@@ -84,7 +84,7 @@ TEST_F(SnapshotFile, comes_back_with_failures_kept_interfaces_held_channels_and_
     EXPECT_EQ(words(audit(loaded)), words(audit(snapshot)));
 }
 
-TEST_F(SnapshotFile, differs_from_one_with_another_value)
+TEST_F(SnapshotFile, DiffersFromOneWithAnotherValue)
 {
     const Snapshot snapshot = small_switch();
     Snapshot other = snapshot;
@@ -102,7 +102,7 @@ TEST_F(SnapshotFile, differs_from_one_with_another_value)
     EXPECT_TRUE(other != snapshot);
 }
 
-TEST_F(SnapshotFile, replaces_an_older_one_and_leaves_nothing_beside_it)
+TEST_F(SnapshotFile, ReplacesAnOlderOneAndLeavesNothingBesideIt)
 {
     const std::string folder = file.path + ".d";
     std::filesystem::create_directory(folder);
@@ -116,7 +116,7 @@ TEST_F(SnapshotFile, replaces_an_older_one_and_leaves_nothing_beside_it)
     std::filesystem::remove_all(folder);
 }
 
-TEST_F(SnapshotFile, replaces_what_a_link_names_and_keeps_the_link)
+TEST_F(SnapshotFile, ReplacesWhatALinkNamesAndKeepsTheLink)
 {
     const ScratchFile link("link.db");
     save(capture(sw), file.path);
@@ -127,13 +127,13 @@ TEST_F(SnapshotFile, replaces_what_a_link_names_and_keeps_the_link)
     EXPECT_TRUE(load(file.path) == snapshot);
 }
 
-TEST_F(SnapshotFile, may_be_written_over_an_empty_file)
+TEST_F(SnapshotFile, MayBeWrittenOverAnEmptyFile)
 {
     write("");
     EXPECT_EQ(why_not_saved(capture(sw)), "saved");
 }
 
-TEST_F(SnapshotFile, is_not_written_over_anything_else)
+TEST_F(SnapshotFile, IsNotWrittenOverAnythingElse)
 {
     write("precious notes");
     EXPECT_EQ(why_not_saved(capture(sw)),
@@ -141,7 +141,7 @@ TEST_F(SnapshotFile, is_not_written_over_anything_else)
     EXPECT_EQ(content_of(file.path), "precious notes");
 }
 
-TEST_F(SnapshotFile, is_not_written_over_the_database_of_another_program)
+TEST_F(SnapshotFile, IsNotWrittenOverTheDatabaseOfAnotherProgram)
 {
     run_sql("CREATE TABLE notes (text); INSERT INTO notes VALUES ('precious')");
     const std::string before = content_of(file.path);
@@ -149,19 +149,19 @@ TEST_F(SnapshotFile, is_not_written_over_the_database_of_another_program)
     EXPECT_EQ(content_of(file.path), before);
 }
 
-TEST_F(SnapshotFile, cannot_be_saved_where_there_is_no_folder)
+TEST_F(SnapshotFile, CannotBeSavedWhereThereIsNoFolder)
 {
     const std::string path = file.path + ".none/switch.db";
     EXPECT_THROW(check_can_save(path), SnapshotError);
     EXPECT_THROW(save(capture(sw), path), SnapshotError);
 }
 
-TEST_F(SnapshotFile, that_is_missing_is_said_to_be)
+TEST_F(SnapshotFile, ThatIsMissingIsSaidToBe)
 {
     EXPECT_EQ(why_not_loaded(), file.path + ": No such file or directory");
 }
 
-TEST_F(SnapshotFile, that_is_no_database_is_said_to_be_none)
+TEST_F(SnapshotFile, ThatIsNoDatabaseIsSaidToBeNone)
 {
     write("{}");
     EXPECT_EQ(why_not_loaded(), file.path + ": not a kvnsim database");
@@ -169,14 +169,14 @@ TEST_F(SnapshotFile, that_is_no_database_is_said_to_be_none)
     EXPECT_EQ(why_not_loaded(), file.path + ": not a kvnsim database");
 }
 
-TEST_F(SnapshotFile, of_another_format_is_refused_by_its_number)
+TEST_F(SnapshotFile, OfAnotherFormatIsRefusedByItsNumber)
 {
     save(small_switch(), file.path);
     run_sql("PRAGMA user_version = 1");
-    EXPECT_EQ(why_not_loaded(), file.path + ": has format 1; this kvnsim reads format 2");
+    EXPECT_EQ(why_not_loaded(), file.path + ": has format 1; this kvnsim reads format 3");
 }
 
-TEST_F(SnapshotFile, that_was_cut_short_is_damaged)
+TEST_F(SnapshotFile, ThatWasCutShortIsDamaged)
 {
     save(small_switch(), file.path);
     const std::string whole = content_of(file.path);
@@ -186,7 +186,7 @@ TEST_F(SnapshotFile, that_was_cut_short_is_damaged)
     }
 }
 
-TEST_F(SnapshotFile, without_one_of_its_tables_or_columns_is_damaged)
+TEST_F(SnapshotFile, WithoutOneOfItsTablesOrColumnsIsDamaged)
 {
     save(small_switch(), file.path);
     run_sql("DROP TABLE asic_trap");
@@ -199,7 +199,7 @@ TEST_F(SnapshotFile, without_one_of_its_tables_or_columns_is_damaged)
     EXPECT_EQ(why_not_loaded(), file.path + ": damaged: table meta needs one row");
 }
 
-TEST_F(SnapshotFile, with_a_value_of_the_wrong_kind_is_damaged)
+TEST_F(SnapshotFile, WithAValueOfTheWrongKindIsDamaged)
 {
     const struct {
         const char *sql, *column;
@@ -219,7 +219,7 @@ TEST_F(SnapshotFile, with_a_value_of_the_wrong_kind_is_damaged)
     }
 }
 
-TEST_F(SnapshotFile, answers_plain_sql)
+TEST_F(SnapshotFile, AnswersPlainSql)
 {
     save(small_switch(), file.path);
     sqlite3 *db = nullptr;

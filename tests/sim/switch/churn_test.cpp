@@ -1,17 +1,16 @@
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "sim/stress/random_desired.h"
-#include "tests/sim/switch/bench.h"
+#include "tests/sim/files.h"
+#include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {
 namespace {
 
-class ChurnTest : public SwitchTest, public ::testing::WithParamInterface<uint64_t> {};
+class RandomChanges : public SwitchFixture, public ::testing::WithParamInterface<uint64_t> {};
 
-TEST_P(ChurnTest, AnySequenceOfConfigurationsComesAboutAndGoesWithoutATrace)
+TEST_P(RandomChanges, AnySequenceOfConfigurationsComesAboutAndGoesWithoutATrace)
 {
     RandomDesired random(40);
     for (uint64_t step = 0; step < 400; ++step) {
@@ -28,12 +27,12 @@ TEST_P(ChurnTest, AnySequenceOfConfigurationsComesAboutAndGoesWithoutATrace)
     expect_empty_asic();
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, ChurnTest, ::testing::Range<uint64_t>(1, 9));
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomChanges, ::testing::Range<uint64_t>(1, 9));
 
 /* The real configurations: applied, applied again, and taken back. */
-class SamplesTest : public SwitchTest {};
+class Samples : public SwitchFixture {};
 
-TEST_F(SamplesTest, EachComesAboutMakesNoCallTheSecondTimeAndLeavesNothing)
+TEST_F(Samples, EachComesAboutMakesNoCallTheSecondTimeAndLeavesNothing)
 {
     const char *const folder = std::getenv("KVN_SAMPLES");
     if (folder == nullptr)
@@ -43,15 +42,12 @@ TEST_F(SamplesTest, EachComesAboutMakesNoCallTheSecondTimeAndLeavesNothing)
         if (file.path().extension() != ".json")
             continue;
         SCOPED_TRACE(file.path().filename());
-        std::stringstream text;
-        text << std::ifstream(file.path()).rdbuf();
-        const Configuration configuration = read_configuration("sample.json", text.str());
-        EXPECT_FALSE(configuration.has_errors());
-        bring_about(configuration.desired);
-        for (const auto &[name, port] : configuration.desired.routed_ports)
+        const Desired want = wanted(content_of(file.path()), file.path());
+        bring_about(want);
+        for (const auto &[name, port] : want.routed_ports)
             EXPECT_NE(interface(name).intf_id(), no_id) << name;
-        const Requests requests;
-        bring_about(configuration.desired);
+        const RequestWatcher requests;
+        bring_about(want);
         EXPECT_TRUE(requests.made.empty());
         bring_about(Desired());
         expect_empty_asic();

@@ -2,12 +2,12 @@
 
 #include "l3lifpd_kavelin.h"
 #include "platform_api/libsdk.h"
-#include "tests/sim/switch/bench.h"
+#include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {
 namespace {
 
-class EntryPointsTest : public SwitchTest {
+class EntryPointsTest : public SwitchFixture {
 protected:
     Host &host = Host::instance();
 
@@ -147,7 +147,7 @@ TEST_F(EntryPointsTest, EveryPropertyWritesTheAttributeThatItsRowNames)
         EXPECT_EQ(find_property(row.enumerator), &row);
         EXPECT_EQ(find_property(std::to_string(row.type)), &row);
         const uint32_t value = row.type == L3LIF_PROP_MTU ? 1400 : 1;
-        Requests requests;
+        RequestWatcher requests;
         EXPECT_FALSE(entry::set_l3_property(eth0, row.type, value).failed) << row.name;
         const bool programs =
             std::count(requests.calls.begin(), requests.calls.end(), "libsdk_intf_attr_set") == 1;

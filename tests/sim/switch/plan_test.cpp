@@ -1,4 +1,4 @@
-#include "tests/sim/switch/bench.h"
+#include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {
 namespace {
@@ -6,7 +6,7 @@ namespace {
 using ::testing::Test;
 using Words = std::vector<std::string>;
 
-class PlanTest : public SwitchTest {
+class Planning : public SwitchFixture {
 protected:
     /* The plan from one configuration's state to another's. */
     Words change(const Desired &from, const Desired &to)
@@ -16,12 +16,12 @@ protected:
     }
 };
 
-TEST_F(PlanTest, NothingIsPlannedForAnEmptySwitchThatShallStayEmpty)
+TEST_F(Planning, NothingIsPlannedForAnEmptySwitchThatShallStayEmpty)
 {
     EXPECT_TRUE(sw.plan(Desired()).empty());
 }
 
-TEST_F(PlanTest, ANewSwitchIsBuiltInTheOrderOfItsDependencies)
+TEST_F(Planning, ANewSwitchIsBuiltInTheOrderOfItsDependencies)
 {
     const Desired want = wanted(R"({
         "DEVICE_METADATA": {"localhost": {"mac": "00:00:5e:00:53:01"}},
@@ -47,7 +47,7 @@ TEST_F(PlanTest, ANewSwitchIsBuiltInTheOrderOfItsDependencies)
                "add virtual MAC 00:00:5e:00:01:0a to Vlan100"}));
 }
 
-TEST_F(PlanTest, EverythingGoesInTheOppositeOrder)
+TEST_F(Planning, EverythingGoesInTheOppositeOrder)
 {
     const Desired from = wanted(R"({
         "DEVICE_METADATA": {"localhost": {"mac": "00:00:5e:00:53:01"}},
@@ -70,7 +70,7 @@ TEST_F(PlanTest, EverythingGoesInTheOppositeOrder)
                "remove router MAC 00:00:5e:00:53:01"}));
 }
 
-TEST_F(PlanTest, OnlyTheSettingsThatDifferAreNamed)
+TEST_F(Planning, OnlyTheSettingsThatDifferAreNamed)
 {
     const Desired from = wanted(R"({
         "VRF": {"VrfBlue": {}}, "PORT": {"Ethernet0": {"mtu": "9100"}},
@@ -83,7 +83,7 @@ TEST_F(PlanTest, OnlyTheSettingsThatDifferAreNamed)
                      "default, NAT zone 0 -> 1"}));
 }
 
-TEST_F(PlanTest, AStepNamesTheRowBehindItAndADeletionTheRowThatWent)
+TEST_F(Planning, AStepNamesTheRowBehindItAndADeletionTheRowThatWent)
 {
     const Desired from = wanted("{\"PORT\": {\"Ethernet0\": {}},\n"
                                 " \"INTERFACE\": {\"Ethernet0\": {}}}");
@@ -96,7 +96,7 @@ TEST_F(PlanTest, AStepNamesTheRowBehindItAndADeletionTheRowThatWent)
     EXPECT_EQ(deletion.steps[0].cause.to_text(), "test.json:2:16: INTERFACE|Ethernet0");
 }
 
-TEST_F(PlanTest, AnotherVlanMakesAnotherSubInterface)
+TEST_F(Planning, AnotherVlanMakesAnotherSubInterface)
 {
     const std::string rest = R"("INTERFACE": {"Ethernet0": {}}, "VLAN_SUB_INTERFACE": )";
     EXPECT_EQ(change(with_ports(rest + R"({"Eth0.1": {"vlan": "10"}})"),
@@ -105,7 +105,7 @@ TEST_F(PlanTest, AnotherVlanMakesAnotherSubInterface)
                      "create sub-interface Eth0.1 on Ethernet0, VLAN 20: MTU 9100"}));
 }
 
-TEST_F(PlanTest, AHostOnlyChangeNeedsNoStep)
+TEST_F(Planning, AHostOnlyChangeNeedsNoStep)
 {
     EXPECT_EQ(change(wanted(R"({"PORT": {"Ethernet0": {"alias": "a", "mtu": "1500"}}})"),
                      wanted(R"({"PORT": {"Ethernet0": {"alias": "b", "mtu": "9100"}}})")),
@@ -118,7 +118,7 @@ const char *const two_members = R"("PORTCHANNEL": {"PortChannel1": {}},
     "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
     "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}, "PortChannel1|Ethernet4": {}})";
 
-TEST_F(PlanTest, APortChannelThatLosesOneOfTwoMembersKeepsItsSubInterfaces)
+TEST_F(Planning, APortChannelThatLosesOneOfTwoMembersKeepsItsSubInterfaces)
 {
     const std::string sub = R"(, "VLAN_SUB_INTERFACE": {"Po1.10": {"vlan": "10"}})";
     EXPECT_EQ(change(with_ports(two_members + sub), with_ports(R"(
@@ -128,7 +128,7 @@ TEST_F(PlanTest, APortChannelThatLosesOneOfTwoMembersKeepsItsSubInterfaces)
               (Words{"take Ethernet0 out of port-channel PortChannel1"}));
 }
 
-TEST_F(PlanTest, APortChannelWhoseMembersAreAllReplacedIsRebuiltWithWhatStandsOnIt)
+TEST_F(Planning, APortChannelWhoseMembersAreAllReplacedIsRebuiltWithWhatStandsOnIt)
 {
     const std::string rest = R"(, "VLAN_SUB_INTERFACE": {"Po1.10": {"vlan": "10"}},
         "VRRP": {"PortChannel1|1": {"vid": "1"}})";
@@ -144,7 +144,7 @@ TEST_F(PlanTest, APortChannelWhoseMembersAreAllReplacedIsRebuiltWithWhatStandsOn
                      "add virtual MAC 00:00:5e:00:01:01 to PortChannel1"}));
 }
 
-TEST_F(PlanTest, APortChannelThatIsNoLongerRoutedKeepsItsMembersInTheHostAlone)
+TEST_F(Planning, APortChannelThatIsNoLongerRoutedKeepsItsMembersInTheHostAlone)
 {
     const Desired to = with_ports(R"("PORTCHANNEL": {"PortChannel1": {}},
         "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}, "PortChannel1|Ethernet4": {}})");
@@ -158,7 +158,7 @@ TEST_F(PlanTest, APortChannelThatIsNoLongerRoutedKeepsItsMembersInTheHostAlone)
     EXPECT_EQ(used("pc"), 0U);
 }
 
-TEST_F(PlanTest, ARoutedMemberIsTriedLastSoThatItIsNotTakenForTheFirst)
+TEST_F(Planning, ARoutedMemberIsTriedLastSoThatItIsNotTakenForTheFirst)
 {
     const Desired want =
         with_ports(std::string(R"("INTERFACE": {"Ethernet0": {}}, )") + two_members);
@@ -168,7 +168,7 @@ TEST_F(PlanTest, ARoutedMemberIsTriedLastSoThatItIsNotTakenForTheFirst)
     EXPECT_EQ(steps.back(), "add Ethernet0 to port-channel PortChannel1");
 }
 
-TEST_F(PlanTest, AMemberThatShallBeRoutedLeavesFirstAndTriesAgain)
+TEST_F(Planning, AMemberThatShallBeRoutedLeavesFirstAndTriesAgain)
 {
     EXPECT_EQ(
         change(with_ports(two_members),
@@ -177,7 +177,7 @@ TEST_F(PlanTest, AMemberThatShallBeRoutedLeavesFirstAndTriesAgain)
                "add Ethernet0 to port-channel PortChannel1"}));
 }
 
-TEST_F(PlanTest, AVirtualMacWaitsUntilItsPortChannelHasAMember)
+TEST_F(Planning, AVirtualMacWaitsUntilItsPortChannelHasAMember)
 {
     const std::string empty = R"("PORTCHANNEL": {"PortChannel1": {}},
         "PORTCHANNEL_INTERFACE": {"PortChannel1": {}}, "VRRP": {"PortChannel1|1": {"vid": "1"}})";

@@ -1,6 +1,6 @@
 #include "l3lifpd_kavelin.h"
 #include "platform_api/libsdk.h"
-#include "tests/sim/switch/bench.h"
+#include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {
 namespace {
@@ -21,18 +21,12 @@ const char *const each_kind = R"({
                            "Po12.20": {"vlan": "20"}},
     "VRRP": {"Vlan100|10": {"vid": "10"}}})";
 
-class AppliedTest : public SwitchTest {
+class Applying : public SwitchFixture {
 protected:
     void expect_failure(const Applied &applied, const std::string &message)
     {
         ASSERT_EQ(applied.failures.size(), 1U);
         EXPECT_EQ(applied.failures[0].message, message);
-    }
-    /* Calls are counted from now on. */
-    static void fail(const std::string &specification)
-    {
-        Journal::instance().faults.clear();
-        EXPECT_EQ(Journal::instance().faults.add(specification), "");
     }
     std::vector<Reason> reasons(const std::string &object) const
     {
@@ -41,7 +35,7 @@ protected:
     }
 };
 
-TEST_F(AppliedTest, EachKindOfInterfaceIsInTheAsicWithItsSettings)
+TEST_F(Applying, EachKindOfInterfaceIsInTheAsicWithItsSettings)
 {
     bring_about(wanted(each_kind));
     EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrMtuIdx), 9216);
@@ -69,17 +63,17 @@ TEST_F(AppliedTest, EachKindOfInterfaceIsInTheAsicWithItsSettings)
     EXPECT_EQ(row.nat_zone, 3U);
 }
 
-TEST_F(AppliedTest, ApplyingTheSameConfigurationAgainMakesNoCall)
+TEST_F(Applying, ApplyingTheSameConfigurationAgainMakesNoCall)
 {
     const Desired want = wanted(each_kind);
     bring_about(want);
-    const Requests requests;
+    const RequestWatcher requests;
     EXPECT_EQ(sw.apply(want).steps_done, 0U);
     EXPECT_TRUE(requests.made.empty());
     EXPECT_TRUE(requests.calls.empty());
 }
 
-TEST_F(AppliedTest, CreatedDestroyedAndCreatedAgainLeavesNothingBehind)
+TEST_F(Applying, CreatedDestroyedAndCreatedAgainLeavesNothingBehind)
 {
     const Desired want = wanted(each_kind);
     for (int round = 0; round < 3; ++round) {
@@ -96,7 +90,7 @@ TEST_F(AppliedTest, CreatedDestroyedAndCreatedAgainLeavesNothingBehind)
     }
 }
 
-TEST_F(AppliedTest, APortThatIsNoLongerRoutedKeepsItsSdkInterfaceUntilItIsRoutedAgain)
+TEST_F(Applying, APortThatIsNoLongerRoutedKeepsItsSdkInterfaceUntilItIsRoutedAgain)
 {
     const Desired routed = with_ports(R"("INTERFACE": {"Ethernet0": {}})");
     bring_about(routed);
@@ -104,7 +98,7 @@ TEST_F(AppliedTest, APortThatIsNoLongerRoutedKeepsItsSdkInterfaceUntilItIsRouted
     bring_about(with_ports(""));
     EXPECT_EQ(used("intf"), 1U);
     EXPECT_EQ(interface("Ethernet0").kept_intf, first);
-    Requests requests;
+    RequestWatcher requests;
     bring_about(routed);
     EXPECT_EQ(used("intf"), 1U);
     EXPECT_FALSE(interface("Ethernet0").kept_intf);
@@ -113,20 +107,20 @@ TEST_F(AppliedTest, APortThatIsNoLongerRoutedKeepsItsSdkInterfaceUntilItIsRouted
     EXPECT_EQ(requests.calls[1], "libsdk_intf_destroy");
 }
 
-TEST_F(AppliedTest, ASecondConfigurationChangesOnlyWhatDiffers)
+TEST_F(Applying, ASecondConfigurationChangesOnlyWhatDiffers)
 {
     bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {}, "Ethernet4": {}})"));
-    const Requests requests;
+    const RequestWatcher requests;
     bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {}, "Ethernet4|2001:db8::/127": {}})"));
     EXPECT_EQ(requests.made,
               (std::vector<std::string>{
                   "l3lifpd_kvn_set_l3_property(l3lif=Ethernet4 prop_type=6 value=1)"}));
 }
 
-TEST_F(AppliedTest, EveryDeleteEntryPointIsReachedByAnEmptyConfiguration)
+TEST_F(Applying, EveryDeleteEntryPointIsReachedByAnEmptyConfiguration)
 {
     bring_about(wanted(each_kind));
-    const Requests requests;
+    const RequestWatcher requests;
     bring_about(Desired());
     std::set<std::string> entries;
     for (const std::string &request : requests.made)
@@ -138,7 +132,7 @@ TEST_F(AppliedTest, EveryDeleteEntryPointIsReachedByAnEmptyConfiguration)
         EXPECT_EQ(entries.count(entry), 1U) << entry;
 }
 
-TEST_F(AppliedTest, AnotherRouterMacReplacesTheFirst)
+TEST_F(Applying, AnotherRouterMacReplacesTheFirst)
 {
     bring_about(wanted(R"({"DEVICE_METADATA": {"localhost": {"mac": "00:00:5e:00:53:01"}}})"));
     bring_about(wanted(R"({"DEVICE_METADATA": {"localhost": {"mac": "00:00:5e:00:53:02"}}})"));
@@ -146,7 +140,7 @@ TEST_F(AppliedTest, AnotherRouterMacReplacesTheFirst)
     EXPECT_EQ(Asic::instance().router_macs().at(0).mac[5], 2);
 }
 
-TEST_F(AppliedTest, VpnNumbersAreTheLowestFreeAndComeBackWhenAVrfGoes)
+TEST_F(Applying, VpnNumbersAreTheLowestFreeAndComeBackWhenAVrfGoes)
 {
     const auto in_vrf = [](const std::string &port, const std::string &vrf) {
         return "\"VRF\": {\"" + vrf + "\": {}}, \"INTERFACE\": {\"" + port +
@@ -168,7 +162,7 @@ const char *const routed_member = R"("INTERFACE": {"Ethernet0": {}},
     "PORTCHANNEL": {"PortChannel1": {}}, "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
     "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}, "PortChannel1|Ethernet4": {}})";
 
-TEST_F(AppliedTest, TheLibraryDeclinesAMemberThatIsRouted)
+TEST_F(Applying, TheLibraryDeclinesAMemberThatIsRouted)
 {
     const Desired want = with_ports(routed_member);
     bring_about(want);
@@ -182,7 +176,7 @@ TEST_F(AppliedTest, TheLibraryDeclinesAMemberThatIsRouted)
     expect_empty_asic();
 }
 
-TEST_F(AppliedTest, ADeclinedMemberStillTakesItsOwnSettings)
+TEST_F(Applying, ADeclinedMemberStillTakesItsOwnSettings)
 {
     bring_about(with_ports(routed_member));
     Desired want = with_ports(routed_member);
@@ -192,7 +186,7 @@ TEST_F(AppliedTest, ADeclinedMemberStillTakesItsOwnSettings)
     EXPECT_EQ(attribute("PortChannel1", SdkIntfAttrIpv6UcstEn), -1);
 }
 
-TEST_F(AppliedTest, ADeclinedMemberJoinsOnceItIsNoLongerRouted)
+TEST_F(Applying, ADeclinedMemberJoinsOnceItIsNoLongerRouted)
 {
     bring_about(with_ports(routed_member));
     Desired want = with_ports(routed_member);
@@ -205,7 +199,7 @@ TEST_F(AppliedTest, ADeclinedMemberJoinsOnceItIsNoLongerRouted)
     expect_empty_asic();
 }
 
-TEST_F(AppliedTest, AMemberThatBecomesRoutedLeavesThePortChannel)
+TEST_F(Applying, AMemberThatBecomesRoutedLeavesThePortChannel)
 {
     Desired want = with_ports(routed_member);
     want.routed_ports.clear();
@@ -216,7 +210,7 @@ TEST_F(AppliedTest, AMemberThatBecomesRoutedLeavesThePortChannel)
     EXPECT_TRUE(sw.plan(with_ports(routed_member)).empty());
 }
 
-TEST_F(AppliedTest, APortChannelIsBuiltWithTheSettingsOfTheDayNotThoseItWasRoutedWith)
+TEST_F(Applying, APortChannelIsBuiltWithTheSettingsOfTheDayNotThoseItWasRoutedWith)
 {
     const std::string channel = R"("PORTCHANNEL": {"PortChannel1": {}},
         "PORTCHANNEL_INTERFACE": {"PortChannel1": {})";
@@ -227,7 +221,7 @@ TEST_F(AppliedTest, APortChannelIsBuiltWithTheSettingsOfTheDayNotThoseItWasRoute
 
 /* ---- Failures ---- */
 
-TEST_F(AppliedTest, AFailureNamesTheRequestTheCallAndTheStatus)
+TEST_F(Applying, AFailureNamesTheRequestTheCallAndTheStatus)
 {
     const Desired want = with_ports(R"("INTERFACE": {"Ethernet0": {}, "Ethernet4": {}})");
     fail("libsdk_intf_create:1=SDK_E_FULL");
@@ -243,7 +237,7 @@ TEST_F(AppliedTest, AFailureNamesTheRequestTheCallAndTheStatus)
     EXPECT_TRUE(sw.failures().empty());
 }
 
-TEST_F(AppliedTest, ARequestThatReturned0AlthoughACallFailedIsAFailureAndIsWrittenAgain)
+TEST_F(Applying, ARequestThatReturned0AlthoughACallFailedIsAFailureAndIsWrittenAgain)
 {
     const Desired want =
         with_ports(R"("INTERFACE": {"Ethernet0": {}, "Ethernet0|192.0.2.0/31": {}})");
@@ -255,7 +249,7 @@ TEST_F(AppliedTest, ARequestThatReturned0AlthoughACallFailedIsAFailureAndIsWritt
     EXPECT_TRUE(sw.plan(want).empty());
 }
 
-TEST_F(AppliedTest, ASettingThatWasRefusedIsTriedAgainByTheNextApply)
+TEST_F(Applying, ASettingThatWasRefusedIsTriedAgainByTheNextApply)
 {
     bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {}})"));
     const Desired want = with_ports(R"("INTERFACE": {"Ethernet0|2001:db8::/127": {}})");
@@ -266,7 +260,7 @@ TEST_F(AppliedTest, ASettingThatWasRefusedIsTriedAgainByTheNextApply)
     EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrIpv6UcstEn), 1);
 }
 
-TEST_F(AppliedTest, ASubInterfaceIsRefusedByTheHostWhenItsParentHasNoLid)
+TEST_F(Applying, ASubInterfaceIsRefusedByTheHostWhenItsParentHasNoLid)
 {
     const Desired want =
         with_ports(R"("INTERFACE": {"Ethernet0": {}}, "VLAN_SUB_INTERFACE": {"Ethernet0.10": {}})");
@@ -280,7 +274,7 @@ TEST_F(AppliedTest, ASubInterfaceIsRefusedByTheHostWhenItsParentHasNoLid)
     EXPECT_EQ(used("intf"), 2U);
 }
 
-TEST_F(AppliedTest, WhatMayAndMayNotBeASubInterfaceIsSaid)
+TEST_F(Applying, WhatMayAndMayNotBeASubInterfaceIsSaid)
 {
     Host &host = Host::instance();
     HostInterface &parent = *host.add_port("Ethernet0", 0);
@@ -295,7 +289,7 @@ TEST_F(AppliedTest, WhatMayAndMayNotBeASubInterfaceIsSaid)
     EXPECT_EQ(Switch::why_not_sub_interface(sub.ifindex), "");
 }
 
-TEST_F(AppliedTest, AVirtualMacWhoseTrapTheAsicRefusedIsAFailureAlthoughTheLibrarySaysSuccess)
+TEST_F(Applying, AVirtualMacWhoseTrapTheAsicRefusedIsAFailureAlthoughTheLibrarySaysSuccess)
 {
     const Desired want = wanted(each_kind);
     fail("libsdk_intf_router_mac_trap_create:1=SDK_E_FULL");
@@ -308,7 +302,7 @@ TEST_F(AppliedTest, AVirtualMacWhoseTrapTheAsicRefusedIsAFailureAlthoughTheLibra
     EXPECT_EQ(used("trap"), 1U);
 }
 
-TEST_F(AppliedTest, AnInterfaceThatTheAsicWouldNotDestroyIsDestroyedByTheNextApply)
+TEST_F(Applying, AnInterfaceThatTheAsicWouldNotDestroyIsDestroyedByTheNextApply)
 {
     bring_about(wanted(each_kind));
     fail("libsdk_intf_destroy:1=SDK_E_TIMEOUT");
@@ -317,7 +311,7 @@ TEST_F(AppliedTest, AnInterfaceThatTheAsicWouldNotDestroyIsDestroyedByTheNextApp
     expect_empty_asic();
 }
 
-TEST_F(AppliedTest, APortChannelWhoseSdkInterfaceWasRefusedGetsItFromTheNextApply)
+TEST_F(Applying, APortChannelWhoseSdkInterfaceWasRefusedGetsItFromTheNextApply)
 {
     const Desired want = with_ports(R"("PORTCHANNEL": {"PortChannel1": {}},
         "PORTCHANNEL_INTERFACE": {"PortChannel1": {}, "PortChannel1|192.0.2.0/31": {}},
@@ -335,7 +329,7 @@ TEST_F(AppliedTest, APortChannelWhoseSdkInterfaceWasRefusedGetsItFromTheNextAppl
     expect_empty_asic();
 }
 
-TEST_F(AppliedTest, ASubInterfaceThatCouldNotGoForAnotherVlanIsTriedAgain)
+TEST_F(Applying, ASubInterfaceThatCouldNotGoForAnotherVlanIsTriedAgain)
 {
     const std::string rest = R"("INTERFACE": {"Ethernet0": {}}, "VLAN_SUB_INTERFACE": )";
     bring_about(with_ports(rest + R"({"Eth0.1": {"vlan": "10"}})"));
@@ -346,7 +340,7 @@ TEST_F(AppliedTest, ASubInterfaceThatCouldNotGoForAnotherVlanIsTriedAgain)
     EXPECT_EQ(Asic::instance().interface(interface("Eth0.1").intf_id())->params.param2, 20U);
 }
 
-TEST_F(AppliedTest, ATearDownThatFailedHalfWayStaysAsTheLibraryLeftIt)
+TEST_F(Applying, ATearDownThatFailedHalfWayStaysAsTheLibraryLeftIt)
 {
     bring_about(wanted(each_kind));
     fail("libsdk_portchannel_destroy:1=SDK_E_BUSY");
@@ -366,7 +360,7 @@ const char *const gateway = R"("VLAN": {"Vlan10": {}},
     "VLAN_INTERFACE": {"Vlan10": {"vrf_name": "VrfBlue"}}, "VRF": {"VrfBlue": {}},
     "VRRP": {"Vlan10|5": {}})";
 
-TEST_F(AppliedTest, TheReasonIsTheFirstFailureNotItsConsequences)
+TEST_F(Applying, TheReasonIsTheFirstFailureNotItsConsequences)
 {
     fail("libsdk_intf_create:1=SDK_E_FULL");
     EXPECT_EQ(sw.apply(with_ports(gateway)).failures.size(), 2U);
@@ -379,7 +373,7 @@ TEST_F(AppliedTest, TheReasonIsTheFirstFailureNotItsConsequences)
     EXPECT_TRUE(sw.failures().empty());
 }
 
-TEST_F(AppliedTest, AReasonOutlastsAnotherStepThatCameAbout)
+TEST_F(Applying, AReasonOutlastsAnotherStepThatCameAbout)
 {
     fail("libsdk_intf_attr_set:4"); /* MTU, same-interface check, label, then IPv4 VPN */
     const Applied applied = sw.apply(with_ports(gateway));
@@ -390,7 +384,7 @@ TEST_F(AppliedTest, AReasonOutlastsAnotherStepThatCameAbout)
     EXPECT_TRUE(sw.failures().empty());
 }
 
-TEST_F(AppliedTest, WhatIsNoLongerWantedHasNoReasonToBeMissing)
+TEST_F(Applying, WhatIsNoLongerWantedHasNoReasonToBeMissing)
 {
     fail("libsdk_intf_create:1");
     sw.apply(with_ports(gateway));
@@ -399,7 +393,7 @@ TEST_F(AppliedTest, WhatIsNoLongerWantedHasNoReasonToBeMissing)
     EXPECT_TRUE(sw.failures().empty());
 }
 
-TEST_F(AppliedTest, WhatFailedInPartStaysTheReasonUntilTheInterfaceGoes)
+TEST_F(Applying, WhatFailedInPartStaysTheReasonUntilTheInterfaceGoes)
 {
     fail("libsdk_intf_attr_set:2"); /* the same-interface check: nobody writes it again */
     sw.apply(with_ports(gateway));
@@ -413,7 +407,7 @@ const char *const built = R"("PORTCHANNEL": {"PortChannel1": {}},
     "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
     "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}}, "VLAN_SUB_INTERFACE": )";
 
-TEST_F(AppliedTest, APortChannelThatItsMemberCouldNotBuildKnowsWhy)
+TEST_F(Applying, APortChannelThatItsMemberCouldNotBuildKnowsWhy)
 {
     const Desired want = with_ports(std::string(built) + "{}");
     for (const char *call : {"libsdk_intf_create:1", "libsdk_portchannel_create:1"}) {
@@ -427,7 +421,7 @@ TEST_F(AppliedTest, APortChannelThatItsMemberCouldNotBuildKnowsWhy)
     }
 }
 
-TEST_F(AppliedTest, APortChannelThatItsLastMemberCouldNotTearDownKnowsWhy)
+TEST_F(Applying, APortChannelThatItsLastMemberCouldNotTearDownKnowsWhy)
 {
     bring_about(with_ports(std::string(built) + "{}"));
     fail("libsdk_lid_entry_destroy:1");
@@ -440,7 +434,7 @@ TEST_F(AppliedTest, APortChannelThatItsLastMemberCouldNotTearDownKnowsWhy)
 
 /* ---- The way back and the next try ---- */
 
-TEST_F(AppliedTest, AnMtuThatWasWrittenButNotPublishedIsWrittenAgainOnTheWayBack)
+TEST_F(Applying, AnMtuThatWasWrittenButNotPublishedIsWrittenAgainOnTheWayBack)
 {
     const auto with_mtu = [](const std::string &mtu) {
         return wanted(R"({"PORT": {"Ethernet0": {"mtu": ")" + mtu +
@@ -455,7 +449,7 @@ TEST_F(AppliedTest, AnMtuThatWasWrittenButNotPublishedIsWrittenAgainOnTheWayBack
     EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrMtuIdx), 9100);
 }
 
-TEST_F(AppliedTest, AVrfOfWhichOneFamilyWasRefusedIsWrittenAgainOnTheWayBack)
+TEST_F(Applying, AVrfOfWhichOneFamilyWasRefusedIsWrittenAgainOnTheWayBack)
 {
     const Desired before = with_ports(R"("INTERFACE": {"Ethernet0": {}})");
     bring_about(before);
@@ -467,7 +461,7 @@ TEST_F(AppliedTest, AVrfOfWhichOneFamilyWasRefusedIsWrittenAgainOnTheWayBack)
     EXPECT_EQ(attribute("Ethernet0", SdkIntfAttrIpv4Vpn), 0);
 }
 
-TEST_F(AppliedTest, AChangeOfIpv4IsPublished)
+TEST_F(Applying, AChangeOfIpv4IsPublished)
 {
     bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {}})"));
     const auto published = [] { return Host::instance().db().rows<L3lifRow>().at(0).ipv4_ucst_en; };
@@ -480,7 +474,7 @@ TEST_F(AppliedTest, AChangeOfIpv4IsPublished)
     EXPECT_EQ(published(), 1U);
 }
 
-TEST_F(AppliedTest, SubInterfacesMadeBeforeTheirPortChannelHadAnInterfaceAreMadeAnew)
+TEST_F(Applying, SubInterfacesMadeBeforeTheirPortChannelHadAnInterfaceAreMadeAnew)
 {
     const Desired want = with_ports(std::string(built) + R"({"PortChannel1.10": {}})");
     fail("libsdk_intf_create:1");
@@ -494,7 +488,7 @@ TEST_F(AppliedTest, SubInterfacesMadeBeforeTheirPortChannelHadAnInterfaceAreMade
     EXPECT_TRUE(sw.plan(want).empty());
 }
 
-TEST_F(AppliedTest, APortJoinsNoPortChannelThatCouldNotStopBeingRouted)
+TEST_F(Applying, APortJoinsNoPortChannelThatCouldNotStopBeingRouted)
 {
     bring_about(with_ports(std::string(built) + R"({"PortChannel1.10": {}})"));
     const Desired layer_2 = with_ports(R"("PORTCHANNEL": {"PortChannel1": {}},
@@ -511,7 +505,7 @@ TEST_F(AppliedTest, APortJoinsNoPortChannelThatCouldNotStopBeingRouted)
     EXPECT_TRUE(sw.plan(layer_2).empty());
 }
 
-TEST_F(AppliedTest, APortChannelStandsWhileASubInterfaceThatCouldNotGoStandsOnIt)
+TEST_F(Applying, APortChannelStandsWhileASubInterfaceThatCouldNotGoStandsOnIt)
 {
     const std::string with_sub = std::string(built) + R"({"PortChannel1.10": {}})";
     for (const char *rest : {"", R"("PORTCHANNEL": {"PortChannel1": {}})"}) {
@@ -526,7 +520,7 @@ TEST_F(AppliedTest, APortChannelStandsWhileASubInterfaceThatCouldNotGoStandsOnIt
     }
 }
 
-TEST_F(AppliedTest, AMemberThatTheAsicKeptStaysAMemberAndLeavesNextTime)
+TEST_F(Applying, AMemberThatTheAsicKeptStaysAMemberAndLeavesNextTime)
 {
     const Desired both = with_ports(R"("PORTCHANNEL": {"PortChannel1": {}},
         "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
@@ -543,7 +537,7 @@ TEST_F(AppliedTest, AMemberThatTheAsicKeptStaysAMemberAndLeavesNextTime)
     EXPECT_EQ(used("member"), 1U);
 }
 
-TEST_F(AppliedTest, AMemberThatTheAsicKeptIsNotTakenForRouted)
+TEST_F(Applying, AMemberThatTheAsicKeptIsNotTakenForRouted)
 {
     const std::string member = std::string(built) + "{}";
     const Desired routed = with_ports(member + R"(, "INTERFACE": {"Ethernet0": {}})");
@@ -555,7 +549,7 @@ TEST_F(AppliedTest, AMemberThatTheAsicKeptIsNotTakenForRouted)
     EXPECT_NE(interface("Ethernet0").intf_id(), no_id);
 }
 
-TEST_F(AppliedTest, APortWithoutItsLidGetsItFromTheNextApplyOrGoes)
+TEST_F(Applying, APortWithoutItsLidGetsItFromTheNextApplyOrGoes)
 {
     const Desired want = with_ports(R"("INTERFACE": {"Ethernet0": {}})");
     fail("libsdk_lid_entry_create:1=SDK_E_FULL");
@@ -567,7 +561,7 @@ TEST_F(AppliedTest, APortWithoutItsLidGetsItFromTheNextApplyOrGoes)
     EXPECT_EQ(Host::instance().size(), 0U);
 }
 
-TEST_F(AppliedTest, APositiveStatusIsNotTakenForARouterMac)
+TEST_F(Applying, APositiveStatusIsNotTakenForARouterMac)
 {
     const Desired want =
         wanted(R"({"DEVICE_METADATA": {"localhost": {"mac": "00:00:5e:00:53:01"}}})");
@@ -578,7 +572,7 @@ TEST_F(AppliedTest, APositiveStatusIsNotTakenForARouterMac)
     EXPECT_EQ(used("rmac"), 1U);
 }
 
-TEST_F(AppliedTest, APortThatIsInUseByHandIsNotRemovedAndKeepsItsLid)
+TEST_F(Applying, APortThatIsInUseByHandIsNotRemovedAndKeepsItsLid)
 {
     bring_about(with_ports(""));
     Host &host = Host::instance();
@@ -597,7 +591,7 @@ TEST_F(AppliedTest, APortThatIsInUseByHandIsNotRemovedAndKeepsItsLid)
     EXPECT_EQ(used("lid"), 3U);
 }
 
-TEST_F(AppliedTest, AStopLeavesTheRestAndTheNextApplyGoesOn)
+TEST_F(Applying, AStopLeavesTheRestAndTheNextApplyGoesOn)
 {
     const auto want = std::make_shared<const Desired>(wanted(each_kind));
     size_t asked = 0;
@@ -613,7 +607,7 @@ TEST_F(AppliedTest, AStopLeavesTheRestAndTheNextApplyGoesOn)
     EXPECT_EQ(used("intf"), 5U);
 }
 
-TEST_F(AppliedTest, ANewSwitchKnowsNothingOfTheOneBefore)
+TEST_F(Applying, ANewSwitchKnowsNothingOfTheOneBefore)
 {
     bring_about(wanted(each_kind));
     ASSERT_NE(fhrp_mac_hash, nullptr);

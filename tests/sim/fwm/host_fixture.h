@@ -18,11 +18,12 @@
 
 namespace kvnsim {
 
-/* A switch just powered on: no interfaces, an empty ASIC, diagnostics as at the start. */
-class Bench : public testing::Test {
+/* A host just powered on, without the library: no interfaces, an empty ASIC, diagnostics as at the
+ * start. */
+class HostFixture : public testing::Test {
 protected:
-    Bench() { power_on(); }
-    ~Bench() override { power_on(); }
+    HostFixture() { power_on(); }
+    ~HostFixture() override { power_on(); }
 
     HostInterface &port(uint32_t number)
     {

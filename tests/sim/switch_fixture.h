@@ -5,15 +5,17 @@
 #include <string>
 #include <vector>
 
+#include "sim/config/desired.h"
+#include "sim/fwm/diagnostics.h"
 #include "sim/sdk/asic.h"
 #include "sim/switch/switch.h"
 
 namespace kvnsim {
 
 /* What a configuration wants; the test fails when it has errors. */
-inline Desired wanted(const std::string &json)
+inline Desired wanted(const std::string &json, const std::string &file = "test.json")
 {
-    const Configuration configuration = read_configuration("test.json", json);
+    const Configuration configuration = read_configuration(file, json);
     for (const Finding &finding : configuration.findings) {
         if (finding.severity == Finding::Severity::error)
             ADD_FAILURE() << finding.to_text();
@@ -39,11 +41,11 @@ inline std::vector<std::string> words(const Plan &plan)
     return all;
 }
 
-/* The library's calls that program something, request by request: "add_l3port(Ethernet0): ...". */
-class Requests : public Observer {
+/* What is asked of the library from now on, and the calls that it makes. */
+class RequestWatcher : public Observer {
 public:
-    Requests() { Journal::instance().add(*this); }
-    ~Requests() override { Journal::instance().remove(*this); }
+    RequestWatcher() { Journal::instance().add(*this); }
+    ~RequestWatcher() override { Journal::instance().remove(*this); }
 
     std::vector<std::string> made;  /* "l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1)" */
     std::vector<std::string> calls; /* names of the calls, in order */
@@ -55,16 +57,29 @@ public:
     void call_made(const Call &call) override { calls.push_back(call.what->name()); }
 };
 
-/* A switch, and what its ASIC holds. */
-class SwitchTest : public ::testing::Test {
+/* A switch just powered on, and what its ASIC holds. */
+class SwitchFixture : public testing::Test {
 protected:
     Switch sw;
+
+    SwitchFixture() { Diagnostics::instance().reset(); }
+    ~SwitchFixture() override
+    {
+        const Switch off;
+        Diagnostics::instance().reset();
+    }
 
     void bring_about(const Desired &want)
     {
         const Applied applied = sw.apply(want);
         for (const Failure &failure : applied.failures)
             ADD_FAILURE() << failure.step.words << ": " << failure.message;
+    }
+
+    /* This call fails from now on: "libsdk_intf_create:1=SDK_E_FULL" once, the next time. */
+    static void fail(const std::string &call)
+    {
+        EXPECT_EQ(Journal::instance().faults.add(call), "");
     }
 
     static uint32_t used(const std::string &table)

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <memory>
 #include <sstream>
@@ -10,12 +8,11 @@
 #include <vector>
 
 #include "l3lifpd_kavelin.h"
-#include "sim/fwm/diagnostics.h"
 #include "sim/fwm/host.h"
 #include "sim/record/recorder.h"
 #include "sim/record/replay.h"
 #include "sim/switch/entry_points.h"
-#include "sim/switch/switch.h"
+#include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {
 
@@ -48,16 +45,9 @@ inline std::string told(const Replay &result)
     return result.problem + (result.difference ? result.difference->to_text() : "");
 }
 
-/* A switch just powered on, operated by hand. */
-class Bench : public testing::Test {
+/* A switch operated by hand, recorded and replayed. */
+class RecordingFixture : public SwitchFixture {
 protected:
-    Bench() { Diagnostics::instance().reset(); }
-    ~Bench() override
-    {
-        const Switch off;
-        Diagnostics::instance().reset();
-    }
-
     HostInterface &port(uint32_t number)
     {
         HostInterface &made = *host.add_port("Ethernet" + std::to_string(number), number);
@@ -106,7 +96,6 @@ protected:
         host.unregister_l3(sub_interface);
         host.remove(sub_interface);
     }
-    void fail(const std::string &call) { ASSERT_EQ(journal.faults.add(call), ""); }
 
     /* A little of everything, with a refused attribute and a port-channel taken down again. */
     void operate()
@@ -141,7 +130,6 @@ protected:
     }
 
     const Mac gateway{0x00, 0x00, 0x5e, 0x00, 0x01, 0x0a};
-    Switch on;
     Host &host = Host::instance();
     Journal &journal = Journal::instance();
 };

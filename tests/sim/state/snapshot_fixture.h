@@ -1,30 +1,14 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <string>
 #include <vector>
 
-#include "sim/config/desired.h"
-#include "sim/fwm/diagnostics.h"
 #include "sim/state/audit.h"
 #include "sim/state/snapshot.h"
-#include "sim/switch/switch.h"
 #include "tests/sim/files.h"
+#include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {
-
-/* What a configuration wants; the test fails when it has errors. */
-inline Desired wanted(const std::string &json, const std::string &file = "test.json")
-{
-    const Configuration configuration = read_configuration(file, json);
-    for (const Finding &finding : configuration.findings) {
-        if (finding.severity == Finding::Severity::error)
-            ADD_FAILURE() << finding.to_text();
-    }
-    return configuration.desired;
-}
 
 /* Every kind of interface, with members, VRFs, sub-interfaces of both kinds and MACs. */
 inline const char *small_network = R"({
@@ -70,24 +54,14 @@ inline std::vector<std::string> brief(const std::vector<AuditFinding> &findings)
     return all;
 }
 
-/* A switch, powered on. */
-class StateTest : public testing::Test {
+/* A switch that has every kind of interface, and its snapshot. */
+class SnapshotFixture : public SwitchFixture {
 protected:
-    Switch sw;
-
-    void SetUp() override { Diagnostics::instance().reset(); }
-    void bring_about(const Desired &want)
-    {
-        const Applied applied = sw.apply(want);
-        for (const Failure &failure : applied.failures)
-            ADD_FAILURE() << failure.step.words << ": " << failure.message;
-    }
     Snapshot small_switch()
     {
         bring_about(wanted(small_network));
         return capture(sw, {"test.json"});
     }
-    void inject(const std::string &fault) { ASSERT_EQ(Journal::instance().faults.add(fault), ""); }
 };
 
 } // namespace kvnsim

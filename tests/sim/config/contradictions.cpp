@@ -1,6 +1,8 @@
-#include <fmt/format.h>
+#include "tests/sim/config/contradictions.h"
 
-#include "sim/config/desired.h"
+#include <set>
+#include <utility>
+
 #include "sim/config/names.h"
 
 namespace kvnsim {
