@@ -71,16 +71,6 @@ bool shows_all_interfaces(const std::vector<Option> &options, const Arguments &g
     });
 }
 
-Words option_names(const std::vector<Option> &options, const Arguments &given)
-{
-    Words names;
-    for (const Option &option : options) {
-        if (!option.is_operand() && (option.is_many() || !given.has(option.name())))
-            names.push_back(option.name());
-    }
-    return names;
-}
-
 } // namespace
 
 Words beginning_with(const std::string &begun, Words names)

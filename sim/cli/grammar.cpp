@@ -209,21 +209,25 @@ Arguments parse(const std::vector<Option> &options, const Words &words, const st
     if (!usage.empty() && (missing != nullptr || !line.stray.empty()))
         throw UsageError("expected " + usage);
     /* A misspelt option is more to the point than what is missing in its wake. */
-    if (begins_like_an_option(line.stray)) {
-        Words names;
-        for (const Option &option : options) {
-            if (!option.is_operand())
-                names.push_back(option.name());
-        }
-        throw UsageError(
-            fmt::format("unknown option {}{}", line.stray,
-                        did_you_mean(line.stray.substr(0, line.stray.find('=')), names)));
-    }
+    if (begins_like_an_option(line.stray))
+        throw UsageError(fmt::format(
+            "unknown option {}{}", line.stray,
+            did_you_mean(line.stray.substr(0, line.stray.find('=')), option_names(options))));
     if (!line.stray.empty())
         throw UsageError(fmt::format("\"{}\" is one word too many", line.stray));
     if (missing != nullptr)
         throw UsageError(fmt::format("{} is missing: {}", missing->name(), missing->purpose));
     return line.given;
+}
+
+Words option_names(const std::vector<Option> &options, const Arguments &given)
+{
+    Words names;
+    for (const Option &option : options) {
+        if (!option.is_operand() && (option.is_many() || !given.has(option.name())))
+            names.push_back(option.name());
+    }
+    return names;
 }
 
 std::string usage(std::string_view name, const std::vector<Option> &options)

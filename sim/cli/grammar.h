@@ -97,6 +97,9 @@ Arguments parse(const std::vector<Option> &options, const Words &words,
 /* nullptr for an unknown one, and for operands. */
 const Option *find_option(const std::vector<Option> &options, std::string_view name);
 
+/* Of the options that may follow these arguments. */
+Words option_names(const std::vector<Option> &options, const Arguments &given = {});
+
 /* "audit --db FILE [--json]" */
 std::string usage(std::string_view name, const std::vector<Option> &options);
 /* The purpose of something as a sentence. */

@@ -1,15 +1,11 @@
 /* Commands of the shell that take the switch as a whole. */
-#include <algorithm>
-
 #include <fmt/format.h>
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
-#include "sim/cli/json.h"
 #include "sim/cli/shell.h"
 #include "sim/cli/stored.h"
 #include "sim/state/compare.h"
-#include "sim/state/show.h"
 
 namespace kvnsim {
 namespace {
