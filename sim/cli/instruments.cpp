@@ -13,7 +13,6 @@
 #include "sim/config/names.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/sdk/asic.h"
-#include "sim/sdk/sdk_status.h"
 
 namespace kvnsim {
 namespace {
@@ -25,22 +24,31 @@ LevelSwitch level_switch(std::string_view level)
 
 } // namespace
 
-std::vector<Option> instrument_options()
+std::vector<Option> with_instruments(std::vector<Option> before, const std::vector<Option> &behind)
 {
-    return {
-        {"--db", "FILE", "keep the shared database and the ASIC's tables there"},
-        {"--record", "FILE",
+    static const Option instruments[] = {
+        {"--db FILE", Takes::file, Times::optional,
+         "keep the shared database and the ASIC's tables there"},
+        {"--record FILE", Takes::file, Times::optional,
          "record requests, calls and traces as JSON lines, for `kvnsim replay`"},
-        {"--debug-file", "FILE", "write the library's debug file"},
-        {"--events", "FILE", "write the event history, for `kvnsim events`"},
-        {"--trace", "debug|error", "show trace records: all, or errors only", Takes::choice},
-        {"--fail", "CALL[:N][=STATUS]", "make a call fail: each time, or the Nth", Takes::text,
-         Times::any},
-        {"--fail-rate", "P", "make each call that can fail do so with this probability",
-         Takes::probability},
-        {"--seed", "N", "of --fail-rate: the same one gives the same failures (1)", Takes::count},
-        {"--limit", "TABLE=N", "capacity of an ASIC table, as intf=4096", Takes::text, Times::any},
-        {"--keep-going", "", "apply what is sound of a configuration with errors", Takes::nothing}};
+        {"--debug-file FILE", Takes::file, Times::optional, "write the library's debug file"},
+        {"--events FILE", Takes::file, Times::optional,
+         "write the event history, for `kvnsim events`"},
+        {"--trace debug|error", Takes::choice, Times::optional,
+         "show trace records: all, or errors only"},
+        {"--fail CALL[:N][=STATUS]", Takes::fault, Times::any,
+         "make a call fail: each time, or the Nth"},
+        {"--fail-rate P", Takes::probability, Times::optional,
+         "make each call that can fail do so with this probability"},
+        {"--seed N", Takes::count, Times::optional,
+         "of --fail-rate: the same one gives the same failures (1)"},
+        {"--limit TABLE=N", Takes::limit, Times::any, "capacity of an ASIC table, as intf=4096"},
+        {"--keep-going", Takes::nothing, Times::optional,
+         "apply what is sound of a configuration with errors"}};
+    std::vector<Option> all = std::move(before);
+    all.insert(all.end(), std::begin(instruments), std::end(instruments));
+    all.insert(all.end(), behind.begin(), behind.end());
+    return all;
 }
 
 Instruments::Instruments(const Arguments &arguments, Console &console)
@@ -132,12 +140,8 @@ bool Instruments::shows_as_it_happens() const
 
 void Instruments::trace(std::string_view level)
 {
-    const LevelSwitch traced = level_switch(level);
-    if (!traced.error && level != "off")
-        throw std::invalid_argument(
-            fmt::format("expected debug, error or off, not {}", quoted(level)));
     Sinks sinks = Diagnostics::instance().sinks();
-    sinks.console = traced;
+    sinks.console = level_switch(level);
     const std::string problem = Diagnostics::instance().configure(sinks);
     if (!problem.empty())
         throw InputError(problem);
@@ -180,23 +184,6 @@ void Instruments::warn_of_unused_faults() const
 {
     for (const std::string &fault : Journal::instance().faults.unused())
         console_.warning(fmt::format("kvnsim: --fail {} never struck", fault));
-}
-
-std::vector<std::string> fault_words(const std::string &begun)
-{
-    std::vector<std::string> words;
-    const size_t equals = begun.find('=');
-    if (equals != begun.npos) {
-        for (const SdkStatusRow &row : sdk_statuses()) {
-            if (row.status != SDK_E_NONE)
-                words.push_back(begun.substr(0, equals + 1) + row.name);
-        }
-    }
-    for (const ImportedCall *call : ImportedCall::all()) {
-        if (call->can_fail())
-            words.emplace_back(call->name());
-    }
-    return words;
 }
 
 void set_limit(const std::string &text)

@@ -18,9 +18,10 @@ namespace kvnsim {
 
 class Console;
 
-/* Their options: --db, --record, --debug-file, --events, --trace, --fail, --fail-rate, --seed,
- * --limit, --keep-going. */
-std::vector<Option> instrument_options();
+/* Their options between those of their own: --db, --record, --debug-file, --events, --trace,
+ * --fail,
+ * --fail-rate, --seed, --limit, --keep-going. */
+std::vector<Option> with_instruments(std::vector<Option> before, const std::vector<Option> &behind);
 
 /* What disturbs a switch and what watches it. To be made after the switch, which forgets it all. */
 class Instruments {
@@ -45,7 +46,7 @@ public:
     void stop_timeline() { timeline_.reset(); }
     /* Then progress would stand between the lines of it. */
     bool shows_as_it_happens() const;
-    /* "debug", "error" or "off"; else std::invalid_argument. */
+    /* "debug", "error" or "off". */
     void trace(std::string_view level);
 
 private:
@@ -59,10 +60,6 @@ private:
     std::optional<Timeline> timeline_;
     std::string timeline_interface_;
 };
-
-/* What may stand behind --fail, given how it begins: the calls that can fail and, behind an =, the
- * statuses. */
-std::vector<std::string> fault_words(const std::string &begun);
 
 /* Set the capacity of an ASIC table: "intf=4096". UsageError says what is wrong, without the name
  * of the option. */

@@ -121,7 +121,7 @@ struct LineEditor::State {
     unsigned char complete_word() const
     {
         const LineInfo *line = el_line(editor.get());
-        Words before =
+        SplitLine before =
             split_words({line->buffer, static_cast<size_t>(line->cursor - line->buffer)});
         if (!before.open_word)
             before.words.emplace_back();

@@ -16,7 +16,7 @@
 namespace kvnsim {
 namespace {
 
-bool asks_for_help(const std::vector<std::string> &words)
+bool asks_for_help(const Words &words)
 {
     for (const std::string &word : words) {
         if (word == "--")
@@ -31,14 +31,11 @@ const Verb &verb_named(const std::string &name)
 {
     if (const Verb *verb = find_verb(name))
         return *verb;
-    std::vector<std::string> names;
-    for (const Verb *verb : verbs())
-        names.emplace_back(verb->name);
     throw UsageError(fmt::format("unknown verb \"{}\"{}\nTry `kvnsim --help`.", name,
-                                 did_you_mean(name, names)));
+                                 did_you_mean(name, names_of(verbs()))));
 }
 
-int run(std::vector<std::string> words, Console &console)
+int run(Words words, Console &console)
 {
     if (words.empty())
         throw UsageError("a verb is missing\nTry `kvnsim --help`.");
@@ -55,14 +52,14 @@ int run(std::vector<std::string> words, Console &console)
         return exit_well;
     }
     try {
-        return verb.run(parse(verb, words), console);
+        return verb.run(parse(verb.options, words), console);
     } catch (const UsageError &error) {
         throw UsageError(
             fmt::format("{}: {}\nTry `kvnsim {} --help`.", verb.name, error.what(), verb.name));
     }
 }
 
-int guarded(const std::vector<std::string> &words, Console &console)
+int guarded(const Words &words, Console &console)
 {
     try {
         return run(words, console);
@@ -84,7 +81,7 @@ int main(int argc, char **argv)
     using namespace kvnsim;
     catch_interrupts();
     Console console;
-    const int status = guarded(std::vector<std::string>(argv + 1, argv + argc), console);
+    const int status = guarded(Words(argv + 1, argv + argc), console);
     const int problem = console.finish();
     if (problem == 0)
         return status;

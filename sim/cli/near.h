@@ -2,9 +2,23 @@
 
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace kvnsim {
+
+/* The names of rows that have one, or of what pointers to rows point to. */
+template <class Rows> std::vector<std::string> names_of(const Rows &rows)
+{
+    std::vector<std::string> names;
+    for (const auto &row : rows) {
+        if constexpr (std::is_pointer_v<std::decay_t<decltype(row)>>)
+            names.emplace_back(row->name);
+        else
+            names.emplace_back(row.name);
+    }
+    return names;
+}
 
 /* What a misspelt name may have meant: " (did you mean Ethernet0, Ethernet10?)", or an empty text
  * when none of the names comes near. */

@@ -1,28 +1,14 @@
-/* Commands of the shell that take the switch as a whole: configurations, looking, fault injection.
- */
-#include <algorithm>
-
+/* Commands of the shell that take the switch as a whole. */
 #include <fmt/format.h>
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
 #include "sim/cli/shell.h"
 #include "sim/cli/stored.h"
-#include "sim/config/names.h"
 #include "sim/state/compare.h"
-#include "sim/state/show.h"
 
 namespace kvnsim {
 namespace {
-
-/* Whether the words end with --json, which is taken off. */
-bool take_json(ShellWords &words)
-{
-    const bool json = !words.empty() && words.back() == "--json";
-    if (json)
-        words.pop_back();
-    return json;
-}
 
 /* ---- Configurations ---- */
 
@@ -46,21 +32,21 @@ bool is_refused(Session &session, const Configuration &configuration)
     return true;
 }
 
-int apply(Session &session, const ShellWords &words)
+int apply_file(Session &session, const std::string &file)
 {
-    const Configuration configuration = read(session, words[0]);
+    const Configuration configuration = read(session, file);
     if (is_refused(session, configuration))
         return exit_input;
     const ConfigurationRun outcome =
         apply_configuration(session.power, configuration, session.power.plan(configuration.desired),
                             session.console, !session.instruments.shows_as_it_happens());
     session.console.out() << fmt::format(
-        "{}: {}, {}\n", words[0], counted(outcome.plan.steps.size(), "step"), summary(outcome));
+        "{}: {}, {}\n", file, counted(outcome.plan.steps.size(), "step"), summary(outcome));
     const std::string ignored = ignored_tables(configuration);
     if (!ignored.empty())
         session.console.out() << "  not applied: " << ignored << "\n";
-    if (session.files.empty() || session.files.back() != words[0])
-        session.files.push_back(words[0]);
+    if (session.files.empty() || session.files.back() != file)
+        session.files.push_back(file);
     session.findings = configuration.findings;
     session.interrupted = outcome.applied.interrupted;
     if (!outcome.applied.failures.empty())
@@ -68,18 +54,22 @@ int apply(Session &session, const ShellWords &words)
     return configuration.has_errors() ? exit_input : exit_well;
 }
 
-int reload(Session &session, const ShellWords &words)
+int apply(Session &session, const Arguments &given)
 {
-    if (!words.empty())
-        return apply(session, words);
-    if (session.files.empty())
-        throw UsageError("nothing was applied so far: reload which FILE?");
-    return apply(session, {session.files.back()});
+    return apply_file(session, given.value("FILE"));
 }
 
-int plan(Session &session, const ShellWords &words)
+int reload(Session &session, const Arguments &given)
 {
-    const Configuration configuration = read(session, words[0]);
+    if (!given.has("FILE") && session.files.empty())
+        throw UsageError("nothing was applied so far: reload which FILE?");
+    return apply_file(session,
+                      given.has("FILE") ? given.value("FILE") : std::string(session.files.back()));
+}
+
+int plan(Session &session, const Arguments &given)
+{
+    const Configuration configuration = read(session, given.value("FILE"));
     if (is_refused(session, configuration))
         return exit_input;
     const Plan steps = session.power.plan(configuration.desired);
@@ -89,121 +79,100 @@ int plan(Session &session, const ShellWords &words)
     return exit_well;
 }
 
-int check(Session &session, const ShellWords &words)
+int check(Session &session, const Arguments &given)
 {
-    const Configuration configuration = read(session, words[0]);
-    session.console.out() << words[0] << ": " << finding_counts(configuration) << "\n";
+    const Configuration configuration = read(session, given.value("FILE"));
+    session.console.out() << configuration.file << ": " << finding_counts(configuration) << "\n";
     return configuration.has_errors() ? exit_input : exit_well;
 }
 
-int save_database(Session &session, const ShellWords &words)
+int save_database(Session &session, const Arguments &given)
 {
-    save(session.now(), words[0]);
+    save(session.now(), given.value("FILE"));
     return exit_well;
 }
 
 /* ---- Looking ---- */
 
-int show_table(Session &session, const ShellWords &given)
+int show_table(Session &session, const Arguments &given)
 {
-    ShellWords words = given;
-    const bool json = take_json(words);
-    if (words.empty())
-        throw UsageError("expected show TABLE [IF] [--json]");
-    print_table(session.now(), words[0], words.size() > 1 ? words[1] : "", json, session.console);
+    print_table(session.now(), given.value("TABLE"), given.value("IF"), given.has("--json"),
+                session.console);
     return exit_well;
 }
 
-int explain_interface(Session &session, const ShellWords &given)
+int explain_interface(Session &session, const Arguments &given)
 {
-    ShellWords words = given;
-    const bool json = take_json(words);
-    if (words.size() != 1)
-        throw UsageError("expected explain IF [--json]");
-    print_explanation(session.now(), words[0], json, session.console);
+    print_explanation(session.now(), given.value("IF"), given.has("--json"), session.console);
     return exit_well;
 }
 
-int audit_switch(Session &session, const ShellWords &given)
+int audit_switch(Session &session, const Arguments &given)
 {
-    ShellWords words = given;
-    const bool json = take_json(words);
-    if (!words.empty())
-        throw UsageError("expected audit [--json]");
-    return print_audit(session.now(), json, session.console);
+    return print_audit(session.now(), given.has("--json"), session.console);
 }
 
-int mark(Session &session, const ShellWords &)
+int mark(Session &session, const Arguments &)
 {
     session.mark = session.now();
     return exit_well;
 }
 
-int compare(Session &session, const ShellWords &given)
+int compare(Session &session, const Arguments &given)
 {
-    ShellWords words = given;
-    const bool json = take_json(words);
-    if (words.size() > 1)
-        throw UsageError("expected diff [FILE] [--json]");
-    if (words.empty() && !session.mark)
+    if (!given.has("FILE") && !session.mark)
         throw UsageError("nothing is marked: `mark` remembers the switch as it is");
-    const Snapshot before = words.empty() ? *session.mark : load(words[0]);
-    return print_differences(diff(before, session.now()), json, session.console);
+    const Snapshot before = given.has("FILE") ? load(given.value("FILE")) : *session.mark;
+    return print_differences(diff(before, session.now()), given.has("--json"), session.console);
 }
 
-int timeline(Session &session, const ShellWords &words)
+int timeline(Session &session, const Arguments &given)
 {
-    if (words[0] == "off" && words.size() == 1) {
+    const std::string &interface = given.value("IF");
+    if (given.value("on|off") == "off") {
+        if (!interface.empty())
+            throw UsageError("expected timeline on [IF], or timeline off");
         session.instruments.stop_timeline();
         return exit_well;
     }
-    if (words[0] != "on")
-        throw UsageError("expected timeline on [IF], or timeline off");
-    if (words.size() > 1)
-        require_interface(session.now(), words[1]);
-    session.instruments.start_timeline(words.size() > 1 ? words[1] : "");
+    if (!interface.empty())
+        require_interface(session.now(), interface);
+    session.instruments.start_timeline(interface);
     return exit_well;
 }
 
-int trace(Session &session, const ShellWords &words)
+int trace(Session &session, const Arguments &given)
 {
-    session.instruments.trace(words[0]);
+    session.instruments.trace(given.value("debug|error|off"));
     return exit_well;
 }
 
 /* ---- Fault injection ---- */
 
-int fail(Session &, const ShellWords &words)
+int fail(Session &, const Arguments &given)
 {
     Faults &faults = Journal::instance().faults;
-    if (words[0] == "off") {
+    const std::string &fault = given.value("CALL[:N][=STATUS]");
+    if (fault == "off") {
         faults.clear();
         return exit_well;
     }
-    const std::string problem = faults.add(words[0]);
+    const std::string problem = faults.add(fault);
     if (!problem.empty())
         throw UsageError(problem);
     return exit_well;
 }
 
-int fail_rate(Session &, const ShellWords &words)
+int fail_rate(Session &, const Arguments &given)
 {
-    constexpr uint32_t most = 0xFFFFFFFF;
-    char *end = nullptr;
-    const double rate = words[0] == "off" ? 0 : std::strtod(words[0].c_str(), &end);
-    if ((end != nullptr && (*end != '\0' || words[0].empty())) || !(rate >= 0 && rate <= 1))
-        throw UsageError(
-            fmt::format("expected a number from 0 to 1, or off, not {}", quoted(words[0])));
-    const auto seed = words.size() > 1 ? parse_number(words[1], 0, most) : 1;
-    if (!seed)
-        throw UsageError(fmt::format("expected a whole number as seed, not {}", quoted(words[1])));
-    Journal::instance().faults.set_rate(rate, *seed);
+    const double rate = given.value("P") == "off" ? 0 : given.probability("P", 0);
+    Journal::instance().faults.set_rate(rate, given.count("SEED", 1));
     return exit_well;
 }
 
-int limit(Session &, const ShellWords &words)
+int limit(Session &, const Arguments &given)
 {
-    set_limit(words[0]);
+    set_limit(given.value("TABLE=N"));
     return exit_well;
 }
 
@@ -211,58 +180,57 @@ int limit(Session &, const ShellWords &words)
 
 const CommandGroup configuration_commands{
     "Configurations",
-    {{"apply", "take the switch to a configuration", {{"FILE", WordKind::file}}, apply},
+    {{"apply", "take the switch to a configuration", {{"FILE", Takes::file}}, apply},
      {"reload",
       "the same again, with the file of the last time",
-      {{"FILE", WordKind::file, Times::optional}},
+      {{"FILE", Takes::file, Times::optional}},
       reload},
-     {"plan", "say what apply would do", {{"FILE", WordKind::file}}, plan},
-     {"check", "validate a configuration", {{"FILE", WordKind::file}}, check},
-     {"save", "keep the switch's state in a database", {{"FILE", WordKind::file}}, save_database}}};
+     {"plan", "say what apply would do", {{"FILE", Takes::file}}, plan},
+     {"check", "validate a configuration", {{"FILE", Takes::file}}, check},
+     {"save", "keep the switch's state in a database", {{"FILE", Takes::file}}, save_database}}};
 
 const CommandGroup looking_commands{
     "Looking",
     {{"show",
       "show a table of the switch",
-      {{"TABLE", WordKind::table},
-       {"IF", WordKind::interface, Times::optional},
-       {"--json", WordKind::choice, Times::optional}},
+      {{"TABLE", Takes::table}, {"IF", Takes::interface, Times::optional}, json_option},
       show_table},
      {"explain",
       "say why an interface is as it is",
-      {{"IF", WordKind::interface}, {"--json", WordKind::choice, Times::optional}},
+      {{"IF", Takes::interface}, json_option},
       explain_interface},
      {"audit",
       "say what does not agree",
-      {{"--json", WordKind::choice, Times::optional}},
+      {json_option},
       audit_switch,
       "After requests by hand the configuration is not what the switch was asked for any more:\n"
       "the audit tells that as differences, and apply works from what it did itself.\n"},
      {"mark", "remember the switch as it is, for diff", {}, mark},
      {"diff",
       "say what differs from the mark, or from a database",
-      {{"FILE", WordKind::file, Times::optional}, {"--json", WordKind::choice, Times::optional}},
+      {{"FILE", Takes::file, Times::optional}, json_option},
       compare},
      {"timeline",
       "print each request with its calls, of all interfaces or of one",
-      {{"on|off", WordKind::choice}, {"IF", WordKind::interface, Times::optional}},
+      {{"on|off", Takes::choice}, {"IF", Takes::interface, Times::optional}},
       timeline},
      {"trace",
       "print trace records: all, or errors only",
-      {{"debug|error|off", WordKind::choice}},
+      {{"debug|error|off", Takes::choice}},
       trace}}};
 
 const CommandGroup fault_commands{
     "Fault injection",
     {{"fail",
       "make a call fail, each time or the Nth from now on; off ends it",
-      {{"CALL[:N][=STATUS]", WordKind::fault}},
+      {{"CALL[:N][=STATUS]", Takes::fault, Times::required, "", "off"}},
       fail,
       "fail libsdk_lid_entry_create:2=SDK_E_FULL lets the second one fail.\n"},
      {"fail-rate",
       "make each call that can fail do so with this probability, or off",
-      {{"P", WordKind::text}, {"SEED", WordKind::text, Times::optional}},
+      {{"P", Takes::probability, Times::required, "", "off"},
+       {"SEED", Takes::count, Times::optional}},
       fail_rate},
-     {"limit", "set the capacity of an ASIC table", {{"TABLE=N", WordKind::limit}}, limit}}};
+     {"limit", "set the capacity of an ASIC table", {{"TABLE=N", Takes::limit}}, limit}}};
 
 } // namespace kvnsim

@@ -2,25 +2,18 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstring>
 
 #include <fmt/format.h>
 
 namespace kvnsim {
 namespace {
 
-std::vector<const Verb *> &table()
-{
-    static std::vector<const Verb *> verbs;
-    return verbs;
-}
-
 constexpr size_t help_width = 100, help_column = 30;
 
 /* A line of help, the purpose in as many lines as it takes. */
 std::string help_line(const Option &option)
 {
-    std::string text = fmt::format("  {:<{}}", spelled(option), help_column - 2);
+    std::string text = fmt::format("  {:<{}}", option.words, help_column - 2);
     std::string_view rest = option.purpose;
     while (rest.size() > help_width - help_column) {
         const size_t end = rest.rfind(' ', help_width - help_column);
@@ -32,55 +25,26 @@ std::string help_line(const Option &option)
 
 } // namespace
 
-std::string spelled(const Option &option)
-{
-    if (option.value[0] == '\0')
-        return option.name;
-    return fmt::format(option.takes == Takes::interface ? "{} [{}]" : "{} {}", option.name,
-                       option.value);
-}
-
-std::string usage(const Verb &verb)
-{
-    std::string text = fmt::format("kvnsim {}", verb.name);
-    bool has_optional = false;
-    for (const Option &option : verb.options) {
-        const std::string word = spelled(option);
-        const bool must = option.times == Times::required || option.times == Times::some;
-        if (!option.is_operand() && !must)
-            has_optional = true;
-        else if (option.times == Times::some)
-            text += fmt::format(" {0} [{0}...]", word);
-        else if (option.times == Times::any)
-            text += fmt::format(" [{}...]", word);
-        else
-            text += fmt::format(must ? " {}" : " [{}]", word);
-    }
-    return has_optional ? text + " [OPTION...]" : text;
-}
-
-const Option db_option{"--db", "FILE", "the database that `kvnsim run --db FILE` left", Takes::text,
-                       Times::required};
-const Option json_option{"--json", "", "one JSON document instead of text", Takes::nothing};
-
-Registration::Registration(Verb verb) : verb_(std::move(verb))
-{
-    const auto before = [](const Verb *a, const Verb *b) {
-        return std::strcmp(a->name, b->name) < 0;
-    };
-    table().insert(std::upper_bound(table().begin(), table().end(), &verb_, before), &verb_);
-}
-
 const std::vector<const Verb *> &verbs()
 {
-    return table();
+    static const std::vector<const Verb *> table{
+        &audit_verb,   &check_verb,  &completion_verb, &diff_verb,    &events_verb,
+        &explain_verb, &manual_verb, &replay_verb,     &report_verb,  &run_verb,
+        &shell_verb,   &show_verb,   &stress_verb,     &version_verb,
+    };
+    return table;
 }
 
 const Verb *find_verb(std::string_view name)
 {
-    const auto found = std::find_if(table().begin(), table().end(),
+    const auto found = std::find_if(verbs().begin(), verbs().end(),
                                     [&](const Verb *verb) { return verb->name == name; });
-    return found == table().end() ? nullptr : *found;
+    return found == verbs().end() ? nullptr : *found;
+}
+
+std::string usage(const Verb &verb)
+{
+    return usage(std::string("kvnsim ") + verb.name, verb.options);
 }
 
 const char *const introduction =
@@ -119,9 +83,7 @@ std::string help()
 
 std::string help(const Verb &verb)
 {
-    std::string text =
-        fmt::format("Usage: {}\n\n{}{}.\n", usage(verb),
-                    static_cast<char>(std::toupper(verb.purpose[0])), verb.purpose + 1);
+    std::string text = fmt::format("Usage: {}\n\n{}\n", usage(verb), sentence(verb.purpose));
     for (const bool operands : {true, false}) {
         std::string lines;
         for (const Option &option : verb.options) {

@@ -37,13 +37,14 @@ int check(const Arguments &arguments, Console &console)
     return errors ? exit_input : exit_well;
 }
 
-const Registration registration({"check",
-                                 "read configurations and say what is wrong with them",
-                                 "kvnsim check examples/broken.json\n",
-                                 {{"CONFIG", "", "config_db.json files; - is standard input",
-                                   Takes::text, Times::some},
-                                  json_option},
-                                 check});
-
 } // namespace
+
+const Verb check_verb{
+    "check",
+    "read configurations and say what is wrong with them",
+    "kvnsim check examples/broken.json\n",
+    {{"CONFIG", Takes::file, Times::some, "config_db.json files; - is standard input"},
+     json_option},
+    check};
+
 } // namespace kvnsim

@@ -62,14 +62,15 @@ int decode(const Arguments &arguments, Console &console)
     return exit_input;
 }
 
-const Registration registration({"events",
-                                 "decode an event-history file",
-                                 "kvnsim run examples/leaf.json --events leaf.events\n"
-                                 "kvnsim events leaf.events\n",
-                                 {{"FILE", "", "the file that `kvnsim run --events FILE` wrote",
-                                   Takes::text, Times::required},
-                                  json_option},
-                                 decode});
-
 } // namespace
+
+const Verb events_verb{
+    "events",
+    "decode an event-history file",
+    "kvnsim run examples/leaf.json --events leaf.events\n"
+    "kvnsim events leaf.events\n",
+    {{"FILE", Takes::file, Times::required, "the file that `kvnsim run --events FILE` wrote"},
+     json_option},
+    decode};
+
 } // namespace kvnsim

@@ -38,13 +38,6 @@ std::string tagged(std::string_view tag, std::string_view text)
     return fmt::format(".TP\n.B \"{}\"\n{}\n", plain(tag), plain(text));
 }
 
-std::string sentence(std::string_view purpose)
-{
-    std::string text(purpose);
-    text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
-    return text + ".";
-}
-
 std::string literal(std::string_view lines)
 {
     return fmt::format(".PP\n.nf\n.RS\n{}.RE\n.fi\n", plain(lines));
@@ -55,7 +48,7 @@ std::string manual_of(const Verb &verb)
     std::string text =
         fmt::format(".SS \"{}\"\n{}\n", plain(usage(verb)), plain(sentence(verb.purpose)));
     for (const Option &option : verb.options)
-        text += tagged(spelled(option), option.purpose);
+        text += tagged(option.words, option.purpose);
     return text + literal(verb.example);
 }
 
@@ -88,11 +81,9 @@ int print_manual(const Arguments &, Console &console)
     return exit_well;
 }
 
-const Registration registration({"manual",
-                                 "print the manual page, for man(1)",
-                                 "kvnsim manual | man -l -\n",
-                                 {},
-                                 print_manual});
-
 } // namespace
+
+const Verb manual_verb{
+    "manual", "print the manual page, for man(1)", "kvnsim manual | man -l -\n", {}, print_manual};
+
 } // namespace kvnsim

@@ -56,15 +56,15 @@ int replay_recording(const Arguments &arguments, Console &console)
     return result.difference ? exit_found : exit_well;
 }
 
-const Registration
-    registration({"replay",
-                  "make a recording's requests again, and compare all that the library does",
-                  "kvnsim run examples/leaf.json --record leaf.jsonl\n"
-                  "kvnsim replay leaf.jsonl\n",
-                  {{"RECORDING", "", "the file that `kvnsim run --record FILE` wrote", Takes::text,
-                    Times::required},
-                   json_option},
-                  replay_recording});
-
 } // namespace
+
+const Verb replay_verb{
+    "replay",
+    "make a recording's requests again, and compare all that the library does",
+    "kvnsim run examples/leaf.json --record leaf.jsonl\n"
+    "kvnsim replay leaf.jsonl\n",
+    {{"RECORDING", Takes::file, Times::required, "the file that `kvnsim run --record FILE` wrote"},
+     json_option},
+    replay_recording};
+
 } // namespace kvnsim

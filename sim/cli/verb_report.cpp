@@ -54,14 +54,15 @@ int report(const Arguments &arguments, Console &console)
     return exit_well;
 }
 
-const Registration registration(
-    {"report",
-     "draw the switch: a page with front panel, object graph, tables and findings",
-     "kvnsim report --db leaf.db -o leaf.html\n",
-     {db_option,
-      {"-o", "HTML", "the page to write, one file that needs no network; - for standard output",
-       Takes::text, Times::required}},
-     report});
-
 } // namespace
+
+const Verb report_verb{
+    "report",
+    "draw the switch: a page with front panel, object graph, tables and findings",
+    "kvnsim report --db leaf.db -o leaf.html\n",
+    {db_option,
+     {"-o HTML", Takes::file, Times::required,
+      "the page to write, one file that needs no network; - for standard output"}},
+    report};
+
 } // namespace kvnsim

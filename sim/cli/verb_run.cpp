@@ -345,28 +345,22 @@ int run(const Arguments &arguments, Console &console)
     return Run(arguments, console).run();
 }
 
-std::vector<Option> options()
-{
-    std::vector<Option> all = {
-        {"CONFIG", "", "config_db.json files; - is standard input", Takes::text, Times::some},
-        {"--timeline", "IF", "each request with its calls, of all interfaces or of one",
-         Takes::interface},
-        {"--dry-run", "",
-         "try the plan on a switch that is thrown away, and show its requests; no file is written",
-         Takes::nothing}};
-    for (const Option &option : instrument_options())
-        all.push_back(option);
-    all.push_back(json_option);
-    all.push_back({"--quiet", "", "errors, warnings and failures only", Takes::nothing});
-    return all;
-}
-
-const Registration registration(
-    {"run", "apply configurations one after another, and show what came of them",
-     "kvnsim run examples/leaf.json --db leaf.db\n"
-     "kvnsim run examples/small_change_before.json examples/small_change_after.json --timeline\n"
-     "kvnsim run examples/leaf.json --fail libsdk_lid_entry_create:2=SDK_E_FULL\n",
-     options(), run});
-
 } // namespace
+
+const Verb run_verb{
+    "run", "apply configurations one after another, and show what came of them",
+    "kvnsim run examples/leaf.json --db leaf.db\n"
+    "kvnsim run examples/small_change_before.json examples/small_change_after.json --timeline\n"
+    "kvnsim run examples/leaf.json --fail libsdk_lid_entry_create:2=SDK_E_FULL\n",
+    with_instruments(
+        {{"CONFIG", Takes::file, Times::some, "config_db.json files; - is standard input"},
+         {"--timeline [IF]", Takes::maybe_interface, Times::optional,
+          "each request with its calls, of all interfaces or of one"},
+         {"--dry-run", Takes::nothing, Times::optional,
+          "try the plan on a switch that is thrown away, and show its requests; no file is "
+          "written"}},
+        {json_option,
+         {"--quiet", Takes::nothing, Times::optional, "errors, warnings and failures only"}}),
+    run};
+
 } // namespace kvnsim

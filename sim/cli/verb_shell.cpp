@@ -63,7 +63,7 @@ private:
     void talk()
     {
         std::FILE *terminal = ::isatty(STDOUT_FILENO) != 0 ? stdout : stderr;
-        LineEditor editor(terminal, history_file(), complete);
+        LineEditor editor(terminal, history_file(), complete_line);
         console_.note("`help` says what can be done here; Tab completes, Ctrl-D leaves.");
         while (!session_.ended) {
             console_.out().flush();
@@ -110,11 +110,11 @@ private:
         const CauseScope cause(fmt::format("-:{}: {}", line_number_, line));
         if (!interactive_)
             session_.location = fmt::format("-:{}: ", line_number_);
-        const Words words = split_words(line);
+        const SplitLine split = split_words(line);
         try {
-            if (words.open_quote != '\0')
-                throw UsageError(fmt::format("a {} is not closed", words.open_quote));
-            return words.words.empty() ? int{exit_well} : execute(session_, words.words);
+            if (split.open_quote != '\0')
+                throw UsageError(fmt::format("a {} is not closed", split.open_quote));
+            return split.words.empty() ? int{exit_well} : execute(session_, split.words);
         } catch (const UsageError &error) {
             session_.error(error.what());
             return exit_usage;
@@ -141,7 +141,7 @@ private:
     Console &console_;
     Switch switch_; /* before the instruments, which it would forget */
     Instruments instruments_;
-    Session session_{console_, switch_, instruments_, false, {}, {}, {}, false};
+    Session session_{console_, switch_, instruments_};
     const bool interactive_;
     int status_ = exit_well;
     uint64_t line_number_ = 0;
@@ -152,23 +152,15 @@ int run(const Arguments &arguments, Console &console)
     return ShellRun(arguments, console).run();
 }
 
-std::vector<Option> options()
-{
-    std::vector<Option> all = {{"CONFIG", "", "a config_db.json file to begin with"}};
-    for (const Option &option : instrument_options())
-        all.push_back(option);
-    all.push_back(
-        {"--stop", "", "end a script at the first line that is not well", Takes::nothing});
-    return all;
-}
-
-const Registration
-    registration({"shell",
-                  "try a switch by hand, at a prompt or by a script on standard "
-                  "input",
-                  "kvnsim shell examples/leaf.json\n"
-                  "echo 'set Ethernet0 mtu 9216' | kvnsim shell examples/leaf.json\n",
-                  options(), run});
-
 } // namespace
+
+const Verb shell_verb{"shell", "try a switch by hand, at a prompt or by a script on standard input",
+                      "kvnsim shell examples/leaf.json\n"
+                      "echo 'set Ethernet0 mtu 9216' | kvnsim shell examples/leaf.json\n",
+                      with_instruments({{"CONFIG", Takes::file, Times::optional,
+                                         "a config_db.json file to begin with"}},
+                                       {{"--stop", Takes::nothing, Times::optional,
+                                         "end a script at the first line that is not well"}}),
+                      run};
+
 } // namespace kvnsim

@@ -87,17 +87,19 @@ int churn(const Arguments &arguments, Console &console)
     return exit_well;
 }
 
-const Registration registration(
-    {"stress",
-     "change a random configuration again and again with calls that fail, and audit each time",
-     "kvnsim stress --operations 1000 --seed 7 --fail-rate 0.01\n",
-     {{"--interfaces", "N", "about so many L3 interfaces at most (64)", Takes::count},
-      {"--operations", "N", "how many changes to make (10000)", Takes::count},
-      {"--seed", "N", "the same one gives the same changes and failures (1)", Takes::count},
-      {"--fail-rate", "P", "make each call that can fail do so with this probability (0.01)",
-       Takes::probability},
-      json_option},
-     churn});
-
 } // namespace
+
+const Verb stress_verb{
+    "stress",
+    "change a random configuration again and again with calls that fail, and audit each time",
+    "kvnsim stress --operations 1000 --seed 7 --fail-rate 0.01\n",
+    {{"--interfaces N", Takes::count, Times::optional, "about so many L3 interfaces at most (64)"},
+     {"--operations N", Takes::count, Times::optional, "how many changes to make (10000)"},
+     {"--seed N", Takes::count, Times::optional,
+      "the same one gives the same changes and failures (1)"},
+     {"--fail-rate P", Takes::probability, Times::optional,
+      "make each call that can fail do so with this probability (0.01)"},
+     json_option},
+    churn};
+
 } // namespace kvnsim

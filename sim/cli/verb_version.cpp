@@ -30,11 +30,12 @@ int print_version(const Arguments &arguments, Console &console)
     return exit_well;
 }
 
-const Registration registration({"version",
-                                 "say which kvnsim this is",
-                                 "kvnsim version\nkvnsim --version\n",
-                                 {json_option},
-                                 print_version});
-
 } // namespace
+
+const Verb version_verb{"version",
+                        "say which kvnsim this is",
+                        "kvnsim version\nkvnsim --version\n",
+                        {json_option},
+                        print_version};
+
 } // namespace kvnsim

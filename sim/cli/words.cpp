@@ -10,9 +10,9 @@ bool is_blank(char character)
 
 } // namespace
 
-Words split_words(std::string_view line)
+SplitLine split_words(std::string_view line)
 {
-    Words result;
+    SplitLine result;
     for (size_t i = 0; i < line.size(); ++i) {
         char character = line[i];
         if (result.open_quote == '\0' && is_blank(character)) {

@@ -1,23 +1,23 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "sim/cli/grammar.h"
 
 /* Command lines of the shell: words between blanks, as people know them from other shells. */
 namespace kvnsim {
 
 /* A line up to its end or, when a word is to be completed, up to the cursor. */
-struct Words {
-    std::vector<std::string> words; /* without quotes and backslashes */
-    bool open_word = false;         /* the last word is not ended by a blank */
-    char open_quote = '\0';         /* the quote that is not closed */
+struct SplitLine {
+    Words words;            /* without quotes and backslashes */
+    bool open_word = false; /* the last word is not ended by a blank */
+    char open_quote = '\0'; /* the quote that is not closed */
 };
 
 /* Quotes of either kind keep blanks, a backslash keeps the next character; a word that begins with
  * # ends the line. */
-Words split_words(std::string_view line);
+SplitLine split_words(std::string_view line);
 
 /* The text as it has to be typed to stand for itself, within a quote or outside any ('\0'). */
 std::string typed(std::string_view text, char open_quote = '\0');

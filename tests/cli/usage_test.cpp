@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
 
 #include "tests/cli/kvnsim.h"
 
@@ -59,6 +60,37 @@ TEST_F(Usage, VersionSaysTheWordSizeOfTheLibrary)
     EXPECT_EQ(bits, std::to_string(kvnsim({"version", "--json"}).json()["word_size"].GetInt()));
 }
 
+TEST_F(Usage, OptionsStandAnywhereWithTheirValuesBehindThemOrAttached)
+{
+    write("one.json", one_port);
+    ASSERT_EQ(well, kvnsim({"run", "--db=one.db", "one.json"}).status);
+    const std::string shown = kvnsim({"show", "lids", "--json", "--db", "one.db"}).out;
+    EXPECT_THAT(shown, StartsWith("{"));
+    EXPECT_EQ(shown, kvnsim({"show", "--json", "--db=one.db", "lids", "--json"}).out);
+    for (const char *attached : {"-oa.html", "-o=a.html"}) {
+        EXPECT_EQ(well, kvnsim({"report", "--db", "one.db", attached}).status);
+        EXPECT_EQ(read("a.html"), kvnsim({"report", "-o", "-", "--db", "one.db"}).out);
+        std::filesystem::remove(path("a.html"));
+    }
+}
+
+TEST_F(Usage, WordBehindTwoDashesIsNoOption)
+{
+    write("--json", one_port);
+    const Result result = kvnsim({"check", "--", "--json"});
+    EXPECT_EQ(well, result.status);
+    EXPECT_THAT(result.out, StartsWith("--json: "));
+}
+
+TEST_F(Usage, WordBehindTheTimelineIsItsValueOnlyIfItNamesAnInterface)
+{
+    write("one.json", one_port);
+    const Result all = kvnsim({"run", "--timeline", "one.json", "--quiet"});
+    EXPECT_THAT(all.out, HasSubstr("host: give port its LID(Ethernet0)"));
+    EXPECT_EQ(all.out, kvnsim({"run", "one.json", "--quiet", "--timeline"}).out);
+    EXPECT_EQ(all.out, kvnsim({"run", "--quiet", "--timeline", "Ethernet0", "one.json"}).out);
+}
+
 struct Wrong {
     std::vector<std::string> arguments;
     const char *message;
@@ -88,6 +120,9 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"run", "one.json", "--db", "a.db", "--db", "b.db"}, "--db is given more than once"},
         Wrong{{"run", "one.json", "--dry-run=false"}, "--dry-run takes no value"},
         Wrong{{"run", "one.json", "--json=3"}, "--json takes no value"},
+        Wrong{{"run", "one.json", "--timeline="}, "--timeline needs a value: [IF]"},
+        Wrong{{"run", "--fail-rate", "2", "--quite"}, "expected a number from 0 to 1"},
+        Wrong{{"run", "--quite"}, "unknown option --quite"},
         Wrong{{"run", "-", "-"}, "standard input can be read only once"},
         Wrong{{"run", "one.json", "--trace", "loud"}, "expected debug or error, not \"loud\""},
         Wrong{{"run", "one.json", "--seed", "7"}, "--seed is for --fail-rate"},
@@ -116,6 +151,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"audit"}, "--db is missing"}, Wrong{{"diff", "one.db"}, "B is missing"},
         Wrong{{"diff", "one.db", "one.db", "one.db"}, "\"one.db\" is one word too many"},
         Wrong{{"events"}, "FILE is missing"}, Wrong{{"replay"}, "RECORDING is missing"},
+        Wrong{{"completion", "fish"}, "expected bash, zsh or words, not \"fish\""},
+        Wrong{{"stress", "-1"}, "\"-1\" is one word too many"},
         Wrong{{"version", "now"}, "\"now\" is one word too many"}),
     [](const auto &wrong) {
         std::string name = "kvnsim";

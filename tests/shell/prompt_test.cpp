@@ -128,6 +128,8 @@ TEST_F(Prompt, CompletesWhatThereIs)
         {"check fold\tempt\t\n", "folder/empty.json: "}, /* files in folders */
         {"check \"a s\t\n", "a switch.json: nothing"},   /* within quotes */
         {"timeline of\t\n", prompt},                     /* choices */
+        {"fail-rate \t\n", prompt},                      /* what stands for a value */
+        {"show ports --j\t\n", "\"ports\":"},            /* options */
         {"help virt\t\n", "virtual MAC"},
     };
     write("a switch.json", one_port);

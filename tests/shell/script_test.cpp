@@ -95,6 +95,20 @@ TEST_F(Script, WordsTooManyOrTooFewAreToldWithWhatIsExpected)
     EXPECT_EQ("-:1: expected set IF PROPERTY VALUE\n", shell({"set Ethernet0 mtu"}).err);
     EXPECT_EQ("-:1: expected mark\n", shell({"mark it"}).err);
     EXPECT_EQ("-:1: expected call add_l3port L3LIF CREATE\n", shell({"call add_l3port"}).err);
+    EXPECT_EQ("-:1: expected show TABLE [IF] [--json]\n", shell({"show ports --jsn"}).err);
+    EXPECT_EQ("-:1: expected diff [FILE] [--json]\n", shell({"diff a.db b.db"}).err);
+}
+
+TEST_F(Script, OptionsAndValuesAreThoseOfTheCommandLine)
+{
+    EXPECT_EQ(shell({"show ports --json"}).out, shell({"show --json ports"}).out);
+    write("--json", one_port);
+    EXPECT_THAT(shell({"check -- --json"}).out, StartsWith("--json: "));
+    EXPECT_EQ("-:1: --json takes no value\n", shell({"audit --json=3"}).err);
+    EXPECT_EQ("-:1: expected debug, error or off, not \"loud\"\n", shell({"trace loud"}).err);
+    EXPECT_EQ("-:1: P: expected a number from 0 to 1, or off, not \"0.1x\"\n",
+              shell({"fail-rate 0.1x"}).err);
+    EXPECT_EQ("-:1: SEED: expected a whole number, not \"-1\"\n", shell({"fail-rate 0.1 -1"}).err);
 }
 
 /* ---- Configurations ---- */

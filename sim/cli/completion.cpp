@@ -1,0 +1,122 @@
+#include "sim/cli/completion.h"
+
+#include <algorithm>
+
+#include "sim/cli/near.h"
+#include "sim/sdk/asic.h"
+#include "sim/sdk/attributes.h"
+#include "sim/sdk/sdk_status.h"
+#include "sim/state/show.h"
+#include "sim/switch/entry_points.h"
+
+namespace kvnsim {
+namespace {
+
+/* The calls that can fail and, behind an =, the statuses. */
+Words faults(const std::string &begun)
+{
+    Words words;
+    if (const size_t equals = begun.find('='); equals != begun.npos) {
+        for (const SdkStatusRow &row : sdk_statuses()) {
+            if (row.status != SDK_E_NONE)
+                words.push_back(begun.substr(0, equals + 1) + row.name);
+        }
+    }
+    for (const ImportedCall *call : ImportedCall::all()) {
+        if (call->can_fail())
+            words.emplace_back(call->name());
+    }
+    return words;
+}
+
+Words values_of(const Option &option, const Reading &line, const std::string &begun,
+                PlaceValues values_here)
+{
+    Words words;
+    switch (option.takes) {
+    case Takes::choice:
+        words = option.choices();
+        break;
+    case Takes::property:
+        words = names_of(properties());
+        break;
+    case Takes::attribute:
+        words = names_of(attributes());
+        break;
+    case Takes::fault:
+        words = faults(begun);
+        break;
+    case Takes::limit:
+        for (const TableUse &table : Asic::instance().rows<TableUse>())
+            words.push_back(std::string(table.name) + '=');
+        break;
+    case Takes::table:
+        words = names_of(show_kinds());
+        break;
+    default:
+        words = values_here(option, line, begun);
+    }
+    if (*option.instead != '\0')
+        words.emplace_back(option.instead);
+    return words;
+}
+
+/* A table that is shown as a whole leaves no room for an interface. */
+bool shows_all_interfaces(const std::vector<Option> &options, const Arguments &given)
+{
+    return std::any_of(options.begin(), options.end(), [&](const Option &option) {
+        const ShowKind *kind =
+            option.takes == Takes::table ? find_show_kind(given.value(option.name())) : nullptr;
+        return kind != nullptr && !kind->of_interface;
+    });
+}
+
+} // namespace
+
+Words beginning_with(const std::string &begun, Words names)
+{
+    const auto is_other = [&](const std::string &name) {
+        return name.compare(0, begun.size(), begun) != 0;
+    };
+    names.erase(std::remove_if(names.begin(), names.end(), is_other), names.end());
+    return names;
+}
+
+Words complete(const std::vector<Option> &options, Words words, PlaceValues values_here)
+{
+    std::string begun = words.back(), before;
+    words.pop_back();
+    /* Of --trace=d what is behind the =. */
+    if (const size_t equals = begun.find('=');
+        equals != begun.npos && find_option(options, begun.substr(0, equals)) != nullptr) {
+        words.push_back(begun.substr(0, equals));
+        before = begun.substr(0, equals + 1);
+        begun.erase(0, equals + 1);
+    }
+    const Reading line = read(options, words);
+    const bool takes_operand = line.next != nullptr && !(line.next->takes == Takes::interface &&
+                                                         shows_all_interfaces(options, line.given));
+    Words all;
+    const auto offer = [&](const Words &more) { all.insert(all.end(), more.begin(), more.end()); };
+    const auto offer_values = [&](const Option &option) {
+        offer(values_of(option, line, begun, values_here));
+    };
+    if (line.needs_value()) {
+        offer_values(*line.waiting);
+    } else if (begun[0] == '-') {
+        offer(option_names(options, line.given));
+    } else {
+        if (line.waiting != nullptr)
+            offer_values(*line.waiting);
+        if (takes_operand)
+            offer_values(*line.next);
+        else if (line.waiting == nullptr)
+            offer(option_names(options, line.given));
+    }
+    all = beginning_with(begun, std::move(all));
+    for (std::string &word : all)
+        word.insert(0, before);
+    return all;
+}
+
+} // namespace kvnsim
