@@ -16,9 +16,9 @@ protected:
     }
     std::vector<uint32_t> members(uint32_t pc_id)
     {
-        const auto row = asic.port_channel(pc_id);
+        EXPECT_NE(asic.find_port_channel(pc_id), nullptr);
         std::vector<uint32_t> ports;
-        for (const AsicMember &one : row->members)
+        for (const MemberRow &one : rows_of(asic, &MemberRow::pc_id, pc_id))
             ports.push_back(one.front_port);
         return ports;
     }
@@ -32,7 +32,7 @@ TEST_F(Channels, AreMadeEmptyWithTheLowestFreeIdentifier)
     EXPECT_EQ(channel(), 2u);
     EXPECT_THAT(members(1), ElementsAre());
     EXPECT_EQ(libsdk_portchannel_destroy(0, 1), 0);
-    EXPECT_EQ(asic.port_channel(1), std::nullopt);
+    EXPECT_EQ(asic.find_port_channel(1), nullptr);
     EXPECT_EQ(channel(), 1u);
 }
 

@@ -3,6 +3,7 @@
 #include <functional>
 #include <initializer_list>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -52,6 +53,18 @@ protected:
 };
 
 sdk_port_mask mask_of(std::initializer_list<uint32_t> front_ports);
+
+/* The rows of one type whose field has this value: rows_of(asic, &MemberRow::pc_id, 1). */
+template <class Row>
+std::vector<Row> rows_of(const kvnsim::Asic &asic, uint32_t Row::*field, uint32_t value)
+{
+    std::vector<Row> rows;
+    asic.each<Row>([&](const Row &row) {
+        if (row.*field == value)
+            rows.push_back(row);
+    });
+    return rows;
+}
 
 /* Everything that the device holds, as text. */
 std::string contents(const kvnsim::Asic &asic);

@@ -10,7 +10,7 @@ class Tables : public Device {
 protected:
     TableUse use(const std::string &name)
     {
-        for (const TableUse &table : asic.tables()) {
+        for (const TableUse &table : asic.rows<TableUse>()) {
             if (table.name == name)
                 return table;
         }
@@ -30,12 +30,12 @@ TEST_F(Tables, AreEmptyAfterPowerOnWithTheDevicesCapacities)
     const std::map<std::string, uint32_t> capacities{
         {"intf", 65534}, {"attr", 65534 * 19}, {"lid", 16384}, {"path", 32768},
         {"pc", 256},     {"member", 255},      {"rmac", 32},   {"trap", 4096}};
-    EXPECT_EQ(asic.tables().size(), capacities.size());
+    EXPECT_EQ(asic.rows<TableUse>().size(), capacities.size());
     for (const auto &[name, capacity] : capacities) {
         EXPECT_EQ(use(name).capacity, capacity) << name;
         EXPECT_EQ(use(name).used, 0u) << name;
         EXPECT_EQ(use(name).high_water, 0u) << name;
-        EXPECT_STRNE(use(name).description, "");
+        EXPECT_NE(use(name).description, "");
     }
 }
 
@@ -234,7 +234,7 @@ TEST_F(Tables, AreAsBeforeWhenEverythingIsDestroyedAgain)
         EXPECT_EQ(libsdk_intf_destroy(0, port), 0);
         EXPECT_EQ(libsdk_lid_entry_destroy(0, port_lid), 0);
 
-        for (const TableUse &table : asic.tables())
+        for (const TableUse &table : asic.rows<TableUse>())
             EXPECT_EQ(table.used, 0u) << table.name;
         EXPECT_EQ(use("intf").high_water, 4u) << "the second round needs no more than the first";
     }
