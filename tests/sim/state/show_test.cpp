@@ -21,6 +21,13 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
+template <class... Parts> std::string to_json(const Parts &...parts)
+{
+    Json json;
+    write(json, parts...);
+    return json.document();
+}
+
 Listing three_columns(std::vector<std::vector<Cell>> rows)
 {
     return {"Things", {{"name", "Name"}, {"count", "Count"}, {"list", "List"}}, std::move(rows)};
@@ -305,7 +312,7 @@ protected:
                                              const std::string &name)
     {
         for (const ExplainedProperty &property : explanation.properties) {
-            if (property.name == name)
+            if (property.property == name)
                 return property;
         }
         static const ExplainedProperty none;
@@ -317,7 +324,7 @@ protected:
         std::vector<std::string> names;
         for (const ExplainedProperty &property : explanation.properties) {
             if (property.differs)
-                names.push_back(property.name);
+                names.push_back(property.property);
         }
         return names;
     }
@@ -378,7 +385,7 @@ TEST_F(Explain, shows_an_attribute_that_nobody_asked_for_only_when_it_is_not_as_
     const auto names = [&] {
         std::vector<std::string> all;
         for (const ExplainedProperty &property : explain(snapshot, "Vlan100").properties)
-            all.push_back(property.name);
+            all.push_back(property.property);
         return all;
     };
     EXPECT_THAT(names(), testing::Not(testing::Contains("DF mask")));
