@@ -94,7 +94,7 @@ TEST_F(SharedDatabase, MarksEachRowWithTheRequestBehindIt)
     begin_request("l3lifpd_kvn_add_l3port");
     journal.end(0);
     const Origin made = db.rows<L3lifRow>().at(0).made;
-    EXPECT_EQ(made.number(), 1u);
+    ASSERT_EQ(made.number(), 1u);
     EXPECT_STREQ(made.request->entry, "l3lifpd_kvn_add_l3port");
     EXPECT_EQ(made.request->subject, "Ethernet0");
     EXPECT_EQ(made.request->cause, "INTERFACE|Ethernet0");
