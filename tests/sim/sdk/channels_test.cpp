@@ -132,6 +132,20 @@ TEST_F(Channels, StayWhileAnythingRefersToThem)
     EXPECT_EQ(destroy(), 0);
 }
 
+TEST_F(Channels, HandOnEveryRequestWhoseObjectHoldsThem)
+{
+    const uint32_t pc_id = channel(), lid_id = lid();
+    const RequestRef of_member = request("l3lifpd_kvn_add_l3pc", [&] { member(pc_id, 3); });
+    const RequestRef of_interface =
+        request("l3lifpd_kvn_add_l3pc", [&] { routed_channel(pc_id); });
+    member(pc_id, 9); /* by nobody */
+    const RequestRef of_path =
+        request("host: hold port-channel", [&] { path_to_channel(lid_id, pc_id); });
+    const RequestRef refused = request("l3lifpd_kvn_del_l3pc",
+                                       [&] { EXPECT_NE(libsdk_portchannel_destroy(0, pc_id), 0); });
+    EXPECT_THAT(refused->first_failure().named, ElementsAre(of_member, of_interface, of_path));
+}
+
 TEST_F(Channels, AreTakenDownInTheLibrarysOrder)
 {
     const uint32_t pc_id = channel(), lid_id = lid();

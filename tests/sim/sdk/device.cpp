@@ -197,13 +197,13 @@ void Device::expect_refusal(const char *status, const char *reason,
     EXPECT_EQ(contents(asic), before) << "a refused call changes nothing";
 }
 
-void Device::request(const char *entry, const std::function<void()> &body)
+RequestRef Device::request(const char *entry, const std::function<void()> &body)
 {
     auto made = std::make_shared<Request>();
     made->entry = entry;
     journal.begin(std::move(made));
     body();
-    journal.end(0);
+    return journal.end(0);
 }
 
 sdk_port_mask mask_of(std::initializer_list<uint32_t> front_ports)

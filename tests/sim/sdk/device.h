@@ -46,7 +46,7 @@ protected:
     void expect_refusal(const char *status, const char *reason, const std::function<int32_t()> &);
 
     /* Make what the function makes belong to a request of this name. */
-    void request(const char *entry, const std::function<void()> &body);
+    kvnsim::RequestRef request(const char *entry, const std::function<void()> &body);
 
     kvnsim::Asic &asic = kvnsim::Asic::instance();
     kvnsim::Journal &journal = kvnsim::Journal::instance();

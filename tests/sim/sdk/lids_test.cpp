@@ -148,6 +148,19 @@ TEST_F(Lids, StayWhileASubInterfaceIsBoundToThem)
     EXPECT_EQ(libsdk_lid_entry_destroy(0, lid_id), 0) << "it is bound to another now";
 }
 
+TEST_F(Lids, ThatAreHeldHandOnTheRequestBehindTheirHolder)
+{
+    const uint32_t lid_id = lid(), parent = routed_port(1);
+    const RequestRef holder = request(
+        "l3lifpd_kvn_add_subint", [&] { set(sub_interface(parent, 100), SdkIntfAttrLid, lid_id); });
+    const RequestRef refused =
+        request("host: remove port", [&] { EXPECT_NE(libsdk_lid_entry_destroy(0, lid_id), 0); });
+    EXPECT_THAT(refused->first_failure().named, testing::ElementsAre(holder));
+    const RequestRef unknown =
+        request("host: remove port", [] { EXPECT_NE(libsdk_lid_entry_destroy(0, 9), 0); });
+    EXPECT_THAT(unknown->first_failure().named, testing::IsEmpty()) << "nothing stands in its way";
+}
+
 TEST_F(Lids, StayWhileAPhysicalPortIsBoundToThem)
 {
     const uint32_t lid_id = lid(), id = routed_port(1);
