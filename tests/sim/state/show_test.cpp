@@ -70,6 +70,32 @@ TEST(ListingJson, has_an_object_for_each_row_with_the_values_as_they_are)
               "\n");
 }
 
+struct Lamp {
+    uint32_t number = 0;
+    std::string colour;
+    bool is_lit = false;
+    InterfaceKind of = InterfaceKind::port;
+    std::vector<RequestRef> requests;
+    COLUMNS(number, colour, is_lit, of, requests)
+};
+
+TEST(ListingOfRows, has_the_names_of_their_columns_as_keys)
+{
+    auto request = std::make_shared<Request>();
+    request->number = 12;
+    const Listing listing =
+        listing_of<Lamp>("Lamps", {{7, "red", true, InterfaceKind::svi, {request}}, {}},
+                         {"Lamp", "Colour", "Lit", "Of", "Requests"});
+    EXPECT_EQ(to_text(listing), "Lamps\n"
+                                "  Lamp  Colour  Lit  Of    Requests\n"
+                                "     7  red     yes  SVI   12\n"
+                                "     0  -       -    port  -\n");
+    EXPECT_EQ(to_json(listing),
+              R"([{"number":7,"colour":"red","is_lit":true,"of":"SVI","requests":[12]},)"
+              R"({"number":0,"colour":null,"is_lit":false,"of":"port","requests":[]}])"
+              "\n");
+}
+
 class Show : public StateTest {
 protected:
     static std::vector<std::string> column(const Listing &listing, const std::string &key)
