@@ -136,8 +136,7 @@ TEST_F(Channels, HandOnEveryRequestWhoseObjectHoldsThem)
 {
     const uint32_t pc_id = channel(), lid_id = lid();
     const RequestRef of_member = request("l3lifpd_kvn_add_l3pc", [&] { member(pc_id, 3); });
-    const RequestRef of_interface =
-        request("l3lifpd_kvn_add_l3pc", [&] { routed_channel(pc_id); });
+    const RequestRef of_interface = request("l3lifpd_kvn_add_l3pc", [&] { routed_channel(pc_id); });
     member(pc_id, 9); /* by nobody */
     const RequestRef of_path =
         request("host: hold port-channel", [&] { path_to_channel(lid_id, pc_id); });
