@@ -146,9 +146,10 @@ private:
 
 class Statement {
 public:
-    /* Origins that are read must name a request of these. */
-    Statement(Database &db, const std::string &sql, const Requests *requests = nullptr)
-        : db_(db), requests_(requests)
+    /* Rows are of this table; origins that are read must name a request of these. */
+    Statement(Database &db, const std::string &sql, const char *table = "",
+              const Requests *requests = nullptr)
+        : db_(db), table_(table), requests_(requests)
     {
         if (sqlite3_prepare_v2(db.db_, sql.c_str(), -1, &statement_, nullptr) != SQLITE_OK)
             db.refuse();
@@ -306,11 +307,12 @@ private:
     }
     [[noreturn]] void damaged(int column)
     {
-        fail(db_.name(), fmt::format("damaged: {} holds no such value",
-                                     sqlite3_column_name(statement_, column)));
+        fail(db_.name(), fmt::format("damaged: {} of table {} holds no such value",
+                                     sqlite3_column_name(statement_, column), table_));
     }
 
     Database &db_;
+    const char *table_;
     const Requests *requests_;
     sqlite3_stmt *statement_ = nullptr;
     int at_ = 0;
@@ -339,7 +341,7 @@ template <class Row> void put_rows(Database &db, const std::vector<Row> &rows)
 template <class Row> std::vector<Row> get_rows(Database &db, const Requests *requests = nullptr)
 {
     std::vector<Row> rows;
-    Statement select(db, select_sql<Row>(), requests);
+    Statement select(db, select_sql<Row>(), Row::table, requests);
     while (select.step())
         select.get_row(rows.emplace_back());
     return rows;

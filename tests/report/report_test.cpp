@@ -108,7 +108,7 @@ TEST_F(Report, ExplainsEveryInterfaceAndPort)
         EXPECT_EQ(shown["state"].GetString(), told.state);
         ASSERT_EQ(shown["properties"].Size(), told.properties.size()) << name;
         for (rapidjson::SizeType i = 0; i < shown["properties"].Size(); ++i) {
-            EXPECT_EQ(shown["properties"][i][0].GetString(), told.properties[i].name);
+            EXPECT_EQ(shown["properties"][i][0].GetString(), told.properties[i].property);
             EXPECT_EQ(shown["properties"][i][3].GetString(), told.properties[i].asic);
         }
     }
@@ -131,8 +131,10 @@ TEST_F(Report, TellsEachFindingWithTheRequestsBehindIt)
         EXPECT_EQ(rows[i][5].GetString(), findings[i].words);
 
     std::set<uint64_t> behind, shown;
-    for (const AuditFinding &finding : findings)
-        behind.insert(finding.requests.begin(), finding.requests.end());
+    for (const AuditFinding &finding : findings) {
+        for (const RequestRef &request : finding.requests)
+            behind.insert(request->number);
+    }
     for (const auto &row : table(data, "requests")["rows"].GetArray())
         shown.insert(row[0].GetUint64());
     EXPECT_FALSE(behind.empty());

@@ -52,10 +52,12 @@ protected:
     }
     /* Every call of this name fails from now on. */
     void fail(const std::string &call) { ASSERT_EQ(journal.faults.add(call), ""); }
-    void begin_request(const char *entry)
+    void begin_request(const char *entry, const char *subject = "", const char *cause = "")
     {
         auto request = std::make_shared<Request>();
         request->entry = entry;
+        request->subject = subject;
+        request->cause = cause;
         journal.begin(request);
     }
 

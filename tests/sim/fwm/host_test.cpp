@@ -231,10 +231,12 @@ TEST_F(HostTasks, APortGetsALidEntryThatLeadsToIt)
 {
     HostInterface &eth6 = port(6);
     EXPECT_TRUE(host.make_port_lid(eth6).ok());
-    const AsicLid lid = asic.lid(eth6.lid_id.value()).value();
-    ASSERT_EQ(lid.paths.size(), 1u);
-    EXPECT_EQ(lid.paths[0].path.port_type, 0u);
-    EXPECT_EQ(lid.paths[0].path.front_port, 7);
+    EXPECT_TRUE(asic.find_lid(eth6.lid_id.value()));
+    const auto paths = asic.rows<LidPathRow>();
+    ASSERT_EQ(paths.size(), 1u);
+    EXPECT_EQ(paths[0].lid_id, eth6.lid_id);
+    EXPECT_EQ(paths[0].port_type, 0u);
+    EXPECT_EQ(paths[0].front_port, 7u);
 }
 
 TEST_F(HostTasks, APortHasOneLidEntry)
@@ -245,7 +247,7 @@ TEST_F(HostTasks, APortHasOneLidEntry)
     EXPECT_TRUE(host.make_port_lid(eth6).ok());
     EXPECT_EQ(journal.calls_made, calls);
     EXPECT_TRUE(host.release_port_lid(eth6).ok());
-    EXPECT_TRUE(asic.lids().empty());
+    EXPECT_TRUE(asic.rows<LidRow>().empty());
     EXPECT_FALSE(eth6.lid_id);
     EXPECT_TRUE(host.release_port_lid(eth6).ok());
 }
@@ -266,7 +268,7 @@ TEST_F(HostTasks, ARefusedLidPathLeavesNothingBehind)
     fail("libsdk_lid_entry_path_add=SDK_E_BUSY");
     fail("libsdk_lid_entry_destroy");
     EXPECT_EQ(host.make_port_lid(eth6).to_text(), "libsdk_lid_entry_path_add: SDK_E_BUSY");
-    EXPECT_TRUE(asic.lids().empty());
+    EXPECT_TRUE(asic.rows<LidRow>().empty());
     EXPECT_FALSE(eth6.lid_id);
     EXPECT_TRUE(journal.faults.armed());
 }
@@ -291,7 +293,7 @@ TEST_F(HostTasks, AKeptSdkInterfaceIsDestroyedOnRelease)
     EXPECT_EQ(eth0.kept_intf, intf_id);
 
     EXPECT_TRUE(host.release_kept_intf(eth0).ok());
-    EXPECT_TRUE(asic.interfaces().empty());
+    EXPECT_TRUE(asic.rows<IntfRow>().empty());
     EXPECT_FALSE(eth0.kept_intf);
     EXPECT_TRUE(host.db().rows<MemberIntfRow>().empty());
     EXPECT_TRUE(host.release_kept_intf(eth0).ok()) << "nothing is left to release";
@@ -310,11 +312,11 @@ TEST_F(HostTasks, TheBatchIsFlushedBeforeAKeptSdkInterfaceGoes)
 
     fail("fwmpd_kavelin_batch_flush=5");
     EXPECT_EQ(host.release_kept_intf(eth0).to_text(), "fwmpd_kavelin_batch_flush: 5");
-    EXPECT_EQ(asic.pending().size(), 1u);
+    EXPECT_EQ(asic.rows<PendingRow>().size(), 1u);
     EXPECT_EQ(eth0.kept_intf, intf_id);
     journal.faults.clear();
     EXPECT_TRUE(host.release_kept_intf(eth0).ok());
-    EXPECT_TRUE(asic.pending().empty());
+    EXPECT_TRUE(asic.rows<PendingRow>().empty());
 }
 
 TEST_F(HostTasks, AKeptSdkInterfaceThatCannotBeDestroyedStaysKept)
@@ -342,14 +344,16 @@ TEST_F(HostTasks, APortChannelIsHeldForAdoption)
     HostInterface &po3 = port_channel(3);
     EXPECT_TRUE(host.hold_port_channel(po3).ok());
     const HeldPortChannel held = host.held_port_channel(po3.ifindex).value();
-    EXPECT_TRUE(asic.port_channel(held.pc_id));
-    const AsicLid lid = asic.lid(held.lid_id).value();
-    ASSERT_EQ(lid.paths.size(), 1u);
-    EXPECT_EQ(lid.paths[0].path.port_type, uint32_t{SdkPortTypeChannel});
-    EXPECT_EQ(lid.paths[0].path.pc_id, held.pc_id);
+    EXPECT_TRUE(asic.find_port_channel(held.pc_id));
+    EXPECT_TRUE(asic.find_lid(held.lid_id));
+    const auto paths = asic.rows<LidPathRow>();
+    ASSERT_EQ(paths.size(), 1u);
+    EXPECT_EQ(paths[0].lid_id, held.lid_id);
+    EXPECT_EQ(paths[0].port_type, uint32_t{SdkPortTypeChannel});
+    EXPECT_EQ(paths[0].pc_id, held.pc_id);
 
     EXPECT_TRUE(host.hold_port_channel(po3).ok());
-    EXPECT_EQ(asic.port_channels().size(), 1u) << "holding again makes nothing";
+    EXPECT_EQ(asic.rows<PortChannelRow>().size(), 1u) << "holding again makes nothing";
 }
 
 TEST_F(HostTasks, AHeldPortChannelCanBeReleased)
@@ -357,8 +361,8 @@ TEST_F(HostTasks, AHeldPortChannelCanBeReleased)
     HostInterface &po3 = port_channel(3);
     host.hold_port_channel(po3);
     EXPECT_TRUE(host.release_held_port_channel(po3).ok());
-    EXPECT_TRUE(asic.port_channels().empty());
-    EXPECT_TRUE(asic.lids().empty());
+    EXPECT_TRUE(asic.rows<PortChannelRow>().empty());
+    EXPECT_TRUE(asic.rows<LidRow>().empty());
     EXPECT_FALSE(host.held_port_channel(po3.ifindex));
     EXPECT_TRUE(host.release_held_port_channel(po3).ok());
 }
@@ -372,10 +376,10 @@ TEST_F(HostTasks, AReleaseThatWasRefusedHalfWayCanBeFinished)
     journal.faults.clear();
     fail("libsdk_portchannel_destroy");
     EXPECT_FALSE(host.release_held_port_channel(po3).ok());
-    EXPECT_TRUE(asic.lids().empty());
+    EXPECT_TRUE(asic.rows<LidRow>().empty());
     journal.faults.clear();
     EXPECT_TRUE(host.release_held_port_channel(po3).ok());
-    EXPECT_TRUE(asic.port_channels().empty());
+    EXPECT_TRUE(asic.rows<PortChannelRow>().empty());
 }
 
 TEST_F(HostTasks, ARefusedStepOfHoldingLeavesNothingBehind)
@@ -386,8 +390,8 @@ TEST_F(HostTasks, ARefusedStepOfHoldingLeavesNothingBehind)
         fail(step);
         fail("libsdk_portchannel_destroy");
         EXPECT_STREQ(host.hold_port_channel(po3).call, step);
-        EXPECT_TRUE(asic.port_channels().empty()) << step;
-        EXPECT_TRUE(asic.lids().empty()) << step;
+        EXPECT_TRUE(asic.rows<PortChannelRow>().empty()) << step;
+        EXPECT_TRUE(asic.rows<LidRow>().empty()) << step;
         EXPECT_FALSE(host.held_port_channel(po3.ifindex)) << step;
         journal.faults.clear();
         host.remove(po3);

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <sqlite3.h>
 
 #include <cstring>
 
@@ -132,7 +131,7 @@ TEST_F(Services, AnInterfaceIsPublishedAsItStands)
     EXPECT_EQ(row.v4_vpn_id, 7u);
     EXPECT_EQ(row.v6_vpn_id, 8u);
     EXPECT_EQ(row.nat_zone, 2u);
-    EXPECT_EQ(row.origin.call, "l3lif_update_sdb_for_intf");
+    EXPECT_STREQ(row.made.call, "l3lif_update_sdb_for_intf");
 }
 
 TEST_F(Services, OnlyARegisteredInterfaceIsPublished)
@@ -215,7 +214,7 @@ TEST_F(Services, APortsBindingIsStored)
     EXPECT_EQ(row.ifmap_idx, 0x1005u);
     EXPECT_EQ(row.word1, 6u);
     EXPECT_EQ(row.half2, 7);
-    EXPECT_EQ(row.origin.call, "fwm_pm_sdb_store");
+    EXPECT_STREQ(row.made.call, "fwm_pm_sdb_store");
 }
 
 TEST_F(Services, OnlyAPortsBindingIsStored)
@@ -306,12 +305,12 @@ TEST_F(Services, AHeldPortChannelIsGivenOverOnce)
     EXPECT_EQ(pc_id, 0xFFFFu);
     host.hold_port_channel(po3);
     EXPECT_EQ(fwmpd_kvn_get_pc_info(po3.ifindex, &pc_id, &lid_id), 0);
-    EXPECT_TRUE(asic.port_channel(pc_id));
-    EXPECT_TRUE(asic.lid(lid_id));
+    EXPECT_TRUE(asic.find_port_channel(pc_id));
+    EXPECT_TRUE(asic.find_lid(lid_id));
 
     EXPECT_EQ(fwmpd_kvn_reset_pd_pc(po3.ifindex), 0);
     EXPECT_NE(fwmpd_kvn_get_pc_info(po3.ifindex, &pc_id, &lid_id), 0);
-    EXPECT_TRUE(asic.port_channel(pc_id)) << "it is the library's from now on";
+    EXPECT_TRUE(asic.find_port_channel(pc_id)) << "it is the library's from now on";
     EXPECT_EQ(reason_of([&] { return fwmpd_kvn_reset_pd_pc(po3.ifindex); }),
               "0x20000003 is no port-channel that the forwarding manager holds");
 }
@@ -358,8 +357,8 @@ TEST_F(Services, AFlushCarriesOutTheBatch)
     const sdk_intf_attr_value value{1, 0, 0};
     libsdk_intf_attr_set_batch(0, intf_id, SdkIntfAttrIpv4UcstEn, &value);
     EXPECT_EQ(fwmpd_kavelin_batch_flush(), 0);
-    EXPECT_THAT(asic.pending(), IsEmpty());
-    EXPECT_EQ(asic.interface(intf_id)->find(SdkIntfAttrIpv4UcstEn)->value, 1u);
+    EXPECT_THAT(asic.rows<PendingRow>(), IsEmpty());
+    EXPECT_EQ(asic.find_attribute(intf_id, SdkIntfAttrIpv4UcstEn)->value, 1u);
 }
 
 TEST_F(Services, AFlushThatLosesAWriteFailsAndSaysWhich)
@@ -376,19 +375,6 @@ TEST_F(Services, AFlushThatLosesAWriteFailsAndSaysWhich)
               "the write of SdkIntfAttrLid to interface 1 (libsdk_intf_attr_set_batch before any "
               "request) is dropped: there is no LID entry 1");
     EXPECT_EQ(fwmpd_kavelin_batch_flush(), 0) << "nothing is left to lose";
-}
-
-TEST_F(Services, WhatTheDatabaseCannotStoreHasNoEffect)
-{
-    const HostInterface &eth0 = port(0);
-    const sqlite3_int64 limit_before = sqlite3_hard_heap_limit64(-1);
-    sqlite3_hard_heap_limit64(1);
-    const std::string reason =
-        reason_of([&] { return fwmpd_pc_member_intf_store(eth0.ifindex, 42, 1); });
-    sqlite3_hard_heap_limit64(limit_before);
-    EXPECT_EQ(reason, "out of memory");
-    EXPECT_FALSE(eth0.kept_intf);
-    EXPECT_THAT(host.db().rows<MemberIntfRow>(), IsEmpty());
 }
 
 /* ---- Failures made on purpose ---- */
@@ -434,7 +420,7 @@ TEST_F(Services, AFailureMadeOnPurposeHasNoEffect)
     EXPECT_THAT(host.db().rows<LabelRow>(), IsEmpty());
 
     EXPECT_EQ(fwmpd_kavelin_batch_flush(), 7);
-    EXPECT_EQ(asic.pending().size(), 1u);
+    EXPECT_EQ(asic.rows<PendingRow>().size(), 1u);
 
     EXPECT_EQ(fwmpd_pc_member_intf_store(eth0.ifindex, 5, 1), 7);
     EXPECT_FALSE(eth0.kept_intf);

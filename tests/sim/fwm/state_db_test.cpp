@@ -1,7 +1,5 @@
 #include "sim/fwm/state_db.h"
 
-#include <sqlite3.h>
-
 #include "tests/sim/fwm/host_fixture.h"
 
 namespace kvnsim {
@@ -37,7 +35,7 @@ TEST_F(SharedDatabase, StartsEmpty)
 
 TEST_F(SharedDatabase, GivesBackEveryColumnOfAnInterface)
 {
-    ASSERT_TRUE(db.store(interface_row(7, 9100)));
+    db.store(interface_row(7, 9100));
     const L3lifRow row = db.rows<L3lifRow>().at(0);
     EXPECT_EQ(row.ifindex, 7u);
     EXPECT_EQ(row.name, "Ethernet0");
@@ -57,7 +55,7 @@ TEST_F(SharedDatabase, GivesBackEveryColumnOfAPortBinding)
     row.ifmap_idx = 0x80000001;
     row.word1 = 3;
     row.half2 = 0xFFFF;
-    ASSERT_TRUE(db.store(row));
+    db.store(row);
     const PmRow found = db.rows<PmRow>().at(0);
     EXPECT_EQ(found.kind, 1u);
     EXPECT_EQ(found.ifindex, 0xFFFFFFFFu);
@@ -90,20 +88,33 @@ TEST_F(SharedDatabase, ListsRowsByInterfaceIndex)
 
 TEST_F(SharedDatabase, MarksEachRowWithTheRequestBehindIt)
 {
+    begin_request("l3lifpd_kvn_add_l3port", "Ethernet0", "INTERFACE|Ethernet0");
+    db.store(interface_row(7, 9100));
+    journal.end(0);
+    begin_request("l3lifpd_kvn_add_l3port");
+    journal.end(0);
+    const Origin made = db.rows<L3lifRow>().at(0).made;
+    ASSERT_EQ(made.number(), 1u);
+    EXPECT_STREQ(made.request->entry, "l3lifpd_kvn_add_l3port");
+    EXPECT_EQ(made.request->subject, "Ethernet0");
+    EXPECT_EQ(made.request->cause, "INTERFACE|Ethernet0");
+}
+
+TEST_F(SharedDatabase, MarksARowAnewWhoeverItIsHandedInFrom)
+{
     begin_request("l3lifpd_kvn_add_l3port");
     db.store(interface_row(7, 9100));
-    const std::string expected = journal.origin().to_text();
     journal.end(0);
-    const RowOrigin origin = db.rows<L3lifRow>().at(0).origin;
-    EXPECT_EQ(origin.request, 1u);
-    EXPECT_EQ(origin.text, expected);
-    EXPECT_NE(origin.text.find("l3lifpd_kvn_add_l3port"), std::string::npos) << origin.text;
+    begin_request("l3lifpd_kvn_set_l3_property");
+    db.store(db.rows<L3lifRow>().at(0));
+    journal.end(0);
+    EXPECT_EQ(db.rows<L3lifRow>().at(0).made.number(), 2u);
 }
 
 TEST_F(SharedDatabase, MarksARowWrittenBeforeAnyRequest)
 {
     db.store(interface_row(7, 9100));
-    EXPECT_EQ(db.rows<L3lifRow>().at(0).origin.request, 0u);
+    EXPECT_EQ(db.rows<L3lifRow>().at(0).made.request, nullptr);
 }
 
 TEST_F(SharedDatabase, ForgetsAnInterfaceButForItsKeptSdkInterface)
@@ -121,14 +132,14 @@ TEST_F(SharedDatabase, ForgetsAnInterfaceButForItsKeptSdkInterface)
     db.store(interface_row(7, 1500));
     db.store(interface_row(8, 1500));
 
-    EXPECT_TRUE(db.forget_interface(7));
+    db.forget_interface(7);
     EXPECT_TRUE(db.rows<PmRow>().empty());
     EXPECT_TRUE(db.rows<PcRow>().empty());
     EXPECT_TRUE(db.rows<LabelRow>().empty());
     EXPECT_EQ(db.rows<L3lifRow>().size(), 1u);
     EXPECT_EQ(db.rows<MemberIntfRow>().at(0).intf_id, 12u);
 
-    EXPECT_TRUE(db.forget_member_intf(7));
+    db.forget_member_intf(7);
     EXPECT_TRUE(db.rows<MemberIntfRow>().empty());
 }
 
@@ -137,22 +148,8 @@ TEST_F(SharedDatabase, IsEmptyOnceCleared)
     db.store(interface_row(7, 1500));
     db.clear();
     EXPECT_TRUE(db.rows<L3lifRow>().empty());
-    EXPECT_TRUE(db.store(interface_row(7, 1500)));
-}
-
-TEST_F(SharedDatabase, SaysWhyItCannotStore)
-{
-    const sqlite3_int64 limit_before = sqlite3_hard_heap_limit64(-1);
-    db.store(interface_row(0, 1500));
-    sqlite3_hard_heap_limit64(sqlite3_memory_used() + 1);
-    uint32_t stored = 1;
-    while (stored < 100000 && db.store(interface_row(stored, 1500)))
-        stored++;
-    sqlite3_hard_heap_limit64(limit_before);
-    EXPECT_LT(stored, 100000u);
-    EXPECT_EQ(db.error(), "out of memory");
-    EXPECT_EQ(db.rows<L3lifRow>().size(), stored) << "what was stored before stays";
-    EXPECT_TRUE(db.store(interface_row(stored, 1500)));
+    db.store(interface_row(7, 1500));
+    EXPECT_EQ(db.rows<L3lifRow>().size(), 1u);
 }
 
 } // namespace

@@ -62,6 +62,39 @@ TEST_F(Requests, CountFailedCallsAndKeepTheFirst)
     EXPECT_EQ(made->first_failure().reason, "not today");
 }
 
+TEST_F(Requests, KnowThoseThatTheReasonOfTheirFirstFailureNames)
+{
+    journal.begin(request("l3lifpd_kvn_add_subint"));
+    const RequestRef holder = journal.end(0);
+    const auto refuse = [&] {
+        return fake_sdk_call({}, [&] {
+            journal.note("held by an interface", {holder});
+            return -4;
+        });
+    };
+    journal.begin(request("l3lifpd_kvn_del_l3port"));
+    refuse();
+    call_host(3);
+    const RequestRef refused = journal.end(-1);
+    EXPECT_EQ(refused->first_failure().reason, "held by an interface");
+    EXPECT_THAT(refused->first_failure().named, ElementsAre(holder));
+}
+
+TEST_F(Requests, DoNotTakeThoseThatAnotherCallNamed)
+{
+    journal.begin(request("l3lifpd_kvn_add_subint"));
+    const RequestRef holder = journal.end(0);
+    journal.begin(request("l3lifpd_kvn_del_l3port"));
+    fake_sdk_call({}, [&] {
+        journal.note("held by an interface, but not for long", {holder});
+        return 0;
+    });
+    call_host(3);
+    const RequestRef failed = journal.end(-1);
+    EXPECT_EQ(failed->first_failure().reason, "");
+    EXPECT_THAT(failed->first_failure().named, testing::IsEmpty());
+}
+
 TEST_F(Requests, TellAHostsStatusAsANumber)
 {
     journal.begin(request("l3lifpd_kvn_add_svi"));

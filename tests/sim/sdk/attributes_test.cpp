@@ -35,7 +35,7 @@ TEST_F(Attributes, HaveTheirInitialValueUntilWritten)
     const uint32_t id = svi(10);
     for (const AttributeRow &row : attributes())
         EXPECT_EQ(get(id, row.number), row.initial) << row.name;
-    EXPECT_THAT(asic.interface(id)->attributes, IsEmpty());
+    EXPECT_THAT(asic.rows<AttributeValueRow>(), IsEmpty());
     EXPECT_EQ(get(id, SdkIntfAttrMtuIdx), 1500u);
 }
 
@@ -67,11 +67,12 @@ TEST_F(Attributes, AreSeparateAndKeptInTheOrderOfTheirNumbers)
     set(id, SdkIntfAttrMtuIdx, 9216);
     set(id, SdkIntfAttrIpv4UcstEn, 1);
     set(id, SdkIntfAttrMtuIdx, 9000);
-    const auto row = asic.interface(id);
-    ASSERT_EQ(row->attributes.size(), 2u);
-    EXPECT_EQ(row->attributes[0].number, uint32_t{SdkIntfAttrIpv4UcstEn});
-    EXPECT_EQ(row->find(SdkIntfAttrMtuIdx)->value, 9000u);
-    EXPECT_EQ(row->find(SdkIntfAttrNatInside), nullptr);
+    const auto written = rows_of(asic, &AttributeValueRow::intf_id, id);
+    ASSERT_EQ(written.size(), 2u);
+    EXPECT_EQ(written[0].number, uint32_t{SdkIntfAttrIpv4UcstEn});
+    EXPECT_EQ(written[1].number, uint32_t{SdkIntfAttrMtuIdx});
+    EXPECT_EQ(asic.find_attribute(id, SdkIntfAttrMtuIdx)->value, 9000u);
+    EXPECT_EQ(asic.find_attribute(id, SdkIntfAttrNatInside), nullptr);
     EXPECT_EQ(get(id, SdkIntfAttrNatInside), 0u) << "between two that were written";
     EXPECT_EQ(get(other, SdkIntfAttrMtuIdx), 1500u);
 }
@@ -119,7 +120,7 @@ TEST_F(Attributes, RememberWhoWroteThem)
 {
     const uint32_t id = svi(10);
     request("l3lifpd_kvn_set_l3_property", [&] { set(id, SdkIntfAttrMtuIdx, 9000); });
-    EXPECT_EQ(asic.interface(id)->attributes[0].origin.to_text(),
+    EXPECT_EQ(asic.rows<AttributeValueRow>().at(0).made.to_text(),
               "libsdk_intf_attr_set in request 1 l3lifpd_kvn_set_l3_property()");
 }
 
@@ -130,13 +131,14 @@ TEST_F(Batch, TakesEffectWithTheFlushOnly)
     const uint32_t id = svi(10);
     EXPECT_EQ(queue(id, SdkIntfAttrNatInside, 2), 0);
     EXPECT_EQ(get(id, SdkIntfAttrNatInside), 0u);
-    ASSERT_EQ(asic.pending().size(), 1u);
-    EXPECT_EQ(asic.pending()[0].intf_id, id);
-    EXPECT_EQ(asic.pending()[0].attribute.number, uint32_t{SdkIntfAttrNatInside});
-    EXPECT_EQ(asic.pending()[0].attribute.value, 2u);
+    const auto pending = asic.rows<PendingRow>();
+    ASSERT_EQ(pending.size(), 1u);
+    EXPECT_EQ(pending[0].intf_id, id);
+    EXPECT_EQ(pending[0].number, uint32_t{SdkIntfAttrNatInside});
+    EXPECT_EQ(pending[0].value, 2u);
     EXPECT_EQ(kvnsim_sdk_batch_flush(), 0u);
     EXPECT_EQ(get(id, SdkIntfAttrNatInside), 2u);
-    EXPECT_THAT(asic.pending(), IsEmpty());
+    EXPECT_THAT(asic.rows<PendingRow>(), IsEmpty());
 }
 
 TEST_F(Batch, IsCarriedOutInTheOrderQueued)
@@ -156,7 +158,7 @@ TEST_F(Batch, TellsWhoQueuedTheWrite)
     const uint32_t id = svi(10);
     request("l3lifpd_kvn_loopback_enable", [&] { queue(id, SdkIntfAttrNatInside, 2); });
     request("l3lifpd_kvn_add_svi", [] { kvnsim_sdk_batch_flush(); });
-    EXPECT_EQ(asic.interface(id)->attributes[0].origin.to_text(),
+    EXPECT_EQ(asic.rows<AttributeValueRow>().at(0).made.to_text(),
               "libsdk_intf_attr_set_batch in request 1 l3lifpd_kvn_loopback_enable()");
 }
 

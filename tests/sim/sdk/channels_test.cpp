@@ -16,9 +16,9 @@ protected:
     }
     std::vector<uint32_t> members(uint32_t pc_id)
     {
-        const auto row = asic.port_channel(pc_id);
+        EXPECT_NE(asic.find_port_channel(pc_id), nullptr);
         std::vector<uint32_t> ports;
-        for (const AsicMember &one : row->members)
+        for (const MemberRow &one : rows_of(asic, &MemberRow::pc_id, pc_id))
             ports.push_back(one.front_port);
         return ports;
     }
@@ -32,7 +32,7 @@ TEST_F(Channels, AreMadeEmptyWithTheLowestFreeIdentifier)
     EXPECT_EQ(channel(), 2u);
     EXPECT_THAT(members(1), ElementsAre());
     EXPECT_EQ(libsdk_portchannel_destroy(0, 1), 0);
-    EXPECT_EQ(asic.port_channel(1), std::nullopt);
+    EXPECT_EQ(asic.find_port_channel(1), nullptr);
     EXPECT_EQ(channel(), 1u);
 }
 
@@ -130,6 +130,19 @@ TEST_F(Channels, StayWhileAnythingRefersToThem)
     expect_refusal("SDK_E_BUSY", "port-channel 1 is held by LID entry 1 ", destroy);
     EXPECT_EQ(libsdk_lid_entry_destroy(0, lid_id), 0);
     EXPECT_EQ(destroy(), 0);
+}
+
+TEST_F(Channels, HandOnEveryRequestWhoseObjectHoldsThem)
+{
+    const uint32_t pc_id = channel(), lid_id = lid();
+    const RequestRef of_member = request("l3lifpd_kvn_add_l3pc", [&] { member(pc_id, 3); });
+    const RequestRef of_interface = request("l3lifpd_kvn_add_l3pc", [&] { routed_channel(pc_id); });
+    member(pc_id, 9); /* by nobody */
+    const RequestRef of_path =
+        request("host: hold port-channel", [&] { path_to_channel(lid_id, pc_id); });
+    const RequestRef refused = request("l3lifpd_kvn_del_l3pc",
+                                       [&] { EXPECT_NE(libsdk_portchannel_destroy(0, pc_id), 0); });
+    EXPECT_THAT(refused->first_failure().named, ElementsAre(of_member, of_interface, of_path));
 }
 
 TEST_F(Channels, AreTakenDownInTheLibrarysOrder)

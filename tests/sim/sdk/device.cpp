@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "sim/sdk/sdk_codecs.h"
-
 using namespace kvnsim;
 
 namespace {
@@ -25,6 +23,34 @@ MacWords words_of(const char *text)
     std::memcpy(&words.lo, &mac[0], 4);
     std::memcpy(&words.hi, &mac[4], 2);
     return words;
+}
+
+std::string shown(uint32_t number)
+{
+    return std::to_string(number);
+}
+std::string shown(std::string_view word)
+{
+    return std::string(word);
+}
+std::string shown(const Mac &mac)
+{
+    return to_text(mac);
+}
+std::string shown(const Origin &origin)
+{
+    return origin.to_text();
+}
+
+template <class... Row> void add_rows(std::string &text, const Asic &asic)
+{
+    const auto add = [&](const auto &row) {
+        text += std::string("\n") + row.table;
+        each_column(row, [&](std::string_view name, const auto &value) {
+            text += ' ' + std::string(name) + ' ' + shown(value);
+        });
+    };
+    (asic.each<Row>(add), ...);
 }
 
 } // namespace
@@ -171,13 +197,13 @@ void Device::expect_refusal(const char *status, const char *reason,
     EXPECT_EQ(contents(asic), before) << "a refused call changes nothing";
 }
 
-void Device::request(const char *entry, const std::function<void()> &body)
+RequestRef Device::request(const char *entry, const std::function<void()> &body)
 {
     auto made = std::make_shared<Request>();
     made->entry = entry;
     journal.begin(std::move(made));
     body();
-    journal.end(0);
+    return journal.end(0);
 }
 
 sdk_port_mask mask_of(std::initializer_list<uint32_t> front_ports)
@@ -191,37 +217,7 @@ sdk_port_mask mask_of(std::initializer_list<uint32_t> front_ports)
 std::string contents(const Asic &asic)
 {
     std::string text;
-    const auto line = [&](const char *table, uint32_t id, const Origin &origin) {
-        text += std::string("\n") + table + ' ' + std::to_string(id) + " from " + origin.to_text();
-    };
-    for (const AsicInterface &row : asic.interfaces()) {
-        line("interface", row.intf_id, row.origin);
-        text += " type " + std::to_string(row.type) + ' ' +
-                codec<sdk_intf_create_params>().read(&row.params).to_text();
-        for (const AsicAttribute &attribute : row.attributes) {
-            line("  attribute", attribute.number, attribute.origin);
-            text += " = " + std::to_string(attribute.value);
-        }
-    }
-    for (const AsicLid &row : asic.lids()) {
-        line("lid", row.lid_id, row.origin);
-        for (const AsicLidPath &path : row.paths)
-            text += ' ' + codec<sdk_lid_path>().read(&path.path).to_text();
-    }
-    for (const AsicPortChannel &row : asic.port_channels()) {
-        line("port-channel", row.pc_id, row.origin);
-        for (const AsicMember &one : row.members)
-            line("  member", one.front_port, one.origin);
-    }
-    for (const AsicRouterMac &row : asic.router_macs())
-        line("router MAC", row.peer_mac_id, row.origin);
-    for (const AsicTrap &row : asic.traps())
-        line("trap", row.mac_trap_id, row.origin);
-    for (const AsicPendingWrite &write : asic.pending())
-        line("pending", write.intf_id, write.attribute.origin);
-    for (const TableUse &table : asic.tables()) {
-        text += std::string("\n") + table.name + ' ' + std::to_string(table.used) + '/' +
-                std::to_string(table.capacity) + " high " + std::to_string(table.high_water);
-    }
+    add_rows<IntfRow, AttributeValueRow, LidRow, LidPathRow, PortChannelRow, MemberRow,
+             RouterMacRow, TrapRow, PendingRow, TableUse>(text, asic);
     return text;
 }

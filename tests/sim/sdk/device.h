@@ -3,6 +3,7 @@
 #include <functional>
 #include <initializer_list>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -45,13 +46,25 @@ protected:
     void expect_refusal(const char *status, const char *reason, const std::function<int32_t()> &);
 
     /* Make what the function makes belong to a request of this name. */
-    void request(const char *entry, const std::function<void()> &body);
+    kvnsim::RequestRef request(const char *entry, const std::function<void()> &body);
 
     kvnsim::Asic &asic = kvnsim::Asic::instance();
     kvnsim::Journal &journal = kvnsim::Journal::instance();
 };
 
 sdk_port_mask mask_of(std::initializer_list<uint32_t> front_ports);
+
+/* The rows of one type whose field has this value: rows_of(asic, &MemberRow::pc_id, 1). */
+template <class Row>
+std::vector<Row> rows_of(const kvnsim::Asic &asic, uint32_t Row::*field, uint32_t value)
+{
+    std::vector<Row> rows;
+    asic.each<Row>([&](const Row &row) {
+        if (row.*field == value)
+            rows.push_back(row);
+    });
+    return rows;
+}
 
 /* Everything that the device holds, as text. */
 std::string contents(const kvnsim::Asic &asic);

@@ -19,16 +19,17 @@ TEST_F(Interfaces, KeepWhatTheyWereMadeWith)
 {
     const uint32_t pc_id = channel();
     const uint32_t id = routed_channel(pc_id);
-    const auto row = asic.interface(id);
+    const IntfRow *row = asic.find_interface(id);
     ASSERT_TRUE(row);
+    EXPECT_EQ(row->intf_id, id);
     EXPECT_EQ(row->type, sdk_routed_port);
-    EXPECT_EQ(row->params.param1, pc_id);
-    EXPECT_EQ(row->params.param3, 1u);
-    EXPECT_TRUE(row->attributes.empty());
-    EXPECT_EQ(asic.interfaces().size(), 1u);
-    EXPECT_EQ(asic.interface(id + 1), std::nullopt);
-    EXPECT_EQ(asic.interface(0), std::nullopt);
-    EXPECT_EQ(asic.interface(no_id), std::nullopt);
+    EXPECT_EQ(row->param1, pc_id);
+    EXPECT_EQ(row->param3, 1u);
+    EXPECT_TRUE(asic.rows<AttributeValueRow>().empty());
+    EXPECT_EQ(asic.rows<IntfRow>().size(), 1u);
+    EXPECT_EQ(asic.find_interface(id + 1), nullptr);
+    EXPECT_EQ(asic.find_interface(0), nullptr);
+    EXPECT_EQ(asic.find_interface(no_id), nullptr);
 }
 
 TEST_F(Interfaces, AreOnFrontPortsOneTo255)
@@ -202,7 +203,7 @@ TEST_F(Interfaces, MayHaveAParentWithoutAnInterface)
     const uint32_t one = sub_interface(no_id, 100);
     const uint32_t other = sub_interface(no_id, 100);
     EXPECT_NE(one, other) << "their parents are not known to be the same";
-    EXPECT_EQ(asic.interface(one)->params.param1, no_id);
+    EXPECT_EQ(asic.find_interface(one)->param1, no_id);
     EXPECT_EQ(libsdk_intf_destroy(0, one), 0);
     EXPECT_EQ(libsdk_intf_destroy(0, other), 0);
 }
@@ -254,7 +255,7 @@ TEST_F(Interfaces, RememberWhoMadeThem)
 {
     request("l3lifpd_kvn_add_svi", [&] { svi(10); });
     svi(11);
-    EXPECT_EQ(asic.interface(1)->origin.to_text(),
+    EXPECT_EQ(asic.find_interface(1)->made.to_text(),
               "libsdk_intf_create in request 1 l3lifpd_kvn_add_svi()");
-    EXPECT_EQ(asic.interface(2)->origin.to_text(), "libsdk_intf_create before any request");
+    EXPECT_EQ(asic.find_interface(2)->made.to_text(), "libsdk_intf_create before any request");
 }

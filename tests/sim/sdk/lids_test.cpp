@@ -9,9 +9,10 @@ TEST_F(Lids, AreMadeEmptyWithTheLowestFreeIdentifier)
 {
     EXPECT_EQ(lid(), 1u);
     EXPECT_EQ(lid(), 2u);
-    EXPECT_TRUE(asic.lid(1)->paths.empty());
+    EXPECT_NE(asic.find_lid(1), nullptr);
+    EXPECT_TRUE(asic.rows<LidPathRow>().empty());
     EXPECT_EQ(libsdk_lid_entry_destroy(0, 1), 0);
-    EXPECT_EQ(asic.lid(1), std::nullopt);
+    EXPECT_EQ(asic.find_lid(1), nullptr);
     EXPECT_EQ(lid(), 1u);
 }
 
@@ -20,8 +21,8 @@ TEST_F(Lids, HaveAnIfmapIndexThatItem38Answers)
     const uint32_t lid_id = lid(), other = lid();
     sdk_switch_config request{{lid_id, 0, 5, 0, 0, 0, 0, 9}};
     EXPECT_EQ(libsdk_switch_config_get(0, 38, &request), 0);
-    EXPECT_EQ(request.word[1], asic.lid(lid_id)->ifmap_idx);
-    EXPECT_NE(request.word[1], asic.lid(other)->ifmap_idx);
+    EXPECT_EQ(request.word[1], asic.find_lid(lid_id)->ifmap_idx);
+    EXPECT_NE(request.word[1], asic.find_lid(other)->ifmap_idx);
     EXPECT_EQ(request.word[0], lid_id);
     EXPECT_EQ(request.word[2], 5u);
     EXPECT_EQ(request.word[7], 9u);
@@ -57,8 +58,10 @@ TEST_F(Lids, LeadToAPortChannelThatExists)
         return add_path(lid_id, {SdkPortTypeChannel, 1, {}, pc_id});
     });
     path_to_channel(lid_id, pc_id);
-    ASSERT_EQ(asic.lid(lid_id)->paths.size(), 1u);
-    EXPECT_EQ(asic.lid(lid_id)->paths[0].path.pc_id, pc_id);
+    const auto paths = asic.rows<LidPathRow>();
+    ASSERT_EQ(paths.size(), 1u);
+    EXPECT_EQ(paths[0].lid_id, lid_id);
+    EXPECT_EQ(paths[0].pc_id, pc_id);
 }
 
 TEST_F(Lids, LeadToOnePortChannelOnly)
@@ -143,6 +146,19 @@ TEST_F(Lids, StayWhileASubInterfaceIsBoundToThem)
                    [&] { return libsdk_lid_entry_destroy(0, lid_id); });
     set(other, SdkIntfAttrLid, lid());
     EXPECT_EQ(libsdk_lid_entry_destroy(0, lid_id), 0) << "it is bound to another now";
+}
+
+TEST_F(Lids, ThatAreHeldHandOnTheRequestBehindTheirHolder)
+{
+    const uint32_t lid_id = lid(), parent = routed_port(1);
+    const RequestRef holder = request(
+        "l3lifpd_kvn_add_subint", [&] { set(sub_interface(parent, 100), SdkIntfAttrLid, lid_id); });
+    const RequestRef refused =
+        request("host: remove port", [&] { EXPECT_NE(libsdk_lid_entry_destroy(0, lid_id), 0); });
+    EXPECT_THAT(refused->first_failure().named, testing::ElementsAre(holder));
+    const RequestRef unknown =
+        request("host: remove port", [] { EXPECT_NE(libsdk_lid_entry_destroy(0, 9), 0); });
+    EXPECT_THAT(unknown->first_failure().named, testing::IsEmpty()) << "nothing stands in its way";
 }
 
 TEST_F(Lids, StayWhileAPhysicalPortIsBoundToThem)

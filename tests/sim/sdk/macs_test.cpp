@@ -10,7 +10,8 @@ TEST_F(Macs, OfTheRouterAreKeptByteForByte)
 {
     EXPECT_EQ(router_mac("00:1b:0d:e6:57:c0"), 1u);
     EXPECT_EQ(router_mac("00:1b:0d:e6:57:c1"), 2u);
-    EXPECT_THAT(asic.router_macs().at(0).mac, ElementsAre(0x00, 0x1b, 0x0d, 0xe6, 0x57, 0xc0));
+    EXPECT_THAT(asic.rows<RouterMacRow>().at(0).mac,
+                ElementsAre(0x00, 0x1b, 0x0d, 0xe6, 0x57, 0xc0));
     EXPECT_EQ(libsdk_switch_router_mac_destroy(0, 1), 0);
     EXPECT_EQ(router_mac("00:1b:0d:e6:57:c2"), 1u);
 }
@@ -63,8 +64,8 @@ TEST_F(Macs, AreTrappedPerInterface)
     EXPECT_EQ(trap(other, "00:00:5e:00:01:01"), 2u);
     EXPECT_EQ(trap(one, "00:00:5e:00:01:02"), 3u);
     router_mac("00:00:5e:00:01:01");
-    EXPECT_EQ(asic.traps().at(1).intf_id, other);
-    EXPECT_THAT(asic.traps().at(1).mac, ElementsAre(0x00, 0x00, 0x5e, 0x00, 0x01, 0x01));
+    EXPECT_EQ(asic.rows<TrapRow>().at(1).intf_id, other);
+    EXPECT_THAT(asic.rows<TrapRow>().at(1).mac, ElementsAre(0x00, 0x00, 0x5e, 0x00, 0x01, 0x01));
     uint32_t id = 77;
     expect_refusal("SDK_E_EXISTS", "interface 2 has MAC trap 2 for 00:00:5e:00:01:01 already",
                    [&] { return add_trap(other, "00:00:5e:00:01:01", &id); });
@@ -86,8 +87,8 @@ TEST_F(Macs, RememberWhoMadeThem)
     const uint32_t intf_id = svi(10);
     request("l3lifpd_kvn_rmac_add", [&] { router_mac("00:1b:0d:e6:57:c0"); });
     request("l3lifpd_kvn_fhrp_mac_add", [&] { trap(intf_id, "00:00:5e:00:01:01"); });
-    EXPECT_EQ(asic.router_macs().at(0).origin.to_text(),
+    EXPECT_EQ(asic.rows<RouterMacRow>().at(0).made.to_text(),
               "libsdk_switch_router_mac_create in request 1 l3lifpd_kvn_rmac_add()");
-    EXPECT_EQ(asic.traps().at(0).origin.to_text(),
+    EXPECT_EQ(asic.rows<TrapRow>().at(0).made.to_text(),
               "libsdk_intf_router_mac_trap_create in request 2 l3lifpd_kvn_fhrp_mac_add()");
 }

@@ -41,7 +41,7 @@ public:
             &Model::add_port_path, &Model::create_channel, &Model::destroy_channel,
             &Model::add_member, &Model::delete_member, &Model::create_trap, &Model::destroy_trap);
         (this->*step)();
-        for (const TableUse &table : asic.tables()) {
+        for (const TableUse &table : asic.rows<TableUse>()) {
             RC_ASSERT(table.used <= table.high_water);
             RC_ASSERT(table.used <= table.capacity);
         }
@@ -53,22 +53,22 @@ public:
     void destroy_all()
     {
         asic.batch_flush();
-        for (const AsicTrap &row : asic.traps())
+        for (const TrapRow &row : asic.rows<TrapRow>())
             RC_ASSERT(asic.trap_destroy(row.mac_trap_id) == SDK_E_NONE);
         std::vector<uint32_t> ids;
         while (!(ids = destroyable_interfaces()).empty()) {
             for (const uint32_t id : ids)
                 RC_ASSERT(asic.intf_destroy(id) == SDK_E_NONE);
         }
-        for (const AsicLid &row : asic.lids())
+        for (const LidRow &row : asic.rows<LidRow>())
             RC_ASSERT(asic.lid_destroy(row.lid_id) == SDK_E_NONE);
-        for (const AsicPortChannel &row : asic.port_channels()) {
-            for (const AsicMember &member : row.members)
+        for (const PortChannelRow &row : asic.rows<PortChannelRow>()) {
+            for (const MemberRow &member : rows_of(asic, &MemberRow::pc_id, row.pc_id))
                 RC_ASSERT(asic.member_delete(row.pc_id, mask_of({member.front_port})) ==
                           SDK_E_NONE);
             RC_ASSERT(asic.portchannel_destroy(row.pc_id) == SDK_E_NONE);
         }
-        for (const TableUse &table : asic.tables())
+        for (const TableUse &table : asic.rows<TableUse>())
             RC_ASSERT(table.used == 0u);
     }
 
@@ -81,10 +81,10 @@ private:
     /* refusal: for what the parameters name, SDK_E_NONE when it is as it must be. */
     void create_interface(uint32_t type, const sdk_intf_create_params &params, SdkStatus refusal)
     {
-        const auto rows = asic.interfaces();
-        const bool twin = any(rows, [&](const AsicInterface &row) {
-            return row.type == type && row.params.param1 == params.param1 &&
-                   row.params.param2 == params.param2 && row.params.param3 == params.param3;
+        const auto rows = asic.rows<IntfRow>();
+        const bool twin = any(rows, [&](const IntfRow &row) {
+            return row.type == type && row.param1 == params.param1 && row.param2 == params.param2 &&
+                   row.param3 == params.param3;
         });
         uint32_t id = 0;
         const SdkStatus status = asic.intf_create(type, params, id);
@@ -92,7 +92,7 @@ private:
                              : twin                       ? SDK_E_EXISTS
                              : rows.size() == table_limit ? SDK_E_FULL
                                                           : SDK_E_NONE));
-        RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &AsicInterface::intf_id) : 0));
+        RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &IntfRow::intf_id) : 0));
     }
     void create_port()
     {
@@ -104,12 +104,12 @@ private:
     {
         const uint32_t pc_id = pick_id();
         create_interface(1, {pc_id, 0, 1, 0, 0},
-                         asic.port_channel(pc_id) ? SDK_E_NONE : SDK_E_NOT_FOUND);
+                         asic.find_port_channel(pc_id) ? SDK_E_NONE : SDK_E_NOT_FOUND);
     }
     void create_sub_interface()
     {
         const uint32_t parent = pick_id();
-        const auto row = asic.interface(parent);
+        const auto row = asic.find_interface(parent);
         create_interface(2, {parent, pick(), 0, 0, 0},
                          !row                           ? SDK_E_NOT_FOUND
                          : row->type != sdk_routed_port ? SDK_E_PARAM
@@ -118,16 +118,16 @@ private:
 
     bool interface_is_held(uint32_t id)
     {
-        return any(asic.interfaces(),
-                   [&](const AsicInterface &row) {
-                       return row.type == sdk_sub_interface && row.params.param1 == id;
+        return any(asic.rows<IntfRow>(),
+                   [&](const IntfRow &row) {
+                       return row.type == sdk_sub_interface && row.param1 == id;
                    }) ||
-               any(asic.traps(), [&](const AsicTrap &row) { return row.intf_id == id; });
+               any(asic.rows<TrapRow>(), [&](const TrapRow &row) { return row.intf_id == id; });
     }
     std::vector<uint32_t> destroyable_interfaces()
     {
         std::vector<uint32_t> ids;
-        for (const AsicInterface &row : asic.interfaces()) {
+        for (const IntfRow &row : asic.rows<IntfRow>()) {
             if (!interface_is_held(row.intf_id))
                 ids.push_back(row.intf_id);
         }
@@ -136,12 +136,12 @@ private:
     void destroy_interface()
     {
         const uint32_t id = pick_id();
-        const bool busy = !asic.pending().empty() || interface_is_held(id);
-        const SdkStatus expected = !asic.interface(id) ? SDK_E_NOT_FOUND
-                                   : busy              ? SDK_E_BUSY
-                                                       : SDK_E_NONE;
+        const bool busy = !asic.rows<PendingRow>().empty() || interface_is_held(id);
+        const SdkStatus expected = !asic.find_interface(id) ? SDK_E_NOT_FOUND
+                                   : busy                   ? SDK_E_BUSY
+                                                            : SDK_E_NONE;
         RC_ASSERT(asic.intf_destroy(id) == expected);
-        RC_ASSERT(asic.interface(id).has_value() == (expected == SDK_E_BUSY));
+        RC_ASSERT((asic.find_interface(id) != nullptr) == (expected == SDK_E_BUSY));
     }
 
     void bind()
@@ -159,46 +159,33 @@ private:
     void flush()
     {
         std::set<uint32_t> bound;
-        for (const AsicInterface &row : asic.interfaces()) {
-            if (row.find(SdkIntfAttrLid))
-                bound.insert(row.intf_id);
-        }
+        for (const AttributeValueRow &row : asic.rows<AttributeValueRow>())
+            bound.insert(row.intf_id);
         uint32_t lost = 0;
-        for (const AsicPendingWrite &write : asic.pending()) {
+        for (const PendingRow &write : asic.rows<PendingRow>()) {
             const bool room = bound.size() < attribute_limit || bound.count(write.intf_id) != 0;
-            if (asic.lid(write.attribute.value) && room)
+            if (asic.find_lid(write.value) && room)
                 bound.insert(write.intf_id);
             else
                 ++lost;
         }
         RC_ASSERT(asic.batch_flush() == lost);
-        RC_ASSERT(asic.pending().empty());
+        RC_ASSERT(asic.rows<PendingRow>().empty());
     }
     SdkStatus binding(uint32_t intf_id, uint32_t lid_id)
     {
-        const auto row = asic.interface(intf_id);
-        if (!row || !asic.lid(lid_id))
+        if (!asic.find_interface(intf_id) || !asic.find_lid(lid_id))
             return SDK_E_NOT_FOUND;
-        return row->find(SdkIntfAttrLid) || attributes_written() < attribute_limit ? SDK_E_NONE
-                                                                                   : SDK_E_FULL;
+        return asic.find_attribute(intf_id, SdkIntfAttrLid) ||
+                       attributes_written() < attribute_limit
+                   ? SDK_E_NONE
+                   : SDK_E_FULL;
     }
-    size_t attributes_written()
-    {
-        size_t count = 0;
-        for (const AsicInterface &row : asic.interfaces())
-            count += row.attributes.size();
-        return count;
-    }
-    size_t paths()
-    {
-        size_t count = 0;
-        for (const AsicLid &row : asic.lids())
-            count += row.paths.size();
-        return count;
-    }
+    size_t attributes_written() { return asic.rows<AttributeValueRow>().size(); }
+    size_t paths() { return asic.rows<LidPathRow>().size(); }
     uint32_t use_of(std::string_view name)
     {
-        for (const TableUse &table : asic.tables()) {
+        for (const TableUse &table : asic.rows<TableUse>()) {
             if (table.name == name)
                 return table.used;
         }
@@ -206,47 +193,45 @@ private:
     }
     void create_lid()
     {
-        const auto rows = asic.lids();
+        const auto rows = asic.rows<LidRow>();
         uint32_t id = 0;
         const SdkStatus status = asic.lid_create(id);
         RC_ASSERT(status == (rows.size() == table_limit ? SDK_E_FULL : SDK_E_NONE));
-        RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &AsicLid::lid_id) : 0));
+        RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &LidRow::lid_id) : 0));
     }
     void destroy_lid()
     {
         const uint32_t id = pick_id();
-        const bool held = any(asic.interfaces(), [&](const AsicInterface &row) {
-            const AsicAttribute *bound = row.find(SdkIntfAttrLid);
-            const bool of_port_channel = row.type == sdk_routed_port && row.params.param3 == 1;
+        const bool held = any(asic.rows<IntfRow>(), [&](const IntfRow &row) {
+            const AttributeValueRow *bound = asic.find_attribute(row.intf_id, SdkIntfAttrLid);
+            const bool of_port_channel = row.type == sdk_routed_port && row.param3 == 1;
             return !of_port_channel && bound && bound->value == id;
         });
-        RC_ASSERT(asic.lid_destroy(id) == (!asic.lid(id) && !held ? SDK_E_NOT_FOUND
-                                           : held                 ? SDK_E_BUSY
-                                                                  : SDK_E_NONE));
+        RC_ASSERT(asic.lid_destroy(id) == (!asic.find_lid(id) && !held ? SDK_E_NOT_FOUND
+                                           : held                      ? SDK_E_BUSY
+                                                                       : SDK_E_NONE));
     }
     void add_path()
     {
         const uint32_t lid_id = pick_id(), pc_id = pick_id();
-        const auto row = asic.lid(lid_id);
-        const bool possible = row && asic.port_channel(pc_id);
+        const bool possible = asic.find_lid(lid_id) && asic.find_port_channel(pc_id);
         const bool is_full = paths() == path_limit;
         RC_ASSERT(asic.lid_path_add(lid_id, {SdkPortTypeChannel, 0, {}, pc_id}) ==
                   (!possible                                                      ? SDK_E_NOT_FOUND
-                   : has_path(*row, &sdk_lid_path::port_type, SdkPortTypeChannel) ? SDK_E_EXISTS
+                   : has_path(lid_id, &LidPathRow::port_type, SdkPortTypeChannel) ? SDK_E_EXISTS
                    : is_full                                                      ? SDK_E_FULL
                                                                                   : SDK_E_NONE));
     }
-    template <class T> static bool has_path(const AsicLid &row, T sdk_lid_path::*field, uint32_t is)
+    bool has_path(uint32_t lid_id, uint32_t LidPathRow::*field, uint32_t is)
     {
-        return any(row.paths, [&](const AsicLidPath &path) { return path.path.*field == is; });
+        return any(rows_of(asic, &LidPathRow::lid_id, lid_id),
+                   [&](const LidPathRow &path) { return path.*field == is; });
     }
     void add_port_path()
     {
         const uint32_t lid_id = pick_id(), port = pick();
-        const bool taken = any(asic.lids(), [&](const AsicLid &row) {
-            return has_path(row, &sdk_lid_path::front_port, port);
-        });
-        const SdkStatus expected = !asic.lid(lid_id)       ? SDK_E_NOT_FOUND
+        const bool taken = !rows_of(asic, &LidPathRow::front_port, port).empty();
+        const SdkStatus expected = !asic.find_lid(lid_id)  ? SDK_E_NOT_FOUND
                                    : taken                 ? SDK_E_EXISTS
                                    : paths() == path_limit ? SDK_E_FULL
                                                            : SDK_E_NONE;
@@ -257,43 +242,41 @@ private:
 
     void create_channel()
     {
-        const auto rows = asic.port_channels();
+        const auto rows = asic.rows<PortChannelRow>();
         uint32_t id = 0;
         const SdkStatus status = asic.portchannel_create(id);
         RC_ASSERT(status == (rows.size() == table_limit ? SDK_E_FULL : SDK_E_NONE));
-        RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &AsicPortChannel::pc_id) : 0));
+        RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &PortChannelRow::pc_id) : 0));
     }
     void destroy_channel()
     {
         const uint32_t id = pick_id();
-        const auto row = asic.port_channel(id);
-        const bool held =
-            row && (!row->members.empty() || any(asic.interfaces(), [&](const AsicInterface &intf) {
-                return intf.type == sdk_routed_port && intf.params.param3 == 1 &&
-                       intf.params.param1 == id;
-            }) || any(asic.lids(), [&](const AsicLid &lid) {
-                return has_path(lid, &sdk_lid_path::pc_id, id);
-            }));
+        const auto row = asic.find_port_channel(id);
+        const bool held = row && (!rows_of(asic, &MemberRow::pc_id, id).empty() ||
+                                  any(asic.rows<IntfRow>(),
+                                      [&](const IntfRow &intf) {
+                                          return intf.type == sdk_routed_port && intf.param3 == 1 &&
+                                                 intf.param1 == id;
+                                      }) ||
+                                  !rows_of(asic, &LidPathRow::pc_id, id).empty());
         RC_ASSERT(asic.portchannel_destroy(id) == (!row   ? SDK_E_NOT_FOUND
                                                    : held ? SDK_E_BUSY
                                                           : SDK_E_NONE));
     }
     bool is_member(uint32_t pc_id, uint32_t port)
     {
-        const auto row = asic.port_channel(pc_id);
-        return row &&
-               any(row->members, [&](const AsicMember &one) { return one.front_port == port; });
+        return any(rows_of(asic, &MemberRow::pc_id, pc_id),
+                   [&](const MemberRow &one) { return one.front_port == port; });
     }
     bool is_any_member(uint32_t port)
     {
-        return any(asic.port_channels(),
-                   [&](const AsicPortChannel &row) { return is_member(row.pc_id, port); });
+        return !rows_of(asic, &MemberRow::front_port, port).empty();
     }
     void add_member()
     {
         const uint32_t pc_id = pick_id(), port = pick();
         const bool taken = is_any_member(port);
-        RC_ASSERT(asic.member_add(pc_id, mask_of({port})) == (!asic.port_channel(pc_id)
+        RC_ASSERT(asic.member_add(pc_id, mask_of({port})) == (!asic.find_port_channel(pc_id)
                                                                   ? SDK_E_NOT_FOUND
                                                               : taken ? SDK_E_EXISTS
                                                                       : SDK_E_NONE));
@@ -311,22 +294,23 @@ private:
     {
         const uint32_t intf_id = pick_id();
         const std::array<uint8_t, 6> mac{0, 0, 0x5e, 0, 1, static_cast<uint8_t>(pick())};
-        const auto rows = asic.traps();
-        const bool twin = any(
-            rows, [&](const AsicTrap &row) { return row.intf_id == intf_id && row.mac == mac; });
+        const auto rows = asic.rows<TrapRow>();
+        const bool twin =
+            any(rows, [&](const TrapRow &row) { return row.intf_id == intf_id && row.mac == mac; });
         uint32_t id = 0;
         const SdkStatus status = asic.trap_create(intf_id, mac, id);
-        RC_ASSERT(status == (!asic.interface(intf_id)     ? SDK_E_NOT_FOUND
-                             : twin                       ? SDK_E_EXISTS
-                             : rows.size() == table_limit ? SDK_E_FULL
-                                                          : SDK_E_NONE));
-        RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &AsicTrap::mac_trap_id) : 0));
+        RC_ASSERT(status == (!asic.find_interface(intf_id) ? SDK_E_NOT_FOUND
+                             : twin                        ? SDK_E_EXISTS
+                             : rows.size() == table_limit  ? SDK_E_FULL
+                                                           : SDK_E_NONE));
+        RC_ASSERT(id == (status == SDK_E_NONE ? lowest_free(rows, &TrapRow::mac_trap_id) : 0));
     }
     void destroy_trap()
     {
         const uint32_t id = pick_id();
         const auto is_there = [&] {
-            return any(asic.traps(), [&](const AsicTrap &row) { return row.mac_trap_id == id; });
+            return any(asic.rows<TrapRow>(),
+                       [&](const TrapRow &row) { return row.mac_trap_id == id; });
         };
         const bool there = is_there();
         RC_ASSERT(asic.trap_destroy(id) == (there ? SDK_E_NONE : SDK_E_NOT_FOUND));

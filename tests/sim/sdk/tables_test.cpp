@@ -2,15 +2,53 @@
 #include <map>
 
 #include "device.h"
+#include "sim/sdk/table.h"
 
 using namespace kvnsim;
+using testing::ElementsAre;
 using testing::HasSubstr;
+
+/* Identifiers on both sides of 64 and of 4096, where the search for a free one goes a level up. */
+TEST(Identifiers, AreHandedOutLowestFirstHoweverTheyWereReleased)
+{
+    Table<int> table(last_id);
+    for (uint32_t id = first_id; id <= 5000; ++id)
+        ASSERT_EQ(table.take(0), id);
+    for (const uint32_t id : {4096u, 64u, 5000u, 1u, 4095u, 128u, 63u})
+        table.release(id);
+    EXPECT_EQ(table.find(64), nullptr);
+    EXPECT_NE(table.find(65), nullptr);
+    EXPECT_EQ(table.take(0), 1u);
+    table.release(2);
+    std::vector<uint32_t> taken;
+    for (int i = 0; i < 8; ++i)
+        taken.push_back(table.take(0));
+    EXPECT_THAT(taken, ElementsAre(2, 63, 64, 128, 4095, 4096, 5000, 5001));
+    EXPECT_EQ(table.occupancy.used, 5001u);
+    EXPECT_EQ(table.occupancy.high_water, 5001u);
+}
+
+TEST(Identifiers, GiveTheOrderInWhichRowsAreVisited)
+{
+    Table<int> table(last_id);
+    for (const int value : {10, 20, 30})
+        table.take(value);
+    table.release(2);
+    std::vector<int> visited;
+    const auto visit = [&](int value) { visited.push_back(value); };
+    table.each(visit);
+    EXPECT_THAT(visited, ElementsAre(10, 30)) << "a released row is none";
+    EXPECT_EQ(table.take(40), 2u);
+    visited.clear();
+    table.each(visit);
+    EXPECT_THAT(visited, ElementsAre(10, 40, 30));
+}
 
 class Tables : public Device {
 protected:
     TableUse use(const std::string &name)
     {
-        for (const TableUse &table : asic.tables()) {
+        for (const TableUse &table : asic.rows<TableUse>()) {
             if (table.name == name)
                 return table;
         }
@@ -30,12 +68,12 @@ TEST_F(Tables, AreEmptyAfterPowerOnWithTheDevicesCapacities)
     const std::map<std::string, uint32_t> capacities{
         {"intf", 65534}, {"attr", 65534 * 19}, {"lid", 16384}, {"path", 32768},
         {"pc", 256},     {"member", 255},      {"rmac", 32},   {"trap", 4096}};
-    EXPECT_EQ(asic.tables().size(), capacities.size());
+    EXPECT_EQ(asic.rows<TableUse>().size(), capacities.size());
     for (const auto &[name, capacity] : capacities) {
         EXPECT_EQ(use(name).capacity, capacity) << name;
         EXPECT_EQ(use(name).used, 0u) << name;
         EXPECT_EQ(use(name).high_water, 0u) << name;
-        EXPECT_STRNE(use(name).description, "");
+        EXPECT_NE(use(name).description, "");
     }
 }
 
@@ -234,7 +272,7 @@ TEST_F(Tables, AreAsBeforeWhenEverythingIsDestroyedAgain)
         EXPECT_EQ(libsdk_intf_destroy(0, port), 0);
         EXPECT_EQ(libsdk_lid_entry_destroy(0, port_lid), 0);
 
-        for (const TableUse &table : asic.tables())
+        for (const TableUse &table : asic.rows<TableUse>())
             EXPECT_EQ(table.used, 0u) << table.name;
         EXPECT_EQ(use("intf").high_water, 4u) << "the second round needs no more than the first";
     }

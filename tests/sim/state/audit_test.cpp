@@ -24,6 +24,14 @@ using testing::HasSubstr;
 
 class Audit : public SnapshotFixture {};
 
+std::vector<uint64_t> numbers(const std::vector<RequestRef> &requests)
+{
+    std::vector<uint64_t> all;
+    for (const RequestRef &request : requests)
+        all.push_back(request->number);
+    return all;
+}
+
 TEST_F(Audit, FindsNothingOnASwitchJustPoweredOn)
 {
     EXPECT_EQ(words(audit(capture(sw))), "");
@@ -134,7 +142,7 @@ TEST_F(Audit, NamesTheRequestThatMadeAnOrphan)
               "SDK interface 1 (routed port, front port 1) belongs to no interface: made by "
               "libsdk_intf_create in request 2 l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1)");
     EXPECT_EQ(findings[0].interface, "Ethernet0");
-    EXPECT_THAT(findings[0].requests, ElementsAre(2u));
+    EXPECT_THAT(numbers(findings[0].requests), ElementsAre(2u));
     EXPECT_THAT(findings[1].words, HasSubstr("Ethernet0 is wanted (test.json:1:"));
     EXPECT_THAT(findings[1].words, HasSubstr("libsdk_intf_attr_set"));
 }
@@ -165,7 +173,7 @@ TEST_F(Audit, TellsWhatTheAsicHoldsAndWhatWaitsForTheFlushEachWithItsWriter)
               "in request 2 l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1); 0 waits for the "
               "flush, queued by libsdk_intf_attr_set_batch in request 3 "
               "l3lifpd_kvn_loopback_enable(ifindex=Ethernet0 enable=0)");
-    EXPECT_THAT(findings[0].requests, ElementsAre(2u, 3u));
+    EXPECT_THAT(numbers(findings[0].requests), ElementsAre(2u, 3u));
 }
 
 TEST_F(Audit, FindsWhatAFailedWriteOfAnEndedLoopbackLeftSet)
@@ -229,6 +237,13 @@ TEST_F(Audit, FindsEveryAttributeThatIsNotAsItMustBe)
 }
 
 /* ---- Each kind of finding: a snapshot with nothing wrong, and one thing changed in it. ---- */
+
+Origin by_request(uint64_t number)
+{
+    auto request = std::make_shared<Request>();
+    request->number = number;
+    return {request, ""};
+}
 
 using Marked = std::vector<std::string>; /* properties, "Ethernet0 MTU" */
 
@@ -427,12 +442,13 @@ const Change changes[] = {
      {"difference Ethernet0 MTU"}},
     {"MtuWaitsForTheFlush",
      [](Snapshot &s) {
-         s.pending.push_back({0, intf_id(s, "Ethernet0"), SdkIntfAttrMtuIdx, 1500, {900, ""}});
+         s.pending.push_back(
+             {0, intf_id(s, "Ethernet0"), SdkIntfAttrMtuIdx, 1500, by_request(900)});
      },
      {"difference Ethernet0 MTU"}},
     {"MtuWaitsForAnInterfaceThatIsAnotherNow",
      [](Snapshot &s) {
-         s.pending.push_back({0, intf_id(s, "Ethernet0"), SdkIntfAttrMtuIdx, 1500, {1, ""}});
+         s.pending.push_back({0, intf_id(s, "Ethernet0"), SdkIntfAttrMtuIdx, 1500, by_request(1)});
      },
      {"dangling SDK interface 1 pending write"},
      Marked{}},
@@ -469,7 +485,8 @@ const Change changes[] = {
      {"difference Ethernet0 IGMP snooping label"}},
     {"NatInsideWithoutLoopback",
      [](Snapshot &s) {
-         s.pending.push_back({0, intf_id(s, "Ethernet0"), SdkIntfAttrNatInside, 2, {900, ""}});
+         s.pending.push_back(
+             {0, intf_id(s, "Ethernet0"), SdkIntfAttrNatInside, 2, by_request(900)});
      },
      {"difference Ethernet0 NAT inside"}},
     {"BoundToAnotherLidEntry",

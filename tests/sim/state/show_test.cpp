@@ -21,6 +21,13 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
+template <class... Parts> std::string to_json(const Parts &...parts)
+{
+    Json json;
+    write(json, parts...);
+    return json.document();
+}
+
 Listing three_columns(std::vector<std::vector<Cell>> rows)
 {
     return {"Things", {{"name", "Name"}, {"count", "Count"}, {"list", "List"}}, std::move(rows)};
@@ -60,6 +67,32 @@ TEST(ListingJson, HasAnObjectForEachRowWithTheValuesAsTheyAre)
                    {Cell(), false, std::vector<int64_t>{1, 2}}})),
               R"([{"name":"a \"b\"","count":5,"list":["x","y"]},)"
               R"({"name":null,"count":false,"list":[1,2]}])"
+              "\n");
+}
+
+struct Lamp {
+    uint32_t number = 0;
+    std::string colour;
+    bool is_lit = false;
+    InterfaceKind of = InterfaceKind::port;
+    std::vector<RequestRef> requests;
+    COLUMNS(number, colour, is_lit, of, requests)
+};
+
+TEST(ListingOfRows, HasTheNamesOfTheirColumnsAsKeys)
+{
+    auto request = std::make_shared<Request>();
+    request->number = 12;
+    const Listing listing =
+        listing_of<Lamp>("Lamps", {{7, "red", true, InterfaceKind::svi, {request}}, {}},
+                         {"Lamp", "Colour", "Lit", "Of", "Requests"});
+    EXPECT_EQ(to_text(listing), "Lamps\n"
+                                "  Lamp  Colour  Lit  Of    Requests\n"
+                                "     7  red     yes  SVI   12\n"
+                                "     0  -       -    port  -\n");
+    EXPECT_EQ(to_json(listing),
+              R"([{"number":7,"colour":"red","is_lit":true,"of":"SVI","requests":[12]},)"
+              R"({"number":0,"colour":null,"is_lit":false,"of":"port","requests":[]}])"
               "\n");
 }
 
@@ -305,7 +338,7 @@ protected:
                                              const std::string &name)
     {
         for (const ExplainedProperty &property : explanation.properties) {
-            if (property.name == name)
+            if (property.property == name)
                 return property;
         }
         static const ExplainedProperty none;
@@ -317,7 +350,7 @@ protected:
         std::vector<std::string> names;
         for (const ExplainedProperty &property : explanation.properties) {
             if (property.differs)
-                names.push_back(property.name);
+                names.push_back(property.property);
         }
         return names;
     }
@@ -379,7 +412,7 @@ TEST_F(Explain, ShowsAnAttributeThatNobodyAskedForOnlyWhenItIsNotAsOnANewInterfa
     const auto names = [&] {
         std::vector<std::string> all;
         for (const ExplainedProperty &property : explain(snapshot, "Vlan100").properties)
-            all.push_back(property.name);
+            all.push_back(property.property);
         return all;
     };
     EXPECT_THAT(names(), testing::Not(testing::Contains("DF mask")));

@@ -2,7 +2,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 
@@ -27,6 +29,14 @@ protected:
         EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
             << sqlite3_errmsg(db);
         sqlite3_close(db);
+    }
+    static Finding conflict()
+    {
+        Finding finding;
+        finding.location = {"two.json", 3, 9, "PORT", "Ethernet8"};
+        finding.message = "mtu is missing";
+        finding.other = SourceLocation{"two.json", 2, 9, "PORT", "Ethernet4"};
+        return finding;
     }
     std::string why_not_loaded()
     {
@@ -66,13 +76,8 @@ TEST_F(SnapshotFile, ComesBackWithFailuresKeptInterfacesHeldChannelsAndPendingWr
                         "VLAN_INTERFACE": {"Vlan10": {}, "Vlan11": {}}})"));
     ASSERT_TRUE(host.hold_port_channel(*host.find("PortChannel7")).ok());
     Asic::instance().attr_set_batch(host.find("Vlan10")->intf_id(), SdkIntfAttrMtuIdx, 1500);
-    Finding finding;
-    finding.location = {"two.json", 3, 9, "PORT", "Ethernet8"};
-    finding.message = "mtu is missing";
-    finding.other = SourceLocation{"two.json", 2, 9, "PORT", "Ethernet4"};
-    const Snapshot snapshot = capture(sw, {"one.json", "two.json"}, {finding}, true);
+    const Snapshot snapshot = capture(sw, {"one.json", "two.json"}, {conflict()}, true);
     ASSERT_EQ(snapshot.reader.size(), 1u);
-    EXPECT_EQ(snapshot.reader[0].message, "mtu is missing (see two.json:2:9: PORT|Ethernet4)");
     ASSERT_FALSE(snapshot.failures.empty());
     ASSERT_FALSE(snapshot.errors.empty());
     ASSERT_FALSE(snapshot.member_intf.empty());
@@ -80,6 +85,8 @@ TEST_F(SnapshotFile, ComesBackWithFailuresKeptInterfacesHeldChannelsAndPendingWr
     save(snapshot, file.path);
     const Snapshot loaded = load(file.path);
     EXPECT_TRUE(loaded == snapshot);
+    EXPECT_EQ(loaded.reader[0].to_text(), "two.json:3:9: PORT|Ethernet8: mtu is missing "
+                                          "(see two.json:2:9: PORT|Ethernet4)");
     EXPECT_EQ(brief(audit(loaded)), brief(audit(snapshot)));
     EXPECT_EQ(words(audit(loaded)), words(audit(snapshot)));
 }
@@ -89,7 +96,7 @@ TEST_F(SnapshotFile, DiffersFromOneWithAnotherValue)
     const Snapshot snapshot = small_switch();
     Snapshot other = snapshot;
     EXPECT_TRUE(other == snapshot);
-    other.intfs[0].made.request++;
+    other.intfs[0].made.request = other.intfs[1].made.request;
     EXPECT_TRUE(other != snapshot);
     other = snapshot;
     other.wanted_interfaces[0].location.line++;
@@ -202,21 +209,98 @@ TEST_F(SnapshotFile, WithoutOneOfItsTablesOrColumnsIsDamaged)
 TEST_F(SnapshotFile, WithAValueOfTheWrongKindIsDamaged)
 {
     const struct {
-        const char *sql, *column;
-    } cases[] = {{"UPDATE asic_interface SET type = 'routed'", "type"},
-                 {"UPDATE asic_interface SET type = -1", "type"},
-                 {"UPDATE asic_interface SET type = 4294967296", "type"},
-                 {"UPDATE asic_interface SET type = NULL", "type"},
-                 {"UPDATE asic_trap SET mac = '00:00:5e:00:01'", "mac"},
-                 {"UPDATE asic_trap SET mac = '00:00:5e:00:01:+a'", "mac"},
-                 {"UPDATE host_interface SET name = 5", "name"},
-                 {"UPDATE host_interface SET registered = 2", "registered"}};
+        const char *table, *column, *value;
+    } cases[] = {{"asic_interface", "type", "'routed'"},
+                 {"asic_interface", "type", "-1"},
+                 {"asic_interface", "type", "4294967296"},
+                 {"asic_interface", "type", "NULL"},
+                 {"asic_trap", "mac", "'00:00:5e:00:01'"},
+                 {"asic_trap", "mac", "'00:00:5e:00:01:+a'"},
+                 {"host_interface", "name", "5"},
+                 {"host_interface", "registered", "2"},
+                 {"host_interface", "kind", "'tunnel'"},
+                 {"wanted_interface", "kind", "''"},
+                 {"configuration_finding", "severity", "'fatal'"},
+                 {"configuration_finding", "severity", "2"},
+                 {"asic_lid", "made_request", "12345"},
+                 {"l3lif_sdb", "made_request", "NULL"},
+                 {"request", "entry", "NULL"}};
+    small_switch();
+    const Snapshot snapshot = capture(sw, {}, {conflict()});
     for (const auto &c : cases) {
-        save(small_switch(), file.path);
-        run_sql(c.sql);
-        EXPECT_EQ(why_not_loaded(), file.path + ": damaged: " + c.column + " holds no such value")
-            << c.sql;
+        save(snapshot, file.path);
+        run_sql(fmt::format("UPDATE {} SET {} = {}", c.table, c.column, c.value));
+        EXPECT_EQ(why_not_loaded(), fmt::format("{}: damaged: {} of table {} holds no such value",
+                                                file.path, c.column, c.table))
+            << c.value;
     }
+}
+
+TEST_F(SnapshotFile, WithoutARequestThatRowsNameIsDamaged)
+{
+    const Snapshot snapshot = small_switch();
+    save(snapshot, file.path);
+    run_sql(fmt::format("DELETE FROM request WHERE number = {}", snapshot.traps[0].made.number()));
+    EXPECT_EQ(why_not_loaded(),
+              file.path + ": damaged: made_request of table asic_trap holds no such value");
+}
+
+/* ---- Requests ---- */
+
+TEST_F(SnapshotFile, KeepsInterfaceAndCauseOfARequestThatOnlyPublished)
+{
+    std::string network = small_network;
+    bring_about(wanted(network));
+    const std::string zone = R"("nat_zone": "1")";
+    network.replace(network.find(zone), zone.size(), R"("nat_zone": "2")");
+    bring_about(wanted(network));
+    const Snapshot snapshot = capture(sw);
+    for (const AttributeValueRow &row : snapshot.attributes)
+        ASSERT_NE(row.made.number(), snapshot.l3lif[0].made.number()) << "it wrote to the ASIC";
+    save(snapshot, file.path);
+    const L3lifRow row = load(file.path).l3lif[0];
+    EXPECT_EQ(row.name, "Ethernet0");
+    EXPECT_EQ(row.nat_zone, 2u);
+    ASSERT_TRUE(row.made.request);
+    EXPECT_EQ(row.made.request->subject, "Ethernet0");
+    EXPECT_EQ(row.made.request->cause, "test.json:6:19: INTERFACE|Ethernet0");
+    EXPECT_EQ(row.made.to_text(), snapshot.l3lif[0].made.to_text());
+}
+
+TEST_F(SnapshotFile, HasOneRequestForAllRowsThatItMade)
+{
+    save(small_switch(), file.path);
+    const Snapshot loaded = load(file.path);
+    std::map<uint64_t, RequestRef> requests;
+    size_t shared = 0;
+    const auto look_at = [&](std::string_view, const auto &value) {
+        if constexpr (std::is_same_v<decltype(value), const Origin &>) {
+            const auto [at, is_first] = requests.emplace(value.number(), value.request);
+            EXPECT_EQ(at->second, value.request) << value.to_text();
+            shared += is_first ? 0 : 1;
+        }
+    };
+    Snapshot::tables([&](auto rows) {
+        for (const auto &row : loaded.*rows)
+            each_column(row, look_at);
+    });
+    EXPECT_GT(requests.size(), 1u);
+    EXPECT_GT(shared, 0u);
+}
+
+TEST_F(SnapshotFile, KeepsBothPlacesOfAConflictAndTheOneOfOthers)
+{
+    Finding lone;
+    lone.severity = Finding::Severity::warning;
+    lone.location = {"two.json", 7, 9, "VLAN", "Vlan10"};
+    lone.message = "no member";
+    save(capture(sw, {}, {conflict(), lone}), file.path);
+    const std::vector<Finding> reader = load(file.path).reader;
+    ASSERT_EQ(reader.size(), 2u);
+    EXPECT_EQ(reader[0].other, conflict().other);
+    EXPECT_EQ(reader[1].other, std::nullopt);
+    EXPECT_EQ(reader[1].severity, lone.severity);
+    EXPECT_EQ(reader[1].location, lone.location);
 }
 
 TEST_F(SnapshotFile, AnswersPlainSql)

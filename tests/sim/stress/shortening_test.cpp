@@ -25,7 +25,7 @@ Asic &asic()
 const Sabotage sabotages[] = {
     {"DestroysAnInterface",
      [] {
-         for (const AsicInterface &interface : asic().interfaces()) {
+         for (const IntfRow &interface : asic().rows<IntfRow>()) {
              if (asic().intf_destroy(interface.intf_id) == SDK_E_NONE)
                  return;
          }
@@ -33,8 +33,8 @@ const Sabotage sabotages[] = {
      "SDK interface"},
     {"ChangesAnMtu",
      [] {
-         if (!asic().interfaces().empty())
-             asic().attr_set(asic().interfaces().front().intf_id, SdkIntfAttrMtuIdx, 77);
+         if (const auto interfaces = asic().rows<IntfRow>(); !interfaces.empty())
+             asic().attr_set(interfaces.front().intf_id, SdkIntfAttrMtuIdx, 77);
      },
      "MTU of "},
     {"MakesALidEntry",
@@ -51,26 +51,24 @@ const Sabotage sabotages[] = {
      "orphan: SDK port-channel"},
     {"TakesAMemberOut",
      [] {
-         for (const AsicPortChannel &channel : asic().port_channels()) {
-             for (const AsicMember &member : channel.members) {
-                 sdk_port_mask mask{};
-                 mask.mask_len = sizeof mask.port_bitmap;
-                 mask.port_bitmap[member.front_port / 8] =
-                     static_cast<uint8_t>(1U << (member.front_port % 8));
-                 asic().member_delete(channel.pc_id, mask);
-             }
+         for (const MemberRow &member : asic().rows<MemberRow>()) {
+             sdk_port_mask mask{};
+             mask.mask_len = sizeof mask.port_bitmap;
+             mask.port_bitmap[member.front_port / 8] =
+                 static_cast<uint8_t>(1U << (member.front_port % 8));
+             asic().member_delete(member.pc_id, mask);
          }
      },
      "PortChannel"},
     {"RemovesTheRouterMac",
      [] {
-         for (const AsicRouterMac &mac : asic().router_macs())
+         for (const RouterMacRow &mac : asic().rows<RouterMacRow>())
              asic().router_mac_destroy(mac.peer_mac_id);
      },
      "outer MAC"},
     {"RemovesAVirtualMac",
      [] {
-         for (const AsicTrap &trap : asic().traps())
+         for (const TrapRow &trap : asic().rows<TrapRow>())
              asic().trap_destroy(trap.mac_trap_id);
      },
      "virtual MAC"},
@@ -110,8 +108,9 @@ TEST(ShorteningOfTwo, KeepsBoth)
     options.seed = 5;
     options.operations = 2000;
     options.sabotage = [](Switch &, uint64_t operation) {
-        if (operation >= 200 && !asic().router_macs().empty() && !asic().traps().empty())
-            asic().trap_destroy(asic().traps().front().mac_trap_id);
+        const auto traps = asic().rows<TrapRow>();
+        if (operation >= 200 && !asic().rows<RouterMacRow>().empty() && !traps.empty())
+            asic().trap_destroy(traps.front().mac_trap_id);
     };
     const StressResult result = stress(options);
     ASSERT_TRUE(result.problem);
