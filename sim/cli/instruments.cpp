@@ -187,7 +187,7 @@ std::vector<std::string> fault_words(const std::string &begun)
     std::vector<std::string> words;
     const size_t equals = begun.find('=');
     if (equals != begun.npos) {
-        for (const SdkStatusRow &row : sdk_statuses()) {
+        for (const StatusNames::Row &row : sdk_statuses().rows) {
             if (row.status != SDK_E_NONE)
                 words.push_back(begun.substr(0, equals + 1) + row.name);
         }

@@ -26,13 +26,6 @@ template <class T> void write_integer(void *data, const Value &value)
 template <class T, Value::Style style = Value::Style::decimal>
 constexpr Codec integer_codec{read_integer<T, style>, write_integer<T>};
 
-constexpr Codec sdk_status_codec{
-    [](const void *data) {
-        const int64_t status = read_integer<int32_t, Value::Style::decimal>(data).number();
-        return Value::named(status, status == 0 ? std::string() : sdk_status_name(status));
-    },
-    write_integer<int32_t>};
-
 std::vector<const ImportedCall *> &registry()
 {
     static std::vector<const ImportedCall *> calls;
@@ -51,13 +44,6 @@ void spell_out(std::initializer_list<Argument> arguments, bool outputs, std::vec
             into.push_back(
                 {argument.name, argument.data ? argument.codec->read(argument.data) : Value()});
     }
-}
-
-std::string failure_text(const ImportedCall &call, int64_t status)
-{
-    return fmt::format("{}: {}", call.name(),
-                       call.result() == Result::sdk_status ? sdk_status_name(status)
-                                                           : fmt::to_string(status));
 }
 
 } // namespace
@@ -89,6 +75,18 @@ const FailedCall &Request::first_failure() const
     return failed_first != nullptr ? *failed_first : none;
 }
 
+std::string Request::failure_text() const
+{
+    std::string text = fmt::format("request {} {}", number, entry);
+    if (result)
+        text += fmt::format("({}) returned {}", arguments, *result);
+    if (failed_first != nullptr)
+        text += ": " + failed_first->words;
+    if (!first_failure().reason.empty())
+        text += " (" + first_failure().reason + ")";
+    return text;
+}
+
 std::string Origin::to_text() const
 {
     if (!request)
@@ -97,8 +95,27 @@ std::string Origin::to_text() const
                        request->entry, request->arguments);
 }
 
-ImportedCall::ImportedCall(const char *name, Result result, Purpose purpose)
-    : name_(name), result_(result), purpose_(purpose)
+std::string StatusNames::name(int64_t status) const
+{
+    for (const Row &row : rows) {
+        if (row.status == status)
+            return row.name;
+    }
+    return fmt::to_string(status);
+}
+
+std::optional<int32_t> StatusNames::status(std::string_view name) const
+{
+    for (const Row &row : rows) {
+        if (row.name == name)
+            return row.status;
+    }
+    return std::nullopt;
+}
+
+ImportedCall::ImportedCall(const char *name, Result result, Purpose purpose,
+                           const StatusNames *names)
+    : name_(name), result_(result), purpose_(purpose), names_(names)
 {
     assert(find(name) == nullptr);
     auto &calls = registry();
@@ -115,6 +132,11 @@ const ImportedCall *ImportedCall::find(std::string_view name)
     const auto &calls = registry();
     const auto at = std::lower_bound(calls.begin(), calls.end(), name, name_before);
     return at != calls.end() && (*at)->name() == name ? *at : nullptr;
+}
+
+std::string ImportedCall::status_text(int64_t status) const
+{
+    return names_ != nullptr ? names_->name(status) : fmt::to_string(status);
 }
 
 std::optional<int64_t>
@@ -153,7 +175,8 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
             Request &request = *journal.current_;
             if (request.failed_calls++ == 0)
                 request.failed_first = std::make_shared<const FailedCall>(
-                    FailedCall{name(), status, failure_text(*this, status), journal.note_});
+                    FailedCall{name(), status, fmt::format("{}: {}", name(), status_text(status)),
+                               journal.note_});
             request.injected_failures += call.injected;
         }
     }
@@ -163,8 +186,8 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
         seen.failed = failed;
         seen.injected = call.injected;
         seen.note = journal.note_;
-        seen.result =
-            (result_ == Result::sdk_status ? sdk_status_codec : result_codec).read(result);
+        seen.result = failed && names_ != nullptr ? Value::named(status, names_->name(status))
+                                                  : result_codec.read(result);
         if (!failed)
             spell_out(arguments, true, seen.outputs);
         for (Observer *observer : journal.observers_)

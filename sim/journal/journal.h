@@ -38,6 +38,9 @@ struct Request {
     std::shared_ptr<const FailedCall> failed_first; /* the first of them; null without one */
     /* The same; an empty one when no call failed. */
     const FailedCall &first_failure() const;
+    /* "request 3 l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create: SDK_E_FULL (reason)",
+     * "request 4 host: release port-channel: libsdk_lid_entry_destroy: SDK_E_BUSY (reason)" */
+    std::string failure_text() const;
 };
 using RequestRef = std::shared_ptr<const Request>;
 
@@ -97,9 +100,20 @@ template <class T> Argument out(const char *name, T *value, const Codec &with)
 
 /* What the result of an imported call means. */
 enum class Result : uint8_t {
-    sdk_status,  /* 0 or a named SDK status; can be made to fail */
-    host_status, /* 0 or non-zero; can be made to fail */
-    value        /* an answer; never fails */
+    status, /* 0 or non-zero; can be made to fail */
+    value   /* an answer; never fails */
+};
+
+/* How people know the statuses of a call: a table that whoever defines the call gives with it. */
+struct StatusNames {
+    struct Row {
+        int32_t status;
+        const char *name;
+    };
+    const char *form; /* what the names look like: "SDK_E_..." */
+    std::vector<Row> rows;
+    std::string name(int64_t status) const; /* the number for an unknown one */
+    std::optional<int32_t> status(std::string_view name) const;
 };
 
 /* What a call is for: timelines leave out the questions unless asked for everything. */
@@ -123,7 +137,9 @@ struct Call {
  * replay and printing need nothing else. */
 class ImportedCall {
 public:
-    ImportedCall(const char *name, Result result, Purpose purpose);
+    /* Without names a status is shown as a number. */
+    ImportedCall(const char *name, Result result, Purpose purpose,
+                 const StatusNames *names = nullptr);
     ImportedCall(const ImportedCall &) = delete;
     ImportedCall &operator=(const ImportedCall &) = delete;
 
@@ -131,6 +147,9 @@ public:
     Result result() const { return result_; }
     Purpose purpose() const { return purpose_; }
     bool can_fail() const { return result_ != Result::value; }
+    const StatusNames *names() const { return names_; }
+    /* "SDK_E_FULL", or the number of one without a name. */
+    std::string status_text(int64_t status) const;
 
     /* Make the call: an injected failure or a replayed answer stands in for the body. R is an
      * integer type, or a pointer type with a codec (its body always runs; a replay compares). A
@@ -172,6 +191,7 @@ private:
     const char *name_;
     Result result_;
     Purpose purpose_;
+    const StatusNames *names_;
 };
 
 /* A trace record, as observers see it: the text is whole, as the library's first sink got it. */
@@ -270,9 +290,5 @@ private:
     std::string note_;
     uint64_t made_ = 0;
 };
-
-/* The name of an SDK status ("SDK_E_FULL"), or its number for an unknown one; and back. */
-std::string sdk_status_name(int64_t status);
-std::optional<int32_t> sdk_status_number(std::string_view name);
 
 } // namespace kvnsim

@@ -64,7 +64,7 @@ TEST_F(SnapshotFile, comes_back_with_failures_kept_interfaces_held_channels_and_
                         "PORTCHANNEL": {"PortChannel7": {}},
                         "VLAN": {"Vlan10": {}, "Vlan11": {}},
                         "VLAN_INTERFACE": {"Vlan10": {}, "Vlan11": {}}})"));
-    ASSERT_TRUE(host.hold_port_channel(*host.find("PortChannel7")).ok());
+    ASSERT_EQ(host.hold_port_channel(*host.find("PortChannel7")), 0);
     Asic::instance().attr_set_batch(host.find("Vlan10")->intf_id(), SdkIntfAttrMtuIdx, 1500);
     Finding finding;
     finding.location = {"two.json", 3, 9, "PORT", "Ethernet8"};

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "sim/sdk/asic.h"
+#include "sim/switch/choreography.h"
 #include "sim/switch/switch.h"
 
 namespace kvnsim {
