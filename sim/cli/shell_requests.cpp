@@ -22,16 +22,27 @@ constexpr uint16_t usual_mtu = 9100;
 
 /* ---- Words ---- */
 
+/* The one that was found, or a complaint with the names that come near. */
+template <class Found, class Rows>
+Found &known(Found *found, const char *what, const std::string &name, const Rows &rows)
+{
+    if (found != nullptr)
+        return *found;
+    std::vector<std::string> names;
+    for (const auto &row : rows) {
+        if constexpr (std::is_pointer_v<std::decay_t<decltype(row)>>)
+            names.push_back(row->name);
+        else
+            names.emplace_back(row.name);
+    }
+    throw UsageError(
+        fmt::format("there is no {} {}{}", what, quoted(name), did_you_mean(name, names)));
+}
+
 HostInterface &interface_named(const std::string &name)
 {
     const Host &host = Host::instance();
-    if (HostInterface *interface = host.find(name))
-        return *interface;
-    std::vector<std::string> names;
-    for (const HostInterface *interface : host.interfaces())
-        names.push_back(interface->name);
-    throw UsageError(
-        fmt::format("there is no interface {}{}", quoted(name), did_you_mean(name, names)));
+    return known(host.find(name), "interface", name, host.interfaces());
 }
 
 /* 9216, 0x10000001, -1, on, off */
@@ -70,17 +81,6 @@ Mac mac_of(const std::string &word)
         throw UsageError(
             fmt::format("expected a MAC address such as 00:00:5e:00:01:0a, not {}", quoted(word)));
     return *mac;
-}
-
-const PropertyRow &property_named(const std::string &name)
-{
-    if (const PropertyRow *row = find_property(name))
-        return *row;
-    std::vector<std::string> names;
-    for (const PropertyRow &row : properties())
-        names.emplace_back(row.name);
-    throw UsageError(
-        fmt::format("there is no property {}{}", quoted(name), did_you_mean(name, names)));
 }
 
 Value value_of(const Parameter &parameter, std::string word)
@@ -287,7 +287,8 @@ int hold(Session &session, const ShellWords &words)
 int set(Session &session, const ShellWords &words)
 {
     HostInterface &interface = interface_named(words[0]);
-    const PropertyRow &property = property_named(words[1]);
+    const PropertyRow &property =
+        known(find_property(words[1]), "property", words[1], properties());
     return tell(session, entry::set_l3_property(interface, property.type, number_of(words[2])));
 }
 
@@ -334,18 +335,12 @@ int dump(Session &session, const ShellWords &words)
 int poke(Session &session, const ShellWords &words)
 {
     const HostInterface &interface = interface_named(words[0]);
-    const AttributeRow *attribute = find_attribute(std::string_view(words[1]));
-    if (attribute == nullptr) {
-        std::vector<std::string> names;
-        for (const AttributeRow &row : attributes())
-            names.emplace_back(row.name);
-        throw UsageError(fmt::format("there is no attribute {}{}", quoted(words[1]),
-                                     did_you_mean(words[1], names)));
-    }
+    const AttributeRow &attribute =
+        known(find_attribute(std::string_view(words[1])), "attribute", words[1], attributes());
     sdk_intf_attr_value value{};
     value.param1 = static_cast<uint32_t>(number_of(words[2]));
     return tell(session, host_task("host: poke", interface.name, [&] {
-                    return libsdk_intf_attr_set(0, interface.intf_id(), attribute->number, &value);
+                    return libsdk_intf_attr_set(0, interface.intf_id(), attribute.number, &value);
                 }));
 }
 

@@ -2,29 +2,12 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cstring>
 
 #include <fmt/format.h>
 
 namespace kvnsim {
 
 namespace {
-
-template <class T, Value::Style style> Value read_integer(const void *data)
-{
-    T number;
-    std::memcpy(&number, data, sizeof number);
-    return Value::integer(static_cast<int64_t>(number), style);
-}
-
-template <class T> void write_integer(void *data, const Value &value)
-{
-    const T number = static_cast<T>(value.number());
-    std::memcpy(data, &number, sizeof number);
-}
-
-template <class T, Value::Style style = Value::Style::decimal>
-constexpr Codec integer_codec{read_integer<T, style>, write_integer<T>};
 
 std::vector<const ImportedCall *> &registry()
 {
@@ -47,27 +30,6 @@ void spell_out(std::initializer_list<Argument> arguments, bool outputs, std::vec
 }
 
 } // namespace
-
-template <> const Codec &codec<uint8_t>()
-{
-    return integer_codec<uint8_t>;
-}
-template <> const Codec &codec<uint16_t>()
-{
-    return integer_codec<uint16_t>;
-}
-template <> const Codec &codec<uint32_t>()
-{
-    return integer_codec<uint32_t>;
-}
-template <> const Codec &codec<int32_t>()
-{
-    return integer_codec<int32_t>;
-}
-const Codec &ifindex_codec()
-{
-    return integer_codec<uint32_t, Value::Style::hex>;
-}
 
 const FailedCall &Request::first_failure() const
 {
@@ -219,6 +181,7 @@ void Journal::begin(std::shared_ptr<Request> request)
     assert(!current_);
     current_ = std::move(request);
     current_->number = ++made_;
+    current_->cause = cause;
     for (Observer *observer : observers_)
         observer->request_begins(*current_);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -58,15 +59,30 @@ struct Codec {
     void (*write)(void *data, const Value &value); /* nullptr: an input only */
 };
 
+template <class T, Value::Style style = Value::Style::decimal>
+constexpr Codec integer_codec{[](const void *data) {
+                                  static_assert(std::is_integral_v<T>,
+                                                "a record needs a codec of its own");
+                                  T number;
+                                  std::memcpy(&number, data, sizeof number);
+                                  return Value::integer(static_cast<int64_t>(number), style);
+                              },
+                              [](void *data, const Value &value) {
+                                  const T number = static_cast<T>(value.number());
+                                  std::memcpy(data, &number, sizeof number);
+                              }};
+
 /* The codec of type T; specialise for each record that a call takes. */
-template <class T> const Codec &codec();
-template <> const Codec &codec<uint8_t>();
-template <> const Codec &codec<uint16_t>();
-template <> const Codec &codec<uint32_t>();
-template <> const Codec &codec<int32_t>();
+template <class T> const Codec &codec()
+{
+    return integer_codec<T>;
+}
 
 /* An interface index: hexadecimal. */
-const Codec &ifindex_codec();
+inline const Codec &ifindex_codec()
+{
+    return integer_codec<uint32_t, Value::Style::hex>;
+}
 
 /* One argument of a call in flight: a name and where the C value lies. */
 struct Argument {
@@ -264,7 +280,7 @@ public:
     bool observed() const { return !observers_.empty(); }
 
     /* Between these two everything belongs to the request. Requests do not nest. */
-    void begin(std::shared_ptr<Request> request); /* numbers it */
+    void begin(std::shared_ptr<Request> request); /* numbers it and gives it the cause */
     RequestRef end(std::optional<int64_t> result);
     RequestRef current() const { return current_; }
     Origin origin() const; /* of what is being made now */
@@ -278,6 +294,7 @@ public:
     Faults faults;
     Answers *answers = nullptr;
     uint64_t calls_made = 0;
+    std::string cause; /* of the requests that are made, set by CauseScope */
 
     /* Forget requests, faults and counts; observers stay. */
     void reset();
@@ -289,6 +306,20 @@ private:
     const char *current_call_ = "";
     std::string note_;
     uint64_t made_ = 0;
+};
+
+/* Requests made while one lives carry its text as their cause. They nest; the inner one counts. */
+class CauseScope {
+public:
+    explicit CauseScope(std::string cause)
+        : outer_(std::exchange(Journal::instance().cause, std::move(cause)))
+    {}
+    ~CauseScope() { Journal::instance().cause = std::move(outer_); }
+    CauseScope(const CauseScope &) = delete;
+    CauseScope &operator=(const CauseScope &) = delete;
+
+private:
+    std::string outer_;
 };
 
 } // namespace kvnsim

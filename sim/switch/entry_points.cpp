@@ -146,7 +146,7 @@ Response EntryPoint::end(int64_t result) const
     const bool refused =
         (outcome_ == Outcome::status && result != 0) ||
         (outcome_ == Outcome::router_mac && (result == no_id || static_cast<int32_t>(result) < 0));
-    return end_request(result, refused);
+    return answer_to(Journal::instance().end(result), result, refused);
 }
 
 void EntryPoint::Argument::refuse(const char *expected) const

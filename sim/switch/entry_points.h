@@ -146,7 +146,7 @@ private:
         request->entry = name();
         [[maybe_unused]] auto parameter = parameters().begin();
         ((describe(*request, *parameter, value_of(*parameter, arguments)), ++parameter), ...);
-        begin_request(std::move(request));
+        Journal::instance().begin(std::move(request));
         if constexpr (std::is_pointer_v<R>) {
             std::string text = function_(arguments...);
             Response response = end(0);

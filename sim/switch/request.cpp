@@ -4,12 +4,6 @@
 #include <utility>
 
 namespace kvnsim {
-namespace {
-
-std::string current_cause;
-
-} // namespace
-
 std::string Response::failure() const
 {
     return request != nullptr ? request->failure_text() : refusal;
@@ -23,19 +17,13 @@ Response not_made(std::string refusal)
     return response;
 }
 
-void begin_request(std::shared_ptr<Request> request)
-{
-    request->cause = current_cause;
-    Journal::instance().begin(std::move(request));
-}
-
-Response end_request(int64_t result, bool refused, bool shows_result)
+Response answer_to(RequestRef request, int64_t result, bool refused)
 {
     Response response;
-    response.request = Journal::instance().end(shows_result ? std::optional(result) : std::nullopt);
-    response.result = result;
     response.refused = refused;
-    response.failed = refused || response.request->failed_calls != 0;
+    response.failed = refused || request->failed_calls != 0;
+    response.result = result;
+    response.request = std::move(request);
     return response;
 }
 
@@ -45,22 +33,10 @@ Response host_task(const char *task, const std::string &subject,
     auto request = std::make_shared<Request>();
     request->entry = task;
     request->subject = request->arguments = subject;
-    begin_request(std::move(request));
+    Journal &journal = Journal::instance();
+    journal.begin(std::move(request));
     const int32_t status = work();
-    return end_request(status, status != 0, false);
-}
-
-CauseScope::CauseScope(std::string cause) : outer_(std::exchange(current_cause, std::move(cause)))
-{}
-
-CauseScope::~CauseScope()
-{
-    current_cause = std::move(outer_);
-}
-
-const std::string &CauseScope::current()
-{
-    return current_cause;
+    return answer_to(journal.end(std::nullopt), status, status != 0);
 }
 
 } // namespace kvnsim

@@ -25,27 +25,12 @@ struct Response {
 /* Of a request that the host does not make: "Ethernet0 still has sub-interfaces". */
 Response not_made(std::string refusal);
 
-/* Between these two everything belongs to the request. The cause is filled in. A task of the host
- * shows no result. */
-void begin_request(std::shared_ptr<Request> request);
-Response end_request(int64_t result, bool refused, bool shows_result = true);
+/* Of a request that has ended. */
+Response answer_to(RequestRef request, int64_t result, bool refused);
 
 /* Let the host do something by itself. The task's name ("host: give port its LID") outlives it.
  * The work returns 0, or the status of the call that was refused. */
 Response host_task(const char *task, const std::string &subject,
                    const std::function<int32_t()> &work);
-
-/* Requests made while one lives carry its text as their cause. They nest; the inner one counts. */
-class CauseScope {
-public:
-    explicit CauseScope(std::string cause);
-    ~CauseScope();
-    CauseScope(const CauseScope &) = delete;
-    CauseScope &operator=(const CauseScope &) = delete;
-    static const std::string &current();
-
-private:
-    std::string outer_;
-};
 
 } // namespace kvnsim

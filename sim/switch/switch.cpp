@@ -28,16 +28,6 @@ void forget_virtual_macs()
     fhrp_mac_hash = nullptr;
 }
 
-/* What a new interface has without the library's doing. */
-Settings new_settings()
-{
-    Settings settings;
-    settings.ipv6 = false;
-    settings.vrf = "";
-    settings.nat_zone = 0;
-    return settings;
-}
-
 } // namespace
 
 Switch::Switch()
@@ -67,7 +57,10 @@ public:
         const size_t failures = applied_.failures.size();
         const Row &row = row_of(step.kind);
         take_up(own(step));
-        (this->*row.carry_out)(step);
+        if (row.alone != nullptr)
+            (this->*row.alone)(step);
+        else if (HostInterface *const found = object(step))
+            (this->*row.with_object)(step, *found);
         if (applied_.failures.size() == failures && row.object_goes)
             drop_reasons(step.name, [](const Reason &) { return true; });
         applied_.steps_done++;
@@ -124,33 +117,37 @@ private:
         });
     }
 
+    /* What carries a step out, by itself or with the host's record of the step's object. */
     struct Row {
-        void (Executor::*carry_out)(const Step &);
+        void (Executor::*alone)(const Step &);
+        void (Executor::*with_object)(const Step &, HostInterface &);
         bool object_goes; /* with whatever failed about it */
     };
 
     static const Row &row_of(StepKind kind)
     {
-        static constexpr Row rows[] = {/* in the order of StepKind */
-                                       {&Executor::remove_virtual_mac, false},
-                                       {&Executor::delete_sub_interface, true},
-                                       {&Executor::delete_svi, true},
-                                       {&Executor::remove_member, false},
-                                       {&Executor::unroute_port_channel, true},
-                                       {&Executor::delete_port_channel, true},
-                                       {&Executor::unroute_port, true},
-                                       {&Executor::delete_port, true},
-                                       {&Executor::remove_router_mac, false},
-                                       {&Executor::add_router_mac, false},
-                                       {&Executor::add_port, false},
-                                       {&Executor::route_port, false},
-                                       {&Executor::add_port_channel, false},
-                                       {&Executor::route_port_channel, false},
-                                       {&Executor::add_member, false},
-                                       {&Executor::add_svi, false},
-                                       {&Executor::add_sub_interface, false},
-                                       {&Executor::change_settings, false},
-                                       {&Executor::add_virtual_mac, false}};
+        static constexpr Row rows[] = {
+            /* in the order of StepKind */
+            {nullptr, &Executor::remove_virtual_mac, false},
+            {nullptr, &Executor::delete_sub_interface, true},
+            {nullptr, &Executor::delete_svi, true},
+            {&Executor::remove_member, nullptr, false},
+            {nullptr, &Executor::unroute_port_channel, true},
+            {nullptr, &Executor::delete_port_channel, true},
+            {nullptr, &Executor::unroute_port, true},
+            {nullptr, &Executor::delete_port, true},
+            {&Executor::remove_router_mac, nullptr, false},
+            {&Executor::add_router_mac, nullptr, false},
+            {&Executor::add_port, nullptr, false},
+            {nullptr, &Executor::route_port, false},
+            {&Executor::add_port_channel, nullptr, false},
+            {nullptr, &Executor::route_port_channel, false},
+            {nullptr, &Executor::add_member, false},
+            {&Executor::add_svi, nullptr, false},
+            {&Executor::add_sub_interface, nullptr, false},
+            {nullptr, &Executor::change_settings, false},
+            {nullptr, &Executor::add_virtual_mac, false},
+        };
         return rows[static_cast<size_t>(kind)];
     }
 
@@ -254,7 +251,7 @@ private:
 
     /* The step's object. Without it the step cannot be made, for a reason that an earlier one has
      * noted. */
-    HostInterface *interface(const Step &step)
+    HostInterface *object(const Step &step)
     {
         HostInterface *found = host_.find(step.name);
         if (found == nullptr) {
@@ -276,11 +273,9 @@ private:
         const auto found = switch_.vpns_.find(vrf);
         if (found != switch_.vpns_.end())
             return found->second;
-        std::set<uint32_t> taken;
-        for (const auto &[name, number] : switch_.vpns_)
-            taken.insert(number);
         uint32_t number = 1;
-        while (taken.count(number) != 0)
+        while (std::any_of(switch_.vpns_.begin(), switch_.vpns_.end(),
+                           [&](const auto &vpn) { return vpn.second == number; }))
             ++number;
         return switch_.vpns_[vrf] = number;
     }
@@ -331,7 +326,7 @@ private:
     void write_new(const Step &step, HostInterface &interface, const Response &creation,
                    const Settings &to)
     {
-        Settings has = new_settings();
+        Settings has{{}, {}, false, "", 0};
         if (!creation.failed) {
             has.mtu = to.mtu;
             has.ipv4 = to.ipv4;
@@ -342,46 +337,38 @@ private:
 
     /* ---- Deletions ---- */
 
-    void remove_virtual_mac(const Step &step)
+    void remove_virtual_mac(const Step &step, HostInterface &owner)
     {
-        HostInterface *const owner = interface(step);
-        if (owner != nullptr &&
-            done_entirely(own(step), entry::fhrp_mac_del(step.mac, owner->ifindex)))
+        if (done_entirely(own(step), entry::fhrp_mac_del(step.mac, owner.ifindex)))
             have_.virtual_macs.erase({step.name, step.mac});
     }
 
-    /* Its SDK interface is gone. */
-    bool delete_l3(const Step &step, HostInterface *gone)
+    /* The SDK interface of the step's object goes. */
+    bool delete_l3(const Step &step, HostInterface &gone)
     {
-        if (gone == nullptr || !done(own(step), delete_interface(*gone)))
+        if (!done(own(step), delete_interface(gone)))
             return false;
         settings_.erase(step.name);
         return true;
     }
 
-    void delete_sub_interface(const Step &step)
+    void delete_sub_interface(const Step &step, HostInterface &sub)
     {
-        HostInterface *const sub = interface(step);
-        if (!delete_l3(step, sub))
-            return;
-        host_.remove(*sub);
-        sub_interfaces_.erase(step.name);
+        if (delete_l3(step, sub) && host_.remove(sub))
+            sub_interfaces_.erase(step.name);
     }
 
-    void delete_svi(const Step &step)
+    void delete_svi(const Step &step, HostInterface &svi)
     {
-        HostInterface *const svi = interface(step);
-        if (!delete_l3(step, svi))
-            return;
-        host_.remove(*svi);
-        svis_.erase(step.name);
+        if (delete_l3(step, svi) && host_.remove(svi))
+            svis_.erase(step.name);
     }
 
     void remove_member(const Step &step)
     {
         DesiredPortChannel &has = have_.port_channels.at(step.other);
         const bool declined = switch_.declined_.count({step.other, step.name}) != 0;
-        HostInterface *const port = has.l3 && !declined ? interface(step) : nullptr;
+        HostInterface *const port = has.l3 && !declined ? object(step) : nullptr;
         if (port != nullptr && port->channel != nullptr && !leaves(step, *port))
             return;
         has.members.erase(step.name);
@@ -404,56 +391,47 @@ private:
     }
 
     /* Its last member has torn down what the ASIC had of it. */
-    void unroute_port_channel(const Step &step)
+    void unroute_port_channel(const Step &step, HostInterface &port_channel)
     {
-        HostInterface *const port_channel = interface(step);
-        if (port_channel == nullptr)
-            return;
         /* A member made by hand: the library follows it to the port-channel's context. */
-        if (const std::string use = in_use(*port_channel); !use.empty())
+        if (const std::string use = in_use(port_channel); !use.empty())
             return fail(step, use);
         settings_.erase(step.name);
-        host_.unregister_l3(*port_channel);
+        host_.unregister_l3(port_channel);
         have_.port_channels.at(step.name).l3.reset();
     }
 
-    void delete_port_channel(const Step &step)
+    void delete_port_channel(const Step &step, HostInterface &port_channel)
     {
-        HostInterface *const port_channel = interface(step);
-        if (port_channel == nullptr)
+        if (!done(own(step), release_port_channel(port_channel)))
             return;
-        if (!done(own(step), release_port_channel(*port_channel)))
-            return;
-        if (!host_.remove(*port_channel))
+        if (!host_.remove(port_channel))
             return fail(step, step.name + " still has sub-interfaces or members");
         have_.port_channels.erase(step.name);
     }
 
-    void unroute_port(const Step &step)
+    void unroute_port(const Step &step, HostInterface &port)
     {
-        if (delete_l3(step, interface(step)))
+        if (delete_l3(step, port))
             have_.routed_ports.erase(step.name);
     }
 
-    void delete_port(const Step &step)
+    void delete_port(const Step &step, HostInterface &port)
     {
-        HostInterface *const port = interface(step);
-        if (port == nullptr)
-            return;
         /* Members and interfaces made by hand are none of this plan's. */
-        if (const std::string use = in_use(*port); !use.empty())
+        if (const std::string use = in_use(port); !use.empty())
             return fail(step, use);
-        if (port->intf_id() != no_id)
+        if (port.intf_id() != no_id)
             return fail(step, step.name + " is still routed");
-        if (port->sub_interfaces != 0)
+        if (port.sub_interfaces != 0)
             return fail(step, step.name + " still has sub-interfaces");
         const Response response = host_task("host: remove port", step.name, [&] {
-            const int32_t status = host_.release_kept_intf(*port);
-            return status != 0 ? status : host_.release_port_lid(*port);
+            const int32_t status = host_.release_kept_intf(port);
+            return status != 0 ? status : host_.release_port_lid(port);
         });
         if (!done(own(step), response))
             return;
-        host_.remove(*port);
+        host_.remove(port);
         have_.ports.erase(step.name);
     }
 
@@ -505,10 +483,9 @@ private:
         return true;
     }
 
-    void route_port(const Step &step)
+    void route_port(const Step &step, HostInterface &port)
     {
-        HostInterface *const port = interface(step);
-        if (port != nullptr && create(step, *port))
+        if (create(step, port))
             have_.routed_ports.emplace_hint(have_.routed_ports.end(), step.name,
                                             want_.routed_ports.at(step.name));
     }
@@ -524,24 +501,18 @@ private:
         have_.port_channels.emplace(step.name, std::move(has));
     }
 
-    void route_port_channel(const Step &step)
+    void route_port_channel(const Step &step, HostInterface &port_channel)
     {
-        HostInterface *const port_channel = interface(step);
-        if (port_channel == nullptr)
-            return;
         const DesiredPortChannel &wants = want_.port_channels.at(step.name);
         DesiredPortChannel &has = have_.port_channels.at(step.name);
         has.l3 = wants.l3;
         has.l3_location = wants.l3_location;
-        create(step, *port_channel);
+        create(step, port_channel);
     }
 
-    void add_member(const Step &step)
+    void add_member(const Step &step, HostInterface &port)
     {
         const auto found = have_.port_channels.find(step.other);
-        HostInterface *const port = interface(step);
-        if (port == nullptr)
-            return;
         if (found == have_.port_channels.end())
             return fail(step,
                         "port-channel " + step.other + " is not there: an earlier step failed");
@@ -555,7 +526,7 @@ private:
             return fail(step, step.other + " is still routed: an earlier step failed");
 
         HostInterface &port_channel = *host_.find(step.other);
-        if (!host_.join(*port, port_channel))
+        if (!host_.join(port, port_channel))
             return fail(step, step.name + " is a member of another port-channel");
         const Settings settings = settings_of(*wants.l3, wants.mtu);
         const bool was_built = port_channel.intf_id() != no_id;
@@ -564,10 +535,10 @@ private:
         const Concern concern =
             port_channel.membership.member_count == 1 ? building(step, port_channel) : own(step);
         take_up(concern);
-        const Response response = join(*port);
+        const Response response = join(port);
         if (done(concern, response)) {
             has.members.emplace(step.name, step.cause);
-            if (port->channel == nullptr)
+            if (port.channel == nullptr)
                 switch_.declined_.insert({step.other, step.name});
         } else {
             note(own(step), response.failure(), response.request, false);
@@ -605,19 +576,15 @@ private:
 
     /* ---- Changes ---- */
 
-    void change_settings(const Step &step)
+    void change_settings(const Step &step, HostInterface &changed)
     {
-        HostInterface *const changed = interface(step);
-        Settings *const has = settings_.find(step.name);
-        if (changed != nullptr && has != nullptr)
-            write(step, *changed, *has, step.settings);
+        if (Settings *const has = settings_.find(step.name))
+            write(step, changed, *has, step.settings);
     }
 
-    void add_virtual_mac(const Step &step)
+    void add_virtual_mac(const Step &step, HostInterface &owner)
     {
-        HostInterface *const owner = interface(step);
-        if (owner != nullptr &&
-            done_entirely(own(step), entry::fhrp_mac_add(step.mac, owner->ifindex)))
+        if (done_entirely(own(step), entry::fhrp_mac_add(step.mac, owner.ifindex)))
             have_.virtual_macs.insert({{step.name, step.mac}, step.cause});
     }
 

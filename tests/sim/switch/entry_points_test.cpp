@@ -57,13 +57,13 @@ TEST_F(EntryPointsTest, ARequestCarriesItsArgumentsSubjectAndCause)
 
 TEST_F(EntryPointsTest, CausesNestAndTheInnerOneCounts)
 {
-    EXPECT_EQ(CauseScope::current(), "");
+    EXPECT_EQ(Journal::instance().cause, "");
     const CauseScope outer("outer");
     {
         const CauseScope inner("inner");
-        EXPECT_EQ(CauseScope::current(), "inner");
+        EXPECT_EQ(Journal::instance().cause, "inner");
     }
-    EXPECT_EQ(CauseScope::current(), "outer");
+    EXPECT_EQ(Journal::instance().cause, "outer");
 }
 
 TEST_F(EntryPointsTest, InterfacesAreGivenByNameByIndexOrAsNull)
