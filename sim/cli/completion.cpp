@@ -17,7 +17,7 @@ Words faults(const std::string &begun)
 {
     Words words;
     if (const size_t equals = begun.find('='); equals != begun.npos) {
-        for (const SdkStatusRow &row : sdk_statuses()) {
+        for (const StatusNames::Row &row : sdk_statuses().rows) {
             if (row.status != SDK_E_NONE)
                 words.push_back(begun.substr(0, equals + 1) + row.name);
         }

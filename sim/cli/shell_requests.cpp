@@ -2,8 +2,6 @@
  * them. None of them may end the process: what the library does not survive is refused. */
 #include <algorithm>
 #include <charconv>
-#include <functional>
-#include <map>
 
 #include <fmt/format.h>
 
@@ -13,10 +11,9 @@
 #include "sim/cli/near.h"
 #include "sim/cli/shell.h"
 #include "sim/config/names.h"
-#include "sim/record/preconditions.h"
 #include "sim/sdk/asic.h"
 #include "sim/sdk/attributes.h"
-#include "sim/switch/host_task.h"
+#include "sim/switch/choreography.h"
 
 namespace kvnsim {
 namespace {
@@ -25,16 +22,27 @@ constexpr uint16_t usual_mtu = 9100;
 
 /* ---- Words ---- */
 
+/* The one that was found, or a complaint with the names that come near. */
+template <class Found, class Rows>
+Found &known(Found *found, const char *what, const std::string &name, const Rows &rows)
+{
+    if (found != nullptr)
+        return *found;
+    std::vector<std::string> names;
+    for (const auto &row : rows) {
+        if constexpr (std::is_pointer_v<std::decay_t<decltype(row)>>)
+            names.push_back(row->name);
+        else
+            names.emplace_back(row.name);
+    }
+    throw UsageError(
+        fmt::format("there is no {} {}{}", what, quoted(name), did_you_mean(name, names)));
+}
+
 HostInterface &interface_named(const std::string &name)
 {
     const Host &host = Host::instance();
-    if (HostInterface *interface = host.find(name))
-        return *interface;
-    std::vector<std::string> names;
-    for (const HostInterface *interface : host.interfaces())
-        names.push_back(interface->name);
-    throw UsageError(
-        fmt::format("there is no interface {}{}", quoted(name), did_you_mean(name, names)));
+    return known(host.find(name), "interface", name, host.interfaces());
 }
 
 /* 9216, 0x10000001, -1, on, off */
@@ -75,17 +83,6 @@ Mac mac_of(const std::string &word)
     return *mac;
 }
 
-const PropertyRow &property_named(const std::string &name)
-{
-    if (const PropertyRow *row = find_property(name))
-        return *row;
-    std::vector<std::string> names;
-    for (const PropertyRow &row : properties())
-        names.emplace_back(row.name);
-    throw UsageError(
-        fmt::format("there is no property {}{}", quoted(name), did_you_mean(name, names)));
-}
-
 Value value_of(const Parameter &parameter, std::string word)
 {
     /* As timelines print it: create=1. */
@@ -118,10 +115,12 @@ Value value_of(const Parameter &parameter, std::string word)
 
 /* ---- Requests ---- */
 
+/* What came of it; a task of the host is silent when it is done. */
 int tell(Session &session, const Response &response)
 {
-    session.console.out() << fmt::format("{}({}) = {}\n", response.request->entry,
-                                         response.request->arguments, response.result);
+    if (response.request != nullptr && response.request->result)
+        session.console.out() << fmt::format("{}({}) = {}\n", response.request->entry,
+                                             response.request->arguments, response.result);
     if (!response.output.empty()) {
         session.console.out() << response.output;
         if (response.output.back() != '\n')
@@ -133,50 +132,9 @@ int tell(Session &session, const Response &response)
     return exit_request;
 }
 
-/* Make a request, unless the library would end the process: that is a refusal, too. */
-int request(Session &session, std::string_view name, const std::vector<Value> &values,
-            Response *response = nullptr)
+int flush(Session &session, const ShellWords &)
 {
-    const EntryPoint &entry = *EntryPoint::find(name);
-    const std::string reason = why_not(entry, values);
-    if (!reason.empty()) {
-        session.error(fmt::format("{} refused, the library would abort: {}", entry.name(), reason));
-        return exit_request;
-    }
-    const Response made = entry.call(values);
-    if (response != nullptr)
-        *response = made;
-    return tell(session, made);
-}
-
-Value of(const HostInterface &interface)
-{
-    return Value::integer(interface.ifindex, Value::Style::hex);
-}
-
-/* Let the host do something by itself. */
-int host_does(Session &session, const char *task, const std::string &subject,
-              const std::function<Status()> &work)
-{
-    HostTask doing(task, subject);
-    const Status status = work();
-    const std::string failure = doing.failure(status);
-    if (failure.empty())
-        return exit_well;
-    session.error(failure);
-    return exit_request;
-}
-
-int flush_batch(Session &session)
-{
-    return host_does(session, "host: flush", "", [] {
-        return Status{"fwmpd_kavelin_batch_flush", fwmpd_kavelin_batch_flush()};
-    });
-}
-
-int worst(int a, int b)
-{
-    return std::max(a, b);
+    return tell(session, host_task("host: flush", "", fwmpd_kavelin_batch_flush));
 }
 
 /* ---- Interfaces ---- */
@@ -197,8 +155,7 @@ HostInterface *make_interface(Session &session, const std::string &name,
         for (uint32_t port = 0; made == nullptr && port <= max_port; ++port)
             made = host.find(port_ifindex(port)) == nullptr ? host.add_port(name, port) : nullptr;
         if (made != nullptr)
-            host_does(session, "host: give port its LID", name,
-                      [&] { return host.make_port_lid(*made); });
+            tell(session, give_port_lid(*made));
         break;
     case InterfaceKind::port_channel:
         made = host.add_port_channel(name, parsed.number);
@@ -220,18 +177,14 @@ HostInterface *make_interface(Session &session, const std::string &name,
     return made;
 }
 
-/* The record ends with the interface, unless something stands on it or the switch counts on it. */
+/* The record ends with the interface, unless the switch counts on it or the host holds it. */
 void retire(const Session &session, HostInterface &interface)
 {
-    Host &host = Host::instance();
-    if (interface.sub_interfaces != 0 || interface.channel != nullptr ||
-        !host.members(interface).empty())
-        return;
-    host.unregister_l3(interface);
     const Desired &have = session.power.have();
     const bool wanted = have.port_channels.count(interface.name) != 0 ||
                         have.sub_interfaces.count(interface.name) != 0 ||
                         have.svis.count(interface.name) != 0;
+    Host &host = Host::instance();
     if (interface.kind != InterfaceKind::port && !wanted &&
         !host.held_port_channel(interface.ifindex))
         host.remove(interface);
@@ -252,72 +205,38 @@ int create(Session &session, const ShellWords &words)
     else if (words.size() < 2)
         throw UsageError(fmt::format("{}: which VLAN?", name));
 
-    const bool is_new = interface == nullptr;
-    if (is_new)
+    if (interface == nullptr)
         interface = make_interface(session, name, *parsed, vlan);
     if (interface == nullptr)
         return exit_request;
-    Host &host = Host::instance();
-    if (interface->kept_intf)
-        host_does(session, "host: release kept SDK interface", name,
-                  [&] { return host.release_kept_intf(*interface); });
-    host.register_l3(*interface);
-    const Value record = of(*interface), number = Value::integer(vlan), yes = Value::integer(1);
-    int status = exit_well;
-    switch (interface->kind) {
-    case InterfaceKind::port:
-        status = request(session, "add_l3port", {record, yes});
-        break;
-    case InterfaceKind::port_channel:
+    const Response response = create_interface(*interface, vlan);
+    if (response.request == nullptr && !response.refused)
         session.console.out() << name << " comes with its first member: join PORT " << name << "\n";
-        break;
-    case InterfaceKind::svi:
-        status = request(session, "add_svi", {record, number});
-        break;
-    case InterfaceKind::sub_interface:
-        status = request(session, "add_subint", {record, number, yes});
-        break;
-    }
-    if (status != exit_well && is_new && interface->intf_id() == no_id)
+    if (response.refused && !interface->registered)
         retire(session, *interface);
-    return status;
+    return tell(session, response);
 }
 
 int remove(Session &session, const ShellWords &words)
 {
     HostInterface &interface = interface_named(words[0]);
-    static const std::map<InterfaceKind, const char *> entries = {
-        {InterfaceKind::port, "del_l3port"},
-        {InterfaceKind::port_channel, "del_l3port"},
-        {InterfaceKind::svi, "del_svi"},
-        {InterfaceKind::sub_interface, "del_subint"}};
-    Response response;
-    const int status = request(session, entries.at(interface.kind), {of(interface)}, &response);
+    const Response response = delete_interface(interface);
     if (!response.refused)
         retire(session, interface);
-    return status;
+    return tell(session, response);
 }
 
 int join(Session &session, const ShellWords &words)
 {
     HostInterface &port = interface_named(words[0]);
     HostInterface &channel = interface_named(words[1]);
-    Host &host = Host::instance();
-    if (!host.join(port, channel))
+    if (!Host::instance().join(port, channel))
         throw UsageError(fmt::format("{} cannot join {}: a port joins a port-channel, and one only",
                                      port.name, channel.name));
-    host.register_l3(channel);
-    host.register_l3(port);
-    const bool first = channel.membership.member_count == 1 || channel.context() == nullptr;
-    Response response;
-    const int status =
-        request(session, "add_l3pc", {of(port), Value::integer(first ? 1 : 0)}, &response);
-    /* Nor does a port that the library refused or, routed as it is, declined stay a member. */
-    if (response.refused || port.intf_id() != no_id) {
-        host.leave(port);
-        return status;
-    }
-    return worst(status, request(session, "add_l3pc_member", {of(channel), of(port)}));
+    int status = exit_well;
+    kvnsim::join(port,
+                 [&](const Response &each) { status = std::max(status, tell(session, each)); });
+    return status;
 }
 
 int leave(Session &session, const ShellWords &words)
@@ -325,14 +244,10 @@ int leave(Session &session, const ShellWords &words)
     HostInterface &port = interface_named(words[0]);
     if (port.channel == nullptr)
         throw UsageError(fmt::format("{} is no member of a port-channel", port.name));
-    HostInterface &channel = *port.channel;
-    const bool last = channel.membership.member_count == 1;
-    const int left = request(session, "del_l3pc", {of(port), Value::integer(last ? 1 : 0)});
-    const int told = request(session, "del_l3pc_member", {of(channel), of(port)});
-    Host::instance().leave(port);
-    if (port.intf_id() == no_id)
-        Host::instance().unregister_l3(port);
-    return worst(left, told);
+    int status = exit_well;
+    kvnsim::leave(port,
+                  [&](const Response &each) { status = std::max(status, tell(session, each)); });
+    return status;
 }
 
 int set_registered(Session &, const ShellWords &words)
@@ -342,8 +257,7 @@ int set_registered(Session &, const ShellWords &words)
         Host::instance().register_l3(interface);
         return exit_well;
     }
-    if (interface.sub_interfaces != 0 || interface.channel != nullptr ||
-        !Host::instance().members(interface).empty())
+    if (!in_use(interface).empty())
         throw UsageError(fmt::format(
             "{} has members or sub-interfaces or is a member: they would lose what they stand on",
             interface.name));
@@ -363,87 +277,71 @@ int hold(Session &session, const ShellWords &words)
         channel = &interface_named(words[0]);
     if (channel->kind != InterfaceKind::port_channel)
         throw UsageError(fmt::format("{} is no port-channel", channel->name));
-    return on ? host_does(session, "host: hold port-channel", channel->name,
-                          [&] { return host.hold_port_channel(*channel); })
-              : host_does(session, "host: release port-channel", channel->name,
-                          [&] { return host.release_held_port_channel(*channel); });
+    return tell(session, on ? host_task("host: hold port-channel", channel->name,
+                                        [&] { return host.hold_port_channel(*channel); })
+                            : release_port_channel(*channel));
 }
 
 /* ---- Settings and MACs ---- */
 
 int set(Session &session, const ShellWords &words)
 {
-    const HostInterface &interface = interface_named(words[0]);
-    const PropertyRow &property = property_named(words[1]);
-    return request(
-        session, "set_l3_property",
-        {of(interface), Value::integer(property.type), Value::integer(number_of(words[2]))});
+    HostInterface &interface = interface_named(words[0]);
+    const PropertyRow &property =
+        known(find_property(words[1]), "property", words[1], properties());
+    return tell(session, entry::set_l3_property(interface, property.type, number_of(words[2])));
 }
 
 int loopback(Session &session, const ShellWords &words)
 {
     const HostInterface &interface = interface_named(words[0]);
-    const int status = request(session, "loopback_enable",
-                               {of(interface), Value::integer(flag_of(words[1]) ? 1 : 0)});
-    return worst(status, flush_batch(session));
+    const int status = tell(session, entry::loopback_enable(interface.ifindex, flag_of(words[1])));
+    return std::max(status, flush(session, {}));
 }
 
 int virtual_mac(Session &session, const ShellWords &words)
 {
     const HostInterface &interface = interface_named(words[0]);
-    const Value mac = Value::text(to_text(mac_of(words[1])));
-    return request(session, flag_of(words[2]) ? "fhrp_mac_add" : "fhrp_mac_del",
-                   {mac, of(interface)});
+    const Mac mac = mac_of(words[1]);
+    return tell(session, flag_of(words[2]) ? entry::fhrp_mac_add(mac, interface.ifindex)
+                                           : entry::fhrp_mac_del(mac, interface.ifindex));
 }
 
 int router_mac(Session &session, const ShellWords &words)
 {
     const Mac mac = mac_of(words[0]);
     if (flag_of(words[1]))
-        return request(session, "rmac_add", {Value::text(to_text(mac))});
+        return tell(session, entry::rmac_add(mac));
     for (const RouterMacRow &row : Asic::instance().rows<RouterMacRow>()) {
         if (row.mac == mac)
-            return request(session, "rmac_del", {Value::integer(row.peer_mac_id)});
+            return tell(session, entry::rmac_del(row.peer_mac_id));
     }
     throw UsageError(fmt::format("{} is no router MAC", to_text(mac)));
 }
 
 /* ---- Anything ---- */
 
-int dump(Session &session, const ShellWords &words)
-{
-    const HostInterface &interface = interface_named(words[0]);
-    return request(session, "dump_l3lif", {Value::text("output"), Value::text(""), of(interface)});
-}
-
 int call(Session &session, const ShellWords &words)
 {
     const EntryPoint &entry = entry_named(words[0]);
-    return request(session, entry.name(), arguments_of(entry, {words.begin() + 1, words.end()}));
+    return tell(session, entry.call(arguments_of(entry, {words.begin() + 1, words.end()})));
 }
 
-int flush(Session &session, const ShellWords &)
+int dump(Session &session, const ShellWords &words)
 {
-    return flush_batch(session);
+    return call(session, {"dump_l3lif", "", interface_named(words[0]).name});
 }
 
 int poke(Session &session, const ShellWords &words)
 {
     const HostInterface &interface = interface_named(words[0]);
-    const AttributeRow *attribute = find_attribute(std::string_view(words[1]));
-    if (attribute == nullptr) {
-        std::vector<std::string> names;
-        for (const AttributeRow &row : attributes())
-            names.emplace_back(row.name);
-        throw UsageError(fmt::format("there is no attribute {}{}", quoted(words[1]),
-                                     did_you_mean(words[1], names)));
-    }
+    const AttributeRow &attribute =
+        known(find_attribute(std::string_view(words[1])), "attribute", words[1], attributes());
     sdk_intf_attr_value value{};
     value.param1 = static_cast<uint32_t>(number_of(words[2]));
-    return host_does(session, "host: poke", interface.name, [&] {
-        return Status{"libsdk_intf_attr_set",
-                      libsdk_intf_attr_set(0, interface.intf_id(), attribute->number, &value)};
-    });
+    return tell(session, host_task("host: poke", interface.name, [&] {
+                    return libsdk_intf_attr_set(0, interface.intf_id(), attribute.number, &value);
+                }));
 }
 
 } // namespace

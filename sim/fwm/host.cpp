@@ -50,16 +50,16 @@ int32_t refuse_ifindex(uint32_t ifindex, const char *expected)
 }
 
 /* A LID entry with one path; nothing stays behind when refused. */
-Status make_lid_entry(const sdk_lid_path &path, uint32_t *lid_id)
+int32_t make_lid_entry(const sdk_lid_path &path, uint32_t *lid_id)
 {
     if (const int32_t code = libsdk_lid_entry_create(dev_inst, lid_id))
-        return {"libsdk_lid_entry_create", code};
-    if (const int32_t code = libsdk_lid_entry_path_add(dev_inst, *lid_id, &path)) {
+        return code;
+    const int32_t code = libsdk_lid_entry_path_add(dev_inst, *lid_id, &path);
+    if (code != 0) {
         const WithoutFaults repair;
         libsdk_lid_entry_destroy(dev_inst, *lid_id);
-        return {"libsdk_lid_entry_path_add", code};
     }
-    return {};
+    return code;
 }
 
 void free_context(HostInterface &interface)
@@ -95,15 +95,6 @@ uint32_t HostInterface::intf_id() const
 {
     const l3_pd *record = context();
     return record ? record->intf_id : no_id;
-}
-
-std::string Status::to_text() const
-{
-    if (ok())
-        return "done";
-    const ImportedCall *made = ImportedCall::find(call);
-    const bool named = made && made->result() == Result::sdk_status;
-    return std::string(call) + ": " + (named ? sdk_status_name(code) : std::to_string(code));
 }
 
 Host &Host::instance()
@@ -309,85 +300,83 @@ std::vector<HostInterface *> Host::members(const HostInterface &port_channel) co
     return found;
 }
 
-Status Host::make_port_lid(HostInterface &port)
+int32_t Host::make_port_lid(HostInterface &port)
 {
     if (port.lid_id)
-        return {};
+        return 0;
     sdk_lid_path path{};
     path.port_type = KVNSIM_SDK_PORT_TYPE_FRONT_PANEL;
     path.front_port = static_cast<uint8_t>(port.number + 1);
     uint32_t lid_id = no_id;
-    const Status status = make_lid_entry(path, &lid_id);
-    if (status.ok())
+    const int32_t code = make_lid_entry(path, &lid_id);
+    if (code == 0)
         port.lid_id = lid_id;
-    return status;
+    return code;
 }
 
-Status Host::release_port_lid(HostInterface &port)
+int32_t Host::release_port_lid(HostInterface &port)
 {
     if (!port.lid_id)
-        return {};
+        return 0;
     if (const int32_t code = libsdk_lid_entry_destroy(dev_inst, *port.lid_id))
-        return {"libsdk_lid_entry_destroy", code};
+        return code;
     port.lid_id.reset();
-    return {};
+    return 0;
 }
 
-Status Host::release_kept_intf(HostInterface &port)
+int32_t Host::release_kept_intf(HostInterface &port)
 {
     if (!port.kept_intf)
-        return {};
+        return 0;
     if (const int32_t code = fwmpd_kavelin_batch_flush())
-        return {"fwmpd_kavelin_batch_flush", code};
+        return code;
     if (const int32_t code = libsdk_intf_destroy(dev_inst, *port.kept_intf))
-        return {"libsdk_intf_destroy", code};
+        return code;
     port.kept_intf.reset();
     db_.forget_member_intf(port.ifindex);
-    return {};
+    return 0;
 }
 
-Status Host::hold_port_channel(HostInterface &port_channel)
+int32_t Host::hold_port_channel(HostInterface &port_channel)
 {
     if (held_.count(port_channel.ifindex))
-        return {};
+        return 0;
     HeldPortChannel held{no_id, no_id};
     if (const int32_t code = libsdk_portchannel_create(dev_inst, &held.pc_id))
-        return {"libsdk_portchannel_create", code};
+        return code;
     sdk_lid_path path{};
     path.port_type = SdkPortTypeChannel;
     path.pc_id = held.pc_id;
-    const Status status = make_lid_entry(path, &held.lid_id);
-    if (status.ok()) {
+    const int32_t code = make_lid_entry(path, &held.lid_id);
+    if (code == 0) {
         held_.emplace(port_channel.ifindex, held);
     } else {
         const WithoutFaults repair;
         libsdk_portchannel_destroy(dev_inst, held.pc_id);
     }
-    return status;
+    return code;
 }
 
-Status Host::release_held_port_channel(HostInterface &port_channel)
+int32_t Host::release_held_port_channel(HostInterface &port_channel)
 {
     const auto found = held_.find(port_channel.ifindex);
     if (found == held_.end())
-        return {};
+        return 0;
     HeldPortChannel &held = found->second;
     if (held.lid_id != no_id) {
         if (const int32_t code = libsdk_lid_entry_destroy(dev_inst, held.lid_id))
-            return {"libsdk_lid_entry_destroy", code};
+            return code;
         held.lid_id = no_id; /* gone, should the next step be refused and this be done again */
     }
     if (const int32_t code = libsdk_portchannel_destroy(dev_inst, held.pc_id))
-        return {"libsdk_portchannel_destroy", code};
+        return code;
     held_.erase(found);
-    return {};
+    return 0;
 }
 
-Status Host::publish_settings(HostInterface &interface)
+int32_t Host::publish_settings(HostInterface &interface)
 {
-    if (const int32_t code = l3lif_update_sdb_for_intf(&interface))
-        return {"l3lif_update_sdb_for_intf", code};
-    return {};
+    return l3lif_update_sdb_for_intf(&interface);
 }
 
 std::optional<HeldPortChannel> Host::held_port_channel(uint32_t ifindex) const

@@ -100,17 +100,9 @@ struct HostRow {
     std::optional<uint32_t> kept_intf;         /* SDK interface kept for a port's membership */
     std::optional<uint32_t> held_pc, held_lid; /* port-channel held for the library to adopt */
     bool loopback = false;
-    TABLE_ROW("host_interface", ifindex, kind, name, number, vlan, parent, channel, pd_state, registered,
-        mtu, ipv4_ucst, ipv4_mcst, ipv4_same_if, v4_vpn, v6_vpn, nat_zone, port_lid, kept_intf,
-        held_pc, held_lid, loopback)
-};
-
-/* How a task of the host ended: the imported call that refused, and its status. */
-struct Status {
-    const char *call = ""; /* "libsdk_lid_entry_create" */
-    int32_t code = 0;      /* 0 done */
-    bool ok() const { return code == 0; }
-    std::string to_text() const; /* "libsdk_lid_entry_create: SDK_E_FULL", "done" */
+    TABLE_ROW("host_interface", ifindex, kind, name, number, vlan, parent, channel, pd_state,
+              registered, mtu, ipv4_ucst, ipv4_mcst, ipv4_same_if, v4_vpn, v6_vpn, nat_zone,
+              port_lid, kept_intf, held_pc, held_lid, loopback)
 };
 
 /* A port-channel that the host made in the ASIC before the library knew it. */
@@ -157,20 +149,21 @@ public:
     bool leave(HostInterface &port);
     std::vector<HostInterface *> members(const HostInterface &port_channel) const;
 
-    /* ---- What the host makes in the ASIC on its own account, through the SDK's calls. Nothing
-     * stays behind when one of them is refused. ---- */
+    /* ---- What the host makes in the ASIC on its own account, through the SDK's calls: 0, or the
+     * status of the call that was refused. Nothing is made then, or what could not go is still
+     * there, to be tried again. ---- */
 
     /* The layer-2 LID entry of a port, with its path; done when there is one. */
-    Status make_port_lid(HostInterface &port);
-    Status release_port_lid(HostInterface &port);
+    int32_t make_port_lid(HostInterface &port);
+    int32_t release_port_lid(HostInterface &port);
     /* Flush, and destroy the SDK interface kept for the port's membership; done without one. */
-    Status release_kept_intf(HostInterface &port);
+    int32_t release_kept_intf(HostInterface &port);
     /* Make port-channel, LID entry and path, for the library to adopt; done when held already. */
-    Status hold_port_channel(HostInterface &port_channel);
+    int32_t hold_port_channel(HostInterface &port_channel);
     /* Destroy what hold_port_channel made, unless it was given over; done when not held. */
-    Status release_held_port_channel(HostInterface &port_channel);
+    int32_t release_held_port_channel(HostInterface &port_channel);
     /* Store a registered interface's settings, as they shall be, in the shared database. */
-    Status publish_settings(HostInterface &interface);
+    int32_t publish_settings(HostInterface &interface);
     std::optional<HeldPortChannel> held_port_channel(uint32_t ifindex) const;
 
     StateDb &db() { return db_; }

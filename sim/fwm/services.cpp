@@ -137,25 +137,25 @@ namespace {
 
 constexpr Purpose programs = Purpose::programs, asks = Purpose::asks;
 
-const ImportedCall pm_sdb_store("fwm_pm_sdb_store", Result::host_status, programs);
-const ImportedCall if_index_lid_id("fwmpd_kvn_if_index_lid_id", Result::host_status, asks);
+const ImportedCall pm_sdb_store("fwm_pm_sdb_store", Result::status, programs);
+const ImportedCall if_index_lid_id("fwmpd_kvn_if_index_lid_id", Result::status, asks);
 const ImportedCall get_pc_info("fwmpd_kvn_get_pc_info", Result::value, asks);
-const ImportedCall reset_pd_pc("fwmpd_kvn_reset_pd_pc", Result::host_status, programs);
-const ImportedCall update_pc_sdb("fwmpd_kvn_update_pc_sdb", Result::host_status, programs);
-const ImportedCall init_l3_label("fwmpd_kvn_init_l3_label", Result::host_status, programs);
-const ImportedCall batch_flush("fwmpd_kavelin_batch_flush", Result::host_status, programs);
-const ImportedCall member_intf_store("fwmpd_pc_member_intf_store", Result::host_status, programs);
+const ImportedCall reset_pd_pc("fwmpd_kvn_reset_pd_pc", Result::status, programs);
+const ImportedCall update_pc_sdb("fwmpd_kvn_update_pc_sdb", Result::status, programs);
+const ImportedCall init_l3_label("fwmpd_kvn_init_l3_label", Result::status, programs);
+const ImportedCall batch_flush("fwmpd_kavelin_batch_flush", Result::status, programs);
+const ImportedCall member_intf_store("fwmpd_pc_member_intf_store", Result::status, programs);
 const ImportedCall command_print("cmd_prt", Result::value, programs);
 const ImportedCall find_lif("l3lif_find_lif_from_ifindex", Result::value, asks);
-const ImportedCall update_sdb("l3lif_update_sdb_for_intf", Result::host_status, programs);
-const ImportedCall get_iif("l3lif_get_iif_for_ifindex_new", Result::host_status, asks);
+const ImportedCall update_sdb("l3lif_update_sdb_for_intf", Result::status, programs);
+const ImportedCall get_iif("l3lif_get_iif_for_ifindex_new", Result::status, asks);
 const ImportedCall get_pd_ctxt("L3LIFPD_GET_PD_CTXT", Result::value, asks);
 const ImportedCall get_port("if_index_get_port", Result::value, asks);
 const ImportedCall is_port_channel("if_index_is_eth_port_channel_intf", Result::value, asks);
 const ImportedCall get_channel("if_index_eth_port_channel_get_channel_num", Result::value, asks);
 const ImportedCall is_physical("if_index_is_physical_interface", Result::value, asks);
 const ImportedCall get_mainintf("if_index_get_mainintf_from_subintf", Result::value, asks);
-const ImportedCall sse_call("sse_call2", Result::host_status, programs);
+const ImportedCall sse_call("sse_call2", Result::status, programs);
 
 Host &host()
 {

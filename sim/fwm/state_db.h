@@ -39,7 +39,7 @@ struct L3lifRow {
     uint32_t v4_vpn_id = 0, v6_vpn_id = 0, nat_zone = 0;
     Origin made;
     TABLE_ROW("l3lif_sdb", ifindex, name, mtu, ipv4_ucst_en, ipv4_mcst_en, ipv4_same_if, v4_vpn_id,
-        v6_vpn_id, nat_zone, made)
+              v6_vpn_id, nat_zone, made)
 };
 
 /* An interface's L3 label, set up or reset. */

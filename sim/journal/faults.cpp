@@ -9,11 +9,8 @@ namespace kvnsim {
 
 namespace {
 
-/* What a call fails with when nothing else is asked for. */
-int32_t usual_status(const ImportedCall &call)
-{
-    return call.result() == Result::sdk_status ? *sdk_status_number("SDK_E_INTERNAL") : -1;
-}
+/* What a call fails with when nothing else is asked for: SDK_E_INTERNAL, where it has a name. */
+constexpr int32_t usual_status = -1;
 
 std::string calls_that_can_fail()
 {
@@ -64,18 +61,17 @@ std::string Faults::add(const std::string &text)
         return wrong(
             fmt::format("{} cannot fail; calls that can: {}", name, calls_that_can_fail()));
 
-    Rule rule{text, call, 0, usual_status(*call), 0, false};
+    Rule rule{text, call, 0, usual_status, 0, false};
     if (occurrence_text &&
         (!whole_number(*occurrence_text, rule.occurrence) || rule.occurrence == 0))
         return wrong(fmt::format("\"{}\" is no occurrence; expected 1, 2, ...", *occurrence_text));
     if (status_text) {
-        const auto named =
-            call->result() == Result::sdk_status ? sdk_status_number(*status_text) : std::nullopt;
-        if (named)
+        const StatusNames *names = call->names();
+        if (const auto named = names != nullptr ? names->status(*status_text) : std::nullopt)
             rule.status = *named;
         else if (!whole_number(*status_text, rule.status))
             return wrong(fmt::format("\"{}\" is no status; expected {}a number", *status_text,
-                                     call->result() == Result::sdk_status ? "SDK_E_... or " : ""));
+                                     names != nullptr ? names->form + std::string(" or ") : ""));
         if (rule.status == 0)
             return wrong("status 0 is success; expected a failure");
     }
@@ -111,7 +107,7 @@ std::optional<int32_t> Faults::strike(const ImportedCall &call)
         }
     }
     if (rate_ > 0 && next_fraction(random_) < rate_ && !status)
-        status = usual_status(call);
+        status = usual_status;
     return status;
 }
 

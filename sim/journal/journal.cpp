@@ -2,36 +2,12 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cstring>
 
 #include <fmt/format.h>
 
 namespace kvnsim {
 
 namespace {
-
-template <class T, Value::Style style> Value read_integer(const void *data)
-{
-    T number;
-    std::memcpy(&number, data, sizeof number);
-    return Value::integer(static_cast<int64_t>(number), style);
-}
-
-template <class T> void write_integer(void *data, const Value &value)
-{
-    const T number = static_cast<T>(value.number());
-    std::memcpy(data, &number, sizeof number);
-}
-
-template <class T, Value::Style style = Value::Style::decimal>
-constexpr Codec integer_codec{read_integer<T, style>, write_integer<T>};
-
-constexpr Codec sdk_status_codec{
-    [](const void *data) {
-        const int64_t status = read_integer<int32_t, Value::Style::decimal>(data).number();
-        return Value::named(status, status == 0 ? std::string() : sdk_status_name(status));
-    },
-    write_integer<int32_t>};
 
 std::vector<const ImportedCall *> &registry()
 {
@@ -53,40 +29,24 @@ void spell_out(std::initializer_list<Argument> arguments, bool outputs, std::vec
     }
 }
 
-std::string failure_text(const ImportedCall &call, int64_t status)
-{
-    return fmt::format("{}: {}", call.name(),
-                       call.result() == Result::sdk_status ? sdk_status_name(status)
-                                                           : fmt::to_string(status));
-}
-
 } // namespace
-
-template <> const Codec &codec<uint8_t>()
-{
-    return integer_codec<uint8_t>;
-}
-template <> const Codec &codec<uint16_t>()
-{
-    return integer_codec<uint16_t>;
-}
-template <> const Codec &codec<uint32_t>()
-{
-    return integer_codec<uint32_t>;
-}
-template <> const Codec &codec<int32_t>()
-{
-    return integer_codec<int32_t>;
-}
-const Codec &ifindex_codec()
-{
-    return integer_codec<uint32_t, Value::Style::hex>;
-}
 
 const FailedCall &Request::first_failure() const
 {
     static const FailedCall none;
     return failed_first != nullptr ? *failed_first : none;
+}
+
+std::string Request::failure_text() const
+{
+    std::string text = fmt::format("request {} {}", number, entry);
+    if (result)
+        text += fmt::format("({}) returned {}", arguments, *result);
+    if (failed_first != nullptr)
+        text += ": " + failed_first->words;
+    if (!first_failure().reason.empty())
+        text += " (" + first_failure().reason + ")";
+    return text;
 }
 
 std::string Origin::to_text() const
@@ -109,8 +69,27 @@ bool operator==(const Origin &a, const Origin &b)
            a.request->subject == b.request->subject && a.request->cause == b.request->cause;
 }
 
-ImportedCall::ImportedCall(const char *name, Result result, Purpose purpose)
-    : name_(name), result_(result), purpose_(purpose)
+std::string StatusNames::name(int64_t status) const
+{
+    for (const Row &row : rows) {
+        if (row.status == status)
+            return row.name;
+    }
+    return fmt::to_string(status);
+}
+
+std::optional<int32_t> StatusNames::status(std::string_view name) const
+{
+    for (const Row &row : rows) {
+        if (row.name == name)
+            return row.status;
+    }
+    return std::nullopt;
+}
+
+ImportedCall::ImportedCall(const char *name, Result result, Purpose purpose,
+                           const StatusNames *names)
+    : name_(name), result_(result), purpose_(purpose), names_(names)
 {
     assert(find(name) == nullptr);
     auto &calls = registry();
@@ -127,6 +106,11 @@ const ImportedCall *ImportedCall::find(std::string_view name)
     const auto &calls = registry();
     const auto at = std::lower_bound(calls.begin(), calls.end(), name, name_before);
     return at != calls.end() && (*at)->name() == name ? *at : nullptr;
+}
+
+std::string ImportedCall::status_text(int64_t status) const
+{
+    return names_ != nullptr ? names_->name(status) : fmt::to_string(status);
 }
 
 std::optional<int64_t>
@@ -165,8 +149,8 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
             Request &request = *journal.current_;
             if (request.failed_calls++ == 0)
                 request.failed_first = std::make_shared<const FailedCall>(
-                    FailedCall{name(), status, failure_text(*this, status), journal.note_,
-                               std::move(journal.named_)});
+                    FailedCall{name(), status, fmt::format("{}: {}", name(), status_text(status)),
+                               journal.note_, std::move(journal.named_)});
             request.injected_failures += call.injected;
         }
     }
@@ -176,8 +160,8 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
         seen.failed = failed;
         seen.injected = call.injected;
         seen.note = journal.note_;
-        seen.result =
-            (result_ == Result::sdk_status ? sdk_status_codec : result_codec).read(result);
+        seen.result = failed && names_ != nullptr ? Value::named(status, names_->name(status))
+                                                  : result_codec.read(result);
         if (!failed)
             spell_out(arguments, true, seen.outputs);
         for (Observer *observer : journal.observers_)
@@ -210,6 +194,7 @@ void Journal::begin(std::shared_ptr<Request> request)
     assert(!current_);
     current_ = std::move(request);
     current_->number = ++made_;
+    current_->cause = cause;
     for (Observer *observer : observers_)
         observer->request_begins(*current_);
 }

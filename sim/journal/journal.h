@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -24,9 +25,10 @@ using RequestRef = std::shared_ptr<const Request>;
 struct FailedCall {
     const char *name = ""; /* "libsdk_intf_create" */
     int64_t status = 0;
-    std::string words;             /* "libsdk_intf_create: SDK_E_FULL" */
-    std::string reason;            /* why: the refusal's reason, or "injected"; may be empty */
-    std::vector<RequestRef> named; /* those that the reason names: who made what stands in the way */
+    std::string words;  /* "libsdk_intf_create: SDK_E_FULL" */
+    std::string reason; /* why: the refusal's reason, or "injected"; may be empty */
+    std::vector<RequestRef>
+        named; /* those that the reason names: who made what stands in the way */
 };
 
 /* A request: one call of a library entry point, or one task that the host does by itself. */
@@ -43,6 +45,9 @@ struct Request {
     std::shared_ptr<const FailedCall> failed_first; /* the first of them; null without one */
     /* The same; an empty one when no call failed. */
     const FailedCall &first_failure() const;
+    /* "request 3 l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create: SDK_E_FULL (reason)",
+     * "request 4 host: release port-channel: libsdk_lid_entry_destroy: SDK_E_BUSY (reason)" */
+    std::string failure_text() const;
     TABLE_ROW("request", number, entry, arguments, subject, cause)
 };
 
@@ -63,15 +68,30 @@ struct Codec {
     void (*write)(void *data, const Value &value); /* nullptr: an input only */
 };
 
+template <class T, Value::Style style = Value::Style::decimal>
+constexpr Codec integer_codec{[](const void *data) {
+                                  static_assert(std::is_integral_v<T>,
+                                                "a record needs a codec of its own");
+                                  T number;
+                                  std::memcpy(&number, data, sizeof number);
+                                  return Value::integer(static_cast<int64_t>(number), style);
+                              },
+                              [](void *data, const Value &value) {
+                                  const T number = static_cast<T>(value.number());
+                                  std::memcpy(data, &number, sizeof number);
+                              }};
+
 /* The codec of type T; specialise for each record that a call takes. */
-template <class T> const Codec &codec();
-template <> const Codec &codec<uint8_t>();
-template <> const Codec &codec<uint16_t>();
-template <> const Codec &codec<uint32_t>();
-template <> const Codec &codec<int32_t>();
+template <class T> const Codec &codec()
+{
+    return integer_codec<T>;
+}
 
 /* An interface index: hexadecimal. */
-const Codec &ifindex_codec();
+inline const Codec &ifindex_codec()
+{
+    return integer_codec<uint32_t, Value::Style::hex>;
+}
 
 /* One argument of a call in flight: a name and where the C value lies. */
 struct Argument {
@@ -105,9 +125,20 @@ template <class T> Argument out(const char *name, T *value, const Codec &with)
 
 /* What the result of an imported call means. */
 enum class Result : uint8_t {
-    sdk_status,  /* 0 or a named SDK status; can be made to fail */
-    host_status, /* 0 or non-zero; can be made to fail */
-    value        /* an answer; never fails */
+    status, /* 0 or non-zero; can be made to fail */
+    value   /* an answer; never fails */
+};
+
+/* How people know the statuses of a call: a table that whoever defines the call gives with it. */
+struct StatusNames {
+    struct Row {
+        int32_t status;
+        const char *name;
+    };
+    const char *form; /* what the names look like: "SDK_E_..." */
+    std::vector<Row> rows;
+    std::string name(int64_t status) const; /* the number for an unknown one */
+    std::optional<int32_t> status(std::string_view name) const;
 };
 
 /* What a call is for: timelines leave out the questions unless asked for everything. */
@@ -131,7 +162,9 @@ struct Call {
  * replay and printing need nothing else. */
 class ImportedCall {
 public:
-    ImportedCall(const char *name, Result result, Purpose purpose);
+    /* Without names a status is shown as a number. */
+    ImportedCall(const char *name, Result result, Purpose purpose,
+                 const StatusNames *names = nullptr);
     ImportedCall(const ImportedCall &) = delete;
     ImportedCall &operator=(const ImportedCall &) = delete;
 
@@ -139,6 +172,9 @@ public:
     Result result() const { return result_; }
     Purpose purpose() const { return purpose_; }
     bool can_fail() const { return result_ != Result::value; }
+    const StatusNames *names() const { return names_; }
+    /* "SDK_E_FULL", or the number of one without a name. */
+    std::string status_text(int64_t status) const;
 
     /* Make the call: an injected failure or a replayed answer stands in for the body. R is an
      * integer type, or a pointer type with a codec (its body always runs; a replay compares). A
@@ -180,6 +216,7 @@ private:
     const char *name_;
     Result result_;
     Purpose purpose_;
+    const StatusNames *names_;
 };
 
 /* A trace record, as observers see it: the text is whole, as the library's first sink got it. */
@@ -252,7 +289,7 @@ public:
     bool observed() const { return !observers_.empty(); }
 
     /* Between these two everything belongs to the request. Requests do not nest. */
-    void begin(std::shared_ptr<Request> request); /* numbers it */
+    void begin(std::shared_ptr<Request> request); /* numbers it and gives it the cause */
     RequestRef end(std::optional<int64_t> result);
     RequestRef current() const { return current_; }
     Origin origin() const; /* of what is being made now */
@@ -271,6 +308,7 @@ public:
     Faults faults;
     Answers *answers = nullptr;
     uint64_t calls_made = 0;
+    std::string cause; /* of the requests that are made, set by CauseScope */
 
     /* Forget requests, faults and counts; observers stay. */
     void reset();
@@ -285,8 +323,18 @@ private:
     uint64_t made_ = 0;
 };
 
-/* The name of an SDK status ("SDK_E_FULL"), or its number for an unknown one; and back. */
-std::string sdk_status_name(int64_t status);
-std::optional<int32_t> sdk_status_number(std::string_view name);
+/* Requests made while one lives carry its text as their cause. They nest; the inner one counts. */
+class CauseScope {
+public:
+    explicit CauseScope(std::string cause)
+        : outer_(std::exchange(Journal::instance().cause, std::move(cause)))
+    {}
+    ~CauseScope() { Journal::instance().cause = std::move(outer_); }
+    CauseScope(const CauseScope &) = delete;
+    CauseScope &operator=(const CauseScope &) = delete;
+
+private:
+    std::string outer_;
+};
 
 } // namespace kvnsim

@@ -51,16 +51,6 @@ Value number(uint64_t number)
     return Value::integer(static_cast<int64_t>(number));
 }
 
-/* Interfaces are recorded by their indexes, by whatever name they were asked for. */
-Value recorded_argument(const EntryPoint *entry, size_t index, const Value &value)
-{
-    const bool names_interface = entry != nullptr && entry->parameters()[index].names_interface();
-    if (!names_interface || value.kind() != Value::Kind::text)
-        return value;
-    const HostInterface *interface = find_interface(value);
-    return interface != nullptr ? Value::integer(interface->ifindex) : value;
-}
-
 /* Numbers this large are interface indexes and bytes of addresses. */
 constexpr int64_t hex_from = 0x10000000;
 
@@ -137,9 +127,9 @@ std::string call_text(const Value &line)
     std::string text = fmt::format("{}({})", name, to_text(line.find("in")->fields()));
     if (const Value *result = line.find("result")) {
         const ImportedCall *call = ImportedCall::find(name);
-        const bool named = call != nullptr && call->result() == Result::sdk_status &&
+        const bool named = call != nullptr && call->names() != nullptr &&
                            result->kind() == Value::Kind::integer && result->number() != 0;
-        text += " = " + (named ? sdk_status_name(result->number()) : result->to_text());
+        text += " = " + (named ? call->status_text(result->number()) : result->to_text());
     }
     if (const Value *out = line.find("out"); out != nullptr && !out->fields().empty())
         text += " " + to_text(out->fields());
@@ -192,14 +182,9 @@ Value gone_line(uint32_t ifindex)
 
 Value request_line(const Request &request)
 {
-    const EntryPoint *entry = EntryPoint::find(request.entry);
-    std::vector<Field> arguments;
-    for (size_t i = 0; i < request.values.size(); ++i)
-        arguments.push_back(
-            {request.values[i].name, recorded_argument(entry, i, request.values[i].value)});
     std::vector<Field> fields{{name_of(LineKind::request), number(request.number)},
                               {"entry", Value::text(request.entry)},
-                              {"arguments", Value::record(std::move(arguments))}};
+                              {"arguments", Value::record(request.values)}};
     if (!request.subject.empty())
         fields.push_back({"subject", Value::text(request.subject)});
     if (!request.cause.empty())

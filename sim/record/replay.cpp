@@ -9,7 +9,6 @@
 
 #include "sim/fwm/diagnostics.h"
 #include "sim/record/interface_state.h"
-#include "sim/record/preconditions.h"
 #include "sim/record/recording.h"
 #include "sim/switch/entry_points.h"
 #include "sim/switch/switch.h"
@@ -370,14 +369,13 @@ private:
                     fmt::format("damaged line: argument {} is missing", parameter.name));
             values.push_back(*value);
         }
-        if (const std::string reason = why_not(*entry, values); !reason.empty())
-            return reader_.report(recorded.request,
-                                  "not made, the library would not survive it: " + reason);
         const Value *cause = recorded.request.value.find("cause");
         const CauseScope scope(cause != nullptr ? cause->string() : "");
         Comparison comparison(recorded, reader_, result_);
         try {
-            entry->call(values);
+            const Response response = entry->call(values);
+            if (response.request == nullptr)
+                return reader_.report(recorded.request, "not made: " + response.refusal);
         } catch (const std::invalid_argument &wrong) {
             return reader_.report(recorded.request, std::string("damaged line: ") + wrong.what());
         }

@@ -250,8 +250,7 @@ SdkStatus Asic::State::check_unicast(const Mac &mac)
 /* A trap takes group addresses too: there are gateways that have one. */
 SdkStatus Asic::State::check_trappable(const Mac &mac)
 {
-    return as_number(mac) != 0 ? SDK_E_NONE
-                               : refuse(SDK_E_PARAM, to_text(mac) + " is no address");
+    return as_number(mac) != 0 ? SDK_E_NONE : refuse(SDK_E_PARAM, to_text(mac) + " is no address");
 }
 
 /* Interfaces */
@@ -690,8 +689,8 @@ SdkStatus Asic::router_mac_create(const Mac &mac, uint32_t &peer_mac_id)
         return status;
     if (const auto other = s.router_macs.find(as_number(mac)); other != s.router_macs.end())
         return s.refuse(SDK_E_EXISTS,
-                        fmt::format("{} is router MAC {} already{}", to_text(mac),
-                                    other->second, s.made(s.rmac[other->second].made)));
+                        fmt::format("{} is router MAC {} already{}", to_text(mac), other->second,
+                                    s.made(s.rmac[other->second].made)));
     if (s.rmac.occupancy.full())
         return s.full("router MAC", s.rmac.occupancy);
     peer_mac_id = s.rmac.take({});

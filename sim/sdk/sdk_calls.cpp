@@ -16,11 +16,11 @@ namespace {
 /* An SDK call that changes the ASIC, and one that only asks. */
 ImportedCall programs(const char *name)
 {
-    return {name, Result::sdk_status, Purpose::programs};
+    return {name, Result::status, Purpose::programs, &sdk_statuses()};
 }
 ImportedCall asks(const char *name)
 {
-    return {name, Result::sdk_status, Purpose::asks};
+    return {name, Result::status, Purpose::asks, &sdk_statuses()};
 }
 
 const ImportedCall intf_create = programs("libsdk_intf_create");

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
+
+#include "sim/journal/journal.h"
 
 namespace kvnsim {
 
@@ -19,12 +20,7 @@ enum SdkStatus : int32_t {
     SDK_E_TIMEOUT = -8    /* the device did not answer */
 };
 
-struct SdkStatusRow {
-    SdkStatus status;
-    const char *name;
-};
-
 /* Every status, success first. */
-const std::vector<SdkStatusRow> &sdk_statuses();
+const StatusNames &sdk_statuses();
 
 } // namespace kvnsim

@@ -1,244 +1,111 @@
+/* The library's entry points as rows. Code, commands and recordings reach a function of the library
+ * through its row alone, so that each call is a request, and none is one that ends the process. */
 #include "sim/switch/entry_points.h"
 
-#include <memory>
+#include <algorithm>
+#include <cctype>
 #include <optional>
 #include <stdexcept>
 #include <tuple>
-#include <utility>
 
-#include "l3lifpd_kavelin.h"
 #include "platform_api/libsdk.h"
 #include "sim/config/names.h"
-#include "sim/fwm/command_output.h"
 
 namespace kvnsim {
 namespace {
 
-std::string current_cause;
-
-/* ---- From values to C arguments ---- */
-
-/* What a value is turned into for the time of one request. */
-struct Holder {
-    Mac mac{};
-    std::string text;
-    CommandOutput output;
-    char buffer[20] = {};
-    explicit Holder(std::string &printed) : output(printed) {}
-};
-
-[[noreturn]] void refuse(const Parameter &parameter, const char *expected, const Value &value)
+std::vector<const EntryPoint *> &registry()
 {
-    throw std::invalid_argument(std::string(parameter.name) + ": expected " + expected + ", not " +
-                                value.to_text());
-}
-
-int64_t number_of(const Parameter &parameter, const Value &value)
-{
-    if (value.kind() != Value::Kind::integer)
-        refuse(parameter, "a number", value);
-    return value.number();
-}
-
-void convert(const Parameter &parameter, const Value &value, Holder &, l3lif *&to)
-{
-    if (value.kind() == Value::Kind::null) {
-        to = nullptr;
-        return;
-    }
-    to = find_interface(value);
-    if (to == nullptr)
-        refuse(parameter, "an interface", value);
-}
-
-void convert(const Parameter &parameter, const Value &value, Holder &holder, const l3lif *&to)
-{
-    l3lif *interface;
-    convert(parameter, value, holder, interface);
-    to = interface;
-}
-
-void convert(const Parameter &parameter, const Value &value, Holder &, uint32_t &to)
-{
-    if (parameter.kind == ParameterKind::ifindex && value.kind() == Value::Kind::text) {
-        const HostInterface *interface = find_interface(value);
-        if (interface == nullptr)
-            refuse(parameter, "an interface", value);
-        to = interface->ifindex;
-        return;
-    }
-    to = static_cast<uint32_t>(number_of(parameter, value));
-}
-
-void convert(const Parameter &parameter, const Value &value, Holder &, int32_t &to)
-{
-    to = static_cast<int32_t>(number_of(parameter, value));
-}
-
-void convert(const Parameter &parameter, const Value &value, Holder &holder, const uint8_t *&to)
-{
-    const std::optional<Mac> mac = parse_mac(value.string());
-    if (!mac)
-        refuse(parameter, "a MAC address such as 00:00:5e:00:01:0a", value);
-    holder.mac = *mac;
-    to = holder.mac.data();
-}
-
-void convert(const Parameter &parameter, const Value &value, Holder &holder, const char *&to)
-{
-    if (value.kind() != Value::Kind::text)
-        refuse(parameter, "a text", value);
-    holder.text = value.string();
-    to = holder.text.c_str();
-}
-
-void convert(const Parameter &, const Value &value, Holder &holder, void *&to)
-{
-    to = value.kind() == Value::Kind::null ? nullptr : &holder.output;
-}
-
-void convert(const Parameter &, const Value &, Holder &holder, char *&to)
-{
-    to = holder.buffer;
-}
-
-/* ---- The entry points ---- */
-
-template <class R, class... P> class Entry : public EntryPoint {
-public:
-    Entry(const char *name, const char *purpose, R (*function)(P...), Outcome outcome,
-          std::vector<Parameter> parameters)
-        : EntryPoint(name, purpose, outcome, std::move(parameters)), function_(function)
-    {}
-
-private:
-    int64_t invoke(const std::vector<Value> &values, std::string &output) const override
-    {
-        return invoke(values, output, std::index_sequence_for<P...>());
-    }
-
-    template <size_t... I>
-    int64_t invoke([[maybe_unused]] const std::vector<Value> &values, std::string &output,
-                   std::index_sequence<I...>) const
-    {
-        Holder holder(output);
-        std::tuple<P...> arguments;
-        (convert(parameters()[I], values[I], holder, std::get<I>(arguments)), ...);
-        begin(values);
-        if constexpr (std::is_pointer_v<R>) {
-            output = std::apply(function_, arguments);
-            return 0;
-        } else {
-            return std::apply(function_, arguments);
-        }
-    }
-
-    R (*function_)(P...);
-};
-
-template <class R, class... P>
-std::unique_ptr<const EntryPoint> row(const char *name, const char *purpose, R (*function)(P...),
-                                      Outcome outcome, std::vector<Parameter> parameters)
-{
-    return std::make_unique<Entry<R, P...>>(name, purpose, function, outcome,
-                                            std::move(parameters));
-}
-
-#define ENTRY(function, purpose, outcome, ...)                                                       \
-    row(#function, purpose, function, Outcome::outcome, {__VA_ARGS__})
-
-const std::vector<std::unique_ptr<const EntryPoint>> &rows()
-{
-    using Kind = ParameterKind;
-    const Parameter l3lif{"l3lif", Kind::interface}, main_l3lif{"main_l3lif", Kind::interface};
-    const Parameter ifindex{"ifindex", Kind::ifindex}, first{"first", Kind::ifindex};
-    const Parameter create{"create", Kind::number}, destroy{"destroy", Kind::number};
-    const Parameter mac{"mac", Kind::mac}, peer_mac_id{"peer_mac_id", Kind::number};
-    const Parameter value{"value", Kind::number}, prop_type{"prop_type", Kind::number};
-    const Parameter encap_vlan{"encap_vlan", Kind::number}, flag{"flag", Kind::number};
-    const Parameter overwrite{"overwrite", Kind::number}, intf_id{"intf_id", Kind::number};
-    const Parameter enable{"enable", Kind::number}, cli_ctx{"cli_ctx", Kind::output};
-    const Parameter prefix{"prefix", Kind::text}, buf{"buf", Kind::output};
-
-    static const auto table = [&] {
-        std::vector<std::unique_ptr<const EntryPoint>> t;
-        t.push_back(
-            ENTRY(l3lifpd_kvn_ifindex_to_port, "front-panel port of an interface", answer, ifindex));
-        t.push_back(
-            ENTRY(l3lifpd_kvn_is_lif_pc_member, "whether a record is a member", answer, l3lif));
-        t.push_back(ENTRY(l3lifpd_kvn_is_ifindex_pc_member, "whether an interface is a member",
-                        answer, ifindex));
-        t.push_back(ENTRY(l3lifpd_kvn_get_pc_id_for_ifindex, "SDK port-channel of an interface",
-                        answer, ifindex));
-        t.push_back(
-            ENTRY(l3lifpd_kvn_get_lid_id_for_ifindex, "LID entry of an interface", answer, ifindex));
-        t.push_back(ENTRY(l3lifpd_kvn_get_intf_id_for_ifindex, "SDK interface of an interface",
-                        answer, ifindex));
-        t.push_back(
-            ENTRY(l3lifpd_kvn_l3pd_init, "make an interface's context", status, l3lif, overwrite));
-        t.push_back(ENTRY(l3lifpd_kvn_dump_l3lif, "print an interface's identifiers", answer, cli_ctx,
-                        prefix, l3lif));
-        t.push_back(
-            ENTRY(l3lifpd_dump_format_mac_bytes, "write a MAC in dotted form", answer, mac, buf));
-        t.push_back(ENTRY(l3lifpd_kvn_add_l3port, "create a routed port", status, l3lif, create));
-        t.push_back(ENTRY(l3lifpd_kvn_destroy_l3_intf, "destroy an SDK interface", status, l3lif));
-        t.push_back(ENTRY(l3lifpd_kvn_del_l3port, "delete a routed port", status, l3lif));
-        t.push_back(ENTRY(l3lifpd_kvn_del_svi, "delete an SVI", status, l3lif));
-        t.push_back(ENTRY(l3lifpd_kvn_del_subint, "delete a sub-interface", status, l3lif));
-        t.push_back(ENTRY(l3lifpd_kvn_add_l3tun, "tunnel hook, does nothing", status, l3lif, create));
-        t.push_back(ENTRY(l3lifpd_kvn_del_l3tun, "tunnel hook, does nothing", status, l3lif));
-        t.push_back(ENTRY(l3lifpd_kvn_add_subint, "create a sub-interface", status, l3lif, encap_vlan,
-                        create));
-        t.push_back(ENTRY(l3lifpd_kvn_add_svi, "create an SVI", status, l3lif, encap_vlan));
-        t.push_back(ENTRY(l3lifpd_kvn_set_l3_property, "change an L3 property", status, l3lif,
-                        prop_type, value));
-        t.push_back(
-            ENTRY(l3lifpd_kvn_init_l3_properties, "give the default L3 properties", status, l3lif));
-        t.push_back(ENTRY(l3lifpd_process_kvn_l3_prop_batch, "batch hook, does nothing", status));
-        t.push_back(ENTRY(l3lifpd_kvn_set_single_l3_property,
-                        "write one property of an SDK interface", status, intf_id, prop_type,
-                        value));
-        t.push_back(ENTRY(l3lifpd_kvn_loopback_enable, "internal loopback of a port, on or off",
-                        status, ifindex, enable));
-        t.push_back(
-            ENTRY(l3lifpd_kvn_alloc_l3pc_add, "make a routed port-channel", status, l3lif, create));
-        t.push_back(
-            ENTRY(l3lifpd_kvn_add_l3pc, "a port joins a routed port-channel", status, l3lif, create));
-        t.push_back(
-            ENTRY(l3lifpd_kvn_add_l3pc_member, "member hook, only traces", status, first, ifindex));
-        t.push_back(
-            ENTRY(l3lifpd_kvn_del_l3pc_member, "member hook, only traces", status, first, ifindex));
-        t.push_back(
-            ENTRY(l3lifpd_kvn_port_SupPortMask_set, "port mask hook, does nothing", status, l3lif));
-        t.push_back(ENTRY(l3lifpd_kvn_pc_SupPortMask_set, "port mask hook, does nothing", status,
-                        l3lif, main_l3lif, flag));
-        t.push_back(ENTRY(l3lifpd_kvn_del_l3pc, "a port leaves a routed port-channel", status, l3lif,
-                        destroy));
-        t.push_back(ENTRY(l3lifpd_kvn_peer_mac_add, "add a peer gateway's MAC", router_mac, mac));
-        t.push_back(
-            ENTRY(l3lifpd_kvn_peer_mac_del, "remove a peer gateway's MAC", status, peer_mac_id));
-        t.push_back(ENTRY(l3lifpd_kvn_rmac_add, "add a router MAC", router_mac, mac));
-        t.push_back(ENTRY(l3lifpd_kvn_rmac_del, "remove a router MAC", status, peer_mac_id));
-        t.push_back(ENTRY(l3lifpd_kvn_fhrp_mac_add, "add a virtual MAC to an interface", status, mac,
-                        ifindex));
-        t.push_back(ENTRY(l3lifpd_kvn_fhrp_mac_del, "remove a virtual MAC from an interface", status,
-                        mac, ifindex));
-        return t;
-    }();
+    static std::vector<const EntryPoint *> table;
     return table;
 }
 
-#undef ENTRY
+/* ---- What ends the process: the reason, from the arguments. A record that is NULL does so only
+ * where its row says so. ---- */
 
-std::string shown(const Parameter &parameter, const Value &value)
+/* Those that follow their record without a look at the pointer. */
+template <class... P> std::string null_record(P... arguments)
 {
-    if (parameter.names_interface() && value.kind() == Value::Kind::integer) {
-        if (const HostInterface *interface = find_interface(value))
-            return interface->name;
-    }
-    if (value.kind() == Value::Kind::text && parameter.kind != ParameterKind::text)
-        return value.string();
-    return value.to_text();
+    return std::get<l3lif *>(std::tuple(arguments...)) == nullptr ? "l3lif must not be NULL" : "";
+}
+
+const HostInterface *host_record(const l3lif *record)
+{
+    return record != nullptr ? Host::instance().find(record->ifindex) : nullptr;
+}
+
+bool is_port_channel(const HostInterface &interface)
+{
+    return interface.kind == InterfaceKind::port_channel;
+}
+
+/* Whether the library finds an SDK interface for it, its own or its port-channel's. */
+bool is_programmed(const HostInterface &interface)
+{
+    const HostInterface *main = host_record(interface.main_l3lif);
+    const HostInterface &serving = main != nullptr && is_port_channel(*main) ? *main : interface;
+    return interface.registered && serving.intf_id() != no_id;
+}
+
+std::string without_context(const HostInterface &interface)
+{
+    return interface.context() == nullptr ? interface.name + " has no context" : "";
+}
+
+std::string channel_without_context(l3lif *record, int32_t)
+{
+    const HostInterface *interface = host_record(record);
+    return interface != nullptr && is_port_channel(*interface) && !is_programmed(*interface)
+               ? without_context(*interface)
+               : "";
+}
+
+std::string parent_without_lid(l3lif *record, uint32_t, int32_t)
+{
+    const HostInterface *interface = host_record(record);
+    if (interface == nullptr || is_programmed(*interface))
+        return "";
+    if (interface->kind != InterfaceKind::sub_interface)
+        return "not a sub-interface";
+    const HostInterface &parent = *interface->parent;
+    if (!parent.registered)
+        return "parent " + parent.name + " is not routed";
+    const HostInterface &serving = parent.channel != nullptr ? *parent.channel : parent;
+    const l3_pd *context = serving.context();
+    return context == nullptr || context->lid_id == no_id ? "parent " + parent.name + " has no LID"
+                                                          : "";
+}
+
+std::string no_port_channel(l3lif *record, int32_t)
+{
+    const HostInterface *interface = host_record(record);
+    return interface == nullptr || is_port_channel(*interface) || is_programmed(*interface)
+               ? ""
+               : interface->name + " is no port-channel";
+}
+
+/* The port-channel that a member joins or leaves, or whatever its record names in its place. The
+ * library does not look at that of a port that is routed. */
+const HostInterface *channel_of(const l3lif *member)
+{
+    const HostInterface *interface = host_record(member);
+    return interface != nullptr && interface->intf_id() == no_id
+               ? host_record(interface->main_l3lif)
+               : nullptr;
+}
+
+std::string left_without_context(l3lif *member, int32_t)
+{
+    const HostInterface *channel = channel_of(member);
+    return channel != nullptr ? without_context(*channel) : "";
+}
+
+std::string joined_without_context(l3lif *member, int32_t create)
+{
+    const HostInterface *channel = channel_of(member);
+    return create != 0 && channel != nullptr && !is_programmed(*channel)
+               ? no_port_channel(member->main_l3lif, create)
+               : left_without_context(member, create);
 }
 
 } // namespace
@@ -250,21 +117,12 @@ HostInterface *find_interface(const Value &value)
                                              : host.find(static_cast<uint32_t>(value.number()));
 }
 
-std::string Response::failure() const
-{
-    std::string message = "request " + std::to_string(request->number) + ' ' + request->entry +
-                          '(' + request->arguments + ") returned " + std::to_string(result);
-    if (!request->first_failure().words.empty())
-        message += ": " + request->first_failure().words;
-    if (!request->first_failure().reason.empty())
-        message += " (" + request->first_failure().reason + ")";
-    return message;
-}
-
 EntryPoint::EntryPoint(const char *name, const char *purpose, Outcome outcome,
                        std::vector<Parameter> parameters)
     : name_(name), purpose_(purpose), outcome_(outcome), parameters_(std::move(parameters))
-{}
+{
+    registry().push_back(this);
+}
 
 Response EntryPoint::call(const std::vector<Value> &values) const
 {
@@ -272,60 +130,128 @@ Response EntryPoint::call(const std::vector<Value> &values) const
         throw std::invalid_argument(std::string(name_) + " takes " +
                                     std::to_string(parameters_.size()) + " arguments, not " +
                                     std::to_string(values.size()));
-    std::string output;
-    const int64_t result = invoke(values, output);
-    return end(result, std::move(output));
-}
-
-void EntryPoint::begin(const std::vector<Value> &values) const
-{
-    auto request = std::make_shared<Request>();
-    request->entry = name_;
-    request->cause = current_cause;
-    for (size_t i = 0; i < values.size(); ++i) {
-        const Parameter &parameter = parameters_[i];
-        const std::string text = shown(parameter, values[i]);
-        if (i != 0)
-            request->arguments += ' ';
-        request->arguments.append(parameter.name).append("=").append(text);
-        if (request->subject.empty() && parameter.names_interface() &&
-            find_interface(values[i]) != nullptr)
-            request->subject = text;
-        if (Journal::instance().observed())
-            request->values.push_back({parameter.name, values[i]});
-    }
-    Journal::instance().begin(std::move(request));
-}
-
-Response EntryPoint::end(int64_t result, std::string output) const
-{
-    Response response;
-    response.request = Journal::instance().end(result);
-    response.result = result;
-    response.output = std::move(output);
-    switch (outcome_) {
-    case Outcome::status:
-        response.refused = result != 0;
-        break;
-    case Outcome::router_mac:
-        response.refused = result == no_id || static_cast<int32_t>(result) < 0;
-        break;
-    case Outcome::answer:
-        break;
-    }
-    response.failed = response.refused || response.request->failed_calls != 0;
+    Storage storage;
+    Response response = call(values, storage);
+    response.output += storage.printed;
     return response;
+}
+
+Response EntryPoint::would_abort(const std::string &reason) const
+{
+    return not_made(std::string(name_) + " refused, the library would abort: " + reason);
+}
+
+Response EntryPoint::end(int64_t result) const
+{
+    const bool refused =
+        (outcome_ == Outcome::status && result != 0) ||
+        (outcome_ == Outcome::router_mac && (result == no_id || static_cast<int32_t>(result) < 0));
+    return answer_to(Journal::instance().end(result), result, refused);
+}
+
+void EntryPoint::Argument::refuse(const char *expected) const
+{
+    throw std::invalid_argument(std::string(parameter.name) + ": expected " + expected + ", not " +
+                                value.to_text());
+}
+
+int64_t EntryPoint::Argument::number() const
+{
+    if (value.kind() != Value::Kind::integer)
+        refuse("a number");
+    return value.number();
+}
+
+HostInterface &EntryPoint::Argument::interface() const
+{
+    HostInterface *const found = find_interface(value);
+    if (found == nullptr)
+        refuse("an interface");
+    return *found;
+}
+
+EntryPoint::Argument::operator l3lif *() const
+{
+    return value.kind() == Value::Kind::null ? nullptr : &interface();
+}
+
+EntryPoint::Argument::operator uint32_t() const
+{
+    return parameter.kind == ParameterKind::ifindex && value.kind() == Value::Kind::text
+               ? interface().ifindex
+               : static_cast<uint32_t>(number());
+}
+
+EntryPoint::Argument::operator int32_t() const
+{
+    return static_cast<int32_t>(number());
+}
+
+EntryPoint::Argument::operator const uint8_t *() const
+{
+    const std::optional<Mac> mac = parse_mac(value.string());
+    if (!mac)
+        refuse("a MAC address such as 00:00:5e:00:01:0a");
+    storage.mac = *mac;
+    return storage.mac.data();
+}
+
+EntryPoint::Argument::operator const char *() const
+{
+    if (value.kind() != Value::Kind::text)
+        refuse("a text");
+    return value.string().c_str();
+}
+
+EntryPoint::Argument::operator void *() const
+{
+    return value.kind() == Value::Kind::null ? nullptr : &storage.output;
+}
+
+Value EntryPoint::value_of(const Parameter &parameter, int64_t argument)
+{
+    return Value::integer(argument,
+                          parameter.names_interface() ? Value::Style::hex : Value::Style::decimal);
+}
+
+Value EntryPoint::value_of(const Parameter &parameter, const void *argument)
+{
+    if (argument == nullptr)
+        return Value();
+    switch (parameter.kind) {
+    case ParameterKind::interface:
+        return value_of(parameter, int64_t{static_cast<const l3lif *>(argument)->ifindex});
+    case ParameterKind::mac: {
+        Mac mac;
+        std::copy_n(static_cast<const uint8_t *>(argument), mac.size(), mac.begin());
+        return Value::text(to_text(mac));
+    }
+    case ParameterKind::text:
+        return Value::text(static_cast<const char *>(argument));
+    default:
+        return Value::text("output");
+    }
+}
+
+void EntryPoint::describe(Request &request, const Parameter &parameter, Value value)
+{
+    const HostInterface *const interface =
+        parameter.names_interface() && value.kind() == Value::Kind::integer ? find_interface(value)
+                                                                            : nullptr;
+    if (interface != nullptr && request.subject.empty())
+        request.subject = interface->name;
+    const bool bare = value.kind() == Value::Kind::text && parameter.kind != ParameterKind::text;
+    request.arguments.append(request.arguments.empty() ? "" : " ").append(parameter.name) += '=';
+    request.arguments += interface != nullptr ? interface->name
+                         : bare               ? value.string()
+                                              : value.to_text();
+    if (Journal::instance().observed())
+        request.values.push_back({parameter.name, std::move(value)});
 }
 
 const std::vector<const EntryPoint *> &EntryPoint::all()
 {
-    static const auto table = [] {
-        std::vector<const EntryPoint *> t;
-        for (const auto &entry : rows())
-            t.push_back(entry.get());
-        return t;
-    }();
-    return table;
+    return registry();
 }
 
 const EntryPoint *EntryPoint::find(std::string_view name)
@@ -340,151 +266,116 @@ const EntryPoint *EntryPoint::find(std::string_view name)
     return nullptr;
 }
 
-CauseScope::CauseScope(std::string cause) : outer_(std::exchange(current_cause, std::move(cause)))
-{}
-
-CauseScope::~CauseScope()
-{
-    current_cause = std::move(outer_);
-}
-
-const std::string &CauseScope::current()
-{
-    return current_cause;
-}
-
 namespace entry {
 namespace {
 
-Value named(const HostInterface &interface)
-{
-    return Value::integer(interface.ifindex, Value::Style::hex);
-}
-
-Value number(int64_t value)
-{
-    return Value::integer(value);
-}
-
-Value ifindex_value(uint32_t ifindex)
-{
-    return Value::integer(ifindex, Value::Style::hex);
-}
-
-/* The row is looked up once for each function that calls it. */
-#define REQUEST(name, ...)                                                                         \
-    do {                                                                                           \
-        static const EntryPoint &point = *EntryPoint::find("l3lifpd_kvn_" name);                   \
-        return point.call({__VA_ARGS__});                                                          \
-    } while (false)
+constexpr Parameter l3lif{"l3lif", ParameterKind::interface};
+constexpr Parameter main_l3lif{"main_l3lif", ParameterKind::interface};
+constexpr Parameter ifindex{"ifindex", ParameterKind::ifindex};
+constexpr Parameter first{"first", ParameterKind::ifindex};
+constexpr Parameter create{"create", ParameterKind::number};
+constexpr Parameter destroy{"destroy", ParameterKind::number};
+constexpr Parameter mac{"mac", ParameterKind::mac};
+constexpr Parameter peer_mac_id{"peer_mac_id", ParameterKind::number};
+constexpr Parameter value{"value", ParameterKind::number};
+constexpr Parameter prop_type{"prop_type", ParameterKind::number};
+constexpr Parameter encap_vlan{"encap_vlan", ParameterKind::number};
+constexpr Parameter flag{"flag", ParameterKind::number};
+constexpr Parameter overwrite{"overwrite", ParameterKind::number};
+constexpr Parameter intf_id{"intf_id", ParameterKind::number};
+constexpr Parameter enable{"enable", ParameterKind::number};
+constexpr Parameter cli_ctx{"cli_ctx", ParameterKind::output};
+constexpr Parameter prefix{"prefix", ParameterKind::text};
+constexpr Parameter buf{"buf", ParameterKind::output};
 
 } // namespace
 
-Response add_l3port(HostInterface &interface, int32_t create)
-{
-    REQUEST("add_l3port", named(interface), number(create));
-}
-Response del_l3port(HostInterface &interface)
-{
-    REQUEST("del_l3port", named(interface));
-}
-Response add_subint(HostInterface &interface, uint32_t encap_vlan, int32_t create)
-{
-    REQUEST("add_subint", named(interface), number(encap_vlan), number(create));
-}
-Response del_subint(HostInterface &interface)
-{
-    REQUEST("del_subint", named(interface));
-}
-Response add_svi(HostInterface &interface, uint32_t encap_vlan)
-{
-    REQUEST("add_svi", named(interface), number(encap_vlan));
-}
-Response del_svi(HostInterface &interface)
-{
-    REQUEST("del_svi", named(interface));
-}
-Response set_l3_property(HostInterface &interface, int32_t prop_type, uint32_t value)
-{
-    REQUEST("set_l3_property", named(interface), number(prop_type), number(value));
-}
-Response add_l3pc(HostInterface &member, int32_t create)
-{
-    REQUEST("add_l3pc", named(member), number(create));
-}
-Response del_l3pc(HostInterface &member, int32_t destroy)
-{
-    REQUEST("del_l3pc", named(member), number(destroy));
-}
-Response add_l3pc_member(uint32_t first, uint32_t ifindex)
-{
-    REQUEST("add_l3pc_member", ifindex_value(first), ifindex_value(ifindex));
-}
-Response del_l3pc_member(uint32_t first, uint32_t ifindex)
-{
-    REQUEST("del_l3pc_member", ifindex_value(first), ifindex_value(ifindex));
-}
-Response rmac_add(const Mac &mac)
-{
-    REQUEST("rmac_add", Value::text(to_text(mac)));
-}
-Response rmac_del(int32_t peer_mac_id)
-{
-    REQUEST("rmac_del", number(peer_mac_id));
-}
-Response fhrp_mac_add(const Mac &mac, uint32_t ifindex)
-{
-    REQUEST("fhrp_mac_add", Value::text(to_text(mac)), ifindex_value(ifindex));
-}
-Response fhrp_mac_del(const Mac &mac, uint32_t ifindex)
-{
-    REQUEST("fhrp_mac_del", Value::text(to_text(mac)), ifindex_value(ifindex));
-}
-
-#undef REQUEST
+/* In the order of the public header: what it is for, what its result says, what ends the process,
+ * and its parameters. */
+#define ENTRY(name, purpose, outcome, abort, ...)                                                  \
+    const Entry<decltype(l3lifpd_kvn_##name)> name(                                                \
+        "l3lifpd_kvn_" #name, purpose, l3lifpd_kvn_##name, Outcome::outcome, abort, {__VA_ARGS__})
+ENTRY(ifindex_to_port, "front-panel port of an interface", answer, nullptr, ifindex);
+ENTRY(is_lif_pc_member, "whether a record is a member", answer, nullptr, l3lif);
+ENTRY(is_ifindex_pc_member, "whether an interface is a member", answer, nullptr, ifindex);
+ENTRY(get_pc_id_for_ifindex, "SDK port-channel of an interface", answer, nullptr, ifindex);
+ENTRY(get_lid_id_for_ifindex, "LID entry of an interface", answer, nullptr, ifindex);
+ENTRY(get_intf_id_for_ifindex, "SDK interface of an interface", answer, nullptr, ifindex);
+ENTRY(l3pd_init, "make an interface's context", status, null_record, l3lif, overwrite);
+ENTRY(dump_l3lif, "print an interface's identifiers", answer, null_record, cli_ctx, prefix, l3lif);
+const Entry<decltype(l3lifpd_dump_format_mac_bytes)>
+    dump_format_mac_bytes("l3lifpd_dump_format_mac_bytes", "write a MAC in dotted form",
+                          l3lifpd_dump_format_mac_bytes, Outcome::answer, nullptr, {mac, buf});
+ENTRY(add_l3port, "create a routed port", status, channel_without_context, l3lif, create);
+ENTRY(destroy_l3_intf, "destroy an SDK interface", status, nullptr, l3lif);
+ENTRY(del_l3port, "delete a routed port", status, nullptr, l3lif);
+ENTRY(del_svi, "delete an SVI", status, nullptr, l3lif);
+ENTRY(del_subint, "delete a sub-interface", status, null_record, l3lif);
+ENTRY(add_l3tun, "tunnel hook, does nothing", status, nullptr, l3lif, create);
+ENTRY(del_l3tun, "tunnel hook, does nothing", status, nullptr, l3lif);
+ENTRY(add_subint, "create a sub-interface", status, parent_without_lid, l3lif, encap_vlan, create);
+ENTRY(add_svi, "create an SVI", status, nullptr, l3lif, encap_vlan);
+ENTRY(set_l3_property, "change an L3 property", status, nullptr, l3lif, prop_type, value);
+ENTRY(init_l3_properties, "give the default L3 properties", status, null_record, l3lif);
+const Entry<decltype(l3lifpd_process_kvn_l3_prop_batch)>
+    process_kvn_l3_prop_batch("l3lifpd_process_kvn_l3_prop_batch", "batch hook, does nothing",
+                              l3lifpd_process_kvn_l3_prop_batch, Outcome::status, nullptr, {});
+ENTRY(set_single_l3_property, "write one property of an SDK interface", status, nullptr, intf_id,
+      prop_type, value);
+ENTRY(loopback_enable, "internal loopback of a port, on or off", status, nullptr, ifindex, enable);
+ENTRY(alloc_l3pc_add, "make a routed port-channel", status, no_port_channel, l3lif, create);
+ENTRY(add_l3pc, "a port joins a routed port-channel", status, joined_without_context, l3lif,
+      create);
+ENTRY(add_l3pc_member, "member hook, only traces", status, nullptr, first, ifindex);
+ENTRY(del_l3pc_member, "member hook, only traces", status, nullptr, first, ifindex);
+ENTRY(port_SupPortMask_set, "port mask hook, does nothing", status, nullptr, l3lif);
+ENTRY(pc_SupPortMask_set, "port mask hook, does nothing", status, nullptr, l3lif, main_l3lif, flag);
+ENTRY(del_l3pc, "a port leaves a routed port-channel", status, left_without_context, l3lif,
+      destroy);
+ENTRY(peer_mac_add, "add a peer gateway's MAC", router_mac, nullptr, mac);
+ENTRY(peer_mac_del, "remove a peer gateway's MAC", status, nullptr, peer_mac_id);
+ENTRY(rmac_add, "add a router MAC", router_mac, nullptr, mac);
+ENTRY(rmac_del, "remove a router MAC", status, nullptr, peer_mac_id);
+ENTRY(fhrp_mac_add, "add a virtual MAC to an interface", status, nullptr, mac, ifindex);
+ENTRY(fhrp_mac_del, "remove a virtual MAC from an interface", status, nullptr, mac, ifindex);
+#undef ENTRY
 
 } // namespace entry
 
 const std::vector<PropertyRow> &properties()
 {
     static const std::vector<PropertyRow> table = {
-        {L3LIF_PROP_IPV4_UCST_EN, "ipv4_ucst_en", "L3LIF_PROP_IPV4_UCST_EN", SdkIntfAttrIpv4UcstEn,
-         false},
-        {L3LIF_PROP_IPV4_MCST_EN, "ipv4_mcst_en", "L3LIF_PROP_IPV4_MCST_EN", SdkIntfAttrIpv4McstEn,
-         false},
-        {L3LIF_PROP_IPV4_VPN, "ipv4_vpn", "L3LIF_PROP_IPV4_VPN", SdkIntfAttrIpv4Vpn, false},
-        {L3LIF_PROP_IPV4_RPF_MODE, "ipv4_rpf_mode", "L3LIF_PROP_IPV4_RPF_MODE",
-         SdkIntfAttrIpv4RpfMode, false},
-        {L3LIF_PROP_IPV4_SAME_IF_CHECK, "ipv4_same_if_check", "L3LIF_PROP_IPV4_SAME_IF_CHECK",
-         SdkIntfAttrIpv4SameIfCheck, true},
-        {L3LIF_PROP_IPV6_UCST_EN, "ipv6_ucst_en", "L3LIF_PROP_IPV6_UCST_EN", SdkIntfAttrIpv6UcstEn,
-         false},
-        {L3LIF_PROP_IPV6_MCST_EN, "ipv6_mcst_en", "L3LIF_PROP_IPV6_MCST_EN", SdkIntfAttrIpv6McstEn,
-         false},
-        {L3LIF_PROP_IPV6_SAME_IF_CHECK, "ipv6_same_if_check", "L3LIF_PROP_IPV6_SAME_IF_CHECK",
-         SdkIntfAttrIpv6SameIfCheck, true},
-        {L3LIF_PROP_IPV6_VPN, "ipv6_vpn", "L3LIF_PROP_IPV6_VPN", SdkIntfAttrIpv6Vpn, false},
-        {L3LIF_PROP_ACL_BD_LABEL, "acl_bd_label", "L3LIF_PROP_ACL_BD_LABEL", SdkIntfAttrAclBdLabel,
-         false},
-        {L3LIF_PROP_QOS_LABEL, "qos_label", "L3LIF_PROP_QOS_LABEL", 0, false},
-        {L3LIF_PROP_MTU, "mtu", "L3LIF_PROP_MTU", SdkIntfAttrMtuIdx, false},
-        {L3LIF_PROP_VLAN_TABLE_MISS, "vlan_table_miss", "L3LIF_PROP_VLAN_TABLE_MISS",
-         SdkIntfAttrVlanTableMiss, false},
-        {L3LIF_PROP_DF_MASK_SET, "df_mask_set", "L3LIF_PROP_DF_MASK_SET", SdkIntfAttrIngTblDfMask,
-         false},
-        {L3LIF_PROP_DF_MASK_CLEAR, "df_mask_clear", "L3LIF_PROP_DF_MASK_CLEAR",
-         SdkIntfAttrIngTblDfMask, false},
-        {L3LIF_PROP_IF_NAT, "if_nat", "L3LIF_PROP_IF_NAT", 0, false},
-        {L3LIF_PROP_IGMP_SNOOP_LABEL, "igmp_snoop_label", "L3LIF_PROP_IGMP_SNOOP_LABEL",
-         SdkIntfAttrIngTblIgmpSnoopLabel, false},
+        {L3LIF_PROP_IPV4_UCST_EN, "ipv4_ucst_en", SdkIntfAttrIpv4UcstEn, false},
+        {L3LIF_PROP_IPV4_MCST_EN, "ipv4_mcst_en", SdkIntfAttrIpv4McstEn, false},
+        {L3LIF_PROP_IPV4_VPN, "ipv4_vpn", SdkIntfAttrIpv4Vpn, false},
+        {L3LIF_PROP_IPV4_RPF_MODE, "ipv4_rpf_mode", SdkIntfAttrIpv4RpfMode, false},
+        {L3LIF_PROP_IPV4_SAME_IF_CHECK, "ipv4_same_if_check", SdkIntfAttrIpv4SameIfCheck, true},
+        {L3LIF_PROP_IPV6_UCST_EN, "ipv6_ucst_en", SdkIntfAttrIpv6UcstEn, false},
+        {L3LIF_PROP_IPV6_MCST_EN, "ipv6_mcst_en", SdkIntfAttrIpv6McstEn, false},
+        {L3LIF_PROP_IPV6_SAME_IF_CHECK, "ipv6_same_if_check", SdkIntfAttrIpv6SameIfCheck, true},
+        {L3LIF_PROP_IPV6_VPN, "ipv6_vpn", SdkIntfAttrIpv6Vpn, false},
+        {L3LIF_PROP_ACL_BD_LABEL, "acl_bd_label", SdkIntfAttrAclBdLabel, false},
+        {L3LIF_PROP_QOS_LABEL, "qos_label", 0, false},
+        {L3LIF_PROP_MTU, "mtu", SdkIntfAttrMtuIdx, false},
+        {L3LIF_PROP_VLAN_TABLE_MISS, "vlan_table_miss", SdkIntfAttrVlanTableMiss, false},
+        {L3LIF_PROP_DF_MASK_SET, "df_mask_set", SdkIntfAttrIngTblDfMask, false},
+        {L3LIF_PROP_DF_MASK_CLEAR, "df_mask_clear", SdkIntfAttrIngTblDfMask, false},
+        {L3LIF_PROP_IF_NAT, "if_nat", 0, false},
+        {L3LIF_PROP_IGMP_SNOOP_LABEL, "igmp_snoop_label", SdkIntfAttrIngTblIgmpSnoopLabel, false},
     };
     return table;
 }
 
 const PropertyRow *find_property(std::string_view name)
 {
+    constexpr std::string_view prefix = "L3LIF_PROP_";
+    std::string small(name);
+    if (name.substr(0, prefix.size()) == prefix) {
+        small.erase(0, prefix.size());
+        std::transform(small.begin(), small.end(), small.begin(), ::tolower);
+    }
     for (const PropertyRow &row : properties()) {
-        if (name == row.name || name == row.enumerator || name == std::to_string(row.type))
+        if (small == row.name || small == std::to_string(row.type))
             return &row;
     }
     return nullptr;

@@ -1,14 +1,18 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
-#include "sim/config/desired.h"
+#include "l3lifpd_kavelin.h"
+#include "sim/fwm/command_output.h"
 #include "sim/fwm/host.h"
-#include "sim/journal/journal.h"
+#include "sim/switch/request.h"
+#include "sim/types/mac.h"
 
 /* The library's entry points as data: each is defined once, with its parameters, and can be called
  * from code, by hand and from a recording. Every call is a request of the journal. */
@@ -42,17 +46,8 @@ enum class Outcome : uint8_t {
     answer      /* a lookup's or hook's answer; never a failure */
 };
 
-/* A request that was made. */
-struct Response {
-    RequestRef request;
-    int64_t result = 0;
-    bool failed = false;  /* by the entry point's outcome, or a call within it failed */
-    bool refused = false; /* by the entry point's outcome alone */
-    std::string output;   /* what it printed through cmd_prt */
-    /* "request 3 l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create: SDK_E_FULL (reason)" */
-    std::string failure() const;
-};
-
+/* What the library would not survive is never asked of it: call answers with a request not made,
+ * "l3lifpd_kvn_add_subint refused, the library would abort: parent Ethernet0 has no LID". */
 class EntryPoint {
 public:
     EntryPoint(const char *name, const char *purpose, Outcome outcome,
@@ -66,8 +61,7 @@ public:
     const std::vector<Parameter> &parameters() const { return parameters_; }
 
     /* Make the request with these values, as many as parameters. std::invalid_argument names the
-     * parameter and what was expected when a value does not fit. The caller keeps the library from
-     * aborting (see Switch::why_not_sub_interface). */
+     * parameter and what was expected when a value does not fit. */
     Response call(const std::vector<Value> &values) const;
 
     /* All 36, in the order of the public header; by name, with or without "l3lifpd_kvn_". */
@@ -75,9 +69,41 @@ public:
     static const EntryPoint *find(std::string_view name);
 
 protected:
-    virtual int64_t invoke(const std::vector<Value> &values, std::string &output) const = 0;
-    void begin(const std::vector<Value> &values) const;
-    Response end(int64_t result, std::string output) const;
+    /* What pointers among the C arguments point at, for the time of a request. */
+    struct Storage {
+        Mac mac{};
+        char buffer[20] = {};
+        std::string printed;
+        CommandOutput output{printed};
+    };
+
+    /* A value on its way to be a C argument. */
+    struct Argument {
+        const Parameter &parameter;
+        const Value &value;
+        Storage &storage;
+
+        operator l3lif *() const;
+        operator uint32_t() const;
+        operator int32_t() const;
+        operator const uint8_t *() const;
+        operator const char *() const;
+        operator char *() const { return storage.buffer; }
+        operator void *() const;
+
+    private:
+        [[noreturn]] void refuse(const char *expected) const;
+        int64_t number() const;
+        HostInterface &interface() const;
+    };
+
+    virtual Response call(const std::vector<Value> &values, Storage &storage) const = 0;
+    Response would_abort(const std::string &reason) const;
+    Response end(int64_t result) const;
+
+    static Value value_of(const Parameter &parameter, int64_t argument);
+    static Value value_of(const Parameter &parameter, const void *argument);
+    static void describe(Request &request, const Parameter &parameter, Value value);
 
 private:
     const char *name_;
@@ -86,45 +112,92 @@ private:
     std::vector<Parameter> parameters_;
 };
 
-/* Requests made while one lives carry its text as their cause. They nest; the inner one counts. */
-class CauseScope {
+/* An entry point that knows the types of its function's arguments. */
+template <class Function> class Entry;
+template <class R, class... P> class Entry<R(P...)> : public EntryPoint {
 public:
-    explicit CauseScope(std::string cause);
-    ~CauseScope();
-    CauseScope(const CauseScope &) = delete;
-    CauseScope &operator=(const CauseScope &) = delete;
-    static const std::string &current();
+    /* Why the library would abort if it were called so; empty when it may be. */
+    using Abort = std::string (*)(P...);
+
+    /* abort may be nullptr: nothing ends it. */
+    Entry(const char *name, const char *purpose, R (*function)(P...), Outcome outcome, Abort abort,
+          std::vector<Parameter> parameters)
+        : EntryPoint(name, purpose, outcome, std::move(parameters)), function_(function),
+          abort_(abort)
+    {}
+
+    /* Make the request. An interface is a HostInterface, a MAC a Mac. */
+    template <class... Arguments> Response operator()(Arguments &&...arguments) const
+    {
+        return make(static_cast<P>(to_c(arguments))...);
+    }
 
 private:
-    std::string outer_;
+    static l3lif *to_c(HostInterface &interface) { return &interface; }
+    static const uint8_t *to_c(const Mac &mac) { return mac.data(); }
+    static int64_t to_c(int64_t number) { return number; }
+
+    Response make(P... arguments) const
+    {
+        const std::string reason = abort_ != nullptr ? abort_(arguments...) : std::string();
+        if (!reason.empty())
+            return would_abort(reason);
+        auto request = std::make_shared<Request>();
+        request->entry = name();
+        [[maybe_unused]] auto parameter = parameters().begin();
+        ((describe(*request, *parameter, value_of(*parameter, arguments)), ++parameter), ...);
+        Journal::instance().begin(std::move(request));
+        if constexpr (std::is_pointer_v<R>) {
+            std::string text = function_(arguments...);
+            Response response = end(0);
+            response.output = std::move(text);
+            return response;
+        } else {
+            return end(function_(arguments...));
+        }
+    }
+
+    Response call(const std::vector<Value> &values, Storage &storage) const override
+    {
+        return call(values, storage, std::index_sequence_for<P...>());
+    }
+    template <size_t... I>
+    Response call([[maybe_unused]] const std::vector<Value> &values,
+                  [[maybe_unused]] Storage &storage, std::index_sequence<I...>) const
+    {
+        return make(Argument{parameters()[I], values[I], storage}...);
+    }
+
+    R (*function_)(P...);
+    Abort abort_;
 };
 
-/* The entry points by name, for code: entry::add_l3port(interface, 1). */
+/* The entry points that code calls: entry::add_l3port(interface, 1). */
 namespace entry {
-Response add_l3port(HostInterface &interface, int32_t create);
-Response del_l3port(HostInterface &interface);
-Response add_subint(HostInterface &interface, uint32_t encap_vlan, int32_t create);
-Response del_subint(HostInterface &interface);
-Response add_svi(HostInterface &interface, uint32_t encap_vlan);
-Response del_svi(HostInterface &interface);
-Response set_l3_property(HostInterface &interface, int32_t prop_type, uint32_t value);
-Response add_l3pc(HostInterface &member, int32_t create);
-Response del_l3pc(HostInterface &member, int32_t destroy);
-Response add_l3pc_member(uint32_t first, uint32_t ifindex);
-Response del_l3pc_member(uint32_t first, uint32_t ifindex);
-Response rmac_add(const Mac &mac);
-Response rmac_del(int32_t peer_mac_id);
-Response fhrp_mac_add(const Mac &mac, uint32_t ifindex);
-Response fhrp_mac_del(const Mac &mac, uint32_t ifindex);
+extern const Entry<decltype(l3lifpd_kvn_add_l3port)> add_l3port;
+extern const Entry<decltype(l3lifpd_kvn_del_l3port)> del_l3port;
+extern const Entry<decltype(l3lifpd_kvn_del_svi)> del_svi;
+extern const Entry<decltype(l3lifpd_kvn_del_subint)> del_subint;
+extern const Entry<decltype(l3lifpd_kvn_add_subint)> add_subint;
+extern const Entry<decltype(l3lifpd_kvn_add_svi)> add_svi;
+extern const Entry<decltype(l3lifpd_kvn_set_l3_property)> set_l3_property;
+extern const Entry<decltype(l3lifpd_kvn_loopback_enable)> loopback_enable;
+extern const Entry<decltype(l3lifpd_kvn_add_l3pc)> add_l3pc;
+extern const Entry<decltype(l3lifpd_kvn_add_l3pc_member)> add_l3pc_member;
+extern const Entry<decltype(l3lifpd_kvn_del_l3pc_member)> del_l3pc_member;
+extern const Entry<decltype(l3lifpd_kvn_del_l3pc)> del_l3pc;
+extern const Entry<decltype(l3lifpd_kvn_rmac_add)> rmac_add;
+extern const Entry<decltype(l3lifpd_kvn_rmac_del)> rmac_del;
+extern const Entry<decltype(l3lifpd_kvn_fhrp_mac_add)> fhrp_mac_add;
+extern const Entry<decltype(l3lifpd_kvn_fhrp_mac_del)> fhrp_mac_del;
 } // namespace entry
 
 /* Property types by name ("mtu", "ipv4_ucst_en", "L3LIF_PROP_MTU"), for hand-made requests. */
 struct PropertyRow {
-    int32_t type;
-    const char *name;       /* "mtu" */
-    const char *enumerator; /* "L3LIF_PROP_MTU" */
-    uint32_t attribute;     /* SDK attribute that it writes, 0 = none */
-    bool inverted;          /* the attribute is 1 when the property is 0 */
+    int32_t type;       /* L3LIF_PROP_MTU */
+    const char *name;   /* "mtu": the enumerator's, in small letters */
+    uint32_t attribute; /* SDK attribute that it writes, 0 = none */
+    bool inverted;      /* the attribute is 1 when the property is 0 */
 };
 const std::vector<PropertyRow> &properties();
 const PropertyRow *find_property(std::string_view name); /* name, enumerator or number */

@@ -16,13 +16,7 @@ bool operator==(const Settings &a, const Settings &b)
 
 Settings settings_of(const L3Settings &l3, uint16_t mtu)
 {
-    Settings settings;
-    settings.mtu = mtu;
-    settings.ipv4 = l3.ipv4;
-    settings.ipv6 = l3.ipv6;
-    settings.vrf = l3.vrf;
-    settings.nat_zone = l3.nat_zone;
-    return settings;
+    return {mtu, l3.ipv4, l3.ipv6, l3.vrf, l3.nat_zone};
 }
 
 namespace {
@@ -122,18 +116,6 @@ private:
         return steps.back();
     }
 
-    void add_mac(StepKind kind, const std::string &name, std::string words,
-                 const SourceLocation &cause, const Mac &mac)
-    {
-        add(kind, name, std::move(words), cause).mac = mac;
-    }
-
-    void add_member(StepKind kind, const std::string &port, std::string words,
-                    const SourceLocation &cause, const std::string &port_channel)
-    {
-        add(kind, port, std::move(words), cause).other = port_channel;
-    }
-
     void add_interface(StepKind kind, const std::string &name, const std::string &start,
                        const SourceLocation &cause, Settings settings)
     {
@@ -176,8 +158,9 @@ private:
                 if (stays)
                     staying_members_.insert(name + '|' + port);
                 else
-                    add_member(StepKind::remove_member, port,
-                               "take " + port + " out of port-channel " + name, location, name);
+                    add(StepKind::remove_member, port,
+                        "take " + port + " out of port-channel " + name, location)
+                        .other = name;
             }
             if (routed(&has) && !routed(wants))
                 add(StepKind::unroute_port_channel, name, "stop routing port-channel " + name,
@@ -226,66 +209,64 @@ private:
         }
     }
 
-    void sub_interfaces()
+    /* Interfaces that are what they are for good: one that shall be another is deleted and made
+     * anew. like(has, wants) is whether they are the same but for their settings. */
+    template <class Map, class Like, class Words>
+    void compare(const Map &have, const Map &want, StepKind removal, StepKind creation,
+                 const std::string &what, const Like &like, const Words &creation_words)
     {
         Cursor settings(switch_.settings_);
-        walk(have_.sub_interfaces, want_.sub_interfaces,
-             [&](const std::string &name, const DesiredSubInterface *has,
-                 const DesiredSubInterface *wants) {
-                 if (has != nullptr && wants != nullptr && wants->parent == has->parent &&
-                     wants->vlan == has->vlan && gone_.count(has->parent) == 0) {
-                     change(name, settings.find(name), settings_of(wants->l3, wants->mtu),
-                            wants->location);
-                     return;
-                 }
-                 if (has != nullptr)
-                     add(StepKind::delete_sub_interface, name, "delete sub-interface " + name,
-                         has->location);
-                 if (wants != nullptr)
-                     add_interface(StepKind::add_sub_interface, name,
-                                   "create sub-interface " + name + " on " + wants->parent +
-                                       ", VLAN " + std::to_string(wants->vlan),
-                                   wants->location, settings_of(wants->l3, wants->mtu));
-                 if (has != nullptr && wants != nullptr)
-                     gone_.insert(name);
-             });
+        walk(have, want, [&](const std::string &name, const auto *has, const auto *wants) {
+            if (has != nullptr && wants != nullptr && like(*has, *wants))
+                return change(name, settings.find(name), settings_of(wants->l3, wants->mtu),
+                              wants->location);
+            if (has != nullptr)
+                add(removal, name, "delete " + what + name, has->location);
+            if (wants != nullptr)
+                add_interface(creation, name, "create " + what + name + creation_words(*wants),
+                              wants->location, settings_of(wants->l3, wants->mtu));
+            if (has != nullptr && wants != nullptr)
+                gone_.insert(name);
+        });
+    }
+
+    void sub_interfaces()
+    {
+        compare(
+            have_.sub_interfaces, want_.sub_interfaces, StepKind::delete_sub_interface,
+            StepKind::add_sub_interface, "sub-interface ",
+            [&](const DesiredSubInterface &has, const DesiredSubInterface &wants) {
+                return wants.parent == has.parent && wants.vlan == has.vlan &&
+                       gone_.count(has.parent) == 0;
+            },
+            [](const DesiredSubInterface &wants) {
+                return " on " + wants.parent + ", VLAN " + std::to_string(wants.vlan);
+            });
     }
 
     void svis()
     {
-        Cursor settings(switch_.settings_);
-        walk(have_.svis, want_.svis,
-             [&](const std::string &name, const DesiredSvi *has, const DesiredSvi *wants) {
-                 if (has != nullptr && wants != nullptr && wants->vlan == has->vlan) {
-                     change(name, settings.find(name), settings_of(wants->l3, wants->mtu),
-                            wants->location);
-                     return;
-                 }
-                 if (has != nullptr)
-                     add(StepKind::delete_svi, name, "delete SVI " + name, has->location);
-                 if (wants != nullptr)
-                     add_interface(StepKind::add_svi, name, "create SVI " + name, wants->location,
-                                   settings_of(wants->l3, wants->mtu));
-                 if (has != nullptr && wants != nullptr)
-                     gone_.insert(name);
-             });
+        compare(
+            have_.svis, want_.svis, StepKind::delete_svi, StepKind::add_svi, "SVI ",
+            [](const DesiredSvi &has, const DesiredSvi &wants) { return wants.vlan == has.vlan; },
+            [](const DesiredSvi &) { return ""; });
     }
 
     void virtual_macs()
     {
         for (const auto &[mac, location] : have_.virtual_macs) {
             if (want_.virtual_macs.count(mac) == 0 || gone_.count(mac.interface) != 0)
-                add_mac(StepKind::remove_virtual_mac, mac.interface,
-                        "remove virtual MAC " + to_text(mac.mac) + " from " + mac.interface,
-                        location, mac.mac);
+                add(StepKind::remove_virtual_mac, mac.interface,
+                    "remove virtual MAC " + to_text(mac.mac) + " from " + mac.interface, location)
+                    .mac = mac.mac;
         }
         for (const auto &[mac, location] : want_.virtual_macs) {
             if (!will_exist(mac.interface))
                 continue;
             if (have_.virtual_macs.count(mac) == 0 || gone_.count(mac.interface) != 0)
-                add_mac(StepKind::add_virtual_mac, mac.interface,
-                        "add virtual MAC " + to_text(mac.mac) + " to " + mac.interface, location,
-                        mac.mac);
+                add(StepKind::add_virtual_mac, mac.interface,
+                    "add virtual MAC " + to_text(mac.mac) + " to " + mac.interface, location)
+                    .mac = mac.mac;
         }
     }
 
@@ -305,13 +286,13 @@ private:
         if (have_.router_mac == want_.router_mac)
             return;
         if (have_.router_mac)
-            add_mac(StepKind::remove_router_mac, "switch",
-                    "remove router MAC " + to_text(*have_.router_mac), have_.router_mac_location,
-                    *have_.router_mac);
+            add(StepKind::remove_router_mac, "switch",
+                "remove router MAC " + to_text(*have_.router_mac), have_.router_mac_location)
+                .mac = *have_.router_mac;
         if (want_.router_mac)
-            add_mac(StepKind::add_router_mac, "switch",
-                    "set router MAC " + to_text(*want_.router_mac), want_.router_mac_location,
-                    *want_.router_mac);
+            add(StepKind::add_router_mac, "switch", "set router MAC " + to_text(*want_.router_mac),
+                want_.router_mac_location)
+                .mac = *want_.router_mac;
     }
 
     void new_ports()
@@ -348,8 +329,9 @@ private:
                         routed(&wants) && want_.routed_ports.count(port) != 0;
                     if (will_be_declined == declined_ones &&
                         staying_members_.count(name + '|' + port) == 0)
-                        add_member(StepKind::add_member, port,
-                                   "add " + port + " to port-channel " + name, location, name);
+                        add(StepKind::add_member, port, "add " + port + " to port-channel " + name,
+                            location)
+                            .other = name;
                 }
             }
         }

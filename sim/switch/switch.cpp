@@ -7,10 +7,9 @@
 #include <unordered_map>
 
 #include "l3lifpd_kavelin.h"
-#include "platform_api/if_index.h"
 #include "sim/sdk/asic.h"
+#include "sim/switch/choreography.h"
 #include "sim/switch/cursor.h"
-#include "sim/switch/host_task.h"
 
 namespace kvnsim {
 namespace {
@@ -29,23 +28,6 @@ void forget_virtual_macs()
     fhrp_mac_hash = nullptr;
 }
 
-/* What a new interface has without the library's doing. */
-Settings new_settings()
-{
-    Settings settings;
-    settings.ipv6 = false;
-    settings.vrf = "";
-    settings.nat_zone = 0;
-    return settings;
-}
-
-/* The library gives up at the first call that is refused: what came before it was done. */
-bool nothing_was_done(const Response &response, std::string_view first_call)
-{
-    return response.refused && (response.request->failed_calls == 0 ||
-                                response.request->first_failure().name == first_call);
-}
-
 } // namespace
 
 Switch::Switch()
@@ -62,21 +44,6 @@ uint32_t Switch::vpn_of(const std::string &vrf) const
     return found == vpns_.end() ? 0 : found->second;
 }
 
-std::string Switch::why_not_sub_interface(uint32_t ifindex)
-{
-    const HostInterface *interface = Host::instance().find(ifindex);
-    if (interface == nullptr || interface->kind != InterfaceKind::sub_interface)
-        return "not a sub-interface";
-    const HostInterface &parent = *interface->parent;
-    if (!parent.registered)
-        return "parent " + parent.name + " is not routed";
-    const HostInterface &serving = parent.channel != nullptr ? *parent.channel : parent;
-    const l3_pd *context = serving.context();
-    if (context == nullptr || context->lid_id == no_id)
-        return "parent " + parent.name + " has no LID";
-    return {};
-}
-
 /* Carries out the steps of one plan. */
 class Executor {
 public:
@@ -86,12 +53,15 @@ public:
 
     void carry_out(const Step &step)
     {
-        step_ = &step;
         const CauseScope cause(step.cause.to_text());
         const size_t failures = applied_.failures.size();
-        take_up({&step.name, step.kind, step.mac});
-        perform();
-        if (applied_.failures.size() == failures && object_goes(step.kind))
+        const Row &row = row_of(step.kind);
+        take_up(own(step));
+        if (row.alone != nullptr)
+            (this->*row.alone)(step);
+        else if (HostInterface *const found = object(step))
+            (this->*row.with_object)(step, *found);
+        if (applied_.failures.size() == failures && row.object_goes)
             drop_reasons(step.name, [](const Reason &) { return true; });
         applied_.steps_done++;
     }
@@ -99,10 +69,9 @@ public:
     /* Take over what only the host keeps, and give VPN numbers back that nobody uses. */
     void finish()
     {
-        take_over(have_.ports, want_.ports,
-                  [](DesiredPort &has, const DesiredPort &wants) { has = wants; });
-        take_over(have_.routed_ports, want_.routed_ports,
-                  [](DesiredRoutedPort &has, const DesiredRoutedPort &wants) { has = wants; });
+        const auto all = [](auto &has, const auto &wants) { has = wants; };
+        take_over(have_.ports, want_.ports, all);
+        take_over(have_.routed_ports, want_.routed_ports, all);
         take_over(have_.port_channels, want_.port_channels,
                   [](DesiredPortChannel &has, const DesiredPortChannel &wants) {
                       has.mtu = wants.mtu;
@@ -118,8 +87,7 @@ public:
                       if (has.parent == wants.parent && has.vlan == wants.vlan)
                           has = wants;
                   });
-        take_over(have_.svis, want_.svis,
-                  [](DesiredSvi &has, const DesiredSvi &wants) { has = wants; });
+        take_over(have_.svis, want_.svis, all);
         have_.vlans = want_.vlans;
         have_.vrfs = want_.vrfs;
         have_.hostname = want_.hostname;
@@ -149,93 +117,77 @@ private:
         });
     }
 
-    void perform()
+    /* What carries a step out, by itself or with the host's record of the step's object. */
+    struct Row {
+        void (Executor::*alone)(const Step &);
+        void (Executor::*with_object)(const Step &, HostInterface &);
+        bool object_goes; /* with whatever failed about it */
+    };
+
+    static const Row &row_of(StepKind kind)
     {
-        switch (step_->kind) {
-        case StepKind::remove_virtual_mac:
-            return remove_virtual_mac();
-        case StepKind::delete_sub_interface:
-            return delete_sub_interface();
-        case StepKind::delete_svi:
-            return delete_svi();
-        case StepKind::remove_member:
-            return remove_member();
-        case StepKind::unroute_port_channel:
-            return unroute_port_channel();
-        case StepKind::delete_port_channel:
-            return delete_port_channel();
-        case StepKind::unroute_port:
-            return unroute_port();
-        case StepKind::delete_port:
-            return delete_port();
-        case StepKind::remove_router_mac:
-            return remove_router_mac();
-        case StepKind::add_router_mac:
-            return add_router_mac();
-        case StepKind::add_port:
-            return add_port();
-        case StepKind::route_port:
-            return route_port();
-        case StepKind::add_port_channel:
-            return add_port_channel();
-        case StepKind::route_port_channel:
-            return route_port_channel();
-        case StepKind::add_member:
-            return add_member();
-        case StepKind::add_svi:
-            return add_svi();
-        case StepKind::add_sub_interface:
-            return add_sub_interface();
-        case StepKind::change_settings:
-            return change_settings();
-        case StepKind::add_virtual_mac:
-            return add_virtual_mac();
-        }
+        static constexpr Row rows[] = {
+            /* in the order of StepKind */
+            {nullptr, &Executor::remove_virtual_mac, false},
+            {nullptr, &Executor::delete_sub_interface, true},
+            {nullptr, &Executor::delete_svi, true},
+            {&Executor::remove_member, nullptr, false},
+            {nullptr, &Executor::unroute_port_channel, true},
+            {nullptr, &Executor::delete_port_channel, true},
+            {nullptr, &Executor::unroute_port, true},
+            {nullptr, &Executor::delete_port, true},
+            {&Executor::remove_router_mac, nullptr, false},
+            {&Executor::add_router_mac, nullptr, false},
+            {&Executor::add_port, nullptr, false},
+            {nullptr, &Executor::route_port, false},
+            {&Executor::add_port_channel, nullptr, false},
+            {nullptr, &Executor::route_port_channel, false},
+            {nullptr, &Executor::add_member, false},
+            {&Executor::add_svi, nullptr, false},
+            {&Executor::add_sub_interface, nullptr, false},
+            {nullptr, &Executor::change_settings, false},
+            {nullptr, &Executor::add_virtual_mac, false},
+        };
+        return rows[static_cast<size_t>(kind)];
     }
 
     /* ---- Failures ---- */
 
-    /* What is being done to which object: a failure is the reason why that is not as wanted. */
+    /* What is being done to which object, in which step: a failure is the reason why that object is
+     * not as wanted. */
     struct Concern {
-        const std::string *object;
+        const Step &step;
+        const std::string &object;
         StepKind kind;
         Mac mac;
         bool is_of(const Reason &reason) const { return reason.kind == kind && reason.mac == mac; }
     };
+    static Concern own(const Step &step) { return {step, step.name, step.kind, step.mac}; }
+    /* What its first member builds of a port-channel and its last one tears down. */
+    static Concern building(const Step &step, const HostInterface &port_channel)
+    {
+        return {step, port_channel.name, StepKind::route_port_channel, {}};
+    }
 
     /* What it failed for the last time is past. */
     void take_up(const Concern &concern)
     {
-        concern_ = concern;
-        drop_reasons(*concern.object, [&](const Reason &reason) { return concern.is_of(reason); });
+        drop_reasons(concern.object, [&](const Reason &reason) { return concern.is_of(reason); });
     }
 
-    static bool object_goes(StepKind kind)
+    void fail(const Concern &concern, std::string message, RequestRef request = nullptr,
+              bool in_part = false)
     {
-        return kind == StepKind::delete_sub_interface || kind == StepKind::delete_svi ||
-               kind == StepKind::unroute_port_channel || kind == StepKind::delete_port_channel ||
-               kind == StepKind::unroute_port || kind == StepKind::delete_port;
+        note(concern, message, request, in_part);
+        applied_.failures.push_back({concern.step, std::move(request), std::move(message)});
     }
-
-    void fail(std::string message, RequestRef request = nullptr, bool in_part = false)
-    {
-        note(concern_, message, request, in_part);
-        applied_.failures.push_back({*step_, std::move(request), std::move(message)});
-    }
-
-    /* The step cannot be made, for a reason that an earlier one has noted. */
-    void fail_in_the_wake(std::string message)
-    {
-        if (switch_.failures_.count(*concern_.object) == 0)
-            return fail(std::move(message));
-        applied_.failures.push_back({*step_, nullptr, std::move(message)});
-    }
+    void fail(const Step &step, std::string message) { fail(own(step), std::move(message)); }
 
     /* The first failure is the reason, what follows are its consequences. */
     void note(const Concern &concern, const std::string &message, const RequestRef &request,
               bool in_part)
     {
-        std::vector<Reason> &reasons = switch_.failures_[*concern.object];
+        std::vector<Reason> &reasons = switch_.failures_[concern.object];
         if (std::none_of(reasons.begin(), reasons.end(),
                          [&](const Reason &reason) { return concern.is_of(reason); }))
             reasons.push_back({concern.kind,
@@ -285,26 +237,30 @@ private:
 
     /* Whether the request came about, in full or in part; a call that failed within is reported
      * in either case. */
-    bool done(const Response &response)
+    bool done(const Concern &concern, const Response &response)
     {
         if (response.failed)
-            fail(response.failure(), response.request, !response.refused);
+            fail(concern, response.failure(), response.request, !response.refused);
         return !response.refused;
     }
-
-    bool done(HostTask &task, const Status &status)
+    bool done_entirely(const Concern &concern, const Response &response)
     {
-        std::string failure = task.failure(status);
-        if (!failure.empty())
-            fail(std::move(failure), task.end());
-        return status.ok();
+        done(concern, response);
+        return !response.failed;
     }
 
-    HostInterface *interface()
+    /* The step's object. Without it the step cannot be made, for a reason that an earlier one has
+     * noted. */
+    HostInterface *object(const Step &step)
     {
-        HostInterface *found = host_.find(step_->name);
-        if (found == nullptr)
-            fail_in_the_wake(step_->name + " is not there: an earlier step failed");
+        HostInterface *found = host_.find(step.name);
+        if (found == nullptr) {
+            std::string message = step.name + " is not there: an earlier step failed";
+            if (switch_.failures_.count(step.name) == 0)
+                fail(step, std::move(message));
+            else
+                applied_.failures.push_back({step, nullptr, std::move(message)});
+        }
         return found;
     }
 
@@ -317,11 +273,9 @@ private:
         const auto found = switch_.vpns_.find(vrf);
         if (found != switch_.vpns_.end())
             return found->second;
-        std::set<uint32_t> taken;
-        for (const auto &[name, number] : switch_.vpns_)
-            taken.insert(number);
         uint32_t number = 1;
-        while (taken.count(number) != 0)
+        while (std::any_of(switch_.vpns_.begin(), switch_.vpns_.end(),
+                           [&](const auto &vpn) { return vpn.second == number; }))
             ++number;
         return switch_.vpns_[vrf] = number;
     }
@@ -335,10 +289,10 @@ private:
     }
 
     /* Write what differs. What is refused may be written in part: it is tried again. */
-    void write(HostInterface &interface, Settings &has, const Settings &to)
+    void write(const Step &step, HostInterface &interface, Settings &has, const Settings &to)
     {
-        const Concern outer = concern_;
-        take_up({&interface.name, StepKind::change_settings, {}});
+        const Concern concern{step, interface.name, StepKind::change_settings, {}};
+        take_up(concern);
         set_record(interface, to);
         const auto write = [&](auto &setting, const auto &value,
                                std::initializer_list<std::pair<int32_t, uint32_t>> properties) {
@@ -346,7 +300,8 @@ private:
                 return false;
             bool written = true;
             for (const auto &[type, property] : properties)
-                written &= done_entirely(entry::set_l3_property(interface, type, property));
+                written &=
+                    done_entirely(concern, entry::set_l3_property(interface, type, property));
             if (written)
                 setting = value;
             else
@@ -360,190 +315,129 @@ private:
         write(has.vrf, to.vrf, {{L3LIF_PROP_IPV4_VPN, vpn}, {L3LIF_PROP_IPV6_VPN, vpn}});
         write(has.nat_zone, to.nat_zone, {{L3LIF_PROP_IF_NAT, *to.nat_zone}});
         /* Unlike the others, this one the library does not publish. */
-        if (ipv4_changes) {
-            HostTask task("host: publish interface", interface.name);
-            if (!done(task, host_.publish_settings(interface)))
-                has.ipv4.reset();
-        }
-        concern_ = outer;
-    }
-
-    bool done_entirely(const Response &response)
-    {
-        done(response);
-        return !response.failed;
+        if (ipv4_changes &&
+            !done(concern, host_task("host: publish interface", interface.name,
+                                     [&] { return host_.publish_settings(interface); })))
+            has.ipv4.reset();
     }
 
     /* The interface has just been created: the library gave it the record's MTU and IPv4. Where a
      * call failed, it is not known which of the two were written. */
-    void write_new(HostInterface &interface, const Response &creation, const Settings &to)
+    void write_new(const Step &step, HostInterface &interface, const Response &creation,
+                   const Settings &to)
     {
-        Settings has = new_settings();
+        Settings has{{}, {}, false, "", 0};
         if (!creation.failed) {
             has.mtu = to.mtu;
             has.ipv4 = to.ipv4;
         }
-        write(interface, has, to);
+        write(step, interface, has, to);
         settings_.put(interface.name, std::move(has));
     }
 
     /* ---- Deletions ---- */
 
-    void remove_virtual_mac()
+    void remove_virtual_mac(const Step &step, HostInterface &owner)
     {
-        HostInterface *const owner = interface();
-        if (owner != nullptr && done_entirely(entry::fhrp_mac_del(step_->mac, owner->ifindex)))
-            have_.virtual_macs.erase({step_->name, step_->mac});
+        if (done_entirely(own(step), entry::fhrp_mac_del(step.mac, owner.ifindex)))
+            have_.virtual_macs.erase({step.name, step.mac});
     }
 
-    /* The SDK interface is gone; so is the host's record of it. */
-    void forget(HostInterface &gone)
+    /* The SDK interface of the step's object goes. */
+    bool delete_l3(const Step &step, HostInterface &gone)
     {
-        settings_.erase(gone.name);
-        host_.unregister_l3(gone);
-        host_.remove(gone);
-    }
-
-    void delete_sub_interface()
-    {
-        HostInterface *const sub = interface();
-        if (sub == nullptr || !done(entry::del_subint(*sub)))
-            return;
-        forget(*sub);
-        sub_interfaces_.erase(step_->name);
-    }
-
-    void delete_svi()
-    {
-        HostInterface *const svi = interface();
-        if (svi == nullptr || !done(entry::del_svi(*svi)))
-            return;
-        forget(*svi);
-        svis_.erase(step_->name);
-    }
-
-    /* Unless the ASIC kept it, the port leaves whatever else failed: what is half torn down cannot
-     * be made again, the library keeps what is left. */
-    void remove_member()
-    {
-        DesiredPortChannel &has = have_.port_channels.at(step_->other);
-        const bool declined = switch_.declined_.count({step_->other, step_->name}) != 0;
-        HostInterface *const port = has.l3 && !declined ? interface() : nullptr;
-        if (port != nullptr && port->channel != nullptr && !leave(*port))
-            return;
-        has.members.erase(step_->name);
-        switch_.declined_.erase({step_->other, step_->name});
-    }
-
-    bool leave(HostInterface &port)
-    {
-        HostInterface &port_channel = *port.channel;
-        const bool last = port_channel.membership.member_count == 1;
-        if (last && port_channel.sub_interfaces != 0) {
-            fail(port_channel.name + " still has sub-interfaces");
+        if (!done(own(step), delete_interface(gone)))
             return false;
-        }
-        const Response response = entry::del_l3pc(port, last);
-        const bool stays = nothing_was_done(response, "libsdk_portchannel_member_delete") &&
-                           response.request->first_failure().status != SDK_E_NOT_FOUND;
-        if (response.failed) {
-            if (!stays)
-                take_up(building(port_channel));
-            fail(response.failure(), response.request, !stays);
-        }
-        done(entry::del_l3pc_member(port_channel.ifindex, port.ifindex));
-        if (stays)
-            return false;
-        host_.leave(port);
-        host_.unregister_l3(port);
-        if (port_channel.intf_id() == no_id)
-            settings_.erase(port_channel.name);
+        settings_.erase(step.name);
         return true;
     }
 
-    /* What its first member builds of a port-channel and its last one tears down. */
-    static Concern building(const HostInterface &port_channel)
+    void delete_sub_interface(const Step &step, HostInterface &sub)
     {
-        return {&port_channel.name, StepKind::route_port_channel, {}};
+        if (delete_l3(step, sub) && host_.remove(sub))
+            sub_interfaces_.erase(step.name);
     }
 
-    void unroute_port_channel()
+    void delete_svi(const Step &step, HostInterface &svi)
     {
-        HostInterface *const port_channel = interface();
-        if (port_channel == nullptr)
+        if (delete_l3(step, svi) && host_.remove(svi))
+            svis_.erase(step.name);
+    }
+
+    void remove_member(const Step &step)
+    {
+        DesiredPortChannel &has = have_.port_channels.at(step.other);
+        const bool declined = switch_.declined_.count({step.other, step.name}) != 0;
+        HostInterface *const port = has.l3 && !declined ? object(step) : nullptr;
+        if (port != nullptr && port->channel != nullptr && !leaves(step, *port))
             return;
+        has.members.erase(step.name);
+        switch_.declined_.erase({step.other, step.name});
+    }
+
+    bool leaves(const Step &step, HostInterface &port)
+    {
+        const HostInterface &port_channel = *port.channel;
+        const Response response = leave(port);
+        const bool left = port.channel == nullptr;
+        if (response.failed) {
+            const Concern concern = left ? building(step, port_channel) : own(step);
+            take_up(concern);
+            fail(concern, response.failure(), response.request, left);
+        }
+        if (left && port_channel.intf_id() == no_id)
+            settings_.erase(port_channel.name);
+        return left;
+    }
+
+    /* Its last member has torn down what the ASIC had of it. */
+    void unroute_port_channel(const Step &step, HostInterface &port_channel)
+    {
         /* A member made by hand: the library follows it to the port-channel's context. */
-        if (port_channel->membership.member_count != 0) {
-            fail(step_->name + " still has members");
-            return;
-        }
-        if (port_channel->sub_interfaces != 0) {
-            fail(step_->name + " still has sub-interfaces");
-            return;
-        }
-        settings_.erase(step_->name);
-        host_.unregister_l3(*port_channel);
-        have_.port_channels.at(step_->name).l3.reset();
+        if (const std::string use = in_use(port_channel); !use.empty())
+            return fail(step, use);
+        settings_.erase(step.name);
+        host_.unregister_l3(port_channel);
+        have_.port_channels.at(step.name).l3.reset();
     }
 
-    void delete_port_channel()
+    void delete_port_channel(const Step &step, HostInterface &port_channel)
     {
-        HostInterface *const port_channel = interface();
-        if (port_channel == nullptr)
+        if (!done(own(step), release_port_channel(port_channel)))
             return;
-        {
-            HostTask task("host: release port-channel", step_->name);
-            if (!done(task, host_.release_held_port_channel(*port_channel)))
-                return;
-        }
-        if (!host_.remove(*port_channel)) {
-            fail(step_->name + " still has sub-interfaces or members");
-            return;
-        }
-        have_.port_channels.erase(step_->name);
+        if (!host_.remove(port_channel))
+            return fail(step, step.name + " still has sub-interfaces or members");
+        have_.port_channels.erase(step.name);
     }
 
-    void unroute_port()
+    void unroute_port(const Step &step, HostInterface &port)
     {
-        HostInterface *const port = interface();
-        if (port == nullptr)
-            return;
-        if (port->sub_interfaces != 0) {
-            fail(step_->name + " still has sub-interfaces");
-            return;
-        }
-        if (!done(entry::del_l3port(*port)))
-            return;
-        settings_.erase(step_->name);
-        host_.unregister_l3(*port);
-        have_.routed_ports.erase(step_->name);
+        if (delete_l3(step, port))
+            have_.routed_ports.erase(step.name);
     }
 
-    void delete_port()
+    void delete_port(const Step &step, HostInterface &port)
     {
-        HostInterface *const port = interface();
-        if (port == nullptr)
-            return;
         /* Members and interfaces made by hand are none of this plan's. */
-        if (port->channel != nullptr)
-            return fail(step_->name + " is still a member of " + port->channel->name);
-        if (port->intf_id() != no_id)
-            return fail(step_->name + " is still routed");
-        if (port->sub_interfaces != 0)
-            return fail(step_->name + " still has sub-interfaces");
-        HostTask task("host: remove port", step_->name);
-        Status status = host_.release_kept_intf(*port);
-        if (status.ok())
-            status = host_.release_port_lid(*port);
-        if (!done(task, status))
+        if (const std::string use = in_use(port); !use.empty())
+            return fail(step, use);
+        if (port.intf_id() != no_id)
+            return fail(step, step.name + " is still routed");
+        if (port.sub_interfaces != 0)
+            return fail(step, step.name + " still has sub-interfaces");
+        const Response response = host_task("host: remove port", step.name, [&] {
+            const int32_t status = host_.release_kept_intf(port);
+            return status != 0 ? status : host_.release_port_lid(port);
+        });
+        if (!done(own(step), response))
             return;
-        host_.remove(*port);
-        have_.ports.erase(step_->name);
+        host_.remove(port);
+        have_.ports.erase(step.name);
     }
 
-    void remove_router_mac()
+    void remove_router_mac(const Step &step)
     {
-        if (!done(entry::rmac_del(static_cast<int32_t>(switch_.router_mac_id_))))
+        if (!done(own(step), entry::rmac_del(switch_.router_mac_id_)))
             return;
         switch_.router_mac_id_ = no_id;
         have_.router_mac.reset();
@@ -551,206 +445,147 @@ private:
 
     /* ---- Creations ---- */
 
-    void add_router_mac()
+    void add_router_mac(const Step &step)
     {
-        if (have_.router_mac) {
-            fail("the old router MAC could not be removed");
-            return;
-        }
-        const Response response = entry::rmac_add(step_->mac);
-        if (!done_entirely(response))
+        if (have_.router_mac)
+            return fail(step, "the old router MAC could not be removed");
+        const Response response = entry::rmac_add(step.mac);
+        if (!done_entirely(own(step), response))
             return;
         switch_.router_mac_id_ = static_cast<uint32_t>(response.result);
-        have_.router_mac = step_->mac;
-        have_.router_mac_location = step_->cause;
+        have_.router_mac = step.mac;
+        have_.router_mac_location = step.cause;
     }
 
-    void add_port()
+    void add_port(const Step &step)
     {
-        HostInterface *port = host_.find(step_->name);
+        HostInterface *port = host_.find(step.name);
         for (uint32_t number = 0; port == nullptr && number <= max_port; ++number) {
             if (host_.find(port_ifindex(number)) == nullptr)
-                port = host_.add_port(step_->name, number);
+                port = host_.add_port(step.name, number);
         }
-        if (port == nullptr) {
-            fail("no front-panel port is left");
-            return;
-        }
-        const DesiredPort &wants = want_.ports.at(step_->name);
-        port->alias = wants.alias;
-        have_.ports.emplace(step_->name, wants);
-        HostTask task("host: give port its LID", step_->name);
-        done(task, host_.make_port_lid(*port));
-    }
-
-    void route_port()
-    {
-        HostInterface *const port = interface();
         if (port == nullptr)
-            return;
-        const DesiredRoutedPort &wants = want_.routed_ports.at(step_->name);
-        /* The library would take the port-channel's interface for the port's. */
-        if (port->channel != nullptr)
-            return fail(step_->name + " is still a member of " + port->channel->name);
-        if (port->kept_intf) {
-            HostTask task("host: release kept SDK interface", step_->name);
-            if (!done(task, host_.release_kept_intf(*port)))
-                return;
-        }
-        set_record(*port, step_->settings);
-        host_.register_l3(*port);
-        const Response response = entry::add_l3port(*port, 1);
-        if (!done(response)) {
-            host_.unregister_l3(*port);
-            return;
-        }
-        have_.routed_ports.emplace_hint(have_.routed_ports.end(), step_->name, wants);
-        write_new(*port, response, step_->settings);
+            return fail(step, "no front-panel port is left");
+        const DesiredPort &wants = want_.ports.at(step.name);
+        port->alias = wants.alias;
+        have_.ports.emplace(step.name, wants);
+        done(own(step), give_port_lid(*port));
     }
 
-    void add_port_channel()
+    bool create(const Step &step, HostInterface &interface)
     {
-        const DesiredPortChannel &wants = want_.port_channels.at(step_->name);
-        if (host_.add_port_channel(step_->name, wants.number) == nullptr) {
-            fail("channel number " + std::to_string(wants.number) + " is taken");
-            return;
-        }
+        set_record(interface, step.settings);
+        const Response creation = create_interface(interface, interface.vlan);
+        if (!done(own(step), creation))
+            return false;
+        if (creation.request != nullptr)
+            write_new(step, interface, creation, step.settings);
+        return true;
+    }
+
+    void route_port(const Step &step, HostInterface &port)
+    {
+        if (create(step, port))
+            have_.routed_ports.emplace_hint(have_.routed_ports.end(), step.name,
+                                            want_.routed_ports.at(step.name));
+    }
+
+    void add_port_channel(const Step &step)
+    {
+        const DesiredPortChannel &wants = want_.port_channels.at(step.name);
+        if (host_.add_port_channel(step.name, wants.number) == nullptr)
+            return fail(step, "channel number " + std::to_string(wants.number) + " is taken");
         DesiredPortChannel has = wants;
         has.l3.reset();
         has.members.clear();
-        have_.port_channels.emplace(step_->name, std::move(has));
+        have_.port_channels.emplace(step.name, std::move(has));
     }
 
-    void route_port_channel()
+    void route_port_channel(const Step &step, HostInterface &port_channel)
     {
-        HostInterface *const port_channel = interface();
-        if (port_channel == nullptr)
-            return;
-        const DesiredPortChannel &wants = want_.port_channels.at(step_->name);
-        set_record(*port_channel, step_->settings);
-        host_.register_l3(*port_channel);
-        DesiredPortChannel &has = have_.port_channels.at(step_->name);
+        const DesiredPortChannel &wants = want_.port_channels.at(step.name);
+        DesiredPortChannel &has = have_.port_channels.at(step.name);
         has.l3 = wants.l3;
         has.l3_location = wants.l3_location;
-        if (port_channel->membership.member_count == 0)
-            return; /* its first member builds it */
-        const Response response = entry::add_l3port(*port_channel, 1);
-        if (done(response))
-            write_new(*port_channel, response, step_->settings);
+        create(step, port_channel);
     }
 
-    void add_member()
+    void add_member(const Step &step, HostInterface &port)
     {
-        const auto found = have_.port_channels.find(step_->other);
-        HostInterface *const port = interface();
-        if (port == nullptr || found == have_.port_channels.end()) {
-            if (port != nullptr)
-                fail("port-channel " + step_->other + " is not there: an earlier step failed");
-            return;
-        }
+        const auto found = have_.port_channels.find(step.other);
+        if (found == have_.port_channels.end())
+            return fail(step,
+                        "port-channel " + step.other + " is not there: an earlier step failed");
         DesiredPortChannel &has = found->second;
-        const SourceLocation &location = step_->cause;
         if (!has.l3) {
-            has.members.emplace(step_->name, location);
+            has.members.emplace(step.name, step.cause);
             return;
         }
-        const DesiredPortChannel &wants = want_.port_channels.at(step_->other);
+        const DesiredPortChannel &wants = want_.port_channels.at(step.other);
         if (!wants.l3)
-            return fail(step_->other + " is still routed: an earlier step failed");
+            return fail(step, step.other + " is still routed: an earlier step failed");
 
-        HostInterface &port_channel = *host_.find(step_->other);
-        /* The library's own rule, also for ports that were routed by hand. */
-        const bool routed = port->intf_id() != no_id;
-        if (!host_.join(*port, port_channel)) {
-            fail(step_->name + " is a member of another port-channel");
-            return;
-        }
+        HostInterface &port_channel = *host_.find(step.other);
+        if (!host_.join(port, port_channel))
+            return fail(step, step.name + " is a member of another port-channel");
         const Settings settings = settings_of(*wants.l3, wants.mtu);
         const bool was_built = port_channel.intf_id() != no_id;
         if (!was_built)
             set_record(port_channel, settings);
-        if (port_channel.membership.member_count == 1)
-            take_up(building(port_channel));
-        host_.register_l3(*port);
-        const Response response = entry::add_l3pc(*port, port_channel.membership.member_count == 1);
-        const bool joined = done(response);
-        done(entry::add_l3pc_member(port_channel.ifindex, port->ifindex));
-        if (joined)
-            has.members.emplace(step_->name, location);
-        else
-            note({&step_->name, step_->kind, {}}, response.failure(), response.request, false);
-        if (joined && routed)
-            switch_.declined_.insert({step_->other, step_->name});
-        if (!joined || routed)
-            host_.leave(*port);
-        if (!joined && !routed)
-            host_.unregister_l3(*port);
+        const Concern concern =
+            port_channel.membership.member_count == 1 ? building(step, port_channel) : own(step);
+        take_up(concern);
+        const Response response = join(port);
+        if (done(concern, response)) {
+            has.members.emplace(step.name, step.cause);
+            if (port.channel == nullptr)
+                switch_.declined_.insert({step.other, step.name});
+        } else {
+            note(own(step), response.failure(), response.request, false);
+        }
         if (!was_built && port_channel.intf_id() != no_id)
-            write_new(port_channel, response, settings);
+            write_new(step, port_channel, response, settings);
     }
 
-    void add_svi()
+    void add_svi(const Step &step)
     {
-        const DesiredSvi &wants = *wanted_svis_.find(step_->name);
-        HostInterface *const svi = host_.add_svi(step_->name, wants.vlan);
-        if (svi == nullptr) {
-            fail("VLAN " + std::to_string(wants.vlan) + " has an SVI already");
-            return;
-        }
-        set_record(*svi, step_->settings);
-        host_.register_l3(*svi);
-        const Response response = entry::add_svi(*svi, wants.vlan);
-        if (!done(response)) {
-            forget(*svi);
-            return;
-        }
-        svis_.put(step_->name, wants);
-        write_new(*svi, response, step_->settings);
+        const DesiredSvi &wants = *wanted_svis_.find(step.name);
+        HostInterface *const svi = host_.add_svi(step.name, wants.vlan);
+        if (svi == nullptr)
+            return fail(step, "VLAN " + std::to_string(wants.vlan) + " has an SVI already");
+        if (create(step, *svi))
+            svis_.put(step.name, wants);
+        else
+            host_.remove(*svi);
     }
 
-    void add_sub_interface()
+    void add_sub_interface(const Step &step)
     {
-        const DesiredSubInterface &wants = *wanted_sub_interfaces_.find(step_->name);
+        const DesiredSubInterface &wants = *wanted_sub_interfaces_.find(step.name);
         HostInterface *const parent = host_.find(wants.parent);
-        HostInterface *const sub =
-            parent != nullptr ? host_.add_sub_interface(step_->name, *parent, wants.vlan) : nullptr;
-        if (sub == nullptr) {
-            fail(parent != nullptr ? "a sub-interface of this name is still there"
-                                   : "parent " + wants.parent + " is not there");
-            return;
-        }
-        const std::string why_not = Switch::why_not_sub_interface(sub->ifindex);
-        if (!why_not.empty()) {
+        if (parent == nullptr)
+            return fail(step, "parent " + wants.parent + " is not there");
+        HostInterface *const sub = host_.add_sub_interface(step.name, *parent, wants.vlan);
+        if (sub == nullptr)
+            return fail(step, "a sub-interface of this name is still there");
+        if (create(step, *sub))
+            sub_interfaces_.put(step.name, wants);
+        else
             host_.remove(*sub);
-            fail("refused, the library would abort: " + why_not);
-            return;
-        }
-        set_record(*sub, step_->settings);
-        host_.register_l3(*sub);
-        const Response response = entry::add_subint(*sub, wants.vlan, 1);
-        if (!done(response)) {
-            forget(*sub);
-            return;
-        }
-        sub_interfaces_.put(step_->name, wants);
-        write_new(*sub, response, step_->settings);
     }
 
     /* ---- Changes ---- */
 
-    void change_settings()
+    void change_settings(const Step &step, HostInterface &changed)
     {
-        HostInterface *const changed = interface();
-        Settings *const has = settings_.find(step_->name);
-        if (changed != nullptr && has != nullptr)
-            write(*changed, *has, step_->settings);
+        if (Settings *const has = settings_.find(step.name))
+            write(step, changed, *has, step.settings);
     }
 
-    void add_virtual_mac()
+    void add_virtual_mac(const Step &step, HostInterface &owner)
     {
-        HostInterface *const owner = interface();
-        if (owner != nullptr && done_entirely(entry::fhrp_mac_add(step_->mac, owner->ifindex)))
-            have_.virtual_macs.insert({{step_->name, step_->mac}, step_->cause});
+        if (done_entirely(own(step), entry::fhrp_mac_add(step.mac, owner.ifindex)))
+            have_.virtual_macs.insert({{step.name, step.mac}, step.cause});
     }
 
     Switch &switch_;
@@ -758,8 +593,6 @@ private:
     const Desired &want_;
     Applied &applied_;
     Host &host_ = Host::instance();
-    const Step *step_ = nullptr;
-    Concern concern_{};
     Cursor<ByName<Settings>> settings_{switch_.settings_};
     Cursor<ByName<DesiredSubInterface>> sub_interfaces_{have_.sub_interfaces};
     Cursor<ByName<DesiredSvi>> svis_{have_.svis};

@@ -134,11 +134,6 @@ public:
      * not made up for since. What failed in part stays until the object is made anew or goes. */
     const std::map<std::string, std::vector<Reason>> &failures() const { return failures_; }
 
-    /* Why the library must not be asked for this sub-interface (it would abort): "parent
-     * PortChannel0001 has no LID"; empty when it may. For an ifindex that is no sub-interface: why
-     * not. */
-    static std::string why_not_sub_interface(uint32_t ifindex);
-
 private:
     friend class Planner;
     friend class Executor;

@@ -233,6 +233,51 @@ TEST_F(Requests, RoutedPortDoesNotBecomeAMember)
     EXPECT_THAT(out, EndsWith(" 9100  Ethernet4  Ethernet4\n"));
 }
 
+TEST_F(Requests, MemberThatTheAsicKeptLeavesAnotherTime)
+{
+    const std::string out =
+        on_switch({"fail libsdk_portchannel_member_delete", "leave Ethernet4", "fail off",
+                   "show port-channels", "leave Ethernet4", "join Ethernet4 PortChannel1"});
+    EXPECT_EQ(request_failed, result.status);
+    EXPECT_EQ(1U, lines(result.err).size()) << "the second try works: " << result.err;
+    EXPECT_THAT(result.err, HasSubstr("libsdk_portchannel_member_delete: SDK_E_INTERNAL"));
+    EXPECT_THAT(out, AllOf(HasSubstr("l3lifpd_kvn_del_l3pc(l3lif=Ethernet4 destroy=1) = -1\n"),
+                           HasSubstr("l3lifpd_kvn_del_l3pc(l3lif=Ethernet4 destroy=1) = 0\n"),
+                           HasSubstr("l3lifpd_kvn_add_l3pc(l3lif=Ethernet4 create=1) = 0\n")));
+}
+
+TEST_F(Requests, WhatOthersStandOnStays)
+{
+    const struct {
+        const char *line, *reason;
+    } cases[] = {
+        {"delete Ethernet0", "Ethernet0 still has sub-interfaces"},
+        {"delete Ethernet4", "Ethernet4 is still a member of PortChannel1"},
+        {"create Ethernet4", "Ethernet4 is still a member of PortChannel1"},
+        {"delete PortChannel1", "PortChannel1 still has members"},
+    };
+    for (const auto &each : cases) {
+        EXPECT_EQ("", on_switch({each.line})) << "nothing is asked for";
+        EXPECT_EQ(request_failed, result.status) << each.line;
+        EXPECT_EQ(std::string("-:1: ") + each.reason + "\n", result.err);
+    }
+    on_switch(
+        {"create PortChannel1.5", "leave Ethernet4", "delete PortChannel1.5", "leave Ethernet4"});
+    EXPECT_EQ("-:2: PortChannel1 still has sub-interfaces\n", result.err);
+}
+
+TEST_F(Requests, PortWhoseOldInterfaceStaysIsNotMadeAnew)
+{
+    const std::string out =
+        on_switch({"delete Ethernet0.7", "delete Ethernet0", "fail libsdk_intf_destroy",
+                   "create Ethernet0", "fail off", "create Ethernet0"});
+    EXPECT_EQ(request_failed, result.status);
+    EXPECT_EQ(1U, lines(result.err).size()) << result.err;
+    EXPECT_THAT(result.err, HasSubstr("-:4: request "));
+    EXPECT_THAT(result.err, HasSubstr(" host: release kept SDK interface: libsdk_intf_destroy"));
+    EXPECT_THAT(out, HasSubstr("l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1) = 0\n"));
+}
+
 TEST_F(Requests, LibraryAdoptsWhatTheHostHolds)
 {
     const std::string out = on_switch(

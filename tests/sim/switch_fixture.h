@@ -8,6 +8,7 @@
 #include "sim/config/desired.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/sdk/asic.h"
+#include "sim/switch/choreography.h"
 #include "sim/switch/switch.h"
 
 namespace kvnsim {

@@ -68,17 +68,17 @@ template <> const Codec &codec<Thing *>()
 TEST_F(Calls, RunTheirBodyAndCount)
 {
     uint32_t doubled = 0;
-    EXPECT_EQ(call_sdk(4, &doubled), 0);
+    EXPECT_EQ(call_named(4, &doubled), 0);
     EXPECT_EQ(doubled, 8u);
-    EXPECT_EQ(call_sdk(4, &doubled, 7), 7);
+    EXPECT_EQ(call_named(4, &doubled, 7), 7);
     EXPECT_EQ(call_question(12), 12u);
     EXPECT_EQ(journal.calls_made, 3u);
 }
 
 TEST_F(Calls, AreKnownByNameFromTheStart)
 {
-    EXPECT_EQ(ImportedCall::find("fake_sdk_call"), &fake_sdk_call);
-    EXPECT_EQ(ImportedCall::find("fake_sdk_cal"), nullptr);
+    EXPECT_EQ(ImportedCall::find("fake_named_call"), &fake_named_call);
+    EXPECT_EQ(ImportedCall::find("fake_named_cal"), nullptr);
     EXPECT_EQ(ImportedCall::find(""), nullptr);
     const auto &all = ImportedCall::all();
     EXPECT_TRUE(std::is_sorted(all.begin(), all.end(), [](auto *a, auto *b) {
@@ -91,10 +91,10 @@ TEST_F(Calls, AreSeenWithTheirArgumentsAndResult)
 {
     Watcher watcher;
     uint32_t doubled = 1;
-    call_sdk(4, &doubled);
+    call_named(4, &doubled);
     ASSERT_EQ(watcher.calls.size(), 1u);
     const Call &call = watcher.calls[0];
-    EXPECT_EQ(call.what, &fake_sdk_call);
+    EXPECT_EQ(call.what, &fake_named_call);
     EXPECT_THAT(call.inputs, ElementsAre(Field{"asked", Value::integer(4)}));
     EXPECT_THAT(call.outputs, ElementsAre(Field{"doubled", Value::integer(8)}));
     EXPECT_EQ(call.result, Value::integer(0));
@@ -106,11 +106,11 @@ TEST_F(Calls, ShowAFailureWithStatusNameAndReasonAndNoOutputs)
 {
     Watcher watcher;
     uint32_t doubled = 1;
-    call_sdk(4, &doubled, -5);
+    call_named(4, &doubled, -5);
     call_host(3);
     ASSERT_EQ(watcher.calls.size(), 2u);
     EXPECT_TRUE(watcher.calls[0].failed);
-    EXPECT_EQ(watcher.calls[0].result.to_text(), "SDK_E_FULL");
+    EXPECT_EQ(watcher.calls[0].result.to_text(), "FAKE_E_FULL");
     EXPECT_EQ(watcher.calls[0].note, "not today");
     EXPECT_TRUE(watcher.calls[0].outputs.empty());
     EXPECT_TRUE(watcher.calls[1].failed);
@@ -165,10 +165,10 @@ TEST_F(Calls, WithinACallEndBeforeIt)
 
 TEST_F(Calls, MadeToFailDoNothing)
 {
-    ASSERT_EQ(journal.faults.add("fake_sdk_call=SDK_E_TIMEOUT"), "");
+    ASSERT_EQ(journal.faults.add("fake_named_call=FAKE_E_FULL"), "");
     Watcher watcher;
     uint32_t doubled = 1;
-    EXPECT_EQ(call_sdk(4, &doubled), -8);
+    EXPECT_EQ(call_named(4, &doubled), -5);
     EXPECT_EQ(doubled, 1u);
     EXPECT_TRUE(watcher.calls.at(0).failed);
     EXPECT_TRUE(watcher.calls.at(0).injected);
@@ -178,13 +178,13 @@ TEST_F(Calls, MadeToFailDoNothing)
 TEST_F(Calls, AreAnsweredInPlaceOfTheirBody)
 {
     Scripted script;
-    script.results["fake_sdk_call"] = 0;
+    script.results["fake_named_call"] = 0;
     journal.answers = &script;
     uint32_t doubled = 1;
-    EXPECT_EQ(call_sdk(4, &doubled, -5), 0);
+    EXPECT_EQ(call_named(4, &doubled, -5), 0);
     EXPECT_EQ(doubled, 99u);
     EXPECT_EQ(call_host(3), 3) << "no answer: the body runs";
-    EXPECT_THAT(script.asked, ElementsAre("fake_sdk_call", "fake_host_call"));
+    EXPECT_THAT(script.asked, ElementsAre("fake_named_call", "fake_host_call"));
 }
 
 TEST_F(Calls, WithAPointerResultAlwaysRunTheirBody)

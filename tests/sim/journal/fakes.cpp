@@ -2,13 +2,17 @@
 
 using namespace kvnsim;
 
-const ImportedCall fake_sdk_call{"fake_sdk_call", Result::sdk_status, Purpose::programs};
-const ImportedCall fake_host_call{"fake_host_call", Result::host_status, Purpose::programs};
+namespace {
+const StatusNames names{"FAKE_E_...", {{0, "FAKE_E_NONE"}, {-5, "FAKE_E_FULL"}}};
+}
+
+const ImportedCall fake_named_call{"fake_named_call", Result::status, Purpose::programs, &names};
+const ImportedCall fake_host_call{"fake_host_call", Result::status, Purpose::programs};
 const ImportedCall fake_question{"fake_question", Result::value, Purpose::asks};
 
-int32_t call_sdk(uint32_t asked, uint32_t *doubled, int32_t status)
+int32_t call_named(uint32_t asked, uint32_t *doubled, int32_t status)
 {
-    return fake_sdk_call({in("asked", asked), out("doubled", doubled)}, [&] {
+    return fake_named_call({in("asked", asked), out("doubled", doubled)}, [&] {
         if (status != 0)
             Journal::instance().note("not today");
         else

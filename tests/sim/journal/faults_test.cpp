@@ -28,37 +28,37 @@ Statuses strikes(Faults &faults, const ImportedCall &call, int times)
 TEST(Faults, FailEachOccurrenceOfACall)
 {
     Faults faults;
-    ASSERT_EQ(faults.add("fake_sdk_call"), "");
-    EXPECT_THAT(strikes(faults, fake_sdk_call, 2), ElementsAre(-1, -1));
+    ASSERT_EQ(faults.add("fake_named_call"), "");
+    EXPECT_THAT(strikes(faults, fake_named_call, 2), ElementsAre(-1, -1));
     EXPECT_EQ(faults.strike(fake_host_call), std::nullopt);
 }
 
 TEST(Faults, FailTheNthOccurrenceOnly)
 {
     Faults faults;
-    ASSERT_EQ(faults.add("fake_sdk_call:2=SDK_E_FULL"), "");
+    ASSERT_EQ(faults.add("fake_named_call:2=FAKE_E_FULL"), "");
     faults.strike(fake_host_call);
-    EXPECT_THAT(strikes(faults, fake_sdk_call, 4),
+    EXPECT_THAT(strikes(faults, fake_named_call, 4),
                 ElementsAre(std::nullopt, -5, std::nullopt, std::nullopt));
 }
 
 TEST(Faults, CountTheOccurrencesOfEachSpecificationFromWhenItWasMade)
 {
     Faults faults;
-    ASSERT_EQ(faults.add("fake_sdk_call:1=7"), "");
-    ASSERT_EQ(faults.add("fake_sdk_call:3=8"), "");
-    EXPECT_THAT(strikes(faults, fake_sdk_call, 2), ElementsAre(7, std::nullopt));
-    ASSERT_EQ(faults.add("fake_sdk_call:2=9"), "");
-    EXPECT_THAT(strikes(faults, fake_sdk_call, 2), ElementsAre(8, 9));
+    ASSERT_EQ(faults.add("fake_named_call:1=7"), "");
+    ASSERT_EQ(faults.add("fake_named_call:3=8"), "");
+    EXPECT_THAT(strikes(faults, fake_named_call, 2), ElementsAre(7, std::nullopt));
+    ASSERT_EQ(faults.add("fake_named_call:2=9"), "");
+    EXPECT_THAT(strikes(faults, fake_named_call, 2), ElementsAre(8, 9));
 }
 
 TEST(Faults, FailWithAStatusByNumber)
 {
     Faults faults;
     ASSERT_EQ(faults.add("fake_host_call=7"), "");
-    ASSERT_EQ(faults.add("fake_sdk_call=-12"), "");
+    ASSERT_EQ(faults.add("fake_named_call=-12"), "");
     EXPECT_EQ(faults.strike(fake_host_call), 7);
-    EXPECT_EQ(faults.strike(fake_sdk_call), -12);
+    EXPECT_EQ(faults.strike(fake_named_call), -12);
 }
 
 TEST(Faults, SayWhatIsWrongWithASpecification)
@@ -67,19 +67,20 @@ TEST(Faults, SayWhatIsWrongWithASpecification)
     const struct {
         const char *text, *complaint;
     } rows[] = {
-        {"fake_sdk_cal", "there is no call \"fake_sdk_cal\""},
+        {"fake_named_cal", "there is no call \"fake_named_cal\""},
         {"", "there is no call \"\""},
         {"fake_question", "fake_question cannot fail"},
-        {"fake_sdk_call:0", "\"0\" is no occurrence"},
-        {"fake_sdk_call:", "\"\" is no occurrence"},
-        {"fake_sdk_call:2x", "\"2x\" is no occurrence"},
-        {"fake_sdk_call:-1", "\"-1\" is no occurrence"},
-        {"fake_sdk_call=", "\"\" is no status"},
-        {"fake_sdk_call=SDK_E_NO", "\"SDK_E_NO\" is no status; expected SDK_E_... or a number"},
-        {"fake_host_call=SDK_E_FULL", "\"SDK_E_FULL\" is no status; expected a number"},
-        {"fake_sdk_call=99999999999", "\"99999999999\" is no status"},
-        {"fake_sdk_call=0", "status 0 is success"},
-        {"fake_sdk_call=SDK_E_NONE", "status 0 is success"},
+        {"fake_named_call:0", "\"0\" is no occurrence"},
+        {"fake_named_call:", "\"\" is no occurrence"},
+        {"fake_named_call:2x", "\"2x\" is no occurrence"},
+        {"fake_named_call:-1", "\"-1\" is no occurrence"},
+        {"fake_named_call=", "\"\" is no status"},
+        {"fake_named_call=FAKE_E_NO",
+         "\"FAKE_E_NO\" is no status; expected FAKE_E_... or a number"},
+        {"fake_host_call=FAKE_E_FULL", "\"FAKE_E_FULL\" is no status; expected a number"},
+        {"fake_named_call=99999999999", "\"99999999999\" is no status"},
+        {"fake_named_call=0", "status 0 is success"},
+        {"fake_named_call=FAKE_E_NONE", "status 0 is success"},
     };
     for (const auto &row : rows) {
         const std::string complaint = faults.add(row.text);
@@ -92,7 +93,7 @@ TEST(Faults, SayWhatIsWrongWithASpecification)
 TEST(Faults, OfferTheCallsThatCanFail)
 {
     const std::string complaint = Faults().add("nonsense");
-    EXPECT_THAT(complaint, HasSubstr("fake_sdk_call"));
+    EXPECT_THAT(complaint, HasSubstr("fake_named_call"));
     EXPECT_THAT(complaint, HasSubstr("fake_host_call"));
     EXPECT_THAT(complaint, Not(HasSubstr("fake_question")));
 }
@@ -100,11 +101,11 @@ TEST(Faults, OfferTheCallsThatCanFail)
 TEST(Faults, TellTheSpecificationsThatNeverStruck)
 {
     Faults faults;
-    faults.add("fake_sdk_call:1");
-    faults.add("fake_sdk_call:9");
+    faults.add("fake_named_call:1");
+    faults.add("fake_named_call:9");
     faults.add("fake_host_call");
-    strikes(faults, fake_sdk_call, 3);
-    EXPECT_THAT(faults.unused(), ElementsAre("fake_sdk_call:9", "fake_host_call"));
+    strikes(faults, fake_named_call, 3);
+    EXPECT_THAT(faults.unused(), ElementsAre("fake_named_call:9", "fake_host_call"));
     faults.clear();
     EXPECT_THAT(faults.unused(), IsEmpty());
     EXPECT_EQ(faults.strike(fake_host_call), std::nullopt);
@@ -113,12 +114,12 @@ TEST(Faults, TellTheSpecificationsThatNeverStruck)
 TEST(Faults, NeitherStrikeNorCountWhileSuspended)
 {
     Faults faults;
-    faults.add("fake_sdk_call:2");
+    faults.add("fake_named_call:2");
     faults.suspend(true);
     EXPECT_FALSE(faults.armed());
-    EXPECT_THAT(strikes(faults, fake_sdk_call, 2), ElementsAre(std::nullopt, std::nullopt));
+    EXPECT_THAT(strikes(faults, fake_named_call, 2), ElementsAre(std::nullopt, std::nullopt));
     faults.suspend(false);
-    EXPECT_THAT(strikes(faults, fake_sdk_call, 2), ElementsAre(std::nullopt, -1));
+    EXPECT_THAT(strikes(faults, fake_named_call, 2), ElementsAre(std::nullopt, -1));
 }
 
 TEST(Faults, AtARateAreTheSameForTheSameSeed)
@@ -126,7 +127,7 @@ TEST(Faults, AtARateAreTheSameForTheSameSeed)
     const auto run = [](uint64_t seed) {
         Faults faults;
         faults.set_rate(0.5, seed);
-        return strikes(faults, fake_sdk_call, 200);
+        return strikes(faults, fake_named_call, 200);
     };
     EXPECT_EQ(run(7), run(7));
     EXPECT_NE(run(7), run(8));
@@ -136,7 +137,7 @@ TEST(Faults, AtARateAreTheSameInEveryVersion)
 {
     Faults faults;
     faults.set_rate(0.5, 7);
-    EXPECT_THAT(strikes(faults, fake_sdk_call, 8),
+    EXPECT_THAT(strikes(faults, fake_named_call, 8),
                 ElementsAre(-1, -1, std::nullopt, std::nullopt, -1, -1, -1, -1));
 }
 
@@ -144,7 +145,7 @@ TEST(Faults, AtARateStrikeAboutThatOften)
 {
     Faults faults;
     faults.set_rate(0.01, 1);
-    const Statuses statuses = strikes(faults, fake_sdk_call, 100000);
+    const Statuses statuses = strikes(faults, fake_named_call, 100000);
     const auto struck = std::count(statuses.begin(), statuses.end(), std::optional<int32_t>(-1));
     EXPECT_GT(struck, 800);
     EXPECT_LT(struck, 1200);
@@ -154,8 +155,8 @@ TEST(Faults, AtARateNeverMakeAQuestionFail)
 {
     Faults faults;
     faults.set_rate(1.0, 1);
-    EXPECT_THAT(strikes(faults, fake_sdk_call, 2), ElementsAre(-1, -1));
+    EXPECT_THAT(strikes(faults, fake_named_call, 2), ElementsAre(-1, -1));
     EXPECT_EQ(faults.strike(fake_question), std::nullopt);
     faults.set_rate(0, 1);
-    EXPECT_EQ(faults.strike(fake_sdk_call), std::nullopt);
+    EXPECT_EQ(faults.strike(fake_named_call), std::nullopt);
 }

@@ -52,13 +52,13 @@ TEST_F(Requests, CountFailedCallsAndKeepTheFirst)
     uint32_t doubled = 0;
     journal.begin(request("l3lifpd_kvn_add_svi"));
     call_host();
-    call_sdk(1, &doubled, -5);
+    call_named(1, &doubled, -5);
     call_host();
     call_question(1);
     const RequestRef made = journal.end(0);
     EXPECT_EQ(made->failed_calls, 2u);
     EXPECT_EQ(made->injected_failures, 1u);
-    EXPECT_EQ(made->first_failure().words, "fake_sdk_call: SDK_E_FULL");
+    EXPECT_EQ(made->first_failure().words, "fake_named_call: FAKE_E_FULL");
     EXPECT_EQ(made->first_failure().reason, "not today");
 }
 
@@ -106,12 +106,12 @@ TEST_F(Requests, TellAHostsStatusAsANumber)
 
 TEST_F(Requests, SayThatAFailureWasInjected)
 {
-    ASSERT_EQ(journal.faults.add("fake_sdk_call=9"), "");
+    ASSERT_EQ(journal.faults.add("fake_named_call=9"), "");
     uint32_t doubled = 0;
     journal.begin(request("l3lifpd_kvn_add_svi"));
-    call_sdk(1, &doubled);
+    call_named(1, &doubled);
     const RequestRef made = journal.end(0);
-    EXPECT_EQ(made->first_failure().words, "fake_sdk_call: 9");
+    EXPECT_EQ(made->first_failure().words, "fake_named_call: 9");
     EXPECT_EQ(made->first_failure().reason, "injected");
 }
 

@@ -117,8 +117,8 @@ TEST_F(Damaged, RequestThatTheLibraryWouldNotSurviveIsNotMade)
     ASSERT_NE(next, std::string::npos);
     text.insert(next, told_again);
     const Replay result = replayed(text);
-    EXPECT_NE(result.problem.find(": not made, the library would not survive it: parent Ethernet0 "
-                                  "has no LID"),
+    EXPECT_NE(result.problem.find(": not made: l3lifpd_kvn_add_subint refused, the library would "
+                                  "abort: parent Ethernet0 has no LID"),
               std::string::npos)
         << told(result);
 }

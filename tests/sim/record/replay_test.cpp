@@ -158,11 +158,11 @@ TEST_F(Recording, FollowsAPortThatGetsAnotherName)
         remove(sub_interface("Ethernet0.7", old, 7));
         entry::del_l3port(old);
         host.unregister_l3(old);
-        ASSERT_TRUE(host.release_kept_intf(old).ok());
-        ASSERT_TRUE(host.release_port_lid(old).ok());
+        ASSERT_EQ(host.release_kept_intf(old), 0);
+        ASSERT_EQ(host.release_port_lid(old), 0);
         ASSERT_TRUE(host.remove(old));
         HostInterface &renamed = *host.add_port("Uplink", 0);
-        ASSERT_TRUE(host.make_port_lid(renamed).ok());
+        ASSERT_EQ(host.make_port_lid(renamed), 0);
         host.register_l3(renamed);
         entry::add_l3port(renamed, 1);
         sub_interface("Uplink.7", renamed, 7);

@@ -95,7 +95,8 @@ TEST_F(SdkCalls, AreAllRegisteredAndCanFail)
             continue;
         ASSERT_LT(rows, std::size(every_call));
         EXPECT_STREQ(call->name(), every_call[rows++].name);
-        EXPECT_EQ(call->result(), Result::sdk_status);
+        EXPECT_EQ(call->result(), Result::status);
+        EXPECT_EQ(call->names(), &sdk_statuses()) << call->name();
         const bool asks = std::string(call->name()).find("_get") != std::string::npos;
         EXPECT_EQ(call->purpose(), asks ? Purpose::asks : Purpose::programs) << call->name();
     }
@@ -128,7 +129,7 @@ TEST_F(SdkCalls, DoNothingWhenMadeToFail)
         ASSERT_EQ(journal.faults.add(std::string(row.name) + "=SDK_E_UNAVAIL"), "");
     const std::string before = contents(asic);
     for (const Row &row : every_call)
-        EXPECT_EQ(sdk_status_name(row.call(0)), "SDK_E_UNAVAIL") << row.name;
+        EXPECT_EQ(row.call(0), SDK_E_UNAVAIL) << row.name;
     EXPECT_EQ(contents(asic), before);
     EXPECT_FALSE(outputs_written());
 }
@@ -196,12 +197,13 @@ TEST_F(SdkCalls, TellTheRequestWhyTheyWereRefused)
 
 TEST(SdkStatuses, AreNamedBothWays)
 {
-    for (const SdkStatusRow &row : sdk_statuses()) {
-        EXPECT_EQ(sdk_status_name(row.status), row.name);
-        EXPECT_EQ(sdk_status_number(row.name), row.status);
+    const StatusNames &names = sdk_statuses();
+    for (const StatusNames::Row &row : names.rows) {
+        EXPECT_EQ(names.name(row.status), row.name);
+        EXPECT_EQ(names.status(row.name), row.status);
         EXPECT_EQ(row.status == SDK_E_NONE, row.status >= 0) << "failures are negative";
     }
-    EXPECT_EQ(sdk_status_name(5), "5");
-    EXPECT_EQ(sdk_status_name(-100), "-100");
-    EXPECT_EQ(sdk_status_number("SDK_E_NO"), std::nullopt);
+    EXPECT_EQ(names.name(5), "5");
+    EXPECT_EQ(names.name(-100), "-100");
+    EXPECT_EQ(names.status("SDK_E_NO"), std::nullopt);
 }

@@ -74,7 +74,7 @@ TEST_F(SnapshotFile, ComesBackWithFailuresKeptInterfacesHeldChannelsAndPendingWr
                         "PORTCHANNEL": {"PortChannel7": {}},
                         "VLAN": {"Vlan10": {}, "Vlan11": {}},
                         "VLAN_INTERFACE": {"Vlan10": {}, "Vlan11": {}}})"));
-    ASSERT_TRUE(host.hold_port_channel(*host.find("PortChannel7")).ok());
+    ASSERT_EQ(host.hold_port_channel(*host.find("PortChannel7")), 0);
     Asic::instance().attr_set_batch(host.find("Vlan10")->intf_id(), SdkIntfAttrMtuIdx, 1500);
     const Snapshot snapshot = capture(sw, {"one.json", "two.json"}, {conflict()}, true);
     ASSERT_EQ(snapshot.reader.size(), 1u);

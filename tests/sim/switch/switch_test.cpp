@@ -268,25 +268,11 @@ TEST_F(Applying, ASubInterfaceIsRefusedByTheHostWhenItsParentHasNoLid)
     const Applied applied = sw.apply(want);
     ASSERT_EQ(applied.failures.size(), 2U);
     EXPECT_EQ(applied.failures[1].message,
-              "refused, the library would abort: parent Ethernet0 is not routed");
+              "l3lifpd_kvn_add_subint refused, the library would abort: parent Ethernet0 is not "
+              "routed");
     EXPECT_EQ(applied.failures[1].request, nullptr);
     bring_about(want);
     EXPECT_EQ(used("intf"), 2U);
-}
-
-TEST_F(Applying, WhatMayAndMayNotBeASubInterfaceIsSaid)
-{
-    Host &host = Host::instance();
-    HostInterface &parent = *host.add_port("Ethernet0", 0);
-    HostInterface &sub = *host.add_sub_interface("Ethernet0.1", parent, 1);
-    EXPECT_EQ(Switch::why_not_sub_interface(parent.ifindex), "not a sub-interface");
-    EXPECT_EQ(Switch::why_not_sub_interface(0), "not a sub-interface");
-    EXPECT_EQ(Switch::why_not_sub_interface(sub.ifindex), "parent Ethernet0 is not routed");
-    host.register_l3(parent);
-    EXPECT_EQ(Switch::why_not_sub_interface(sub.ifindex), "parent Ethernet0 has no LID");
-    ASSERT_TRUE(host.make_port_lid(parent).ok());
-    entry::add_l3port(parent, 1);
-    EXPECT_EQ(Switch::why_not_sub_interface(sub.ifindex), "");
 }
 
 TEST_F(Applying, AVirtualMacWhoseTrapTheAsicRefusedIsAFailureAlthoughTheLibrarySaysSuccess)

@@ -1,18 +1,62 @@
-#include "tests/sim/record/recording_fixture.h"
-
-#include "sim/record/preconditions.h"
+#include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {
 namespace {
 
-class Asking : public RecordingFixture {
+/* What would end the process is not asked of the library; all else is. */
+class Asking : public SwitchFixture {
 protected:
-    static std::string asking(const char *entry, std::vector<Value> values)
+    /* Why the request was not made; empty when it was. */
+    static std::string asking(const std::string &name, const std::vector<Value> &values)
     {
-        return why_not(*EntryPoint::find(entry), values);
+        const EntryPoint &entry = *EntryPoint::find(name);
+        const uint64_t made = Journal::instance().requests_made();
+        const Response response = entry.call(values);
+        EXPECT_EQ(Journal::instance().requests_made() - made, response.request != nullptr);
+        if (response.request != nullptr)
+            return "";
+        EXPECT_TRUE(response.refused && response.failed);
+        const std::string start = std::string(entry.name()) + " refused, the library would abort: ";
+        EXPECT_EQ(response.failure().substr(0, start.size()), start);
+        return response.failure().substr(start.size());
     }
     static Value of(const HostInterface &interface) { return Value::integer(interface.ifindex); }
     static Value number(int64_t value) { return Value::integer(value); }
+
+    HostInterface &port(uint32_t number)
+    {
+        HostInterface &made = *host.add_port("Ethernet" + std::to_string(number), number);
+        host.make_port_lid(made);
+        return made;
+    }
+    HostInterface &routed_port(uint32_t number)
+    {
+        HostInterface &made = port(number);
+        create_interface(made, 0);
+        return made;
+    }
+    HostInterface &port_channel(uint32_t number)
+    {
+        HostInterface &made =
+            *host.add_port_channel("PortChannel" + std::to_string(number), number);
+        host.register_l3(made);
+        return made;
+    }
+    HostInterface &member(uint32_t number, HostInterface &port_channel)
+    {
+        HostInterface &made = port(number);
+        host.join(made, port_channel);
+        join(made);
+        return made;
+    }
+    HostInterface &sub_interface(const std::string &name, HostInterface &parent, uint32_t vlan)
+    {
+        HostInterface &made = *host.add_sub_interface(name, parent, vlan);
+        create_interface(made, vlan);
+        return made;
+    }
+
+    Host &host = Host::instance();
 };
 
 TEST_F(Asking, SubInterfaceNeedsAParentWithALid)
@@ -20,10 +64,15 @@ TEST_F(Asking, SubInterfaceNeedsAParentWithALid)
     HostInterface &parent = port(0);
     HostInterface &sub = *host.add_sub_interface("Ethernet0.7", parent, 7);
     host.register_l3(sub);
+    EXPECT_EQ(asking("add_subint", {of(parent), number(7), number(1)}), "not a sub-interface");
     EXPECT_EQ(asking("add_subint", {of(sub), number(7), number(1)}),
               "parent Ethernet0 is not routed");
     host.register_l3(parent);
     EXPECT_EQ(asking("add_subint", {of(sub), number(7), number(1)}), "parent Ethernet0 has no LID");
+    EXPECT_EQ(entry::add_subint(sub, 7, 1).refusal,
+              "l3lifpd_kvn_add_subint refused, the library would abort: parent Ethernet0 has no "
+              "LID")
+        << "code is kept from it as well";
     entry::add_l3port(parent, 1);
     EXPECT_EQ(asking("add_subint", {of(sub), number(7), number(1)}), "");
     EXPECT_EQ(asking("add_subint", {of(parent), number(7), number(1)}), "");
@@ -52,11 +101,10 @@ TEST_F(Asking, MemberNeedsAPortChannelThatIsThere)
     HostInterface &one = port(0);
     EXPECT_EQ(asking("add_l3pc", {of(one), number(0)}), "") << "without one the library refuses";
     host.join(one, channel);
-    EXPECT_EQ(asking("add_l3pc", {of(one), number(1)}), "");
+    host.register_l3(one);
     EXPECT_EQ(asking("add_l3pc", {of(one), number(0)}), "PortChannel1 has no context");
     EXPECT_EQ(asking("del_l3pc", {of(one), number(1)}), "PortChannel1 has no context");
-    host.register_l3(one);
-    entry::add_l3pc(one, 1);
+    EXPECT_EQ(asking("add_l3pc", {of(one), number(1)}), "");
     EXPECT_EQ(asking("add_l3pc", {of(one), number(0)}), "");
     EXPECT_EQ(asking("del_l3pc", {of(one), number(1)}), "");
 }
@@ -115,12 +163,7 @@ TEST_F(Asking, WhatMayBeAskedForReturns)
                         break;
                     }
                 }
-                if (why_not(*entry, values).empty()) {
-                    entry->call(values);
-                    ++made;
-                } else {
-                    ++refused;
-                }
+                ++(asking(entry->name(), values).empty() ? made : refused);
             }
         }
     }

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "sim/journal/journal.h"
+
+/* Requests, whether made of the library or a task of the host, and what came of them. */
+namespace kvnsim {
+
+/* What came of a request. */
+struct Response {
+    RequestRef request;  /* null: the host did not make it */
+    std::string refusal; /* then: why not */
+    int64_t result = 0;
+    bool failed = false;  /* by the result's meaning, or a call within it failed, or not made */
+    bool refused = false; /* by the result's meaning alone, or not made */
+    std::string output;   /* what the library printed */
+    /* The refusal, or Request::failure_text. */
+    std::string failure() const;
+};
+
+/* Of a request that the host does not make: "Ethernet0 still has sub-interfaces". */
+Response not_made(std::string refusal);
+
+/* Of a request that has ended. */
+Response answer_to(RequestRef request, int64_t result, bool refused);
+
+/* Let the host do something by itself. The task's name ("host: give port its LID") outlives it.
+ * The work returns 0, or the status of the call that was refused. */
+Response host_task(const char *task, const std::string &subject,
+                   const std::function<int32_t()> &work);
+
+} // namespace kvnsim
