@@ -76,7 +76,8 @@ std::string in_use(const HostInterface &interface)
     return carries_sub_interfaces(interface) ? interface.name + " still has sub-interfaces" : "";
 }
 
-Response create_interface(HostInterface &interface, uint32_t vlan)
+Response create_interface(HostInterface &interface, uint32_t vlan,
+                          const std::function<void()> &prepare)
 {
     Host &host = Host::instance();
     /* The library would take the port-channel's interface for the port's. */
@@ -88,6 +89,7 @@ Response create_interface(HostInterface &interface, uint32_t vlan)
         if (release.failed)
             return release;
     }
+    prepare();
     host.register_l3(interface);
     Response creation = requests_for(interface).create(interface, vlan);
     if (creation.refused)

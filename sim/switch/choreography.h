@@ -16,10 +16,11 @@ namespace kvnsim {
 std::string in_use(const HostInterface &interface);
 
 /* An interface of the host becomes an L3 interface: the SDK interface that was kept for it is
- * released, the library finds it and makes it. The answer is that of what was asked last; a
- * port-channel without members is not asked for, its first one builds it. Refused, it is no longer
- * registered. The host's record stays. */
-Response create_interface(HostInterface &interface, uint32_t vlan);
+ * released, prepare writes its settings into the record, the library finds it and makes it. The
+ * answer is that of what was asked last; a port-channel without members is not asked for, its first
+ * one builds it. Refused, it is no longer registered. The host's record stays. */
+Response create_interface(
+    HostInterface &interface, uint32_t vlan, const std::function<void()> &prepare = [] {});
 /* It is one no more, and no longer registered, unless it is in use or the library refuses. */
 Response delete_interface(HostInterface &interface);
 

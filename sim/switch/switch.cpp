@@ -419,10 +419,10 @@ private:
     void delete_port(const Step &step, HostInterface &port)
     {
         /* Members and interfaces made by hand are none of this plan's. */
+        if (port.channel == nullptr && port.intf_id() != no_id)
+            return fail(step, step.name + " is still routed");
         if (const std::string use = in_use(port); !use.empty())
             return fail(step, use);
-        if (port.intf_id() != no_id)
-            return fail(step, step.name + " is still routed");
         if (port.sub_interfaces != 0)
             return fail(step, step.name + " still has sub-interfaces");
         const Response response = host_task("host: remove port", step.name, [&] {
@@ -474,8 +474,8 @@ private:
 
     bool create(const Step &step, HostInterface &interface)
     {
-        set_record(interface, step.settings);
-        const Response creation = create_interface(interface, interface.vlan);
+        const Response creation = create_interface(interface, interface.vlan,
+                                                   [&] { set_record(interface, step.settings); });
         if (!done(own(step), creation))
             return false;
         if (creation.request != nullptr)

@@ -6,6 +6,8 @@
 #include "tests/sim/fwm/host_fixture.h"
 
 namespace kvnsim {
+template <> const Codec &codec<iif_info>(); /* of a service's answer */
+
 namespace {
 
 using testing::IsEmpty;
