@@ -85,7 +85,7 @@ protected:
 
     static uint32_t used(const std::string &table)
     {
-        for (const TableUse &use : Asic::instance().tables()) {
+        for (const TableUse &use : Asic::instance().rows<TableUse>()) {
             if (table == use.name)
                 return use.used;
         }
@@ -95,7 +95,7 @@ protected:
 
     static void expect_empty_asic()
     {
-        for (const TableUse &use : Asic::instance().tables())
+        for (const TableUse &use : Asic::instance().rows<TableUse>())
             EXPECT_EQ(use.used, 0U) << use.description;
     }
 
@@ -110,8 +110,8 @@ protected:
     /* An attribute's value in the ASIC; -1 when it was never written. */
     static int64_t attribute(const std::string &name, uint32_t number)
     {
-        const auto row = Asic::instance().interface(interface(name).intf_id());
-        const AsicAttribute *value = row ? row->find(number) : nullptr;
+        const AttributeValueRow *value =
+            Asic::instance().find_attribute(interface(name).intf_id(), number);
         return value != nullptr ? int64_t{value->value} : -1;
     }
 };

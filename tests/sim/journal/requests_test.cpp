@@ -67,7 +67,7 @@ TEST_F(Requests, KnowThoseThatTheReasonOfTheirFirstFailureNames)
     journal.begin(request("l3lifpd_kvn_add_subint"));
     const RequestRef holder = journal.end(0);
     const auto refuse = [&] {
-        return fake_sdk_call({}, [&] {
+        return fake_named_call({}, [&] {
             journal.note("held by an interface", {holder});
             return -4;
         });
@@ -85,7 +85,7 @@ TEST_F(Requests, DoNotTakeThoseThatAnotherCallNamed)
     journal.begin(request("l3lifpd_kvn_add_subint"));
     const RequestRef holder = journal.end(0);
     journal.begin(request("l3lifpd_kvn_del_l3port"));
-    fake_sdk_call({}, [&] {
+    fake_named_call({}, [&] {
         journal.note("held by an interface, but not for long", {holder});
         return 0;
     });

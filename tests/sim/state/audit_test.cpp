@@ -154,8 +154,8 @@ TEST_F(Audit, TellsBothSidesOfAValueThatWasChangedByHand)
     const auto findings = audit(capture(sw));
     ASSERT_THAT(brief(findings), ElementsAre("difference Ethernet4 MTU"));
     EXPECT_THAT(findings[0].words,
-                HasSubstr("MTU of Ethernet4 is 1400 in the ASIC, configured 1500, 1500 in the "
-                          "shared database: written by libsdk_intf_attr_set in request "));
+                HasSubstr("MTU of Ethernet4 differs: configured 1500, library 1500, ASIC 1400, "
+                          "database 1500; written by libsdk_intf_attr_set in request "));
 }
 
 TEST_F(Audit, TellsWhatTheAsicHoldsAndWhatWaitsForTheFlushEachWithItsWriter)
@@ -168,11 +168,13 @@ TEST_F(Audit, TellsWhatTheAsicHoldsAndWhatWaitsForTheFlushEachWithItsWriter)
     ASSERT_THAT(brief(findings), ElementsAre("difference Ethernet0 IPv4",
                                              "difference Ethernet0 IPv4 same-interface check"));
     EXPECT_EQ(findings[0].words,
-              "IPv4 of Ethernet0 is 1 in the ASIC, configured 1, 1 in the shared database: written "
-              "by libsdk_intf_attr_set "
-              "in request 2 l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1); 0 waits for the "
-              "flush, queued by libsdk_intf_attr_set_batch in request 3 "
-              "l3lifpd_kvn_loopback_enable(ifindex=Ethernet0 enable=0)");
+              "IPv4 of Ethernet0 differs: configured on, library on, ASIC on, waiting off, "
+              "database on; written by libsdk_intf_attr_set in request 2 "
+              "l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1); queued by "
+              "libsdk_intf_attr_set_batch in request 3 "
+              "l3lifpd_kvn_loopback_enable(ifindex=Ethernet0 enable=0); published by "
+              "l3lif_update_sdb_for_intf in request 2 "
+              "l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1)");
     EXPECT_THAT(numbers(findings[0].requests), ElementsAre(2u, 3u));
 }
 
@@ -206,8 +208,10 @@ TEST_F(Audit, SaysOfALabelWhetherItIsAnSvis)
     for (LabelRow &label : snapshot.label)
         label.svi = !label.svi;
     const std::string text = words(audit(snapshot));
-    EXPECT_THAT(text, HasSubstr("L3 label of Ethernet0 is set up as an SVI's: made by "));
-    EXPECT_THAT(text, HasSubstr("L3 label of Vlan100 is set up, not as an SVI's: made by "));
+    EXPECT_THAT(text, HasSubstr("L3 label of Ethernet0 differs: database set up as an SVI's; "
+                                "published by "));
+    EXPECT_THAT(text, HasSubstr("L3 label of Vlan100 differs: database set up, not as an SVI's; "
+                                "published by "));
 }
 
 TEST_F(Audit, CountsTheMembersOfAPortChannelOfNobody)
@@ -231,8 +235,7 @@ TEST_F(Audit, FindsEveryAttributeThatIsNotAsItMustBe)
         at->value++;
         const auto findings = audit(snapshot);
         ASSERT_EQ(findings.size(), 1u) << row.name << "\n" << words(findings);
-        EXPECT_EQ(brief(findings[0]),
-                  "difference Ethernet0 " + std::string(property_name(row.number)));
+        EXPECT_EQ(brief(findings[0]), "difference Ethernet0 " + std::string(row.property));
     }
 }
 
@@ -310,7 +313,7 @@ Marked marked_in(const Snapshot &snapshot)
     for (const std::string &name : interface_names(snapshot)) {
         for (const ExplainedProperty &property : explain(index, findings, name).properties) {
             if (property.differs)
-                all.push_back(name + " " + property.name);
+                all.push_back(name + " " + property.property);
         }
     }
     return all;

@@ -41,10 +41,10 @@ inline std::string words(const std::vector<AuditFinding> &findings)
  * whole. */
 inline std::string brief(const AuditFinding &finding)
 {
-    const bool is_whole = finding.property.empty() || finding.kind == AuditKind::missing ||
-                          finding.kind == AuditKind::unwanted;
+    const bool is_whole = finding.property == PropertyId::none ||
+                          finding.kind == AuditKind::missing || finding.kind == AuditKind::unwanted;
     return std::string(to_text(finding.kind)) + " " + finding.object +
-           (is_whole ? "" : " " + finding.property);
+           (is_whole ? "" : std::string(" ") + to_text(finding.property));
 }
 inline std::vector<std::string> brief(const std::vector<AuditFinding> &findings)
 {

@@ -55,7 +55,7 @@ TEST_F(Applying, EachKindOfInterfaceIsInTheAsicWithItsSettings)
     EXPECT_EQ(used("pc"), 1U);
     EXPECT_EQ(used("rmac"), 1U);
     EXPECT_EQ(used("trap"), 1U);
-    EXPECT_EQ(Asic::instance().port_channels().at(0).members.size(), 2U);
+    EXPECT_EQ(Asic::instance().rows<MemberRow>().size(), 2U);
     const L3lifRow row = Host::instance().db().rows<L3lifRow>().at(0);
     EXPECT_EQ(row.name, "Ethernet0");
     EXPECT_EQ(row.mtu, 9216U);
@@ -137,7 +137,7 @@ TEST_F(Applying, AnotherRouterMacReplacesTheFirst)
     bring_about(wanted(R"({"DEVICE_METADATA": {"localhost": {"mac": "00:00:5e:00:53:01"}}})"));
     bring_about(wanted(R"({"DEVICE_METADATA": {"localhost": {"mac": "00:00:5e:00:53:02"}}})"));
     ASSERT_EQ(used("rmac"), 1U);
-    EXPECT_EQ(Asic::instance().router_macs().at(0).mac[5], 2);
+    EXPECT_EQ(Asic::instance().rows<RouterMacRow>().at(0).mac[5], 2);
 }
 
 TEST_F(Applying, VpnNumbersAreTheLowestFreeAndComeBackWhenAVrfGoes)
@@ -167,10 +167,10 @@ TEST_F(Applying, TheLibraryDeclinesAMemberThatIsRouted)
     const Desired want = with_ports(routed_member);
     bring_about(want);
     EXPECT_EQ(sw.declined_members().count({"PortChannel1", "Ethernet0"}), 1U);
-    const auto channels = Asic::instance().port_channels();
-    ASSERT_EQ(channels.size(), 1U);
-    ASSERT_EQ(channels[0].members.size(), 1U);
-    EXPECT_EQ(channels[0].members[0].front_port, 2U);
+    EXPECT_EQ(used("pc"), 1U);
+    const auto members = Asic::instance().rows<MemberRow>();
+    ASSERT_EQ(members.size(), 1U);
+    EXPECT_EQ(members[0].front_port, 2U);
     EXPECT_EQ(sw.apply(want).steps_done, 0U);
     bring_about(Desired());
     expect_empty_asic();
@@ -193,7 +193,7 @@ TEST_F(Applying, ADeclinedMemberJoinsOnceItIsNoLongerRouted)
     want.routed_ports.clear();
     bring_about(want);
     EXPECT_TRUE(sw.declined_members().empty());
-    EXPECT_EQ(Asic::instance().port_channels().at(0).members.size(), 2U);
+    EXPECT_EQ(Asic::instance().rows<MemberRow>().size(), 2U);
     EXPECT_TRUE(sw.plan(want).empty());
     bring_about(Desired());
     expect_empty_asic();
@@ -206,7 +206,7 @@ TEST_F(Applying, AMemberThatBecomesRoutedLeavesThePortChannel)
     bring_about(want);
     bring_about(with_ports(routed_member));
     EXPECT_NE(interface("Ethernet0").intf_id(), no_id);
-    EXPECT_EQ(Asic::instance().port_channels().at(0).members.size(), 1U);
+    EXPECT_EQ(Asic::instance().rows<MemberRow>().size(), 1U);
     EXPECT_TRUE(sw.plan(with_ports(routed_member)).empty());
 }
 
@@ -323,7 +323,7 @@ TEST_F(Applying, ASubInterfaceThatCouldNotGoForAnotherVlanIsTriedAgain)
     fail("libsdk_intf_destroy:1=SDK_E_TIMEOUT");
     EXPECT_EQ(sw.apply(want).failures.size(), 2U);
     bring_about(want);
-    EXPECT_EQ(Asic::instance().interface(interface("Eth0.1").intf_id())->params.param2, 20U);
+    EXPECT_EQ(Asic::instance().find_interface(interface("Eth0.1").intf_id())->param2, 20U);
 }
 
 TEST_F(Applying, ATearDownThatFailedHalfWayStaysAsTheLibraryLeftIt)
@@ -466,7 +466,7 @@ TEST_F(Applying, SubInterfacesMadeBeforeTheirPortChannelHadAnInterfaceAreMadeAne
     fail("libsdk_intf_create:1");
     sw.apply(want);
     const auto parent = [] {
-        return Asic::instance().interface(interface("PortChannel1.10").intf_id())->params.param1;
+        return Asic::instance().find_interface(interface("PortChannel1.10").intf_id())->param1;
     };
     EXPECT_EQ(parent(), no_id);
     bring_about(want);
