@@ -110,12 +110,13 @@ void live(benchmark::State &state, uint32_t count, int times)
     }
 }
 
-/* Few interfaces and many in turns, as many of them in all, so that both have the same processor:
+/* Few interfaces and many in turns, as many of them in all, so that all have the same processor:
  * its speed changes within seconds. */
 void life(benchmark::State &state)
 {
     for (auto _ : state) {
         live(state, 1000, 65);
+        live(state, 10000, 6);
         live(state, 65000, 1);
     }
 }

@@ -44,14 +44,15 @@ public:
         if (!times_.empty())
             std::printf("\nTime for one interface: the median, and that of the ratios\n");
         for (const auto &[phase, sizes] : times_) {
-            const auto &[small, small_times] = *sizes.begin();
-            const auto &[large, large_times] = *sizes.rbegin();
+            const std::vector<double> &small = sizes.begin()->second,
+                                      &large = sizes.rbegin()->second;
             std::vector<double> ratios;
-            for (size_t i = 0; i < small_times.size(); ++i)
-                ratios.push_back(large_times[i] / small_times[i]);
-            std::printf("  %-12s %7ld: %6.2f us  %7ld: %6.2f us  ratio %.2f\n", phase.c_str(),
-                        small, median(small_times) * 1e6, large, median(large_times) * 1e6,
-                        median(ratios));
+            for (size_t i = 0; i < small.size(); ++i)
+                ratios.push_back(large[i] / small[i]);
+            std::printf("  %-12s", phase.c_str());
+            for (const auto &[size, times] : sizes)
+                std::printf(" %7ld: %6.2f us ", size, median(times) * 1e6);
+            std::printf(" ratio %.2f\n", median(ratios));
         }
     }
 

@@ -29,7 +29,7 @@ public:
         for (const Property &property : interface_properties()) {
             Sides sides;
             property.look(rows_, sides, attribute_of(property.id));
-            if (sides.is_worth_telling || (sides.any_known() && found(property.id)))
+            if (sides.is_worth_telling || (sides.any_known() && found_here(property.id)))
                 tell(property, sides);
         }
         virtual_macs();
@@ -42,6 +42,15 @@ private:
     {
         return std::any_of(told_.findings.begin(), told_.findings.end(),
                            [&](const AuditFinding &finding) { return finding.property == id; });
+    }
+
+    /* The same, with this interface as the one concerned. */
+    bool found_here(PropertyId id) const
+    {
+        return std::any_of(told_.findings.begin(), told_.findings.end(),
+                           [&](const AuditFinding &finding) {
+                               return finding.property == id && finding.interface == name_;
+                           });
     }
 
     void tell(const Property &property, const Sides &sides)

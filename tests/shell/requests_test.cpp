@@ -337,7 +337,8 @@ TEST_F(Requests, AuditFindsWhatWasDoneByHand)
 {
     const std::string out = on_switch({"set Ethernet0 mtu 68", "audit"});
     EXPECT_EQ(found, result.status);
-    EXPECT_THAT(out, HasSubstr("MTU of Ethernet0 is 68 in the ASIC"));
+    EXPECT_THAT(out, HasSubstr("MTU of Ethernet0 differs: configured 9100, library 9100, ASIC 68, "
+                               "database 9100; written by"));
     EXPECT_THAT(on_switch({"poke Ethernet0 SdkIntfAttrIpv6UcstEn 1", "audit"}),
                 HasSubstr("host: poke(Ethernet0)"));
     EXPECT_EQ(found, result.status);

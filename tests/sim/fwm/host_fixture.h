@@ -57,7 +57,7 @@ protected:
         auto request = std::make_shared<Request>();
         request->entry = entry;
         request->subject = subject;
-        request->cause = cause;
+        const CauseScope because(cause);
         journal.begin(request);
     }
 
