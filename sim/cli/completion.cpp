@@ -1,3 +1,7 @@
+/* Completion reads the words before the last one with the grammar that parses whole lines, so what
+ * it offers is what the line may still take: values of a waiting option, else an operand or an
+ * option. Values that depend on the place come from the caller. Invariant: every candidate begins
+ * with the word typed so far. Used by the shell's prompt and by `kvnsim completion words`. */
 #include "sim/cli/completion.h"
 
 #include <algorithm>
@@ -12,7 +16,7 @@
 namespace kvnsim {
 namespace {
 
-/* The calls that can fail and, behind an =, the statuses. */
+/* The calls that can fail; after an =, the statuses. */
 Words faults(const std::string &begun)
 {
     Words words;
@@ -61,7 +65,7 @@ Words values_of(const Option &option, const Reading &line, const std::string &be
     return words;
 }
 
-/* A table that is shown as a whole leaves no room for an interface. */
+/* A table of all interfaces takes no interface operand. */
 bool shows_all_interfaces(const std::vector<Option> &options, const Arguments &given)
 {
     return std::any_of(options.begin(), options.end(), [&](const Option &option) {
@@ -86,7 +90,7 @@ Words complete(const std::vector<Option> &options, Words words, PlaceValues valu
 {
     std::string begun = words.back(), before;
     words.pop_back();
-    /* Of --trace=d what is behind the =. */
+    /* Of --trace=d only the part after the = is completed. */
     if (const size_t equals = begun.find('=');
         equals != begun.npos && find_option(options, begun.substr(0, equals)) != nullptr) {
         words.push_back(begun.substr(0, equals));

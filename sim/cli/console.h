@@ -14,7 +14,7 @@ namespace kvnsim {
 class DescriptorBuffer : public std::streambuf {
 public:
     explicit DescriptorBuffer(int descriptor);
-    int error() const { return error_; } /* errno of the first failed write, 0 without one */
+    int error() const { return error_; } /* errno of the first failed write, or 0 */
 
 private:
     int_type overflow(int_type character) override;
@@ -39,19 +39,19 @@ public:
     /* A text with its first line as a heading. */
     void print_titled(std::string_view text);
 
-    /* Messages: one line each, without its end. What was printed before appears before it. */
+    /* Messages: one line each, without its end. Earlier output appears first. */
     void note(std::string_view text);
     void warning(std::string_view text);
     void error(std::string_view text);
 
-    /* Show how far long work is; gone with the next message or output. */
+    /* Show progress; the next message or output clears it. */
     void progress(std::string_view what, uint64_t done, uint64_t of);
-    /* The same for work whose size is not known. */
+    /* The same for work of unknown size. */
     void progress(std::string_view what);
     void clear_progress();
 
-    /* Write out all data. 0, or the errno value of what kept some of it from being written: EPIPE
-     * when its reader went away. */
+    /* Write out all data. Returns 0 or the errno value of the failed write: EPIPE when
+     * the reader has gone. */
     int finish();
 
 private:

@@ -1,6 +1,6 @@
-/* Words are read once, from left to right, and what does not fit is only noted: a line that is
- * being typed is read like one that is to be done. parse() then says what is wrong first: the form
- * of options, values, words too many, words that are missing. */
+/* Words are read once, from left to right, and errors are only noted: completion reads a partial
+ * line the same way as parse() reads a whole one. parse() then reports the first error: the form of
+ * options, values, unexpected words, missing words. */
 #include "sim/cli/grammar.h"
 
 #include <algorithm>
@@ -27,7 +27,7 @@ template <class Number> std::optional<Number> to_number(std::string_view text)
     return number;
 }
 
-/* What is wrong with a value; empty when it will do. */
+/* What is wrong with a value; empty if valid. */
 std::string problem(const Option &option, const std::string &value)
 {
     const auto expected = [&](const std::string &what) {
@@ -208,13 +208,13 @@ Arguments parse(const std::vector<Option> &options, const Words &words, const st
     }
     if (!usage.empty() && (missing != nullptr || !line.stray.empty()))
         throw UsageError("expected " + usage);
-    /* A misspelt option is more to the point than what is missing in its wake. */
+    /* A misspelt option explains more than what is missing because of it. */
     if (begins_like_an_option(line.stray))
         throw UsageError(fmt::format(
             "unknown option {}{}", line.stray,
             did_you_mean(line.stray.substr(0, line.stray.find('=')), option_names(options))));
     if (!line.stray.empty())
-        throw UsageError(fmt::format("\"{}\" is one word too many", line.stray));
+        throw UsageError(fmt::format("unexpected argument \"{}\"", line.stray));
     if (missing != nullptr)
         throw UsageError(fmt::format("{} is missing: {}", missing->name(), missing->purpose));
     return line.given;

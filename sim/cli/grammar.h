@@ -19,8 +19,8 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/* What an option or operand is given. Where nothing else is said: any text but an empty one, which
- * whoever uses it looks up. */
+/* What an option or operand is given. Unless noted: any text that is not empty; the verb or
+ * command validates it. */
 enum class Takes : uint8_t {
     nothing, /* a flag */
     text,
@@ -29,8 +29,8 @@ enum class Takes : uint8_t {
     probability,     /* 0..1 */
     choice,          /* one of those that the row lists: "debug|error" */
     interface,       /* an interface's name */
-    maybe_interface, /* the same, or nothing, which is given as "": the word behind the option is
-                        its value only if it has the form of such a name */
+    maybe_interface, /* the same, or none, given as "": the next word is the value only if it
+                        has the form of an interface name */
     property,        /* an L3 property */
     attribute,       /* an attribute of SDK interfaces */
     entry,           /* an entry point of the library */
@@ -53,7 +53,7 @@ struct Option {
     bool is_required() const { return times == Times::required || times == Times::some; }
     bool is_many() const { return times == Times::any || times == Times::some; }
     std::string name() const;  /* "--db" */
-    std::string value() const; /* "FILE"; "" of a flag */
+    std::string value() const; /* "FILE"; "" for a flag */
     Words choices() const;     /* what "debug|error" lists */
 };
 
@@ -78,9 +78,9 @@ private:
 struct Reading {
     Arguments given;
     const Option *waiting = nullptr; /* the option at the end whose value may come next */
-    const Option *next = nullptr;    /* the operand that comes next; nullptr beyond them */
-    std::string malformed;           /* what is wrong with the form of an option */
-    std::string stray;               /* the first word that nobody asked for */
+    const Option *next = nullptr;    /* the next operand; nullptr after the last */
+    std::string malformed;           /* the first error in the form of an option */
+    std::string stray;               /* the first unexpected word */
 
     bool needs_value() const
     {
@@ -89,15 +89,15 @@ struct Reading {
 };
 Reading read(const std::vector<Option> &options, const Words &words);
 
-/* Understand a whole line. UsageError says what is wrong; with a usage line that is said of words
- * too many or too few. */
+/* Read a whole line. UsageError says what is wrong; for too many or too few words it shows the
+ * usage line, if given. */
 Arguments parse(const std::vector<Option> &options, const Words &words,
                 const std::string &usage = "");
 
 /* nullptr for an unknown one, and for operands. */
 const Option *find_option(const std::vector<Option> &options, std::string_view name);
 
-/* Of the options that may follow these arguments. */
+/* Names of the options that may follow these arguments. */
 Words option_names(const std::vector<Option> &options, const Arguments &given = {});
 
 /* "audit --db FILE [--json]" */

@@ -18,10 +18,10 @@
 namespace kvnsim {
 namespace {
 
-/* Far beyond any switch; keeps endless input from taking all memory. */
+/* Larger than any switch needs; stops endless input from using all memory. */
 constexpr size_t largest_configuration = size_t{256} << 20;
 
-/* Why the file cannot be read; empty when its text is all there. */
+/* Why the file cannot be read; empty on success. */
 std::string read_file(std::FILE *file, std::string &text)
 {
     char block[65536];

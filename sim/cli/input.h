@@ -10,12 +10,12 @@ namespace kvnsim {
 
 class Console;
 
-/* Read and check configurations: all of them, whatever is wrong with one. "-" is standard input.
- * A file that cannot be read has that as its one finding, an error without a line. */
+/* Read and check all configurations, even if one has errors. "-" is standard input. A file that
+ * cannot be read has one finding, an error without a line. */
 std::vector<Configuration> read_configurations(const std::vector<std::string> &files);
 bool have_errors(const std::vector<Configuration> &configurations);
 
-/* Tell what was found: everything, or all but the notes. */
+/* Report the findings: all, or all but the notes. */
 void tell_findings(const std::vector<Configuration> &configurations, bool notes, Console &console);
 
 /* "file", "line", "column", "table", "key", within an object; the last four null without a line. */
@@ -28,7 +28,7 @@ std::string finding_counts(const Configuration &configuration);
 /* "LOOPBACK (1 row), BGP_NEIGHBOR (12 rows)"; empty when all tables count. */
 std::string ignored_tables(const Configuration &configuration);
 
-/* "1 request", "2 requests"; many is needed where an s does not do. */
+/* "1 request", "2 requests"; many is the plural where an s is not enough. */
 std::string counted(uint64_t count, const char *what, const char *many = nullptr);
 
 } // namespace kvnsim

@@ -1,3 +1,6 @@
+/* Fault injection, capacities and output files for the verbs that run a switch: prepare(), open(),
+ * run, close(). Nothing is written before prepare() has checked every option and file, and close()
+ * writes every file even if another one fails. */
 #include "sim/cli/instruments.h"
 
 #include <cerrno>
@@ -28,7 +31,7 @@ std::vector<Option> with_instruments(std::vector<Option> before, const std::vect
 {
     static const Option instruments[] = {
         {"--db FILE", Takes::file, Times::optional,
-         "keep the shared database and the ASIC's tables there"},
+         "save the shared database and the ASIC's tables"},
         {"--record FILE", Takes::file, Times::optional,
          "record requests, calls and traces as JSON lines, for `kvnsim replay`"},
         {"--debug-file FILE", Takes::file, Times::optional, "write the library's debug file"},
@@ -41,10 +44,11 @@ std::vector<Option> with_instruments(std::vector<Option> before, const std::vect
         {"--fail-rate P", Takes::probability, Times::optional,
          "make each call that can fail do so with this probability"},
         {"--seed N", Takes::count, Times::optional,
-         "of --fail-rate: the same one gives the same failures (1)"},
-        {"--limit TABLE=N", Takes::limit, Times::any, "capacity of an ASIC table, as intf=4096"},
+         "for --fail-rate: the same seed gives the same failures (1)"},
+        {"--limit TABLE=N", Takes::limit, Times::any,
+         "capacity of an ASIC table, such as intf=4096"},
         {"--keep-going", Takes::nothing, Times::optional,
-         "apply what is sound of a configuration with errors"}};
+         "apply the valid rows of a configuration with errors"}};
     std::vector<Option> all = std::move(before);
     all.insert(all.end(), std::begin(instruments), std::end(instruments));
     all.insert(all.end(), behind.begin(), behind.end());
@@ -75,7 +79,7 @@ void Instruments::prepare(const std::vector<std::string> &inputs, bool writes_fi
     if (arguments_.has("--fail-rate"))
         faults.set_rate(arguments_.probability("--fail-rate", 0), arguments_.count("--seed", 1));
 
-    /* No output may take the place of an input or of another output. */
+    /* No output may overwrite an input or another output. */
     std::vector<std::string> taken = inputs;
     for (const char *option : {"--db", "--record", "--debug-file", "--events"}) {
         if (!arguments_.has(option))
@@ -84,7 +88,7 @@ void Instruments::prepare(const std::vector<std::string> &inputs, bool writes_fi
         for (const std::string &other : taken) {
             std::error_code none;
             if (file == other || std::filesystem::equivalent(file, other, none))
-                throw UsageError(fmt::format("{} {}: the file is used otherwise", option, file));
+                throw UsageError(fmt::format("{} {}: the file is already in use", option, file));
         }
         taken.push_back(file);
     }
@@ -183,7 +187,7 @@ bool Instruments::close(const Snapshot &snapshot)
 void Instruments::warn_of_unused_faults() const
 {
     for (const std::string &fault : Journal::instance().faults.unused())
-        console_.warning(fmt::format("kvnsim: --fail {} never struck", fault));
+        console_.warning(fmt::format("kvnsim: --fail {} never took effect", fault));
 }
 
 void set_limit(const std::string &text)
@@ -194,7 +198,7 @@ void set_limit(const std::string &text)
             ? std::nullopt
             : parse_number(std::string_view(text).substr(equals + 1), 0, 999'999'999);
     if (!capacity)
-        throw UsageError(fmt::format("expected TABLE=NUMBER, as intf=4096, not \"{}\"", text));
+        throw UsageError(fmt::format("expected TABLE=NUMBER, such as intf=4096, not \"{}\"", text));
     const std::string problem = Asic::instance().set_limit(text.substr(0, equals), *capacity);
     if (!problem.empty())
         throw UsageError(problem);

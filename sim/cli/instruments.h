@@ -18,33 +18,32 @@ namespace kvnsim {
 
 class Console;
 
-/* Their options between those of their own: --db, --record, --debug-file, --events, --trace,
- * --fail,
- * --fail-rate, --seed, --limit, --keep-going. */
+/* The shared options, placed between the verb's own: --db, --record, --debug-file, --events,
+ * --trace, --fail, --fail-rate, --seed, --limit, --keep-going. */
 std::vector<Option> with_instruments(std::vector<Option> before, const std::vector<Option> &behind);
 
-/* What disturbs a switch and what watches it. To be made after the switch, which forgets it all. */
+/* Fault injection and observers of a switch. Construct after the switch, which resets them. */
 class Instruments {
 public:
     Instruments(const Arguments &arguments, Console &console);
     Instruments(const Instruments &) = delete;
     Instruments &operator=(const Instruments &) = delete;
 
-    /* Set faults and capacities, and look at every output file; inputs must not be among them.
+    /* Set faults and capacities, and check every output file; no input may be among them. Throws
      * UsageError and SnapshotError. */
     void prepare(const std::vector<std::string> &inputs, bool writes_files = true);
-    /* Open the sinks and the recording. InputError. */
+    /* Open the sinks and the recording. Throws InputError. */
     void open();
-    /* Write out every file, the database with this snapshot. What cannot be written is told, and
-     * keeps none of the others from it: false then. */
+    /* Write every file, the database from this snapshot. A failure is reported and the other files
+     * are still written; false then. */
     bool close(const Snapshot &snapshot);
-    /* Of --fail: those that nothing came of. */
+    /* Report each --fail that never took effect. */
     void warn_of_unused_faults() const;
 
-    /* Change what is watched in the middle of it; "" or interface for all of them. */
+    /* Start or change a timeline while running; "" for all interfaces. */
     void start_timeline(const std::string &interface);
     void stop_timeline() { timeline_.reset(); }
-    /* Then progress would stand between the lines of it. */
+    /* If so, progress would appear between its lines. */
     bool shows_as_it_happens() const;
     /* "debug", "error" or "off". */
     void trace(std::string_view level);
@@ -61,11 +60,11 @@ private:
     std::string timeline_interface_;
 };
 
-/* Set the capacity of an ASIC table: "intf=4096". UsageError says what is wrong, without the name
- * of the option. */
+/* Set the capacity of an ASIC table: "intf=4096". UsageError says what is wrong, without the
+ * option's name. */
 void set_limit(const std::string &text);
 
-/* One configuration, and what came of it. */
+/* One configuration, and the result. */
 struct ConfigurationRun {
     const Configuration *configuration;
     Plan plan;
@@ -73,8 +72,8 @@ struct ConfigurationRun {
     uint64_t requests = 0, calls = 0;
 };
 
-/* Carry out the plan that was made for a configuration; an interrupt ends it after the step under
- * way. Failures are told. after_step is for the caller. */
+/* Carry out the plan made for a configuration; an interrupt ends it after the current step.
+ * Reports failures. Calls after_step after each step. */
 ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration, Plan plan,
                                      Console &console, bool shows_progress,
                                      const std::function<void()> &after_step = {});

@@ -18,7 +18,8 @@ void catch_interrupts()
 {
     struct sigaction action = {};
     action.sa_handler = on_interrupt;
-    action.sa_flags = static_cast<int>(SA_RESETHAND); /* no SA_RESTART: reading ends, too */
+    action.sa_flags =
+        static_cast<int>(SA_RESETHAND); /* no SA_RESTART: a signal also ends reading */
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
     std::signal(SIGPIPE, SIG_IGN);

@@ -1,3 +1,6 @@
+/* Reads lines through editline. Ctrl-C and SIGTERM are blocked during a read, and delivered only
+ * while it waits for a key: a signal is never lost between two keys and never interrupts editing.
+ * The signal mask is restored before read() returns. One editor at a time, on a terminal. */
 #include "sim/cli/line_editor.h"
 
 #include <algorithm>
@@ -43,7 +46,7 @@ std::string common_beginning(const std::vector<std::string> &texts)
     return common;
 }
 
-/* What is listed of a file is its name. */
+/* Of a path only the file name is listed. */
 std::string shown(const std::string &candidate)
 {
     const size_t slash = candidate.find_last_of('/', candidate.size() - 2);
@@ -58,9 +61,9 @@ struct LineEditor::State {
     std::string file;
     Completer completer;
     const char *prompt = "";
-    bool dropped = false; /* the line under way, by Ctrl-C */
+    bool dropped = false; /* the current line, by Ctrl-C */
     std::mbstate_t partial{};
-    sigset_t while_waiting{}; /* signals are held back but for the wait for a key */
+    sigset_t while_waiting{}; /* signals are blocked except while waiting for a key */
     std::unique_ptr<History, HistoryEnd> history;
     std::unique_ptr<EditLine, EditorEnd> editor;
 
@@ -73,7 +76,7 @@ struct LineEditor::State {
 
     static char *prompt_of(EditLine *editor) { return const_cast<char *>(of(editor).prompt); }
 
-    /* A signal ends the wait for a key: Ctrl-C drops the line, SIGTERM all. */
+    /* A signal ends the wait for a key: Ctrl-C drops the line, SIGTERM ends input. */
     static int read_key(EditLine *editor, wchar_t *key)
     {
         State &state = of(editor);
@@ -99,7 +102,7 @@ struct LineEditor::State {
             if (length <= 1)
                 return 1;
             if (length == static_cast<size_t>(-1))
-                state.partial = {}; /* no character: passed over */
+                state.partial = {}; /* not a character: ignored */
         }
     }
 
@@ -193,7 +196,7 @@ LineEditor::~LineEditor()
         return;
     std::error_code none;
     std::filesystem::create_directories(std::filesystem::path(state_->file).parent_path(), none);
-    const mode_t mask = ::umask(077); /* one's commands are one's own */
+    const mode_t mask = ::umask(077); /* the history is private to its user */
     HistEvent event;
     history(state_->history.get(), &event, H_SAVE, state_->file.c_str());
     ::umask(mask);
@@ -210,7 +213,7 @@ std::optional<std::string> LineEditor::read(const char *prompt)
     sigaddset(&held_back, SIGINT);
     sigaddset(&held_back, SIGTERM);
     sigprocmask(SIG_BLOCK, &held_back, &state_->while_waiting);
-    el_set(state_->editor.get(), EL_PREP_TERM, 1); /* keys count from when the prompt is seen */
+    el_set(state_->editor.get(), EL_PREP_TERM, 1); /* accept keys once the prompt is shown */
     int length = 0;
     const char *line = el_gets(state_->editor.get(), &length);
     sigprocmask(SIG_SETMASK, &state_->while_waiting, nullptr);

@@ -8,21 +8,21 @@
 
 namespace kvnsim {
 
-/* The words that may stand at the end of these: the last one is what there is of it, and may be
- * empty. One that ends with '/' or '=' goes on. */
+/* Completions of the last word, which may be empty. A completion that ends with '/' or '=' may be
+ * continued. */
 using Completer = std::function<std::vector<std::string>(const std::vector<std::string> &words)>;
 
 /* Reads lines from a terminal, with editing, history and completion. One at a time. */
 class LineEditor {
 public:
-    /* Takes the history from the file and adds to it; an empty name keeps none. Unreadable or
-     * unwritable, the file is passed over: no line is lost with it. */
+    /* Takes the history from the file and adds to it; an empty name keeps none. A file that
+     * cannot be read or written is ignored. */
     LineEditor(std::FILE *terminal, std::string history_file, Completer completer);
     ~LineEditor(); /* writes the history */
     LineEditor(const LineEditor &) = delete;
     LineEditor &operator=(const LineEditor &) = delete;
 
-    /* The next line; empty text when Ctrl-C dropped it, nothing at the end (Ctrl-D, SIGTERM). */
+    /* The next line; empty text after Ctrl-C, nothing at the end (Ctrl-D, SIGTERM). */
     std::optional<std::string> read(const char *prompt);
 
 private:
@@ -30,7 +30,7 @@ private:
     std::unique_ptr<State> state_;
 };
 
-/* Where the history is kept: in $XDG_STATE_HOME or ~/.local/state; empty without a home. */
+/* The history file: in $XDG_STATE_HOME or ~/.local/state; empty without a home. */
 std::string history_file();
 
 } // namespace kvnsim

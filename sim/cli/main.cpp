@@ -67,7 +67,7 @@ int guarded(const Words &words, Console &console)
         console.error(fmt::format("kvnsim: {}", error.what()));
         return exit_usage;
     } catch (const std::exception &error) {
-        /* InputError, SnapshotError, or no memory for what was given. */
+        /* InputError, SnapshotError, or out of memory. */
         console.error(fmt::format("kvnsim: {}", error.what()));
         return exit_input;
     }
@@ -85,7 +85,7 @@ int main(int argc, char **argv)
     const int problem = console.finish();
     if (problem == 0)
         return status;
-    /* `kvnsim ... | head` has seen what it wanted. */
+    /* The reader closed the pipe, as `kvnsim ... | head` does. */
     const bool unread = problem == EPIPE;
     if (!unread)
         console.error(

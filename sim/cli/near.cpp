@@ -15,7 +15,7 @@ bool same(char a, char b)
            std::tolower(static_cast<unsigned char>(b));
 }
 
-/* How many characters must be added, removed or changed, upper and lower case taken as one. */
+/* How many characters must be added, removed or changed, ignoring case. */
 size_t distance(std::string_view a, std::string_view b)
 {
     std::vector<size_t> row(b.size() + 1);

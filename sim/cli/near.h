@@ -7,7 +7,7 @@
 
 namespace kvnsim {
 
-/* The names of rows that have one, or of what pointers to rows point to. */
+/* The names of rows, or of rows that pointers refer to. */
 template <class Rows> std::vector<std::string> names_of(const Rows &rows)
 {
     std::vector<std::string> names;
@@ -20,8 +20,8 @@ template <class Rows> std::vector<std::string> names_of(const Rows &rows)
     return names;
 }
 
-/* What a misspelt name may have meant: " (did you mean Ethernet0, Ethernet10?)", or an empty text
- * when none of the names comes near. */
+/* Suggestions for a misspelt name: " (did you mean Ethernet0, Ethernet10?)"; empty when no name is
+ * similar. */
 std::string did_you_mean(std::string_view name, const std::vector<std::string> &names);
 
 } // namespace kvnsim

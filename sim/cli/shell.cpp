@@ -41,7 +41,7 @@ const Command &command_named(const std::string &name)
         fmt::format("there is no command \"{}\"{}", name, did_you_mean(name, command_names())));
 }
 
-/* ---- What may stand where ---- */
+/* ---- What each word may be ---- */
 
 Words entry_names()
 {
@@ -122,7 +122,7 @@ std::string values(const PropertyRow &property)
     return values(*attribute) + (property.inverted ? "; 1 writes 0, and 0 writes 1" : "");
 }
 
-/* The words that are the library's or the SDK's own, and what they mean. */
+/* The library's and the SDK's own words, with their meanings. */
 std::vector<std::pair<std::string, std::string>> meanings(Takes kind)
 {
     std::vector<std::pair<std::string, std::string>> lines;
@@ -175,7 +175,7 @@ int help(Session &session, const Arguments &given)
             out << fmt::format("  {:<32} {}\n", usage(command.name, command.options),
                                command.purpose);
     }
-    out << "`help COMMAND` tells more, `help ENTRY` of an entry point of the library.\n";
+    out << "`help COMMAND` describes a command, `help ENTRY` an entry point of the library.\n";
     return exit_well;
 }
 
@@ -187,8 +187,8 @@ int quit(Session &session, const Arguments &)
 
 const CommandGroup shell_commands{
     "The shell",
-    {{"help", "say what can be done", {{"COMMAND", Takes::command, Times::optional}}, help},
-     {"quit", "leave, as Ctrl-D does", {}, quit}}};
+    {{"help", "list the commands", {{"COMMAND", Takes::command, Times::optional}}, help},
+     {"quit", "exit, as Ctrl-D does", {}, quit}}};
 
 } // namespace
 

@@ -20,13 +20,13 @@ struct Session {
     Console &console;
     Switch &power;
     Instruments &instruments;
-    bool keep_going = false;           /* apply what is sound of a configuration with errors */
+    bool keep_going = false;           /* apply the valid rows of a configuration with errors */
     Words files = {};                  /* applied so far */
     std::optional<Snapshot> mark = {}; /* what diff compares with */
-    std::string location = {};         /* of the line under way, before its messages: "-:12: " */
+    std::string location = {};         /* of the current line, before its messages: "-:12: " */
     bool ended = false;
     std::vector<Finding> findings = {}; /* of the configuration applied last */
-    bool interrupted = false;           /* it was not applied to its end */
+    bool interrupted = false;           /* it was not applied completely */
 
     Snapshot now() const { return capture(power, files, findings, interrupted); }
     void error(const std::string &message) const;
@@ -41,7 +41,7 @@ struct Command {
     const char *more = ""; /* for help, lines each ended by a newline */
 };
 
-/* A command whose operands are told by where they stand. */
+/* A command that takes its operands by position. */
 using ShellWords = Words;
 template <int (*work)(Session &, const ShellWords &)>
 int by_position(Session &session, const Arguments &given)
@@ -61,17 +61,17 @@ extern const CommandGroup configuration_commands, looking_commands, fault_comman
 const std::vector<const CommandGroup *> &command_groups();
 const Command *find_command(std::string_view name);
 
-/* Do what the words say. UsageError when they say nothing. */
+/* Execute a command and return its exit status. UsageError for an unknown command. */
 int execute(Session &session, const Words &words);
 
-/* The words that may stand at the end of these; the last is what there is of it. */
+/* Completions of the last word. */
 Words complete_line(const Words &words);
 
-/* What the words of an entry point's arguments mean; those for output are not among them. */
+/* What the words of an entry point's arguments mean, without output arguments. */
 std::vector<Value> arguments_of(const EntryPoint &entry, const ShellWords &words);
 /* "call add_l3port L3LIF CREATE" */
 std::string call_usage(const EntryPoint &entry);
-/* The entry point of this name; UsageError with names that come near. */
+/* The entry point of this name; UsageError with similar names. */
 const EntryPoint &entry_named(const std::string &name);
 
 } // namespace kvnsim

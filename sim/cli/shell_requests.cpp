@@ -1,5 +1,5 @@
 /* Commands of the shell that make single requests of the library, and tasks of the host around
- * them. None of them may end the process: what the library does not survive is refused. */
+ * them. None may end the process: what would make the library abort is refused. */
 #include <algorithm>
 #include <charconv>
 
@@ -22,7 +22,7 @@ constexpr uint16_t usual_mtu = 9100;
 
 /* ---- Words ---- */
 
-/* The one that was found, or a complaint with the names that come near. */
+/* The one that was found; UsageError with similar names. */
 template <class Found, class Rows>
 Found &known(Found *found, const char *what, const std::string &name, const Rows &rows)
 {
@@ -115,7 +115,7 @@ Value value_of(const Parameter &parameter, std::string word)
 
 /* ---- Requests ---- */
 
-/* What came of it; a task of the host is silent when it is done. */
+/* Print the result; a host task that succeeded prints nothing. */
 int tell(Session &session, const Response &response)
 {
     if (response.request != nullptr && response.request->result)
@@ -139,7 +139,8 @@ int flush(Session &session, const ShellWords &)
 
 /* ---- Interfaces ---- */
 
-/* The host's record of an interface that it did not have, or nullptr and the reason was told. */
+/* The host's record of an interface that it did not have, or nullptr after the reason was reported.
+ */
 HostInterface *make_interface(Session &session, const std::string &name,
                               const InterfaceName &parsed, uint32_t vlan)
 {
@@ -168,7 +169,7 @@ HostInterface *make_interface(Session &session, const std::string &name,
         break;
     }
     if (made == nullptr) {
-        session.error(fmt::format("the host cannot have {}: {}", name,
+        session.error(fmt::format("the host cannot create {}: {}", name,
                                   parsed.kind == InterfaceKind::port ? "no port is left"
                                                                      : "its number is taken"));
         return nullptr;
@@ -177,7 +178,7 @@ HostInterface *make_interface(Session &session, const std::string &name,
     return made;
 }
 
-/* The record ends with the interface, unless the switch counts on it or the host holds it. */
+/* The record is deleted with the interface, unless it is in use or the host holds it. */
 void retire(const Session &session, HostInterface &interface)
 {
     const Desired &have = session.power.have();
@@ -231,8 +232,9 @@ int join(Session &session, const ShellWords &words)
     HostInterface &port = interface_named(words[0]);
     HostInterface &channel = interface_named(words[1]);
     if (!Host::instance().join(port, channel))
-        throw UsageError(fmt::format("{} cannot join {}: a port joins a port-channel, and one only",
-                                     port.name, channel.name));
+        throw UsageError(
+            fmt::format("{} cannot join {}: only a port can join, and only one port-channel",
+                        port.name, channel.name));
     int status = exit_well;
     kvnsim::join(port,
                  [&](const Response &each) { status = std::max(status, tell(session, each)); });
@@ -243,7 +245,7 @@ int leave(Session &session, const ShellWords &words)
 {
     HostInterface &port = interface_named(words[0]);
     if (port.channel == nullptr)
-        throw UsageError(fmt::format("{} is no member of a port-channel", port.name));
+        throw UsageError(fmt::format("{} is not a member of a port-channel", port.name));
     int status = exit_well;
     kvnsim::leave(port,
                   [&](const Response &each) { status = std::max(status, tell(session, each)); });
@@ -259,8 +261,7 @@ int set_registered(Session &, const ShellWords &words)
     }
     if (!in_use(interface).empty())
         throw UsageError(fmt::format(
-            "{} has members or sub-interfaces or is a member: they would lose what they stand on",
-            interface.name));
+            "{} is a member, or has members or sub-interfaces that depend on it", interface.name));
     Host::instance().unregister_l3(interface);
     return exit_well;
 }
@@ -276,7 +277,7 @@ int hold(Session &session, const ShellWords &words)
     if (channel == nullptr)
         channel = &interface_named(words[0]);
     if (channel->kind != InterfaceKind::port_channel)
-        throw UsageError(fmt::format("{} is no port-channel", channel->name));
+        throw UsageError(fmt::format("{} is not a port-channel", channel->name));
     return tell(session, on ? host_task("host: hold port-channel", channel->name,
                                         [&] { return host.hold_port_channel(*channel); })
                             : release_port_channel(*channel));
@@ -316,7 +317,7 @@ int router_mac(Session &session, const ShellWords &words)
         if (row.mac == mac)
             return tell(session, entry::rmac_del(row.peer_mac_id));
     }
-    throw UsageError(fmt::format("{} is no router MAC", to_text(mac)));
+    throw UsageError(fmt::format("{} is not a router MAC", to_text(mac)));
 }
 
 /* ---- Anything ---- */
@@ -364,20 +365,20 @@ std::vector<Value> arguments_of(const EntryPoint &entry, const ShellWords &words
 }
 
 const CommandGroup request_commands{
-    "Requests by hand",
+    "Manual requests",
     {{"create",
-      "make an interface, of the kind that its name says",
+      "create an interface of the kind its name gives",
       {{"IF", Takes::interface}, {"VLAN", Takes::text, Times::optional}},
       by_position<create>,
-      "The host makes its record of an interface that it does not have: Ethernet4, PortChannel1,\n"
-      "Vlan100, Ethernet4.10. VLAN is that of an SVI or sub-interface if not as in the name.\n"},
+      "The host adds a record for an interface that it does not have: Ethernet4, PortChannel1,\n"
+      "Vlan100, Ethernet4.10. VLAN is for an SVI or sub-interface, if not as in the name.\n"},
      {"delete", "delete an interface", {{"IF", Takes::interface}}, by_position<remove>},
      {"join",
-      "let a port join a routed port-channel",
+      "add a port to a routed port-channel",
       {{"PORT", Takes::interface}, {"PORT-CHANNEL", Takes::interface}},
       by_position<join>},
      {"leave",
-      "let a port leave its port-channel",
+      "remove a port from its port-channel",
       {{"PORT", Takes::interface}},
       by_position<leave>},
      {"set",
@@ -386,19 +387,19 @@ const CommandGroup request_commands{
       by_position<set>,
       "set Ethernet0 mtu 9216\n"},
      {"loopback",
-      "internal loopback of a port, flushed by the host",
+      "set a port's internal loopback; the host flushes",
       {{"IF", Takes::interface}, {"on|off", Takes::choice}},
       by_position<loopback>},
      {"virtual-mac",
-      "give an interface a virtual MAC, or take it away",
+      "add or remove a virtual MAC of an interface",
       {{"IF", Takes::interface}, {"MAC", Takes::text}, {"on|off", Takes::choice}},
       by_position<virtual_mac>},
      {"router-mac",
-      "add a router MAC, or remove it",
+      "add or remove a router MAC",
       {{"MAC", Takes::text}, {"on|off", Takes::choice}},
       by_position<router_mac>},
      {"dump",
-      "let the library print an interface's identifiers",
+      "make the library print an interface's identifiers",
       {{"IF", Takes::interface}},
       by_position<dump>},
      {"call",
@@ -408,16 +409,16 @@ const CommandGroup request_commands{
       "An interface is its name, or null; an interface index a name or number; a number decimal,\n"
       "hexadecimal, on or off. An argument may be as timelines print it: create=1.\n"},
      {"register",
-      "let the library find an interface, or find it no more",
+      "show an interface to the library, or hide it",
       {{"IF", Takes::interface}, {"on|off", Takes::choice}},
       by_position<set_registered>},
      {"hold",
-      "let the host make a port-channel for the library to adopt",
+      "make the host hold a port-channel for the library to adopt",
       {{"PORT-CHANNEL", Takes::interface}, {"on|off", Takes::choice}},
       by_position<hold>},
-     {"flush", "let the host carry out the attribute writes that wait", {}, by_position<flush>},
+     {"flush", "make the host flush pending attribute writes", {}, by_position<flush>},
      {"poke",
-      "write an SDK attribute past the library",
+      "write an SDK attribute, bypassing the library",
       {{"IF", Takes::interface}, {"ATTRIBUTE", Takes::attribute}, {"VALUE", Takes::text}},
       by_position<poke>}}};
 

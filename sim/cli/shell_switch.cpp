@@ -1,4 +1,4 @@
-/* Commands of the shell that take the switch as a whole. */
+/* Shell commands for the switch as a whole. */
 #include <fmt/format.h>
 
 #include "sim/cli/console.h"
@@ -15,7 +15,7 @@ namespace {
 Configuration read(Session &session, const std::string &file)
 {
     if (file == "-")
-        throw UsageError("standard input is where the commands come from");
+        throw UsageError("standard input supplies the commands");
     Configuration configuration = std::move(read_configurations({file}).front());
     tell_findings({configuration}, true, session.console);
     return configuration;
@@ -26,7 +26,7 @@ bool is_refused(Session &session, const Configuration &configuration)
     if (!configuration.is_understood)
         session.error("nothing was applied");
     else if (configuration.has_errors() && !session.keep_going)
-        session.error("nothing was applied (kvnsim shell --keep-going applies what is sound)");
+        session.error("nothing was applied (kvnsim shell --keep-going applies the valid rows)");
     else
         return false;
     return true;
@@ -62,7 +62,7 @@ int apply(Session &session, const Arguments &given)
 int reload(Session &session, const Arguments &given)
 {
     if (!given.has("FILE") && session.files.empty())
-        throw UsageError("nothing was applied so far: reload which FILE?");
+        throw UsageError("nothing was applied yet: reload which FILE?");
     return apply_file(session,
                       given.has("FILE") ? given.value("FILE") : std::string(session.files.back()));
 }
@@ -92,7 +92,7 @@ int save_database(Session &session, const Arguments &given)
     return exit_well;
 }
 
-/* ---- Looking ---- */
+/* ---- Inspection ---- */
 
 int show_table(Session &session, const Arguments &given)
 {
@@ -121,7 +121,7 @@ int mark(Session &session, const Arguments &)
 int compare(Session &session, const Arguments &given)
 {
     if (!given.has("FILE") && !session.mark)
-        throw UsageError("nothing is marked: `mark` remembers the switch as it is");
+        throw UsageError("there is no mark: set one with `mark`");
     const Snapshot before = given.has("FILE") ? load(given.value("FILE")) : *session.mark;
     return print_differences(diff(before, session.now()), given.has("--json"), session.console);
 }
@@ -180,34 +180,31 @@ int limit(Session &, const Arguments &given)
 
 const CommandGroup configuration_commands{
     "Configurations",
-    {{"apply", "take the switch to a configuration", {{"FILE", Takes::file}}, apply},
-     {"reload",
-      "the same again, with the file of the last time",
-      {{"FILE", Takes::file, Times::optional}},
-      reload},
-     {"plan", "say what apply would do", {{"FILE", Takes::file}}, plan},
+    {{"apply", "apply a configuration", {{"FILE", Takes::file}}, apply},
+     {"reload", "apply the last file again", {{"FILE", Takes::file, Times::optional}}, reload},
+     {"plan", "show what apply would do", {{"FILE", Takes::file}}, plan},
      {"check", "validate a configuration", {{"FILE", Takes::file}}, check},
      {"save", "keep the switch's state in a database", {{"FILE", Takes::file}}, save_database}}};
 
 const CommandGroup looking_commands{
-    "Looking",
+    "Inspection",
     {{"show",
       "show a table of the switch",
       {{"TABLE", Takes::table}, {"IF", Takes::interface, Times::optional}, json_option},
       show_table},
      {"explain",
-      "say why an interface is as it is",
+      "show how an interface is configured and programmed",
       {{"IF", Takes::interface}, json_option},
       explain_interface},
      {"audit",
-      "say what does not agree",
+      "report what does not agree",
       {json_option},
       audit_switch,
-      "After requests by hand the configuration is not what the switch was asked for any more:\n"
-      "the audit tells that as differences, and apply works from what it did itself.\n"},
-     {"mark", "remember the switch as it is, for diff", {}, mark},
+      "After manual requests the switch no longer matches its configuration: the audit reports\n"
+      "differences, and apply works from what it did itself.\n"},
+     {"mark", "remember the switch's state, for diff", {}, mark},
      {"diff",
-      "say what differs from the mark, or from a database",
+      "show differences from the mark or from a database",
       {{"FILE", Takes::file, Times::optional}, json_option},
       compare},
      {"timeline",
@@ -222,10 +219,10 @@ const CommandGroup looking_commands{
 const CommandGroup fault_commands{
     "Fault injection",
     {{"fail",
-      "make a call fail, each time or the Nth from now on; off ends it",
+      "make a call fail: each time, or the Nth from now; off stops it",
       {{"CALL[:N][=STATUS]", Takes::fault, Times::required, "", "off"}},
       fail,
-      "fail libsdk_lid_entry_create:2=SDK_E_FULL lets the second one fail.\n"},
+      "fail libsdk_lid_entry_create:2=SDK_E_FULL makes the second one fail.\n"},
      {"fail-rate",
       "make each call that can fail do so with this probability, or off",
       {{"P", Takes::probability, Times::required, "", "off"},

@@ -6,13 +6,13 @@
 #include "sim/state/compare.h"
 #include "sim/state/snapshot.h"
 
-/* What the verbs that look at a snapshot share; the snapshot may be of a database or of now. */
+/* What the verbs that read a snapshot share; it may come from a database or the live switch. */
 namespace kvnsim {
 
 class Arguments;
 class Console;
 
-/* Refuse a name that the snapshot does not know: UsageError with names that come near. */
+/* Refuse an unknown interface: UsageError with similar names. */
 void require_interface(const Snapshot &snapshot, const std::string &name);
 
 /* Print as text, or as one JSON document. */

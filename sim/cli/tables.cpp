@@ -11,7 +11,7 @@
 namespace kvnsim {
 namespace {
 
-/* What the tables hold of one interface; nullptr where one holds nothing. */
+/* The rows of one interface; nullptr where a table has none. */
 struct Rows {
     const L3lifRow *l3lif = nullptr;
     const PmRow *pm = nullptr;

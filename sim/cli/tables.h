@@ -5,7 +5,7 @@
 /* What `kvnsim run` shows besides the tables of `kvnsim show`. */
 namespace kvnsim {
 
-/* The attributes of the ASIC's interfaces, for each the ones that were written. */
+/* The written attributes of each SDK interface. */
 Listing attribute_values(const Snapshot &snapshot);
 
 /* The rows of the shared state database, those of one interface side by side. */

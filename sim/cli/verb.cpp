@@ -10,7 +10,7 @@ namespace {
 
 constexpr size_t help_width = 100, help_column = 30;
 
-/* A line of help, the purpose in as many lines as it takes. */
+/* A line of help, the purpose wrapped to the width. */
 std::string help_line(const Option &option)
 {
     std::string text = fmt::format("  {:<{}}", option.words, help_column - 2);
@@ -49,15 +49,15 @@ std::string usage(const Verb &verb)
 
 const char *const introduction =
     "kvnsim brings a switch's configuration up with the Kavelin L3 interface library on a\n"
-    "software model of the ASIC, and shows what came of it.\n";
+    "software model of the ASIC, and shows the result.\n";
 
 const std::vector<ExitMeaning> &exit_meanings()
 {
     static const std::vector<ExitMeaning> meanings{
-        {exit_well, "all well"},
+        {exit_well, "success"},
         {exit_found, "an audit, replay, diff or stress found something"},
         {exit_usage, "the command line is wrong"},
-        {exit_input, "a file cannot be read or written, or what it says is wrong"},
+        {exit_input, "a file cannot be read or written, or its content is wrong"},
         {exit_request, "a request failed"},
         {exit_signal + SIGINT, "interrupted by Ctrl-C"},
         {exit_signal + SIGPIPE, "standard output was closed before its end"},
@@ -78,7 +78,7 @@ std::string help()
             "Exit status:\n";
     for (const ExitMeaning &exit : exit_meanings())
         text += fmt::format("  {:>3}  {}\n", exit.status, exit.meaning);
-    return text + "\n`kvnsim VERB --help` tells more of a verb.\n";
+    return text + "\n`kvnsim VERB --help` describes a verb.\n";
 }
 
 std::string help(const Verb &verb)

@@ -12,12 +12,12 @@ namespace kvnsim {
 
 class Console;
 
-/* What the process says at its end. */
+/* The exit status of the process. */
 enum ExitStatus : int {
     exit_well = 0,
     exit_found = 1,   /* an audit, replay, diff or stress found something */
     exit_usage = 2,   /* the command line is wrong */
-    exit_input = 3,   /* a file cannot be read or written, or what it says is wrong */
+    exit_input = 3,   /* a file cannot be read or written, or its content is wrong */
     exit_request = 4, /* a request failed */
     exit_signal = 128 /* plus the number of the signal that interrupted the work */
 };
@@ -37,7 +37,7 @@ struct Verb {
     int (*run)(const Arguments &arguments, Console &console);
 };
 
-/* The verbs, each in the file of its name; verb_stored.cpp has those that look at a database. */
+/* The verbs, each in the file of its name; verb_stored.cpp has those that read a database. */
 extern const Verb audit_verb, check_verb, completion_verb, diff_verb, events_verb, explain_verb,
     manual_verb, replay_verb, report_verb, run_verb, shell_verb, show_verb, stress_verb,
     version_verb;
@@ -48,7 +48,7 @@ const Verb *find_verb(std::string_view name); /* nullptr for an unknown one */
 
 /* Options that several verbs share. */
 constexpr Option db_option{"--db FILE", Takes::file, Times::required,
-                           "the database that `kvnsim run --db FILE` left"};
+                           "the database that `kvnsim run --db FILE` wrote"};
 constexpr Option json_option{"--json", Takes::nothing, Times::optional,
                              "one JSON document instead of text"};
 

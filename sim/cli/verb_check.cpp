@@ -41,7 +41,7 @@ int check(const Arguments &arguments, Console &console)
 
 const Verb check_verb{
     "check",
-    "read configurations and say what is wrong with them",
+    "read configurations and report what is wrong with them",
     "kvnsim check examples/broken.json\n",
     {{"CONFIG", Takes::file, Times::some, "config_db.json files; - is standard input"},
      json_option},

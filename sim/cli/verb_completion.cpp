@@ -6,7 +6,7 @@
 #include "sim/state/interface_names.h"
 #include "sim/state/snapshot.h"
 
-/* Completion in the user's shell: small scripts that ask back what may come next. */
+/* Completion in the user's shell: small scripts that ask kvnsim for the candidates. */
 namespace kvnsim {
 namespace {
 
@@ -57,8 +57,8 @@ else
 fi
 )script";
 
-/* Interfaces of the configurations, else of the database to be read. Files are left to the user's
- * shell, and there are too many numbers. */
+/* Interfaces of the configurations, or else of the database. Files are left to the user's shell;
+ * numbers are not completed. */
 Words values_here(const Option &option, const Reading &line, const std::string &)
 {
     const bool takes_interface =
@@ -116,9 +116,9 @@ const Verb completion_verb{
     "eval \"$(kvnsim completion bash)\"\n"
     "kvnsim completion words -- show\n",
     {{"bash|zsh|words", Takes::choice, Times::required,
-      "bash or zsh: the script; words: what may come next, which the scripts ask"},
-     {"WORD", Takes::text, Times::any, "of words: the words so far, behind --"},
-     {"--current TEXT", Takes::text, Times::optional, "of words: how the next word begins"}},
+      "bash or zsh: the script; words: what may come next, for the scripts"},
+     {"WORD", Takes::text, Times::any, "for words: the words so far, after --"},
+     {"--current TEXT", Takes::text, Times::optional, "for words: how the next word begins"}},
     complete_or_print};
 
 } // namespace kvnsim

@@ -9,7 +9,7 @@
 namespace kvnsim {
 namespace {
 
-/* Text that stands for itself: no backslash, hyphen or leading dot has a meaning. */
+/* Literal text: backslash, hyphen and leading dot are escaped. */
 std::string plain(std::string_view text)
 {
     std::string escaped;
@@ -67,10 +67,10 @@ std::string manual()
     for (const ExitMeaning &exit : exit_meanings())
         text += tagged(fmt::to_string(exit.status), sentence(exit.meaning));
     text += section("ENVIRONMENT");
-    text += tagged("NO_COLOR", "With any value, no colour on a terminal either.");
+    text += tagged("NO_COLOR", "With any value: no colour, even on a terminal.");
     text += tagged("TERM", "No colour when it is dumb.");
     text += tagged("XDG_STATE_HOME", "Where the shell keeps its history, in kvnsim/history.");
-    text += tagged("HOME", "Without XDG_STATE_HOME the history is below it, in "
+    text += tagged("HOME", "Without XDG_STATE_HOME: where the history is, in "
                            ".local/state/kvnsim/history.");
     return text;
 }

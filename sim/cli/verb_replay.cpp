@@ -50,9 +50,9 @@ int replay_recording(const Arguments &arguments, Console &console)
         console.out() << result.difference->to_text();
     else
         console.out() << fmt::format(
-            "{}: the same: {}, {}, {}; {} passed over\n", path, counted(result.requests, "request"),
+            "{}: the same: {}, {}, {}; {} skipped\n", path, counted(result.requests, "request"),
             counted(result.calls, "call"), counted(result.traces, "trace record"),
-            counted(result.host_tasks, "task of the host", "tasks of the host"));
+            counted(result.host_tasks, "host task"));
     return result.difference ? exit_found : exit_well;
 }
 
@@ -60,7 +60,7 @@ int replay_recording(const Arguments &arguments, Console &console)
 
 const Verb replay_verb{
     "replay",
-    "make a recording's requests again, and compare all that the library does",
+    "repeat a recording's requests, and compare all that the library does",
     "kvnsim run examples/leaf.json --record leaf.jsonl\n"
     "kvnsim replay leaf.jsonl\n",
     {{"RECORDING", Takes::file, Times::required, "the file that `kvnsim run --record FILE` wrote"},

@@ -23,7 +23,7 @@ void write_all(const std::string &path, std::string_view text, const std::string
         throw InputError(fmt::format("{}: cannot be written: {}", name, std::strerror(errno)));
 }
 
-/* A file appears whole or not at all; into a pipe or a terminal the text is written as it is. */
+/* A file appears whole or not at all; a pipe or terminal is written directly. */
 void write_file(const std::string &path, std::string_view text)
 {
     std::error_code none;

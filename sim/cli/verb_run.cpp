@@ -37,7 +37,7 @@ private:
     std::vector<std::vector<Request>> steps_;
 };
 
-/* One configuration, and what came of it. */
+/* One configuration, and the result. */
 struct Outcome : ConfigurationRun {
     std::vector<std::vector<Request>> step_requests; /* of a dry run */
 };
@@ -60,7 +60,7 @@ public:
             return interrupted("nothing was applied");
         tell_findings(configurations_, !quiet_, console_);
         if (have_errors(configurations_) && !arguments_.has("--keep-going")) {
-            console_.error("kvnsim: nothing was applied (--keep-going applies what is sound)");
+            console_.error("kvnsim: nothing was applied (--keep-going applies the valid rows)");
             if (json_)
                 print_json(nullptr, {});
             return exit_input;
@@ -170,8 +170,7 @@ private:
             if (json_)
                 print_json(nullptr, {});
             else if (!quiet_)
-                console_.out() << "Nothing was applied: this was a trial, on a switch that is "
-                                  "thrown away.\n";
+                console_.out() << "Nothing was applied: this was a trial on a temporary switch.\n";
         } else {
             const Snapshot snapshot =
                 outcomes_.empty()
@@ -200,7 +199,7 @@ private:
 
     void print_tables(const Snapshot &snapshot)
     {
-        /* Without what would make lines too long for a terminal; `kvnsim show` has it. */
+        /* Without columns too wide for a terminal; `kvnsim show` has them. */
         print(without(show(snapshot, "interfaces"), {"parent", "addresses"}));
         print(attribute_values(snapshot));
         print(without(show(snapshot, "port-channels"), {"number"}));
@@ -333,7 +332,7 @@ private:
     const Arguments &arguments_;
     Console &console_;
     const bool json_, quiet_, dry_;
-    Switch switch_; /* before the instruments, which it would forget */
+    Switch switch_; /* before the instruments, which it would reset */
     Instruments instruments_;
     std::vector<Configuration> configurations_;
     std::vector<Outcome> outcomes_;
@@ -348,7 +347,7 @@ int run(const Arguments &arguments, Console &console)
 } // namespace
 
 const Verb run_verb{
-    "run", "apply configurations one after another, and show what came of them",
+    "run", "apply configurations one after another, and show the result",
     "kvnsim run examples/leaf.json --db leaf.db\n"
     "kvnsim run examples/small_change_before.json examples/small_change_after.json --timeline\n"
     "kvnsim run examples/leaf.json --fail libsdk_lid_entry_create:2=SDK_E_FULL\n",
@@ -357,8 +356,7 @@ const Verb run_verb{
          {"--timeline [IF]", Takes::maybe_interface, Times::optional,
           "each request with its calls, of all interfaces or of one"},
          {"--dry-run", Takes::nothing, Times::optional,
-          "try the plan on a switch that is thrown away, and show its requests; no file is "
-          "written"}},
+          "try the plan on a temporary switch and show its requests; no file is written"}},
         {json_option,
          {"--quiet", Takes::nothing, Times::optional, "errors, warnings and failures only"}}),
     run};

@@ -19,7 +19,7 @@
 namespace kvnsim {
 namespace {
 
-/* Lines of a script; nothing at its end, or when a signal came. */
+/* The next line of a script; nothing at its end or after a signal. */
 std::optional<std::string> read_line(std::FILE *file)
 {
     char *line = nullptr;
@@ -59,12 +59,12 @@ public:
     }
 
 private:
-    /* At a terminal: a wrong line is told, and that is all. */
+    /* At a terminal an error is only reported; it does not affect the exit status. */
     void talk()
     {
         std::FILE *terminal = ::isatty(STDOUT_FILENO) != 0 ? stdout : stderr;
         LineEditor editor(terminal, history_file(), complete_line);
-        console_.note("`help` says what can be done here; Tab completes, Ctrl-D leaves.");
+        console_.note("`help` lists the commands; Tab completes, Ctrl-D exits.");
         while (!session_.ended) {
             console_.out().flush();
             if (interrupt_signal() == SIGINT) {
@@ -97,7 +97,7 @@ private:
             throw InputError(fmt::format("cannot read standard input: {}", std::strerror(errno)));
     }
 
-    /* The first line that is not well decides how all went. */
+    /* The first line that fails decides the exit status. */
     void did(int status)
     {
         if (status_ == exit_well)
@@ -139,7 +139,7 @@ private:
 
     const Arguments &arguments_;
     Console &console_;
-    Switch switch_; /* before the instruments, which it would forget */
+    Switch switch_; /* before the instruments, which it would reset */
     Instruments instruments_;
     Session session_{console_, switch_, instruments_};
     const bool interactive_;
@@ -154,13 +154,13 @@ int run(const Arguments &arguments, Console &console)
 
 } // namespace
 
-const Verb shell_verb{"shell", "try a switch by hand, at a prompt or by a script on standard input",
-                      "kvnsim shell examples/leaf.json\n"
-                      "echo 'set Ethernet0 mtu 9216' | kvnsim shell examples/leaf.json\n",
-                      with_instruments({{"CONFIG", Takes::file, Times::optional,
-                                         "a config_db.json file to begin with"}},
-                                       {{"--stop", Takes::nothing, Times::optional,
-                                         "end a script at the first line that is not well"}}),
-                      run};
+const Verb shell_verb{
+    "shell", "operate a switch at a prompt or by a script on standard input",
+    "kvnsim shell examples/leaf.json\n"
+    "echo 'set Ethernet0 mtu 9216' | kvnsim shell examples/leaf.json\n",
+    with_instruments(
+        {{"CONFIG", Takes::file, Times::optional, "a config_db.json file to begin with"}},
+        {{"--stop", Takes::nothing, Times::optional, "end a script at the first line that fails"}}),
+    run};
 
 } // namespace kvnsim

@@ -1,7 +1,7 @@
 #include "sim/cli/stored.h"
 #include "sim/cli/verb.h"
 
-/* The verbs that look at a database. */
+/* The verbs that read a database. */
 namespace kvnsim {
 namespace {
 
@@ -37,14 +37,14 @@ const Verb show_verb{"show",
                      "kvnsim show attributes Ethernet0 --db leaf.db\n",
                      {{"WHAT", Takes::table, Times::required,
                        "interfaces, ports, port-channels, lids, macs, errors, summary, attributes"},
-                      {"IF", Takes::interface, Times::optional, "of attributes: the interface"},
+                      {"IF", Takes::interface, Times::optional, "for attributes: the interface"},
                       db_option,
                       json_option},
                      show_table};
 
 const Verb explain_verb{
     "explain",
-    "say of an interface what is configured, recorded, programmed and published",
+    "show what is configured, recorded, programmed and published of an interface",
     "kvnsim explain Ethernet0 --db leaf.db\n",
     {{"IF", Takes::interface, Times::required,
       "the interface: Ethernet0, PortChannel0001, Ethernet0.100, Vlan100"},
@@ -58,12 +58,13 @@ const Verb audit_verb{"audit",
                       {db_option, json_option},
                       audit_database};
 
-const Verb diff_verb{"diff",
-                     "say what differs in ASIC and shared state of two databases",
-                     "kvnsim diff before.db after.db\n",
-                     {{"A", Takes::file, Times::required, "a database that `kvnsim run --db` left"},
-                      {"B", Takes::file, Times::required, "another one"},
-                      json_option},
-                     compare};
+const Verb diff_verb{
+    "diff",
+    "show differences in ASIC and shared state between two databases",
+    "kvnsim diff before.db after.db\n",
+    {{"A", Takes::file, Times::required, "a database that `kvnsim run --db` wrote"},
+     {"B", Takes::file, Times::required, "another one"},
+     json_option},
+    compare};
 
 } // namespace kvnsim

@@ -37,19 +37,19 @@ void print_text(const StressOptions &options, const StressResult &result, Consol
     out << fmt::format("{} with seed {}: {}, {}, {}\n", counted(result.operations, "operation"),
                        options.seed, counted(result.requests, "request"),
                        counted(result.calls, "call"), counted(result.power_cycles, "power cycle"));
-    out << fmt::format("{} injected; {} did not come about, {} of the audits\n",
+    out << fmt::format("{} injected; {} failed, {} of the audits\n",
                        counted(result.injected, "failure"), counted(result.failed_steps, "step"),
                        counted(result.findings, "finding"));
     if (!result.problem) {
         if (result.operations != 0)
-            out << "Each of them has an injected failure behind it.\n";
+            out << "All are due to injected failures.\n";
         return;
     }
-    out << fmt::format("Wrong, with no failure behind it: {}\n", result.problem->what);
+    out << fmt::format("Wrong, with no failure to explain it: {}\n", result.problem->what);
     if (result.problem->power_on.empty())
-        out << "The shortest way there that was found, from power-on:\n";
+        out << "The shortest sequence found, from power-on:\n";
     else
-        out << "The shortest way there that was found, from power-on with these:\n";
+        out << "The shortest sequence found, from power-on with these:\n";
     for (const std::string &object : result.problem->power_on)
         out << fmt::format("  - {}\n", object);
     for (size_t i = 0; i < result.problem->changes.size(); ++i)
@@ -69,8 +69,7 @@ int churn(const Arguments &arguments, Console &console)
     options.stop = [] { return interrupt_signal() != 0; };
     options.progress = [&](uint64_t done, uint64_t of) { console.progress("operation", done, of); };
     options.shortening = [&](uint64_t tries) {
-        console.progress(
-            fmt::format("something is wrong; shortening the way there: try {}", tries));
+        console.progress(fmt::format("something is wrong; shortening the sequence: try {}", tries));
     };
     const StressResult result = stress(options);
     console.clear_progress();
@@ -91,12 +90,12 @@ int churn(const Arguments &arguments, Console &console)
 
 const Verb stress_verb{
     "stress",
-    "change a random configuration again and again with calls that fail, and audit each time",
+    "change a random configuration repeatedly while calls fail, and audit each time",
     "kvnsim stress --operations 1000 --seed 7 --fail-rate 0.01\n",
-    {{"--interfaces N", Takes::count, Times::optional, "about so many L3 interfaces at most (64)"},
+    {{"--interfaces N", Takes::count, Times::optional, "approximate maximum of L3 interfaces (64)"},
      {"--operations N", Takes::count, Times::optional, "how many changes to make (10000)"},
      {"--seed N", Takes::count, Times::optional,
-      "the same one gives the same changes and failures (1)"},
+      "the same seed gives the same changes and failures (1)"},
      {"--fail-rate P", Takes::probability, Times::optional,
       "make each call that can fail do so with this probability (0.01)"},
      json_option},

@@ -5,10 +5,10 @@
 
 #include "sim/cli/grammar.h"
 
-/* Command lines of the shell: words between blanks, as people know them from other shells. */
+/* Command lines of the shell: words separated by blanks. */
 namespace kvnsim {
 
-/* A line up to its end or, when a word is to be completed, up to the cursor. */
+/* A line up to its end or, for completion, up to the cursor. */
 struct SplitLine {
     Words words;            /* without quotes and backslashes */
     bool open_word = false; /* the last word is not ended by a blank */
@@ -19,7 +19,7 @@ struct SplitLine {
  * # ends the line. */
 SplitLine split_words(std::string_view line);
 
-/* The text as it has to be typed to stand for itself, within a quote or outside any ('\0'). */
+/* The text quoted for typing, within this quote or outside any ('\0'). */
 std::string typed(std::string_view text, char open_quote = '\0');
 
 } // namespace kvnsim

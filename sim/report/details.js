@@ -1,4 +1,4 @@
-/* All about the selected object. */
+/* The details of the selected object. */
 
 function factList(facts) {
     const list = make("dl", { className: "facts" });
@@ -43,7 +43,7 @@ function explanationTable(name, explained) {
         body));
 }
 
-/* Sub-interfaces and members, which name the interface and are not named by it. */
+/* Sub-interfaces and members, which refer to the interface. */
 function dependents(name) {
     const table = tables.get("interfaces");
     const parent = table.columns.findIndex(([key]) => key === "parent");
@@ -73,7 +73,7 @@ function drawDetails(name) {
     if (hasTrouble(name))
         badge("! needs attention", "bad");
 
-    if (failureOf.has(name) && !isTold(name, failureOf.get(name)))
+    if (failureOf.has(name) && !isReported(name, failureOf.get(name)))
         parts.push(notice("bad", "Failed:", failureOf.get(name)));
     for (const finding of findingsOf.get(name) ?? [])
         parts.push(notice("bad", `${finding.kind}:`, finding.words));
@@ -85,8 +85,8 @@ function drawDetails(name) {
     const facts = rowFacts(tables.get("interfaces"), row);
     if (port !== undefined) {
         const row = tables.get("ports").rows[ports.indexOf(port)];
-        const told = new Set(facts.map(([title]) => title));
-        facts.push(...rowFacts(tables.get("ports"), row).filter(([title]) => !told.has(title)));
+        const shown = new Set(facts.map(([title]) => title));
+        facts.push(...rowFacts(tables.get("ports"), row).filter(([title]) => !shown.has(title)));
     }
     for (const node of plain) {
         if (node.made)

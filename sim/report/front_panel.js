@@ -1,4 +1,4 @@
-/* The ports as they sit in the box: odd numbers above, even ones below, in groups of eight. */
+/* The front panel: odd ports above, even ports below, in groups of eight. */
 
 const portButtons = new Map();
 
@@ -56,7 +56,7 @@ function drawFrontPanel() {
     if (buttons.length > 0)
         buttons[0].tabIndex = 0;
 
-    /* One stop for the Tab key; arrows walk over the ports as they lie. */
+    /* One stop for the Tab key; arrow keys move between ports. */
     chassis.addEventListener("keydown", (event) => {
         const at = buttons.indexOf(event.target);
         const below = at % 2 === 1;
@@ -87,10 +87,10 @@ function drawFrontPanel() {
         legend.append(make("li", {}, make("span", { className: "port unused down", "aria-hidden": "true" },
             make("span", { className: "admin" }, "▾")), `${down} admin down`));
     document.getElementById("port-hint").textContent = ports.length === 0 ? "" :
-        "Point at a port to read of it, press it to see all about it.";
+        "Point at a port for a summary, click it for details.";
 }
 
-/* The ports that belong to what is selected. */
+/* The ports of the selected object. */
 function markPorts(name, related) {
     for (const [port, button] of portButtons) {
         button.setAttribute("aria-pressed", port === name);

@@ -94,7 +94,7 @@ private:
             front_ports_.emplace(*front_port, node);
     }
 
-    /* The object, or what stands for one that is named and not there. */
+    /* The object, or a placeholder for a dangling reference. */
     size_t object(ById &nodes, NodeKind kind, const char *what, uint32_t id)
     {
         const auto at = nodes.find(id);
@@ -127,7 +127,7 @@ private:
             graph_.edges.push_back({from, to, kind});
     }
 
-    /* What the library's records and the host's say. */
+    /* From the records of the library and the host. */
     void records()
     {
         for (const HostRow &host : s_.host) {
@@ -155,7 +155,7 @@ private:
                 link(at->second, trap(entry.mac_trap_id), EdgeKind::recorded);
         }
     }
-    /* An SDK interface bound to the recorded LID entry tells the rest of the way by itself. */
+    /* An SDK interface bound to the recorded LID entry already provides the rest of the path. */
     void context_of(size_t node, const ContextRow &context)
     {
         uint32_t bound = no_id;
@@ -199,7 +199,7 @@ private:
             link(channel(row.pc_id), front_port(row.front_port), EdgeKind::programmed);
     }
 
-    /* The ASIC's tables know no VLAN's members and no port-channel of layer 2. */
+    /* The ASIC's tables have no VLAN members and no layer-2 port-channels. */
     void layer_2()
     {
         std::unordered_map<std::string_view, std::vector<const std::string *>> channel_ports;

@@ -9,7 +9,7 @@
 /* Which object of the switch leads to which, from interfaces to front-panel ports. */
 namespace kvnsim {
 
-/* In the order from left to right. */
+/* In order from left to right. */
 enum class NodeKind : uint8_t {
     interface,
     sdk_interface,
@@ -23,18 +23,18 @@ struct GraphNode {
     NodeKind kind;
     std::string label;  /* as the audit calls it: "Ethernet8", "LID entry 3" */
     std::string detail; /* "routed port, front port 3"; may be empty */
-    std::string made;   /* who made it; empty for what the ASIC does not hold */
-    bool gone = false;  /* somebody names it, and it is not there */
+    std::string made;   /* the call that made it; empty for objects outside the ASIC */
+    bool gone = false;  /* a dangling reference leads to it */
 };
 
 enum class EdgeKind : uint8_t {
-    programmed, /* the ASIC, or the library's record of an object of its own, says so */
-    recorded,   /* only a record says so, or the host keeps it */
-    configured  /* layer 2: what the configuration puts together */
+    programmed, /* by the ASIC, or by the library's record of its own object */
+    recorded,   /* only by a record, or kept by the host */
+    configured  /* layer 2: by the configuration */
 };
 
 struct GraphEdge {
-    size_t from, to; /* positions in the nodes */
+    size_t from, to; /* indexes of nodes */
     EdgeKind kind;
 };
 

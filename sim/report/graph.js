@@ -1,4 +1,4 @@
-/* The object graph: columns from interface to port, each object where its neighbours are. */
+/* The object graph: columns from interface to port, each object near its neighbours. */
 
 const boxWidth = 168, boxHeight = 34, gapX = 62, gapY = 10, headHeight = 30, margin = 8;
 const drawnAtMost = 3000;
@@ -6,7 +6,7 @@ const svgSpace = "http://www.w3.org/2000/svg";
 
 const graphState = { name: null, whole: false, zoom: 1, size: { width: 0, height: 0 } };
 
-/* Everything that the objects of this name lead to, and everything that leads to them. */
+/* Everything that objects of this name lead to, or that leads to them. */
 function neighbourhood(name) {
     const reached = new Set(nodesByLabel.get(name) ?? []);
     for (const side of ["out", "in"]) {
@@ -23,7 +23,7 @@ function neighbourhood(name) {
     return reached;
 }
 
-/* Everything but ports that nothing leads to; of a switch too big for that, what is in trouble. */
+/* Everything but unreferenced ports; on a switch too large for that, objects with findings. */
 function wholeGraph() {
     const all = nodes.filter((node) => node.in.length > 0 || node.kind !== "port");
     if (all.length <= drawnAtMost)
@@ -33,7 +33,7 @@ function wholeGraph() {
         if (drawn.size < drawnAtMost)
             neighbourhood(name).forEach((node) => drawn.add(node));
     }
-    const says = `The whole switch has ${counted(all.length, "object")}, too many to look at ` +
+    const says = `The whole switch has ${counted(all.length, "object")}, too many to draw ` +
         "together: select one to see its neighbourhood.";
     return {
         drawn: [...drawn].sort((a, b) => a.index - b.index),
@@ -41,7 +41,7 @@ function wholeGraph() {
     };
 }
 
-/* ---- Layout: objects that hang together stand together, one such group below the other. ---- */
+/* ---- Layout: connected objects form a group; groups are stacked. ---- */
 
 function middle(values) {
     return values.reduce((sum, value) => sum + value, 0) / values.length;
@@ -65,8 +65,8 @@ function groupsOf(drawn) {
     return groups;
 }
 
-/* Places of a group's objects by column. An edge that passes columns by has a place in each of
- * them, so that it runs beside the boxes and not behind them. */
+/* Places of a group's objects by column. An edge that crosses a column has a place in it, so that
+ * it runs beside the boxes and not behind them. */
 function placesOf(group, columnOf, columnCount) {
     const columns = Array.from({ length: columnCount }, () => []);
     const place = (column) => {
@@ -93,7 +93,7 @@ function placesOf(group, columnOf, columnCount) {
     return { columns, placeOf, ways };
 }
 
-/* First the order within each column, then how far apart; each looks to its neighbours. */
+/* First the order within each column, then the spacing, both by the neighbours. */
 function arrange(columns) {
     const wanted = (place, side) =>
         place[side].length > 0 ? middle(place[side].map((near) => near.at)) : place.at;
@@ -109,7 +109,7 @@ function arrange(columns) {
             place.at = Math.max(wants[i], next);
             next = place.at + 1;
         });
-        /* Those that others pushed down drew nobody up: share the difference. */
+        /* Spacing only pushes objects down: share the difference. */
         const shift = middle(column.map((place, i) => place.at - wants[i]));
         column.forEach((place) => { place.at -= shift; });
     };
@@ -124,7 +124,7 @@ function arrange(columns) {
         sweep(settle);
 }
 
-/* Gives each node x and y. Returns the columns' titles, the edges' ways and the height of all. */
+/* Gives each node x and y. Returns column titles, edge paths and the total height. */
 function layOut(drawn) {
     const used = layers.filter((_, layer) => drawn.some((node) => node.layer === layer));
     const columnOf = (node) => used.indexOf(layers[node.layer]);
@@ -227,7 +227,7 @@ function drawGraph() {
     svg.append(...shown.map((node) => drawNode(node, name)));
     view.replaceChildren(svg);
     zoomGraph(Math.min(1, Math.max(fittingZoom(), 0.75)));
-    /* In the whole picture, go where the chosen object is. */
+    /* In the whole graph, scroll to the selected object. */
     const chosen = svg.querySelector(".chosen");
     if (chosen !== null && whole)
         view.scrollTop = nodesByLabel.get(name)[0].y * graphState.zoom - view.clientHeight / 2;
@@ -237,7 +237,7 @@ function fittingZoom() {
     return document.getElementById("graph-view").clientWidth / graphState.size.width;
 }
 
-/* Keeps what is in the middle there. */
+/* Keeps the centre in place. */
 function zoomGraph(zoom) {
     const view = document.getElementById("graph-view");
     const svg = view.querySelector("svg");
@@ -270,7 +270,7 @@ function prepareGraph() {
         event.preventDefault();
         zoomGraph(graphState.zoom * (event.deltaY < 0 ? 1.1 : 1 / 1.1));
     }, { passive: false });
-    /* Fingers scroll by themselves; a mouse drags. A drag is no click on what it began upon. */
+    /* Touch scrolls natively; a mouse drags. A drag does not click the object it began on. */
     let drag = null;
     view.addEventListener("pointerdown", (event) => {
         if (event.pointerType === "mouse" && event.button === 0)

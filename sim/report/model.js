@@ -1,8 +1,8 @@
-/* What the page is about: the data, and finding things in it. */
+/* The page's data, and look-ups in it. */
 
 const data = JSON.parse(document.getElementById("data").textContent);
 
-/* A table's rows as objects by column key are made one at a time: there may be many. */
+/* Rows become objects by column key one at a time: there may be many. */
 const tables = new Map(data.tables.map((table) => [table.name, table]));
 
 function record(table, row) {
@@ -19,7 +19,7 @@ function records(name) {
     return table.rows.map((row) => record(table, row));
 }
 
-/* ---- Objects and how they hang together ---- */
+/* ---- Objects and their connections ---- */
 
 const layers = [
     { title: "Interface", kinds: ["interface"] },
@@ -37,7 +37,7 @@ for (const [from, to, kind] of data.graph.edges) {
     nodes[from].out.push({ node: nodes[to], kind });
     nodes[to].in.push({ node: nodes[from], kind });
 }
-/* A routed port's name stands for the interface and for the port. */
+/* A routed port's name refers to the interface and the port. */
 const nodesByLabel = new Map();
 for (const node of nodes) {
     if (!nodesByLabel.has(node.label))
@@ -73,8 +73,8 @@ for (const finding of findings) {
 }
 const failureOf = new Map(failures.map((failure) => [failure.object, failure.message]));
 
-/* Whether a finding says what failed. */
-function isTold(object, message) {
+/* Whether a finding already reports the failure. */
+function isReported(object, message) {
     return (findingsOf.get(object) ?? []).some((finding) => finding.words.includes(message));
 }
 
@@ -109,7 +109,7 @@ function cellText(cell) {
     return Array.isArray(cell) ? cell.join(", ") : String(cell);
 }
 
-/* ---- Making elements. Text is only ever set as text. ---- */
+/* ---- Making elements. Text is never parsed as HTML. ---- */
 
 function make(tag, properties = {}, ...children) {
     const element = document.createElement(tag);
@@ -127,12 +127,12 @@ function address(name) {
     return "#/" + encodeURIComponent(name);
 }
 
-/* The name, as a link when the page can show what it names. */
+/* The name, as a link if the page shows the object. */
 function linked(name) {
     return isObject(name) ? make("a", { href: address(name) }, name) : document.createTextNode(name);
 }
 
-/* A text in which the names of objects are links: the longest that fits at each place. */
+/* The text with object names as links, the longest match at each place. */
 const nameInText = /(?:SDK interface|SDK port-channel|LID entry|MAC trap) \d+|[\w.\-]+/g;
 function linkedText(text) {
     const parts = document.createDocumentFragment();

@@ -1,4 +1,4 @@
-/* Puts the page together, and keeps all of it on what is selected. */
+/* Builds the page, and updates all of it when the selection changes. */
 
 function drawHeader() {
     const hostname = data.hostname || "Switch";
@@ -20,7 +20,7 @@ function drawOverview() {
     const well = findings.length === 0 && failures.length === 0;
     document.getElementById("overview").append(
         tile(well ? "✓" : String(findings.length + failures.length),
-            well ? "All agrees" : "To look into",
+            well ? "All agree" : "Needs attention",
             well ? "records, ASIC, database, configuration"
                 : `${counted(findings.length, "finding")}, ${counted(failures.length, "failure")}`,
             "#findings", well ? "good" : "bad"),
@@ -33,7 +33,7 @@ function drawOverview() {
             `${counted(used("routed_port_channels"), "routed port-channel")}`, "#tables"));
 }
 
-/* The words as they are, and a way to what they are about when they do not name it. */
+/* The text, with a link to its object if the text does not name it. */
 function problem(kind, name, words, origins = "") {
     const text = linkedText(words);
     const named = [...text.querySelectorAll("a")].some((link) => link.textContent === name);
@@ -41,7 +41,7 @@ function problem(kind, name, words, origins = "") {
         named || !isObject(name) ? "" : make("strong", {}, linked(name), ": "), text), origins);
 }
 
-/* The findings, and the failures that no finding tells of. */
+/* The findings, and the failures that no finding reports. */
 function problems() {
     const requests = new Map(records("requests").map((row) => [row.number, row]));
     const origin = (number) => {
@@ -49,18 +49,18 @@ function problems() {
         return request === undefined ? make("li", {}, `request ${number}`)
             : make("li", {}, `request ${number}: `,
                 make("code", {}, `${request.entry}(${request.arguments})`),
-                request.cause === "" ? "" : ` because of ${request.cause}`);
+                request.cause === "" ? "" : ` caused by ${request.cause}`);
     };
     return [
         ...findings.map((finding) => () =>
             problem(finding.kind, objectOf(finding), finding.words, finding.requests.length === 0
                 ? "" : make("ul", { className: "origins" }, ...finding.requests.map(origin)))),
-        ...failures.filter(({ object, message }) => !isTold(object, message))
+        ...failures.filter(({ object, message }) => !isReported(object, message))
             .map(({ object, message }) => () => problem("failed", object, message)),
     ];
 }
 
-/* The first few at once, the rest on demand. */
+/* Shows the first few, the rest on demand. */
 function drawFindings() {
     const body = document.getElementById("findings-body");
     if (findings.length === 0 && failures.length === 0) {
@@ -113,7 +113,7 @@ function prepareFinder() {
             close();
             return;
         }
-        /* The name itself, those that begin with it, those that have it anywhere. */
+        /* Exact match, then prefix, then anywhere. */
         const ranks = [[], [], []];
         for (let i = 0; i < names.length; ++i) {
             const at = lower[i].indexOf(word);
@@ -132,7 +132,7 @@ function prepareFinder() {
             return item;
         }));
         if (found.length === 0)
-            list.append(make("li", { className: "nothing" }, "Nothing has such a name"));
+            list.append(make("li", { className: "nothing" }, "No object of this name"));
         chosen = 0;
         list.hidden = false;
         input.setAttribute("aria-expanded", "true");
@@ -166,7 +166,7 @@ function prepareFinder() {
     });
 }
 
-/* ---- The selection is the page's address, so that it can be linked to and gone back from. ---- */
+/* ---- The selection is in the page's address, so that links and Back work. ---- */
 
 function select(name) {
     if (location.hash === address(name))
@@ -198,7 +198,7 @@ function showSelected() {
     markPorts(name, related);
     drawDetails(name);
     drawGraph();
-    /* On the front panel one goes from port to port; from elsewhere one wants to read. */
+    /* Selecting on the front panel or graph keeps the focus there. */
     if (document.activeElement?.closest("#chassis, #graph-view"))
         return;
     const title = document.getElementById("selected-title");

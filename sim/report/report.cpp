@@ -14,7 +14,7 @@
 namespace kvnsim {
 namespace {
 
-/* As the page's scripts know them. */
+/* The names that the page's scripts use. */
 constexpr const char *node_kind_names[] = {"interface", "sdk",         "trap",
                                            "lid",       "portchannel", "port"};
 constexpr const char *edge_kind_names[] = {"programmed", "recorded", "configured"};
@@ -72,7 +72,7 @@ private:
         json_.end_array().end_object();
     }
 
-    /* Those behind the findings. */
+    /* The requests behind the findings. */
     Listing requests() const
     {
         std::map<uint64_t, Request> behind;
@@ -84,7 +84,7 @@ private:
         for (auto &[number, request] : behind)
             rows.push_back(std::move(request));
         return listing_of("Requests behind the findings", rows,
-                          {"Request", "Entry point", "Arguments", "Interface", "Because of"});
+                          {"Request", "Entry point", "Arguments", "Interface", "Caused by"});
     }
 
     /* ---- Graph ---- */
@@ -109,7 +109,7 @@ private:
 
     /* ---- Explanations ---- */
 
-    /* Every interface once, those with trouble first. */
+    /* Every interface once, those with a finding or failure first. */
     std::vector<std::string> by_need() const
     {
         const Names known = interface_names(s_);
@@ -142,16 +142,16 @@ private:
         json_.end_object();
     }
 
-    void explanation(const Explanation &told)
+    void explanation(const Explanation &explained)
     {
-        json_.begin_object().field("kind", told.kind).field("state", told.state);
-        json_.field("configured_at", told.configured_at).field("failure", told.failure);
+        json_.begin_object().field("kind", explained.kind).field("state", explained.state);
+        json_.field("configured_at", explained.configured_at).field("failure", explained.failure);
         json_.key("configuration").begin_array();
-        for (const Finding &row : told.reader)
+        for (const Finding &row : explained.reader)
             json_.value(row.location.to_text() + ": " + row.words());
         /* name, configured, library, asic, database, call, expected, differs */
         json_.end_array().key("properties").begin_array();
-        for (const ExplainedProperty &p : told.properties) {
+        for (const ExplainedProperty &p : explained.properties) {
             json_.begin_array().value(p.property).value(p.configured).value(p.library);
             json_.value(p.asic).value(p.database).value(p.call).value(p.expected);
             json_.value(p.differs).end_array();

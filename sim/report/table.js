@@ -1,4 +1,4 @@
-/* Tables that can be sorted and filtered, however many rows they have. */
+/* Tables of any length, with sorting and filtering. */
 
 const rowsAtOnce = 200;
 const collator = new Intl.Collator("en", { numeric: true });
@@ -7,7 +7,7 @@ function isEmpty(cell) {
     return cell === null || cell === false || cell === "" || (Array.isArray(cell) && cell.length === 0);
 }
 
-/* Nothing comes last, in either direction. */
+/* Empty cells come last, in either direction. */
 function compareCells(a, b, direction) {
     if (isEmpty(a) || isEmpty(b))
         return isEmpty(a) - isEmpty(b);
@@ -32,7 +32,7 @@ class TableView {
         this.rows = table.rows;
         this.sorted = { column: -1, direction: 1 };
         this.limit = rowsAtOnce;
-        /* A column that nobody has is left out. */
+        /* An empty column is left out. */
         this.columns = table.columns
             .map(([key, title], i) => ({ key, title, i }))
             .filter(({ i }) => table.rows.some((row) => !isEmpty(row[i])));
@@ -80,7 +80,7 @@ class TableView {
         return make("th", { scope: "col", className: column.isNumber ? "number" : "" }, button);
     }
 
-    /* The rows' text is put together with the first filter. */
+    /* The rows' text is built by the first filter. */
     text(row) {
         this.texts ??= new Map();
         let text = this.texts.get(row);
@@ -142,7 +142,7 @@ class TableView {
     }
 }
 
-/* Tabs: one table is shown at a time, and made when it is first wanted. */
+/* Tabs: one table at a time, built when first shown. */
 const tableViews = new Map();
 
 function showTable(name, focus = false) {

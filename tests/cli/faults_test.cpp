@@ -40,7 +40,7 @@ TEST_F(Faults, EveryCallThatFailsIsNamedWithItsRequestAndItsRow)
                     call + "=-42"});
         if (beyond_configurations.count(call) != 0) {
             EXPECT_EQ(well, result.status) << call;
-            EXPECT_THAT(result.err, HasSubstr("--fail " + call + "=-42 never struck"));
+            EXPECT_THAT(result.err, HasSubstr("--fail " + call + "=-42 never took effect"));
             continue;
         }
         EXPECT_EQ(request_failed, result.status) << call;

@@ -137,9 +137,9 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"run", "one.json", "--limit", "port=5"}, "the tables are intf, attr, lid"},
         Wrong{{"run", "one.json", "--json", "--timeline"}, "use --record FILE"},
         Wrong{{"run", "one.json", "--timeline", "Ethernet1"}, "(did you mean Ethernet0?)"},
-        Wrong{{"run", "one.json", "--db", "one.json"}, "--db one.json: the file is used otherwise"},
+        Wrong{{"run", "one.json", "--db", "one.json"}, "--db one.json: the file is already in use"},
         Wrong{{"run", "one.json", "--events", "x", "--record", "./x", "--db", "x"},
-              "the file is used otherwise"},
+              "the file is already in use"},
         Wrong{{"show", "--db", "one.db"}, "WHAT is missing"},
         Wrong{{"show", "interfaces"}, "--db is missing"},
         Wrong{{"show", "interfacs", "--db", "one.db"}, "there are interfaces, ports"},
@@ -149,11 +149,11 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"explain", "--db", "one.db"}, "IF is missing"},
         Wrong{{"explain", "ethernet0", "--db", "one.db"}, "(did you mean Ethernet0?)"},
         Wrong{{"audit"}, "--db is missing"}, Wrong{{"diff", "one.db"}, "B is missing"},
-        Wrong{{"diff", "one.db", "one.db", "one.db"}, "\"one.db\" is one word too many"},
+        Wrong{{"diff", "one.db", "one.db", "one.db"}, "unexpected argument \"one.db\""},
         Wrong{{"events"}, "FILE is missing"}, Wrong{{"replay"}, "RECORDING is missing"},
         Wrong{{"completion", "fish"}, "expected bash, zsh or words, not \"fish\""},
-        Wrong{{"stress", "-1"}, "\"-1\" is one word too many"},
-        Wrong{{"version", "now"}, "\"now\" is one word too many"}),
+        Wrong{{"stress", "-1"}, "unexpected argument \"-1\""},
+        Wrong{{"version", "now"}, "unexpected argument \"now\""}),
     [](const auto &wrong) {
         std::string name = "kvnsim";
         for (const std::string &argument : wrong.param.arguments)

@@ -100,7 +100,7 @@ def says_at_the_top_how_the_switch_is(browser, pages):
     browser.open(pages.sound())
     equal(browser.run("return document.title"), "leaf-1 – kvnsim report")
     equal(browser.text("#hostname"), "leaf-1")
-    has(browser.text("#overview"), "All agrees", "21", "of 21 L3 interfaces configured", "32\nPorts")
+    has(browser.text("#overview"), "All agree", "21", "of 21 L3 interfaces configured", "32\nPorts")
     has(browser.text("#findings"), "The audit found nothing")
 
 
@@ -221,7 +221,7 @@ def each_finding_names_its_request_and_leads_to_its_object(browser, pages):
     found = browser.text("#findings")
     has(found, "orphan", "SDK port-channel 1 (0 members) belongs to no port-channel", "missing",
         "l3lifpd_kvn_add_l3pc(l3lif=Ethernet40 create=1)",
-        "because of", "PORTCHANNEL_MEMBER|PortChannel0001|Ethernet40")
+        "caused by", "PORTCHANNEL_MEMBER|PortChannel0001|Ethernet40")
     browser.click('#findings a[href="#/SDK%20port-channel%201"]')
     shows(browser, "SDK port-channel 1")
     has(browser.text("#selected"), "belongs to no port-channel", "Made by", "libsdk_portchannel_create")
@@ -279,7 +279,7 @@ def the_finder_selects_by_name(browser, pages):
     browser.press(DOWN, ENTER)
     shows(browser, "Vlan200")
     browser.type("#find", "no such thing")
-    has(browser.text("#found"), "Nothing has such a name")
+    has(browser.text("#found"), "No object of this name")
     browser.press(ESCAPE)
     equal(browser.texts("#found li"), [])
 
@@ -308,7 +308,7 @@ def markup_in_names_stays_text(browser, pages):
 
 def a_big_switch_stays_usable(browser, pages):
     browser.open(pages.big())
-    has(browser.text("#graph-says"), "too many to look at together")
+    has(browser.text("#graph-says"), "too many to draw together")
     equal(len(browser.texts("#chassis .port")), 255)
     equal(browser.text(".count"), "2,805 rows, the first 200 shown")
     equal(len(first_cells(browser)), 200)

@@ -110,7 +110,7 @@ TEST_P(AnyLines, EndWithAStatus)
     }
     EXPECT_LE(well, result.status);
     EXPECT_GE(request_failed, result.status);
-    EXPECT_NE(result.out.npos, result.out.find("Leave, as Ctrl-D does")) << "it went to the end";
+    EXPECT_NE(result.out.npos, result.out.find("Exit, as Ctrl-D does")) << "it went to the end";
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, AnyLines, testing::Range(1U, 21U));

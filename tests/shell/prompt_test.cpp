@@ -102,7 +102,7 @@ private:
 TEST_F(Prompt, AnswersLinesAndLeavesOnCtrlD)
 {
     begin();
-    EXPECT_THAT(shown_until(prompt), HasSubstr("`help` says what can be done"));
+    EXPECT_THAT(shown_until(prompt), HasSubstr("`help` lists the commands"));
     EXPECT_THAT(answer("show lids"), HasSubstr("LID"));
     EXPECT_THAT(answer("nosuch"), HasSubstr("there is no command \"nosuch\""));
     type(ctrl_d);

@@ -214,7 +214,7 @@ TEST_F(Requests, InterfaceThatCannotBeIsRefusedWithTheReason)
     EXPECT_EQ("-:1: Ethernet0.7: expected a VLAN 1..4094, not 0\n",
               shell({"create Ethernet0.7 0"}, {example("routed_ports.json")}).err);
     EXPECT_THAT(shell({"create PortChannel1", "create PortChannel01"}).err,
-                HasSubstr("the host cannot have PortChannel01: its number is taken\n"));
+                HasSubstr("the host cannot create PortChannel01: its number is taken\n"));
 }
 
 TEST_F(Requests, DeletedInterfacesAreGoneForTheAudit)

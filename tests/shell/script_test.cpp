@@ -156,7 +156,7 @@ TEST_F(Script, ReloadTakesTheFileOfTheLastTime)
 {
     const Result result = shell(
         {"reload", "apply one.json", "set Ethernet0 mtu 68", "reload", "reload one_1500.json"});
-    EXPECT_THAT(result.err, StartsWith("-:1: nothing was applied so far"));
+    EXPECT_THAT(result.err, StartsWith("-:1: nothing was applied yet"));
     EXPECT_THAT(result.out, HasSubstr("one.json: 0 steps"));
     EXPECT_THAT(result.out, HasSubstr("one_1500.json: 1 step"));
 }
@@ -174,7 +174,7 @@ TEST_F(Script, StandardInputIsNoConfiguration)
     EXPECT_EQ(usage, shell({}, {"-"}).status);
 }
 
-/* ---- Looking ---- */
+/* ---- Inspection ---- */
 
 TEST_F(Script, ShowsWhatTheVerbsShowOfADatabase)
 {
@@ -201,7 +201,7 @@ TEST_F(Script, DiffTellsWhatChangedSinceTheMarkOrSinceADatabase)
     const Result result = shell({"save a.db", "diff", "mark", "diff", "set Ethernet0 mtu 68",
                                  "diff", "diff a.db", "diff a.db --json"},
                                 {"one.json"});
-    EXPECT_EQ("-:2: nothing is marked: `mark` remembers the switch as it is\n", result.err);
+    EXPECT_EQ("-:2: there is no mark: set one with `mark`\n", result.err);
     const std::string difference =
         "Differences\n"
         "  Table           Object                       What   A     B\n"
