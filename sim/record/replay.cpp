@@ -1,7 +1,6 @@
 /* Makes the recorded requests again and compares line by line. The library's calls are answered
  * from the recording; questions about interfaces are answered from records restored to the recorded
- * state. The first difference ends the replay. No request is made from a damaged part of the file.
- */
+ * state. The first difference ends the replay. No request is made from damaged lines. */
 #include "sim/record/replay.h"
 
 #include <algorithm>
@@ -322,8 +321,8 @@ private:
                                                  requests_, line.value.find("requests")->number()));
             break;
         default:
-            reader_.report(
-                line, "damaged recording: the line belongs to a request, but none precedes it");
+            reader_.report(line,
+                           "damaged recording: this line belongs to a request, but none is open");
         }
     }
 

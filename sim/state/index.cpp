@@ -1,7 +1,6 @@
 /* Lookups for one snapshot. The constructor reads each table once; after that a lookup does not
  * scan a table. Rows are found by binary search in the snapshot's sorted tables or in a hash table,
- * and results point into the snapshot. The audit, explanations, show tables and the report use it.
- */
+ * and results point into the snapshot. Audit, explanations, show tables and the report use it. */
 #include "sim/state/index.h"
 
 #include <fmt/format.h>
