@@ -1,3 +1,6 @@
+/* Writes the state of an interface for a recording and restores it for a replay. After a restore
+ * the host holds the interface with exactly the recorded values; an interface with the same name or
+ * ifindex is removed first, with its sub-interfaces. */
 #include "sim/record/interface_state.h"
 
 #include <algorithm>
@@ -15,7 +18,7 @@ namespace {
 constexpr std::array kinds{InterfaceKind::port, InterfaceKind::port_channel, InterfaceKind::svi,
                            InterfaceKind::sub_interface};
 
-/* No switch has more sub-interfaces than its ASIC has interfaces. */
+/* A switch has at most as many sub-interfaces as its ASIC has interfaces. */
 constexpr uint32_t max_sequence = 0xFFFF;
 
 Host &host()
@@ -42,7 +45,7 @@ std::vector<const Value *> interface_arguments(const Request &request)
     return arguments;
 }
 
-/* Those that the interface depends on, then itself; each once. */
+/* The interfaces that it depends on, then itself; each once. */
 void collect(HostInterface *interface, std::vector<HostInterface *> &into)
 {
     if (interface == nullptr || std::find(into.begin(), into.end(), interface) != into.end())
@@ -70,7 +73,7 @@ HostInterface *interface_in(const Value &record, const char *field)
                                                                      : nullptr;
 }
 
-/* Forget an interface that the recorded switch no longer had, with all that refers to it. */
+/* Removes an interface that the recorded switch no longer had, with all references to it. */
 void evict(HostInterface *gone)
 {
     if (gone == nullptr)
@@ -92,8 +95,8 @@ void evict(HostInterface *gone)
     host().remove(*gone);
 }
 
-/* A sub-interface of this very ifindex, which must be free: lower numbers that are free too are
- * taken by nameless ones, which make way when they are needed. */
+/* Adds a sub-interface with exactly this ifindex, which must be free. Lower free numbers are filled
+ * with placeholders, which are evicted when their number is needed. */
 HostInterface *add_sub_interface(const std::string &name, uint32_t ifindex, HostInterface &parent,
                                  uint32_t vlan)
 {
@@ -133,7 +136,7 @@ void restore_context(HostInterface &interface, const Value *recorded)
             host().unregister_l3(interface);
         return;
     }
-    /* Both blocks as the library would allocate them: the host frees them in the end. */
+    /* Allocate both blocks as the library would: the host frees them in the end. */
     if (interface.pd_ctxt == nullptr)
         interface.pd_ctxt = static_cast<l3pd_holder *>(std::calloc(1, sizeof(l3pd_holder)));
     if (interface.pd_ctxt->l3_pd == nullptr)
@@ -217,7 +220,7 @@ std::string restore_interface(const std::string &name, const Value &of_host, con
 
     restore_context(*interface, library.find("l3_pd"));
     interface->pd_state = number_in(library, "pd_state");
-    /* Each record is put as it was: the host's own tasks would count and check. */
+    /* Set directly: the host's own tasks would count and check. */
     interface->registered = number_in(of_host, "registered") != 0;
     HostInterface *const main = interface_in(of_host, "main_l3lif");
     interface->main_l3lif = main;

@@ -6,25 +6,25 @@
 #include "sim/fwm/host.h"
 #include "sim/journal/journal.h"
 
-/* Interfaces as the library finds and leaves them. */
+/* The state of interfaces before and after a request. */
 namespace kvnsim {
 
-/* The interfaces whose records a request can read or write: those among its arguments and, before
- * each, its parent and its port-channel. */
+/* The interfaces whose records a request can read or write: its arguments and, before each, its
+ * parent and its port-channel. */
 std::vector<HostInterface *> interfaces_of(const Request &request);
 
-/* The interface indexes among a request's arguments that no interface has. */
+/* The interface indexes among a request's arguments without an interface. */
 std::vector<uint32_t> unknown_indexes_of(const Request &request);
 
-/* What the host says of an interface, and what the library left in it. */
+/* The host's state of an interface, and the library's. */
 Value host_state(const HostInterface &interface);
 Value library_state(const HostInterface &interface);
 
-/* Give the host the interface of this name in these states, in place of whatever has its name or
- * ifindex. Empty when done, else what is wrong with the states. */
+/* Restores an interface in the host, replacing any with its name or ifindex. Returns what is wrong
+ * with the states; empty when done. */
 std::string restore_interface(const std::string &name, const Value &host, const Value &library);
 
-/* Make the host forget the interface of this ifindex, with all that stands on it. */
+/* Removes the interface with this ifindex and all that depends on it. */
 void forget_interface(uint32_t ifindex);
 
 } // namespace kvnsim

@@ -1,3 +1,6 @@
+/* Writes only what a replay cannot derive: the state of an interface is written when it differs
+ * from the last state written, before a request that can use it. So a reader that follows the lines
+ * always has every interface as the library finds it. */
 #include "sim/record/recorder.h"
 
 #include <algorithm>
@@ -26,8 +29,8 @@ void Recorder::write(const Value &line)
     out_ << line.to_json() << '\n';
 }
 
-/* The request names an ifindex whose interface is gone: who replays must forget that one, and with
- * it all that stood on it, so whatever else is gone is told too. */
+/* The request names an ifindex whose interface is gone. A replay forgets that interface and all
+ * that depends on it, so every other interface that is gone is written too. */
 void Recorder::write_gone(const Request &request)
 {
     const std::vector<uint32_t> unknown = unknown_indexes_of(request);
@@ -71,7 +74,7 @@ void Recorder::request_begins(const Request &request)
         }
     }
     write(request_line(request));
-    /* Should the request end the process, the recording tells which one it was. */
+    /* If the request ends the process, the recording shows which one it was. */
     out_.flush();
 }
 

@@ -11,10 +11,10 @@
 
 namespace kvnsim {
 
-/* Writes what happens at the library's boundary as a recording, line by line (docs/recording.md).
- * Watches the journal from its construction to its destruction, which writes the last line; the
- * stream must live as long, and tells whether all could be written. What the library keeps by
- * itself, its virtual MACs, is not recorded: begin before the first request. */
+/* Writes what crosses the library's boundary as a recording, line by line (docs/recording.md).
+ * Observes the journal from construction to destruction, which writes the last line. The stream
+ * must live as long; its state shows whether all was written. The library's own table of virtual
+ * MACs is not recorded: begin before the first request. */
 class Recorder : public Observer {
 public:
     explicit Recorder(std::ostream &out);
@@ -39,7 +39,7 @@ private:
     std::ostream &out_;
     std::map<uint32_t, Written> written_; /* by ifindex */
     std::string sinks_;
-    std::vector<HostInterface *> concerned_; /* of the request under way */
+    std::vector<HostInterface *> concerned_; /* of the current request */
     bool in_request_ = false;
     uint64_t last_request_ = 0, requests_ = 0;
 };

@@ -51,10 +51,10 @@ Value number(uint64_t number)
     return Value::integer(static_cast<int64_t>(number));
 }
 
-/* Numbers this large are interface indexes and bytes of addresses. */
+/* Numbers from here on are interface indexes or address bytes. */
 constexpr int64_t hex_from = 0x10000000;
 
-/* Nothing that is recorded lies deeper. */
+/* No recorded value is nested deeper. */
 constexpr int max_depth = 8;
 
 Value read_json(const rapidjson::Value &json, int depth = 0)
@@ -73,10 +73,10 @@ Value read_json(const rapidjson::Value &json, int depth = 0)
                               read_json(member.value, depth + 1)});
         return Value::record(std::move(fields));
     }
-    return Value(); /* null, and what no field of this version holds */
+    return Value(); /* null, and types that this version does not use */
 }
 
-/* A field that a line of its kind must have. */
+/* A mandatory field of a kind of line. */
 struct Required {
     LineKind line;
     const char *field;
@@ -290,7 +290,7 @@ std::optional<Line> RecordingReader::next()
         Line line = line_of(read_json(json));
         line.number = number_;
         if (number_ == 1 && line.kind != LineKind::header) {
-            report(line, "this is not a recording: expected {\"kvnsim_recording\":1,...}");
+            report(line, "not a recording: expected {\"kvnsim_recording\":1,...}");
             return std::nullopt;
         }
         if (line.value.kind() != Value::Kind::record) {
@@ -304,7 +304,7 @@ std::optional<Line> RecordingReader::next()
         if (line.kind == LineKind::header) {
             const int64_t version = line.value.fields()[0].value.number();
             if (version != recording_version) {
-                report(line, fmt::format("a recording of version {}; version {} can be read",
+                report(line, fmt::format("recording version {}; only version {} can be read",
                                          version, recording_version));
                 return std::nullopt;
             }
@@ -313,7 +313,7 @@ std::optional<Line> RecordingReader::next()
             return line;
     }
     if (problem_.empty() && number_ == 0)
-        problem_ = name_ + ": this is not a recording: it is empty";
+        problem_ = name_ + ": not a recording: empty file";
     return std::nullopt;
 }
 

@@ -10,14 +10,14 @@
 #include "sim/fwm/host.h"
 #include "sim/journal/journal.h"
 
-/* The lines of a recording: each is a record, known by the name of its first field. The format is
- * described in docs/recording.md; recorder and replay make their lines here alike. */
+/* The lines of a recording: each is a record, identified by the name of its first field. See
+ * docs/recording.md for the format. Recorder and replay share these functions. */
 namespace kvnsim {
 
 constexpr int64_t recording_version = 1;
 
 Value header_line();
-/* Where records of debug level go: one of them looks its argument up anew for each such sink. */
+/* Where debug records go: one record looks its argument up again for each such sink. */
 Value sinks_line(const Sinks &sinks);
 Value power_on_line();
 Value interface_line(const HostInterface &interface);
@@ -49,10 +49,10 @@ struct Line {
     LineKind kind = LineKind::unknown;
     Value value;
     uint64_t number = 0;         /* in the file, 1-based */
-    std::string to_text() const; /* as people read it: "libsdk_intf_destroy(intf_id=5) = 0" */
+    std::string to_text() const; /* for messages: "libsdk_intf_destroy(intf_id=5) = 0" */
 };
 
-/* A line as it was made, and as it would be read back: without the names of numbers. */
+/* A line as made, and as read back: without the names of numbers. */
 Line line_of(const Value &value);
 Line as_read(const Value &value);
 
@@ -61,12 +61,12 @@ class RecordingReader {
 public:
     RecordingReader(std::istream &in, std::string name) : in_(in), name_(std::move(name)) {}
 
-    /* The next line; empty at the end, and when something is wrong. The first one is the header,
-     * of a version that can be read. Lines of unknown kinds are left out. */
+    /* The next line; empty at the end or on a problem. The first one is the header, of a version
+     * that can be read. Lines of unknown kinds are skipped. */
     std::optional<Line> next();
     /* "file:line:column: what"; empty when all is well. */
     const std::string &problem() const { return problem_; }
-    /* Say what is wrong with a line, or with the one that was read last. */
+    /* Report a problem with a line, or with the last line read. */
     void report(const Line &line, const std::string &what);
     void report(const std::string &what);
     std::string location(const Line &line) const;

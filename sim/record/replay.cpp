@@ -1,3 +1,6 @@
+/* Makes the recorded requests again and compares line by line. The library's calls are answered
+ * from the recording; questions about interfaces are answered from records restored to the recorded
+ * state. The first difference ends the replay. No request is made from damaged lines. */
 #include "sim/record/replay.h"
 
 #include <algorithm>
@@ -52,8 +55,8 @@ std::string field_difference(const Line &recorded, const Line &now,
     return "";
 }
 
-/* The text without the source line that some records tell, as "[120]" or, at their start, "120:":
- * it changes with every edit of the library. */
+/* The text without its source line, "[120]" or a leading "120:", which changes with every edit of
+ * the library. */
 std::string without_source_lines(const std::string &text)
 {
     std::string kept;
@@ -70,7 +73,7 @@ std::string without_source_lines(const std::string &text)
     return kept;
 }
 
-/* After a refused trap the library tells an identifier that nobody has set. */
+/* After a refused trap the library traces an identifier that was never set. */
 bool tells_unset_trap(const Line *before, std::string_view text)
 {
     constexpr std::string_view untold = "mac_trap_id = ";
@@ -94,7 +97,7 @@ std::string trace_difference(const Line &recorded, const Line &now, const Line *
     return field_difference(recorded, now, {"text"});
 }
 
-/* What differs between two lines of one kind; before is the recorded line above. */
+/* The difference between two lines of one kind; before: the recorded line above. */
 std::string difference_of(const Line &recorded, const Line &now, const Line *before)
 {
     switch (now.kind) {
@@ -111,15 +114,15 @@ std::string difference_of(const Line &recorded, const Line &now, const Line *bef
 
 /* ---- One request ---- */
 
-/* A recorded request with what happened in it. */
+/* A recorded request with its events. */
 struct RecordedRequest {
     Line request;
-    std::vector<Line> events; /* up to the result, which is the last one */
+    std::vector<Line> events; /* the last one is the result */
 };
 
-/* Questions that the host answers by the interfaces' records. These are as recorded, so the body
- * runs and its answer is compared: a recording cannot talk the library into following a record
- * that is not there. Port-channels that the host holds are its ASIC's, and are not recorded. */
+/* Questions that the host answers from interface records. These are restored, so the call runs and
+ * its answer is compared: a recording cannot lead the library to a record that does not exist.
+ * Port-channels held by the host belong to its ASIC and are not recorded. */
 bool host_knows(const ImportedCall &call)
 {
     return call.result() == Result::value &&
@@ -148,7 +151,7 @@ public:
     {
         if (result_.difference || expected().kind != LineKind::call ||
             expected().value.find("call")->string() != call.name())
-            return std::nullopt; /* told when the call is made */
+            return std::nullopt; /* reported when the call is made */
         if (const Value *out = expected().value.find("out")) {
             for (const Argument &argument : arguments) {
                 const Value *value = out->find(argument.name);
@@ -225,12 +228,12 @@ private:
     const RecordingReader &reader_;
     Replay &result_;
     std::vector<std::pair<HostInterface *, Value>> found_; /* as the library found them */
-    size_t at_ = 0;                                        /* the event that is expected next */
+    size_t at_ = 0;                                        /* the next expected event */
 };
 
 /* ---- The whole recording ---- */
 
-/* The sinks as they were when recorded; what they get is not kept. */
+/* Switches sinks on as recorded; their output is discarded. */
 void switch_sinks(const Value &on)
 {
     const auto is_on = [&](const char *sink) {
@@ -278,7 +281,7 @@ public:
             take(*line);
         }
         if (!result_.difference && !ended && reader_.problem().empty())
-            reader_.report("the recording stops here, without its last line");
+            reader_.report("the recording ends without its last line");
         power_on();
         result_.problem = reader_.problem();
         return std::move(result_);
@@ -314,11 +317,12 @@ private:
             break;
         case LineKind::end:
             if (static_cast<uint64_t>(line.value.find("requests")->number()) != requests_)
-                reader_.report(line, fmt::format("damaged recording: {} requests of {} are here",
+                reader_.report(line, fmt::format("damaged recording: {} of {} requests found",
                                                  requests_, line.value.find("requests")->number()));
             break;
         default:
-            reader_.report(line, "damaged recording: this belongs to a request, and none is here");
+            reader_.report(line,
+                           "damaged recording: this line belongs to a request, but none is open");
         }
     }
 
@@ -336,7 +340,7 @@ private:
             const auto event = reader_.next();
             if (!event) {
                 if (reader_.problem().empty())
-                    reader_.report(line, fmt::format("the recording stops within request {}, which "
+                    reader_.report(line, fmt::format("the recording ends within request {}, which "
                                                      "may have ended the process",
                                                      number));
                 return;

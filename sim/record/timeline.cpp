@@ -24,7 +24,7 @@ bool is_or_belongs_to(const HostInterface &interface, const std::string &name)
            (interface.channel && interface.channel->name == name);
 }
 
-/* A record's text on one line: without its last newline, others as they are written in C. */
+/* A record's text on one line: the last newline removed, others shown as \n. */
 std::string one_line(std::string text)
 {
     if (!text.empty() && text.back() == '\n')

@@ -10,15 +10,15 @@ namespace kvnsim {
 struct TimelineOptions {
     std::string interface;    /* only requests that concern it, its members or its sub-interfaces;
                                  empty = all */
-    bool questions = false;   /* also the calls that only ask */
-    bool traces = false;      /* also the library's trace records */
-    bool errors_only = false; /* of the trace records those of error level only */
+    bool questions = false;   /* include calls that only ask */
+    bool traces = false;      /* include the library's trace records */
+    bool errors_only = false; /* of the trace records only errors */
     bool colour = false;      /* for a terminal */
 };
 
-/* Prints requests as they happen, as a call tree: the configuration row or command behind them, the
- * request with its arguments, each call with its arguments and results, what it returned. Watches
- * the journal from its construction to its destruction; the stream must live as long. */
+/* Prints requests as they happen, as a call tree: the configuration row or command that caused
+ * them, the request with its arguments, each call with its arguments and results, the request's
+ * result. Observes the journal from construction to destruction; the stream must live as long. */
 class Timeline : public Observer {
 public:
     Timeline(std::ostream &out, TimelineOptions options);
@@ -37,7 +37,7 @@ private:
 
     std::ostream &out_;
     const TimelineOptions options_;
-    bool shown_ = false; /* the request under way */
+    bool shown_ = false; /* the current request */
     std::string cause_;  /* the last one printed */
 };
 

@@ -1,7 +1,7 @@
-/* Does everything agree? What can be told of one interface is judged by the table of properties.
- * The rest is looked at from the other side, row by row: an object of the ASIC that no record owns,
- * an identifier or a row whose object is gone, an object that two records claim, and what is there
- * without being wanted. Each row is looked at once, and everything else is found by an index. */
+/* Checks that all sides agree. The table of properties judges each interface. The rest is checked
+ * row by row: ASIC objects without an owner, identifiers and rows whose object is gone, objects
+ * with two owners, and objects that are not wanted. Each row is visited once; all else is found by
+ * an index. */
 #include "sim/state/audit.h"
 
 #include <algorithm>
@@ -68,7 +68,7 @@ public:
     }
 
 private:
-    /* ---- Telling ---- */
+    /* ---- Reporting ---- */
 
     AuditFinding &tell(AuditKind kind, std::string object, PropertyId property,
                        std::string interface, std::string words,
@@ -103,7 +103,7 @@ private:
                                const std::string &what)
     {
         std::string words =
-            fmt::format("{} is wanted ({}) and {}", object, location.to_text(), what);
+            fmt::format("{} is wanted ({}) but {}", object, location.to_text(), what);
         const FailureRow &failure = index_.failure(interface);
         if (!failure.message.empty())
             words += ": " + failure.message;
@@ -113,7 +113,7 @@ private:
 
     static std::string made_by(const Origin &made) { return "made by " + made.to_text(); }
 
-    /* The interface for which a request made something that no record names. */
+    /* The interface for which a request made an orphan. */
     static std::string concerned(const Origin &made)
     {
         return made.request ? made.request->subject : std::string();
@@ -209,11 +209,11 @@ private:
         if (!is_wanted && !tell_unwanted(host))
             tell(AuditKind::unwanted, host.name, is_port ? PropertyId::port_lid : PropertyId::none,
                  host.name,
-                 fmt::format("{} {} is not wanted and the host still has it", to_text(host.kind),
+                 fmt::format("{} {} is not wanted but the host still has it", to_text(host.kind),
                              host.name));
     }
 
-    /* Whether something in the ASIC was found that an unwanted interface has. */
+    /* Reports what an unwanted interface still has in the ASIC; false if nothing. */
     bool tell_unwanted(const HostRow &host)
     {
         const ContextRow *context = index_.context(host.ifindex);
@@ -222,7 +222,7 @@ private:
         const IntfRow *intf = context->intf_id == no_id ? nullptr : index_.intf(context->intf_id);
         if (intf != nullptr) {
             tell(AuditKind::unwanted, host.name, PropertyId::sdk_interface, host.name,
-                 fmt::format("{} is not wanted and has SDK interface {}, {}", host.name,
+                 fmt::format("{} is not wanted but has SDK interface {}, {}", host.name,
                              index_.intf_words(intf->intf_id), made_by(intf->made)),
                  {&intf->made});
             return true;
@@ -237,7 +237,7 @@ private:
         const Origin &made = channel != nullptr ? channel->made : lid->made;
         tell(AuditKind::unwanted, host.name,
              channel != nullptr ? PropertyId::port_channel : lid_entry, host.name,
-             fmt::format("{} is not wanted and has {} {}, {}", host.name,
+             fmt::format("{} is not wanted but has {} {}, {}", host.name,
                          channel != nullptr ? "SDK port-channel" : "LID entry",
                          channel != nullptr ? channel->pc_id : lid->lid_id, made_by(made)),
              {&made});
@@ -267,7 +267,7 @@ private:
         const InterfaceRows rows(index_, host.name, &host, false);
         const bool known_port =
             host.kind == InterfaceKind::port && index_.wanted_port(host.name) != nullptr;
-        /* A channel that lost its last member, or a port no longer routed. */
+        /* A port-channel without members, or a port no longer routed. */
         if (rows.judged == nullptr && (rows.wanted != nullptr || known_port))
             tell_unwanted(host);
         if (context->intf_id == no_id)
@@ -317,7 +317,7 @@ private:
             .other = owner->name;
     }
 
-    /* Is the SDK interface on what the host interface is on? */
+    /* Checks that the SDK interface is on the host interface's port, port-channel or VLAN. */
     void check_place(const HostRow &host, const IntfRow &intf, const char *has, PropertyId property)
     {
         uint32_t type = sdk_routed_port, param1 = host.number + 1, param2 = 0, param3 = 0;
@@ -331,7 +331,7 @@ private:
                 parent != nullptr ? index_.serving_context(*parent) : nullptr;
             if (context == nullptr || context->intf_id == no_id) {
                 tell(AuditKind::dangling, host.name, PropertyId::parent, host.name,
-                     fmt::format("{} has SDK interface {}, and its parent {} has none", host.name,
+                     fmt::format("{} has SDK interface {}, but its parent {} has none", host.name,
                                  index_.intf_words(intf.intf_id),
                                  host.parent ? index_.name(*host.parent) : "of no name"),
                      {&intf.made});
@@ -351,8 +351,8 @@ private:
         if (intf.type != type || intf.param1 != param1 || intf.param2 != param2 ||
             intf.param3 != param3)
             tell(AuditKind::difference, host.name, property, host.name,
-                 fmt::format("{} {} SDK interface {}, which is on something else, {}", host.name,
-                             has, index_.intf_words(intf.intf_id), made_by(intf.made)),
+                 fmt::format("{} {} SDK interface {}, which is elsewhere, {}", host.name, has,
+                             index_.intf_words(intf.intf_id), made_by(intf.made)),
                  {&intf.made});
     }
 
@@ -378,7 +378,7 @@ private:
                 {&intf.made, &bound->made});
     }
 
-    /* Whom an SDK interface without an owner was made for. */
+    /* The interface that an orphan was made for. */
     std::string interface_of(const IntfRow &intf) const
     {
         if (intf.type == sdk_routed_port) {
@@ -455,13 +455,13 @@ private:
     {
         const HostRow *owner = index_.owner_of_port_channel(member.pc_id);
         if (owner == nullptr)
-            return; /* told with the port-channel */
+            return; /* reported with the port-channel */
         const HostRow *port = index_.owner_of_front_port(member.front_port);
         if (port != nullptr && wanted_members_.count({owner->name, port->name}) != 0)
             return;
         tell(AuditKind::unwanted, fmt::format("front port {}", member.front_port),
              PropertyId::membership, port != nullptr ? port->name : owner->name,
-             fmt::format("front port {} ({}) is a member of SDK port-channel {} ({}) and not "
+             fmt::format("front port {} ({}) is a member of SDK port-channel {} ({}) but not "
                          "wanted there: added by {}",
                          member.front_port, port != nullptr ? port->name : "no port", member.pc_id,
                          owner->name, member.made.to_text()),
@@ -477,7 +477,7 @@ private:
                  fmt::format("a write of attribute {} waits for SDK interface {}, which is gone{}: "
                              "queued by {}",
                              write.number, write.intf_id,
-                             index_.intf(write.intf_id) != nullptr ? " and was made anew" : "",
+                             index_.intf(write.intf_id) != nullptr ? " and was created again" : "",
                              write.made.to_text()),
                  {&write.made});
     }
@@ -513,7 +513,7 @@ private:
                  fmt::format("the switch is recorded with router MAC {}, which is gone", owned_id));
         else if (!owned && is_wanted) {
             const WantedRouterMac &wanted = s_.wanted_router_mac.front();
-            std::string words = fmt::format("router MAC {} is wanted ({}) and not in the ASIC",
+            std::string words = fmt::format("router MAC {} is wanted ({}) but not in the ASIC",
                                             to_text(wanted.mac), wanted.location.to_text());
             const FailureRow &failure = index_.failure("switch");
             if (!failure.message.empty())
@@ -559,7 +559,7 @@ private:
         return fmt::format("virtual MAC {} of {}", to_text(mac), interface);
     }
 
-    /* Of an interface that is gone: as it was called when the trap was made. */
+    /* For an interface that is gone: its name when the trap was made. */
     std::string name_of(const FhrpRow &entry) const
     {
         const TrapRow *trap = index_.trap(entry.mac_trap_id);
@@ -605,8 +605,8 @@ private:
 
     /* ---- The shared database ---- */
 
-    /* Rows of interfaces that are not there. A port-channel that lost its last member stays
-     * published as it was: the library takes only the label back. */
+    /* Rows of missing interfaces. A port-channel without members stays published: the library
+     * withdraws only the label. */
     void check_database()
     {
         check_rows(s_.pm, PropertyId::ifmap_index);
@@ -617,7 +617,7 @@ private:
             const HostRow *host = index_.host(row.ifindex);
             if (host == nullptr || !host->kept_intf)
                 tell_row(AuditKind::unwanted, row,
-                         fmt::format("says SDK interface {} is kept, and the host keeps none",
+                         fmt::format("says SDK interface {} is kept, but the host keeps none",
                                      row.intf_id),
                          PropertyId::kept_intf);
         }
@@ -627,7 +627,7 @@ private:
             if (host != nullptr && host->registered && row.enabled &&
                 (context == nullptr || context->intf_id == no_id))
                 tell_row(AuditKind::difference, row,
-                         "is set up, and the interface has no SDK interface", PropertyId::label);
+                         "is set up, but the interface has no SDK interface", PropertyId::label);
         }
     }
 

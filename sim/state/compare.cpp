@@ -1,3 +1,6 @@
+/* Two snapshots, compared table by table. Identifiers are replaced by the names of the interfaces
+ * that own them before rows are matched, so two switches that allocated different identifiers for
+ * the same configuration do not differ. */
 #include "sim/state/compare.h"
 
 #include <map>
@@ -13,7 +16,7 @@
 namespace kvnsim {
 namespace {
 
-/* The columns that tell a table's rows apart. */
+/* The key columns of a table. */
 template <class Row> constexpr std::initializer_list<const char *> key_of = {"ifindex"};
 template <> constexpr std::initializer_list<const char *> key_of<IntfRow> = {"intf_id"};
 template <>
@@ -27,15 +30,15 @@ constexpr std::initializer_list<const char *> key_of<MemberRow> = {"pc_id", "fro
 template <> constexpr std::initializer_list<const char *> key_of<RouterMacRow> = {"mac"};
 template <> constexpr std::initializer_list<const char *> key_of<TrapRow> = {"intf_id", "mac"};
 
-/* A row but for its key. */
+/* A row without its key. */
 struct Seen {
     std::string identifiers; /* "intf_id 5" */
-    bool is_initial = false; /* says no more than no row would */
+    bool is_initial = false; /* the initial value: same as no row */
     std::vector<std::pair<std::string_view, std::string>> values;
 };
 using Rows = std::map<std::string, Seen, NaturalOrder>;
 
-/* The rows of one snapshot in words that do not depend on which identifiers were free. */
+/* The rows of one snapshot, by names that do not depend on allocated identifiers. */
 class Names {
 public:
     explicit Names(const Snapshot &snapshot) : index_(snapshot) {}
@@ -165,7 +168,7 @@ private:
 
 std::string identity(const Seen &seen)
 {
-    return seen.identifiers.empty() ? "there" : seen.identifiers;
+    return seen.identifiers.empty() ? "present" : seen.identifiers;
 }
 
 void compare(const char *table, const Rows &a, const Rows &b, std::vector<Difference> &into)
@@ -195,7 +198,7 @@ void compare(const char *table, const Rows &a, const Rows &b, std::vector<Differ
     }
 }
 
-/* ASIC and shared state, in the order told. */
+/* ASIC and shared database, in output order. */
 template <class Visit> void compared_tables(Visit &&visit)
 {
     visit(&Snapshot::intfs);

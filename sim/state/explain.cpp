@@ -1,3 +1,5 @@
+/* Explains one interface from the table of properties and the audit's findings. It judges nothing
+ * itself: a property differs exactly when the audit has a finding about it. */
 #include "sim/state/explain.h"
 
 #include <algorithm>
@@ -37,7 +39,7 @@ public:
     }
 
 private:
-    /* Has the audit found something of that property? */
+    /* Whether the audit has a finding about the property. */
     bool found(PropertyId id) const
     {
         return std::any_of(told_.findings.begin(), told_.findings.end(),
@@ -64,7 +66,7 @@ private:
         told.differs = found(property.id);
         if (told.differs)
             told.expected = sides.expected.to_text();
-        /* Where the ASIC is right it is the database that is wrong. */
+        /* If the ASIC is right, the database is wrong. */
         const SideValue &will_be = sides.waits.known() ? sides.waits : sides.asic;
         const bool asic_right = sides.mismatch && will_be.number == sides.right;
         const Origin *made = sides.written;
@@ -99,7 +101,7 @@ private:
             outside();
     }
 
-    /* A VLAN that is not routed, or what the configuration's reader left out. */
+    /* A VLAN that is not routed, or an interface left out of the configuration. */
     void outside()
     {
         constexpr const char *vlan_kind = "VLAN";

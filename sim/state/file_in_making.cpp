@@ -1,3 +1,5 @@
+/* Writes go to a temporary file beside the final one, which a rename replaces when all is written
+ * and synced. Readers see the old file or the new one, never a part. */
 #include "sim/state/file_in_making.h"
 
 #include <cerrno>

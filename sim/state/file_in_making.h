@@ -11,11 +11,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/* A file that appears whole or not at all: it is made beside the final one, and gone again unless
- * it was put in its place. Behind a symbolic link the file is replaced, not the link. */
+/* A file that appears complete or not at all: it is written beside the final one, and deleted
+ * unless it was renamed to its final name. A symbolic link is kept; the file it points to is
+ * replaced. */
 class FileInMaking {
 public:
-    /* Makes it, empty. FileError, as below. */
+    /* Creates it, empty. Throws FileError, as does put_in_place(). */
     explicit FileInMaking(const std::string &path);
     ~FileInMaking();
     FileInMaking(const FileInMaking &) = delete;
@@ -23,7 +24,7 @@ public:
 
     /* Where to write. */
     const std::string &path() const { return path_; }
-    /* Once it is written and closed. */
+    /* Renames it to its final name, once it is written and closed. */
     void put_in_place();
 
 private:

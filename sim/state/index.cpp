@@ -1,3 +1,6 @@
+/* Lookups for one snapshot. The constructor reads each table once; after that a lookup does not
+ * scan a table. Rows are found by binary search in the snapshot's sorted tables or in a hash table,
+ * and results point into the snapshot. Audit, explanations, show tables and the report use it. */
 #include "sim/state/index.h"
 
 #include <fmt/format.h>
@@ -154,7 +157,7 @@ const HostRow *Index::owner_of_port_channel(uint32_t pc_id) const
 }
 const HostRow *Index::owner_of_front_port(uint32_t front_port) const
 {
-    /* Ports come first among the host's interfaces, in the order of their numbers. */
+    /* Ports are the host's first interfaces, in the order of their numbers. */
     const auto at =
         std::partition_point(snapshot_.host.begin(), snapshot_.host.end(), [&](const HostRow &row) {
             return row.kind == InterfaceKind::port && row.number + 1 < front_port;

@@ -12,12 +12,11 @@
 #include "sim/sdk/asic.h"
 #include "sim/state/snapshot.h"
 
-/* Finding rows of a snapshot, and what belongs together across its tables. */
+/* Lookups in a snapshot, within its tables and across them. */
 namespace kvnsim {
 
-/* The row whose member has this value, in rows that are in its order; nullptr without one. Where
- * numbers were handed out one after the other, it is as far from the last row as its number from
- * the last one. */
+/* The row whose member has this value, in rows sorted by it; nullptr without one. Consecutive
+ * numbers are found at once, by their distance from the last row. */
 template <class Row, class Number>
 const Row *find_row(const std::vector<Row> &rows, Number Row::*member, Number value)
 {
@@ -34,7 +33,7 @@ const Row *find_row(const std::vector<Row> &rows, Number Row::*member, Number va
     return at != rows.end() && (*at).*member == value ? &*at : nullptr;
 }
 
-/* All rows whose member has this value, in rows that are in its order. */
+/* All rows whose member has this value, in rows sorted by it. */
 template <class Row> struct RowRange {
     const Row *first, *last;
     const Row *begin() const { return first; }
@@ -42,7 +41,7 @@ template <class Row> struct RowRange {
     bool empty() const { return first == last; }
     size_t size() const { return static_cast<size_t>(last - first); }
 };
-/* Those from the first on, which is where they would begin. */
+/* The same, where first is the position at which they begin. */
 template <class Row>
 RowRange<Row> rows_from(const std::vector<Row> &rows, size_t first, uint32_t Row::*member,
                         uint32_t value)
@@ -61,11 +60,11 @@ RowRange<Row> find_rows(const std::vector<Row> &rows, uint32_t Row::*member, uin
     return rows_from(rows, static_cast<size_t>(first - rows.begin()), member, value);
 }
 
-/* An attribute of an SDK interface as it is, and what waits to be written to it. */
+/* An attribute of an SDK interface: current value and pending write. */
 struct AttributeState {
     uint32_t value = 0;                         /* in the ASIC now */
-    const AttributeValueRow *written = nullptr; /* nullptr: what a new interface has */
-    const PendingRow *waits = nullptr;          /* the write that the next flush leaves */
+    const AttributeValueRow *written = nullptr; /* nullptr: initial value */
+    const PendingRow *waits = nullptr;          /* the last pending write, if any */
     uint32_t after_flush() const { return waits != nullptr ? waits->value : value; }
 };
 
@@ -79,11 +78,11 @@ public:
     const HostRow *host(uint32_t ifindex) const;
     const HostRow *host(std::string_view name) const;
     const ContextRow *context(uint32_t ifindex) const;
-    /* The context that answers for the interface: its port-channel's for a member. */
+    /* The context that serves the interface: a member's is its port-channel's. */
     const ContextRow *serving_context(const HostRow &host) const;
-    /* What is wanted of it; nullptr when it is not. */
+    /* The wanted interface; nullptr when not wanted. */
     const WantedInterface *wanted(std::string_view name) const;
-    /* The same, of rows of this snapshot. */
+    /* The same, for rows of this snapshot. */
     const WantedInterface *wanted(const HostRow &host) const
     {
         return wanted_of_[static_cast<size_t>(&host - snapshot_.host.data())];
@@ -94,28 +93,28 @@ public:
     }
     const WantedPort *wanted_port(std::string_view name) const;
     const WantedVlan *wanted_vlan(std::string_view name) const;
-    /* What the reader of the configuration said of the rows that name it. */
+    /* The configuration reader's findings about rows that name it. */
     const std::vector<const Finding *> &reader(std::string_view name) const;
-    /* Wanted, routed, and, for a port-channel, with a member that joins: it must be in the ASIC. */
+    /* Must be in the ASIC: routed and, for a port-channel, with a member that joins. */
     bool must_exist(const WantedInterface &wanted) const;
     /* What a port is configured for: "routed", "member", "switched", "unused". */
     const char *role(std::string_view port) const;
-    /* The port-channel that a port is configured to be in and that took it; nullptr without. */
+    /* A port's configured membership, not declined; nullptr without one. */
     const WantedMember *membership(std::string_view port) const;
-    /* What an interface is: "programmed", or what it is instead, "layer 2", "member of
+    /* The state of an interface: "programmed"; or, instead, "layer 2", "member of
      * PortChannel1", "switched in Vlan100", "unused"; or what is wrong: "no member", "not
      * programmed", "programmed, not wanted", "left out of the configuration". */
     std::string state(std::string_view name) const;
-    /* The VLANs that a port or port-channel is configured to be in. */
+    /* The VLANs configured for a port or port-channel. */
     const std::vector<std::string> &vlans(std::string_view member) const;
     /* A front port's membership in the ASIC, nullptr without one. */
     const MemberRow *member(uint32_t front_port) const;
-    /* Whether a port has joined it, as the host records it. */
+    /* Whether a port has joined it, by the host's records. */
     bool has_joined_members(const HostRow &port_channel) const
     {
         return joined_channels_.count(port_channel.ifindex) != 0;
     }
-    /* Whether its record names an interface that the ASIC has. */
+    /* Whether its record names an SDK interface in the ASIC. */
     bool programmed(const HostRow *host) const;
 
     const IntfRow *intf(uint32_t intf_id) const;
@@ -123,33 +122,33 @@ public:
     const PortChannelRow *port_channel(uint32_t pc_id) const;
     const TrapRow *trap(uint32_t mac_trap_id) const;
     RowRange<AttributeValueRow> attributes(uint32_t intf_id) const;
-    /* Whether it will be carried out: not on an interface that is gone, nor on one made since. */
+    /* Whether the flush will apply it: not if the interface is gone or was created since. */
     bool is_for_this_interface(const PendingRow &write) const;
     AttributeState attribute(uint32_t intf_id, uint32_t number) const
     {
         return attribute(attributes(intf_id), intf_id, number);
     }
-    /* The same, with the interface's attributes looked up already. */
+    /* The same, with the interface's attributes already looked up. */
     AttributeState attribute(const RowRange<AttributeValueRow> &written, uint32_t intf_id,
                              uint32_t number) const;
 
     const L3lifRow *l3lif(uint32_t ifindex) const;
     const LabelRow *label(uint32_t ifindex) const;
 
-    /* The interfaces whose records name the object, nullptr for an orphan. */
+    /* The interface whose record names the object; nullptr for an orphan. */
     const HostRow *owner_of_intf(uint32_t intf_id) const;
     const HostRow *owner_of_lid(uint32_t lid_id) const;
     const HostRow *owner_of_port_channel(uint32_t pc_id) const;
     const HostRow *owner_of_front_port(uint32_t front_port) const;
 
-    /* Its ifindex's name, or the number for an unknown one. */
+    /* The name of an ifindex, or the number of an unknown one. */
     std::string name(uint32_t ifindex) const;
     /* "5 (routed port, front port 3)" */
     std::string intf_words(uint32_t intf_id) const;
-    static std::string kind_words(const IntfRow &row); /* what stands in the brackets */
-    /* Where a path leads: "front port 3", "port-channel 1" */
+    static std::string kind_words(const IntfRow &row); /* the text in parentheses */
+    /* A path's destination: "front port 3", "port-channel 1" */
     static std::string path_words(const LidPathRow &path);
-    /* The failed step behind an object that is not as wanted; empty without one. */
+    /* The object's failed step, not yet repaired; empty without one. */
     const FailureRow &failure(std::string_view object) const;
 
 private:
@@ -162,16 +161,16 @@ private:
     const Snapshot &snapshot_;
     std::pmr::monotonic_buffer_resource memory_; /* of the lookups */
     Lookup<std::string_view, const HostRow *> host_by_name_{&memory_};
-    mutable size_t host_found_ = 0; /* position of the row found last: mostly the next is wanted */
+    mutable size_t host_found_ = 0; /* last position: often the next one follows */
     Lookup<std::string_view, const WantedInterface *> wanted_without_host_{&memory_};
     std::vector<const WantedInterface *> wanted_of_; /* by position of the host's row */
     std::vector<const HostRow *> host_of_;           /* by position of the wanted row */
-    std::vector<size_t> attributes_of_; /* where those of each row of SDK interfaces begin */
+    std::vector<size_t> attributes_of_;              /* start of each SDK interface's attributes */
     Lookup<std::string_view, const WantedPort *> wanted_ports_{&memory_};
     Lookup<std::string_view, const WantedVlan *> wanted_vlans_{&memory_};
     Lookup<std::string_view, std::vector<const Finding *>> reader_{&memory_};
     Lookup<std::string_view, uint32_t> joining_members_{&memory_};          /* by port-channel */
-    Lookup<std::string_view, std::vector<std::string>> declined_{&memory_}; /* the others */
+    Lookup<std::string_view, std::vector<std::string>> declined_{&memory_}; /* not joining */
     Lookup<std::string_view, const WantedMember *> membership_{&memory_};   /* by port */
     Lookup<std::string_view, std::vector<std::string>> vlans_{&memory_};    /* by member */
     Lookup<std::string_view, const FailureRow *> failures_{&memory_};       /* the oldest of each */

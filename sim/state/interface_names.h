@@ -7,18 +7,18 @@
 
 #include "sim/state/snapshot.h"
 
-/* The names that people may call an interface by. */
+/* The interface names that commands accept. */
 namespace kvnsim {
 
 using Names = std::set<std::string, NaturalOrder>;
 
-/* Every interface, port and VLAN that is wanted or that the host knows, and those of rows that were
- * left out of the configuration. */
+/* Every interface, port and VLAN that is wanted, known to the host, or left out of the
+ * configuration. */
 Names interface_names(const Snapshot &snapshot);
-/* Those of a configuration. */
+/* The names in a configuration. */
 Names interface_names(const Desired &desired);
 
-/* Those that the key of a row names: of PORTCHANNEL_MEMBER|PortChannel1|Ethernet0 both. */
+/* The names in a row's key: PORTCHANNEL_MEMBER|PortChannel1|Ethernet0 has two. */
 std::vector<std::string_view> interfaces_of(const SourceLocation &row);
 
 } // namespace kvnsim

@@ -20,7 +20,7 @@ struct CellText {
     }
 };
 
-/* Characters, of which UTF-8 may have several bytes. */
+/* In characters: one may take several bytes in UTF-8. */
 size_t width(std::string_view text)
 {
     return static_cast<size_t>(
@@ -74,7 +74,7 @@ std::string to_text(const Listing &listing)
         std::string out;
         for (size_t i = 0; i < columns; ++i) {
             if (empty[i])
-                continue; /* nobody has it: no column */
+                continue; /* no row has a value */
             const std::string padding(widths[i] - width(line[i]), ' ');
             out += "  ";
             out += numbers[i] ? padding + line[i] : line[i] + padding;

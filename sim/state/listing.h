@@ -12,7 +12,7 @@
 #include "sim/types/columns.h"
 #include "sim/types/json.h"
 
-/* Tables to look at, as aligned text and as JSON. */
+/* Tables as aligned text and as JSON. */
 namespace kvnsim {
 
 /* Nothing ("-", null), a flag ("yes" or "-"), a number, a text, or a list of texts or numbers. */
@@ -52,7 +52,7 @@ struct Listing {
     std::vector<std::vector<Cell>> rows; /* as many cells as columns */
 };
 
-/* Rows of one type by their columns: the names of these are the keys. */
+/* A listing of rows of one type; the column names are the keys. */
 template <class Row>
 Listing listing_of(std::string title, const std::vector<Row> &rows,
                    std::initializer_list<const char *> titles)
@@ -67,9 +67,9 @@ Listing listing_of(std::string title, const std::vector<Row> &rows,
     return listing;
 }
 
-/* Heading and rows in columns, numbers to the right; "none" without rows. Ends with a newline. */
+/* Heading and aligned rows, numbers to the right; "none" without rows. Ends with a newline. */
 std::string to_text(const Listing &listing);
-/* An array with an object for each row, keyed by the columns' keys. */
+/* An array with an object for each row. */
 void write(Json &json, const Listing &listing);
 void write(Json &json, const Cell &cell);
 

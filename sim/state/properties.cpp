@@ -1,7 +1,7 @@
-/* The table of properties. A row's look() fills in the sides that know the property, and says
- * whether they agree; where nothing is asked in words it allocates nothing, for an audit asks it of
- * every interface. What no side of an interface can tell alone (orphans, dangling references, an
- * object that two records claim) is the audit's own. */
+/* The table of properties. A row's look() fills in the sides that know the property and decides
+ * whether they agree. Unless texts are asked for it allocates nothing: an audit runs it for every
+ * interface. What concerns more than one interface's sides (orphans, dangling references, objects
+ * with two owners) is left to the audit. */
 #include "sim/state/properties.h"
 
 #include <algorithm>
@@ -113,7 +113,7 @@ uint32_t channel_id(const InterfaceRows &of)
                                  : no_id;
 }
 
-/* Where a LID entry leads. It is the audit of LID entries that says whether that is right. */
+/* The path of a LID entry. The audit of LID entries checks it. */
 void path(const InterfaceRows &of, Sides &sides, uint32_t)
 {
     if (!of.tells || of.host == nullptr || of.has_vlan())
@@ -336,24 +336,24 @@ void parent(const InterfaceRows &of, Sides &sides, uint32_t)
 
 /* ---- Settings ---- */
 
-/* Tags that the library writes: the front-panel port, or the port-channel with the upper bit. */
+/* Tag that the library writes: the front-panel port, or the port-channel with the top bit set. */
 uint32_t tag_of(const InterfaceRows &of)
 {
     return of.is(InterfaceKind::port_channel) ? ((of.host->number + 1) & 0xFFFF) | 0x8000
                                               : (of.host->number + 1) & 0xFF;
 }
 
-/* Who knows of an attribute, and who decides: what is configured, else what the library records,
- * else what it always writes, else what a new interface has. */
+/* Which sides know an attribute, and its right value: the configured one, else the library's
+ * record, else what it always writes, else the initial value. */
 struct AttributeSides {
     uint32_t number;
     Form form;
-    uint8_t kinds; /* on other interfaces nobody knows of it */
+    uint8_t kinds; /* interfaces of other kinds do not have it */
     uint32_t (*configured)(const WantedInterface &);
     uint32_t (*library)(const InterfaceRows &);
     uint32_t (*always)(const InterfaceRows &);
     uint32_t L3lifRow::*published;
-    bool is_identity; /* also of an interface that is half destroyed */
+    bool is_identity; /* kept by a half-destroyed interface */
 };
 
 constexpr uint8_t bit(InterfaceKind kind)
@@ -389,7 +389,7 @@ constexpr AttributeSides attribute_sides[] = {
     {SdkIntfAttrMtuIdx, Form::number, all_kinds,
      [](const WantedInterface &wanted) { return wanted.mtu; },
      [](const InterfaceRows &of) { return of.host->mtu; }, nullptr, &L3lifRow::mtu, false},
-    /* The property is the opposite of the hardware's check. */
+    /* The property is the inverse of the hardware's check. */
     {SdkIntfAttrIpv4SameIfCheck, Form::flag, all_kinds, nullptr,
      [](const InterfaceRows &of) { return uint32_t{!of.host->ipv4_same_if}; }, nullptr, nullptr,
      false},
@@ -404,7 +404,7 @@ const AttributeSides *sides_of(uint32_t attribute)
     return nullptr;
 }
 
-/* What an internal loopback writes. */
+/* Attributes that an internal loopback writes. */
 struct LoopbackAttribute {
     uint32_t number, value;
 };
@@ -452,7 +452,7 @@ void attribute(const InterfaceRows &of, Sides &sides, uint32_t attribute)
     if (of.intf != nullptr) {
         const AttributeState now = of.index.attribute(of.attributes, of.intf->intf_id, attribute);
         const bool judged = of.judged != nullptr || (known != nullptr && known->is_identity);
-        /* An entry that is gone is told with the SDK interface. */
+        /* A missing entry is reported with the SDK interface. */
         const bool told_elsewhere =
             attribute == SdkIntfAttrLid && now.value != 0 && of.index.lid(now.value) == nullptr;
         const bool published_right =
@@ -647,7 +647,7 @@ const std::vector<Property> &interface_properties()
 
 bool is_made_up_for(AuditKind kind, PropertyId id)
 {
-    /* MACs are added as long as they are not there. */
+    /* MACs that are missing are added again. */
     if (kind == AuditKind::missing && (id == PropertyId::mac_trap || id == PropertyId::none))
         return true;
     const auto &rows = interface_properties();

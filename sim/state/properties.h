@@ -7,16 +7,16 @@
 
 #include "sim/state/index.h"
 
-/* What can be told of an interface: each property once, with its sides and when they agree. The
- * audit, explanations, the report and stress walk this table. */
+/* The properties of an interface: what each side has and whether the sides agree. The audit,
+ * explanations, the report and stress walk this table. */
 namespace kvnsim {
 
 enum class AuditKind : uint8_t {
-    orphan,     /* in the ASIC, and no record owns it */
+    orphan,     /* in the ASIC, without an owner */
     dangling,   /* names something that is gone */
-    difference, /* two places say different things of one object */
-    missing,    /* wanted, and not there */
-    unwanted    /* there, owned, and not wanted */
+    difference, /* two sides disagree about an object */
+    missing,    /* wanted, but absent */
+    unwanted    /* present and owned, but not wanted */
 };
 constexpr const char *audit_kind_names[] = {"orphan", "dangling", "difference", "missing",
                                             "unwanted"};
@@ -65,7 +65,7 @@ constexpr uint32_t attribute_of(PropertyId id)
 }
 const char *to_text(PropertyId id); /* "MTU"; empty for none */
 
-/* A property's value as one side has it. */
+/* One side's value of a property. */
 struct SideValue {
     enum class Form : uint8_t { unknown, none, number, flag, hex, text };
     Form form = Form::unknown;
@@ -75,18 +75,18 @@ struct SideValue {
     std::string to_text() const; /* "", "none", "9100", "on", "0x8001", the text */
 };
 
-/* All sides of one property of one interface. A side that does not know it is unknown. */
+/* All sides of one property of one interface. A side without it is unknown. */
 struct Sides {
     SideValue configured, library, asic, waits, database;
-    SideValue expected;                /* when no side tells what is right */
-    uint32_t right = 0;                /* of an attribute: the number that it must have */
-    const Origin *written = nullptr;   /* who wrote the ASIC's value, or made the object */
-    const Origin *queued = nullptr;    /* who queued what waits for the flush */
-    const Origin *published = nullptr; /* who wrote the database's value */
-    bool is_worth_telling = false;     /* also when the sides agree */
-    std::optional<AuditKind> mismatch; /* difference or missing: they do not agree */
-    const char *table = nullptr;       /* the shared database's, when it is its row that is wrong */
-    const SourceLocation *wanted = nullptr; /* of what is missing in the ASIC, and then */
+    SideValue expected;                     /* when no side has the right value */
+    uint32_t right = 0;                     /* of an attribute: its right value */
+    const Origin *written = nullptr;        /* origin of the ASIC's value or object */
+    const Origin *queued = nullptr;         /* origin of the pending write */
+    const Origin *published = nullptr;      /* origin of the database's value */
+    bool is_worth_telling = false;          /* even when the sides agree */
+    std::optional<AuditKind> mismatch;      /* difference or missing; empty: they agree */
+    const char *table = nullptr;            /* of the shared database, when its row is wrong */
+    const SourceLocation *wanted = nullptr; /* of an object missing in the ASIC, else nullptr */
     std::string lacks;                      /* "has no SDK interface" */
     std::string other;                      /* the other interface concerned */
     bool any_known() const
@@ -101,17 +101,17 @@ struct InterfaceRows {
 
     const Index &index;
     const std::string &name;
-    bool tells; /* put sides into words; else only the verdict is asked for */
+    bool tells; /* fill in texts; else only the verdict */
     const HostRow *host;
     const WantedInterface *wanted;
     const WantedPort *port;
     const ContextRow *context = nullptr;
-    const IntfRow *intf = nullptr; /* that the record names, and the ASIC has */
+    const IntfRow *intf = nullptr; /* named by the record and in the ASIC */
     RowRange<AttributeValueRow> attributes{nullptr, nullptr};
     const L3lifRow *published = nullptr;
     bool must_exist = false;
-    /* What is wanted of an SDK interface that is there with good reason: without members, and of
-     * a port that is routed no more, it is half destroyed and keeps just its identity. */
+    /* What the SDK interface is checked against. nullptr for a port-channel without members or a
+     * port no longer routed: it is half destroyed and keeps only its identity. */
     const WantedInterface *judged = nullptr;
 
     bool is(InterfaceKind kind) const { return host != nullptr && host->kind == kind; }
@@ -124,8 +124,8 @@ struct InterfaceRows {
 
 struct Property {
     PropertyId id;
-    const char *label; /* as explanations call it; nullptr: as findings do */
-    /* What another apply of the same configuration makes up for. */
+    const char *label; /* name in explanations; nullptr: as in findings */
+    /* The kind of finding that applying the same configuration again repairs. */
     std::optional<AuditKind> made_up_for;
     void (*look)(const InterfaceRows &of, Sides &sides, uint32_t attribute);
 };
@@ -133,7 +133,7 @@ struct Property {
 /* In the order of explanations. */
 const std::vector<Property> &interface_properties();
 
-/* Whether another apply makes up for a finding of that kind about that property. */
+/* Whether applying again repairs a finding of that kind about that property. */
 bool is_made_up_for(AuditKind kind, PropertyId id);
 
 } // namespace kvnsim

@@ -1,3 +1,5 @@
+/* The show tables: each function turns a snapshot into a listing, which is both the text and the
+ * JSON. Nothing is computed here that the snapshot or its index does not hold. */
 #include "sim/state/show.h"
 
 #include <algorithm>
@@ -14,7 +16,7 @@ namespace {
 
 constexpr int document_format = 1;
 
-/* Texts that belong to a name, in the order met. */
+/* Texts by name, in table order. */
 using Grouped = std::map<std::string, std::vector<std::string>, std::less<>>;
 
 std::vector<std::string> group(const Grouped &groups, const std::string &name)
@@ -166,7 +168,7 @@ Listing show_lids(const Snapshot &snapshot, const std::string &)
     Listing listing;
     listing.title = "LID entries";
     listing.columns = {{"lid_id", "lid_id"},
-                       {"owner", "Of"},
+                       {"owner", "Owner"},
                        {"leads_to", "Leads to"},
                        {"ifmap_idx", "ifmap index"},
                        {"interfaces", "SDK interfaces"},
@@ -265,7 +267,7 @@ Listing show_summary(const Snapshot &snapshot, const std::string &)
               std::count_if(wanted.begin(), wanted.end(), [&](const WantedInterface &row) {
                   return index.programmed(index.host(row.name));
               })));
-    count("failures", "failed steps not made up for", snapshot.failures.size());
+    count("failures", "failed steps, not yet repaired", snapshot.failures.size());
     return listing;
 }
 
@@ -310,13 +312,12 @@ const std::vector<ShowKind> &show_kinds()
 {
     static const std::vector<ShowKind> kinds{
         {"interfaces", "L3 interfaces with their identifiers and settings", false, show_interfaces},
-        {"ports", "front-panel ports and what they are used for", false, show_ports},
+        {"ports", "front-panel ports and their use", false, show_ports},
         {"port-channels", "port-channels with their members", false, show_port_channels},
-        {"lids", "LID entries, whose they are and where they lead", false, show_lids},
+        {"lids", "LID entries with owners and paths", false, show_lids},
         {"macs", "router MACs and virtual MACs", false, show_macs},
         {"errors", "messages of the error store", false, show_errors},
-        {"summary", "how full the ASIC's tables are, and how much is configured", false,
-         show_summary},
+        {"summary", "ASIC table usage and configured objects", false, show_summary},
         {"attributes", "the SDK attributes of one interface", true, show_attributes},
     };
     return kinds;

@@ -8,7 +8,7 @@
 #include "sim/state/listing.h"
 #include "sim/state/snapshot.h"
 
-/* The tables of a snapshot that people and programs look at. */
+/* Show tables of a snapshot, as text and JSON. */
 namespace kvnsim {
 
 /* A table that can be shown. */
@@ -28,9 +28,9 @@ Listing show(const Snapshot &snapshot, std::string_view what, const std::string 
 
 Listing show(const std::vector<AuditFinding> &findings);
 Listing show(const std::vector<FailureRow> &failures);
-/* What the reader of a configuration said. */
+/* Findings of a configuration's reader. */
 Listing show(const std::vector<Finding> &findings);
-/* Attribute writes that wait for the flush; by itself none of them is a finding. */
+/* Attribute writes that wait for the flush; they are not findings. */
 Listing show_waiting(const Snapshot &snapshot);
 
 /* An object of the whole switch: "format", "word_size", "hostname", "files", each show table but

@@ -1,3 +1,6 @@
+/* Copies the state of the switch into rows. A snapshot shares nothing that can change with the
+ * switch, and rows have a fixed order, so equal states give equal snapshots. Call capture() between
+ * requests, never within one. */
 #include "sim/state/snapshot.h"
 
 #include <algorithm>
@@ -14,7 +17,7 @@
 namespace kvnsim {
 namespace {
 
-/* The library's record of one virtual MAC, key and value of its table alike. */
+/* The library's record of one virtual MAC: both key and value of its table. */
 struct FhrpEntry {
     uint32_t ifindex;
     uint8_t mac[6];
@@ -136,7 +139,7 @@ void capture_virtual_macs(Snapshot &into)
               });
 }
 
-/* Rows that a model gives as they are. */
+/* Rows that are copied unchanged from a model. */
 template <class Model, class... Row> void take_rows(const Model &of, std::vector<Row> &...into)
 {
     (of.template each<Row>([&](const Row &row) { into.push_back(row); }), ...);

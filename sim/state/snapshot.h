@@ -16,17 +16,17 @@
 #include "sim/types/columns.h"
 #include "sim/types/interface_kind.h"
 
-/* Everything that can be seen of the switch at one moment, as plain rows: what is wanted, what the
- * host, the library, the ASIC and the shared database hold, and which request made each of it. */
+/* The state of the switch at one moment, as plain rows: what is wanted, what the host, the library,
+ * the ASIC and the shared database hold, and the request that made each row. */
 namespace kvnsim {
 
 class Switch;
 
-/* Rows of the ASIC, the host and the shared database are declared beside the models that own them;
- * those of what is wanted and of the library here. A table more is a row type more and its vector
- * in Snapshot. Columns are integers, bool, std::string, Mac, InterfaceKind, Finding::Severity,
- * std::optional<uint32_t>, SourceLocation (five columns, none of them set when it is optional and
- * empty), Origin (two) and std::string_view, a word that lives as long as the process. */
+/* Rows of the ASIC, the host and the shared database are declared beside their models; rows of what
+ * is wanted and of the library are here. To add a table, add a row type and its vector in
+ * Snapshot. Columns are integers, bool, std::string, Mac, InterfaceKind, Finding::Severity,
+ * std::optional<uint32_t>, SourceLocation (five columns, all NULL for an empty optional), Origin
+ * (two) and std::string_view, a word that lives as long as the process. */
 
 /* ---- What is wanted. mtu in bytes; names as the configuration gives them. ---- */
 
@@ -43,7 +43,7 @@ struct WantedPort {
 struct WantedInterface {
     std::string name;
     InterfaceKind kind = InterfaceKind::port;
-    bool routed = true;   /* false: a port-channel of layer 2 */
+    bool routed = true;   /* false: a layer 2 port-channel */
     bool implied = false; /* routed only as the parent of a sub-interface */
     bool admin_up = true;
     std::string parent;  /* of a sub-interface */
@@ -53,7 +53,7 @@ struct WantedInterface {
     std::string vrf;
     uint32_t vpn = 0; /* the VRF's number */
     uint32_t nat_zone = 0;
-    std::string addresses; /* as written, a blank between two */
+    std::string addresses; /* as written, separated by blanks */
     SourceLocation location;
     TABLE_ROW("wanted_interface", name, kind, routed, implied, admin_up, parent, number, mtu, ipv4,
               ipv6, vrf, vpn, nat_zone, addresses, location)
@@ -108,7 +108,7 @@ struct ContextRow {
     TABLE_ROW("library_context", ifindex, intf_id, old_intf_id, lid_id, pc_id)
 };
 
-/* An entry of the table of virtual MACs. */
+/* An entry of the library's table of virtual MACs. */
 struct FhrpRow {
     uint32_t ifindex = 0;
     Mac mac{};
@@ -116,7 +116,7 @@ struct FhrpRow {
     TABLE_ROW("library_virtual_mac", ifindex, mac, mac_trap_id)
 };
 
-/* The router MAC whose identifier the library gave to the host. None or one. */
+/* The router MAC that the library gave the host. None or one. */
 struct OwnedRouterMac {
     uint32_t peer_mac_id = 0;
     TABLE_ROW("owned_router_mac", peer_mac_id)
@@ -124,31 +124,31 @@ struct OwnedRouterMac {
 
 /* ---- What went wrong, and the rest ---- */
 
-/* A step that failed and whose object is still not as wanted. */
+/* A failed step, not yet repaired. */
 struct FailureRow {
     std::string object, message;
-    Origin made; /* the request, and its call that failed first */
+    Origin made; /* the request and its first failed call */
     TABLE_ROW("failure", object, message, made)
 };
 
 struct MetaRow {
-    uint32_t word_size = 0; /* bits of the library that ran */
+    uint32_t word_size = 0; /* of the library, in bits */
     std::string hostname;
-    bool interrupted = false; /* the last configuration was not applied to its end */
+    bool interrupted = false; /* the last configuration was not fully applied */
     TABLE_ROW("meta", word_size, hostname, interrupted)
 };
 
-/* A configuration that was applied, in the order applied. */
+/* A configuration file, in the order applied. */
 struct FileRow {
     std::string file;
     TABLE_ROW("configuration_file", file)
 };
 
-/* Rows are in the order of their identifiers or natural order of their names. */
+/* Rows are sorted by identifier, or by name in natural order. */
 struct Snapshot {
     MetaRow meta;
     std::vector<FileRow> files;
-    std::vector<Finding> reader; /* of the last configuration applied, of rows left out above all */
+    std::vector<Finding> reader; /* of the last configuration, such as rows left out */
     std::vector<WantedPort> wanted_ports;
     std::vector<WantedInterface> wanted_interfaces;
     std::vector<WantedMember> wanted_members;
@@ -198,24 +198,24 @@ inline bool operator!=(const Snapshot &a, const Snapshot &b)
     return !(a == b);
 }
 
-/* Why a snapshot cannot be kept or fetched: "FILE: reason". */
+/* Why a snapshot cannot be saved or loaded: "FILE: reason". */
 class SnapshotError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/* The switch as it is now. files are the configurations applied; findings those of the last one,
- * and interrupted whether it was not applied to its end. */
+/* The switch as it is now. files: the configurations applied; findings: those of the last one;
+ * interrupted: it was not fully applied. */
 Snapshot capture(const Switch &of, const std::vector<std::string> &files = {},
                  const std::vector<Finding> &findings = {}, bool interrupted = false);
 
-/* Keep it in an SQLite file. The file appears whole or not at all: until it does, an older one
- * stays as it was. An existing file is replaced only when it holds a snapshot. */
+/* Saves it as an SQLite file, complete or not at all: on failure an older file stays unchanged.
+ * An existing file is replaced only if it holds a snapshot. Throws SnapshotError. */
 void save(const Snapshot &snapshot, const std::string &path);
-/* Throws now what save() would find wrong with the path, before work is spent. */
+/* Checks the path before work is spent; throws what save() would throw. */
 void check_can_save(const std::string &path);
 
-/* Fetch what save() kept; equal to what was saved. */
+/* Loads a saved snapshot, equal to the original. Throws SnapshotError. */
 Snapshot load(const std::string &path);
 
 } // namespace kvnsim

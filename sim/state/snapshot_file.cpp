@@ -1,3 +1,6 @@
+/* A snapshot as an SQLite file: a table for each row type, whose SQL follows from its columns. What
+ * is loaded equals what was saved; every value is checked on the way in, so a damaged file is
+ * reported, never half loaded. The file is written under another name and renamed when complete. */
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -16,7 +19,6 @@
 #include "sim/state/file_in_making.h"
 #include "sim/state/snapshot.h"
 
-/* A snapshot as an SQLite file: a table for each row type. */
 namespace kvnsim {
 namespace {
 
@@ -28,7 +30,7 @@ constexpr int format_version = 3;
     throw SnapshotError(path + ": " + reason);
 }
 
-/* The word, a call's name for one, kept for as long as the process lives. */
+/* The word (such as a call's name), valid for the life of the process. */
 const char *lasting(std::string_view word)
 {
     if (const ImportedCall *known = ImportedCall::find(word))
@@ -40,7 +42,7 @@ const char *lasting(std::string_view word)
 
 /* ---- The SQL of a row type, from its columns ---- */
 
-/* Columns that are more than one in SQL: each part's is named after both. */
+/* Types stored in several SQL columns, each named COLUMN_PART. */
 template <class T> constexpr std::string_view parts_of = {};
 template <> constexpr std::string_view parts_of<SourceLocation> = SourceLocation::column_names;
 template <>
@@ -111,7 +113,7 @@ private:
     std::string name_, trouble_;
 };
 
-/* The requests that rows name, each once: what several rows share is one object again. */
+/* The requests that rows name, each stored once: rows share one object after loading, too. */
 class Requests {
 public:
     void add(const Origin &origin)
@@ -120,7 +122,7 @@ public:
             by_number_.emplace(origin.request->number, origin.request);
         last_ = origin.request.get();
     }
-    template <class T> void add(const T &) {} /* other columns name none */
+    template <class T> void add(const T &) {} /* other columns name no request */
     void add(Request row)
     {
         const uint64_t number = row.number;
@@ -141,12 +143,12 @@ public:
 
 private:
     std::map<uint64_t, RequestRef> by_number_;
-    const Request *last_ = nullptr; /* most rows follow one that the same request made */
+    const Request *last_ = nullptr; /* consecutive rows often share a request */
 };
 
 class Statement {
 public:
-    /* Rows are of this table; origins that are read must name a request of these. */
+    /* table: for error messages. An origin that is read must name one of the requests. */
     Statement(Database &db, const std::string &sql, const char *table = "",
               const Requests *requests = nullptr)
         : db_(db), table_(table), requests_(requests)
@@ -158,7 +160,7 @@ public:
     Statement(const Statement &) = delete;
     Statement &operator=(const Statement &) = delete;
 
-    /* To the next row; false at the end. */
+    /* Moves to the next row; false at the end. */
     bool step()
     {
         const int status = sqlite3_step(statement_);
@@ -307,7 +309,7 @@ private:
     }
     [[noreturn]] void damaged(int column)
     {
-        fail(db_.name(), fmt::format("damaged: {} of table {} holds no such value",
+        fail(db_.name(), fmt::format("damaged: invalid value in column {} of table {}",
                                      sqlite3_column_name(statement_, column), table_));
     }
 
@@ -349,7 +351,7 @@ template <class Row> std::vector<Row> get_rows(Database &db, const Requests *req
 
 /* ---- Files ---- */
 
-/* Why the file is no snapshot, empty if it is one as far as its header says. */
+/* Why the file is not a snapshot, judged by its header; empty if it is one. */
 std::string why_not_snapshot(const std::string &path)
 {
     struct stat info;
@@ -361,7 +363,7 @@ std::string why_not_snapshot(const std::string &path)
                                                                 std::fclose);
     if (!file)
         return std::strerror(errno);
-    /* SQLite's header: 16 bytes that say so, and the application in 4 bytes at 68. */
+    /* SQLite's header: a 16-byte signature, and the 4-byte application id at offset 68. */
     unsigned char header[72] = {};
     const size_t read = std::fread(header, 1, sizeof header, file.get());
     const int id = header[68] << 24 | header[69] << 16 | header[70] << 8 | header[71];
@@ -379,11 +381,11 @@ bool is_absent_or_empty(const std::string &path)
     return S_ISREG(info.st_mode) && info.st_size == 0;
 }
 
-/* Name is how the file is called in messages. */
+/* name: the file's name in messages. */
 void write(const Snapshot &snapshot, const std::string &path, const std::string &name)
 {
     Database db(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, name);
-    /* Nobody sees the file before it is whole, so that SQLite need not guard it. */
+    /* Nobody sees the file until it is complete, so SQLite need not protect it. */
     db.run("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; PRAGMA locking_mode = EXCLUSIVE");
     db.run(fmt::format("PRAGMA application_id = {}; PRAGMA user_version = {}", application_id,
                        format_version));

@@ -29,7 +29,7 @@ bool is_member(const Desired &desired, const std::string &port)
         [&](const auto &port_channel) { return port_channel.second.members.count(port) != 0; });
 }
 
-/* A sub-interface needs a LID to stand on: a routed port that is no member, or a routed
+/* A sub-interface shares its parent's LID: a routed port that is not a member, or a routed
  * port-channel with a member that joins. */
 bool can_have_sub_interfaces(const Desired &desired, const std::string &parent)
 {
@@ -153,9 +153,9 @@ std::string RandomDesired::toggle_port(const std::string &port)
 {
     const std::string &name = of(port);
     if (desired_.ports.erase(name) != 0)
-        return name + ": not there";
+        return name + ": absent";
     desired_.ports.emplace(name, new_port(name));
-    return name + ": there";
+    return name + ": present";
 }
 
 std::string RandomDesired::toggle_routed_port()
@@ -206,7 +206,7 @@ std::string RandomDesired::toggle_member()
         return toggle_port(port);
     auto &[name, port_channel] = *random_entry(
         desired_.port_channels, pick(static_cast<uint32_t>(desired_.port_channels.size())));
-    /* Mostly ports that the library will take. */
+    /* Mostly ports that the library does not decline. */
     if (desired_.routed_ports.count(port) != 0 && pick(8) != 0)
         return change_settings();
     port_channel.members.emplace(port, location_of("PORTCHANNEL_MEMBER", name + '|' + port));
@@ -264,7 +264,7 @@ std::string RandomDesired::toggle_sub_interface()
     sub.mtu = random_mtu();
     sub.l3 = random_l3();
     sub.location = location_of("VLAN_SUB_INTERFACE", name);
-    return name + (desired_.sub_interfaces.emplace(name, sub).second ? ": created" : ": as it is");
+    return name + (desired_.sub_interfaces.emplace(name, sub).second ? ": created" : ": unchanged");
 }
 
 std::string RandomDesired::toggle_virtual_mac()
@@ -299,7 +299,7 @@ std::string RandomDesired::change_settings()
         it->second.mtu = random_mtu();
     if (const auto it = desired_.port_channels.find(name); it != desired_.port_channels.end())
         it->second.mtu = random_mtu();
-    return name + ": other settings";
+    return name + ": settings changed";
 }
 
 std::string RandomDesired::change_port_mtu()
@@ -458,7 +458,7 @@ std::string describe(const Desired &desired, const std::string &name)
     const bool there = desired.ports.count(name) + desired.port_channels.count(name) +
                            desired.svis.count(name) + desired.sub_interfaces.count(name) !=
                        0;
-    return name + (there ? ": there" : ": not there");
+    return name + (there ? ": present" : ": absent");
 }
 
 } // namespace kvnsim

@@ -7,17 +7,17 @@
 
 #include "sim/config/desired.h"
 
-/* Random configurations: after each change everything has what it stands on. */
+/* Random configurations, complete after each change: every object has what it depends on. */
 namespace kvnsim {
 
 class RandomDesired {
 public:
-    /* About so many L3 interfaces at most; the same seed gives the same configurations. */
+    /* interfaces: approximate maximum of L3 interfaces. */
     explicit RandomDesired(uint32_t interfaces);
 
-    /* Make one random change, chosen by the seed alone; says what it did: "Vlan7: MTU 1500". */
+    /* Makes one random change, chosen by the seed alone; returns it in words: "Vlan7: MTU 1500". */
     std::string change(uint64_t seed);
-    /* The interface that it was made of, with its virtual MACs; "switch" of the router MAC. */
+    /* The interface last changed, with its virtual MACs; "switch" for the router MAC. */
     const std::string &changed() const { return changed_; }
 
     const Desired &desired() const { return desired_; }
@@ -50,13 +50,13 @@ private:
     Random random_;
 };
 
-/* Take what from wants of one interface, or of the switch, over into to. */
+/* Copies what is wanted of one interface, or of the switch. */
 void take_over(Desired &to, const Desired &from, const std::string &name);
-/* Drop what lost what it stands on, and memberships but the first of each port. An SVI needs no
- * VLAN here: the ports of VLANs are not the library's. */
+/* Drops objects that miss what they depend on, and all but the first membership of each port. An
+ * SVI needs no VLAN here: the library does not handle the ports of VLANs. */
 void tidy(Desired &desired);
-/* The interfaces wanted and the switch; of ports those that are not as in the bare one, the
- * configuration that random changes begin with. */
+/* The wanted interfaces and the switch; ports only if they differ from bare, the configuration
+ * before the first change. */
 std::vector<std::string> objects(const Desired &desired, const Desired &bare);
 /* One of them: "PortChannel1: routed, with Ethernet4", "Ethernet0: routed, MTU 1500". */
 std::string describe(const Desired &desired, const std::string &name);

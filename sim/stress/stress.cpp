@@ -1,3 +1,7 @@
+/* Random changes with injected failures, audited after each. Invariant: every failed step and every
+ * finding has an injected failure behind it, and applying the same configuration again without
+ * failures repairs whatever can be repaired. A violation is reproduced with fewer and fewer changes
+ * until none can be left out. All randomness follows from one seed. */
 #include "sim/stress/stress.h"
 
 #include <algorithm>
@@ -17,7 +21,7 @@
 namespace kvnsim {
 namespace {
 
-/* What happened to whom since power-on. */
+/* Which interfaces failures have affected since power-on. */
 class Watch : public Observer {
 public:
     Watch() { Journal::instance().add(*this); }
@@ -33,8 +37,9 @@ public:
             injections_.push_back(request.first_failure().words);
         if (touches(request.subject))
             touch_losers();
-        /* What was refused in the wake of a failure spreads it. */
-        if (request.injected_failures == 0 && (request.failed_calls == 0 || !in_the_wake(request)))
+        /* A refusal caused by a failure spreads it. */
+        if (request.injected_failures == 0 &&
+            (request.failed_calls == 0 || !follows_failure(request)))
             return;
         struck_.insert(request.number);
         touch(request.subject);
@@ -42,7 +47,7 @@ public:
 
     void failed(const Step &step) { touch(step.name); }
 
-    /* The failures injected since the last time: "libsdk_intf_create: SDK_E_INTERNAL". */
+    /* The failures injected since the last call: "libsdk_intf_create: SDK_E_INTERNAL". */
     std::vector<std::string> injections() { return std::exchange(injections_, {}); }
 
     bool clean() const { return touched_.empty(); }
@@ -57,7 +62,7 @@ public:
 
     bool explains(const AuditFinding &finding) const
     {
-        /* What concerns no interface is the switch's: its router MAC. */
+        /* Without an interface it concerns the switch: its router MAC. */
         return touches(finding.interface.empty() ? "switch" : finding.interface) ||
                touches(finding.other) ||
                std::any_of(finding.requests.begin(), finding.requests.end(),
@@ -65,7 +70,7 @@ public:
     }
 
 private:
-    /* An interface and those that it stands on share their fate. */
+    /* A failure affects an interface together with those it depends on. */
     static std::vector<std::string> family(const std::string &name)
     {
         std::vector<std::string> names = {name};
@@ -85,8 +90,8 @@ private:
             touched_.insert(std::move(one));
     }
 
-    /* An interface that kept the identifiers of what it lost may destroy what another one was given
-     * under the same identifiers. */
+    /* An interface that still records identifiers of objects it lost may destroy another one's
+     * objects with the same identifiers. */
     void touch_losers()
     {
         const Asic &asic = Asic::instance();
@@ -105,17 +110,17 @@ private:
 
     bool touches(const std::string &name) const { return touches(family(name)); }
 
-    /* Whether a failure struck the request, or its subject: what an interface made and a later
-     * failure leaked has no other trace of its owner. */
+    /* Whether a failure affected the request or its subject: an object that a later failure leaked
+     * has no other trace of its owner. */
     bool behind(uint64_t request) const
     {
         const auto maker = families_.find(request);
         return struck_.count(request) != 0 || (maker != families_.end() && touches(maker->second));
     }
 
-    /* Whether a request that was refused concerns what a failure touched, or was refused for what
-     * such a request left. */
-    bool in_the_wake(const Request &request) const
+    /* Whether a refused request concerns an affected interface, or was refused because of an object
+     * that an affected request left. */
+    bool follows_failure(const Request &request) const
     {
         const std::vector<RequestRef> &named = request.first_failure().named;
         return touches(request.subject) ||
@@ -145,7 +150,7 @@ public:
         apply(start, "power-on");
     }
 
-    /* Take it to the next configuration, while calls fail as this seed has it. */
+    /* Applies the next configuration with failures injected from this seed. */
     void change(const Desired &to, const std::string &words, uint64_t fault_seed, uint64_t number)
     {
         Faults &faults = Journal::instance().faults;
@@ -158,23 +163,23 @@ public:
         }
     }
 
-    /* Apply the same once more, without failures: what can be made up for must be, unless a step
-     * failed for what was left behind. */
+    /* Applies the same configuration again, without failures. What can be repaired must be, unless
+     * a step failed because of leftovers. */
     void repair(const Desired &want)
     {
-        const std::vector<std::string> failed = apply(want, "once more");
+        const std::vector<std::string> failed = apply(want, "applied again");
         if (problem_)
             return;
         for (const AuditFinding &finding : findings_) {
             if (is_made_up_for(finding.kind, finding.property) &&
                 std::find(failed.begin(), failed.end(), finding.interface) == failed.end()) {
-                problem_ = "not made up for: " + to_text(finding);
+                problem_ = "not repaired: " + to_text(finding);
                 return;
             }
         }
     }
 
-    /* What is wrong without a failure behind it. */
+    /* A problem without a failure behind it. */
     const std::optional<std::string> &problem() const { return problem_; }
     Watch &watch() { return watch_; }
 
@@ -235,7 +240,7 @@ struct Operation {
     uint64_t number, change_seed, fault_seed;
 };
 
-/* What the configuration wants of one object from some moment on, whatever else it wants. */
+/* What the configuration wants of one object from some moment on. */
 struct Change {
     bool at_power_on;
     std::string object, words;
@@ -250,14 +255,14 @@ Change change_of(const Desired &desired, const std::string &object, std::string 
     return change;
 }
 
-/* Finds a short way to a problem. */
+/* Finds a short sequence of changes that leads to the problem. */
 class Shortening {
 public:
     Shortening(const RandomDesired &start, const std::vector<Operation> &operations,
                const StressOptions &options)
         : bare_(RandomDesired(options.interfaces).desired()), options_(options)
     {
-        /* The fewer operations after a power-on the better: most problems show at once. */
+        /* Try few operations after a power-on first: most problems show at once. */
         for (size_t last = std::min<size_t>(operations.size(), 1); problem_.what.empty();
              last *= 2) {
             last = std::min(last, operations.size());
@@ -267,7 +272,7 @@ public:
         }
     }
 
-    /* Leave out what is not needed: halves first, then single changes. */
+    /* Removes changes that are not needed: halves first, then single ones. */
     StressProblem run()
     {
         for (size_t chunk = std::max<size_t>(shortest_.size() / 2, 1);; chunk /= 2) {
@@ -316,7 +321,7 @@ private:
         return tries_ < most && !(options_.stop && options_.stop());
     }
 
-    /* Whether these still end in a problem, which is kept then. */
+    /* Whether these still end in a problem; if so, keeps it. */
     bool still_wrong(const std::vector<Change> &all)
     {
         if (options_.shortening)
@@ -355,7 +360,7 @@ private:
     uint64_t tries_ = 0;
 };
 
-/* Every audit would copy the messages of all failures up to then, and look at none. */
+/* Without this, every audit would copy all error messages so far and use none. */
 class NoErrorStore {
 public:
     NoErrorStore()
@@ -393,7 +398,7 @@ StressResult stress(const StressOptions &options)
         result.operations++;
         if (options.progress)
             options.progress(result.operations, options.operations);
-        /* Leftovers pile up; a switch started afresh must come up without any. */
+        /* Leftovers pile up; a restarted switch must come up without any. */
         const bool power_cycle = !life->watch().clean() && next_random(seeds) % 16 == 0;
         if (!life->problem() && (power_cycle || operations.size() >= 1000))
             life->repair(random.desired());
@@ -411,7 +416,7 @@ StressResult stress(const StressOptions &options)
     life.reset();
     if (problem) {
         result.problem = Shortening(start, operations, options).run();
-        if (result.problem->what.empty()) /* it was not to be seen again */
+        if (result.problem->what.empty()) /* not reproduced */
             result.problem->what = *problem;
     }
     return result;

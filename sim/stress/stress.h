@@ -8,26 +8,25 @@
 
 #include "sim/switch/switch.h"
 
-/* Churn: random changes of the configuration with random failures of the library's calls, audited
- * after each. Whatever is wrong must have an injected failure behind it. */
+/* Stress test: random configuration changes with injected failures of the library's calls, audited
+ * after each. Every problem must have an injected failure behind it. */
 namespace kvnsim {
 
 struct StressOptions {
-    uint32_t interfaces = 64; /* about so many L3 interfaces at most */
+    uint32_t interfaces = 64; /* approximate maximum of L3 interfaces */
     uint64_t operations = 10000;
     uint64_t seed = 1;
-    double fail_rate = 0.01;    /* of each call that can fail */
-    std::function<bool()> stop; /* asked before each operation, and while shortening */
-    std::function<void(uint64_t done, uint64_t of)> progress;   /* told after each operation */
-    std::function<void(uint64_t tries)> shortening;             /* told before each try */
+    double fail_rate = 0.01;    /* probability, for each call that can fail */
+    std::function<bool()> stop; /* polled before each operation and while shortening */
+    std::function<void(uint64_t done, uint64_t of)> progress;   /* called after each operation */
+    std::function<void(uint64_t tries)> shortening;             /* called before each try */
     std::function<void(Switch &, uint64_t operation)> sabotage; /* for tests: after each apply */
 };
 
-/* What is wrong without a failure behind it, and the shortest way found to see it again. */
+/* A problem without a failure behind it, and the shortest sequence found that reproduces it. */
 struct StressProblem {
-    std::string what; /* the audit's words, or the failed step's */
-    /* What leads there: what is wanted at power-on, then one change after another, each with the
-     * calls that failed. */
+    std::string what; /* the finding, or the failed step */
+    /* The sequence: what is wanted at power-on, then the changes, each with its failed calls. */
     std::vector<std::string> power_on, changes;
 };
 
@@ -36,9 +35,9 @@ struct StressResult {
     uint64_t requests = 0;
     uint64_t calls = 0;
     uint64_t injected = 0;     /* failures injected */
-    uint64_t failed_steps = 0; /* steps that did not come about, for that reason or in its wake */
+    uint64_t failed_steps = 0; /* steps that failed because of them, directly or later */
     uint64_t findings = 0;     /* of all audits, each explained */
-    uint64_t power_cycles = 0; /* switches started afresh, from the configuration so far */
+    uint64_t power_cycles = 0; /* restarts with the current configuration */
     bool stopped = false;
     std::optional<StressProblem> problem;
 };

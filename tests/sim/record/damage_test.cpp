@@ -22,13 +22,13 @@ protected:
 TEST_F(Damaged, NewerVersionIsRefused)
 {
     expect_problem("{\"kvnsim_recording\":2,\"word_size\":64}\n",
-                   "try.jsonl:1:1: a recording of version 2; version 1 can be read");
+                   "try.jsonl:1:1: recording version 2; only version 1 can be read");
 }
 
 TEST_F(Damaged, OtherFilesAreNoRecordings)
 {
-    expect_problem("", "try.jsonl: this is not a recording: it is empty");
-    expect_problem("{\"PORT\":{}}\n", "try.jsonl:1:1: this is not a recording: expected "
+    expect_problem("", "try.jsonl: not a recording: empty file");
+    expect_problem("{\"PORT\":{}}\n", "try.jsonl:1:1: not a recording: expected "
                                       "{\"kvnsim_recording\":1,...}");
     expect_problem("PORT\n", "try.jsonl:1:1: damaged line: Invalid value.");
 }
@@ -74,10 +74,10 @@ TEST_F(Damaged, CutRecordingIsToldWhereItStops)
     }
     const Replay last = replayed(text_of({lines.begin(), lines.end() - 1}));
     EXPECT_EQ(last.problem, "try.jsonl:" + std::to_string(lines.size() - 1) +
-                                ":1: the recording stops here, without its last line");
+                                ":1: the recording ends without its last line");
     EXPECT_EQ(last.requests, 10u);
     const Replay within = replayed(text_of({lines.begin(), lines.end() - 2}));
-    EXPECT_NE(within.problem.find(": the recording stops within request 12, which may have ended "
+    EXPECT_NE(within.problem.find(": the recording ends within request 12, which may have ended "
                                   "the process"),
               std::string::npos)
         << within.problem;

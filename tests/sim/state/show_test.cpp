@@ -166,7 +166,7 @@ TEST_F(Show, PortChannelsTellsWantedAndProgrammedMembers)
 TEST_F(Show, LidsTellsWhoseEachIsAndWhatIsBoundToIt)
 {
     const std::string text = to_text(show(small_switch(), "lids"));
-    EXPECT_THAT(text, HasSubstr("  lid_id  Of            Leads to        ifmap index  SDK "
+    EXPECT_THAT(text, HasSubstr("  lid_id  Owner         Leads to        ifmap index  SDK "
                                 "interfaces  Made by\n"));
     EXPECT_THAT(text,
                 HasSubstr("\n       1  Ethernet0     front port 1           4097               "

@@ -230,8 +230,9 @@ TEST_F(SnapshotFile, WithAValueOfTheWrongKindIsDamaged)
     for (const auto &c : cases) {
         save(snapshot, file.path);
         run_sql(fmt::format("UPDATE {} SET {} = {}", c.table, c.column, c.value));
-        EXPECT_EQ(why_not_loaded(), fmt::format("{}: damaged: {} of table {} holds no such value",
-                                                file.path, c.column, c.table))
+        EXPECT_EQ(why_not_loaded(),
+                  fmt::format("{}: damaged: invalid value in column {} of table {}", file.path,
+                              c.column, c.table))
             << c.value;
     }
 }
@@ -242,7 +243,7 @@ TEST_F(SnapshotFile, WithoutARequestThatRowsNameIsDamaged)
     save(snapshot, file.path);
     run_sql(fmt::format("DELETE FROM request WHERE number = {}", snapshot.traps[0].made.number()));
     EXPECT_EQ(why_not_loaded(),
-              file.path + ": damaged: made_request of table asic_trap holds no such value");
+              file.path + ": damaged: invalid value in column made_request of table asic_trap");
 }
 
 /* ---- Requests ---- */
