@@ -1,5 +1,5 @@
-/* The life of a switch with many L3 interfaces: applied, found as wanted, changed, audited and torn
- * down, with the time that each phase takes for one interface. */
+/* A switch with many L3 interfaces: apply, apply again, change, audit, tear down, with the time of
+ * each phase for one interface. */
 #include <benchmark/benchmark.h>
 
 #include <ctime>
@@ -13,9 +13,8 @@ namespace {
 
 using namespace kvnsim;
 
-/* Count L3 interfaces in the same mixture for each count: of 65,000 there are 200 routed ports, 25
- * routed port-channels of two members, 4,000 SVIs, and sub-interfaces on ports and port-channels.
- */
+/* count L3 interfaces, always in the same proportions: of 65,000, 200 are routed ports, 25 routed
+ * port-channels of two members, 4,000 SVIs, the rest sub-interfaces on ports and port-channels. */
 Desired switch_with(uint32_t count)
 {
     const auto share = [count](uint32_t of_65000) {
@@ -76,7 +75,7 @@ bool audit_finds_nothing(const Switch &sw)
     return audit(capture(sw)).empty();
 }
 
-/* Processor time in seconds: unlike the clock's it stands still while others have the processor. */
+/* Processor time of this process in seconds. */
 double processor_time()
 {
     timespec time{};
@@ -84,15 +83,15 @@ double processor_time()
     return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-/* Live through count interfaces so many times; adds the time that each phase took for one
- * interface, and all of them, to the counters "apply/1000", "change/1000" ... and "life/1000". */
+/* Run all phases with count interfaces, as often as times; adds each phase's time for one interface
+ * to the counters "apply/1000", "change/1000" ..., and the sum to "life/1000". */
 void live(benchmark::State &state, uint32_t count, int times)
 {
     const auto desired = std::make_shared<const Desired>(switch_with(count));
     const auto with_ipv6 = std::make_shared<const Desired>(changed(*desired));
-    const auto phase = [&](const std::string &name, auto &&comes_about) {
+    const auto phase = [&](const std::string &name, auto &&succeeds) {
         const double start = processor_time();
-        if (!comes_about())
+        if (!succeeds())
             state.SkipWithError(name.c_str());
         const double time = (processor_time() - start) / times / count;
         for (const std::string &of : {name, std::string("life")})
@@ -110,8 +109,8 @@ void live(benchmark::State &state, uint32_t count, int times)
     }
 }
 
-/* Few interfaces and many in turns, as many of them in all, so that both have the same processor:
- * its speed changes within seconds. */
+/* Few and many interfaces in turn, the same total of each: the processor's speed changes within
+ * seconds. */
 void life(benchmark::State &state)
 {
     for (auto _ : state) {
