@@ -1,6 +1,7 @@
 /* The sinks of trace records: error store, debug file, event file, console and observers. Each
- * record reaches each sink once. The library reports one record through several services in turn;
- * only the later ones get the level, so a record for observers waits until its level is known. */
+ * record reaches each sink that is on, once. The library reports one record through several
+ * services in turn; only the later ones get the level, so a record for observers waits until its
+ * level is known. */
 #include "sim/fwm/diagnostics.h"
 
 #include <cerrno>

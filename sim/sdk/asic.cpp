@@ -1,7 +1,7 @@
-/* The ASIC model. An operation checks everything before it changes anything: a refused one leaves
- * no trace but its reason. Every reference is known from both ends (chains, counts, indexes by
- * key), so that nothing that is referred to can be destroyed, and a refusal names the holder and
- * its origin. Only the SDK's calls make these operations; everybody else only reads. */
+/* The ASIC model. An operation checks everything before it changes anything: a refused one has no
+ * effect but its reason. References are known from both ends (chains, counts, indexes by key), so
+ * that an object in use cannot be destroyed (except a port-channel's LID entry, see holds_its_lid),
+ * and a refusal names the holder and its origin. The SDK's calls are the callers. */
 #include "sim/sdk/asic.h"
 
 #include <algorithm>

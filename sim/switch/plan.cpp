@@ -1,7 +1,7 @@
 /* Makes a plan: compares what the switch has with what a configuration wants. The steps of each
- * kind are collected apart and put together in the order of StepKind, so that deletions come before
- * creations and an object before what refers to it. Planning changes nothing; an object that lost
- * its SDK interface takes along all that was built on it. */
+ * kind are collected apart and put together in the order of StepKind: deletions before creations,
+ * an object before what refers to it. What is built on an SDK interface that goes is recreated.
+ * Planning changes nothing. */
 #include <algorithm>
 #include <array>
 #include <deque>

@@ -1,6 +1,6 @@
-/* The executor carries out the steps of a plan. After each step, have_ holds exactly what has been
- * applied, and failures_ the first reason why an object is not as wanted: a later plan starts from
- * there. A failed step does not stop the others. Interfaces are created and deleted through the
+/* The executor carries out the steps of a plan. After each step, have_ holds what has been applied,
+ * and failures_ the first reason why an object is not as wanted: the next plan starts from there. A
+ * failed step does not stop the others. SDK interfaces are created and deleted through the
  * choreography only. */
 #include "sim/switch/switch.h"
 
