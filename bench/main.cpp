@@ -1,4 +1,4 @@
-/* Runs the benchmarks and closes with how the time for one interface grows with their number. */
+/* Runs the benchmarks and reports how the time for one interface grows with their number. */
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -18,8 +18,8 @@ double median(std::vector<double> values)
     return *middle;
 }
 
-/* Closes with the time that each phase takes for one interface, by their number. The ratio is that
- * of two times measured one after the other. */
+/* Ends with each phase's time for one interface, by their number. A ratio is that of two times
+ * measured one after the other. */
 class Scaling : public benchmark::ConsoleReporter {
 public:
     Scaling() : ConsoleReporter(OO_None) {}
@@ -67,8 +67,8 @@ int main(int argc, char **argv)
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
-    /* Few interfaces live again and again in the same memory; many shall have theirs too, not be
-     * given fresh pages for each life. */
+    /* Runs with few interfaces reuse their memory; runs with many should too, instead of getting
+     * fresh pages each time. */
     mallopt(M_MMAP_MAX, 0);
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     Scaling reporter;

@@ -1,3 +1,7 @@
+/* Reads the tables of a document into a Configuration, in the order of the schema rows, so that a
+ * row refers only to what has been read. Key and fields are checked here against the schema; only
+ * valid rows reach the table's read function, and every other row has a finding. Never throws on
+ * bad input. */
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -125,13 +129,13 @@ private:
         for (const TableSchema &known : tables()) {
             if (spelling(table.name) != spelling(known.name))
                 continue;
-            draft_.error(location(table), fmt::format("there is no table {}: {} was meant",
+            draft_.error(location(table), fmt::format("unknown table {}: expected {}",
                                                       quoted(table.name), known.name));
             draft_.leave_out(known.name, location(table));
         }
     }
 
-    /* Without a table of ports, the switch has those that its rows name. */
+    /* Without a table PORT, the ports are those that rows name. */
     void infer_ports()
     {
         if (find("PORT") || draft_.left_out("PORT", {}))
@@ -173,7 +177,7 @@ private:
             defaults.push_back(declared.fallback ? *parse_field(declared, declared.fallback)
                                                  : FieldValue{});
 
-        /* An interface's own row first: the address rows add to it. */
+        /* An interface's own row first; address rows add to it. */
         for (const bool with_address : {false, true}) {
             std::vector<std::pair<std::string, SourceLocation>> unsound;
             for (const DocumentRow &source_row : source.rows) {
@@ -228,7 +232,7 @@ private:
         return true;
     }
 
-    /* Whether the row can be used; every fault in it is told. */
+    /* Whether the row is valid; every error in it is reported. */
     bool take_fields(Row &row, const DocumentRow &source)
     {
         if (source.kind != ValueKind::object) {
@@ -285,7 +289,7 @@ private:
         for (const TableField &declared : row.table.fields) {
             if (spelling(field.name) == declared.name) {
                 draft_.error(moved(row.location, field.at),
-                             fmt::format("there is no field {}: {} was meant", quoted(field.name),
+                             fmt::format("unknown field {}: expected {}", quoted(field.name),
                                          declared.name));
                 return false;
             }

@@ -17,7 +17,7 @@ bool is_digit(char c)
     return c >= '0' && c <= '9';
 }
 
-/* Takes the digits that text begins with; leading zeros do not count. */
+/* Takes the digits at the start of text, without leading zeros. */
 std::string_view take_digits(std::string_view &text)
 {
     size_t zeros = 0;
@@ -31,7 +31,7 @@ std::string_view take_digits(std::string_view &text)
     return digits;
 }
 
-/* Drops what both begin with, but no part of a number. */
+/* Drops the common start, but no part of a number. */
 void skip_common_start(std::string_view &a, std::string_view &b)
 {
     const size_t shorter = std::min(a.size(), b.size());
@@ -44,7 +44,7 @@ void skip_common_start(std::string_view &a, std::string_view &b)
     b.remove_prefix(same);
 }
 
-/* Below, equal or above zero as a stands before, with or after b. */
+/* Below, equal or above zero as a sorts before, with or after b. */
 int compare_naturally(std::string_view a, std::string_view b)
 {
     skip_common_start(a, b);
@@ -70,7 +70,7 @@ int compare_naturally(std::string_view a, std::string_view b)
 bool NaturalOrder::operator()(const std::string &a, const std::string &b) const
 {
     const int order = compare_naturally(a, b);
-    /* PortChannel1 and PortChannel01 are two names. */
+    /* PortChannel1 and PortChannel01 are different names. */
     return order != 0 ? order < 0 : a < b;
 }
 

@@ -11,10 +11,10 @@
 #include "sim/types/columns.h"
 #include "sim/types/mac.h"
 
-/* What a configuration wants of the switch, by name. Host order, defaults filled in. */
+/* What a configuration wants of the switch, by name, with defaults filled in. */
 namespace kvnsim {
 
-/* Where something was said: line and column are 1-based. */
+/* A place in a configuration: line and column are 1-based. */
 struct SourceLocation {
     std::string file; /* as given on the command line, "-" for standard input */
     uint32_t line = 0, column = 0;
@@ -28,8 +28,8 @@ struct SourceLocation {
     }
 };
 
-/* Keeps what it allocates of one type together, apart from all else: large maps are walked through
- * again and again. The memory is kept for more of the type. */
+/* Allocates objects of one type close together: large maps are walked often. Freed memory is kept
+ * for the same type. */
 template <class T> struct PoolAllocator {
     using value_type = T;
     PoolAllocator() = default;
@@ -46,8 +46,8 @@ template <class T> struct PoolAllocator {
     friend bool operator!=(const PoolAllocator &, const PoolAllocator &) { return false; }
 
 private:
-    /* Never destroyed: maps may outlive all but the process. The address sanitizer watches over
-     * each allocation by itself only. */
+    /* Never destroyed: maps may live until the process ends. The address sanitizer needs separate
+     * allocations. */
     static std::pmr::memory_resource &pool()
     {
 #ifdef __SANITIZE_ADDRESS__
@@ -59,7 +59,7 @@ private:
     }
 };
 
-/* Order of interface names as people read them: Ethernet2 before Ethernet10. */
+/* Natural order of interface names: Ethernet2 before Ethernet10. */
 struct NaturalOrder {
     using is_transparent = void;
     bool operator()(const std::string &a, const std::string &b) const;
@@ -99,7 +99,7 @@ struct DesiredPortChannel {
 struct DesiredSubInterface {
     std::string parent; /* a port or a port-channel, by full name */
     uint32_t vlan = 0;  /* 1..4094 */
-    uint16_t mtu = 0;   /* already capped to the parent's */
+    uint16_t mtu = 0;   /* capped to the parent's */
     L3Settings l3;
     SourceLocation location;
 };
@@ -135,12 +135,12 @@ struct Desired {
     ByName<DesiredVlan> vlans;
     std::map<VirtualMac, SourceLocation> virtual_macs;
 
-    /* Whether a member joins, with which the port-channel gets into the ASIC: the library declines
-     * ports that are routed themselves. */
+    /* Whether a member joins, which creates the port-channel in the ASIC: the library declines
+     * routed ports. */
     bool has_member_that_joins(const DesiredPortChannel &channel) const;
 };
 
-/* Something the reader has to tell. */
+/* An error, warning or note of the reader. */
 struct Finding {
     enum class Severity : uint8_t { note, warning, error };
     Severity severity = Severity::error;
@@ -151,7 +151,7 @@ struct Finding {
     /* The message, with the row it conflicts with: "... (see leaf.json:12:5: PORT|Ethernet0)". */
     std::string words() const;
     /* "file:line:column: table|key: message (see file:line:column: table|key)"; "warning: " or
-     * "note: " stands before the message of a finding that is no error. Always one line. */
+     * "note: " precedes the message of a finding that is not an error. Always one line. */
     std::string to_text() const;
 };
 
@@ -161,20 +161,20 @@ inline const char *to_text(Finding::Severity severity)
     return severity_names[static_cast<size_t>(severity)];
 }
 
-/* A configuration as read: what it wants, what is to be said about it, what was left out. */
+/* A configuration as read: what it wants, findings, ignored tables. */
 struct Configuration {
     std::string file;
-    Desired desired;                         /* the sound rows only */
+    Desired desired;                         /* valid rows only */
     std::vector<Finding> findings;           /* in the order of their places */
     std::map<std::string, uint32_t> ignored; /* tables that are not applied, with their rows */
-    /* Not so after a syntax error, or of a file that cannot be read: nothing is known of what it
-     * wants, which is not the same as wanting nothing. */
+    /* False after a syntax error, or when the file cannot be read: then what it wants is unknown,
+     * which is not the same as nothing. */
     bool is_understood = false;
     bool has_errors() const;
 };
 
 /* Read a configuration; text is the file's whole content. Never throws on bad input. Rows with an
- * error are left out of what is desired, and so is what refers to them. */
+ * error are left out, and so is what refers to them. */
 Configuration read_configuration(const std::string &file, const std::string &text);
 
 } // namespace kvnsim

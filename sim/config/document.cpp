@@ -1,3 +1,6 @@
+/* Reads the text of a configuration into tables, rows and fields, in one pass over the parser's
+ * events. Each name and value keeps the position where it starts, and duplicate names are kept
+ * until they are reported; a document has each name once. read_configuration() calls it. */
 #include "sim/config/document.h"
 
 #include <fmt/format.h>
@@ -16,7 +19,7 @@ namespace {
 constexpr uint32_t max_depth = 64;
 constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
 
-/* Walks through the text, forwards only, and knows the line and column. */
+/* Moves forward through the text and counts lines and columns. */
 class PositionFinder {
 public:
     PositionFinder(const std::string &text, size_t offset) : text_(text), offset_(offset) {}
@@ -41,8 +44,8 @@ private:
     Position at_;
 };
 
-/* The parser works on a copy of a StringStream while it reads a token, which hides how far it is;
- * of a stream that it does not know it makes none. */
+/* The parser copies a StringStream while it reads a token, which hides its position; it does not
+ * copy other stream types. */
 struct TextStream : rapidjson::StringStream {
     explicit TextStream(const char *text) : rapidjson::StringStream(text) {}
 };
@@ -53,7 +56,7 @@ bool is_blank(char c)
 }
 
 /* Takes the parser's events. The first three levels of objects are tables, rows and fields; what
- * lies deeper, or stands in the place of one of them, is passed over. */
+ * is deeper, or of another kind, is passed over. */
 class Builder {
 public:
     using Ch = char;
@@ -80,7 +83,7 @@ public:
     {
         return value(ValueKind::text, {s, length});
     }
-    /* Numbers come as they are written. */
+    /* Numbers come as text. */
     bool Int(int) { return false; }
     bool Uint(unsigned) { return false; }
     bool Int64(int64_t) { return false; }
@@ -132,8 +135,8 @@ private:
         return !too_deep;
     }
 
-    /* The parser tells of a string, number or word when it has read it, and of a bracket before:
-     * in either case the token begins after the one before. */
+    /* The parser reports a string, number or word after reading it, a bracket before. In either
+     * case the token begins after the previous one. */
     Position token_start(bool is_bracket)
     {
         while (is_blank(text_[token_end_]) || text_[token_end_] == ',' || text_[token_end_] == ':')
@@ -168,8 +171,8 @@ private:
     const TextStream &stream_;
     size_t token_end_;
     PositionFinder position_;
-    uint32_t level_ = 0;       /* objects open that hold tables, rows, fields */
-    uint32_t passed_over_ = 0; /* objects and lists open within what is passed over */
+    uint32_t level_ = 0;       /* open objects that hold tables, rows, fields */
+    uint32_t passed_over_ = 0; /* open objects and lists that are passed over */
 };
 
 SourceLocation location_of(const std::string &file, Position at)
@@ -198,7 +201,7 @@ std::string explain(rapidjson::ParseErrorCode code, const std::string &text, siz
         return fmt::format("there is a comma before '{}': expected none after the last entry",
                            found);
     if (found == '/' || found == '#')
-        return "there is a comment: JSON has none";
+        return "comments are not allowed in JSON";
     const bool in_string = code == rapidjson::kParseErrorStringInvalidEncoding ||
                            code == rapidjson::kParseErrorStringEscapeInvalid;
     if (in_string && static_cast<unsigned char>(found) < 0x20)
@@ -253,7 +256,7 @@ Finding syntax_error(const std::string &file, const std::string &text, size_t st
     return finding;
 }
 
-/* Each entry whose name an earlier one has, with that one: (later, first). */
+/* Each duplicate entry with the first of its name: (later, first). */
 template <class Entry>
 std::vector<std::pair<size_t, size_t>> find_repeated(const std::vector<Entry> &entries)
 {
@@ -290,7 +293,7 @@ void erase_repeated(std::vector<Entry> &entries,
     entries = std::move(kept);
 }
 
-/* Tells of every name that is there twice and leaves one of each. */
+/* Reports every duplicate name and leaves one of each. */
 class Repetitions {
 public:
     Repetitions(const std::string &file, std::vector<Finding> &findings)
@@ -302,8 +305,8 @@ public:
         const auto repeated = find_repeated(tables);
         for (const auto &[later, first] : repeated) {
             DocumentTable &from = tables[later], &into = tables[first];
-            tell("the table is there twice", location(from.at, from.name),
-                 location(into.at, into.name));
+            report("the table is there twice", location(from.at, from.name),
+                   location(into.at, into.name));
             into.rows.insert(into.rows.end(), std::make_move_iterator(from.rows.begin()),
                              std::make_move_iterator(from.rows.end()));
             if (from.kind == ValueKind::object)
@@ -320,16 +323,16 @@ private:
         const auto repeated = find_repeated(table.rows);
         for (const auto &[later, first] : repeated) {
             const std::string &key = table.rows[later].name;
-            tell("the row is there twice", location(table.rows[later].at, table.name, key),
-                 location(table.rows[first].at, table.name, key));
+            report("the row is there twice", location(table.rows[later].at, table.name, key),
+                   location(table.rows[first].at, table.name, key));
         }
         erase_repeated(table.rows, repeated);
         for (DocumentRow &row : table.rows) {
             const auto fields = find_repeated(row.fields);
             for (const auto &[later, first] : fields)
-                tell("the field " + quoted(row.fields[later].name) + " is there twice",
-                     location(row.fields[later].at, table.name, row.name),
-                     location(row.fields[first].at, table.name, row.name));
+                report("the field " + quoted(row.fields[later].name) + " is there twice",
+                       location(row.fields[later].at, table.name, row.name),
+                       location(row.fields[first].at, table.name, row.name));
             erase_repeated(row.fields, fields);
         }
     }
@@ -340,7 +343,7 @@ private:
         return {file_, at.line, at.column, table, key};
     }
 
-    void tell(std::string message, SourceLocation where, SourceLocation first)
+    void report(std::string message, SourceLocation where, SourceLocation first)
     {
         findings_.push_back(
             {Finding::Severity::error, std::move(where), std::move(message), std::move(first)});
@@ -381,14 +384,14 @@ Document read_document(const std::string &file, const std::string &text,
         stream.Take();
     Builder builder(text, stream, start);
 
-    /* The parser takes a NUL for the end of the text. */
+    /* To the parser, a NUL ends the text. */
     if (const size_t nul = text.find('\0'); nul != text.npos) {
         findings.push_back(syntax_error(file, text, start, nul,
                                         "there is a NUL byte: expected UTF-8 text", builder));
         return {};
     }
 
-    /* Without recursion: how deep the file nests is its own affair. */
+    /* Without recursion: the file may nest to any depth. */
     constexpr unsigned flags = rapidjson::kParseIterativeFlag |
                                rapidjson::kParseValidateEncodingFlag |
                                rapidjson::kParseNumbersAsStringsFlag;

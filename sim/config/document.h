@@ -6,7 +6,7 @@
 
 #include "sim/config/desired.h"
 
-/* A configuration file as it is written: tables of rows of fields, each with its place. */
+/* A configuration file as written: tables of rows of fields, each with its position. */
 namespace kvnsim {
 
 /* Of a token's first character; columns count characters, not bytes. */
@@ -38,11 +38,11 @@ struct DocumentTable {
 };
 struct Document {
     std::vector<DocumentTable> tables;
-    bool is_object = false; /* otherwise there is a syntax error, or something else: no tables */
+    bool is_object = false; /* false: a syntax error or another value; no tables */
 };
 
-/* Parse text. What is wrong with its form goes to findings: one syntax error at the most, and
- * every key that is there twice (the first row or field stays; a table's rows are joined). */
+/* Parse text. Formal errors go to findings: at most one syntax error, and every duplicate key (the
+ * first row or field stays; the rows of duplicate tables are joined). */
 Document read_document(const std::string &file, const std::string &text,
                        std::vector<Finding> &findings);
 

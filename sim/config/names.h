@@ -8,10 +8,10 @@
 #include "sim/config/desired.h"
 #include "sim/types/interface_kind.h"
 
-/* The forms of what configurations are written in: names, numbers, addresses. */
+/* The formats in configurations: names, numbers, addresses. */
 namespace kvnsim {
 
-/* What a number may be, both ends included. */
+/* A range of numbers, both ends included. */
 struct Range {
     uint32_t min, max;
     constexpr bool has(uint32_t number) const { return number >= min && number <= max; }
@@ -25,7 +25,7 @@ constexpr Range vrid_range{1, 255};
 constexpr Range nat_zone_range{0, 3};
 constexpr Range port_name_range{0, 9999}; /* the number in a port's name */
 constexpr size_t most_channel_digits = 4;
-constexpr size_t most_vrf_characters = 12; /* behind Vrf */
+constexpr size_t most_vrf_characters = 12; /* after Vrf */
 constexpr size_t most_ports = 255; /* port numbers of the front panel are 8 bits wide, from 1 */
 
 struct InterfaceName {
@@ -66,11 +66,10 @@ std::optional<bool> parse_boolean(std::string_view text);
 
 /* Without blanks at both ends. */
 std::string_view trimmed(std::string_view text);
-/* The same in lower case: what a misspelt name may have meant. */
+/* The same in lower case, to recognise a misspelt name. */
 std::string spelling(std::string_view text);
 
-/* The text on one line and no longer than a message bears: control characters, which a terminal
- * would obey, as \x0a. */
+/* The text on one line, cut to a message's length, with control characters as \x0a. */
 constexpr size_t most_printed = 80;
 std::string printable(std::string_view text, size_t most_characters = most_printed);
 /* The same in double quotes. */

@@ -12,7 +12,7 @@ namespace {
 
 using Severity = Finding::Severity;
 
-/* The object that a row refers to; if it is missing, says so and gives nullptr. */
+/* The object that a row refers to; nullptr, with a finding, if it is missing. */
 template <class Object>
 Object *referred(Draft &draft, const Row &row, ByName<Object> &objects, const char *table,
                  const std::string &name, Severity severity = Severity::error)
@@ -35,12 +35,12 @@ void add_virtual_mac(Draft &draft, const Row &row, const std::string &interface,
         draft.desired.virtual_macs.try_emplace({interface, mac}, row.location);
     if (!is_new)
         draft.error(row.location,
-                    fmt::format("{} has the virtual MAC {} already", interface, to_text(mac)),
+                    fmt::format("{} already has the virtual MAC {}", interface, to_text(mac)),
                     there->second);
 }
 
 /* Why a port-channel is not in the ASIC: "PortChannel1 has no member", and the row behind it; empty
- * if it is there. */
+ * if it is. */
 std::optional<std::pair<std::string, SourceLocation>>
 why_absent(const Desired &desired, const std::string &name, const DesiredPortChannel &channel)
 {
@@ -59,8 +59,8 @@ void read_device_metadata(Draft &draft, const Row &row)
     constexpr const char *itself = "localhost";
     if (row.name() != itself) {
         if (spelling(row.name()) == itself)
-            draft.error(row.location, fmt::format("there is no row {}: {} was meant",
-                                                  quoted(row.name()), itself));
+            draft.error(row.location,
+                        fmt::format("unknown row {}: expected {}", quoted(row.name()), itself));
         return;
     }
     draft.desired.hostname = row.text("hostname");
@@ -111,9 +111,10 @@ void read_port_channel(Draft &draft, const Row &row)
     const uint32_t number = parse_interface_name(row.name())->number;
     const auto [there, is_new] = draft.channel_numbers.try_emplace(number, row.location);
     if (!is_new) {
-        draft.error(row.location,
-                    fmt::format("port-channel {} is {} already", number, there->second.key),
-                    there->second);
+        draft.error(
+            row.location,
+            fmt::format("port-channel number {} is already used by {}", number, there->second.key),
+            there->second);
         draft.leave_out(row.table.name, row.name(), row.location);
         return;
     }
@@ -179,7 +180,7 @@ void read_vlan_member(Draft &draft, const Row &row)
 
 /* ---- Routed interfaces ---- */
 
-/* What is routed takes no part in a VLAN. */
+/* A routed interface does not take part in a VLAN. */
 void warn_of_vlan(Draft &draft, const Row &row, const std::string &routed)
 {
     if (const auto bridged = draft.bridged.find(routed); bridged != draft.bridged.end())
@@ -194,7 +195,7 @@ void add_address(Draft &draft, const Row &row, L3Settings &l3)
         draft.note(row.location,
                    fmt::format("{} has no prefix length: taken as a host address", row.address()));
     (address.ipv6 ? l3.ipv6 : l3.ipv4) = true;
-    /* In an order of their own, so that the order of the rows makes no difference. */
+    /* Sorted, so that the order of the rows makes no difference. */
     l3.addresses.insert(
         std::upper_bound(l3.addresses.begin(), l3.addresses.end(), row.address(), NaturalOrder()),
         row.address());
@@ -213,8 +214,8 @@ void set_l3(Draft &draft, const Row &row, L3Settings &l3)
                       fmt::format("vrf_name is {}, which has no row in VRF", vrf));
 }
 
-/* What the rows of every routed interface have in common: find gives the settings of the
- * interface if it is there, create makes it, or says what is wrong and gives nullptr. */
+/* Common to the rows of all routed interfaces: find returns the settings of the interface if it
+ * exists; create makes it, or returns nullptr with a finding. */
 template <class Find, class Create>
 void read_l3_row(Draft &draft, const Row &row, Find &&find, Create &&create)
 {
@@ -307,8 +308,8 @@ void read_vlan_interface(Draft &draft, const Row &row)
                       "SAG|GLOBAL");
 }
 
-/* The parent of a sub-interface: routed, made so if no row did, and with a LID to share. Gives its
- * MTU; 0 when it cannot be a parent, and says why. */
+/* The parent of a sub-interface: routed, if necessary because of the sub-interface, and with a LID
+ * to share. Returns its MTU; 0, with a finding, when it cannot be a parent. */
 uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
 {
     Desired &desired = draft.desired;
@@ -332,7 +333,7 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
         if (const auto absence = why_absent(desired, parent, *channel)) {
             draft.error(row.location,
                         absence->first +
-                            ": a sub-interface needs its LID, which comes with the first one",
+                            ": a sub-interface needs its LID, which the first member creates",
                         absence->second);
             return 0;
         }
@@ -370,10 +371,10 @@ void read_sub_interface(Draft &draft, const Row &row)
         if (!row.is_address_row && row.given("vlan")) {
             vlan = row.number("vlan");
         } else if (name.short_form) {
-            draft.error(row.location,
-                        fmt::format("vlan is missing: expected {}, for the short name "
-                                    "{} does not say it",
-                                    to_text(encapsulation_range), row.name()));
+            draft.error(
+                row.location,
+                fmt::format("vlan is missing: expected {}; the short name {} does not give it",
+                            to_text(encapsulation_range), row.name()));
             return nullptr;
         } else if (!encapsulation_range.has(vlan)) {
             draft.error(row.location,
@@ -444,10 +445,10 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
         return referred(draft, row, none, "PORTCHANNEL_INTERFACE", name);
     }
     if (const auto absence = why_absent(desired, name, found->second)) {
-        draft.warning(row.location,
-                      fmt::format("left out: {}, and without one no interface for a virtual MAC",
-                                  absence->first),
-                      absence->second);
+        draft.warning(
+            row.location,
+            fmt::format("left out: {}, so no interface for a virtual MAC", absence->first),
+            absence->second);
         return false;
     }
     return true;
@@ -492,7 +493,7 @@ std::vector<TableField> with_l3_fields(std::vector<TableField> more)
         {"vrf_name", FieldType::vrf, 0, 0, "default", "the VRF that the interface routes in"},
         number("nat_zone", nat_zone_range, "0", "the zone for address translation"),
         {"ipv6_use_link_local_only", FieldType::boolean, 0, 0, "disable",
-         "IPv6 on without an IPv6 address"},
+         "enable IPv6 without an IPv6 address"},
     };
     fields.insert(fields.end(), more.begin(), more.end());
     return fields;
@@ -510,7 +511,7 @@ std::vector<TableSchema> make_tables()
          {KeyPart::any},
          false,
          {{"hostname", FieldType::text, 0, 63, "", "the switch's name"},
-          {"mac", FieldType::mac, 0, 0, nullptr, "the router MAC; without it there is none"}},
+          {"mac", FieldType::mac, 0, 0, nullptr, "the router MAC; none if missing"}},
          "the switch itself; only the row `localhost` is read",
          read_device_metadata},
         {"VRF", {KeyPart::vrf}, false, {}, "a VRF; it gets a number", read_vrf},
@@ -518,7 +519,7 @@ std::vector<TableSchema> make_tables()
          {KeyPart::port},
          false,
          {mtu,
-          {"admin_status", FieldType::up_down, 0, 0, "down", "whether the port is to be used"},
+          {"admin_status", FieldType::up_down, 0, 0, "down", "administrative state of the port"},
           {"alias", FieldType::text, 0, 255, "", "a second name, shown only"}},
          fmt::format("a front-panel port; at most {}", most_ports),
          read_port},
@@ -527,7 +528,7 @@ std::vector<TableSchema> make_tables()
          false,
          {mtu,
           {"admin_status", FieldType::up_down, 0, 0, "up",
-           "whether the port-channel is to be used"}},
+           "administrative state of the port-channel"}},
          "a port-channel; layer 2 unless it is routed by a row below",
          read_port_channel},
         {"PORTCHANNEL_MEMBER",
@@ -564,11 +565,12 @@ std::vector<TableSchema> make_tables()
         {"VLAN_SUB_INTERFACE",
          {KeyPart::sub_interface},
          true,
-         with_l3_fields({number("vlan", encapsulation_range, nullptr,
-                                "the VLAN on the wire; without it the number after the dot, which "
-                                "a short name does not have"),
-                         number("mtu", mtu_range, nullptr,
-                                "the largest packet, in bytes; the parent's, and never more")}),
+         with_l3_fields(
+             {number("vlan", encapsulation_range, nullptr,
+                     "the encapsulation VLAN; if missing, the number after the dot of "
+                     "a long name"),
+              number("mtu", mtu_range, nullptr,
+                     "the largest packet, in bytes; the parent's if missing or larger")}),
          "a sub-interface; its parent becomes routed if no row made it so",
          read_sub_interface},
         {"SAG",
@@ -582,7 +584,7 @@ std::vector<TableSchema> make_tables()
          {KeyPart::vlan},
          true,
          with_l3_fields({{"static_anycast_gateway", FieldType::boolean, 0, 0, "false",
-                          "answers to gateway_mac of SAG too"},
+                          "also answer to gateway_mac of SAG"},
                          {"mtu", FieldType::elsewhere, 0, 0, nullptr, "the VLAN's row in VLAN"}}),
          "a routed VLAN (SVI)",
          read_vlan_interface},
@@ -623,7 +625,7 @@ std::string expected(const TableField &field)
     case FieldType::number:
         return "a number " + to_text(Range{field.min, field.max});
     case FieldType::text:
-        return fmt::format("at most {} characters, none of them a control character", field.max);
+        return fmt::format("at most {} characters, no control characters", field.max);
     case FieldType::boolean:
         return "enable or disable (or true, yes, on, false, no, off)";
     case FieldType::up_down:

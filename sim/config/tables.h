@@ -10,8 +10,8 @@
 #include "sim/config/document.h"
 #include "sim/config/names.h"
 
-/* The configuration tables that are read, as data: a table's key, fields, ranges, defaults and
- * what reads its rows stand together in one row of the list in tables.cpp. */
+/* The configuration tables that are read, as data: a row of the list in tables.cpp holds a table's
+ * key, fields, ranges, defaults and what reads its rows. */
 namespace kvnsim {
 
 enum class FieldType : uint8_t {
@@ -21,18 +21,18 @@ enum class FieldType : uint8_t {
     up_down,   /* "up" or "down" */
     mac,       /* not all zero */
     vrf,       /* see is_vrf_name */
-    elsewhere, /* not read from this table; meaning says from where */
+    elsewhere, /* not read from this table; meaning names the source */
 };
 
 struct TableField {
     const char *name;
     FieldType type;
     uint32_t min, max;
-    const char *fallback; /* what a row without the field means; nullptr: see meaning */
+    const char *fallback; /* default; nullptr: see meaning */
     const char *meaning;
 };
 
-/* What a part of a key, between its '|', has to be. */
+/* The kind of a part of a key, between '|'. */
 enum class KeyPart : uint8_t {
     any,
     port,
@@ -60,9 +60,9 @@ struct TableSchema {
     const char *name;
     std::vector<KeyPart> key;
     bool has_address_rows;          /* the key, then '|' and an IP address, in rows of their own */
-    std::vector<TableField> fields; /* of the rows that are no address rows; others are not read */
+    std::vector<TableField> fields; /* of rows other than address rows */
     std::string meaning;
-    /* Called for each row whose key and fields are sound; address rows after all others. */
+    /* Called for each row with valid key and fields; address rows after all others. */
     void (*read)(Draft &draft, const Row &row);
 };
 
@@ -80,14 +80,12 @@ struct FieldValue {
     uint32_t number = 0; /* of a number; 1 for true and up */
     std::string text;
     Mac mac{};
-    Position at; /* of what the row says */
+    Position at; /* in the row */
 };
-/* The value of a field that says text; empty when it is not what is expected, and of a field that
- * is not read. */
+/* The value of a field's text; empty when it is invalid or the field is not read. */
 std::optional<FieldValue> parse_field(const TableField &field, const std::string &text);
 
-/* A row with its key taken apart and its fields checked. The fields asked for must be the
- * table's. */
+/* A row with its key split and its fields checked. Only fields of its table may be asked for. */
 class Row {
 public:
     Row(const TableSchema &of, SourceLocation where) : table(of), location(std::move(where)) {}
@@ -105,14 +103,14 @@ public:
     bool flag(const char *field) const { return value(field).number != 0; }
     const std::string &text(const char *field) const { return value(field).text; }
     const Mac &mac(const char *field) const { return value(field).mac; }
-    /* Where the row says it; only for fields that it has. */
+    /* The field's place; only for fields that the row has. */
     SourceLocation location_of(const char *field) const { return moved(location, value(field).at); }
 
 private:
     const FieldValue &value(const char *field) const;
 };
 
-/* A configuration in the making. */
+/* A configuration while it is read. */
 class Draft {
 public:
     explicit Draft(Configuration &configuration)
@@ -134,13 +132,13 @@ public:
                  std::optional<SourceLocation> other = {});
     void note(const SourceLocation &location, std::string message);
 
-    /* What is not there because of an error in its row, or in the whole table. To be asked about
-     * objects that are missing only: another row may be sound. */
+    /* What is missing because of an error in its row or table. Only for missing objects: another
+     * row may be valid. */
     void leave_out(const std::string &table, const std::string &name, const SourceLocation &row);
     void leave_out(const std::string &table, const SourceLocation &location);
     const SourceLocation *left_out(const std::string &table, const std::string &name) const;
 
-    /* Add a front-panel port, or leave it out if there are as many as a switch has. */
+    /* Add a front-panel port, or leave it out when there are most_ports. */
     void add_port(const std::string &name, DesiredPort port);
 
 private:

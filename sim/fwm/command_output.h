@@ -5,8 +5,8 @@
 
 namespace kvnsim {
 
-/* Where a command's output goes: what the library's dump takes as cli_ctx, and cmd_prt prints
- * into. Text is kept as it comes; nothing is added. */
+/* Where a command's output goes: the library's dump takes it as cli_ctx, cmd_prt prints into it.
+ * The text is kept unchanged. */
 class CommandOutput {
 public:
     explicit CommandOutput(std::string &text) : text_(text) {}

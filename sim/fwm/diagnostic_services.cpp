@@ -1,5 +1,5 @@
-/* The services that trace records go to. They are called for every record, often several times,
- * and are no part of what the library asks of the switch: they stay out of the journal's calls. */
+/* The services that take trace records. They are called for every record, often several times, and
+ * ask nothing of the switch: the journal does not count them as calls. */
 #include <cstdarg>
 #include <cstring>
 

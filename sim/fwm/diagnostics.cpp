@@ -1,3 +1,7 @@
+/* The sinks of trace records: error store, debug file, event file, console and observers. Each
+ * record reaches each sink that is on, once. The library reports one record through several
+ * services in turn; only the later ones get the level, so a record for observers waits until its
+ * level is known. */
 #include "sim/fwm/diagnostics.h"
 
 #include <cerrno>
@@ -11,7 +15,7 @@
 namespace kvnsim {
 namespace {
 
-/* The debug file is flushed every so many messages, and with each error. */
+/* The debug file is flushed after this many messages, and after each error. */
 constexpr uint32_t messages_per_flush = 64;
 
 struct LevelName {
@@ -65,8 +69,9 @@ bool LevelSwitch::on(int32_t level) const
     return level == trace_level_error ? error : level == trace_level_debug && debug;
 }
 
-/* Messages grouped by where they come from and what they say. When there are as many groups as it
- * may have, one more takes all that belong to none. */
+/* Messages grouped by source line and text. When the store is full, one more group takes all
+ * others.
+ */
 class Diagnostics::ErrorStore {
 public:
     explicit ErrorStore(size_t capacity) : capacity_(capacity) {}
@@ -171,7 +176,7 @@ std::string Diagnostics::flush()
 }
 
 /* The waiting trace record, if any, is of this level. */
-void Diagnostics::level_told(int32_t level)
+void Diagnostics::level_known(int32_t level)
 {
     if (!is_pending_)
         return;
@@ -183,7 +188,7 @@ void Diagnostics::level_told(int32_t level)
 void Diagnostics::add_trace(const char *function, int32_t line, const char *format,
                             va_list arguments)
 {
-    level_told(trace_level_debug);
+    level_known(trace_level_debug);
     if (!Journal::instance().observed())
         return;
     pending_function_ = function;
@@ -196,7 +201,7 @@ void Diagnostics::add_trace(const char *function, int32_t line, const char *form
 void Diagnostics::add_error(const char *function, int32_t line, const char *format,
                             va_list arguments)
 {
-    level_told(trace_level_error);
+    level_known(trace_level_error);
     const RequestRef request = Journal::instance().current();
     errors_->add(function, line, formatted(format, arguments), request ? request->number : 0);
 }
@@ -215,7 +220,7 @@ const char *Diagnostics::time_text()
 
 const char *Diagnostics::level_name(int32_t level)
 {
-    level_told(level);
+    level_known(level);
     written_level_ = level;
     for (const LevelName &row : level_names)
         if (row.level == level)
@@ -235,7 +240,7 @@ void Diagnostics::debug_message_written()
 
 bool Diagnostics::records_events(int32_t level)
 {
-    level_told(level);
+    level_known(level);
     return events_ && sinks_.events.on(level);
 }
 
@@ -244,7 +249,7 @@ void Diagnostics::record_event(uint32_t event, int32_t level, std::string_view t
     if (!events_)
         return;
     write_event(events_, now_ns(), event, level, text);
-    /* The process may end with the failure that an error tells of. */
+    /* The process may end with the failure that the error reports. */
     if (level == trace_level_error)
         std::fflush(events_);
 }

@@ -14,7 +14,7 @@
 #include "sim/journal/journal.h"
 #include "sim/types/columns.h"
 
-/* The forwarding manager's diagnostic services: where trace records go. */
+/* The host's diagnostic services: where trace records go. */
 namespace kvnsim {
 
 constexpr int32_t trace_level_error = 102;
@@ -28,7 +28,7 @@ struct LevelSwitch {
 
 /* Which sinks are on. */
 struct Sinks {
-    size_t error_groups = 1000;           /* what the error store tells apart, 0 = off */
+    size_t error_groups = 1000;           /* capacity of the error store, 0 = off */
     std::string debug_file;               /* path, empty = off */
     std::string event_file;               /* path, empty = off */
     LevelSwitch events{true, true};       /* levels that the event file gets */
@@ -38,7 +38,7 @@ struct Sinks {
                                              reproducible output; empty = the clock */
 };
 
-/* Equal messages of the error store; without a function, all those that came when it was full. */
+/* Equal messages of the error store; without a function, all that arrived when it was full. */
 struct ErrorGroup {
     std::string function;
     int32_t line = 0;
@@ -48,25 +48,25 @@ struct ErrorGroup {
     TABLE_ROW("error", function, line, text, count, last_request)
 };
 
-/* One thread, as everything at the library's boundary. */
+/* Single-threaded, like everything at the library's boundary. */
 class Diagnostics {
 public:
     static Diagnostics &instance();
     Diagnostics(const Diagnostics &) = delete;
     Diagnostics &operator=(const Diagnostics &) = delete;
 
-    /* Switch to these sinks. A file that was open under the same path goes on, any other is
-     * started anew, and so is an error store of another size. Empty when done; else why not
-     * ("cannot write FILE: reason"), and the sinks are as before. */
+    /* Switch to these sinks. A file open under the same path is continued, any other is started
+     * anew, and so is an error store of another size. Empty on success; else the error ("cannot
+     * write FILE: reason"), and the sinks are unchanged. */
     std::string configure(const Sinks &sinks);
     const Sinks &sinks() const { return sinks_; }
 
     /* The error store, in the order of first occurrence. */
     const std::vector<ErrorGroup> &errors() const;
 
-    /* Write out what is buffered for files. Empty, or the file that could not be written. */
+    /* Write out buffered text. Empty, or the file that could not be written. */
     std::string flush();
-    /* Close files, forget everything, the sinks as at the start. */
+    /* Close files, discard everything, reset the sinks. */
     void reset();
 
     /* ---- What the C services do; messages are printf-style. ---- */
@@ -87,15 +87,15 @@ private:
 
     Diagnostics();
     ~Diagnostics();
-    void level_told(int32_t level);
+    void level_known(int32_t level);
     int64_t now_ns() const;
     std::string_view formatted(const char *format, va_list arguments) FWM_PRINTF(2, 0);
 
     Sinks sinks_;
     std::string scratch_; /* of formatted() */
 
-    /* The service that takes a trace record is not told its level: while the journal is observed,
-     * the record waits here for the next service of its emission, which is. */
+    /* The service that takes a trace record does not get its level: while the journal is observed,
+     * the record waits here for the next service of its emission, which does. */
     TraceRecord pending_;
     std::string pending_function_; /* what pending_.function points at */
     bool is_pending_ = false;

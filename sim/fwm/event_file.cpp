@@ -31,7 +31,7 @@ uint32_t get_word(std::string_view from, size_t at)
     return static_cast<uint32_t>(get_little_endian(from, at, 4));
 }
 
-/* What is wrong with the header, empty for a sound one. */
+/* What is wrong with the header; empty when it is valid. */
 std::string header_problem(std::string_view bytes)
 {
     if (bytes.substr(0, magic.size()) != magic)
@@ -45,7 +45,7 @@ std::string header_problem(std::string_view bytes)
     return "";
 }
 
-/* Decode the event at *at and move *at behind it; what is wrong, empty for a sound one. */
+/* Decode the event at *at and move *at behind it. What is wrong; empty when it is valid. */
 std::string decode(std::string_view bytes, size_t *at, Event *event)
 {
     const size_t left = bytes.size() - *at;

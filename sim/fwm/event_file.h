@@ -20,10 +20,10 @@ struct Event {
     friend bool operator==(const Event &a, const Event &b);
 };
 
-/* What a file held: every event up to the first one that is damaged. */
+/* The contents of a file: every event up to the first damaged one. */
 struct EventFile {
     std::vector<Event> events;
-    std::string problem; /* "at byte 1234: ..."; empty when the file is sound to its end */
+    std::string problem; /* "at byte 1234: ..."; empty when the whole file is valid */
 };
 
 /* Write to a file opened for writing in binary; false when it cannot be written. */
@@ -31,7 +31,7 @@ bool write_event_header(std::FILE *file);
 bool write_event(std::FILE *file, int64_t time_ns, uint32_t event, int32_t level,
                  std::string_view text);
 
-/* Decode a file, or bytes in memory. Any bytes are tolerated. */
+/* Decode a file, or bytes in memory. Any bytes are accepted. */
 EventFile read_events(const std::string &path);
 EventFile parse_events(std::string_view bytes);
 

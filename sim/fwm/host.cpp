@@ -1,3 +1,7 @@
+/* The host's records. A number identifies one interface of its kind, and a record keeps its address
+ * while it exists: the library holds pointers to it. Records refer to each other (parent, channel,
+ * counts) only through add, remove, join and leave, which keep both sides equal. A refused service
+ * changes nothing and leaves its reason in the journal. */
 #include "sim/fwm/host.h"
 
 #include <cerrno>
@@ -20,7 +24,7 @@ constexpr uint32_t port_binding = 1; /* kind of the port manager's record */
 constexpr uint32_t port_command_call = 0x8000001;
 constexpr uint32_t internal_loopback_on = 121, internal_loopback_off = 122;
 
-/* Repairs of the host's own are not made to fail. */
+/* No fault injection in the host's own repairs. */
 class WithoutFaults {
 public:
     WithoutFaults() { switch_to(true); }
@@ -37,7 +41,7 @@ private:
     const bool were_armed_ = Journal::instance().faults.armed();
 };
 
-/* Refuse a service, telling why to whoever watches. */
+/* Refuse a service, with the reason for the journal. */
 int32_t refuse(int32_t code, std::string reason)
 {
     Journal::instance().note(std::move(reason));
@@ -49,7 +53,7 @@ int32_t refuse_ifindex(uint32_t ifindex, const char *expected)
     return refuse(ENOENT, fmt::format("{:#x} is no {}", ifindex, expected));
 }
 
-/* A LID entry with one path; nothing stays behind when refused. */
+/* A LID entry with one path; nothing remains when refused. */
 int32_t make_lid_entry(const sdk_lid_path &path, uint32_t *lid_id)
 {
     if (const int32_t code = libsdk_lid_entry_create(dev_inst, lid_id))
@@ -366,7 +370,7 @@ int32_t Host::release_held_port_channel(HostInterface &port_channel)
     if (held.lid_id != no_id) {
         if (const int32_t code = libsdk_lid_entry_destroy(dev_inst, held.lid_id))
             return code;
-        held.lid_id = no_id; /* gone, should the next step be refused and this be done again */
+        held.lid_id = no_id; /* for a repetition, if the next call is refused */
     }
     if (const int32_t code = libsdk_portchannel_destroy(dev_inst, held.pc_id))
         return code;
@@ -445,7 +449,7 @@ int32_t Host::keep_intf(uint32_t ifindex, uint32_t intf_id, int32_t flag)
 int32_t Host::give_over_port_channel(uint32_t ifindex)
 {
     if (!held_.erase(ifindex))
-        return refuse_ifindex(ifindex, "port-channel that the forwarding manager holds");
+        return refuse_ifindex(ifindex, "port-channel that the host holds");
     return 0;
 }
 

@@ -17,11 +17,12 @@
 #include "sim/sdk/asic.h"
 #include "sim/types/interface_kind.h"
 
-/* The small forwarding manager: the interfaces of the switch and what its services know of them.
- * The C services (l3lif_*, fwmpd_*, if_index_*, sse_call2 ...) answer from Host::instance(). */
+/* The host (the forwarding manager): the interfaces of the switch and what its services know of
+ * them. The C services (l3lif_*, fwmpd_*, if_index_*, sse_call2 ...) answer from Host::instance().
+ */
 namespace kvnsim {
 
-/* Interface indexes of this forwarding manager: the kind in the upper four bits, a number below.
+/* Interface indexes of this host: the kind in the upper four bits, a number below.
  *   1  port          0-based front-panel port 0..254
  *   2  port-channel  channel number 0..9999
  *   3  SVI           VLAN 1..4094
@@ -46,10 +47,10 @@ constexpr uint32_t sub_interface_ifindex(uint32_t sequence)
     return 0x40000000 | sequence;
 }
 
-/* One interface of the switch. The base is the record that the library is given: ip_cfg points at
- * ip, and a port-channel's pc_membership at membership. Made and owned by Host, which alone writes
- * the base's pointers, parent, channel and the fields below the line; the rest is the user's, to
- * be set before the library is called. */
+/* One interface of the switch. The base is the record passed to the library: ip_cfg points at
+ * ip, and a port-channel's pc_membership at membership. Created and owned by Host, which alone
+ * writes the base's pointers, parent, channel and the fields below the line; the caller sets the
+ * rest before a request. */
 struct HostInterface : public l3lif {
     HostInterface(InterfaceKind kind, std::string name, uint32_t ifindex);
     ~HostInterface(); /* frees the library's context */
@@ -61,8 +62,8 @@ struct HostInterface : public l3lif {
     const uint32_t number;  /* what the ifindex holds below its kind */
 
     std::string alias;
-    l3lif_ip_cfg ip{};      /* settings as they shall be; ip.mtu goes to the database */
-    uint32_t v4_vpn_id = 0; /* VPN numbers and NAT zone that the database shall hold */
+    l3lif_ip_cfg ip{};      /* wanted settings; ip.mtu is published */
+    uint32_t v4_vpn_id = 0; /* VPN numbers and NAT zone to publish */
     uint32_t v6_vpn_id = 0;
     uint32_t nat_zone = 0;
 
@@ -82,7 +83,7 @@ struct HostInterface : public l3lif {
     uint32_t intf_id() const;
 };
 
-/* An interface as the host knows it, to look at. */
+/* A copy of what the host knows of an interface. */
 struct HostRow {
     uint32_t ifindex = 0;
     InterfaceKind kind = InterfaceKind::port;
@@ -93,7 +94,7 @@ struct HostRow {
     std::optional<uint32_t> channel; /* of a member port: its port-channel's ifindex */
     uint32_t pd_state = 0;           /* 0 never made, 3 created, 4 destroyed */
     bool registered = false;
-    uint32_t mtu = 0; /* as handed to the library */
+    uint32_t mtu = 0; /* as passed to the library */
     bool ipv4_ucst = false, ipv4_mcst = false, ipv4_same_if = false;
     uint32_t v4_vpn = 0, v6_vpn = 0, nat_zone = 0;
     std::optional<uint32_t> port_lid;          /* a port's layer-2 LID entry */
@@ -105,7 +106,7 @@ struct HostRow {
               port_lid, kept_intf, held_pc, held_lid, loopback)
 };
 
-/* A port-channel that the host made in the ASIC before the library knew it. */
+/* A port-channel that the host created in the ASIC before the library knew it. */
 struct HeldPortChannel {
     uint32_t pc_id, lid_id;
 };
@@ -123,16 +124,17 @@ public:
     HostInterface *add_port_channel(const std::string &name, uint32_t channel);
     HostInterface *add_svi(const std::string &name, uint32_t vlan);
     /* Sub-interface of a port or port-channel. main_l3lif is set to a port only: with a
-     * port-channel there, the library would take it for a member. */
+     * port-channel, the library would take the sub-interface for a member. */
     HostInterface *add_sub_interface(const std::string &name, HostInterface &parent, uint32_t vlan);
-    /* Unregister and forget it. false, and nothing done, while a sub-interface or member names it
-     * or it is a member itself. ASIC objects are left as they are. */
+    /* Unregister and delete it. false, and nothing done, while it has sub-interfaces or members or
+     * is a member itself. ASIC objects are not changed. */
     bool remove(HostInterface &interface);
 
-    /* The l3lif becomes findable for the library. */
+    /* Let the library find the l3lif. */
     void register_l3(HostInterface &interface);
-    /* The end of the interface as an L3 interface: no longer findable, the library's context freed
-     * (nobody else does), pd_state 0, the shared database's rows removed but for the kept one. */
+    /* The interface is no longer an L3 interface: the library does not find it, its context is
+     * freed (nobody else does), pd_state is 0, its rows in the shared database are removed, except
+     * that of the kept SDK interface. */
     void unregister_l3(HostInterface &interface);
 
     HostInterface *find(uint32_t ifindex) const; /* registered or not; nullptr for an unknown one */
@@ -143,37 +145,37 @@ public:
     size_t size() const { return by_name_.size(); }
     HostRow row(const HostInterface &interface) const;
 
-    /* A port becomes a member of a port-channel (main_l3lif, member_count), and stops being one.
-     * false, and nothing done, when it is one already, or is none, or the kinds are wrong. */
+    /* Make a port a member of a port-channel (main_l3lif, member_count), and end its membership.
+     * false, and nothing done, when it already is a member, is not one, or the kinds are wrong. */
     bool join(HostInterface &port, HostInterface &port_channel);
     bool leave(HostInterface &port);
     std::vector<HostInterface *> members(const HostInterface &port_channel) const;
 
-    /* ---- What the host makes in the ASIC on its own account, through the SDK's calls: 0, or the
-     * status of the call that was refused. Nothing is made then, or what could not go is still
-     * there, to be tried again. ---- */
+    /* ---- What the host itself creates in the ASIC, through the SDK's calls: 0, or the status of
+     * the refused call. Then nothing was created, or what could not be deleted still exists, so
+     * that the deletion can be repeated. ---- */
 
-    /* The layer-2 LID entry of a port, with its path; done when there is one. */
+    /* The layer-2 LID entry of a port, with its path; 0 when it exists. */
     int32_t make_port_lid(HostInterface &port);
     int32_t release_port_lid(HostInterface &port);
-    /* Flush, and destroy the SDK interface kept for the port's membership; done without one. */
+    /* Flush, and destroy the SDK interface kept for the port's membership; 0 without one. */
     int32_t release_kept_intf(HostInterface &port);
-    /* Make port-channel, LID entry and path, for the library to adopt; done when held already. */
+    /* Create port-channel, LID entry and path, for the library to adopt; 0 when already held. */
     int32_t hold_port_channel(HostInterface &port_channel);
-    /* Destroy what hold_port_channel made, unless it was given over; done when not held. */
+    /* Destroy what hold_port_channel created, unless given over; 0 when not held. */
     int32_t release_held_port_channel(HostInterface &port_channel);
-    /* Store a registered interface's settings, as they shall be, in the shared database. */
+    /* Store a registered interface's wanted settings in the shared database. */
     int32_t publish_settings(HostInterface &interface);
     std::optional<HeldPortChannel> held_port_channel(uint32_t ifindex) const;
 
     StateDb &db() { return db_; }
 
-    /* Everything as at the start: interfaces with their contexts, held port-channels, database.
-     * The ASIC and the diagnostics are left alone. */
+    /* Clear interfaces with their contexts, held port-channels and database. The ASIC and the
+     * diagnostics are not changed. */
     void reset();
 
-    /* ---- What the C services do: 0; or an errno number when refused, with nothing done and the
-     * reason noted in the journal. ---- */
+    /* ---- What the C services do: 0; or an errno number when refused. Then nothing is done and the
+     * journal has the reason. ---- */
     int32_t port_lid(uint32_t ifindex, uint32_t &lid_id) const;
     /* The SDK interface that serves an interface: its port-channel's for a member. */
     int32_t serving_intf(uint32_t ifindex, uint32_t &intf_id) const;
@@ -203,7 +205,7 @@ private:
     std::vector<Slot> tables_[4];
     LowestFirst free_sequences_;
     std::unordered_map<std::string_view, HostInterface *> by_name_; /* keys lie in the records */
-    /* Names are asked for several times in a row, and then mostly the next one. */
+    /* A name is often looked up several times, then the next one. */
     mutable uint32_t last_found_ = 0;                    /* an ifindex */
     std::unordered_map<uint32_t, HeldPortChannel> held_; /* by ifindex */
     StateDb db_;

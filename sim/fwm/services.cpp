@@ -1,5 +1,5 @@
-/* What the library asks of the forwarding manager, call by call: each one's name, what its result
- * means, its arguments and how they are shown. The answers are Host's. */
+/* What the library asks of the host, call by call: name, meaning of the result, arguments and how
+ * they are shown. The answers are Host's. */
 #include <cerrno>
 
 #include "l3lifpd_kavelin.h"
@@ -13,7 +13,7 @@
 
 namespace kvnsim {
 
-/* ---- How the records that pass are shown ---- */
+/* ---- How records are shown ---- */
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "sim/types/columns.h"
 
 /* The shared state database: what the switch's other programs see of the interfaces. One table for
- * each kind of record, keyed by the interface index; each row knows who wrote it. */
+ * each kind of record, by interface index; each row has its origin. */
 namespace kvnsim {
 
 /* The port manager's record; kind 1, the only one here, binds a port to its LID's ifmap index. */
@@ -59,8 +59,7 @@ struct MemberIntfRow {
 
 class StateDb {
 public:
-    /* Put the row in place of the one of the same interface, marked with Journal::origin(); the
-     * origin that it is handed in with is not used. */
+    /* Replace the interface's row; its origin is Journal::origin(), whatever it had. */
     template <class Row> void store(Row row)
     {
         row.made = Journal::instance().origin();

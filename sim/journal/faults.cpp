@@ -1,3 +1,6 @@
+/* Fault injection. Each rule counts the occurrences of its call since the rule was added, also
+ * those at which another rule applies; the first rule that applies decides the status. With a rate,
+ * the random sequence advances at each call that can fail, so that a seed reproduces a run. */
 #include <charconv>
 
 #include <fmt/format.h>
@@ -9,7 +12,7 @@ namespace kvnsim {
 
 namespace {
 
-/* What a call fails with when nothing else is asked for: SDK_E_INTERNAL, where it has a name. */
+/* The default status of an injected failure: SDK_E_INTERNAL, where it has a name. */
 constexpr int32_t usual_status = -1;
 
 std::string calls_that_can_fail()
@@ -64,13 +67,14 @@ std::string Faults::add(const std::string &text)
     Rule rule{text, call, 0, usual_status, 0, false};
     if (occurrence_text &&
         (!whole_number(*occurrence_text, rule.occurrence) || rule.occurrence == 0))
-        return wrong(fmt::format("\"{}\" is no occurrence; expected 1, 2, ...", *occurrence_text));
+        return wrong(
+            fmt::format("\"{}\" is not an occurrence; expected 1, 2, ...", *occurrence_text));
     if (status_text) {
         const StatusNames *names = call->names();
         if (const auto named = names != nullptr ? names->status(*status_text) : std::nullopt)
             rule.status = *named;
         else if (!whole_number(*status_text, rule.status))
-            return wrong(fmt::format("\"{}\" is no status; expected {}a number", *status_text,
+            return wrong(fmt::format("\"{}\" is not a status; expected {}a number", *status_text,
                                      names != nullptr ? names->form + std::string(" or ") : ""));
         if (rule.status == 0)
             return wrong("status 0 is success; expected a failure");

@@ -1,3 +1,6 @@
+/* Every imported call passes begin() and end() here, and every request Journal::begin() and end().
+ * Between these two, all calls belong to that request; requests do not nest, calls may. A call's
+ * note lasts until the call ends. The journal depends on sim/types only. */
 #include "sim/journal/journal.h"
 
 #include <algorithm>

@@ -14,8 +14,8 @@
 #include "sim/journal/value.h"
 #include "sim/types/columns.h"
 
-/* What happens at the library's boundary, as it happens: the requests made of the library, the
- * calls that the library makes, and its trace records. Everything is on one thread. */
+/* Events at the library's boundary, reported as they happen: the requests made of the library, the
+ * calls that the library makes, and its trace records. Single-threaded. */
 namespace kvnsim {
 
 struct Request;
@@ -25,23 +25,22 @@ using RequestRef = std::shared_ptr<const Request>;
 struct FailedCall {
     const char *name = ""; /* "libsdk_intf_create" */
     int64_t status = 0;
-    std::string words;  /* "libsdk_intf_create: SDK_E_FULL" */
-    std::string reason; /* why: the refusal's reason, or "injected"; may be empty */
-    std::vector<RequestRef>
-        named; /* those that the reason names: who made what stands in the way */
+    std::string words;             /* "libsdk_intf_create: SDK_E_FULL" */
+    std::string reason;            /* why: the refusal's reason, or "injected"; may be empty */
+    std::vector<RequestRef> named; /* the requests that the reason names: they made the obstacle */
 };
 
 /* A request: one call of a library entry point, or one task that the host does by itself. */
 struct Request {
-    uint64_t number = 0;       /* 1, 2, ... in the order made */
-    const char *entry = "";    /* the entry point's name, or "host ..."; lives as the process */
-    std::string arguments;     /* "l3lif=Ethernet0 create=1" */
-    std::string subject;       /* the interface concerned, by name; empty when there is none */
-    std::string cause;         /* configuration row or command behind it: "INTERFACE|Ethernet0" */
-    std::vector<Field> values; /* the arguments as values; filled only when observed */
-    std::optional<int64_t> result;  /* set at the end; stays empty for a task of the host */
-    uint32_t failed_calls = 0;      /* calls with a failing status, injected ones included */
-    uint32_t injected_failures = 0; /* of these, the injected ones */
+    uint64_t number = 0;           /* 1, 2, ... in the order made */
+    const char *entry = "";        /* the entry point's name, or "host ..."; lives as the process */
+    std::string arguments;         /* "l3lif=Ethernet0 create=1" */
+    std::string subject;           /* the interface concerned, by name; empty when there is none */
+    std::string cause;             /* the configuration row or command: "INTERFACE|Ethernet0" */
+    std::vector<Field> values;     /* the arguments as values; filled only when observed */
+    std::optional<int64_t> result; /* set at the end; stays empty for a task of the host */
+    uint32_t failed_calls = 0;     /* calls with a failing status, injected ones included */
+    uint32_t injected_failures = 0;                 /* of these, the injected ones */
     std::shared_ptr<const FailedCall> failed_first; /* the first of them; null without one */
     /* The same; an empty one when no call failed. */
     const FailedCall &first_failure() const;
@@ -129,7 +128,7 @@ enum class Result : uint8_t {
     value   /* an answer; never fails */
 };
 
-/* How people know the statuses of a call: a table that whoever defines the call gives with it. */
+/* The names of a call's statuses; part of the call's definition. */
 struct StatusNames {
     struct Row {
         int32_t status;
@@ -141,7 +140,7 @@ struct StatusNames {
     std::optional<int32_t> status(std::string_view name) const;
 };
 
-/* What a call is for: timelines leave out the questions unless asked for everything. */
+/* What a call is for: timelines leave out calls that only ask, unless everything is wanted. */
 enum class Purpose : uint8_t { programs, asks };
 
 class ImportedCall;
@@ -154,11 +153,11 @@ struct Call {
     Value result;
     bool failed = false;   /* a status that is not 0 */
     bool injected = false; /* made to fail */
-    std::string note;      /* why it was refused, when whoever refused it said so */
+    std::string note;      /* why it was refused, if known */
 };
 
-/* The one definition of an imported call: a static object per call, at namespace scope so that it
- * is known from the start. The function body runs through it, so that counting, faults, recording,
+/* The definition of an imported call: one static object per call, at namespace scope so that it is
+ * known from the start. The function body runs through it; counting, fault injection, recording,
  * replay and printing need nothing else. */
 class ImportedCall {
 public:
@@ -176,9 +175,9 @@ public:
     /* "SDK_E_FULL", or the number of one without a name. */
     std::string status_text(int64_t status) const;
 
-    /* Make the call: an injected failure or a replayed answer stands in for the body. R is an
+    /* Make the call: an injected failure or a replayed answer replaces the body. R is an
      * integer type, or a pointer type with a codec (its body always runs; a replay compares). A
-     * record that is both asked with and answered in is given twice, as in and as out. */
+     * record that is both input and output is given twice, as in and as out. */
     template <class Body>
     auto operator()(std::initializer_list<Argument> arguments, Body &&body) const
         -> std::invoke_result_t<Body>
@@ -207,7 +206,7 @@ private:
         bool injected = false;
         std::unique_ptr<Call> seen; /* only when observed */
     };
-    /* The result that stands in for the body's, if one does. */
+    /* The result that replaces the body's, if any. */
     std::optional<int64_t> begin(InFlight &call, std::initializer_list<Argument> arguments,
                                  bool body_runs) const;
     void end(InFlight &call, std::initializer_list<Argument> arguments, int64_t status,
@@ -222,12 +221,12 @@ private:
 /* A trace record, as observers see it: the text is whole, as the library's first sink got it. */
 struct TraceRecord {
     int32_t level;        /* 104 debug, 102 error */
-    const char *function; /* only while it is told */
+    const char *function; /* valid during the report only */
     int32_t line;
     std::string text;
 };
 
-/* Sees everything in order. Registered observers make calls spell out their arguments. */
+/* Sees everything in order. Calls collect their arguments only while an observer is registered. */
 class Observer {
 public:
     virtual ~Observer() = default;
@@ -237,7 +236,7 @@ public:
     virtual void request_ends(const Request &) {}
 };
 
-/* Answers calls in place of the model, for replay. */
+/* Answers calls instead of the model, for replay. */
 class Answers {
 public:
     virtual ~Answers() = default;
@@ -251,18 +250,18 @@ public:
 class Faults {
 public:
     /* "libsdk_intf_create", "libsdk_intf_create:2", "libsdk_intf_create:2=SDK_E_FULL" or "=7":
-     * every occurrence, or the nth from now on (1-based). Empty on success, else what is wrong. */
+     * every occurrence, or the nth from now on (1-based). Empty on success, else the error. */
     std::string add(const std::string &text);
-    /* Each call that can fail fails with this probability (0..1); a seed gives the same again. */
+    /* Each call that can fail fails with this probability (0..1), reproducible by the seed. */
     void set_rate(double rate, uint64_t seed);
     void clear();
-    /* Turn all injection off and on again, for the host's own repairs; such calls do not count. */
+    /* Suspend and resume injection, for the host's own repairs; such calls do not count. */
     void suspend(bool suspended) { suspended_ = suspended; }
-    /* Whether a call can be struck at all. */
+    /* Whether any call can be made to fail. */
     bool armed() const { return !suspended_ && (!rules_.empty() || rate_ > 0); }
     /* The status to fail with now, if the call is to fail. Counts the occurrence. */
     std::optional<int32_t> strike(const ImportedCall &call);
-    /* The specifications that never struck, for a message at the end. */
+    /* The texts of add() that never took effect, for a message at the end. */
     std::vector<std::string> unused() const;
 
 private:
@@ -292,7 +291,7 @@ public:
     void begin(std::shared_ptr<Request> request); /* numbers it and gives it the cause */
     RequestRef end(std::optional<int64_t> result);
     RequestRef current() const { return current_; }
-    Origin origin() const; /* of what is being made now */
+    Origin origin() const; /* of what is made now */
     uint64_t requests_made() const { return made_; }
 
     void trace(const TraceRecord &record);
@@ -323,7 +322,8 @@ private:
     uint64_t made_ = 0;
 };
 
-/* Requests made while one lives carry its text as their cause. They nest; the inner one counts. */
+/* Requests made during its lifetime have its text as their cause. Scopes nest; the inner one wins.
+ */
 class CauseScope {
 public:
     explicit CauseScope(std::string cause)

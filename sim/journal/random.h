@@ -2,11 +2,11 @@
 
 #include <cstdint>
 
-/* Chance that can be had again. */
+/* Reproducible random numbers. */
 namespace kvnsim {
 
-/* The next number of the sequence that began with this state as its seed: 64 bits, each as good as
- * any other. The same on every machine and in every version, so that a seed names a run. */
+/* The next number of the sequence with this state as its seed: 64 random bits. The same on every
+ * machine and in every version, so that a seed identifies a run. */
 inline uint64_t next_random(uint64_t &state)
 {
     state += 0x9e3779b97f4a7c15;

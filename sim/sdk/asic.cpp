@@ -1,3 +1,7 @@
+/* The ASIC model. An operation checks everything before it changes anything: a refused one has no
+ * effect but its reason. References are known from both ends (chains, counts, indexes by key), so
+ * that an object in use cannot be destroyed (except a port-channel's LID entry, see holds_its_lid),
+ * and a refusal names the holder and its origin. The SDK's calls are the callers. */
 #include "sim/sdk/asic.h"
 
 #include <algorithm>
@@ -29,16 +33,16 @@ uint32_t most_attributes()
     return last_id * static_cast<uint32_t>(attributes().size());
 }
 
-/* The tables' rows with what the model alone needs: who refers to them. */
+/* The tables' rows, and what refers to them. */
 struct Interface : IntfRow {
-    std::vector<AttributeValueRow> attributes; /* those ever written, in the order of the numbers */
+    std::vector<AttributeValueRow> attributes; /* those written, by number */
     uint32_t first_child = 0;                  /* sub-interfaces with this parent */
     Link sibling;
     uint32_t first_trap = 0; /* MAC traps on this interface */
-    uint32_t held_lid = 0;   /* the LID entry that cannot go while this interface is bound to it */
+    uint32_t held_lid = 0;   /* the LID entry that cannot be destroyed while bound */
     Link lid_mate;
     /* The library destroys a port-channel's LID entry before the interface that is bound to it; no
-     * other LID entry may go before its interfaces. */
+     * other LID entry may be destroyed before its interfaces. */
     bool holds_its_lid() const { return type != sdk_routed_port || param3 == 0; }
 };
 struct Lid : LidRow {
@@ -77,7 +81,7 @@ bool is_vlan(uint32_t vlan)
     return vlan >= first_vlan && vlan <= last_vlan;
 }
 
-/* Sub-interfaces are told apart by parent and VLAN, traps by interface and MAC. */
+/* Sub-interfaces are identified by parent and VLAN, traps by interface and MAC. */
 uint64_t sub_interface_key(uint32_t parent, uint32_t vlan)
 {
     return uint64_t{parent} << 16 | vlan;
@@ -92,7 +96,7 @@ bool leads_to_channel(const LidPathRow &path)
     return path.port_type == SdkPortTypeChannel;
 }
 
-/* What an interface with these parameters is on: only one can be. */
+/* Where an interface with these parameters is; only one can be there. */
 std::string place(const IntfRow &intf)
 {
     if (intf.type == sdk_svi)
@@ -102,7 +106,7 @@ std::string place(const IntfRow &intf)
     return fmt::format("{} {}", intf.param3 == 1 ? "port-channel" : "front port", intf.param1);
 }
 
-/* Where the attribute is, or would have to be. */
+/* Where the attribute is, or would be inserted. */
 auto place_of(std::vector<AttributeValueRow> &attributes, uint32_t number)
 {
     return std::find_if(attributes.begin(), attributes.end(),
@@ -134,7 +138,7 @@ struct Asic::State {
 
     std::vector<PendingRow> pending;
     std::string last_refusal;
-    std::vector<RequestRef> named; /* by the refusal that is being put into words */
+    std::vector<RequestRef> named; /* by the refusal in preparation */
 
     std::string made(const Origin &origin);
     std::string words(const PendingRow &write);
@@ -247,7 +251,7 @@ SdkStatus Asic::State::check_unicast(const Mac &mac)
     return refuse(SDK_E_PARAM, to_text(mac) + " is no unicast address");
 }
 
-/* A trap takes group addresses too: there are gateways that have one. */
+/* A trap accepts group addresses too: some gateways have one. */
 SdkStatus Asic::State::check_trappable(const Mac &mac)
 {
     return as_number(mac) != 0 ? SDK_E_NONE : refuse(SDK_E_PARAM, to_text(mac) + " is no address");
@@ -298,7 +302,7 @@ SdkStatus Asic::State::check_svi(const IntfRow &row)
     return SDK_E_NONE;
 }
 
-/* The interface on what this one is on, 0 when it is free. */
+/* The interface in this one's place, 0 when it is free. */
 uint32_t Asic::State::occupant(const IntfRow &row)
 {
     if (row.type == sdk_svi)
@@ -309,7 +313,7 @@ uint32_t Asic::State::occupant(const IntfRow &row)
     return at == sub_interfaces.end() ? 0 : at->second;
 }
 
-/* Give what the interface is on to this one, or to nobody with 0. */
+/* Give the interface's place to this one; 0 frees it. */
 void Asic::State::occupy(const IntfRow &row, uint32_t intf_id)
 {
     if (row.type == sdk_svi)
@@ -317,7 +321,7 @@ void Asic::State::occupy(const IntfRow &row, uint32_t intf_id)
     else if (row.type == sdk_routed_port)
         (row.param3 == 1 ? pc[row.param1].intf_id : port[row.param1].intf_id) = intf_id;
     else if (row.param1 == no_id)
-        return; /* the VLANs of unknown parents cannot be told apart */
+        return; /* the VLANs of unknown parents cannot be distinguished */
     else if (intf_id != 0)
         sub_interfaces[sub_interface_key(row.param1, row.param2)] = intf_id;
     else
@@ -368,7 +372,7 @@ SdkStatus Asic::intf_destroy(uint32_t intf_id)
     Interface *row = s.intf.find(intf_id);
     if (!row)
         return s.unknown("interface", intf_id);
-    /* A queued write must not meet another interface that got the identifier. */
+    /* A queued write must not reach a new interface with the same identifier. */
     if (!s.pending.empty())
         return s.refuse(SDK_E_BUSY,
                         fmt::format("the pending batch is not flushed, it begins with {}",
@@ -409,7 +413,7 @@ SdkStatus Asic::State::check_write(uint32_t intf_id, uint32_t attribute, uint32_
     return SDK_E_NONE;
 }
 
-/* Make the interface a holder of the LID entry, of none with 0, instead of the one it holds. */
+/* Make the interface a holder of this LID entry instead of its present one; 0 for none. */
 void Asic::State::hold_lid(uint32_t intf_id, uint32_t lid_id)
 {
     uint32_t &held = intf[intf_id].held_lid;
@@ -742,7 +746,7 @@ SdkStatus Asic::trap_destroy(uint32_t mac_trap_id)
     return SDK_E_NONE;
 }
 
-/* Looking at the tables */
+/* Reading the tables */
 
 template <class Row> using Visit = std::function<void(const Row &)>;
 

@@ -15,8 +15,8 @@
 #include "sim/types/mac.h"
 
 /* A software model of the forwarding ASIC, as strict as the silicon: identifiers, references,
- * duplicates and capacities are checked, nothing succeeds by default, and each object remembers
- * the call that made it. */
+ * duplicates and capacities are checked, nothing succeeds by default, and each object has its
+ * origin. */
 namespace kvnsim {
 
 /* "None" in identifiers; never handed out. */
@@ -24,7 +24,7 @@ constexpr uint32_t no_id = 0xFFFF;
 
 enum SdkIntfType : uint32_t { sdk_routed_port = 1, sdk_sub_interface = 2, sdk_svi = 3 };
 
-/* Rows of the ASIC's tables. Each object remembers the call that made it. */
+/* Rows of the ASIC's tables. */
 
 struct IntfRow {
     uint32_t intf_id = 0;
@@ -45,7 +45,7 @@ struct AttributeValueRow {
 
 struct LidRow {
     uint32_t lid_id = 0;
-    uint32_t ifmap_idx = 0; /* what switch-configuration item 38 answers */
+    uint32_t ifmap_idx = 0; /* the answer of switch-configuration item 38 */
     Origin made;
     TABLE_ROW("asic_lid", lid_id, ifmap_idx, made)
 };
@@ -91,7 +91,7 @@ struct PendingRow {
     TABLE_ROW("asic_pending", position, intf_id, number, value, made)
 };
 
-/* How full one of the tables is and has been. */
+/* Present and highest use of a table. */
 struct TableUse {
     std::string_view name;        /* as set_limit takes it: "intf" */
     std::string_view description; /* "interfaces" */
@@ -110,7 +110,7 @@ public:
     Asic &operator=(const Asic &) = delete;
 
     /* The SDK's operations, as libsdk.h describes them. SDK_E_NONE, or a refusal: then nothing has
-     * changed, nothing is written, and last_refusal() says why. */
+     * changed, nothing is written, and last_refusal() has the reason. */
     SdkStatus intf_create(uint32_t type, const sdk_intf_create_params &params, uint32_t &intf_id);
     SdkStatus intf_destroy(uint32_t intf_id);
     SdkStatus attr_set(uint32_t intf_id, uint32_t attribute, uint32_t value);
@@ -129,9 +129,9 @@ public:
     SdkStatus trap_create(uint32_t intf_id, const Mac &mac, uint32_t &mac_trap_id);
     SdkStatus trap_destroy(uint32_t mac_trap_id);
 
-    /* Carry out the queued attribute writes; returns how many were dropped because they are not
-     * possible any more: the LID entry is gone, or the table of attributes is full. last_refusal()
-     * then tells of the first. */
+    /* Carry out the queued attribute writes; returns how many were dropped because they are no
+     * longer possible: the LID entry is gone, or the table of attributes is full. last_refusal()
+     * then reports the first. */
     uint32_t batch_flush();
 
     /* Refuse for a reason found outside the tables (a null pointer, another device). */
@@ -140,7 +140,7 @@ public:
     const std::string &last_refusal() const;
 
     /* Call visit for each row of that type, in the order of the identifiers; pending writes in the
-     * order queued. A row is good until visit returns, which changes nothing in the ASIC. */
+     * order queued. A row is valid until visit returns; visit must not change the ASIC. */
     template <class Row> void each(const std::function<void(const Row &)> &visit) const;
     /* The same as copies. */
     template <class Row> std::vector<Row> rows() const
@@ -150,14 +150,14 @@ public:
         return all;
     }
 
-    /* One row, nullptr when there is none of that identifier; good until the next operation. */
+    /* One row, nullptr when there is none of that identifier; valid until the next operation. */
     const IntfRow *find_interface(uint32_t intf_id) const;
     const AttributeValueRow *find_attribute(uint32_t intf_id, uint32_t number) const;
     const LidRow *find_lid(uint32_t lid_id) const;
     const PortChannelRow *find_port_channel(uint32_t pc_id) const;
 
-    /* Change a table's capacity; what it holds already stays. Empty on success, else what is wrong,
-     * with the names or numbers that are possible. */
+    /* Change a table's capacity; existing rows stay. Empty on success, else the error, with
+     * the possible names or numbers. */
     std::string set_limit(std::string_view table, uint32_t capacity);
 
     /* Empty tables and default capacities, as after power-on. */

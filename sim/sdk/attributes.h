@@ -18,8 +18,8 @@ struct AttributeRow {
     uint32_t number;
     const char *name;        /* the SDK's enumerator: "SdkIntfAttrMtuIdx" */
     const char *description; /* "MTU in bytes" */
-    const char *property;    /* as people call it: "MTU" */
-    const char *short_name;  /* where there is room for little: "v4mc" */
+    const char *property;    /* the usual name: "MTU" */
+    const char *short_name;  /* for narrow columns: "v4mc" */
     const ValueRule *rule;
     uint32_t initial; /* what a new interface has */
     bool hex;         /* a bit set or a label, printed in hexadecimal */

@@ -10,7 +10,7 @@
 /* The building blocks of the ASIC's tables. */
 namespace kvnsim {
 
-/* The bits of 0..65535 with the lowest one that is set found in three steps. */
+/* A set of bits 0..65535; finds the lowest set bit in three steps. */
 class LowestBit {
 public:
     void set(uint32_t bit)
@@ -45,7 +45,7 @@ private:
     uint64_t top_ = 0;
 };
 
-/* How full a table is, has been, and can be. */
+/* Present use, highest use and capacity of a table. */
 struct Occupancy {
     uint32_t capacity = 0, used = 0, high_water = 0;
     bool full() const { return used >= capacity; }
@@ -59,10 +59,11 @@ struct Occupancy {
 /* The identifiers that a table can hand out. */
 constexpr uint32_t first_id = 1, last_id = 65534;
 
-/* Rows by identifier, the lowest free one first. Pointers to rows last until the next take(). */
+/* Rows by identifier, the lowest free one first. Pointers to rows are valid until the next take().
+ */
 template <class Row> class Table {
 public:
-    Occupancy occupancy; /* only its capacity is for others to change */
+    Occupancy occupancy; /* others may change its capacity only */
 
     explicit Table(uint32_t capacity) : occupancy{capacity}, rows_(first_id) {}
 
@@ -101,11 +102,11 @@ public:
     }
 
 private:
-    LowestBit released_;    /* of the rows that there have been */
+    LowestBit released_;    /* free identifiers of former rows */
     std::vector<Row> rows_; /* by identifier */
 };
 
-/* A link in a chain of rows that refer to the same object; 0 is nobody. */
+/* A link in a chain of rows that refer to the same object; 0 = none. */
 struct Link {
     uint32_t next = 0, previous = 0;
 };

@@ -1,7 +1,7 @@
-/* The order of host and library in which interfaces come and go. The library looks interfaces up
- * again by their index, so one is registered before the library is asked to make it, and until its
- * deletion has returned; nothing is unregistered that others stand on or that the ASIC still has.
- */
+/* The order in which host and library create and delete interfaces. The library looks interfaces up
+ * by their index, so an interface is registered before its creation is requested and until its
+ * deletion has returned. Nothing is unregistered that other interfaces use or that the ASIC still
+ * has. The executor and the shell call these steps; nobody repeats them. */
 #include "sim/switch/choreography.h"
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 namespace kvnsim {
 namespace {
 
-/* What the library is asked for; in the order of InterfaceKind. */
+/* The requests for each kind, in the order of InterfaceKind. */
 struct Requests {
     Response (*create)(HostInterface &interface, uint32_t vlan);
     Response (*remove)(HostInterface &interface);
@@ -38,7 +38,7 @@ const Requests &requests_for(const HostInterface &interface)
     return requests[static_cast<size_t>(interface.kind)];
 }
 
-/* One that was deleted by hand leaves a record that stands on nothing. */
+/* A sub-interface deleted by hand leaves a record that is not registered. */
 bool carries_sub_interfaces(const HostInterface &parent)
 {
     const std::vector<HostInterface *> all =
@@ -54,7 +54,7 @@ void unregister_if_unused(HostInterface &interface)
         Host::instance().unregister_l3(interface);
 }
 
-/* The library gives up at the first call that is refused: nothing was done before this one. */
+/* The library stops at the first refused call: nothing was done before this one. */
 bool asic_kept(const Response &leaving)
 {
     if (!leaving.refused || leaving.request == nullptr)

@@ -7,34 +7,35 @@
 #include "sim/fwm/host.h"
 #include "sim/switch/request.h"
 
-/* What the host and the library do, one after the other, when an interface comes or goes and when
- * a port joins or leaves a port-channel. Plans and commands follow the same steps. */
+/* What host and library do in turn to create and delete an interface, and
+ * when a port joins or leaves a port-channel. Plans and commands use the same steps. */
 namespace kvnsim {
 
-/* What an interface that shall go or change is needed for: "Ethernet0 is still a member of
- * PortChannel1", "PortChannel1 still has members"; empty when for nothing. */
+/* What keeps an interface from being deleted or changed: "Ethernet0 is still a member of
+ * PortChannel1", "PortChannel1 still has members"; empty for nothing. */
 std::string in_use(const HostInterface &interface);
 
-/* An interface of the host becomes an L3 interface: the SDK interface that was kept for it is
- * released, prepare writes its settings into the record, the library finds it and makes it. The
- * answer is that of what was asked last; a port-channel without members is not asked for, its first
- * one builds it. Refused, it is no longer registered. The host's record stays. */
+/* Make an interface of the host an L3 interface: release the SDK interface kept for it, let prepare
+ * write its settings into the record, register it, have the library create it. Returns the response
+ * to the last request. No request is made for a port-channel without members: its first member
+ * creates it. A refused interface is unregistered. The host's record stays. */
 Response create_interface(
     HostInterface &interface, uint32_t vlan, const std::function<void()> &prepare = [] {});
-/* It is one no more, and no longer registered, unless it is in use or the library refuses. */
+/* Delete and unregister it, unless it is in use or the library refuses. */
 Response delete_interface(HostInterface &interface);
 
-/* Told of each request as soon as it was made. */
+/* Called after each request. */
 using Tell = std::function<void(const Response &)>;
 
-/* A port that Host::join made a member joins in the ASIC, too; the first member builds its
- * port-channel. The answer is the library's to the joining. A port that is refused, or declined
- * because it is routed, is no member afterwards. */
+/* Add a port that Host::join made a member to the port-channel in the ASIC; the first member
+ * creates the port-channel. Returns the library's response to the join. A port that is refused, or
+ * declined because it is routed, is not a member afterwards. */
 Response join(
     HostInterface &port, const Tell &tell = [](const Response &) {});
-/* A member leaves; the last one tears its port-channel down. It stays a member, to leave another
- * time, when the ASIC kept it or sub-interfaces would lose what they stand on. Whatever else
- * failed, it has left: what is half torn down cannot be made again. */
+/* Remove a member; the last one deletes its port-channel. The port stays a member, so that the
+ * removal can be repeated, when the ASIC kept it or sub-interfaces still need the port-channel.
+ * After any other failure it is no longer a member: what is partly deleted cannot be created again.
+ */
 Response leave(
     HostInterface &port, const Tell &tell = [](const Response &) {});
 

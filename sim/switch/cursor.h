@@ -31,8 +31,8 @@ template <class Map, class Other, class Visit> void walk(Map &map, Other &other,
     }
 }
 
-/* A place in a sorted map. Names that are asked for in their order are found by stepping forward,
- * at the same cost however large the map is. While it is in use, only it may erase. */
+/* A position in a sorted map. Names looked up in order are found by stepping forward, at a cost
+ * independent of the map's size. While it is in use, only it may erase. */
 template <class Map> class Cursor {
 public:
     explicit Cursor(Map &map) : map_(map), at_(map.begin()) {}
@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    /* To the entry of that name, or behind where it would be. */
+    /* To the entry of that name, or the one after its place. */
     bool move_to(const std::string &name)
     {
         constexpr int near = 4;

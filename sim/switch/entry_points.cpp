@@ -1,5 +1,5 @@
-/* The library's entry points as rows. Code, commands and recordings reach a function of the library
- * through its row alone, so that each call is a request, and none is one that ends the process. */
+/* The library's entry points as rows. Code, commands and recordings call a library function through
+ * its row only, so that each call is a request, and none aborts the process. */
 #include "sim/switch/entry_points.h"
 
 #include <algorithm>
@@ -20,10 +20,10 @@ std::vector<const EntryPoint *> &registry()
     return table;
 }
 
-/* ---- What ends the process: the reason, from the arguments. A record that is NULL does so only
- * where its row says so. ---- */
+/* ---- Why a call would abort the process, from its arguments. A NULL record does so only where its
+ * row says so. ---- */
 
-/* Those that follow their record without a look at the pointer. */
+/* For functions that do not check the pointer to their record. */
 template <class... P> std::string null_record(P... arguments)
 {
     return std::get<l3lif *>(std::tuple(arguments...)) == nullptr ? "l3lif must not be NULL" : "";
@@ -81,11 +81,11 @@ std::string no_port_channel(l3lif *record, int32_t)
     const HostInterface *interface = host_record(record);
     return interface == nullptr || is_port_channel(*interface) || is_programmed(*interface)
                ? ""
-               : interface->name + " is no port-channel";
+               : interface->name + " is not a port-channel";
 }
 
-/* The port-channel that a member joins or leaves, or whatever its record names in its place. The
- * library does not look at that of a port that is routed. */
+/* The port-channel that a member joins or leaves, or whatever its record names instead. The library
+ * does not use that of a routed port. */
 const HostInterface *channel_of(const l3lif *member)
 {
     const HostInterface *interface = host_record(member);
@@ -290,8 +290,8 @@ constexpr Parameter buf{"buf", ParameterKind::output};
 
 } // namespace
 
-/* In the order of the public header: what it is for, what its result says, what ends the process,
- * and its parameters. */
+/* In the order of the public header: purpose, meaning of the result, what aborts the process,
+ * parameters. */
 #define ENTRY(name, purpose, outcome, abort, ...)                                                  \
     const Entry<decltype(l3lifpd_kvn_##name)> name(                                                \
         "l3lifpd_kvn_" #name, purpose, l3lifpd_kvn_##name, Outcome::outcome, abort, {__VA_ARGS__})
@@ -301,7 +301,7 @@ ENTRY(is_ifindex_pc_member, "whether an interface is a member", answer, nullptr,
 ENTRY(get_pc_id_for_ifindex, "SDK port-channel of an interface", answer, nullptr, ifindex);
 ENTRY(get_lid_id_for_ifindex, "LID entry of an interface", answer, nullptr, ifindex);
 ENTRY(get_intf_id_for_ifindex, "SDK interface of an interface", answer, nullptr, ifindex);
-ENTRY(l3pd_init, "make an interface's context", status, null_record, l3lif, overwrite);
+ENTRY(l3pd_init, "create an interface's context", status, null_record, l3lif, overwrite);
 ENTRY(dump_l3lif, "print an interface's identifiers", answer, null_record, cli_ctx, prefix, l3lif);
 const Entry<decltype(l3lifpd_dump_format_mac_bytes)>
     dump_format_mac_bytes("l3lifpd_dump_format_mac_bytes", "write a MAC in dotted form",
@@ -316,14 +316,14 @@ ENTRY(del_l3tun, "tunnel hook, does nothing", status, nullptr, l3lif);
 ENTRY(add_subint, "create a sub-interface", status, parent_without_lid, l3lif, encap_vlan, create);
 ENTRY(add_svi, "create an SVI", status, nullptr, l3lif, encap_vlan);
 ENTRY(set_l3_property, "change an L3 property", status, nullptr, l3lif, prop_type, value);
-ENTRY(init_l3_properties, "give the default L3 properties", status, null_record, l3lif);
+ENTRY(init_l3_properties, "write the default L3 properties", status, null_record, l3lif);
 const Entry<decltype(l3lifpd_process_kvn_l3_prop_batch)>
     process_kvn_l3_prop_batch("l3lifpd_process_kvn_l3_prop_batch", "batch hook, does nothing",
                               l3lifpd_process_kvn_l3_prop_batch, Outcome::status, nullptr, {});
 ENTRY(set_single_l3_property, "write one property of an SDK interface", status, nullptr, intf_id,
       prop_type, value);
 ENTRY(loopback_enable, "internal loopback of a port, on or off", status, nullptr, ifindex, enable);
-ENTRY(alloc_l3pc_add, "make a routed port-channel", status, no_port_channel, l3lif, create);
+ENTRY(alloc_l3pc_add, "create a routed port-channel", status, no_port_channel, l3lif, create);
 ENTRY(add_l3pc, "a port joins a routed port-channel", status, joined_without_context, l3lif,
       create);
 ENTRY(add_l3pc_member, "member hook, only traces", status, nullptr, first, ifindex);

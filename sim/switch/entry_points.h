@@ -39,14 +39,14 @@ struct Parameter {
 /* The interface of that name or ifindex, nullptr for none. */
 HostInterface *find_interface(const Value &value);
 
-/* What a result says. */
+/* What a result means. */
 enum class Outcome : uint8_t {
     status,     /* 0, or it failed */
     router_mac, /* an identifier; a negative SDK status or 65535 is a failure */
     answer      /* a lookup's or hook's answer; never a failure */
 };
 
-/* What the library would not survive is never asked of it: call answers with a request not made,
+/* A request that would abort the library is not made; call then returns
  * "l3lifpd_kvn_add_subint refused, the library would abort: parent Ethernet0 has no LID". */
 class EntryPoint {
 public:
@@ -69,7 +69,7 @@ public:
     static const EntryPoint *find(std::string_view name);
 
 protected:
-    /* What pointers among the C arguments point at, for the time of a request. */
+    /* What pointers among the C arguments point at during a request. */
     struct Storage {
         Mac mac{};
         char buffer[20] = {};
@@ -77,7 +77,7 @@ protected:
         CommandOutput output{printed};
     };
 
-    /* A value on its way to be a C argument. */
+    /* Converts a value to a C argument. */
     struct Argument {
         const Parameter &parameter;
         const Value &value;
@@ -116,10 +116,10 @@ private:
 template <class Function> class Entry;
 template <class R, class... P> class Entry<R(P...)> : public EntryPoint {
 public:
-    /* Why the library would abort if it were called so; empty when it may be. */
+    /* Why the library would abort with these arguments; empty when it would not. */
     using Abort = std::string (*)(P...);
 
-    /* abort may be nullptr: nothing ends it. */
+    /* abort may be nullptr: no arguments abort. */
     Entry(const char *name, const char *purpose, R (*function)(P...), Outcome outcome, Abort abort,
           std::vector<Parameter> parameters)
         : EntryPoint(name, purpose, outcome, std::move(parameters)), function_(function),

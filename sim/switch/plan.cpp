@@ -1,3 +1,7 @@
+/* Makes a plan: compares what the switch has with what a configuration wants. The steps of each
+ * kind are collected apart and put together in the order of StepKind: deletions before creations,
+ * an object before what refers to it. What is built on an SDK interface that goes is recreated.
+ * Planning changes nothing. */
 #include <algorithm>
 #include <array>
 #include <deque>
@@ -32,7 +36,7 @@ std::string vrf_name(const std::string &vrf)
     return vrf.empty() ? "default" : vrf;
 }
 
-/* Of all settings that a configuration wants. */
+/* All wanted settings. */
 std::string words(const Settings &settings)
 {
     std::string text = "MTU " + std::to_string(*settings.mtu);
@@ -132,8 +136,8 @@ private:
         return !switch_.declined_.empty() && switch_.declined_.count({port_channel, port}) != 0;
     }
 
-    /* The library declines a member that is a routed interface of its own. A port that is
-     * routed for its row's sake while it is a member has to leave and come back. */
+    /* The library declines a member that is routed itself. A member whose own routing changes has
+     * to leave and join again. */
     bool member_stays(const std::string &name, const DesiredPortChannel &has,
                       const DesiredPortChannel *wants, const std::string &port) const
     {
@@ -175,8 +179,8 @@ private:
         }
     }
 
-    /* A port-channel whose members joined, but whose SDK interface was refused, gets another try;
-     * sub-interfaces that were made without it are made anew. */
+    /* A port-channel whose members joined, but whose SDK interface was refused, is tried again;
+     * sub-interfaces created without it are recreated. */
     void repair_or_change(const std::string &name, const DesiredPortChannel &wants)
     {
         const Settings settings = settings_of(*wants.l3, wants.mtu);
@@ -209,8 +213,8 @@ private:
         }
     }
 
-    /* Interfaces that are what they are for good: one that shall be another is deleted and made
-     * anew. like(has, wants) is whether they are the same but for their settings. */
+    /* Interfaces whose identity cannot change: they are deleted and recreated instead. like(has,
+     * wants) tells whether the two differ in settings only. */
     template <class Map, class Like, class Words>
     void compare(const Map &have, const Map &want, StepKind removal, StepKind creation,
                  const std::string &what, const Like &like, const Words &creation_words)
@@ -321,8 +325,8 @@ private:
             if (routed(&wants) && !routed(has))
                 add_interface(StepKind::route_port_channel, name, "route port-channel " + name,
                               wants.l3_location, settings_of(*wants.l3, wants.mtu));
-            /* Ports that the library will decline come last: they must not be taken for the
-             * first member, with which the port-channel is built. */
+            /* Ports that the library will decline come last: the first member creates the
+             * port-channel. */
             for (const bool declined_ones : {false, true}) {
                 for (const auto &[port, location] : wants.members) {
                     const bool will_be_declined =
@@ -350,7 +354,7 @@ private:
     const Desired &have_;
     const Desired &want_;
     std::unordered_set<std::string> staying_members_; /* "port-channel|port" */
-    std::unordered_set<std::string> gone_;            /* interfaces whose SDK interface goes */
+    std::unordered_set<std::string> gone_;            /* interfaces that lose their SDK interface */
     std::array<std::deque<Step>, static_cast<size_t>(StepKind::add_virtual_mac) + 1> steps_;
 };
 

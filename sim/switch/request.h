@@ -7,13 +7,13 @@
 
 #include "sim/journal/journal.h"
 
-/* Requests, whether made of the library or a task of the host, and what came of them. */
+/* Requests to the library, tasks of the host, and their results. */
 namespace kvnsim {
 
-/* What came of a request. */
+/* The result of a request. */
 struct Response {
     RequestRef request;  /* null: the host did not make it */
-    std::string refusal; /* then: why not */
+    std::string refusal; /* the reason, if not made */
     int64_t result = 0;
     bool failed = false;  /* by the result's meaning, or a call within it failed, or not made */
     bool refused = false; /* by the result's meaning alone, or not made */
@@ -22,13 +22,13 @@ struct Response {
     std::string failure() const;
 };
 
-/* Of a request that the host does not make: "Ethernet0 still has sub-interfaces". */
+/* For a request that was not made: "Ethernet0 still has sub-interfaces". */
 Response not_made(std::string refusal);
 
-/* Of a request that has ended. */
+/* For a request that has ended. */
 Response answer_to(RequestRef request, int64_t result, bool refused);
 
-/* Let the host do something by itself. The task's name ("host: give port its LID") outlives it.
+/* Run a task of the host. Its name ("host: give port its LID") must outlive the journal's records.
  * The work returns 0, or the status of the call that was refused. */
 Response host_task(const char *task, const std::string &subject,
                    const std::function<int32_t()> &work);

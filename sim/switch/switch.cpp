@@ -1,3 +1,7 @@
+/* The executor carries out the steps of a plan. After each step, have_ holds what has been applied,
+ * and failures_ the first reason why an object is not as wanted: the next plan starts from there. A
+ * failed step does not stop the others. SDK interfaces are created and deleted through the
+ * choreography only. */
 #include "sim/switch/switch.h"
 
 #include <algorithm>
@@ -14,7 +18,7 @@
 namespace kvnsim {
 namespace {
 
-/* A new process of the forwarding manager starts with a library that knows no virtual MAC. */
+/* When the host starts, the library knows no virtual MAC. */
 void forget_virtual_macs()
 {
     if (fhrp_mac_hash == nullptr)
@@ -66,7 +70,7 @@ public:
         applied_.steps_done++;
     }
 
-    /* Take over what only the host keeps, and give VPN numbers back that nobody uses. */
+    /* Take over what only the host keeps, and release unused VPN numbers. */
     void finish()
     {
         const auto all = [](auto &has, const auto &wants) { has = wants; };
@@ -83,7 +87,7 @@ public:
                   });
         take_over(have_.sub_interfaces, want_.sub_interfaces,
                   [](DesiredSubInterface &has, const DesiredSubInterface &wants) {
-                      /* One that could not be deleted to be made anew is still the old one. */
+                      /* One that could not be deleted for recreation is still the old one. */
                       if (has.parent == wants.parent && has.vlan == wants.vlan)
                           has = wants;
                   });
@@ -117,11 +121,11 @@ private:
         });
     }
 
-    /* What carries a step out, by itself or with the host's record of the step's object. */
+    /* What carries out a step, without or with the host's record of its object. */
     struct Row {
         void (Executor::*alone)(const Step &);
         void (Executor::*with_object)(const Step &, HostInterface &);
-        bool object_goes; /* with whatever failed about it */
+        bool object_goes; /* and with it the reasons kept for it */
     };
 
     static const Row &row_of(StepKind kind)
@@ -153,8 +157,8 @@ private:
 
     /* ---- Failures ---- */
 
-    /* What is being done to which object, in which step: a failure is the reason why that object is
-     * not as wanted. */
+    /* What is done to which object, in which step: a failure is the reason why that object is not
+     * as wanted. */
     struct Concern {
         const Step &step;
         const std::string &object;
@@ -163,13 +167,13 @@ private:
         bool is_of(const Reason &reason) const { return reason.kind == kind && reason.mac == mac; }
     };
     static Concern own(const Step &step) { return {step, step.name, step.kind, step.mac}; }
-    /* What its first member builds of a port-channel and its last one tears down. */
+    /* A port-channel's creation by its first member and deletion by its last. */
     static Concern building(const Step &step, const HostInterface &port_channel)
     {
         return {step, port_channel.name, StepKind::route_port_channel, {}};
     }
 
-    /* What it failed for the last time is past. */
+    /* A new try replaces the last failure. */
     void take_up(const Concern &concern)
     {
         drop_reasons(concern.object, [&](const Reason &reason) { return concern.is_of(reason); });
@@ -183,7 +187,7 @@ private:
     }
     void fail(const Step &step, std::string message) { fail(own(step), std::move(message)); }
 
-    /* The first failure is the reason, what follows are its consequences. */
+    /* The first failure is the reason; the others are consequences. */
     void note(const Concern &concern, const std::string &message, const RequestRef &request,
               bool in_part)
     {
@@ -208,8 +212,8 @@ private:
             switch_.failures_.erase(found);
     }
 
-    /* What failed and would not be tried again is no longer wanted; what came about in part is not
-     * as wanted while its object is there. Members build their port-channel. */
+    /* A failure that would not be tried again is no longer wanted. One in part is kept while its
+     * object exists. Members create their port-channel. */
     void drop_settled_reasons()
     {
         if (switch_.failures_.empty())
@@ -235,8 +239,8 @@ private:
         }
     }
 
-    /* Whether the request came about, in full or in part; a call that failed within is reported
-     * in either case. */
+    /* Whether the request succeeded, in full or in part. A failed call is reported in either
+     * case. */
     bool done(const Concern &concern, const Response &response)
     {
         if (response.failed)
@@ -249,13 +253,12 @@ private:
         return !response.failed;
     }
 
-    /* The step's object. Without it the step cannot be made, for a reason that an earlier one has
-     * noted. */
+    /* The step's object. If it is missing, an earlier step has noted the reason. */
     HostInterface *object(const Step &step)
     {
         HostInterface *found = host_.find(step.name);
         if (found == nullptr) {
-            std::string message = step.name + " is not there: an earlier step failed";
+            std::string message = step.name + " does not exist: an earlier step failed";
             if (switch_.failures_.count(step.name) == 0)
                 fail(step, std::move(message));
             else
@@ -288,7 +291,7 @@ private:
         interface.nat_zone = *to.nat_zone;
     }
 
-    /* Write what differs. What is refused may be written in part: it is tried again. */
+    /* Write what differs. A refused setting may be written in part: it is tried again. */
     void write(const Step &step, HostInterface &interface, Settings &has, const Settings &to)
     {
         const Concern concern{step, interface.name, StepKind::change_settings, {}};
@@ -314,15 +317,15 @@ private:
         write(has.ipv6, to.ipv6, {{L3LIF_PROP_IPV6_UCST_EN, *to.ipv6}});
         write(has.vrf, to.vrf, {{L3LIF_PROP_IPV4_VPN, vpn}, {L3LIF_PROP_IPV6_VPN, vpn}});
         write(has.nat_zone, to.nat_zone, {{L3LIF_PROP_IF_NAT, *to.nat_zone}});
-        /* Unlike the others, this one the library does not publish. */
+        /* The library publishes the others, but not this one. */
         if (ipv4_changes &&
             !done(concern, host_task("host: publish interface", interface.name,
                                      [&] { return host_.publish_settings(interface); })))
             has.ipv4.reset();
     }
 
-    /* The interface has just been created: the library gave it the record's MTU and IPv4. Where a
-     * call failed, it is not known which of the two were written. */
+    /* The interface has just been created with the record's MTU and IPv4. If a call failed, it is
+     * unknown which of the two were written. */
     void write_new(const Step &step, HostInterface &interface, const Response &creation,
                    const Settings &to)
     {
@@ -343,7 +346,7 @@ private:
             have_.virtual_macs.erase({step.name, step.mac});
     }
 
-    /* The SDK interface of the step's object goes. */
+    /* Delete the SDK interface of the step's object. */
     bool delete_l3(const Step &step, HostInterface &gone)
     {
         if (!done(own(step), delete_interface(gone)))
@@ -390,10 +393,10 @@ private:
         return left;
     }
 
-    /* Its last member has torn down what the ASIC had of it. */
+    /* Its last member has removed it from the ASIC. */
     void unroute_port_channel(const Step &step, HostInterface &port_channel)
     {
-        /* A member made by hand: the library follows it to the port-channel's context. */
+        /* A member added by hand: the library follows it to the port-channel's context. */
         if (const std::string use = in_use(port_channel); !use.empty())
             return fail(step, use);
         settings_.erase(step.name);
@@ -418,7 +421,7 @@ private:
 
     void delete_port(const Step &step, HostInterface &port)
     {
-        /* Members and interfaces made by hand are none of this plan's. */
+        /* Members and interfaces made by hand are not part of this plan. */
         if (port.channel == nullptr && port.intf_id() != no_id)
             return fail(step, step.name + " is still routed");
         if (const std::string use = in_use(port); !use.empty())
@@ -515,7 +518,7 @@ private:
         const auto found = have_.port_channels.find(step.other);
         if (found == have_.port_channels.end())
             return fail(step,
-                        "port-channel " + step.other + " is not there: an earlier step failed");
+                        "port-channel " + step.other + " does not exist: an earlier step failed");
         DesiredPortChannel &has = found->second;
         if (!has.l3) {
             has.members.emplace(step.name, step.cause);
@@ -552,7 +555,7 @@ private:
         const DesiredSvi &wants = *wanted_svis_.find(step.name);
         HostInterface *const svi = host_.add_svi(step.name, wants.vlan);
         if (svi == nullptr)
-            return fail(step, "VLAN " + std::to_string(wants.vlan) + " has an SVI already");
+            return fail(step, "VLAN " + std::to_string(wants.vlan) + " already has an SVI");
         if (create(step, *svi))
             svis_.put(step.name, wants);
         else
@@ -564,10 +567,10 @@ private:
         const DesiredSubInterface &wants = *wanted_sub_interfaces_.find(step.name);
         HostInterface *const parent = host_.find(wants.parent);
         if (parent == nullptr)
-            return fail(step, "parent " + wants.parent + " is not there");
+            return fail(step, "parent " + wants.parent + " does not exist");
         HostInterface *const sub = host_.add_sub_interface(step.name, *parent, wants.vlan);
         if (sub == nullptr)
-            return fail(step, "a sub-interface of this name is still there");
+            return fail(step, "a sub-interface of this name still exists");
         if (create(step, *sub))
             sub_interfaces_.put(step.name, wants);
         else

@@ -14,11 +14,10 @@
 #include "sim/fwm/host.h"
 #include "sim/switch/entry_points.h"
 
-/* The switch: brings what a configuration wants about, by requests to the library, and knows what
- * came of it. */
+/* The switch: applies configurations by requests to the library, and keeps the results. */
 namespace kvnsim {
 
-/* L3 settings of one interface; empty where a write failed, so that nobody knows what is there. */
+/* L3 settings of one interface; empty where a write failed and the value is unknown. */
 struct Settings {
     std::optional<uint16_t> mtu; /* bytes */
     std::optional<bool> ipv4, ipv6;
@@ -29,7 +28,7 @@ struct Settings {
 };
 Settings settings_of(const L3Settings &l3, uint16_t mtu);
 
-/* What one step does, in the order in which steps of a plan are carried out. */
+/* What one step does, in the order in which a plan is carried out. */
 enum class StepKind : uint8_t {
     remove_virtual_mac,
     delete_sub_interface,
@@ -57,38 +56,38 @@ struct Step {
     std::string name;     /* the object: "Ethernet0", "PortChannel0001"; of a member the port */
     std::string other;    /* a member's port-channel; else empty */
     Mac mac{};            /* of a MAC step */
-    Settings settings;    /* of a creation or change: what shall be */
+    Settings settings;    /* of a creation or change: the target */
     std::string words;    /* "route port Ethernet0: MTU 9100, IPv4, VRF Vrf42" */
-    SourceLocation cause; /* the row behind it; of a deletion, the row that went */
+    SourceLocation cause; /* the row behind it; of a deletion, the removed row */
 };
 
-/* Steps in the order to be carried out. */
+/* Steps in the order of execution. */
 struct Plan {
     std::vector<Step> steps;
     bool empty() const { return steps.empty(); }
 };
 
-/* A step that did not come about, wholly or in part. */
+/* A step that failed, wholly or in part. */
 struct Failure {
     Step step;
-    RequestRef request;  /* null when the host refused by itself */
+    RequestRef request;  /* null when the host refused */
     std::string message; /* "request 3 l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create:
                             SDK_E_FULL" */
 };
 
-/* The same, as it is kept. */
+/* A failure as the switch keeps it. */
 struct Reason {
     StepKind kind;
     Mac mac; /* of a MAC step */
     std::string message;
     Origin origin;        /* the request and its call that failed first, if any */
-    bool in_part = false; /* it came about but for calls that failed within */
+    bool in_part = false; /* it succeeded in part: some calls failed */
 };
 
 struct Applied {
     uint32_t steps_done = 0; /* carried out, failed ones included */
     std::vector<Failure> failures;
-    bool interrupted = false; /* the caller's stop came first; the rest was left */
+    bool interrupted = false; /* stopped by the caller; the rest was left out */
 };
 
 class Switch {
@@ -99,11 +98,11 @@ public:
     Switch(const Switch &) = delete;
     Switch &operator=(const Switch &) = delete;
 
-    /* What it takes to get from here to there; empty when all is as wanted. */
+    /* The steps from the present state to the wanted one; empty when there is no difference. */
     Plan plan(const Desired &want) const;
 
-    /* Carry a plan out. stop is asked before each step; progress is told after each. want is what
-     * the plan was made for, and is kept. A failed step is reported and the others go on. */
+    /* Carry a plan out. stop is called before each step, progress after each. want is what the plan
+     * was made for, and is kept. A failed step is reported and the others go on. */
     Applied apply(const Plan &plan, std::shared_ptr<const Desired> want,
                   const std::function<bool()> &stop = {},
                   const std::function<void(size_t done, size_t of)> &progress = {});
@@ -114,7 +113,7 @@ public:
     }
     Applied apply(Desired want) { return apply(std::make_shared<const Desired>(std::move(want))); }
 
-    /* What has come about so far, and what was wanted last. */
+    /* What has been applied so far, and what was wanted last. */
     const Desired &have() const { return have_; }
     const Desired &wanted() const { return *wanted_; }
     /* Members that the library declined because the port is routed: (port-channel, port). */
@@ -127,11 +126,11 @@ public:
     std::map<std::string, uint32_t> vpns() const { return vpns_; }
     uint32_t router_mac_id() const { return router_mac_id_; } /* no_id without one */
 
-    /* The settings that were written, by interface name; only interfaces that exist in the ASIC. */
+    /* The settings written, by interface name; only interfaces that exist in the ASIC. */
     const ByName<Settings> &settings() const { return settings_; }
 
-    /* Why objects are not as wanted, by name, the oldest reason first: steps that failed and were
-     * not made up for since. What failed in part stays until the object is made anew or goes. */
+    /* Why objects are not as wanted, by name, the oldest reason first: failed steps, not yet
+     * repaired. A failure in part stays until the object is recreated or deleted. */
     const std::map<std::string, std::vector<Reason>> &failures() const { return failures_; }
 
 private:

@@ -3,7 +3,7 @@
 #include <string_view>
 #include <tuple>
 
-/* Row types. Each says the name of its table and, once, its columns:
+/* Row types. Each declares the name of its table and, once, its columns:
  *
  *     struct LidRow {
  *         uint32_t lid_id = 0, ifmap_idx = 0;
@@ -11,14 +11,14 @@
  *         TABLE_ROW("asic_lid", lid_id, ifmap_idx, made)
  *     };
  *
- * Showing, saving, loading and comparing rows is made from that alone. */
+ * Showing, saving, loading and comparing rows need nothing else. */
 namespace kvnsim {
 
 #define TABLE_ROW(name, ...)                                                                       \
     static constexpr const char *table = name;                                                     \
     COLUMNS(__VA_ARGS__)
 
-/* The same for what is shown, but kept in no table. */
+/* The same for rows that are shown but not stored. */
 #define COLUMNS(...)                                                                               \
     static constexpr std::string_view column_names = #__VA_ARGS__;                                 \
     auto columns()                                                                                 \

@@ -6,7 +6,7 @@
 namespace kvnsim {
 namespace {
 
-/* How many bytes at the front make one UTF-8 character, 0 for none. */
+/* The length in bytes of the UTF-8 character at the front, 0 for none. */
 size_t character_length(std::string_view text)
 {
     const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -22,7 +22,7 @@ size_t character_length(std::string_view text)
         if ((byte(i) & 0xC0) != 0x80)
             return 0;
     }
-    /* Spelled too long, a surrogate, beyond the last code point. */
+    /* Overlong, a surrogate, or beyond the last code point. */
     if ((first == 0xE0 && byte(1) < 0xA0) || (first == 0xED && byte(1) >= 0xA0) ||
         (first == 0xF0 && byte(1) < 0x90) || (first == 0xF4 && byte(1) >= 0x90))
         return 0;

@@ -9,8 +9,7 @@
 
 namespace kvnsim {
 
-/* Writes one JSON document. Text that is no UTF-8, as a file's name may be, has its stray bytes
- * replaced. */
+/* Writes one JSON document. Bytes that are not UTF-8, as in a file's name, are replaced. */
 class Json {
 public:
     Json();

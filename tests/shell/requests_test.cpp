@@ -132,7 +132,7 @@ TEST_F(Requests, WhatTheLibraryDoesNotSurviveIsRefused)
         {{"call del_subint null"}, "l3lif must not be NULL"},
         {{"call dump_l3lif x null"}, "l3lif must not be NULL"},
         {{"create PortChannel2", "call add_l3port PortChannel2 1"}, "PortChannel2 has no context"},
-        {{"call alloc_l3pc_add Ethernet12 1"}, "Ethernet12 is no port-channel"},
+        {{"call alloc_l3pc_add Ethernet12 1"}, "Ethernet12 is not a port-channel"},
         {{"create Ethernet12.5"}, "parent Ethernet12 is not routed"},
     };
     for (const auto &each : cases) {

@@ -112,10 +112,10 @@ INSTANTIATE_TEST_SUITE_P(
             "1:36: PORT|Ethernet0: there is a comma before ']': expected none after the last "
             "entry"},
         SyntaxCase{"LineComment", "{ // ports\n\"PORT\": {}}",
-                   "1:3: there is a comment: JSON has none"},
+                   "1:3: comments are not allowed in JSON"},
         SyntaxCase{"BlockComment", "{\"PORT\": /* none */ {}}",
-                   "1:10: there is a comment: JSON has none"},
-        SyntaxCase{"HashComment", "# ports\n{}", "1:1: there is a comment: JSON has none"},
+                   "1:10: comments are not allowed in JSON"},
+        SyntaxCase{"HashComment", "# ports\n{}", "1:1: comments are not allowed in JSON"},
         SyntaxCase{"MissingComma", "{\"PORT\": {\"Ethernet0\": {}\n\"Ethernet1\": {}}}",
                    "2:1: PORT: expected ',' or '}', found \"\"\""},
         SyntaxCase{"MissingColon", "{\"PORT\" {}}",

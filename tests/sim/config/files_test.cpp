@@ -95,7 +95,8 @@ TEST(Examples, TheBrokenOneHasAllItsErrorsTold)
             "broken.json:16:9: INTERFACE|Ethernet1|192.0.2.2/31: warning: left out, because "
             "PORT|Ethernet1 is (see broken.json:7:9: PORT|Ethernet1)",
             "broken.json:17:9: INTERFACE|Ethernet9: Ethernet9 has no row in PORT",
-            "broken.json:21:9: PORTCHANNEL|PortChannel01: port-channel 1 is PortChannel1 already "
+            "broken.json:21:9: PORTCHANNEL|PortChannel01: port-channel number 1 is already "
+            "used by PortChannel1 "
             "(see broken.json:20:9: PORTCHANNEL|PortChannel1)",
             "broken.json:26:9: PORTCHANNEL_MEMBER|PortChannel2|Ethernet3: Ethernet3 is a member "
             "of another port-channel (see broken.json:25:9: "
@@ -105,10 +106,10 @@ TEST(Examples, TheBrokenOneHasAllItsErrorsTold)
             "broken.json:31:9: VLAN_SUB_INTERFACE|Po1.7: VLAN 100 is there twice under "
             "PortChannel1 (see broken.json:30:9: VLAN_SUB_INTERFACE|PortChannel1.100)",
             "broken.json:32:9: VLAN_SUB_INTERFACE|PortChannel2.10: PortChannel2 has no member: a "
-            "sub-interface needs its LID, which comes with the first one (see broken.json:22:9: "
+            "sub-interface needs its LID, which the first member creates (see broken.json:22:9: "
             "PORTCHANNEL|PortChannel2)",
-            "broken.json:33:9: VLAN_SUB_INTERFACE|Eth3.1: vlan is missing: expected 1..4094, for "
-            "the short name Eth3.1 does not say it",
+            "broken.json:33:9: VLAN_SUB_INTERFACE|Eth3.1: vlan is missing: expected 1..4094; the "
+            "short name Eth3.1 does not give it",
             "broken.json:36:30: VLAN|Vlan10: vlanid is 11: expected 10, as the name says",
             "broken.json:39:9: VRRP|Vlan10|1: Vlan10 has no row in VLAN_INTERFACE",
             "broken.json:40:9: VRRP|PortChannel1.100|300: \"300\": expected a number 1..255"));

@@ -17,10 +17,10 @@ const std::vector<FindingCase> &finding_cases()
          {"2:10: PORT|Ethernet0: found a string: expected an object of fields"}},
         {"TableNameWithBlank",
          R"("PORT ": {"Ethernet0": {}})",
-         {"2:1: PORT : there is no table \"PORT \": PORT was meant"}},
+         {"2:1: PORT : unknown table \"PORT \": expected PORT"}},
         {"TableNameInLowerCase",
          R"("vlan": {"Vlan10": {}})",
-         {"2:1: vlan: there is no table \"vlan\": VLAN was meant"}},
+         {"2:1: vlan: unknown table \"vlan\": expected VLAN"}},
         {"TableOfPortsIsNoObject",
          R"("PORT": "x",
 "INTERFACE": {"Ethernet0": {}})",
@@ -36,14 +36,14 @@ const std::vector<FindingCase> &finding_cases()
         {"TableOfPortsInLowerCase",
          R"("port": {"Ethernet0": {}},
 "INTERFACE": {"Ethernet0": {}})",
-         {"2:1: port: there is no table \"port\": PORT was meant",
+         {"2:1: port: unknown table \"port\": expected PORT",
           "3:15: INTERFACE|Ethernet0: warning: left out, because port is (see 2:1: port)"}},
         {"FieldNameWithBlank",
          R"("PORT": {"Ethernet0": {"mtu ": "1500"}})",
-         {"2:24: PORT|Ethernet0: there is no field \"mtu \": mtu was meant"}},
+         {"2:24: PORT|Ethernet0: unknown field \"mtu \": expected mtu"}},
         {"FieldNameInUpperCase",
          R"("PORT": {"Ethernet0": {"MTU": "1500"}})",
-         {"2:24: PORT|Ethernet0: there is no field \"MTU\": mtu was meant"}},
+         {"2:24: PORT|Ethernet0: unknown field \"MTU\": expected mtu"}},
         {"FieldsThatAreNotRead",
          R"("PORT": {"Ethernet0": {"speed": "100000", "lanes": ["1", "2"]}})",
          {}},
@@ -107,15 +107,15 @@ const std::vector<FindingCase> &finding_cases()
          R"("DEVICE_METADATA": {"localhost": {"hostname": "0123456789012345678901234567890123456789012345678901234567890123"}})",
          {"2:47: DEVICE_METADATA|localhost: hostname is "
           "\"0123456789012345678901234567890123456789012345678901234567890123\": expected at most "
-          "63 characters, none of them a control character"}},
+          "63 characters, no control characters"}},
         {"HostnameWithControlCharacter",
          R"("DEVICE_METADATA": {"localhost": {"hostname": "a\tb"}})",
          {"2:47: DEVICE_METADATA|localhost: hostname is \"a\\x09b\": expected at most 63 "
-          "characters, none of them a control character"}},
+          "characters, no control characters"}},
         {"OtherRowsOfDeviceMetadata", R"("DEVICE_METADATA": {"chassis": {"slot": "1"}})", {}},
         {"MetadataRowOfAnotherSpelling",
          R"("DEVICE_METADATA": {"Localhost": {"mac": "00:11:22:33:44:55"}})",
-         {"2:21: DEVICE_METADATA|Localhost: there is no row \"Localhost\": localhost was meant"}},
+         {"2:21: DEVICE_METADATA|Localhost: unknown row \"Localhost\": expected localhost"}},
 
         /* Keys */
         {"KeyEndsWithBlank",
@@ -226,8 +226,8 @@ const std::vector<FindingCase> &finding_cases()
          R"("PORT": {"Ethernet0": {}},
 "INTERFACE": {"Ethernet0": {}, "Ethernet0|192.0.2.1/31": {"NAT_ZONE": "1"}},
 "VLAN_SUB_INTERFACE": {"Ethernet0.100": {}})",
-         {"3:59: INTERFACE|Ethernet0|192.0.2.1/31: there is no field \"NAT_ZONE\": nat_zone was "
-          "meant"}},
+         {"3:59: INTERFACE|Ethernet0|192.0.2.1/31: unknown field \"NAT_ZONE\": expected "
+          "nat_zone"}},
         {"OnlyAddressRowHasAnError",
          R"("PORT": {"Ethernet0": {}},
 "INTERFACE": {"Ethernet0|192.0.2.1/33": {}},
@@ -316,7 +316,8 @@ const std::vector<FindingCase> &finding_cases()
          R"("PORTCHANNEL": {"PortChannel1": {},
 "PortChannel01": {}},
 "PORTCHANNEL_INTERFACE": {"PortChannel01": {}})",
-         {"3:1: PORTCHANNEL|PortChannel01: port-channel 1 is PortChannel1 already (see 2:17: "
+         {"3:1: PORTCHANNEL|PortChannel01: port-channel number 1 is already "
+          "used by PortChannel1 (see 2:17: "
           "PORTCHANNEL|PortChannel1)",
           "4:27: PORTCHANNEL_INTERFACE|PortChannel01: warning: left out, because "
           "PORTCHANNEL|PortChannel01 is (see 3:1: PORTCHANNEL|PortChannel01)"}},
@@ -387,10 +388,10 @@ const std::vector<FindingCase> &finding_cases()
 "PORTCHANNEL_MEMBER": {"PortChannel4|Ethernet8": {}},
 "PORT": {"Ethernet8": {}}, "PORTCHANNEL": {"PortChannel4": {}})",
          {"2:10: VRRP|PortChannel4|3: warning: left out: PortChannel4 has no member that is not "
-          "routed, and without one no interface for a virtual MAC (see 3:15: "
+          "routed, so no interface for a virtual MAC (see 3:15: "
           "INTERFACE|Ethernet8)",
           "2:56: VLAN_SUB_INTERFACE|PortChannel4.5: PortChannel4 has no member that is not routed: "
-          "a sub-interface needs its LID, which comes with the first one (see 3:15: "
+          "a sub-interface needs its LID, which the first member creates (see 3:15: "
           "INTERFACE|Ethernet8)",
           "3:15: INTERFACE|Ethernet8: warning: Ethernet8 is routed and a member of a port-channel "
           "(see 4:24: PORTCHANNEL_MEMBER|PortChannel4|Ethernet8)"}},
@@ -416,7 +417,7 @@ const std::vector<FindingCase> &finding_cases()
 "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
 "VLAN_SUB_INTERFACE": {"PortChannel1.10": {}})",
          {"4:24: VLAN_SUB_INTERFACE|PortChannel1.10: PortChannel1 has no member: a sub-interface "
-          "needs its LID, which comes with the first one (see 2:17: PORTCHANNEL|PortChannel1)"}},
+          "needs its LID, which the first member creates (see 2:17: PORTCHANNEL|PortChannel1)"}},
         {"SubInterfaceOfMember",
          R"("PORT": {"Ethernet0": {}}, "PORTCHANNEL": {"PortChannel1": {}},
 "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}},
@@ -435,8 +436,8 @@ const std::vector<FindingCase> &finding_cases()
         {"ShortNameWithoutVlan",
          R"("PORT": {"Ethernet64": {}},
 "VLAN_SUB_INTERFACE": {"Eth64.10": {}})",
-         {"3:24: VLAN_SUB_INTERFACE|Eth64.10: vlan is missing: expected 1..4094, for the short "
-          "name Eth64.10 does not say it"}},
+         {"3:24: VLAN_SUB_INTERFACE|Eth64.10: vlan is missing: expected 1..4094; the short name "
+          "Eth64.10 does not give it"}},
         {"VlanAfterTheDotOutOfRange",
          R"("PORT": {"Ethernet0": {}},
 "VLAN_SUB_INTERFACE": {"Ethernet0.5000": {}, "Ethernet0.5001": {"vlan": "51"}})",
@@ -484,8 +485,8 @@ const std::vector<FindingCase> &finding_cases()
          R"("PORTCHANNEL": {"PortChannel1": {}},
 "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
 "VRRP": {"PortChannel1|1": {}})",
-         {"4:10: VRRP|PortChannel1|1: warning: left out: PortChannel1 has no member, and without "
-          "one no interface for a virtual MAC (see 2:17: PORTCHANNEL|PortChannel1)"}},
+         {"4:10: VRRP|PortChannel1|1: warning: left out: PortChannel1 has no member, so no "
+          "interface for a virtual MAC (see 2:17: PORTCHANNEL|PortChannel1)"}},
         {"VrrpOnMember",
          R"("PORT": {"Ethernet0": {}}, "PORTCHANNEL": {"PortChannel1": {}},
 "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}},
@@ -508,14 +509,14 @@ const std::vector<FindingCase> &finding_cases()
          R"("PORT": {"Ethernet0": {}}, "INTERFACE": {"Ethernet0": {}},
 "VRRP": {"Ethernet0|1": {},
 "Ethernet0|01": {}})",
-         {"4:1: VRRP|Ethernet0|01: Ethernet0 has the virtual MAC 00:00:5e:00:01:01 already (see "
+         {"4:1: VRRP|Ethernet0|01: Ethernet0 already has the virtual MAC 00:00:5e:00:01:01 (see "
           "3:10: VRRP|Ethernet0|1)"}},
         {"GatewayMacIsAVirtualRouters",
          R"("VLAN": {"Vlan10": {}},
 "SAG": {"GLOBAL": {"gateway_mac": "00:00:5e:00:01:0a"}},
 "VLAN_INTERFACE": {"Vlan10": {"static_anycast_gateway": "true"}},
 "VRRP": {"Vlan10|10": {}})",
-         {"5:10: VRRP|Vlan10|10: Vlan10 has the virtual MAC 00:00:5e:00:01:0a already (see 4:20: "
+         {"5:10: VRRP|Vlan10|10: Vlan10 already has the virtual MAC 00:00:5e:00:01:0a (see 4:20: "
           "VLAN_INTERFACE|Vlan10)"}},
 
         /* No table of ports */

@@ -314,7 +314,7 @@ TEST_F(Services, AHeldPortChannelIsGivenOverOnce)
     EXPECT_NE(fwmpd_kvn_get_pc_info(po3.ifindex, &pc_id, &lid_id), 0);
     EXPECT_TRUE(asic.find_port_channel(pc_id)) << "it is the library's from now on";
     EXPECT_EQ(reason_of([&] { return fwmpd_kvn_reset_pd_pc(po3.ifindex); }),
-              "0x20000003 is no port-channel that the forwarding manager holds");
+              "0x20000003 is no port-channel that the host holds");
 }
 
 TEST_F(Services, ThatNoPortChannelIsHeldIsNoFailure)

@@ -91,7 +91,8 @@ TEST_F(Asking, PortChannelNeedsItsContextToBeRoutedByItself)
     HostInterface &channel = port_channel(1);
     EXPECT_EQ(asking("add_l3port", {of(channel), number(1)}), "PortChannel1 has no context");
     EXPECT_EQ(asking("alloc_l3pc_add", {of(channel), number(1)}), "");
-    EXPECT_EQ(asking("alloc_l3pc_add", {of(port(0)), number(1)}), "Ethernet0 is no port-channel");
+    EXPECT_EQ(asking("alloc_l3pc_add", {of(port(0)), number(1)}),
+              "Ethernet0 is not a port-channel");
     EXPECT_EQ(asking("add_l3port", {of(port(4)), number(1)}), "");
 }
 
