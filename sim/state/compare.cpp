@@ -12,23 +12,21 @@
 #include "sim/sdk/asic.h"
 #include "sim/sdk/attributes.h"
 #include "sim/state/index.h"
+#include "sim/switch/cursor.h"
 
 namespace kvnsim {
 namespace {
 
 /* The key columns of a table. */
-template <class Row> constexpr std::initializer_list<const char *> key_of = {"ifindex"};
-template <> constexpr std::initializer_list<const char *> key_of<IntfRow> = {"intf_id"};
-template <>
-constexpr std::initializer_list<const char *> key_of<AttributeValueRow> = {"intf_id", "number"};
-template <> constexpr std::initializer_list<const char *> key_of<LidRow> = {"lid_id"};
-template <>
-constexpr std::initializer_list<const char *> key_of<LidPathRow> = {"lid_id", "position"};
-template <> constexpr std::initializer_list<const char *> key_of<PortChannelRow> = {"pc_id"};
-template <>
-constexpr std::initializer_list<const char *> key_of<MemberRow> = {"pc_id", "front_port"};
-template <> constexpr std::initializer_list<const char *> key_of<RouterMacRow> = {"mac"};
-template <> constexpr std::initializer_list<const char *> key_of<TrapRow> = {"intf_id", "mac"};
+template <class Row> constexpr std::string_view key_of = "ifindex";
+template <> constexpr std::string_view key_of<IntfRow> = "intf_id";
+template <> constexpr std::string_view key_of<AttributeValueRow> = "intf_id, number";
+template <> constexpr std::string_view key_of<LidRow> = "lid_id";
+template <> constexpr std::string_view key_of<LidPathRow> = "lid_id, position";
+template <> constexpr std::string_view key_of<PortChannelRow> = "pc_id";
+template <> constexpr std::string_view key_of<MemberRow> = "pc_id, front_port";
+template <> constexpr std::string_view key_of<RouterMacRow> = "mac";
+template <> constexpr std::string_view key_of<TrapRow> = "intf_id, mac";
 
 /* A row without its key. */
 struct Seen {
@@ -80,8 +78,8 @@ private:
                 return;
         }
         const std::string text = words(row, column, value);
-        for (const char *part : key_of<Row>) {
-            if (column == part) {
+        for (std::string_view keys = key_of<Row>; !keys.empty();) {
+            if (column == next_name(keys)) {
                 key += (key.empty() ? "" : " ") + text;
                 return;
             }
@@ -95,22 +93,17 @@ private:
                column == "peer_mac_id" || column == "mac_trap_id" || column == "ifmap_idx";
     }
 
-    template <class Row> std::string words(const Row &, std::string_view, const Mac &mac) const
+    template <class Row, class T>
+    std::string words(const Row &, std::string_view, const T &value) const
     {
-        return to_text(mac);
-    }
-    template <class Row>
-    std::string words(const Row &, std::string_view, const std::string &text) const
-    {
-        return text;
-    }
-    template <class Row> std::string words(const Row &, std::string_view, bool flag) const
-    {
-        return flag ? "yes" : "no";
-    }
-    template <class Row> std::string words(const Row &, std::string_view, uint16_t number) const
-    {
-        return fmt::to_string(number);
+        if constexpr (std::is_same_v<T, bool>)
+            return value ? "yes" : "no";
+        else if constexpr (std::is_integral_v<T>)
+            return fmt::to_string(value);
+        else if constexpr (std::is_same_v<T, Mac>)
+            return to_text(value);
+        else
+            return value;
     }
     template <class Row>
     std::string words(const Row &row, std::string_view column, uint32_t number) const
@@ -173,47 +166,24 @@ std::string identity(const Seen &seen)
 
 void compare(const char *table, const Rows &a, const Rows &b, std::vector<Difference> &into)
 {
-    auto x = a.begin();
-    auto y = b.begin();
-    const NaturalOrder before;
-    while (x != a.end() || y != b.end()) {
-        if (y == b.end() || (x != a.end() && before(x->first, y->first))) {
-            if (!x->second.is_initial)
-                into.push_back({table, x->first, {}, identity(x->second), {}});
-            ++x;
-        } else if (x == a.end() || before(y->first, x->first)) {
-            if (!y->second.is_initial)
-                into.push_back({table, y->first, {}, {}, identity(y->second)});
-            ++y;
-        } else {
-            for (size_t i = 0; i < x->second.values.size(); ++i) {
-                const auto &[column, value] = x->second.values[i];
-                const std::string &other = y->second.values[i].second;
-                if (value != other)
-                    into.push_back({table, x->first, std::string(column), value, other});
-            }
-            ++x;
-            ++y;
+    walk(a, b, [&](const std::string &object, const Seen *x, const Seen *y) {
+        if (x == nullptr || y == nullptr) {
+            const Seen &only = x != nullptr ? *x : *y;
+            if (only.is_initial)
+                return;
+            Difference &difference = into.emplace_back();
+            difference.table = table;
+            difference.object = object;
+            (x != nullptr ? difference.a : difference.b) = identity(only);
+            return;
         }
-    }
-}
-
-/* ASIC and shared database, in output order. */
-template <class Visit> void compared_tables(Visit &&visit)
-{
-    visit(&Snapshot::intfs);
-    visit(&Snapshot::attributes);
-    visit(&Snapshot::lids);
-    visit(&Snapshot::lid_paths);
-    visit(&Snapshot::port_channels);
-    visit(&Snapshot::members);
-    visit(&Snapshot::router_macs);
-    visit(&Snapshot::traps);
-    visit(&Snapshot::pm);
-    visit(&Snapshot::pc);
-    visit(&Snapshot::l3lif);
-    visit(&Snapshot::label);
-    visit(&Snapshot::member_intf);
+        for (size_t i = 0; i < x->values.size(); ++i) {
+            const auto &[column, value] = x->values[i];
+            const std::string &other = y->values[i].second;
+            if (value != other)
+                into.push_back({table, object, std::string(column), value, other});
+        }
+    });
 }
 
 } // namespace
@@ -222,10 +192,15 @@ std::vector<Difference> diff(const Snapshot &a, const Snapshot &b)
 {
     const Names of_a(a), of_b(b);
     std::vector<Difference> differences;
-    compared_tables([&](auto rows) {
-        using Row = typename std::remove_reference_t<decltype(a.*rows)>::value_type;
-        compare(Row::table, of_a.rows(a.*rows), of_b.rows(b.*rows), differences);
-    });
+    const auto compare_rows = [&](auto... tables) {
+        (compare(std::decay_t<decltype(a.*tables)>::value_type::table, of_a.rows(a.*tables),
+                 of_b.rows(b.*tables), differences),
+         ...);
+    };
+    /* ASIC and shared database, in output order. */
+    using S = Snapshot;
+    compare_rows(&S::intfs, &S::attributes, &S::lids, &S::lid_paths, &S::port_channels, &S::members,
+                 &S::router_macs, &S::traps, &S::pm, &S::pc, &S::l3lif, &S::label, &S::member_intf);
     return differences;
 }
 

@@ -108,17 +108,7 @@ template <class Map> static auto found_in(const Map &map, const typename Map::ke
 
 const HostRow *Index::host(std::string_view name) const
 {
-    const std::vector<HostRow> &rows = snapshot_.host;
-    for (const size_t guess : {host_found_, host_found_ + 1}) {
-        if (guess < rows.size() && rows[guess].name == name) {
-            host_found_ = guess;
-            return &rows[guess];
-        }
-    }
-    const HostRow *const found = found_in(host_by_name_, name);
-    if (found != nullptr)
-        host_found_ = static_cast<size_t>(found - rows.data());
-    return found;
+    return found_in(host_by_name_, name);
 }
 const WantedInterface *Index::wanted(std::string_view name) const
 {

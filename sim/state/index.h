@@ -161,7 +161,6 @@ private:
     const Snapshot &snapshot_;
     std::pmr::monotonic_buffer_resource memory_; /* of the lookups */
     Lookup<std::string_view, const HostRow *> host_by_name_{&memory_};
-    mutable size_t host_found_ = 0; /* last position: often the next one follows */
     Lookup<std::string_view, const WantedInterface *> wanted_without_host_{&memory_};
     std::vector<const WantedInterface *> wanted_of_; /* by position of the host's row */
     std::vector<const HostRow *> host_of_;           /* by position of the wanted row */

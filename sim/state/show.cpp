@@ -236,16 +236,8 @@ Listing show_errors(const Snapshot &snapshot, const std::string &)
 Listing show_summary(const Snapshot &snapshot, const std::string &)
 {
     const Index index(snapshot);
-    Listing listing;
-    listing.title = "Summary";
-    listing.columns = {{"name", "Name"},
-                       {"description", "What"},
-                       {"used", "Used"},
-                       {"high_water", "Highest"},
-                       {"capacity", "Capacity"}};
-    for (const TableUse &use : snapshot.table_use)
-        listing.rows.push_back({cell(use.name), cell(use.description), cell(use.used),
-                                cell(use.high_water), cell(use.capacity)});
+    Listing listing =
+        listing_of("Summary", snapshot.table_use, {"Name", "What", "Used", "Highest", "Capacity"});
     const auto count = [&](const char *name, const char *what, size_t of) {
         listing.rows.push_back({std::string(name), std::string(what), cell(of), Cell(), Cell()});
     };
