@@ -108,4 +108,11 @@ private:
     char time_text_[40];
 };
 
+/* Keeps the sinks: they are as before when it ends. */
+class SinksScope {
+public:
+    ~SinksScope() { Diagnostics::instance().configure(before); }
+    const Sinks before = Diagnostics::instance().sinks();
+};
+
 } // namespace kvnsim

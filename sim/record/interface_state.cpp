@@ -4,8 +4,8 @@
 #include "sim/record/interface_state.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
+#include <iterator>
 
 #include <fmt/format.h>
 
@@ -14,9 +14,6 @@
 
 namespace kvnsim {
 namespace {
-
-constexpr std::array kinds{InterfaceKind::port, InterfaceKind::port_channel, InterfaceKind::svi,
-                           InterfaceKind::sub_interface};
 
 /* A switch has at most as many sub-interfaces as its ASIC has interfaces. */
 constexpr uint32_t max_sequence = 0xFFFF;
@@ -206,16 +203,17 @@ std::string restore_interface(const std::string &name, const Value &of_host, con
     if (interface == nullptr || interface->name != name || interface->parent != parent ||
         interface->vlan != vlan) {
         const Value *kind_text = of_host.find("kind");
-        const auto kind = std::find_if(kinds.begin(), kinds.end(), [&](InterfaceKind one) {
-            return kind_text != nullptr && kind_text->string() == to_text(one);
-        });
-        if (kind == kinds.end())
+        const auto named =
+            std::find(std::begin(interface_kind_names), std::end(interface_kind_names),
+                      kind_text != nullptr ? kind_text->string() : "");
+        if (named == std::end(interface_kind_names))
             return "\"kind\": expected port, port-channel, sub-interface or SVI";
         evict(interface);
         evict(host().find(name));
-        interface = add(name, *kind, ifindex, parent, vlan);
+        const auto kind = static_cast<InterfaceKind>(named - std::begin(interface_kind_names));
+        interface = add(name, kind, ifindex, parent, vlan);
         if (interface == nullptr || interface->ifindex != ifindex)
-            return fmt::format("{} cannot be a {} of ifindex {:#x}", name, to_text(*kind), ifindex);
+            return fmt::format("{} cannot be a {} of ifindex {:#x}", name, *named, ifindex);
     }
 
     restore_context(*interface, library.find("l3_pd"));

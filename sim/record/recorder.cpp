@@ -13,14 +13,16 @@ namespace kvnsim {
 
 Recorder::Recorder(std::ostream &out) : out_(out)
 {
-    write(header_line());
+    write(line(LineKind::header, Value::integer(recording_version),
+               {{"word_size", Value::integer(8 * sizeof(void *))}}));
     Journal::instance().add(*this);
 }
 
 Recorder::~Recorder()
 {
     Journal::instance().remove(*this);
-    write(end_line(requests_));
+    write(line(LineKind::end, Value::integer(1),
+               {{"requests", Value::integer(static_cast<int64_t>(requests_))}}));
     out_.flush();
 }
 
@@ -41,7 +43,7 @@ void Recorder::write_gone(const Request &request)
         if (Host::instance().find(at->first) != nullptr) {
             ++at;
         } else {
-            write(gone_line(at->first));
+            write(line(LineKind::gone, Value::integer(at->first)));
             at = written_.erase(at);
         }
     }
@@ -50,7 +52,7 @@ void Recorder::write_gone(const Request &request)
 void Recorder::request_begins(const Request &request)
 {
     if (request.number <= last_request_) {
-        write(power_on_line());
+        write(line(LineKind::power_on, Value::integer(1)));
         written_.clear();
     }
     last_request_ = request.number;
@@ -70,7 +72,8 @@ void Recorder::request_begins(const Request &request)
         Written &before = written_[interface->ifindex];
         if (now.host != before.host || now.library != before.library) {
             before = std::move(now);
-            write(interface_line(*interface));
+            write(line(LineKind::interface, Value::text(interface->name),
+                       {{"host", host_state(*interface)}, {"library", library_state(*interface)}}));
         }
     }
     write(request_line(request));

@@ -1,6 +1,7 @@
 #include "sim/record/recording.h"
 
-#include <array>
+#include <algorithm>
+#include <iterator>
 
 #include <fmt/format.h>
 #include <rapidjson/document.h>
@@ -12,33 +13,43 @@
 namespace kvnsim {
 namespace {
 
-/* The first field of each kind of line, in the order of LineKind. */
-constexpr std::array line_names{"kvnsim_recording",
-                                "sinks",
-                                "power_on",
-                                "interface",
-                                "gone",
-                                "request",
-                                "call",
-                                "trace",
-                                "left",
-                                "result",
-                                "end"};
+/* A mandatory field. */
+struct Required {
+    const char *field;
+    Value::Kind kind;
+};
 
-const char *name_of(LineKind kind)
-{
-    return line_names[static_cast<size_t>(kind)];
-}
+constexpr Value::Kind a_number = Value::Kind::integer, a_text = Value::Kind::text,
+                      an_object = Value::Kind::record;
+
+/* A kind of line: the name of its first field, and what it must have. */
+struct Form {
+    const char *name;
+    std::vector<Required> required;
+};
+
+/* In the order of LineKind. */
+const Form forms[] = {
+    {"kvnsim_recording", {{"kvnsim_recording", a_number}, {"word_size", a_number}}},
+    {"sinks", {{"sinks", an_object}}},
+    {"power_on", {}},
+    {"interface", {{"interface", a_text}, {"host", an_object}, {"library", an_object}}},
+    {"gone", {{"gone", a_number}}},
+    {"request", {{"request", a_number}, {"entry", a_text}, {"arguments", an_object}}},
+    {"call", {{"call", a_text}, {"in", an_object}}},
+    {"trace", {{"trace", a_number}, {"function", a_text}, {"line", a_number}, {"text", a_text}}},
+    {"left", {{"left", a_text}, {"library", an_object}}},
+    {"result", {}},
+    {"end", {{"requests", a_number}}},
+    {"", {}},
+};
 
 LineKind kind_of(const Value &line)
 {
-    if (line.fields().empty())
-        return LineKind::unknown;
-    for (size_t i = 0; i < line_names.size(); ++i) {
-        if (line.fields()[0].name == line_names[i])
-            return static_cast<LineKind>(i);
-    }
-    return LineKind::unknown;
+    const auto form = std::find_if(std::begin(forms), std::end(forms) - 1, [&](const Form &one) {
+        return !line.fields().empty() && line.fields()[0].name == one.name;
+    });
+    return static_cast<LineKind>(form - std::begin(forms));
 }
 
 Value flag(bool is_set)
@@ -76,49 +87,33 @@ Value read_json(const rapidjson::Value &json, int depth = 0)
     return Value(); /* null, and types that this version does not use */
 }
 
-/* A mandatory field of a kind of line. */
-struct Required {
-    LineKind line;
-    const char *field;
-    Value::Kind kind;
-    const char *expected;
-};
-
-const Required required[] = {
-    {LineKind::header, "kvnsim_recording", Value::Kind::integer, "a number"},
-    {LineKind::header, "word_size", Value::Kind::integer, "a number"},
-    {LineKind::sinks, "sinks", Value::Kind::record, "an object"},
-    {LineKind::interface, "interface", Value::Kind::text, "a text"},
-    {LineKind::interface, "host", Value::Kind::record, "an object"},
-    {LineKind::interface, "library", Value::Kind::record, "an object"},
-    {LineKind::gone, "gone", Value::Kind::integer, "a number"},
-    {LineKind::request, "request", Value::Kind::integer, "a number"},
-    {LineKind::request, "entry", Value::Kind::text, "a text"},
-    {LineKind::request, "arguments", Value::Kind::record, "an object"},
-    {LineKind::call, "call", Value::Kind::text, "a text"},
-    {LineKind::call, "in", Value::Kind::record, "an object"},
-    {LineKind::trace, "trace", Value::Kind::integer, "a number"},
-    {LineKind::trace, "function", Value::Kind::text, "a text"},
-    {LineKind::trace, "line", Value::Kind::integer, "a number"},
-    {LineKind::trace, "text", Value::Kind::text, "a text"},
-    {LineKind::left, "left", Value::Kind::text, "a text"},
-    {LineKind::left, "library", Value::Kind::record, "an object"},
-    {LineKind::end, "requests", Value::Kind::integer, "a number"},
-};
-
-std::string what_is_missing(const Line &line)
+const char *expected(Value::Kind kind)
 {
-    for (const Required &row : required) {
-        if (row.line != line.kind)
-            continue;
-        const Value *field = line.value.find(row.field);
+    return kind == a_number ? "a number" : kind == a_text ? "a text" : "an object";
+}
+
+/* Empty when nothing is. */
+std::string what_is_wrong(const Line &line)
+{
+    if (line.number == 1 && line.kind != LineKind::header)
+        return "not a recording: expected {\"kvnsim_recording\":1,...}";
+    if (line.value.kind() != an_object)
+        return "damaged line: expected an object";
+    for (const auto &[name, kind] : forms[static_cast<size_t>(line.kind)].required) {
+        const Value *field = line.value.find(name);
         if (field == nullptr)
-            return fmt::format("\"{}\" is missing", row.field);
-        if (field->kind() != row.kind)
-            return fmt::format("\"{}\": expected {}, not {}", row.field, row.expected,
+            return fmt::format("damaged line: \"{}\" is missing", name);
+        if (field->kind() != kind)
+            return fmt::format("damaged line: \"{}\": expected {}, not {}", name, expected(kind),
                                field->to_text());
     }
-    return "";
+    if (line.kind != LineKind::header)
+        return "";
+    const int64_t version = line.value.fields()[0].value.number();
+    if (version == recording_version)
+        return "";
+    return fmt::format("recording version {}; only version {} can be read", version,
+                       recording_version);
 }
 
 std::string call_text(const Value &line)
@@ -148,54 +143,34 @@ std::string trace_text(const Value &line)
 
 } // namespace
 
-Value header_line()
+Value line(LineKind kind, Value first, std::vector<Field> others)
 {
-    return Value::record({{name_of(LineKind::header), Value::integer(recording_version)},
-                          {"word_size", Value::integer(8 * sizeof(void *))}});
+    others.insert(others.begin(), {forms[static_cast<size_t>(kind)].name, std::move(first)});
+    return Value::record(std::move(others));
 }
 
 Value sinks_line(const Sinks &sinks)
 {
-    return Value::record(
-        {{name_of(LineKind::sinks),
-          Value::record({{"debug_file", flag(!sinks.debug_file.empty())},
-                         {"events", flag(!sinks.event_file.empty() && sinks.events.debug)},
-                         {"console", flag(sinks.console.debug)}})}});
-}
-
-Value power_on_line()
-{
-    return Value::record({{name_of(LineKind::power_on), Value::integer(1)}});
-}
-
-Value interface_line(const HostInterface &interface)
-{
-    return Value::record({{name_of(LineKind::interface), Value::text(interface.name)},
-                          {"host", host_state(interface)},
-                          {"library", library_state(interface)}});
-}
-
-Value gone_line(uint32_t ifindex)
-{
-    return Value::record({{name_of(LineKind::gone), Value::integer(ifindex)}});
+    return line(LineKind::sinks,
+                Value::record({{"debug_file", flag(!sinks.debug_file.empty())},
+                               {"events", flag(!sinks.event_file.empty() && sinks.events.debug)},
+                               {"console", flag(sinks.console.debug)}}));
 }
 
 Value request_line(const Request &request)
 {
-    std::vector<Field> fields{{name_of(LineKind::request), number(request.number)},
-                              {"entry", Value::text(request.entry)},
+    std::vector<Field> fields{{"entry", Value::text(request.entry)},
                               {"arguments", Value::record(request.values)}};
     if (!request.subject.empty())
         fields.push_back({"subject", Value::text(request.subject)});
     if (!request.cause.empty())
         fields.push_back({"cause", Value::text(request.cause)});
-    return Value::record(std::move(fields));
+    return line(LineKind::request, number(request.number), std::move(fields));
 }
 
 Value call_line(const Call &call)
 {
-    std::vector<Field> fields{{name_of(LineKind::call), Value::text(call.what->name())},
-                              {"in", Value::record(call.inputs)}};
+    std::vector<Field> fields{{"in", Value::record(call.inputs)}};
     if (!call.outputs.empty())
         fields.push_back({"out", Value::record(call.outputs)});
     fields.push_back({"result", call.result});
@@ -203,34 +178,27 @@ Value call_line(const Call &call)
         fields.push_back({"injected", flag(true)});
     if (!call.note.empty() && !call.injected)
         fields.push_back({"note", Value::text(call.note)});
-    return Value::record(std::move(fields));
+    return line(LineKind::call, Value::text(call.what->name()), std::move(fields));
 }
 
 Value trace_line(const TraceRecord &record)
 {
-    return Value::record({{name_of(LineKind::trace), Value::integer(record.level)},
-                          {"function", Value::text(record.function)},
-                          {"line", Value::integer(record.line)},
-                          {"text", Value::text(record.text)}});
+    return line(LineKind::trace, Value::integer(record.level),
+                {{"function", Value::text(record.function)},
+                 {"line", Value::integer(record.line)},
+                 {"text", Value::text(record.text)}});
 }
 
 Value left_line(const HostInterface &interface)
 {
-    return Value::record({{name_of(LineKind::left), Value::text(interface.name)},
-                          {"library", library_state(interface)}});
+    return line(LineKind::left, Value::text(interface.name),
+                {{"library", library_state(interface)}});
 }
 
 Value result_line(const Request &request)
 {
-    return Value::record(
-        {{name_of(LineKind::result), request.result ? Value::integer(*request.result) : Value()},
-         {"failed_calls", number(request.failed_calls)}});
-}
-
-Value end_line(uint64_t requests)
-{
-    return Value::record(
-        {{name_of(LineKind::end), Value::integer(1)}, {"requests", number(requests)}});
+    return line(LineKind::result, request.result ? Value::integer(*request.result) : Value(),
+                {{"failed_calls", number(request.failed_calls)}});
 }
 
 std::string to_text(const std::vector<Field> &fields)
@@ -289,25 +257,9 @@ std::optional<Line> RecordingReader::next()
         }
         Line line = line_of(read_json(json));
         line.number = number_;
-        if (number_ == 1 && line.kind != LineKind::header) {
-            report(line, "not a recording: expected {\"kvnsim_recording\":1,...}");
+        if (const std::string wrong = what_is_wrong(line); !wrong.empty()) {
+            report(line, wrong);
             return std::nullopt;
-        }
-        if (line.value.kind() != Value::Kind::record) {
-            report(line, "damaged line: expected an object");
-            return std::nullopt;
-        }
-        if (const std::string missing = what_is_missing(line); !missing.empty()) {
-            report(line, "damaged line: " + missing);
-            return std::nullopt;
-        }
-        if (line.kind == LineKind::header) {
-            const int64_t version = line.value.fields()[0].value.number();
-            if (version != recording_version) {
-                report(line, fmt::format("recording version {}; only version {} can be read",
-                                         version, recording_version));
-                return std::nullopt;
-            }
         }
         if (line.kind != LineKind::unknown)
             return line;
@@ -325,9 +277,7 @@ void RecordingReader::report(const Line &line, const std::string &what)
 
 void RecordingReader::report(const std::string &what)
 {
-    Line last;
-    last.number = number_;
-    report(last, what);
+    report(Line{LineKind::unknown, {}, number_}, what);
 }
 
 std::string RecordingReader::location(const Line &line) const

@@ -16,20 +16,7 @@ namespace kvnsim {
 
 constexpr int64_t recording_version = 1;
 
-Value header_line();
-/* Where debug records go: one record looks its argument up again for each such sink. */
-Value sinks_line(const Sinks &sinks);
-Value power_on_line();
-Value interface_line(const HostInterface &interface);
-Value gone_line(uint32_t ifindex);
-Value request_line(const Request &request);
-Value call_line(const Call &call);
-Value trace_line(const TraceRecord &record);
-Value left_line(const HostInterface &interface);
-Value result_line(const Request &request);
-Value end_line(uint64_t requests);
-
-/* The kinds of line, in the order above. */
+/* The kinds of line. */
 enum class LineKind : uint8_t {
     header,
     sinks,
@@ -44,6 +31,16 @@ enum class LineKind : uint8_t {
     end,
     unknown
 };
+
+/* A line: the kind's own field first, then the others. */
+Value line(LineKind kind, Value first, std::vector<Field> others = {});
+/* Where debug records go: one record looks its argument up again for each such sink. */
+Value sinks_line(const Sinks &sinks);
+Value request_line(const Request &request);
+Value call_line(const Call &call);
+Value trace_line(const TraceRecord &record);
+Value left_line(const HostInterface &interface);
+Value result_line(const Request &request);
 
 struct Line {
     LineKind kind = LineKind::unknown;

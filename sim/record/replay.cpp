@@ -248,17 +248,6 @@ void switch_sinks(const Value &on)
     Diagnostics::instance().configure(sinks);
 }
 
-class SinksAsBefore {
-public:
-    SinksAsBefore() : sinks_(Diagnostics::instance().sinks()) {}
-    ~SinksAsBefore() { Diagnostics::instance().configure(sinks_); }
-    SinksAsBefore(const SinksAsBefore &) = delete;
-    SinksAsBefore &operator=(const SinksAsBefore &) = delete;
-
-private:
-    const Sinks sinks_;
-};
-
 void power_on()
 {
     const Switch fresh;
@@ -270,7 +259,7 @@ public:
 
     Replay run()
     {
-        const SinksAsBefore sinks;
+        const SinksScope sinks;
         power_on();
         bool ended = false;
         while (!result_.difference && !ended) {

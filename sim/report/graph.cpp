@@ -31,9 +31,9 @@ public:
 private:
     /* ---- Nodes ---- */
 
-    size_t add(NodeKind kind, std::string label, std::string detail = {}, std::string made = {})
+    size_t add(NodeKind kind, std::string label, std::string detail)
     {
-        graph_.nodes.push_back({kind, std::move(label), std::move(detail), std::move(made)});
+        graph_.nodes.push_back({kind, std::move(label), std::move(detail), {}});
         return graph_.nodes.size() - 1;
     }
 
@@ -56,22 +56,19 @@ private:
 
     void asic_objects()
     {
-        for (const IntfRow &row : s_.intfs) {
-            intfs_[row.intf_id] =
-                add(NodeKind::sdk_interface, fmt::format("SDK interface {}", row.intf_id),
-                    Index::kind_words(row), row.made.to_text());
-        }
+        for (const IntfRow &row : s_.intfs)
+            is_there(intf(row.intf_id), Index::kind_words(row), row.made);
         for (const TrapRow &row : s_.traps)
-            traps_[row.mac_trap_id] =
-                add(NodeKind::mac_trap, fmt::format("MAC trap {}", row.mac_trap_id),
-                    to_text(row.mac), row.made.to_text());
+            is_there(trap(row.mac_trap_id), to_text(row.mac), row.made);
         for (const LidRow &row : s_.lids)
-            lids_[row.lid_id] = add(NodeKind::lid, fmt::format("LID entry {}", row.lid_id),
-                                    fmt::format("ifmap {:#x}", row.ifmap_idx), row.made.to_text());
+            is_there(lid(row.lid_id), fmt::format("ifmap {:#x}", row.ifmap_idx), row.made);
         for (const PortChannelRow &row : s_.port_channels)
-            channels_[row.pc_id] =
-                add(NodeKind::port_channel, fmt::format("SDK port-channel {}", row.pc_id), {},
-                    row.made.to_text());
+            is_there(channel(row.pc_id), {}, row.made);
+    }
+    void is_there(size_t object, std::string detail, const Origin &made)
+    {
+        GraphNode &node = graph_.nodes[object];
+        node = {node.kind, node.label, std::move(detail), made.to_text()};
     }
 
     void ports()
@@ -97,12 +94,10 @@ private:
     /* The object, or a placeholder for a dangling reference. */
     size_t object(ById &nodes, NodeKind kind, const char *what, uint32_t id)
     {
-        const auto at = nodes.find(id);
-        if (at != nodes.end())
-            return at->second;
-        const size_t node = add(kind, fmt::format("{} {}", what, id), "gone");
-        graph_.nodes[node].gone = true;
-        return nodes.emplace(id, node).first->second;
+        const auto [at, is_new] = nodes.try_emplace(id, graph_.nodes.size());
+        if (is_new)
+            graph_.nodes.push_back({kind, fmt::format("{} {}", what, id), "gone", {}, true});
+        return at->second;
     }
     size_t intf(uint32_t id)
     {

@@ -173,23 +173,16 @@ std::string report_data(const Snapshot &snapshot, const std::vector<ReportTable>
     const std::string json = DataWriter(snapshot, more_tables).write();
     std::string safe;
     safe.reserve(json.size());
-    for (const char character : json) {
-        if (character == '<')
-            safe += "\\u003c";
-        else
-            safe += character;
-    }
+    for (const char character : json)
+        safe += character == '<' ? std::string_view("\\u003c") : std::string_view(&character, 1);
     return safe;
 }
 
 std::string report_page(const Snapshot &snapshot, const std::vector<ReportTable> &more_tables)
 {
-    const std::string_view page = page_text;
-    const size_t mark = page.find(page_data_mark);
-    std::string whole(page.substr(0, mark));
-    whole += report_data(snapshot, more_tables);
-    whole += page.substr(mark + std::string_view(page_data_mark).size());
-    return whole;
+    std::string page = page_text;
+    return page.replace(page.find(page_data_mark), std::size(page_data_mark) - 1,
+                        report_data(snapshot, more_tables));
 }
 
 } // namespace kvnsim

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -23,16 +24,20 @@ public:
     const Desired &desired() const { return desired_; }
 
 private:
-    using Random = std::mt19937_64;
-    uint32_t pick(uint32_t below); /* 0..below-1 */
+    /* 0..below-1 */
+    uint32_t pick(size_t below) { return static_cast<uint32_t>(random_() % below); }
     bool often() { return pick(3) != 0; }
-    std::string port_name(uint32_t number) const;
+    template <class Map> auto &any(Map &map) { return *std::next(map.begin(), pick(map.size())); }
+    uint8_t random_byte(uint8_t last) { return static_cast<uint8_t>(1 + pick(last)); } /* 1..last */
+    std::string random_port();
+    void add_port(const std::string &name);
     L3Settings random_l3();
     uint16_t random_mtu();
     const std::string &of(const std::string &name) { return changed_ = name; }
     std::string random_interface();
 
     std::string toggle_port(const std::string &port);
+    std::string toggle_any_port() { return toggle_port(random_port()); }
     std::string toggle_routed_port();
     std::string toggle_port_channel();
     std::string toggle_member();
@@ -47,7 +52,7 @@ private:
     Desired desired_;
     std::string changed_;
     uint32_t ports_, port_channels_, svis_, sub_interfaces_;
-    Random random_;
+    std::mt19937_64 random_;
 };
 
 /* Copies what is wanted of one interface, or of the switch. */

@@ -45,7 +45,12 @@ public:
         touch(request.subject);
     }
 
-    void failed(const Step &step) { touch(step.name); }
+    /* A failure affects an interface together with those it depends on. */
+    void touch(const std::string &name)
+    {
+        for (std::string &one : family(name))
+            touched_.insert(std::move(one));
+    }
 
     /* The failures injected since the last call: "libsdk_intf_create: SDK_E_INTERNAL". */
     std::vector<std::string> injections() { return std::exchange(injections_, {}); }
@@ -70,7 +75,7 @@ public:
     }
 
 private:
-    /* A failure affects an interface together with those it depends on. */
+    /* An interface and those it depends on. */
     static std::vector<std::string> family(const std::string &name)
     {
         std::vector<std::string> names = {name};
@@ -82,12 +87,6 @@ private:
         if (const size_t dot = name.find('.'); dot != std::string::npos)
             names.push_back(name.substr(0, dot));
         return names;
-    }
-
-    void touch(const std::string &name)
-    {
-        for (std::string &one : family(name))
-            touched_.insert(std::move(one));
     }
 
     /* An interface that still records identifiers of objects it lost may destroy another one's
@@ -204,7 +203,7 @@ private:
                 problem_ = words + ": " + failure.step.words + ": " + failure.message;
                 return failed;
             }
-            watch_.failed(failure.step);
+            watch_.touch(failure.step.name);
             failed.insert(failed.end(), {failure.step.name, failure.step.other});
         }
         problem_ = audited();
@@ -360,28 +359,15 @@ private:
     uint64_t tries_ = 0;
 };
 
-/* Without this, every audit would copy all error messages so far and use none. */
-class NoErrorStore {
-public:
-    NoErrorStore()
-    {
-        Sinks sinks = before_;
-        sinks.error_groups = 0;
-        Diagnostics::instance().configure(sinks);
-    }
-    ~NoErrorStore() { Diagnostics::instance().configure(before_); }
-    NoErrorStore(const NoErrorStore &) = delete;
-    NoErrorStore &operator=(const NoErrorStore &) = delete;
-
-private:
-    const Sinks before_ = Diagnostics::instance().sinks();
-};
-
 } // namespace
 
 StressResult stress(const StressOptions &options)
 {
-    const NoErrorStore no_error_store;
+    /* With an error store every audit would copy all error messages so far and use none. */
+    const SinksScope scope;
+    Sinks sinks = scope.before;
+    sinks.error_groups = 0;
+    Diagnostics::instance().configure(sinks);
     StressResult result;
     uint64_t seeds = options.seed;
     RandomDesired start(options.interfaces), random = start;
@@ -400,9 +386,10 @@ StressResult stress(const StressOptions &options)
             options.progress(result.operations, options.operations);
         /* Leftovers pile up; a restarted switch must come up without any. */
         const bool power_cycle = !life->watch().clean() && next_random(seeds) % 16 == 0;
-        if (!life->problem() && (power_cycle || operations.size() >= 1000))
-            life->repair(random.desired());
-        if (!life->problem() && (power_cycle || operations.size() >= 1000)) {
+        if (life->problem() || (!power_cycle && operations.size() < 1000))
+            continue;
+        life->repair(random.desired());
+        if (!life->problem()) {
             life->count_into(result);
             result.power_cycles++;
             start = random;
