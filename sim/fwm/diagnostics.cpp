@@ -29,11 +29,6 @@ struct Opening {
         if (!file)
             problem = "cannot write " + path + ": " + std::strerror(errno);
     }
-    void undo()
-    {
-        if (opened)
-            std::fclose(opened);
-    }
 
     std::FILE *file, *opened = nullptr;
     std::string problem;
@@ -80,8 +75,8 @@ std::string Diagnostics::configure(const Sinks &sinks)
     if (events.opened && !write_event_header(events.opened))
         events.problem = "cannot write " + sinks.event_file + ": " + std::strerror(errno);
     if (!debug.problem.empty() || !events.problem.empty()) {
-        debug.undo();
-        events.undo();
+        close_unless(debug.opened, nullptr);
+        close_unless(events.opened, nullptr);
         return debug.problem.empty() ? events.problem : debug.problem;
     }
     close_unless(dbg_out_file, debug.file);
