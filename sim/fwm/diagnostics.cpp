@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cstring>
 #include <ctime>
-#include <unordered_map>
 
 #include "sim/fwm/event_file.h"
 
@@ -17,12 +16,6 @@ namespace {
 
 /* The debug file is flushed after this many messages, and after each error. */
 constexpr uint32_t messages_per_flush = 64;
-
-struct LevelName {
-    int32_t level;
-    const char *name;
-};
-constexpr LevelName level_names[] = {{trace_level_error, "ERR"}, {trace_level_debug, "DBG"}};
 
 /* Opens the file for writing unless it is off or the same as before. */
 struct Opening {
@@ -35,11 +28,6 @@ struct Opening {
         file = opened = std::fopen(path.c_str(), mode);
         if (!file)
             problem = "cannot write " + path + ": " + std::strerror(errno);
-    }
-    void undo()
-    {
-        if (opened)
-            std::fclose(opened);
     }
 
     std::FILE *file, *opened = nullptr;
@@ -69,65 +57,15 @@ bool LevelSwitch::on(int32_t level) const
     return level == trace_level_error ? error : level == trace_level_debug && debug;
 }
 
-/* Messages grouped by source line and text. When the store is full, one more group takes all
- * others.
- */
-class Diagnostics::ErrorStore {
-public:
-    explicit ErrorStore(size_t capacity) : capacity_(capacity) {}
-
-    void add(std::string_view function, int32_t line, std::string_view text, uint64_t request)
-    {
-        if (capacity_ == 0)
-            return;
-        auto known = find(function, line, text);
-        if (known == index_.end() && groups_.size() >= capacity_) {
-            function = "";
-            line = 0;
-            text = "other messages, for which the error store had no room";
-            known = find(function, line, text);
-        }
-        if (known == index_.end()) {
-            known = index_.emplace(key_, groups_.size()).first;
-            groups_.push_back({std::string(function), line, std::string(text), 0, 0});
-        }
-        groups_[known->second].count++;
-        groups_[known->second].last_request = request;
-    }
-
-    const std::vector<ErrorGroup> &groups() const { return groups_; }
-
-private:
-    using Index = std::unordered_map<std::string, size_t>;
-
-    Index::iterator find(std::string_view function, int32_t line, std::string_view text)
-    {
-        key_.assign(function).append(1, '\0').append(std::to_string(line)).append(1, '\0');
-        return index_.find(key_.append(text));
-    }
-
-    size_t capacity_;
-    std::vector<ErrorGroup> groups_;
-    Index index_;
-    std::string key_; /* of the last find */
-};
-
 Diagnostics &Diagnostics::instance()
 {
     static Diagnostics diagnostics;
     return diagnostics;
 }
 
-Diagnostics::Diagnostics() : scratch_(1024, '\0')
-{
-    reset();
-}
-
 Diagnostics::~Diagnostics()
 {
-    close_unless(dbg_out_file, nullptr);
-    close_unless(events_, nullptr);
-    dbg_out_file = nullptr;
+    reset();
 }
 
 std::string Diagnostics::configure(const Sinks &sinks)
@@ -137,8 +75,8 @@ std::string Diagnostics::configure(const Sinks &sinks)
     if (events.opened && !write_event_header(events.opened))
         events.problem = "cannot write " + sinks.event_file + ": " + std::strerror(errno);
     if (!debug.problem.empty() || !events.problem.empty()) {
-        debug.undo();
-        events.undo();
+        close_unless(debug.opened, nullptr);
+        close_unless(events.opened, nullptr);
         return debug.problem.empty() ? events.problem : debug.problem;
     }
     close_unless(dbg_out_file, debug.file);
@@ -146,8 +84,10 @@ std::string Diagnostics::configure(const Sinks &sinks)
     dbg_out_file = debug.file;
     events_ = events.file;
 
-    if (sinks.error_groups != sinks_.error_groups)
-        errors_ = std::make_unique<ErrorStore>(sinks.error_groups);
+    if (sinks.error_groups != sinks_.error_groups) {
+        errors_.clear();
+        error_places_.clear();
+    }
     sinks_ = sinks;
     return "";
 }
@@ -160,12 +100,8 @@ void Diagnostics::reset()
     sinks_ = Sinks();
     is_pending_ = false;
     unflushed_ = 0;
-    errors_ = std::make_unique<ErrorStore>(sinks_.error_groups);
-}
-
-const std::vector<ErrorGroup> &Diagnostics::errors() const
-{
-    return errors_->groups();
+    errors_.clear();
+    error_places_.clear();
 }
 
 std::string Diagnostics::flush()
@@ -202,8 +138,18 @@ void Diagnostics::add_error(const char *function, int32_t line, const char *form
                             va_list arguments)
 {
     level_known(trace_level_error);
+    if (sinks_.error_groups == 0)
+        return;
+    std::tuple message{std::string(function), line, std::string(formatted(format, arguments))};
+    if (errors_.size() >= sinks_.error_groups && error_places_.count(message) == 0)
+        message = {"", 0, "other messages, for which the error store had no room"};
+    const auto [known, is_new] = error_places_.emplace(message, errors_.size());
+    if (is_new)
+        errors_.push_back({std::get<0>(message), std::get<1>(message), std::get<2>(message), 0, 0});
+    ErrorGroup &group = errors_[known->second];
     const RequestRef request = Journal::instance().current();
-    errors_->add(function, line, formatted(format, arguments), request ? request->number : 0);
+    group.count++;
+    group.last_request = request ? request->number : 0;
 }
 
 const char *Diagnostics::time_text()
@@ -222,10 +168,7 @@ const char *Diagnostics::level_name(int32_t level)
 {
     level_known(level);
     written_level_ = level;
-    for (const LevelName &row : level_names)
-        if (row.level == level)
-            return row.name;
-    return "???";
+    return level == trace_level_error ? "ERR" : level == trace_level_debug ? "DBG" : "???";
 }
 
 void Diagnostics::debug_message_written()

@@ -4,10 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <memory>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "platform_api/fwm.h"
@@ -62,7 +63,7 @@ public:
     const Sinks &sinks() const { return sinks_; }
 
     /* The error store, in the order of first occurrence. */
-    const std::vector<ErrorGroup> &errors() const;
+    const std::vector<ErrorGroup> &errors() const { return errors_; }
 
     /* Write out buffered text. Empty, or the file that could not be written. */
     std::string flush();
@@ -83,16 +84,14 @@ public:
     void print(const char *module, const char *format, va_list arguments) FWM_PRINTF(3, 0);
 
 private:
-    class ErrorStore;
-
-    Diagnostics();
+    Diagnostics() = default;
     ~Diagnostics();
     void level_known(int32_t level);
     int64_t now_ns() const;
     std::string_view formatted(const char *format, va_list arguments) FWM_PRINTF(2, 0);
 
     Sinks sinks_;
-    std::string scratch_; /* of formatted() */
+    std::string scratch_ = std::string(1024, '\0'); /* of formatted() */
 
     /* The service that takes a trace record does not get its level: while the journal is observed,
      * the record waits here for the next service of its emission, which does. */
@@ -100,7 +99,10 @@ private:
     std::string pending_function_; /* what pending_.function points at */
     bool is_pending_ = false;
 
-    std::unique_ptr<ErrorStore> errors_;
+    /* Messages grouped by function, line and text, and the place of each group. When the store is
+     * full, one more group takes all others. */
+    std::vector<ErrorGroup> errors_;
+    std::map<std::tuple<std::string, int32_t, std::string>, size_t> error_places_;
 
     int32_t written_level_ = trace_level_debug; /* of the debug file's last prefix */
     uint32_t unflushed_ = 0;                    /* messages of the debug file */

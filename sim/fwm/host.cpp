@@ -27,18 +27,13 @@ constexpr uint32_t internal_loopback_on = 121, internal_loopback_off = 122;
 /* No fault injection in the host's own repairs. */
 class WithoutFaults {
 public:
-    WithoutFaults() { switch_to(true); }
-    ~WithoutFaults() { switch_to(false); }
+    WithoutFaults() : before_(Journal::instance().faults.suspend(true)) {}
+    ~WithoutFaults() { Journal::instance().faults.suspend(before_); }
     WithoutFaults(const WithoutFaults &) = delete;
     WithoutFaults &operator=(const WithoutFaults &) = delete;
 
 private:
-    void switch_to(bool suspended)
-    {
-        if (were_armed_)
-            Journal::instance().faults.suspend(suspended);
-    }
-    const bool were_armed_ = Journal::instance().faults.armed();
+    const bool before_;
 };
 
 /* Refuse a service, with the reason for the journal. */
@@ -76,10 +71,10 @@ void free_context(HostInterface &interface)
 
 } // namespace
 
-HostInterface::HostInterface(InterfaceKind of_kind, std::string named, uint32_t index)
-    : l3lif{}, kind(of_kind), name(std::move(named)), number(index & number_mask)
+HostInterface::HostInterface(InterfaceKind of_kind, std::string named, uint32_t numbered)
+    : l3lif{}, kind(of_kind), name(std::move(named)), number(numbered)
 {
-    ifindex = index;
+    ifindex = ifindex_of(kind, number);
     ip_cfg = &ip;
     if (kind == InterfaceKind::port_channel)
         pc_membership = &membership;
@@ -107,43 +102,35 @@ Host &Host::instance()
     return host;
 }
 
-Host::Host() = default;
-
-Host::~Host() = default;
-
-HostInterface *Host::add(InterfaceKind kind, const std::string &name, uint32_t ifindex)
+HostInterface *Host::add(InterfaceKind kind, const std::string &name, uint32_t number)
 {
     std::vector<Slot> &table = table_of(kind);
-    const size_t number = ifindex & number_mask;
-    if (name.empty() || find(ifindex))
+    if (name.empty() || (number < table.size() && table[number]))
         return nullptr;
-    auto made = std::make_unique<HostInterface>(kind, name, ifindex);
-    HostInterface *interface = made.get();
-    if (!by_name_.emplace(interface->name, interface).second)
+    auto made = std::make_unique<HostInterface>(kind, name, number);
+    if (!by_name_.emplace(made->name, made.get()).second)
         return nullptr;
     if (number >= table.size())
         table.resize(number + 1);
     table[number] = std::move(made);
-    return interface;
+    return table[number].get();
 }
 
 HostInterface *Host::add_port(const std::string &name, uint32_t port)
 {
-    return port <= max_port ? add(InterfaceKind::port, name, port_ifindex(port)) : nullptr;
+    return port <= max_port ? add(InterfaceKind::port, name, port) : nullptr;
 }
 
 HostInterface *Host::add_port_channel(const std::string &name, uint32_t channel)
 {
-    if (channel > max_channel)
-        return nullptr;
-    return add(InterfaceKind::port_channel, name, port_channel_ifindex(channel));
+    return channel <= max_channel ? add(InterfaceKind::port_channel, name, channel) : nullptr;
 }
 
 HostInterface *Host::add_svi(const std::string &name, uint32_t vlan)
 {
     if (vlan < 1 || vlan > max_vlan)
         return nullptr;
-    HostInterface *svi = add(InterfaceKind::svi, name, svi_ifindex(vlan));
+    HostInterface *svi = add(InterfaceKind::svi, name, vlan);
     if (svi)
         svi->vlan = vlan;
     return svi;
@@ -158,7 +145,7 @@ HostInterface *Host::add_sub_interface(const std::string &name, HostInterface &p
     const bool reuse = !free_sequences_.empty();
     const auto next = static_cast<uint32_t>(table_of(InterfaceKind::sub_interface).size());
     const uint32_t sequence = reuse ? free_sequences_.top() : next;
-    HostInterface *made = add(InterfaceKind::sub_interface, name, sub_interface_ifindex(sequence));
+    HostInterface *made = add(InterfaceKind::sub_interface, name, sequence);
     if (!made)
         return nullptr;
     if (reuse)
@@ -244,7 +231,7 @@ std::vector<HostInterface *> Host::interfaces() const
 
 HostRow Host::row(const HostInterface &interface) const
 {
-    const auto ifindex_of = [](const HostInterface *other) {
+    const auto index_of = [](const HostInterface *other) {
         return other != nullptr ? std::optional(other->ifindex) : std::nullopt;
     };
     HostRow row;
@@ -253,8 +240,8 @@ HostRow Host::row(const HostInterface &interface) const
     row.name = interface.name;
     row.number = interface.number;
     row.vlan = interface.vlan;
-    row.parent = ifindex_of(interface.parent);
-    row.channel = ifindex_of(interface.channel);
+    row.parent = index_of(interface.parent);
+    row.channel = index_of(interface.channel);
     row.pd_state = interface.pd_state;
     row.registered = interface.registered;
     row.mtu = interface.ip.mtu;
@@ -431,10 +418,7 @@ int32_t Host::keep_intf(uint32_t ifindex, uint32_t intf_id, int32_t flag)
     if (!port)
         return refuse_ifindex(ifindex, "port");
     if (flag == 1 && intf_id < no_id) {
-        MemberIntfRow row;
-        row.ifindex = ifindex;
-        row.intf_id = intf_id;
-        db_.store(row);
+        db_.store(MemberIntfRow{ifindex, intf_id, {}});
         port->kept_intf = intf_id;
         return 0;
     }
@@ -460,17 +444,17 @@ int32_t Host::publish(const l3lif *record)
     const HostInterface *interface = find(record->ifindex);
     if (interface != record || !interface->registered)
         return refuse_ifindex(record->ifindex, "registered interface");
-    L3lifRow row;
-    row.ifindex = interface->ifindex;
-    row.name = interface->name;
-    row.mtu = interface->ip.mtu;
-    row.ipv4_ucst_en = interface->ip.ipv4_ucst_en;
-    row.ipv4_mcst_en = interface->ip.ipv4_mcst_en;
-    row.ipv4_same_if = interface->ip.ipv4_same_if;
-    row.v4_vpn_id = interface->v4_vpn_id;
-    row.v6_vpn_id = interface->v6_vpn_id;
-    row.nat_zone = interface->nat_zone;
-    db_.store(row);
+    const l3lif_ip_cfg &ip = interface->ip;
+    db_.store(L3lifRow{interface->ifindex,
+                       interface->name,
+                       ip.mtu,
+                       ip.ipv4_ucst_en,
+                       ip.ipv4_mcst_en,
+                       ip.ipv4_same_if,
+                       interface->v4_vpn_id,
+                       interface->v6_vpn_id,
+                       interface->nat_zone,
+                       {}});
     return 0;
 }
 
@@ -482,13 +466,7 @@ int32_t Host::store_port_binding(const fwm_pm_sdb_key *key, const fwm_pm_sdb_dat
         return refuse(EINVAL, fmt::format("{} is no kind of port record", key->kind));
     if (!find(key->ifindex, InterfaceKind::port))
         return refuse_ifindex(key->ifindex, "port");
-    PmRow row;
-    row.kind = key->kind;
-    row.ifindex = key->ifindex;
-    row.ifmap_idx = data->ifmap_idx;
-    row.word1 = data->word1;
-    row.half2 = data->half2;
-    db_.store(row);
+    db_.store(PmRow{key->kind, key->ifindex, data->ifmap_idx, data->word1, data->half2, {}});
     return 0;
 }
 
@@ -496,10 +474,7 @@ int32_t Host::store_pc_id(uint32_t ifindex, uint32_t pc_id)
 {
     if (!find(ifindex, InterfaceKind::port_channel))
         return refuse_ifindex(ifindex, "port-channel");
-    PcRow row;
-    row.ifindex = ifindex;
-    row.pc_id = pc_id;
-    db_.store(row);
+    db_.store(PcRow{ifindex, pc_id, {}});
     return 0;
 }
 
@@ -507,11 +482,7 @@ int32_t Host::store_label(uint32_t ifindex, bool enable, bool svi)
 {
     if (!find(ifindex))
         return refuse_ifindex(ifindex, "interface");
-    LabelRow row;
-    row.ifindex = ifindex;
-    row.enabled = enable;
-    row.svi = svi;
-    db_.store(row);
+    db_.store(LabelRow{ifindex, enable, svi, {}});
     return 0;
 }
 

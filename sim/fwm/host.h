@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
-#include <queue>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -15,6 +13,7 @@
 #include "platform_api/sse.h"
 #include "sim/fwm/state_db.h"
 #include "sim/sdk/asic.h"
+#include "sim/sdk/table.h"
 #include "sim/types/interface_kind.h"
 
 /* The host (the forwarding manager): the interfaces of the switch and what its services know of
@@ -30,21 +29,13 @@ namespace kvnsim {
 constexpr uint32_t max_port = 254;
 constexpr uint32_t max_channel = 9999;
 constexpr uint32_t max_vlan = 4094;
+constexpr uint32_t ifindex_of(InterfaceKind kind, uint32_t number)
+{
+    return (static_cast<uint32_t>(kind) + 1) << 28 | number;
+}
 constexpr uint32_t port_ifindex(uint32_t port)
 {
-    return 0x10000000 | port;
-}
-constexpr uint32_t port_channel_ifindex(uint32_t channel)
-{
-    return 0x20000000 | channel;
-}
-constexpr uint32_t svi_ifindex(uint32_t vlan)
-{
-    return 0x30000000 | vlan;
-}
-constexpr uint32_t sub_interface_ifindex(uint32_t sequence)
-{
-    return 0x40000000 | sequence;
+    return ifindex_of(InterfaceKind::port, port);
 }
 
 /* One interface of the switch. The base is the record passed to the library: ip_cfg points at
@@ -52,7 +43,7 @@ constexpr uint32_t sub_interface_ifindex(uint32_t sequence)
  * writes the base's pointers, parent, channel and the fields below the line; the caller sets the
  * rest before a request. */
 struct HostInterface : public l3lif {
-    HostInterface(InterfaceKind kind, std::string name, uint32_t ifindex);
+    HostInterface(InterfaceKind kind, std::string name, uint32_t number);
     ~HostInterface(); /* frees the library's context */
     HostInterface(const HostInterface &) = delete;
     HostInterface &operator=(const HostInterface &) = delete;
@@ -188,18 +179,16 @@ public:
     int32_t port_command(uint32_t call, const port_cmd_msg *message, uint32_t length);
 
 private:
-    Host();
-    ~Host();
+    Host() = default;
+    ~Host() = default;
     using Slot = std::unique_ptr<HostInterface>;
-    using LowestFirst =
-        std::priority_queue<uint32_t, std::vector<uint32_t>, std::greater<uint32_t>>;
 
     std::vector<Slot> &table_of(InterfaceKind kind) { return tables_[static_cast<size_t>(kind)]; }
     const std::vector<Slot> &table_of(InterfaceKind kind) const
     {
         return tables_[static_cast<size_t>(kind)];
     }
-    HostInterface *add(InterfaceKind kind, const std::string &name, uint32_t ifindex);
+    HostInterface *add(InterfaceKind kind, const std::string &name, uint32_t number);
 
     /* By kind, then number. A table grows as numbers are used. */
     std::vector<Slot> tables_[4];

@@ -11,99 +11,46 @@
 #include "sim/fwm/host.h"
 #include "sim/sdk/kvnsim_sdk.h"
 
-namespace kvnsim {
-
 /* ---- How records are shown ---- */
 
-namespace {
+using kvnsim::Value;
 
-Value hex(uint32_t number)
+static Value hex(uint32_t number)
 {
     return Value::integer(number, Value::Style::hex);
 }
 
 /* A pointer to an interface: its interface index, or none. */
-Value show_l3lif(const l3lif *record)
+static Value to_value(const l3lif *record)
 {
     return record ? hex(record->ifindex) : Value();
 }
 
-Argument in_ifindex(const uint32_t &ifindex)
+static Value to_value(const fwm_pm_sdb_key &key)
 {
-    return in("ifindex", ifindex, ifindex_codec());
+    return Value::record({{"kind", Value::integer(key.kind)}, {"ifindex", hex(key.ifindex)}});
 }
 
-} // namespace
-
-template <> const Codec &codec<l3lif *>()
+static Value to_value(const fwm_pm_sdb_data &row)
 {
-    static const Codec c = {
-        [](const void *data) { return show_l3lif(*static_cast<l3lif *const *>(data)); }, nullptr};
-    return c;
+    return Value::record({{"ifmap_idx", Value::integer(row.ifmap_idx)},
+                          {"word1", Value::integer(row.word1)},
+                          {"half2", Value::integer(row.half2)}});
 }
 
-template <> const Codec &codec<const l3lif *>()
+static Value to_value(const port_cmd_msg &message)
 {
-    static const Codec c = {
-        [](const void *data) { return show_l3lif(*static_cast<const l3lif *const *>(data)); },
-        nullptr};
-    return c;
+    return Value::record(
+        {{"port", Value::integer(message.port)}, {"cmd", Value::integer(message.cmd)}});
 }
 
 /* A pointer to a context: whether there is one. */
-template <> const Codec &codec<l3_pd *>()
+static Value to_value(const l3_pd *context)
 {
-    static const Codec c = {[](const void *data) {
-                                return *static_cast<l3_pd *const *>(data) ? Value::text("l3_pd")
-                                                                          : Value();
-                            },
-                            nullptr};
-    return c;
+    return context ? Value::text("l3_pd") : Value();
 }
 
-/* A command's output: whether there is one, as an argument of a request names it. */
-template <> const Codec &codec<void *>()
-{
-    static const Codec c = {[](const void *data) {
-                                return *static_cast<void *const *>(data) ? Value::text("output")
-                                                                         : Value();
-                            },
-                            nullptr};
-    return c;
-}
-
-template <> const Codec &codec<const char *>()
-{
-    static const Codec c = {[](const void *data) {
-                                const char *text = *static_cast<const char *const *>(data);
-                                return text ? Value::text(text) : Value();
-                            },
-                            nullptr};
-    return c;
-}
-
-template <> const Codec &codec<fwm_pm_sdb_key>()
-{
-    static const Codec c = {[](const void *data) {
-                                const auto &key = *static_cast<const fwm_pm_sdb_key *>(data);
-                                return Value::record({{"kind", Value::integer(key.kind)},
-                                                      {"ifindex", hex(key.ifindex)}});
-                            },
-                            nullptr};
-    return c;
-}
-
-template <> const Codec &codec<fwm_pm_sdb_data>()
-{
-    static const Codec c = {[](const void *data) {
-                                const auto &row = *static_cast<const fwm_pm_sdb_data *>(data);
-                                return Value::record({{"ifmap_idx", Value::integer(row.ifmap_idx)},
-                                                      {"word1", Value::integer(row.word1)},
-                                                      {"half2", Value::integer(row.half2)}});
-                            },
-                            nullptr};
-    return c;
-}
+namespace kvnsim {
 
 template <> const Codec &codec<iif_info>()
 {
@@ -120,20 +67,21 @@ template <> const Codec &codec<iif_info>()
     return c;
 }
 
-template <> const Codec &codec<port_cmd_msg>()
-{
-    static const Codec c = {[](const void *data) {
-                                const auto &message = *static_cast<const port_cmd_msg *>(data);
-                                return Value::record({{"port", Value::integer(message.port)},
-                                                      {"cmd", Value::integer(message.cmd)}});
-                            },
-                            nullptr};
-    return c;
-}
-
 /* ---- The calls ---- */
 
 namespace {
+
+/* A command's output: whether there is one, as an argument of a request names it. */
+const Codec output_codec{[](const void *data) {
+                             return *static_cast<void *const *>(data) ? Value::text("output")
+                                                                      : Value();
+                         },
+                         nullptr};
+
+Argument in_ifindex(const uint32_t &ifindex)
+{
+    return in("ifindex", ifindex, ifindex_codec());
+}
 
 constexpr Purpose programs = Purpose::programs, asks = Purpose::asks;
 
@@ -160,6 +108,16 @@ const ImportedCall sse_call("sse_call2", Result::status, programs);
 Host &host()
 {
     return Host::instance();
+}
+
+/* The number of an interface of that kind. */
+template <class Number> int32_t number_of(uint32_t ifindex, InterfaceKind kind, Number &number)
+{
+    const HostInterface *interface = host().find(ifindex, kind);
+    if (!interface)
+        return ENOENT;
+    number = static_cast<Number>(interface->number);
+    return 0;
 }
 
 } // namespace
@@ -223,11 +181,12 @@ int32_t fwmpd_pc_member_intf_store(uint32_t ifindex, uint32_t intf_id, int32_t f
 
 void cmd_prt(void *cli_ctx, const char *text, int32_t zero)
 {
-    command_print({in("cli_ctx", cli_ctx), in("text", text), in("zero", zero)}, [&]() -> int32_t {
-        if (cli_ctx && text)
-            static_cast<CommandOutput *>(cli_ctx)->print(text);
-        return 0;
-    });
+    command_print({in("cli_ctx", cli_ctx, output_codec), in("text", text), in("zero", zero)},
+                  [&]() -> int32_t {
+                      if (cli_ctx && text)
+                          static_cast<CommandOutput *>(cli_ctx)->print(text);
+                      return 0;
+                  });
 }
 
 l3lif *l3lif_find_lif_from_ifindex(uint32_t ifindex)
@@ -265,13 +224,8 @@ l3_pd *L3LIFPD_GET_PD_CTXT(const l3lif *record)
 
 int32_t if_index_get_port(uint32_t ifindex, uint8_t *port)
 {
-    return get_port({in_ifindex(ifindex), out("port", port)}, [&]() -> int32_t {
-        const HostInterface *interface = host().find(ifindex, InterfaceKind::port);
-        if (!interface)
-            return ENOENT;
-        *port = static_cast<uint8_t>(interface->number);
-        return 0;
-    });
+    return get_port({in_ifindex(ifindex), out("port", port)},
+                    [&] { return number_of(ifindex, InterfaceKind::port, *port); });
 }
 
 int32_t if_index_is_eth_port_channel_intf(uint32_t ifindex)
@@ -283,13 +237,8 @@ int32_t if_index_is_eth_port_channel_intf(uint32_t ifindex)
 
 int32_t if_index_eth_port_channel_get_channel_num(uint32_t ifindex, uint32_t *channel)
 {
-    return get_channel({in_ifindex(ifindex), out("channel", channel)}, [&]() -> int32_t {
-        const HostInterface *interface = host().find(ifindex, InterfaceKind::port_channel);
-        if (!interface)
-            return ENOENT;
-        *channel = interface->number;
-        return 0;
-    });
+    return get_channel({in_ifindex(ifindex), out("channel", channel)},
+                       [&] { return number_of(ifindex, InterfaceKind::port_channel, *channel); });
 }
 
 int32_t if_index_is_physical_interface(uint32_t ifindex)

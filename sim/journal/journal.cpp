@@ -146,17 +146,15 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
 {
     Journal &journal = Journal::instance();
     const bool failed = can_fail() && status != 0;
-    if (failed) {
-        if (call.injected)
-            journal.note_ = "injected";
-        if (journal.current_) {
-            Request &request = *journal.current_;
-            if (request.failed_calls++ == 0)
-                request.failed_first = std::make_shared<const FailedCall>(
-                    FailedCall{name(), status, fmt::format("{}: {}", name(), status_text(status)),
-                               journal.note_, std::move(journal.named_)});
-            request.injected_failures += call.injected;
-        }
+    if (failed && call.injected)
+        journal.note_ = "injected";
+    if (failed && journal.current_) {
+        Request &request = *journal.current_;
+        if (request.failed_calls++ == 0)
+            request.failed_first = std::make_shared<const FailedCall>(
+                FailedCall{name(), status, fmt::format("{}: {}", name(), status_text(status)),
+                           journal.note_, std::move(journal.named_)});
+        request.injected_failures += call.injected;
     }
     if (call.seen) {
         Call &seen = *call.seen;

@@ -69,8 +69,6 @@ struct Codec {
 
 template <class T, Value::Style style = Value::Style::decimal>
 constexpr Codec integer_codec{[](const void *data) {
-                                  static_assert(std::is_integral_v<T>,
-                                                "a record needs a codec of its own");
                                   T number;
                                   std::memcpy(&number, data, sizeof number);
                                   return Value::integer(static_cast<int64_t>(number), style);
@@ -80,10 +78,24 @@ constexpr Codec integer_codec{[](const void *data) {
                                   std::memcpy(data, &number, sizeof number);
                               }};
 
-/* The codec of type T; specialise for each record that a call takes. */
+/* A text that may be missing. */
+inline Value to_value(const char *text)
+{
+    return text ? Value::text(text) : Value();
+}
+
+/* An input that is no integer: shown as to_value(const T &), declared beside T or here, says. */
+template <class T>
+constexpr Codec shown_codec{
+    [](const void *data) { return to_value(*static_cast<const T *>(data)); }, nullptr};
+
+/* The codec of type T: an integer, or an input; specialise for each record that a call fills. */
 template <class T> const Codec &codec()
 {
-    return integer_codec<T>;
+    if constexpr (std::is_integral_v<T>)
+        return integer_codec<T>;
+    else
+        return shown_codec<T>;
 }
 
 /* An interface index: hexadecimal. */
@@ -100,11 +112,7 @@ struct Argument {
     const Codec *codec;
 };
 
-template <class T> Argument in(const char *name, const T &value)
-{
-    return {name, false, const_cast<T *>(&value), &codec<T>()};
-}
-template <class T> Argument in(const char *name, const T &value, const Codec &with)
+template <class T> Argument in(const char *name, const T &value, const Codec &with = codec<T>())
 {
     return {name, false, const_cast<T *>(&value), &with};
 }
@@ -113,11 +121,7 @@ template <class T> Argument in_record(const char *name, const T *value)
 {
     return {name, false, const_cast<T *>(value), &codec<T>()};
 }
-template <class T> Argument out(const char *name, T *value)
-{
-    return {name, true, value, &codec<T>()};
-}
-template <class T> Argument out(const char *name, T *value, const Codec &with)
+template <class T> Argument out(const char *name, T *value, const Codec &with = codec<T>())
 {
     return {name, true, value, &with};
 }
@@ -255,8 +259,9 @@ public:
     /* Each call that can fail fails with this probability (0..1), reproducible by the seed. */
     void set_rate(double rate, uint64_t seed);
     void clear();
-    /* Suspend and resume injection, for the host's own repairs; such calls do not count. */
-    void suspend(bool suspended) { suspended_ = suspended; }
+    /* Suspend or resume injection, for the host's own repairs; such calls do not count. Returns
+     * whether it was suspended. */
+    bool suspend(bool suspended) { return std::exchange(suspended_, suspended); }
     /* Whether any call can be made to fail. */
     bool armed() const { return !suspended_ && (!rules_.empty() || rate_ > 0); }
     /* The status to fail with now, if the call is to fail. Counts the occurrence. */

@@ -33,36 +33,29 @@ void write(Json &json, const Value &value)
 
 } // namespace
 
+Value::Value(Kind kind, Style style, int64_t number, std::string text, std::vector<Field> fields)
+    : kind_(kind), style_(style), number_(number), text_(std::move(text)),
+      fields_(std::move(fields))
+{}
+
 Value Value::integer(int64_t number, Style style)
 {
-    Value value;
-    value.kind_ = Kind::integer;
-    value.style_ = style;
-    value.number_ = number;
-    return value;
+    return {Kind::integer, style, number, "", {}};
 }
 
 Value Value::named(int64_t number, std::string name)
 {
-    Value value = integer(number);
-    value.text_ = std::move(name);
-    return value;
+    return {Kind::integer, Style::decimal, number, std::move(name), {}};
 }
 
 Value Value::text(std::string text)
 {
-    Value value;
-    value.kind_ = Kind::text;
-    value.text_ = std::move(text);
-    return value;
+    return {Kind::text, Style::decimal, 0, std::move(text), {}};
 }
 
 Value Value::record(std::vector<Field> fields)
 {
-    Value value;
-    value.kind_ = Kind::record;
-    value.fields_ = std::move(fields);
-    return value;
+    return {Kind::record, Style::decimal, 0, "", std::move(fields)};
 }
 
 const Value *Value::find(std::string_view name) const
@@ -104,19 +97,8 @@ std::string Value::to_json() const
 
 bool operator==(const Value &a, const Value &b)
 {
-    if (a.kind_ != b.kind_)
-        return false;
-    switch (a.kind_) {
-    case Value::Kind::null:
-        return true;
-    case Value::Kind::integer:
-        return a.number_ == b.number_;
-    case Value::Kind::text:
-        return a.text_ == b.text_;
-    case Value::Kind::record:
-        return a.fields_ == b.fields_;
-    }
-    return false;
+    return a.kind_ == b.kind_ && a.number_ == b.number_ && a.fields_ == b.fields_ &&
+           (a.kind_ == Value::Kind::integer || a.text_ == b.text_);
 }
 
 bool operator==(const Field &a, const Field &b)

@@ -39,6 +39,8 @@ public:
     friend bool operator!=(const Value &a, const Value &b) { return !(a == b); }
 
 private:
+    Value(Kind kind, Style style, int64_t number, std::string text, std::vector<Field> fields);
+
     Kind kind_ = Kind::null;
     Style style_ = Style::decimal;
     int64_t number_ = 0;

@@ -1,5 +1,5 @@
 /* The ASIC model. An operation checks everything before it changes anything: a refused one has no
- * effect but its reason. References are known from both ends (chains, counts, indexes by key), so
+ * effect but its reason. References are known from both ends (lists, counts, indexes by key), so
  * that an object in use cannot be destroyed (except a port-channel's LID entry, see holds_its_lid),
  * and a refusal names the holder and its origin. The SDK's calls are the callers. */
 #include "sim/sdk/asic.h"
@@ -33,35 +33,35 @@ uint32_t most_attributes()
     return last_id * static_cast<uint32_t>(attributes().size());
 }
 
-/* The tables' rows, and what refers to them. */
+/* The tables' rows, and what refers to them: lists of identifiers have the newest last. */
 struct Interface : IntfRow {
     std::vector<AttributeValueRow> attributes; /* those written, by number */
-    uint32_t first_child = 0;                  /* sub-interfaces with this parent */
-    Link sibling;
-    uint32_t first_trap = 0; /* MAC traps on this interface */
-    uint32_t held_lid = 0;   /* the LID entry that cannot be destroyed while bound */
-    Link lid_mate;
+    std::vector<uint32_t> children;            /* sub-interfaces with this parent */
+    std::vector<uint32_t> traps;               /* MAC traps on this interface */
+    uint32_t held_lid = 0; /* the LID entry that cannot be destroyed while bound */
     /* The library destroys a port-channel's LID entry before the interface that is bound to it; no
      * other LID entry may be destroyed before its interfaces. */
     bool holds_its_lid() const { return type != sdk_routed_port || param3 == 0; }
 };
 struct Lid : LidRow {
     std::vector<LidPathRow> paths;
-    uint32_t first_bound = 0; /* interfaces that hold it */
+    std::vector<uint32_t> bound; /* interfaces that hold it */
 };
 struct PortChannel : PortChannelRow {
     uint32_t members = 0;
     uint32_t intf_id = 0;    /* its routed interface, 0 without one */
     std::set<uint32_t> lids; /* LID entries with a path to it */
 };
-struct Trap : TrapRow {
-    Link neighbour; /* other traps of the interface */
-};
 struct FrontPort {
     uint32_t intf_id = 0; /* its routed interface, 0 without one */
     uint32_t lid_id = 0;  /* the LID entry with a path to it, 0 without one */
     MemberRow member;     /* pc_id 0: of no port-channel */
 };
+
+void remove(std::vector<uint32_t> &ids, uint32_t id)
+{
+    ids.erase(std::find(ids.begin(), ids.end(), id));
+}
 
 Origin now()
 {
@@ -96,6 +96,13 @@ bool leads_to_channel(const LidPathRow &path)
     return path.port_type == SdkPortTypeChannel;
 }
 
+/* The LID entry's path to a port-channel, nullptr without one. */
+const LidPathRow *channel_path(const Lid &lid)
+{
+    const auto at = std::find_if(lid.paths.begin(), lid.paths.end(), leads_to_channel);
+    return at == lid.paths.end() ? nullptr : &*at;
+}
+
 /* Where an interface with these parameters is; only one can be there. */
 std::string place(const IntfRow &intf)
 {
@@ -122,6 +129,13 @@ AttributeValueRow *written(Interface &row, uint32_t number)
 
 } // namespace
 
+template <class Row> using Visit = std::function<void(const Row &)>;
+
+template <class Row> void visit_all(const std::vector<Row> &rows, const Visit<Row> &visit)
+{
+    std::for_each(rows.begin(), rows.end(), visit);
+}
+
 struct Asic::State {
     Table<Interface> intf{last_id};
     Occupancy attr{most_attributes()};
@@ -129,7 +143,7 @@ struct Asic::State {
     Occupancy path{2 * usual_lids};
     Table<PortChannel> pc{256};
     Table<RouterMacRow> rmac{32};
-    Table<Trap> trap{4096};
+    Table<TrapRow> trap{4096};
     Occupancy member{ports - 1}; /* of the fullest port-channel */
 
     std::array<FrontPort, ports> port;
@@ -144,7 +158,7 @@ struct Asic::State {
     std::string words(const PendingRow &write);
     std::string holder(const char *kind, uint32_t id, const Origin &origin, size_t count);
     template <class Row>
-    std::string holder(const char *kind, Table<Row> &table, uint32_t head, Link Row::*at);
+    std::string holder(const char *kind, Table<Row> &table, const std::vector<uint32_t> &ids);
     SdkStatus held(const char *what, uint32_t id, std::initializer_list<std::string> holders);
 
     void say(std::string reason);
@@ -157,8 +171,6 @@ struct Asic::State {
     SdkStatus check_svi(const IntfRow &row);
     SdkStatus check_write(uint32_t intf_id, uint32_t attribute, uint32_t value);
     SdkStatus check_mask(const sdk_port_mask &mask, std::vector<uint32_t> &numbers);
-    SdkStatus check_unicast(const Mac &mac);
-    SdkStatus check_trappable(const Mac &mac);
 
     uint32_t occupant(const IntfRow &row);
     void occupy(const IntfRow &row, uint32_t intf_id);
@@ -171,6 +183,37 @@ struct Asic::State {
         Occupancy *occupancy;
     };
     std::array<TableRow, 8> tables();
+
+    void each(const Visit<IntfRow> &visit) { intf.each(visit); }
+    void each(const Visit<AttributeValueRow> &visit)
+    {
+        intf.each([&](const Interface &row) { visit_all(row.attributes, visit); });
+    }
+    void each(const Visit<LidRow> &visit) { lid.each(visit); }
+    void each(const Visit<LidPathRow> &visit)
+    {
+        lid.each([&](const Lid &row) { visit_all(row.paths, visit); });
+    }
+    void each(const Visit<PortChannelRow> &visit) { pc.each(visit); }
+    void each(const Visit<MemberRow> &visit)
+    {
+        pc.each([&](const PortChannel &row) {
+            for (uint32_t number = 1, left = row.members; left != 0; ++number) {
+                if (port[number].member.pc_id != row.pc_id)
+                    continue;
+                visit(port[number].member);
+                --left;
+            }
+        });
+    }
+    void each(const Visit<RouterMacRow> &visit) { rmac.each(visit); }
+    void each(const Visit<TrapRow> &visit) { trap.each(visit); }
+    void each(const Visit<PendingRow> &visit) { visit_all(pending, visit); }
+    void each(const Visit<TableUse> &visit)
+    {
+        for (const auto &[name, description, largest, use] : tables())
+            visit({name, description, use->used, use->high_water, use->capacity});
+    }
 };
 
 /* Refusals */
@@ -198,14 +241,12 @@ std::string Asic::State::holder(const char *kind, uint32_t id, const Origin &ori
     return text;
 }
 
-/* The same of all rows of the chain that begins at head; empty without one. */
+/* The same of these rows, of which it names the newest; empty without one. */
 template <class Row>
-std::string Asic::State::holder(const char *kind, Table<Row> &table, uint32_t head, Link Row::*at)
+std::string Asic::State::holder(const char *kind, Table<Row> &table,
+                                const std::vector<uint32_t> &ids)
 {
-    size_t count = 0;
-    for (uint32_t id = head; id != 0; id = (table[id].*at).next)
-        ++count;
-    return count == 0 ? "" : holder(kind, head, table[head].made, count);
+    return ids.empty() ? "" : holder(kind, ids.back(), table[ids.back()].made, ids.size());
 }
 
 /* Refuse to destroy what something refers to. */
@@ -242,19 +283,6 @@ SdkStatus Asic::State::full(const char *what, const Occupancy &occupancy)
 {
     return refuse(SDK_E_FULL, fmt::format("no room for another {}: {} of {} in use", what,
                                           occupancy.used, occupancy.capacity));
-}
-
-SdkStatus Asic::State::check_unicast(const Mac &mac)
-{
-    if (as_number(mac) != 0 && (mac[0] & 1) == 0)
-        return SDK_E_NONE;
-    return refuse(SDK_E_PARAM, to_text(mac) + " is no unicast address");
-}
-
-/* A trap accepts group addresses too: some gateways have one. */
-SdkStatus Asic::State::check_trappable(const Mac &mac)
-{
-    return as_number(mac) != 0 ? SDK_E_NONE : refuse(SDK_E_PARAM, to_text(mac) + " is no address");
 }
 
 /* Interfaces */
@@ -362,7 +390,7 @@ SdkStatus Asic::intf_create(uint32_t type, const sdk_intf_create_params &params,
     made.intf_id = intf_id;
     s.occupy(made, intf_id);
     if (type == sdk_sub_interface && params.param1 != no_id)
-        chain(s.intf, s.intf[params.param1].first_child, &Interface::sibling, intf_id);
+        s.intf[params.param1].children.push_back(intf_id);
     return SDK_E_NONE;
 }
 
@@ -377,16 +405,15 @@ SdkStatus Asic::intf_destroy(uint32_t intf_id)
         return s.refuse(SDK_E_BUSY,
                         fmt::format("the pending batch is not flushed, it begins with {}",
                                     s.words(s.pending.front())));
-    const SdkStatus status =
-        s.held("interface", intf_id,
-               {s.holder("sub-interface", s.intf, row->first_child, &Interface::sibling),
-                s.holder("MAC trap", s.trap, row->first_trap, &Trap::neighbour)});
+    const SdkStatus status = s.held("interface", intf_id,
+                                    {s.holder("sub-interface", s.intf, row->children),
+                                     s.holder("MAC trap", s.trap, row->traps)});
     if (status != SDK_E_NONE)
         return status;
 
     s.hold_lid(intf_id, 0);
     if (row->type == sdk_sub_interface && row->param1 != no_id)
-        unchain(s.intf, s.intf[row->param1].first_child, &Interface::sibling, intf_id);
+        remove(s.intf[row->param1].children, intf_id);
     s.occupy(*row, 0);
     s.attr.use(s.attr.used - static_cast<uint32_t>(row->attributes.size()));
     s.intf.release(intf_id);
@@ -418,10 +445,10 @@ void Asic::State::hold_lid(uint32_t intf_id, uint32_t lid_id)
 {
     uint32_t &held = intf[intf_id].held_lid;
     if (held != 0)
-        unchain(intf, lid[held].first_bound, &Interface::lid_mate, intf_id);
+        remove(lid[held].bound, intf_id);
     held = lid_id;
     if (held != 0)
-        chain(intf, lid[held].first_bound, &Interface::lid_mate, intf_id);
+        lid[held].bound.push_back(intf_id);
 }
 
 void Asic::State::write(const AttributeValueRow &attribute)
@@ -529,9 +556,7 @@ SdkStatus Asic::portchannel_destroy(uint32_t pc_id)
         intf = s.holder("interface", row->intf_id, s.intf[row->intf_id].made, 1);
     if (!row->lids.empty()) {
         const uint32_t lid_id = *row->lids.begin();
-        const auto &paths = s.lid[lid_id].paths;
-        const auto path = std::find_if(paths.begin(), paths.end(), leads_to_channel);
-        lid = s.holder("LID entry", lid_id, path->made, row->lids.size());
+        lid = s.holder("LID entry", lid_id, channel_path(s.lid[lid_id])->made, row->lids.size());
     }
     const SdkStatus status = s.held("port-channel", pc_id, {member, intf, lid});
     if (status == SDK_E_NONE)
@@ -626,8 +651,7 @@ SdkStatus Asic::lid_destroy(uint32_t lid_id)
     if (!row)
         return s.unknown("LID entry", lid_id);
     const SdkStatus status =
-        s.held("LID entry", lid_id,
-               {s.holder("interface", s.intf, row->first_bound, &Interface::lid_mate)});
+        s.held("LID entry", lid_id, {s.holder("interface", s.intf, row->bound)});
     if (status != SDK_E_NONE)
         return status;
     for (const LidPathRow &path : row->paths) {
@@ -653,8 +677,7 @@ SdkStatus Asic::lid_path_add(uint32_t lid_id, const sdk_lid_path &path)
             return s.refuse(SDK_E_PARAM, "a path to a port-channel has front port 0");
         if (!s.pc.find(path.pc_id))
             return s.unknown("port-channel", path.pc_id);
-        if (const auto other = std::find_if(row->paths.begin(), row->paths.end(), leads_to_channel);
-            other != row->paths.end())
+        if (const LidPathRow *other = channel_path(*row))
             return s.refuse(SDK_E_EXISTS,
                             fmt::format("LID entry {} leads to port-channel {} already{}", lid_id,
                                         other->pc_id, s.made(other->made)));
@@ -689,8 +712,8 @@ SdkStatus Asic::lid_path_add(uint32_t lid_id, const sdk_lid_path &path)
 SdkStatus Asic::router_mac_create(const Mac &mac, uint32_t &peer_mac_id)
 {
     State &s = *state_;
-    if (const SdkStatus status = s.check_unicast(mac); status != SDK_E_NONE)
-        return status;
+    if (as_number(mac) == 0 || (mac[0] & 1) != 0)
+        return s.refuse(SDK_E_PARAM, to_text(mac) + " is no unicast address");
     if (const auto other = s.router_macs.find(as_number(mac)); other != s.router_macs.end())
         return s.refuse(SDK_E_EXISTS,
                         fmt::format("{} is router MAC {} already{}", to_text(mac), other->second,
@@ -719,8 +742,9 @@ SdkStatus Asic::trap_create(uint32_t intf_id, const Mac &mac, uint32_t &mac_trap
     State &s = *state_;
     if (!s.intf.find(intf_id))
         return s.unknown("interface", intf_id);
-    if (const SdkStatus status = s.check_trappable(mac); status != SDK_E_NONE)
-        return status;
+    /* Group addresses too: some gateways have one. */
+    if (as_number(mac) == 0)
+        return s.refuse(SDK_E_PARAM, to_text(mac) + " is no address");
     if (const auto other = s.traps.find(trap_key(intf_id, mac)); other != s.traps.end())
         return s.refuse(SDK_E_EXISTS, fmt::format("interface {} has MAC trap {} for {} already{}",
                                                   intf_id, other->second, to_text(mac),
@@ -728,9 +752,9 @@ SdkStatus Asic::trap_create(uint32_t intf_id, const Mac &mac, uint32_t &mac_trap
     if (s.trap.occupancy.full())
         return s.full("MAC trap", s.trap.occupancy);
     mac_trap_id = s.trap.take({});
-    static_cast<TrapRow &>(s.trap[mac_trap_id]) = {mac_trap_id, intf_id, mac, now()};
+    s.trap[mac_trap_id] = {mac_trap_id, intf_id, mac, now()};
     s.traps[trap_key(intf_id, mac)] = mac_trap_id;
-    chain(s.trap, s.intf[intf_id].first_trap, &Trap::neighbour, mac_trap_id);
+    s.intf[intf_id].traps.push_back(mac_trap_id);
     return SDK_E_NONE;
 }
 
@@ -741,67 +765,27 @@ SdkStatus Asic::trap_destroy(uint32_t mac_trap_id)
     if (!row)
         return s.unknown("MAC trap", mac_trap_id);
     s.traps.erase(trap_key(row->intf_id, row->mac));
-    unchain(s.trap, s.intf[row->intf_id].first_trap, &Trap::neighbour, mac_trap_id);
+    remove(s.intf[row->intf_id].traps, mac_trap_id);
     s.trap.release(mac_trap_id);
     return SDK_E_NONE;
 }
 
 /* Reading the tables */
 
-template <class Row> using Visit = std::function<void(const Row &)>;
-
-template <> void Asic::each(const Visit<IntfRow> &visit) const
+template <class Row> void Asic::each(const Visit<Row> &visit) const
 {
-    state_->intf.each(visit);
+    state_->each(visit);
 }
-template <> void Asic::each(const Visit<AttributeValueRow> &visit) const
-{
-    state_->intf.each([&](const Interface &row) {
-        std::for_each(row.attributes.begin(), row.attributes.end(), visit);
-    });
-}
-template <> void Asic::each(const Visit<LidRow> &visit) const
-{
-    state_->lid.each(visit);
-}
-template <> void Asic::each(const Visit<LidPathRow> &visit) const
-{
-    state_->lid.each(
-        [&](const Lid &row) { std::for_each(row.paths.begin(), row.paths.end(), visit); });
-}
-template <> void Asic::each(const Visit<PortChannelRow> &visit) const
-{
-    state_->pc.each(visit);
-}
-template <> void Asic::each(const Visit<MemberRow> &visit) const
-{
-    state_->pc.each([&](const PortChannel &row) {
-        for (uint32_t number = 1, left = row.members; left != 0; ++number) {
-            if (state_->port[number].member.pc_id != row.pc_id)
-                continue;
-            visit(state_->port[number].member);
-            --left;
-        }
-    });
-}
-template <> void Asic::each(const Visit<RouterMacRow> &visit) const
-{
-    state_->rmac.each(visit);
-}
-template <> void Asic::each(const Visit<TrapRow> &visit) const
-{
-    state_->trap.each(visit);
-}
-template <> void Asic::each(const Visit<PendingRow> &visit) const
-{
-    std::for_each(state_->pending.begin(), state_->pending.end(), visit);
-}
-template <> void Asic::each(const Visit<TableUse> &visit) const
-{
-    for (const State::TableRow &row : state_->tables())
-        visit({row.name, row.description, row.occupancy->used, row.occupancy->high_water,
-               row.occupancy->capacity});
-}
+template void Asic::each(const Visit<IntfRow> &) const;
+template void Asic::each(const Visit<AttributeValueRow> &) const;
+template void Asic::each(const Visit<LidRow> &) const;
+template void Asic::each(const Visit<LidPathRow> &) const;
+template void Asic::each(const Visit<PortChannelRow> &) const;
+template void Asic::each(const Visit<MemberRow> &) const;
+template void Asic::each(const Visit<RouterMacRow> &) const;
+template void Asic::each(const Visit<TrapRow> &) const;
+template void Asic::each(const Visit<PendingRow> &) const;
+template void Asic::each(const Visit<TableUse> &) const;
 
 const IntfRow *Asic::find_interface(uint32_t intf_id) const
 {

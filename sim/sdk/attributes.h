@@ -21,8 +21,8 @@ struct AttributeRow {
     const char *property;    /* the usual name: "MTU" */
     const char *short_name;  /* for narrow columns: "v4mc" */
     const ValueRule *rule;
-    uint32_t initial; /* what a new interface has */
-    bool hex;         /* a bit set or a label, printed in hexadecimal */
+    uint32_t initial = 0; /* what a new interface has */
+    bool hex = false;     /* a bit set or a label, printed in hexadecimal */
 };
 
 /* Every attribute, in the order of the numbers. */

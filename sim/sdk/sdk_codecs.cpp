@@ -19,67 +19,39 @@ template <class T> T load(const void *data)
     return value;
 }
 
-/* The names of the words of a record that is nothing but 32-bit words. */
-template <class Record> struct Words;
-template <> struct Words<sdk_intf_create_params> {
-    static constexpr std::array names{"param1", "param2", "param3", "param4", "param5"};
-};
-template <> struct Words<sdk_intf_attr_value> {
-    static constexpr std::array names{"param1", "param2", "param3"};
-};
-template <> struct Words<sdk_switch_config> {
-    static constexpr std::array names{"word0", "word1", "word2", "word3",
-                                      "word4", "word5", "word6", "word7"};
-};
+/* The words of a record that is nothing but 32-bit words, and the name of each. */
+template <class Record> using Words = std::array<uint32_t, sizeof(Record) / sizeof(uint32_t)>;
 
-template <class Record> using WordsOf = std::array<uint32_t, Words<Record>::names.size()>;
+template <class Record> std::string word_name(size_t i)
+{
+    if constexpr (std::is_same_v<Record, sdk_switch_config>)
+        return fmt::format("word{}", i);
+    else
+        return fmt::format("param{}", i + 1);
+}
 
 template <class Record> Value read_words(const void *data)
 {
-    static_assert(sizeof(Record) == sizeof(WordsOf<Record>));
-    const auto words = load<WordsOf<Record>>(data);
+    const auto words = load<Words<Record>>(data);
     std::vector<Field> fields;
     for (size_t i = 0; i < words.size(); ++i) {
         if (i == 0 || words[i] != 0)
-            fields.push_back({Words<Record>::names[i], Value::integer(words[i])});
+            fields.push_back({word_name<Record>(i), Value::integer(words[i])});
     }
     return Value::record(std::move(fields));
 }
 
 template <class Record> void write_words(void *data, const Value &value)
 {
-    WordsOf<Record> words{};
+    Words<Record> words{};
     for (size_t i = 0; i < words.size(); ++i) {
-        if (const Value *word = value.find(Words<Record>::names[i]))
+        if (const Value *word = value.find(word_name<Record>(i)))
             words[i] = static_cast<uint32_t>(word->number());
     }
     std::memcpy(data, words.data(), sizeof words);
 }
 
 template <class Record> constexpr Codec words_codec{read_words<Record>, write_words<Record>};
-
-Value read_lid_path(const void *data)
-{
-    const auto path = load<sdk_lid_path>(data);
-    const char *name = path.port_type == SdkPortTypeChannel                 ? "SdkPortTypeChannel"
-                       : path.port_type == KVNSIM_SDK_PORT_TYPE_FRONT_PANEL ? "front panel"
-                                                                            : "";
-    return Value::record({{"port_type", Value::named(path.port_type, name)},
-                          {"front_port", Value::integer(path.front_port)},
-                          {"pc_id", Value::integer(path.pc_id)}});
-}
-
-Value read_port_mask(const void *data)
-{
-    const auto mask = load<sdk_port_mask>(data);
-    std::string ports;
-    for (uint32_t port = 0; port < 256; ++port) {
-        if (mask.port_bitmap[port >> 3] & (0x80 >> (port & 7)))
-            ports += fmt::format("{}{}", ports.empty() ? "" : " ", port);
-    }
-    return Value::record({{"mask_len", Value::integer(mask.mask_len)},
-                          {"front_ports", Value::text(std::move(ports))}});
-}
 
 Value read_attribute(const void *data)
 {
@@ -94,8 +66,6 @@ template <class Word> Value read_mac_word(const void *data)
     return Value::named(load<Word>(data), fmt::format("{:02x}", fmt::join(bytes, ":")));
 }
 
-constexpr Codec lid_path_codec{read_lid_path, nullptr};
-constexpr Codec port_mask_codec{read_port_mask, nullptr};
 constexpr Codec attribute_number_codec{read_attribute, nullptr};
 template <class Word> constexpr Codec mac_word_codec{read_mac_word<Word>, nullptr};
 
@@ -113,14 +83,6 @@ template <> const Codec &codec<sdk_switch_config>()
 {
     return words_codec<sdk_switch_config>;
 }
-template <> const Codec &codec<sdk_lid_path>()
-{
-    return lid_path_codec;
-}
-template <> const Codec &codec<sdk_port_mask>()
-{
-    return port_mask_codec;
-}
 const Codec &attribute_codec()
 {
     return attribute_number_codec;
@@ -135,3 +97,26 @@ const Codec &mac_hi_codec()
 }
 
 } // namespace kvnsim
+
+using kvnsim::Value;
+
+Value to_value(const sdk_lid_path &path)
+{
+    const char *name = path.port_type == SdkPortTypeChannel                 ? "SdkPortTypeChannel"
+                       : path.port_type == KVNSIM_SDK_PORT_TYPE_FRONT_PANEL ? "front panel"
+                                                                            : "";
+    return Value::record({{"port_type", Value::named(path.port_type, name)},
+                          {"front_port", Value::integer(path.front_port)},
+                          {"pc_id", Value::integer(path.pc_id)}});
+}
+
+Value to_value(const sdk_port_mask &mask)
+{
+    std::string ports;
+    for (uint32_t port = 0; port < 256; ++port) {
+        if (mask.port_bitmap[port >> 3] & (0x80 >> (port & 7)))
+            ports += fmt::format("{}{}", ports.empty() ? "" : " ", port);
+    }
+    return Value::record({{"mask_len", Value::integer(mask.mask_len)},
+                          {"front_ports", Value::text(std::move(ports))}});
+}

@@ -4,16 +4,17 @@
 #include "sim/journal/journal.h"
 
 /* How the SDK's own records and words are shown and recorded. */
+/* {port_type=SdkPortTypeChannel front_port=0 pc_id=3} */
+kvnsim::Value to_value(const sdk_lid_path &path);
+/* {mask_len=32 front_ports="1 5"} */
+kvnsim::Value to_value(const sdk_port_mask &mask);
+
 namespace kvnsim {
 
 /* Records of words: the first word always, the others unless they are 0. */
 template <> const Codec &codec<sdk_intf_create_params>();
 template <> const Codec &codec<sdk_intf_attr_value>();
 template <> const Codec &codec<sdk_switch_config>();
-/* {port_type=SdkPortTypeChannel front_port=0 pc_id=3}; an input only. */
-template <> const Codec &codec<sdk_lid_path>();
-/* {mask_len=32 front_ports="1 5"}; an input only. */
-template <> const Codec &codec<sdk_port_mask>();
 
 /* An attribute number, by its name. */
 const Codec &attribute_codec();

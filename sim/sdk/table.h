@@ -1,49 +1,18 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <optional>
+#include <queue>
 #include <utility>
 #include <vector>
 
 /* The building blocks of the ASIC's tables. */
 namespace kvnsim {
 
-/* A set of bits 0..65535; finds the lowest set bit in three steps. */
-class LowestBit {
-public:
-    void set(uint32_t bit)
-    {
-        leaves_[bit >> 6] |= mask(bit);
-        middles_[bit >> 12] |= mask(bit >> 6);
-        top_ |= mask(bit >> 12);
-    }
-    void clear(uint32_t bit)
-    {
-        if ((leaves_[bit >> 6] &= ~mask(bit)) != 0)
-            return;
-        if ((middles_[bit >> 12] &= ~mask(bit >> 6)) == 0)
-            top_ &= ~mask(bit >> 12);
-    }
-    bool none() const { return top_ == 0; }
-    bool test(uint32_t bit) const { return (leaves_[bit >> 6] & mask(bit)) != 0; }
-    /* At least one bit must be set. */
-    uint32_t lowest() const
-    {
-        const uint32_t middle = first(top_);
-        const uint32_t leaf = middle * 64 + first(middles_[middle]);
-        return leaf * 64 + first(leaves_[leaf]);
-    }
-
-private:
-    static uint64_t mask(uint32_t bit) { return uint64_t{1} << (bit & 63); }
-    static uint32_t first(uint64_t bits) { return static_cast<uint32_t>(__builtin_ctzll(bits)); }
-
-    std::array<uint64_t, 1024> leaves_{};
-    std::array<uint64_t, 16> middles_{};
-    uint64_t top_ = 0;
-};
+/* Numbers to use again, the lowest one on top. */
+using LowestFirst = std::priority_queue<uint32_t, std::vector<uint32_t>, std::greater<uint32_t>>;
 
 /* Present use, highest use and capacity of a table. */
 struct Occupancy {
@@ -71,64 +40,36 @@ public:
     uint32_t take(Row row)
     {
         occupancy.use(occupancy.used + 1);
-        if (released_.none()) {
+        if (released_.empty()) {
             rows_.push_back(std::move(row));
             return static_cast<uint32_t>(rows_.size() - 1);
         }
-        const uint32_t id = released_.lowest();
-        released_.clear(id);
+        const uint32_t id = released_.top();
+        released_.pop();
         rows_[id] = std::move(row);
         return id;
     }
     void release(uint32_t id)
     {
-        rows_[id] = Row();
-        released_.set(id);
+        rows_[id].reset();
+        released_.push(id);
         occupancy.use(occupancy.used - 1);
     }
-    Row *find(uint32_t id)
-    {
-        return id >= first_id && id < rows_.size() && !released_.test(id) ? &rows_[id] : nullptr;
-    }
-    Row &operator[](uint32_t id) { return rows_[id]; }
+    Row *find(uint32_t id) { return id < rows_.size() && rows_[id] ? &*rows_[id] : nullptr; }
+    Row &operator[](uint32_t id) { return *rows_[id]; }
 
     /* Call visit(row) for each row, in the order of the identifiers. */
     template <class Visit> void each(Visit &&visit) const
     {
-        for (uint32_t id = first_id; id < rows_.size(); ++id) {
-            if (!released_.test(id))
-                visit(rows_[id]);
+        for (const std::optional<Row> &row : rows_) {
+            if (row)
+                visit(*row);
         }
     }
 
 private:
-    LowestBit released_;    /* free identifiers of former rows */
-    std::vector<Row> rows_; /* by identifier */
+    LowestFirst released_;                 /* free identifiers of former rows */
+    std::vector<std::optional<Row>> rows_; /* by identifier */
 };
-
-/* A link in a chain of rows that refer to the same object; 0 = none. */
-struct Link {
-    uint32_t next = 0, previous = 0;
-};
-
-/* Enter the row into the chain that begins at head, by its link `at`, and take it out again. */
-template <class Row> void chain(Table<Row> &table, uint32_t &head, Link Row::*at, uint32_t id)
-{
-    (table[id].*at) = {head, 0};
-    if (head != 0)
-        (table[head].*at).previous = id;
-    head = id;
-}
-template <class Row> void unchain(Table<Row> &table, uint32_t &head, Link Row::*at, uint32_t id)
-{
-    const Link link = table[id].*at;
-    if (link.next != 0)
-        (table[link.next].*at).previous = link.previous;
-    if (link.previous != 0)
-        (table[link.previous].*at).next = link.next;
-    else
-        head = link.next;
-    (table[id].*at) = {};
-}
 
 } // namespace kvnsim

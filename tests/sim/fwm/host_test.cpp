@@ -212,7 +212,7 @@ TEST_F(Interfaces, AreAllForgottenAtAReset)
     EXPECT_EQ(host.size(), 0u);
     EXPECT_TRUE(host.interfaces().empty());
     EXPECT_TRUE(host.db().rows<LabelRow>().empty());
-    EXPECT_FALSE(host.held_port_channel(port_channel_ifindex(1)));
+    EXPECT_FALSE(host.held_port_channel(ifindex_of(InterfaceKind::port_channel, 1)));
     EXPECT_EQ(host.add_sub_interface("Ethernet0.1", port(0), 1)->ifindex, 0x40000000u);
 }
 

@@ -178,14 +178,16 @@ TEST_F(Recording, ForgetsAnInterfaceThatIsGone)
         entry::add_svi(svi, 10);
         entry::del_svi(svi);
         host.remove(svi);
-        ask_of(svi_ifindex(10));
-        ask_of(svi_ifindex(10));
-        ask_of(svi_ifindex(11));
+        ask_of(ifindex_of(InterfaceKind::svi, 10));
+        ask_of(ifindex_of(InterfaceKind::svi, 10));
+        ask_of(ifindex_of(InterfaceKind::svi, 11));
     });
     const Replay result = replayed(text);
     EXPECT_TRUE(result.same()) << told(result);
     EXPECT_EQ(result.requests, 5u);
-    EXPECT_EQ(lines_that_begin(text, "{\"gone\":" + std::to_string(svi_ifindex(10)) + "}"), 1u);
+    EXPECT_EQ(lines_that_begin(
+                  text, "{\"gone\":" + std::to_string(ifindex_of(InterfaceKind::svi, 10)) + "}"),
+              1u);
     EXPECT_EQ(lines_that_begin(text, "{\"gone\":"), 1u) << "Vlan11 never was";
 }
 

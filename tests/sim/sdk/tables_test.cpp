@@ -8,7 +8,7 @@ using namespace kvnsim;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/* Identifiers on both sides of 64 and of 4096, where the search for a free one goes a level up. */
+/* Identifiers far apart, released in no order. */
 TEST(Identifiers, AreHandedOutLowestFirstHoweverTheyWereReleased)
 {
     Table<int> table(last_id);
