@@ -36,33 +36,26 @@ Words faults(const std::string &begun)
 Words values_of(const Option &option, const Reading &line, const std::string &begun,
                 PlaceValues values_here)
 {
-    Words words;
     switch (option.takes) {
     case Takes::choice:
-        words = option.choices();
-        break;
+        return option.choices();
     case Takes::property:
-        words = names_of(properties());
-        break;
+        return names_of(properties());
     case Takes::attribute:
-        words = names_of(attributes());
-        break;
+        return names_of(attributes());
     case Takes::fault:
-        words = faults(begun);
-        break;
-    case Takes::limit:
-        for (const TableUse &table : Asic::instance().rows<TableUse>())
-            words.push_back(std::string(table.name) + '=');
-        break;
-    case Takes::table:
-        words = names_of(show_kinds());
-        break;
-    default:
-        words = values_here(option, line, begun);
+        return faults(begun);
+    case Takes::limit: {
+        Words words = names_of(Asic::instance().rows<TableUse>());
+        for (std::string &word : words)
+            word += '=';
+        return words;
     }
-    if (*option.instead != '\0')
-        words.emplace_back(option.instead);
-    return words;
+    case Takes::table:
+        return names_of(show_kinds());
+    default:
+        return values_here(option, line, begun);
+    }
 }
 
 /* A table of all interfaces takes no interface operand. */
@@ -104,6 +97,8 @@ Words complete(const std::vector<Option> &options, Words words, PlaceValues valu
     const auto offer = [&](const Words &more) { all.insert(all.end(), more.begin(), more.end()); };
     const auto offer_values = [&](const Option &option) {
         offer(values_of(option, line, begun, values_here));
+        if (*option.instead != '\0')
+            all.emplace_back(option.instead);
     };
     if (line.needs_value()) {
         offer_values(*line.waiting);

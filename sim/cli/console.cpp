@@ -81,21 +81,6 @@ void Console::message(const char *colour, std::string_view text)
                                                      : fmt::format("{}\n", text));
 }
 
-void Console::note(std::string_view text)
-{
-    message("", text);
-}
-
-void Console::warning(std::string_view text)
-{
-    message("\033[33m", text);
-}
-
-void Console::error(std::string_view text)
-{
-    message("\033[31m", text);
-}
-
 void Console::progress(std::string_view what)
 {
     if (!error_terminal_)

@@ -40,9 +40,9 @@ public:
     void print_titled(std::string_view text);
 
     /* Messages: one line each, without its end. Earlier output appears first. */
-    void note(std::string_view text);
-    void warning(std::string_view text);
-    void error(std::string_view text);
+    void note(std::string_view text) { message("", text); }
+    void warning(std::string_view text) { message("\033[33m", text); }
+    void error(std::string_view text) { message("\033[31m", text); }
 
     /* Show progress; the next message or output clears it. */
     void progress(std::string_view what, uint64_t done, uint64_t of);

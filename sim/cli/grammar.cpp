@@ -97,11 +97,7 @@ std::string Option::value() const
 
 Words Option::choices() const
 {
-    Words listed;
-    const std::string text = value() + '|';
-    for (size_t begin = 0, end; (end = text.find('|', begin)) != text.npos; begin = end + 1)
-        listed.push_back(text.substr(begin, end - begin));
-    return listed;
+    return split_at_bars(value());
 }
 
 const Words &Arguments::values(std::string_view name) const

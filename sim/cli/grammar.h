@@ -14,9 +14,9 @@ namespace kvnsim {
 using Words = std::vector<std::string>;
 
 /* The words are wrong; the message says in what. */
-class UsageError : public std::runtime_error {
+class UsageError : public std::invalid_argument {
 public:
-    using std::runtime_error::runtime_error;
+    using std::invalid_argument::invalid_argument;
 };
 
 /* What an option or operand is given. Unless noted: any text that is not empty; the verb or

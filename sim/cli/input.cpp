@@ -1,11 +1,12 @@
 #include "sim/cli/input.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <iterator>
+#include <map>
 #include <memory>
 
 #include <fmt/format.h>
@@ -52,10 +53,9 @@ Configuration read_one(const std::string &path)
         return read_configuration(path, text);
     Configuration unreadable;
     unreadable.file = path;
-    Finding finding;
+    Finding &finding = unreadable.findings.emplace_back();
     finding.location.file = path;
     finding.message = "cannot be read: " + problem;
-    unreadable.findings.push_back(finding);
     return unreadable;
 }
 
@@ -97,11 +97,10 @@ void tell_findings(const std::vector<Configuration> &configurations, bool notes,
 void write(Json &json, const SourceLocation &location)
 {
     json.field("file", location.file);
-    if (location.line == 0) {
+    if (location.line == 0)
         json.key("line").null().key("column").null();
-    } else {
+    else
         json.field("line", location.line).field("column", location.column);
-    }
     json.text_or_null("table", location.table).text_or_null("key", location.key);
 }
 
@@ -136,15 +135,12 @@ std::string counted(uint64_t count, const char *what, const char *many)
 
 std::string finding_counts(const Configuration &configuration)
 {
-    std::array<uint64_t, 3> counts{};
+    std::map<Finding::Severity, uint64_t, std::greater<>> counts; /* errors first */
     for (const Finding &finding : configuration.findings)
-        counts[static_cast<size_t>(finding.severity)]++;
+        ++counts[finding.severity];
     std::string text;
-    for (const auto severity :
-         {Finding::Severity::error, Finding::Severity::warning, Finding::Severity::note}) {
-        if (const uint64_t count = counts[static_cast<size_t>(severity)])
-            text += (text.empty() ? "" : ", ") + counted(count, to_text(severity));
-    }
+    for (const auto &[severity, count] : counts)
+        text += (text.empty() ? "" : ", ") + counted(count, to_text(severity));
     return text.empty() ? "nothing found" : text;
 }
 
@@ -152,9 +148,9 @@ std::string ignored_tables(const Configuration &configuration)
 {
     std::string text;
     for (const auto &[table, rows] : configuration.ignored)
-        text += fmt::format("{}{} ({})", text.empty() ? "" : ", ", printable(table),
+        text += fmt::format("{}{} ({})", text.empty() ? "  not applied: " : ", ", printable(table),
                             counted(rows, "row"));
-    return text;
+    return text.empty() ? text : text + "\n";
 }
 
 } // namespace kvnsim

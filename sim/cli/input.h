@@ -25,7 +25,8 @@ void write(Json &json, const Configuration &configuration);
 
 /* "2 errors, 1 warning, 3 notes"; "nothing found". */
 std::string finding_counts(const Configuration &configuration);
-/* "LOOPBACK (1 row), BGP_NEIGHBOR (12 rows)"; empty when all tables count. */
+/* The line "  not applied: LOOPBACK (1 row), BGP_NEIGHBOR (12 rows)"; empty when all tables count.
+ */
 std::string ignored_tables(const Configuration &configuration);
 
 /* "1 request", "2 requests"; many is the plural where an s is not enough. */

@@ -61,19 +61,11 @@ Instruments::Instruments(const Arguments &arguments, Console &console)
 
 void Instruments::prepare(const std::vector<std::string> &inputs, bool writes_files)
 {
-    for (const std::string &limit : arguments_.values("--limit")) {
-        try {
-            set_limit(limit);
-        } catch (const UsageError &error) {
-            throw UsageError(fmt::format("--limit: {}", error.what()));
-        }
-    }
+    for (const std::string &limit : arguments_.values("--limit"))
+        refuse<UsageError>(set_limit(limit), "--limit: ");
     Faults &faults = Journal::instance().faults;
-    for (const std::string &fault : arguments_.values("--fail")) {
-        const std::string problem = faults.add(fault);
-        if (!problem.empty())
-            throw UsageError("--fail: " + problem);
-    }
+    for (const std::string &fault : arguments_.values("--fail"))
+        refuse<UsageError>(faults.add(fault), "--fail: ");
     if (arguments_.has("--seed") && !arguments_.has("--fail-rate"))
         throw UsageError("--seed is for --fail-rate, which is missing");
     if (arguments_.has("--fail-rate"))
@@ -102,9 +94,7 @@ void Instruments::open()
     sinks.debug_file = arguments_.value("--debug-file");
     sinks.event_file = arguments_.value("--events");
     sinks.console = level_switch(arguments_.value("--trace"));
-    const std::string problem = Diagnostics::instance().configure(sinks);
-    if (!problem.empty())
-        throw InputError(problem);
+    refuse<InputError>(Diagnostics::instance().configure(sinks));
     if (arguments_.has("--record")) {
         recording_.open(arguments_.value("--record"));
         check_recording();
@@ -119,7 +109,7 @@ void Instruments::check_recording() const
             fmt::format("cannot write {}: {}", arguments_.value("--record"), std::strerror(errno)));
 }
 
-TimelineOptions Instruments::timeline_options(const std::string &interface) const
+void Instruments::start_timeline(const std::string &interface)
 {
     const LevelSwitch &traced = Diagnostics::instance().sinks().console;
     TimelineOptions options;
@@ -127,14 +117,9 @@ TimelineOptions Instruments::timeline_options(const std::string &interface) cons
     options.traces = traced.error;
     options.errors_only = !traced.debug;
     options.colour = console_.out_has_colour();
-    return options;
-}
-
-void Instruments::start_timeline(const std::string &interface)
-{
     timeline_interface_ = interface;
     timeline_.reset();
-    timeline_.emplace(console_.out(), timeline_options(interface));
+    timeline_.emplace(console_.out(), options);
 }
 
 bool Instruments::shows_as_it_happens() const
@@ -146,9 +131,7 @@ void Instruments::trace(std::string_view level)
 {
     Sinks sinks = Diagnostics::instance().sinks();
     sinks.console = level_switch(level);
-    const std::string problem = Diagnostics::instance().configure(sinks);
-    if (!problem.empty())
-        throw InputError(problem);
+    refuse<InputError>(Diagnostics::instance().configure(sinks));
     if (timeline_)
         start_timeline(timeline_interface_);
 }
@@ -170,11 +153,7 @@ bool Instruments::close(const Snapshot &snapshot)
         if (arguments_.has("--db"))
             save(snapshot, arguments_.value("--db"));
     });
-    write([&] {
-        const std::string problem = Diagnostics::instance().flush();
-        if (!problem.empty())
-            throw InputError(problem);
-    });
+    write([&] { refuse<InputError>(Diagnostics::instance().flush()); });
     write([&] {
         if (recording_.is_open()) {
             recording_.close();
@@ -190,7 +169,7 @@ void Instruments::warn_of_unused_faults() const
         console_.warning(fmt::format("kvnsim: --fail {} never took effect", fault));
 }
 
-void set_limit(const std::string &text)
+std::string set_limit(const std::string &text)
 {
     const size_t equals = text.find('=');
     const auto capacity =
@@ -198,10 +177,8 @@ void set_limit(const std::string &text)
             ? std::nullopt
             : parse_number(std::string_view(text).substr(equals + 1), 0, 999'999'999);
     if (!capacity)
-        throw UsageError(fmt::format("expected TABLE=NUMBER, such as intf=4096, not \"{}\"", text));
-    const std::string problem = Asic::instance().set_limit(text.substr(0, equals), *capacity);
-    if (!problem.empty())
-        throw UsageError(problem);
+        return fmt::format("expected TABLE=NUMBER, such as intf=4096, not \"{}\"", text);
+    return Asic::instance().set_limit(text.substr(0, equals), *capacity);
 }
 
 ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration, Plan plan,

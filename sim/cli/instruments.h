@@ -50,7 +50,6 @@ public:
 
 private:
     void check_recording() const;
-    TimelineOptions timeline_options(const std::string &interface) const;
 
     const Arguments &arguments_;
     Console &console_;
@@ -60,9 +59,15 @@ private:
     std::string timeline_interface_;
 };
 
-/* Set the capacity of an ASIC table: "intf=4096". UsageError says what is wrong, without the
- * option's name. */
-void set_limit(const std::string &text);
+/* Throws the error if there is a problem; what names the option that has it. */
+template <class Error> void refuse(const std::string &problem, const char *what = "")
+{
+    if (!problem.empty())
+        throw Error(what + problem);
+}
+
+/* Set the capacity of an ASIC table: "intf=4096". Returns the problem, or "". */
+std::string set_limit(const std::string &text);
 
 /* One configuration, and the result. */
 struct ConfigurationRun {

@@ -29,13 +29,6 @@ constexpr int history_size = 1000;
 constexpr size_t most_listed = 200;
 constexpr wchar_t interrupt_key = L'\003';
 
-struct EditorEnd {
-    void operator()(EditLine *editor) const { el_end(editor); }
-};
-struct HistoryEnd {
-    void operator()(History *history) const { history_end(history); }
-};
-
 std::string common_beginning(const std::vector<std::string> &texts)
 {
     std::string common = texts.front();
@@ -64,8 +57,8 @@ struct LineEditor::State {
     bool dropped = false; /* the current line, by Ctrl-C */
     std::mbstate_t partial{};
     sigset_t while_waiting{}; /* signals are blocked except while waiting for a key */
-    std::unique_ptr<History, HistoryEnd> history;
-    std::unique_ptr<EditLine, EditorEnd> editor;
+    std::unique_ptr<History, void (*)(History *)> history{history_init(), history_end};
+    std::unique_ptr<EditLine, void (*)(EditLine *)> editor{nullptr, el_end};
 
     static State &of(EditLine *editor)
     {
@@ -169,7 +162,6 @@ LineEditor::LineEditor(std::FILE *terminal, std::string history_file, Completer 
     state_->file = std::move(history_file);
     state_->completer = std::move(completer);
     HistEvent event;
-    state_->history.reset(history_init());
     history(state_->history.get(), &event, H_SETSIZE, history_size);
     history(state_->history.get(), &event, H_SETUNIQUE, 1);
     if (!state_->file.empty())

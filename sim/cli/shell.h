@@ -41,14 +41,6 @@ struct Command {
     const char *more = ""; /* for help, lines each ended by a newline */
 };
 
-/* A command that takes its operands by position. */
-using ShellWords = Words;
-template <int (*work)(Session &, const ShellWords &)>
-int by_position(Session &session, const Arguments &given)
-{
-    return work(session, given.operands());
-}
-
 /* Commands that belong together. */
 struct CommandGroup {
     const char *title;
@@ -68,7 +60,7 @@ int execute(Session &session, const Words &words);
 Words complete_line(const Words &words);
 
 /* What the words of an entry point's arguments mean, without output arguments. */
-std::vector<Value> arguments_of(const EntryPoint &entry, const ShellWords &words);
+std::vector<Value> arguments_of(const EntryPoint &entry, const Words &words);
 /* "call add_l3port L3LIF CREATE" */
 std::string call_usage(const EntryPoint &entry);
 /* The entry point of this name; UsageError with similar names. */

@@ -28,15 +28,8 @@ Found &known(Found *found, const char *what, const std::string &name, const Rows
 {
     if (found != nullptr)
         return *found;
-    std::vector<std::string> names;
-    for (const auto &row : rows) {
-        if constexpr (std::is_pointer_v<std::decay_t<decltype(row)>>)
-            names.push_back(row->name);
-        else
-            names.emplace_back(row.name);
-    }
     throw UsageError(
-        fmt::format("there is no {} {}{}", what, quoted(name), did_you_mean(name, names)));
+        fmt::format("there is no {} {}{}", what, quoted(name), did_you_mean(name, names_of(rows))));
 }
 
 HostInterface &interface_named(const std::string &name)
@@ -66,12 +59,9 @@ int64_t number_of(const std::string &word)
     return negative ? -int64_t{number} : int64_t{number};
 }
 
-bool flag_of(const std::string &word)
+bool is_on(const Arguments &given)
 {
-    const auto flag = parse_boolean(word);
-    if (!flag)
-        throw UsageError(fmt::format("expected on or off, not {}", quoted(word)));
-    return *flag;
+    return given.value("on|off") == "on";
 }
 
 Mac mac_of(const std::string &word)
@@ -113,6 +103,12 @@ Value value_of(const Parameter &parameter, std::string word)
     return Value::text(word);
 }
 
+/* The interface of the operand IF. */
+HostInterface &interface_of(const Arguments &given)
+{
+    return interface_named(given.value("IF"));
+}
+
 /* ---- Requests ---- */
 
 /* Print the result; a host task that succeeded prints nothing. */
@@ -132,7 +128,7 @@ int tell(Session &session, const Response &response)
     return exit_request;
 }
 
-int flush(Session &session, const ShellWords &)
+int flush(Session &session, const Arguments &)
 {
     return tell(session, host_task("host: flush", "", fwmpd_kavelin_batch_flush));
 }
@@ -191,19 +187,21 @@ void retire(const Session &session, HostInterface &interface)
         host.remove(interface);
 }
 
-int create(Session &session, const ShellWords &words)
+int create(Session &session, const Arguments &given)
 {
-    const std::string &name = words[0];
+    const std::string &name = given.value("IF"), &vlan_word = given.value("VLAN");
     HostInterface *interface = Host::instance().find(name);
     const auto parsed = parse_interface_name(name);
     if (interface == nullptr && !parsed)
         throw UsageError(fmt::format("expected the name of an interface, not {}", quoted(name)));
-    uint32_t vlan = words.size() > 1 ? static_cast<uint32_t>(number_of(words[1])) : 0;
-    if (words.size() < 2 && interface != nullptr)
+    uint32_t vlan = 0;
+    if (!vlan_word.empty())
+        vlan = static_cast<uint32_t>(number_of(vlan_word));
+    else if (interface != nullptr)
         vlan = interface->vlan;
-    else if (words.size() < 2 && !parsed->short_form)
+    else if (!parsed->short_form)
         vlan = parsed->number;
-    else if (words.size() < 2)
+    else
         throw UsageError(fmt::format("{}: which VLAN?", name));
 
     if (interface == nullptr)
@@ -218,44 +216,46 @@ int create(Session &session, const ShellWords &words)
     return tell(session, response);
 }
 
-int remove(Session &session, const ShellWords &words)
+int remove(Session &session, const Arguments &given)
 {
-    HostInterface &interface = interface_named(words[0]);
+    HostInterface &interface = interface_of(given);
     const Response response = delete_interface(interface);
     if (!response.refused)
         retire(session, interface);
     return tell(session, response);
 }
 
-int join(Session &session, const ShellWords &words)
+/* Prints the responses to a join or a leave, and returns the worst status. */
+int tell_all(Session &session, HostInterface &port, Response (*work)(HostInterface &, const Tell &))
 {
-    HostInterface &port = interface_named(words[0]);
-    HostInterface &channel = interface_named(words[1]);
+    int status = exit_well;
+    work(port, [&](const Response &each) { status = std::max(status, tell(session, each)); });
+    return status;
+}
+
+int join(Session &session, const Arguments &given)
+{
+    HostInterface &port = interface_named(given.value("PORT"));
+    HostInterface &channel = interface_named(given.value("PORT-CHANNEL"));
     if (!Host::instance().join(port, channel))
         throw UsageError(
             fmt::format("{} cannot join {}: only a port can join, and only one port-channel",
                         port.name, channel.name));
-    int status = exit_well;
-    kvnsim::join(port,
-                 [&](const Response &each) { status = std::max(status, tell(session, each)); });
-    return status;
+    return tell_all(session, port, kvnsim::join);
 }
 
-int leave(Session &session, const ShellWords &words)
+int leave(Session &session, const Arguments &given)
 {
-    HostInterface &port = interface_named(words[0]);
+    HostInterface &port = interface_named(given.value("PORT"));
     if (port.channel == nullptr)
         throw UsageError(fmt::format("{} is not a member of a port-channel", port.name));
-    int status = exit_well;
-    kvnsim::leave(port,
-                  [&](const Response &each) { status = std::max(status, tell(session, each)); });
-    return status;
+    return tell_all(session, port, kvnsim::leave);
 }
 
-int set_registered(Session &, const ShellWords &words)
+int set_registered(Session &, const Arguments &given)
 {
-    HostInterface &interface = interface_named(words[0]);
-    if (flag_of(words[1])) {
+    HostInterface &interface = interface_of(given);
+    if (is_on(given)) {
         Host::instance().register_l3(interface);
         return exit_well;
     }
@@ -266,52 +266,53 @@ int set_registered(Session &, const ShellWords &words)
     return exit_well;
 }
 
-int hold(Session &session, const ShellWords &words)
+int hold(Session &session, const Arguments &given)
 {
     Host &host = Host::instance();
-    const bool on = flag_of(words[1]);
-    HostInterface *channel = host.find(words[0]);
-    const auto parsed = parse_interface_name(words[0]);
-    if (channel == nullptr && on && parsed && parsed->kind == InterfaceKind::port_channel)
-        channel = make_interface(session, words[0], *parsed, 0);
+    const std::string &name = given.value("PORT-CHANNEL");
+    HostInterface *channel = host.find(name);
+    const auto parsed = parse_interface_name(name);
+    if (channel == nullptr && is_on(given) && parsed && parsed->kind == InterfaceKind::port_channel)
+        channel = make_interface(session, name, *parsed, 0);
     if (channel == nullptr)
-        channel = &interface_named(words[0]);
+        channel = &interface_named(name);
     if (channel->kind != InterfaceKind::port_channel)
         throw UsageError(fmt::format("{} is not a port-channel", channel->name));
-    return tell(session, on ? host_task("host: hold port-channel", channel->name,
-                                        [&] { return host.hold_port_channel(*channel); })
-                            : release_port_channel(*channel));
+    return tell(session, is_on(given) ? host_task("host: hold port-channel", channel->name,
+                                                  [&] { return host.hold_port_channel(*channel); })
+                                      : release_port_channel(*channel));
 }
 
 /* ---- Settings and MACs ---- */
 
-int set(Session &session, const ShellWords &words)
+int set(Session &session, const Arguments &given)
 {
-    HostInterface &interface = interface_named(words[0]);
-    const PropertyRow &property =
-        known(find_property(words[1]), "property", words[1], properties());
-    return tell(session, entry::set_l3_property(interface, property.type, number_of(words[2])));
+    HostInterface &interface = interface_of(given);
+    const std::string &name = given.value("PROPERTY");
+    const PropertyRow &property = known(find_property(name), "property", name, properties());
+    return tell(session,
+                entry::set_l3_property(interface, property.type, number_of(given.value("VALUE"))));
 }
 
-int loopback(Session &session, const ShellWords &words)
+int loopback(Session &session, const Arguments &given)
 {
-    const HostInterface &interface = interface_named(words[0]);
-    const int status = tell(session, entry::loopback_enable(interface.ifindex, flag_of(words[1])));
-    return std::max(status, flush(session, {}));
+    const uint32_t ifindex = interface_of(given).ifindex;
+    const int status = tell(session, entry::loopback_enable(ifindex, is_on(given)));
+    return std::max(status, flush(session, given));
 }
 
-int virtual_mac(Session &session, const ShellWords &words)
+int virtual_mac(Session &session, const Arguments &given)
 {
-    const HostInterface &interface = interface_named(words[0]);
-    const Mac mac = mac_of(words[1]);
-    return tell(session, flag_of(words[2]) ? entry::fhrp_mac_add(mac, interface.ifindex)
-                                           : entry::fhrp_mac_del(mac, interface.ifindex));
+    const uint32_t ifindex = interface_of(given).ifindex;
+    const Mac mac = mac_of(given.value("MAC"));
+    return tell(session, is_on(given) ? entry::fhrp_mac_add(mac, ifindex)
+                                      : entry::fhrp_mac_del(mac, ifindex));
 }
 
-int router_mac(Session &session, const ShellWords &words)
+int router_mac(Session &session, const Arguments &given)
 {
-    const Mac mac = mac_of(words[0]);
-    if (flag_of(words[1]))
+    const Mac mac = mac_of(given.value("MAC"));
+    if (is_on(given))
         return tell(session, entry::rmac_add(mac));
     for (const RouterMacRow &row : Asic::instance().rows<RouterMacRow>()) {
         if (row.mac == mac)
@@ -322,24 +323,30 @@ int router_mac(Session &session, const ShellWords &words)
 
 /* ---- Anything ---- */
 
-int call(Session &session, const ShellWords &words)
+int call_entry(Session &session, const std::string &name, const Words &words)
 {
-    const EntryPoint &entry = entry_named(words[0]);
-    return tell(session, entry.call(arguments_of(entry, {words.begin() + 1, words.end()})));
+    const EntryPoint &entry = entry_named(name);
+    return tell(session, entry.call(arguments_of(entry, words)));
 }
 
-int dump(Session &session, const ShellWords &words)
+int call(Session &session, const Arguments &given)
 {
-    return call(session, {"dump_l3lif", "", interface_named(words[0]).name});
+    return call_entry(session, given.value("ENTRY"), given.values("ARGUMENT"));
 }
 
-int poke(Session &session, const ShellWords &words)
+int dump(Session &session, const Arguments &given)
 {
-    const HostInterface &interface = interface_named(words[0]);
+    return call_entry(session, "dump_l3lif", {"", interface_of(given).name});
+}
+
+int poke(Session &session, const Arguments &given)
+{
+    const HostInterface &interface = interface_of(given);
+    const std::string &name = given.value("ATTRIBUTE");
     const AttributeRow &attribute =
-        known(find_attribute(std::string_view(words[1])), "attribute", words[1], attributes());
+        known(find_attribute(std::string_view(name)), "attribute", name, attributes());
     sdk_intf_attr_value value{};
-    value.param1 = static_cast<uint32_t>(number_of(words[2]));
+    value.param1 = static_cast<uint32_t>(number_of(given.value("VALUE")));
     return tell(session, host_task("host: poke", interface.name, [&] {
                     return libsdk_intf_attr_set(0, interface.intf_id(), attribute.number, &value);
                 }));
@@ -347,7 +354,7 @@ int poke(Session &session, const ShellWords &words)
 
 } // namespace
 
-std::vector<Value> arguments_of(const EntryPoint &entry, const ShellWords &words)
+std::vector<Value> arguments_of(const EntryPoint &entry, const Words &words)
 {
     std::vector<Value> values;
     size_t used = 0;
@@ -369,57 +376,54 @@ const CommandGroup request_commands{
     {{"create",
       "create an interface of the kind its name gives",
       {{"IF", Takes::interface}, {"VLAN", Takes::text, Times::optional}},
-      by_position<create>,
+      create,
       "The host adds a record for an interface that it does not have: Ethernet4, PortChannel1,\n"
       "Vlan100, Ethernet4.10. VLAN is for an SVI or sub-interface, if not as in the name.\n"},
-     {"delete", "delete an interface", {{"IF", Takes::interface}}, by_position<remove>},
+     {"delete", "delete an interface", {{"IF", Takes::interface}}, remove},
      {"join",
       "add a port to a routed port-channel",
       {{"PORT", Takes::interface}, {"PORT-CHANNEL", Takes::interface}},
-      by_position<join>},
-     {"leave",
-      "remove a port from its port-channel",
-      {{"PORT", Takes::interface}},
-      by_position<leave>},
+      join},
+     {"leave", "remove a port from its port-channel", {{"PORT", Takes::interface}}, leave},
      {"set",
       "change an L3 property",
       {{"IF", Takes::interface}, {"PROPERTY", Takes::property}, {"VALUE", Takes::text}},
-      by_position<set>,
+      set,
       "set Ethernet0 mtu 9216\n"},
      {"loopback",
       "set a port's internal loopback; the host flushes",
       {{"IF", Takes::interface}, {"on|off", Takes::choice}},
-      by_position<loopback>},
+      loopback},
      {"virtual-mac",
       "add or remove a virtual MAC of an interface",
       {{"IF", Takes::interface}, {"MAC", Takes::text}, {"on|off", Takes::choice}},
-      by_position<virtual_mac>},
+      virtual_mac},
      {"router-mac",
       "add or remove a router MAC",
       {{"MAC", Takes::text}, {"on|off", Takes::choice}},
-      by_position<router_mac>},
+      router_mac},
      {"dump",
       "make the library print an interface's identifiers",
       {{"IF", Takes::interface}},
-      by_position<dump>},
+      dump},
      {"call",
       "call any entry point of the library",
       {{"ENTRY", Takes::entry}, {"ARGUMENT", Takes::argument, Times::any}},
-      by_position<call>,
+      call,
       "An interface is its name, or null; an interface index a name or number; a number decimal,\n"
       "hexadecimal, on or off. An argument may be as timelines print it: create=1.\n"},
      {"register",
       "show an interface to the library, or hide it",
       {{"IF", Takes::interface}, {"on|off", Takes::choice}},
-      by_position<set_registered>},
+      set_registered},
      {"hold",
       "make the host hold a port-channel for the library to adopt",
       {{"PORT-CHANNEL", Takes::interface}, {"on|off", Takes::choice}},
-      by_position<hold>},
-     {"flush", "make the host flush pending attribute writes", {}, by_position<flush>},
+      hold},
+     {"flush", "make the host flush pending attribute writes", {}, flush},
      {"poke",
       "write an SDK attribute, bypassing the library",
       {{"IF", Takes::interface}, {"ATTRIBUTE", Takes::attribute}, {"VALUE", Takes::text}},
-      by_position<poke>}}};
+      poke}}};
 
 } // namespace kvnsim

@@ -32,8 +32,12 @@ bool is_refused(Session &session, const Configuration &configuration)
     return true;
 }
 
-int apply_file(Session &session, const std::string &file)
+/* Applies the file given, or the last one again. */
+int apply(Session &session, const Arguments &given)
 {
+    if (!given.has("FILE") && session.files.empty())
+        throw UsageError("nothing was applied yet: reload which FILE?");
+    const std::string file = given.has("FILE") ? given.value("FILE") : session.files.back();
     const Configuration configuration = read(session, file);
     if (is_refused(session, configuration))
         return exit_input;
@@ -42,9 +46,7 @@ int apply_file(Session &session, const std::string &file)
                             session.console, !session.instruments.shows_as_it_happens());
     session.console.out() << fmt::format(
         "{}: {}, {}\n", file, counted(outcome.plan.steps.size(), "step"), summary(outcome));
-    const std::string ignored = ignored_tables(configuration);
-    if (!ignored.empty())
-        session.console.out() << "  not applied: " << ignored << "\n";
+    session.console.out() << ignored_tables(configuration);
     if (session.files.empty() || session.files.back() != file)
         session.files.push_back(file);
     session.findings = configuration.findings;
@@ -52,19 +54,6 @@ int apply_file(Session &session, const std::string &file)
     if (!outcome.applied.failures.empty())
         return exit_request;
     return configuration.has_errors() ? exit_input : exit_well;
-}
-
-int apply(Session &session, const Arguments &given)
-{
-    return apply_file(session, given.value("FILE"));
-}
-
-int reload(Session &session, const Arguments &given)
-{
-    if (!given.has("FILE") && session.files.empty())
-        throw UsageError("nothing was applied yet: reload which FILE?");
-    return apply_file(session,
-                      given.has("FILE") ? given.value("FILE") : std::string(session.files.back()));
 }
 
 int plan(Session &session, const Arguments &given)
@@ -94,22 +83,10 @@ int save_database(Session &session, const Arguments &given)
 
 /* ---- Inspection ---- */
 
-int show_table(Session &session, const Arguments &given)
+template <int (*print)(const Snapshot &, const Arguments &, Console &)>
+int of_switch(Session &session, const Arguments &given)
 {
-    print_table(session.now(), given.value("TABLE"), given.value("IF"), given.has("--json"),
-                session.console);
-    return exit_well;
-}
-
-int explain_interface(Session &session, const Arguments &given)
-{
-    print_explanation(session.now(), given.value("IF"), given.has("--json"), session.console);
-    return exit_well;
-}
-
-int audit_switch(Session &session, const Arguments &given)
-{
-    return print_audit(session.now(), given.has("--json"), session.console);
+    return print(session.now(), given, session.console);
 }
 
 int mark(Session &session, const Arguments &)
@@ -123,7 +100,7 @@ int compare(Session &session, const Arguments &given)
     if (!given.has("FILE") && !session.mark)
         throw UsageError("there is no mark: set one with `mark`");
     const Snapshot before = given.has("FILE") ? load(given.value("FILE")) : *session.mark;
-    return print_differences(diff(before, session.now()), given.has("--json"), session.console);
+    return print_differences(before, session.now(), given, session.console);
 }
 
 int timeline(Session &session, const Arguments &given)
@@ -153,13 +130,10 @@ int fail(Session &, const Arguments &given)
 {
     Faults &faults = Journal::instance().faults;
     const std::string &fault = given.value("CALL[:N][=STATUS]");
-    if (fault == "off") {
+    if (fault == "off")
         faults.clear();
-        return exit_well;
-    }
-    const std::string problem = faults.add(fault);
-    if (!problem.empty())
-        throw UsageError(problem);
+    else
+        refuse<UsageError>(faults.add(fault));
     return exit_well;
 }
 
@@ -172,7 +146,7 @@ int fail_rate(Session &, const Arguments &given)
 
 int limit(Session &, const Arguments &given)
 {
-    set_limit(given.value("TABLE=N"));
+    refuse<UsageError>(set_limit(given.value("TABLE=N")));
     return exit_well;
 }
 
@@ -181,7 +155,7 @@ int limit(Session &, const Arguments &given)
 const CommandGroup configuration_commands{
     "Configurations",
     {{"apply", "apply a configuration", {{"FILE", Takes::file}}, apply},
-     {"reload", "apply the last file again", {{"FILE", Takes::file, Times::optional}}, reload},
+     {"reload", "apply the last file again", {{"FILE", Takes::file, Times::optional}}, apply},
      {"plan", "show what apply would do", {{"FILE", Takes::file}}, plan},
      {"check", "validate a configuration", {{"FILE", Takes::file}}, check},
      {"save", "keep the switch's state in a database", {{"FILE", Takes::file}}, save_database}}};
@@ -191,15 +165,15 @@ const CommandGroup looking_commands{
     {{"show",
       "show a table of the switch",
       {{"TABLE", Takes::table}, {"IF", Takes::interface, Times::optional}, json_option},
-      show_table},
+      of_switch<print_table>},
      {"explain",
       "show how an interface is configured and programmed",
       {{"IF", Takes::interface}, json_option},
-      explain_interface},
+      of_switch<print_explanation>},
      {"audit",
       "report what does not agree",
       {json_option},
-      audit_switch,
+      of_switch<print_audit>,
       "After manual requests the switch no longer matches its configuration: the audit reports\n"
       "differences, and apply works from what it did itself.\n"},
      {"mark", "remember the switch's state, for diff", {}, mark},

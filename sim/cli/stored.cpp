@@ -35,10 +35,10 @@ void require_interface(const Snapshot &snapshot, const std::string &name)
                                      did_you_mean(name, {names.begin(), names.end()})));
 }
 
-void print_table(const Snapshot &snapshot, const std::string &what, const std::string &interface,
-                 bool json, Console &console)
+int print_table(const Snapshot &snapshot, const Arguments &given, Console &console)
 {
-    const ShowKind &kind = show_kind_named(what);
+    const ShowKind &kind = show_kind_named(given.operands().front());
+    const std::string &interface = given.value("IF");
     if (kind.of_interface && interface.empty())
         throw UsageError(fmt::format("{} of which interface?", kind.name));
     if (!kind.of_interface && !interface.empty())
@@ -46,31 +46,36 @@ void print_table(const Snapshot &snapshot, const std::string &what, const std::s
     if (kind.of_interface)
         require_interface(snapshot, interface);
     const Listing listing = kind.make(snapshot, interface);
-    if (!json)
-        return console.print_titled(to_text(listing));
-    Json document;
-    write(document.begin_object().key(kind.json_key()), listing);
-    console.out() << document.end_object().document();
+    if (given.has("--json")) {
+        Json document;
+        write(document.begin_object().key(kind.json_key()), listing);
+        console.out() << document.end_object().document();
+    } else {
+        console.print_titled(to_text(listing));
+    }
+    return exit_well;
 }
 
-void print_explanation(const Snapshot &snapshot, const std::string &interface, bool json,
-                       Console &console)
+int print_explanation(const Snapshot &snapshot, const Arguments &given, Console &console)
 {
-    require_interface(snapshot, interface);
-    const Explanation explanation = explain(snapshot, interface);
-    if (!json)
-        return console.print_titled(to_text(explanation));
-    Json document;
-    write(document, explanation);
-    console.out() << document.document();
+    require_interface(snapshot, given.value("IF"));
+    const Explanation explanation = explain(snapshot, given.value("IF"));
+    if (given.has("--json")) {
+        Json document;
+        write(document, explanation);
+        console.out() << document.document();
+    } else {
+        console.print_titled(to_text(explanation));
+    }
+    return exit_well;
 }
 
-int print_audit(const Snapshot &snapshot, bool json, Console &console)
+int print_audit(const Snapshot &snapshot, const Arguments &given, Console &console)
 {
     const std::vector<AuditFinding> findings = audit(snapshot);
     const Listing waiting = show_waiting(snapshot);
     const int status = findings.empty() ? exit_well : exit_found;
-    if (json) {
+    if (given.has("--json")) {
         Json document;
         write(document.begin_object().key("audit"), show(findings));
         write(document.key("waiting"), waiting);
@@ -89,9 +94,11 @@ int print_audit(const Snapshot &snapshot, bool json, Console &console)
     return status;
 }
 
-int print_differences(const std::vector<Difference> &differences, bool json, Console &console)
+int print_differences(const Snapshot &before, const Snapshot &after, const Arguments &given,
+                      Console &console)
 {
-    if (json) {
+    const std::vector<Difference> differences = diff(before, after);
+    if (given.has("--json")) {
         Json document;
         document.begin_object().field("equal", differences.empty()).key("differences");
         write(document, show(differences));

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "sim/state/compare.h"
 #include "sim/state/snapshot.h"
@@ -15,13 +14,12 @@ class Console;
 /* Refuse an unknown interface: UsageError with similar names. */
 void require_interface(const Snapshot &snapshot, const std::string &name);
 
-/* Print as text, or as one JSON document. */
-void print_table(const Snapshot &snapshot, const std::string &what, const std::string &interface,
-                 bool json, Console &console);
-void print_explanation(const Snapshot &snapshot, const std::string &interface, bool json,
-                       Console &console);
-/* Returns the exit status: exit_found with findings. */
-int print_audit(const Snapshot &snapshot, bool json, Console &console);
-int print_differences(const std::vector<Difference> &differences, bool json, Console &console);
+/* Print as text or, with --json, as one JSON document, and return the exit status: exit_found with
+ * findings or differences. A table is named by the first operand, an interface by IF. */
+int print_table(const Snapshot &snapshot, const Arguments &given, Console &console);
+int print_explanation(const Snapshot &snapshot, const Arguments &given, Console &console);
+int print_audit(const Snapshot &snapshot, const Arguments &given, Console &console);
+int print_differences(const Snapshot &before, const Snapshot &after, const Arguments &given,
+                      Console &console);
 
 } // namespace kvnsim

@@ -7,14 +7,6 @@
 namespace kvnsim {
 namespace {
 
-void print(const Configuration &configuration, Console &console)
-{
-    const std::string ignored = ignored_tables(configuration);
-    console.out() << fmt::format("{}: {}\n", configuration.file, finding_counts(configuration));
-    if (!ignored.empty())
-        console.out() << fmt::format("  not applied: {}\n", ignored);
-}
-
 int check(const Arguments &arguments, Console &console)
 {
     const std::vector<Configuration> configurations =
@@ -32,7 +24,9 @@ int check(const Arguments &arguments, Console &console)
     } else {
         tell_findings(configurations, true, console);
         for (const Configuration &configuration : configurations)
-            print(configuration, console);
+            console.out() << fmt::format("{}: {}\n{}", configuration.file,
+                                         finding_counts(configuration),
+                                         ignored_tables(configuration));
     }
     return errors ? exit_input : exit_well;
 }

@@ -143,10 +143,7 @@ private:
     {
         console_.out() << fmt::format("{}: {}\n", configuration.file,
                                       counted(plan.steps.size(), "step"));
-        const std::string ignored = ignored_tables(configuration);
-        if (!ignored.empty())
-            console_.out() << "  not applied: " << ignored << "\n";
-        console_.out().flush();
+        console_.out() << ignored_tables(configuration) << std::flush;
     }
 
     void print_result(const Outcome &outcome)
@@ -206,7 +203,7 @@ private:
         print(without(show(snapshot, "macs"), {"made_by"}));
         print(shared_database(snapshot));
         console_.out() << "\n";
-        print_audit(snapshot, false, console_);
+        print_audit(snapshot, arguments_, console_);
     }
 
     static Listing without(Listing listing, std::initializer_list<std::string_view> keys)
@@ -290,10 +287,7 @@ private:
         json.field("steps_done", outcome.applied.steps_done);
         json.key("steps").begin_array();
         for (size_t i = 0; i < outcome.plan.steps.size(); ++i) {
-            const Step &step = outcome.plan.steps[i];
-            json.begin_object().field("words", step.words).field("object", step.name);
-            write(json.key("cause").begin_object(), step.cause);
-            json.end_object();
+            write_step(json.begin_object(), outcome.plan.steps[i]);
             if (i < outcome.step_requests.size()) {
                 json.key("requests").begin_array();
                 for (const Request &request : outcome.step_requests[i])
@@ -311,11 +305,16 @@ private:
         json.end_array();
     }
 
+    static void write_step(Json &json, const Step &step)
+    {
+        json.field("words", step.words).field("object", step.name);
+        write(json.key("cause").begin_object(), step.cause);
+        json.end_object();
+    }
+
     static void write_failure(Json &json, const Failure &failure)
     {
-        json.begin_object().field("words", failure.step.words).field("object", failure.step.name);
-        write(json.key("cause").begin_object(), failure.step.cause);
-        json.end_object();
+        write_step(json.begin_object(), failure.step);
         json.field("message", failure.message).key("request");
         if (failure.request == nullptr) {
             json.null().end_object();

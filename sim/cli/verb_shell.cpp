@@ -115,9 +115,6 @@ private:
             if (split.open_quote != '\0')
                 throw UsageError(fmt::format("a {} is not closed", split.open_quote));
             return split.words.empty() ? int{exit_well} : execute(session_, split.words);
-        } catch (const UsageError &error) {
-            session_.error(error.what());
-            return exit_usage;
         } catch (const std::invalid_argument &error) {
             session_.error(error.what());
             return exit_usage;

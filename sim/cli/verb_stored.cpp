@@ -5,28 +5,16 @@
 namespace kvnsim {
 namespace {
 
-int show_table(const Arguments &given, Console &console)
+template <int (*print)(const Snapshot &, const Arguments &, Console &)>
+int of_database(const Arguments &given, Console &console)
 {
-    print_table(load(given.value("--db")), given.value("WHAT"), given.value("IF"),
-                given.has("--json"), console);
-    return exit_well;
-}
-
-int explain_interface(const Arguments &given, Console &console)
-{
-    print_explanation(load(given.value("--db")), given.value("IF"), given.has("--json"), console);
-    return exit_well;
-}
-
-int audit_database(const Arguments &given, Console &console)
-{
-    return print_audit(load(given.value("--db")), given.has("--json"), console);
+    return print(load(given.value("--db")), given, console);
 }
 
 int compare(const Arguments &given, Console &console)
 {
-    return print_differences(diff(load(given.value("A")), load(given.value("B"))),
-                             given.has("--json"), console);
+    const Snapshot before = load(given.value("A"));
+    return print_differences(before, load(given.value("B")), given, console);
 }
 
 } // namespace
@@ -40,7 +28,7 @@ const Verb show_verb{"show",
                       {"IF", Takes::interface, Times::optional, "for attributes: the interface"},
                       db_option,
                       json_option},
-                     show_table};
+                     of_database<print_table>};
 
 const Verb explain_verb{
     "explain",
@@ -50,13 +38,13 @@ const Verb explain_verb{
       "the interface: Ethernet0, PortChannel0001, Ethernet0.100, Vlan100"},
      db_option,
      json_option},
-    explain_interface};
+    of_database<print_explanation>};
 
 const Verb audit_verb{"audit",
                       "cross-check records, ASIC, shared database and configuration",
                       "kvnsim audit --db leaf.db\n",
                       {db_option, json_option},
-                      audit_database};
+                      of_database<print_audit>};
 
 const Verb diff_verb{
     "diff",

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <string_view>
 #include <tuple>
 
@@ -17,53 +16,6 @@
 namespace kvnsim {
 
 namespace {
-
-std::vector<std::string> split(const std::string &key)
-{
-    std::vector<std::string> parts;
-    size_t begin = 0;
-    for (size_t bar; (bar = key.find('|', begin)) != key.npos; begin = bar + 1)
-        parts.push_back(key.substr(begin, bar - begin));
-    parts.push_back(key.substr(begin));
-    return parts;
-}
-
-bool has_blank(std::string_view text)
-{
-    return std::any_of(text.begin(), text.end(),
-                       [](unsigned char c) { return std::isspace(c) != 0; });
-}
-
-bool has_form(KeyPart part, const std::string &text)
-{
-    switch (part) {
-    case KeyPart::any:
-        return !text.empty();
-    case KeyPart::vrid:
-        return parse_number(text, vrid_range).has_value();
-    case KeyPart::vrf:
-        return is_vrf_name(text);
-    default:
-        break;
-    }
-    const auto name = parse_interface_name(text);
-    if (!name)
-        return false;
-    switch (part) {
-    case KeyPart::port:
-        return name->kind == InterfaceKind::port;
-    case KeyPart::port_channel:
-        return name->kind == InterfaceKind::port_channel;
-    case KeyPart::vlan:
-        return name->kind == InterfaceKind::svi;
-    case KeyPart::sub_interface:
-        return name->kind == InterfaceKind::sub_interface;
-    case KeyPart::port_or_channel:
-        return name->kind == InterfaceKind::port || name->kind == InterfaceKind::port_channel;
-    default:
-        return true;
-    }
-}
 
 /* A routed interface in another kind's table: " (Vlan10 belongs in VLAN_INTERFACE)". */
 std::string where_it_belongs(const TableSchema &table, const std::string &name)
@@ -118,10 +70,10 @@ private:
             const std::string message =
                 fmt::format("found {}: expected an object of rows", to_text(table.kind));
             if (is_read) {
-                draft_.error(location(table), message);
+                draft_.error(location(table), "{}", message);
                 draft_.leave_out(table.name, location(table));
             } else {
-                draft_.warning(location(table), message);
+                draft_.warning(location(table), "{}", message);
             }
         }
         if (is_read)
@@ -129,8 +81,8 @@ private:
         for (const TableSchema &known : tables()) {
             if (spelling(table.name) != spelling(known.name))
                 continue;
-            draft_.error(location(table), fmt::format("unknown table {}: expected {}",
-                                                      quoted(table.name), known.name));
+            draft_.error(location(table), "unknown table {}: expected {}", quoted(table.name),
+                         known.name);
             draft_.leave_out(known.name, location(table));
         }
     }
@@ -146,7 +98,7 @@ private:
             for (const DocumentRow &row : source.rows) {
                 if (!table)
                     break;
-                for (const std::string &part : split(row.name)) {
+                for (const std::string &part : split_at_bars(row.name)) {
                     auto name = parse_interface_name(part);
                     const std::string whole =
                         name && name->kind == InterfaceKind::sub_interface ? name->parent : part;
@@ -162,10 +114,10 @@ private:
         }
         if (ports.empty())
             return;
-        draft_.note({configuration_.file, 1, 1, {}, {}},
-                    fmt::format("there is no table PORT: {} front-panel port{} taken from the rows "
-                                "that name them",
-                                ports.size(), ports.size() == 1 ? "" : "s"));
+        draft_.note(SourceLocation{configuration_.file, 1, 1, {}, {}},
+                    "there is no table PORT: {} front-panel port{} taken from the rows "
+                    "that name them",
+                    ports.size(), ports.size() == 1 ? "" : "s");
         for (auto &[name, port] : ports)
             draft_.add_port(name, std::move(port));
     }
@@ -202,44 +154,34 @@ private:
     bool take_key(Row &row, const DocumentRow &source)
     {
         const TableSchema &table = row.table;
-        row.parts = split(source.name);
-        if (has_blank(source.name)) {
-            draft_.error(row.location, fmt::format("there is a blank in the key {}: expected {}",
-                                                   quoted(source.name), key_form(table)));
-            return false;
-        }
+        row.parts = split_at_bars(source.name);
+        if (source.name.find_first_of(blanks) != source.name.npos)
+            return draft_.error(row.location, "there is a blank in the key {}: expected {}",
+                                quoted(source.name), key_form(table));
         const size_t parts = table.key.size();
         row.is_address_row = table.has_address_rows && row.parts.size() == parts + 1;
-        if (row.parts.size() != parts && !row.is_address_row) {
-            draft_.error(row.location, fmt::format("the key {} is not of the form {}",
-                                                   quoted(source.name), key_form(table)));
-            return false;
-        }
+        if (row.parts.size() != parts && !row.is_address_row)
+            return draft_.error(row.location, "the key {} is not of the form {}",
+                                quoted(source.name), key_form(table));
         for (size_t i = 0; i < parts; ++i) {
             if (has_form(table.key[i], row.parts[i]))
                 continue;
-            draft_.error(row.location, fmt::format("{}: expected {}{}", quoted(row.parts[i]),
-                                                   expected(table.key[i]),
-                                                   where_it_belongs(table, row.parts[i])));
-            return false;
+            return draft_.error(row.location, "{}: expected {}{}", quoted(row.parts[i]),
+                                expected(table.key[i]), where_it_belongs(table, row.parts[i]));
         }
-        if (row.is_address_row && !parse_address(row.address())) {
-            draft_.error(row.location,
-                         fmt::format("{}: expected an IPv4 or IPv6 address and its prefix length",
-                                     quoted(row.address())));
-            return false;
-        }
+        if (row.is_address_row && !parse_address(row.address()))
+            return draft_.error(row.location,
+                                "{}: expected an IPv4 or IPv6 address and its prefix length",
+                                quoted(row.address()));
         return true;
     }
 
     /* Whether the row is valid; every error in it is reported. */
     bool take_fields(Row &row, const DocumentRow &source)
     {
-        if (source.kind != ValueKind::object) {
-            draft_.error(row.location, fmt::format("found {}: expected an object of fields",
-                                                   to_text(source.kind)));
-            return false;
-        }
+        if (source.kind != ValueKind::object)
+            return draft_.error(row.location, "found {}: expected an object of fields",
+                                to_text(source.kind));
         const std::vector<TableField> &known = row.table.fields;
         bool sound = true;
         for (const DocumentField &field : source.fields) {
@@ -251,8 +193,8 @@ private:
                 sound &= check_unread(row, field);
             else if (row.is_address_row)
                 draft_.warning(moved(row.location, field.at),
-                               fmt::format("{} is not read in an address row: it belongs in {}|{}",
-                                           field.name, row.table.name, row.name()));
+                               "{} is not read in an address row: it belongs in {}|{}", field.name,
+                               row.table.name, row.name());
             else
                 sound &= take_field(row, *declared, field);
         }
@@ -262,23 +204,18 @@ private:
     bool take_field(Row &row, const TableField &declared, const DocumentField &field)
     {
         if (declared.type == FieldType::elsewhere) {
-            draft_.warning(moved(row.location, field.at),
-                           fmt::format("{} is not read here: it comes from {}", declared.name,
-                                       declared.meaning));
+            draft_.warning(moved(row.location, field.at), "{} is not read here: it comes from {}",
+                           declared.name, declared.meaning);
             return true;
         }
         const SourceLocation where = moved(row.location, field.value_at);
-        if (field.kind != ValueKind::text) {
-            draft_.error(where, fmt::format("{} is {}: expected {}, in quotes", declared.name,
-                                            to_text(field.kind), expected(declared)));
-            return false;
-        }
+        if (field.kind != ValueKind::text)
+            return draft_.error(where, "{} is {}: expected {}, in quotes", declared.name,
+                                to_text(field.kind), expected(declared));
         auto value = parse_field(declared, field.text);
-        if (!value) {
-            draft_.error(where, fmt::format("{} is {}: expected {}", declared.name,
-                                            quoted(field.text), expected(declared)));
-            return false;
-        }
+        if (!value)
+            return draft_.error(where, "{} is {}: expected {}", declared.name, quoted(field.text),
+                                expected(declared));
         value->at = field.value_at;
         row.values[static_cast<size_t>(&declared - row.table.fields.data())] = std::move(*value);
         return true;
@@ -287,17 +224,14 @@ private:
     bool check_unread(Row &row, const DocumentField &field)
     {
         for (const TableField &declared : row.table.fields) {
-            if (spelling(field.name) == declared.name) {
-                draft_.error(moved(row.location, field.at),
-                             fmt::format("unknown field {}: expected {}", quoted(field.name),
-                                         declared.name));
-                return false;
-            }
+            if (spelling(field.name) == declared.name)
+                return draft_.error(moved(row.location, field.at), "unknown field {}: expected {}",
+                                    quoted(field.name), declared.name);
         }
         if (field.kind != ValueKind::text && field.kind != ValueKind::list)
             draft_.warning(moved(row.location, field.value_at),
-                           fmt::format("{} is {}: expected a string or a list; it is not read",
-                                       quoted(field.name), to_text(field.kind)));
+                           "{} is {}: expected a string or a list; it is not read",
+                           quoted(field.name), to_text(field.kind));
         return true;
     }
 

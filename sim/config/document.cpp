@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
+#include <numeric>
 #include <string_view>
 
 #include "sim/config/names.h"
@@ -190,6 +192,30 @@ std::string found_at(const std::string &text, size_t offset)
     return quoted(std::string_view(text).substr(offset, end - offset));
 }
 
+/* By the parser's code; {found} is what stands at the place, {byte} its first byte. */
+const std::map<rapidjson::ParseErrorCode, const char *> syntax_errors = {
+    {rapidjson::kParseErrorDocumentEmpty,
+     "the file is empty: expected an object of tables, {{}} for none"},
+    {rapidjson::kParseErrorDocumentRootNotSingular, "expected the end of the file, found {found}"},
+    {rapidjson::kParseErrorObjectMissName, "expected a name in double quotes, found {found}"},
+    {rapidjson::kParseErrorObjectMissColon, "expected ':' after the name, found {found}"},
+    {rapidjson::kParseErrorObjectMissCommaOrCurlyBracket, "expected ',' or '}}', found {found}"},
+    {rapidjson::kParseErrorArrayMissCommaOrSquareBracket, "expected ',' or ']', found {found}"},
+    {rapidjson::kParseErrorStringMissQuotationMark,
+     "expected '\"' at the end of the string, found {found}"},
+    {rapidjson::kParseErrorStringEscapeInvalid,
+     "expected one of \" \\ / b f n r t u after '\\' in a string"},
+    {rapidjson::kParseErrorStringUnicodeEscapeInvalidHex,
+     "expected four hexadecimal digits after \\u in a string"},
+    {rapidjson::kParseErrorStringUnicodeSurrogateInvalid,
+     "expected a pair of surrogates after \\u in a string"},
+    {rapidjson::kParseErrorStringInvalidEncoding,
+     "expected UTF-8 in a string, found the byte 0x{byte:02x}"},
+    {rapidjson::kParseErrorNumberMissFraction, "expected a digit, found {found}"},
+    {rapidjson::kParseErrorNumberMissExponent, "expected a digit, found {found}"},
+    {rapidjson::kParseErrorNumberTooBig, "expected a smaller number"},
+};
+
 /* What the parser expected at offset, and what it found there. */
 std::string explain(rapidjson::ParseErrorCode code, const std::string &text, size_t offset)
 {
@@ -208,38 +234,11 @@ std::string explain(rapidjson::ParseErrorCode code, const std::string &text, siz
         return "expected '\"' at the end of the string, found the control character " +
                found_at(text, offset);
 
-    switch (code) {
-    case rapidjson::kParseErrorDocumentEmpty:
-        return "the file is empty: expected an object of tables, {} for none";
-    case rapidjson::kParseErrorDocumentRootNotSingular:
-        return "expected the end of the file, found " + found_at(text, offset);
-    case rapidjson::kParseErrorObjectMissName:
-        return "expected a name in double quotes, found " + found_at(text, offset);
-    case rapidjson::kParseErrorObjectMissColon:
-        return "expected ':' after the name, found " + found_at(text, offset);
-    case rapidjson::kParseErrorObjectMissCommaOrCurlyBracket:
-        return "expected ',' or '}', found " + found_at(text, offset);
-    case rapidjson::kParseErrorArrayMissCommaOrSquareBracket:
-        return "expected ',' or ']', found " + found_at(text, offset);
-    case rapidjson::kParseErrorStringMissQuotationMark:
-        return "expected '\"' at the end of the string, found " + found_at(text, offset);
-    case rapidjson::kParseErrorStringEscapeInvalid:
-        return "expected one of \" \\ / b f n r t u after '\\' in a string";
-    case rapidjson::kParseErrorStringUnicodeEscapeInvalidHex:
-        return "expected four hexadecimal digits after \\u in a string";
-    case rapidjson::kParseErrorStringUnicodeSurrogateInvalid:
-        return "expected a pair of surrogates after \\u in a string";
-    case rapidjson::kParseErrorStringInvalidEncoding:
-        return fmt::format("expected UTF-8 in a string, found the byte 0x{:02x}",
-                           static_cast<unsigned char>(found));
-    case rapidjson::kParseErrorNumberMissFraction:
-    case rapidjson::kParseErrorNumberMissExponent:
-        return "expected a digit, found " + found_at(text, offset);
-    case rapidjson::kParseErrorNumberTooBig:
-        return "expected a smaller number";
-    default:
-        return "expected a value, found " + found_at(text, offset);
-    }
+    const auto text_of_code = syntax_errors.find(code);
+    return fmt::format(text_of_code == syntax_errors.end() ? "expected a value, found {found}"
+                                                           : text_of_code->second,
+                       fmt::arg("found", found_at(text, offset)),
+                       fmt::arg("byte", static_cast<unsigned char>(found)));
 }
 
 Finding syntax_error(const std::string &file, const std::string &text, size_t start, size_t offset,
@@ -256,122 +255,65 @@ Finding syntax_error(const std::string &file, const std::string &text, size_t st
     return finding;
 }
 
-/* Each duplicate entry with the first of its name: (later, first). */
-template <class Entry>
-std::vector<std::pair<size_t, size_t>> find_repeated(const std::vector<Entry> &entries)
+/* Calls repeats(later, first) for every entry whose name an earlier one has, then erases it. */
+template <class Entry, class Repeats>
+void erase_repeated(std::vector<Entry> &entries, const Repeats &repeats)
 {
     std::vector<size_t> order(entries.size());
-    for (size_t i = 0; i < order.size(); ++i)
-        order[i] = i;
+    std::iota(order.begin(), order.end(), size_t{0});
     std::stable_sort(order.begin(), order.end(),
                      [&](size_t a, size_t b) { return entries[a].name < entries[b].name; });
-    std::vector<std::pair<size_t, size_t>> repeated;
-    for (size_t i = 1, first = 0; i < order.size(); ++i) {
-        if (entries[order[i]].name == entries[order[first]].name)
-            repeated.emplace_back(order[i], order[first]);
-        else
-            first = i;
+    std::vector<size_t> first(entries.size()); /* of each entry's name */
+    for (size_t i = 0; i < order.size(); ++i) {
+        const bool is_new = i == 0 || entries[order[i]].name != entries[order[i - 1]].name;
+        first[order[i]] = is_new ? order[i] : first[order[i - 1]];
     }
-    std::sort(repeated.begin(), repeated.end());
-    return repeated;
-}
-
-template <class Entry>
-void erase_repeated(std::vector<Entry> &entries,
-                    const std::vector<std::pair<size_t, size_t>> &repeated)
-{
-    if (repeated.empty())
-        return;
-    std::vector<Entry> kept;
-    auto next = repeated.begin();
     for (size_t i = 0; i < entries.size(); ++i) {
-        if (next != repeated.end() && next->first == i)
-            ++next;
-        else
-            kept.push_back(std::move(entries[i]));
+        if (first[i] != i)
+            repeats(entries[i], entries[first[i]]);
     }
-    entries = std::move(kept);
+    const auto is_repeated = [&](const Entry &entry) {
+        const auto i = static_cast<size_t>(&entry - entries.data());
+        return first[i] != i;
+    };
+    entries.erase(std::remove_if(entries.begin(), entries.end(), is_repeated), entries.end());
 }
 
 /* Reports every duplicate name and leaves one of each. */
-class Repetitions {
-public:
-    Repetitions(const std::string &file, std::vector<Finding> &findings)
-        : file_(file), findings_(findings)
-    {}
-
-    void remove(std::vector<DocumentTable> &tables)
-    {
-        const auto repeated = find_repeated(tables);
-        for (const auto &[later, first] : repeated) {
-            DocumentTable &from = tables[later], &into = tables[first];
-            report("the table is there twice", location(from.at, from.name),
-                   location(into.at, into.name));
-            into.rows.insert(into.rows.end(), std::make_move_iterator(from.rows.begin()),
-                             std::make_move_iterator(from.rows.end()));
-            if (from.kind == ValueKind::object)
-                into.kind = from.kind;
-        }
-        erase_repeated(tables, repeated);
-        for (DocumentTable &table : tables)
-            remove(table);
+void remove_repetitions(const std::string &file, std::vector<DocumentTable> &tables,
+                        std::vector<Finding> &findings)
+{
+    const auto report = [&](const std::string &what, const std::string &table,
+                            const std::string &key, Position later, Position first) {
+        const SourceLocation at{file, 0, 0, table, key};
+        findings.push_back({Finding::Severity::error, moved(at, later), what + " is there twice",
+                            moved(at, first)});
+    };
+    erase_repeated(tables, [&](DocumentTable &later, DocumentTable &first) {
+        report("the table", later.name, {}, later.at, first.at);
+        first.rows.insert(first.rows.end(), std::make_move_iterator(later.rows.begin()),
+                          std::make_move_iterator(later.rows.end()));
+        if (later.kind == ValueKind::object)
+            first.kind = later.kind;
+    });
+    for (DocumentTable &table : tables) {
+        erase_repeated(table.rows, [&](const DocumentRow &later, const DocumentRow &first) {
+            report("the row", table.name, later.name, later.at, first.at);
+        });
+        for (DocumentRow &row : table.rows)
+            erase_repeated(row.fields, [&](const DocumentField &later, const DocumentField &first) {
+                report("the field " + quoted(later.name), table.name, row.name, later.at, first.at);
+            });
     }
-
-private:
-    void remove(DocumentTable &table)
-    {
-        const auto repeated = find_repeated(table.rows);
-        for (const auto &[later, first] : repeated) {
-            const std::string &key = table.rows[later].name;
-            report("the row is there twice", location(table.rows[later].at, table.name, key),
-                   location(table.rows[first].at, table.name, key));
-        }
-        erase_repeated(table.rows, repeated);
-        for (DocumentRow &row : table.rows) {
-            const auto fields = find_repeated(row.fields);
-            for (const auto &[later, first] : fields)
-                report("the field " + quoted(row.fields[later].name) + " is there twice",
-                       location(row.fields[later].at, table.name, row.name),
-                       location(row.fields[first].at, table.name, row.name));
-            erase_repeated(row.fields, fields);
-        }
-    }
-
-    SourceLocation location(Position at, const std::string &table,
-                            const std::string &key = {}) const
-    {
-        return {file_, at.line, at.column, table, key};
-    }
-
-    void report(std::string message, SourceLocation where, SourceLocation first)
-    {
-        findings_.push_back(
-            {Finding::Severity::error, std::move(where), std::move(message), std::move(first)});
-    }
-
-    const std::string &file_;
-    std::vector<Finding> &findings_;
-};
+}
 
 } // namespace
 
 const char *to_text(ValueKind kind)
 {
-    switch (kind) {
-    case ValueKind::text:
-        return "a string";
-    case ValueKind::number:
-        return "a number";
-    case ValueKind::boolean:
-        return "a boolean";
-    case ValueKind::null:
-        return "null";
-    case ValueKind::list:
-        return "a list";
-    case ValueKind::object:
-        break;
-    }
-    return "an object";
+    static constexpr const char *texts[] = {"a string", "a number", "a boolean",
+                                            "null",     "a list",   "an object"};
+    return texts[static_cast<size_t>(kind)];
 }
 
 Document read_document(const std::string &file, const std::string &text,
@@ -412,7 +354,7 @@ Document read_document(const std::string &file, const std::string &text,
     }
     Document document{std::move(builder.tables),
                       !result.IsError() && builder.root == ValueKind::object};
-    Repetitions(file, findings).remove(document.tables);
+    remove_repetitions(file, document.tables, findings);
     if (!document.is_object)
         document.tables.clear();
     return document;

@@ -14,6 +14,14 @@ struct Position {
     uint32_t line = 1, column = 1;
 };
 
+/* The same row, another of its tokens. */
+inline SourceLocation moved(SourceLocation location, Position to)
+{
+    location.line = to.line;
+    location.column = to.column;
+    return location;
+}
+
 enum class ValueKind : uint8_t { text, number, boolean, null, list, object };
 const char *to_text(ValueKind kind); /* "a string", "a number", ... */
 

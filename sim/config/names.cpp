@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 
 namespace kvnsim {
 
@@ -101,15 +102,11 @@ std::optional<InterfaceName> parse_interface_name(std::string_view text)
 std::optional<uint32_t> parse_number(std::string_view text, uint32_t min, uint32_t max)
 {
     constexpr size_t digits_of_largest = 10;
-    if (text.empty() || text.size() > digits_of_largest)
-        return {};
     uint64_t number = 0;
-    for (const char c : text) {
-        if (c < '0' || c > '9')
-            return {};
-        number = number * 10 + static_cast<uint64_t>(c - '0');
-    }
-    if (number < min || number > max)
+    const char *const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || stop != end || text.size() > digits_of_largest || number < min ||
+        number > max)
         return {};
     return static_cast<uint32_t>(number);
 }
@@ -119,20 +116,12 @@ std::optional<Mac> parse_mac(std::string_view text)
     Mac mac{};
     if (text.size() != 3 * mac.size() - 1)
         return {};
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (i % 3 == 2) {
-            if (c != ':')
-                return {};
-            continue;
-        }
-        const int digit = c >= '0' && c <= '9'   ? c - '0'
-                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                                 : -1;
-        if (digit < 0)
+    for (size_t i = 0; i < mac.size(); ++i) {
+        const char *const digits = text.data() + 3 * i, *const end = digits + 2;
+        if (std::from_chars(digits, end, mac[i], 16).ptr != end)
             return {};
-        mac[i / 3] = static_cast<uint8_t>(mac[i / 3] << 4 | digit);
+        if (i + 1 < mac.size() && *end != ':')
+            return {};
     }
     return mac;
 }
@@ -192,12 +181,18 @@ std::optional<bool> parse_boolean(std::string_view text)
 
 std::string_view trimmed(std::string_view text)
 {
-    const auto is_blank = [](char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; };
-    while (!text.empty() && is_blank(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && is_blank(text.back()))
-        text.remove_suffix(1);
-    return text;
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
+std::vector<std::string> split_at_bars(const std::string &text)
+{
+    std::vector<std::string> parts;
+    size_t begin = 0;
+    for (size_t bar; (bar = text.find('|', begin)) != text.npos; begin = bar + 1)
+        parts.push_back(text.substr(begin, bar - begin));
+    parts.push_back(text.substr(begin));
+    return parts;
 }
 
 std::string spelling(std::string_view text)

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "sim/config/desired.h"
 #include "sim/types/interface_kind.h"
@@ -64,6 +65,10 @@ std::optional<Address> parse_address(std::string_view text);
 /* enable, enabled, true, yes, on and their opposites, in upper or lower case. */
 std::optional<bool> parse_boolean(std::string_view text);
 
+/* "Vlan10|Ethernet0" gives both names. */
+std::vector<std::string> split_at_bars(const std::string &text);
+
+constexpr const char *blanks = " \t\n\v\f\r";
 /* Without blanks at both ends. */
 std::string_view trimmed(std::string_view text);
 /* The same in lower case, to recognise a misspelt name. */

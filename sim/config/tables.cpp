@@ -20,12 +20,11 @@ Object *referred(Draft &draft, const Row &row, ByName<Object> &objects, const ch
     if (const auto found = objects.find(name); found != objects.end())
         return &found->second;
     if (const SourceLocation *left_out = draft.left_out(table, name))
-        draft.warning(row.location, fmt::format("left out, because {} is", left_out->row()),
-                      *left_out);
+        draft.warning({row.location, *left_out}, "left out, because {} is", left_out->row());
     else if (severity == Severity::warning)
-        draft.warning(row.location, fmt::format("left out: {} has no row in {}", name, table));
+        draft.warning(row.location, "left out: {} has no row in {}", name, table);
     else
-        draft.error(row.location, fmt::format("{} has no row in {}", name, table));
+        draft.error(row.location, "{} has no row in {}", name, table);
     return nullptr;
 }
 
@@ -34,9 +33,8 @@ void add_virtual_mac(Draft &draft, const Row &row, const std::string &interface,
     const auto [there, is_new] =
         draft.desired.virtual_macs.try_emplace({interface, mac}, row.location);
     if (!is_new)
-        draft.error(row.location,
-                    fmt::format("{} already has the virtual MAC {}", interface, to_text(mac)),
-                    there->second);
+        draft.error({row.location, there->second}, "{} already has the virtual MAC {}", interface,
+                    to_text(mac));
 }
 
 /* Why a port-channel is not in the ASIC: "PortChannel1 has no member", and the row behind it; empty
@@ -59,8 +57,7 @@ void read_device_metadata(Draft &draft, const Row &row)
     constexpr const char *itself = "localhost";
     if (row.name() != itself) {
         if (spelling(row.name()) == itself)
-            draft.error(row.location,
-                        fmt::format("unknown row {}: expected {}", quoted(row.name()), itself));
+            draft.error(row.location, "unknown row {}: expected {}", quoted(row.name()), itself);
         return;
     }
     draft.desired.hostname = row.text("hostname");
@@ -69,8 +66,7 @@ void read_device_metadata(Draft &draft, const Row &row)
     draft.desired.router_mac = row.mac("mac");
     draft.desired.router_mac_location = row.location;
     if (is_multicast(row.mac("mac")))
-        draft.warning(row.location_of("mac"),
-                      fmt::format("mac {} is a multicast address", row.text("mac")));
+        draft.warning(row.location_of("mac"), "mac {} is a multicast address", row.text("mac"));
 }
 
 void read_vrf(Draft &draft, const Row &row)
@@ -82,16 +78,15 @@ void read_vrf(Draft &draft, const Row &row)
 void read_sag(Draft &draft, const Row &row)
 {
     if (row.name() != "GLOBAL") {
-        draft.error(row.location, fmt::format("{}: expected GLOBAL", quoted(row.name())));
+        draft.error(row.location, "{}: expected GLOBAL", quoted(row.name()));
         return;
     }
     if (!row.given("gateway_mac"))
         return;
     draft.gateway_mac = row.mac("gateway_mac");
     if (is_multicast(row.mac("gateway_mac")))
-        draft.warning(
-            row.location_of("gateway_mac"),
-            fmt::format("gateway_mac {} is a multicast address", row.text("gateway_mac")));
+        draft.warning(row.location_of("gateway_mac"), "gateway_mac {} is a multicast address",
+                      row.text("gateway_mac"));
 }
 
 /* ---- Ports, port-channels, VLANs ---- */
@@ -111,10 +106,8 @@ void read_port_channel(Draft &draft, const Row &row)
     const uint32_t number = parse_interface_name(row.name())->number;
     const auto [there, is_new] = draft.channel_numbers.try_emplace(number, row.location);
     if (!is_new) {
-        draft.error(
-            row.location,
-            fmt::format("port-channel number {} is already used by {}", number, there->second.key),
-            there->second);
+        draft.error({row.location, there->second}, "port-channel number {} is already used by {}",
+                    number, there->second.key);
         draft.leave_out(row.table.name, row.name(), row.location);
         return;
     }
@@ -136,17 +129,15 @@ void read_port_channel_member(Draft &draft, const Row &row)
     if (is_new)
         channel->members.emplace(port, row.location);
     else
-        draft.error(row.location, fmt::format("{} is a member of another port-channel", port),
-                    there->second);
+        draft.error({row.location, there->second}, "{} is a member of another port-channel", port);
 }
 
 void read_vlan(Draft &draft, const Row &row)
 {
     const uint32_t number = parse_interface_name(row.name())->number;
     if (row.given("vlanid") && row.number("vlanid") != number) {
-        draft.error(row.location_of("vlanid"),
-                    fmt::format("vlanid is {}: expected {}, as the name says", row.number("vlanid"),
-                                number));
+        draft.error(row.location_of("vlanid"), "vlanid is {}: expected {}, as the name says",
+                    row.number("vlanid"), number);
         draft.leave_out(row.table.name, row.name(), row.location);
         return;
     }
@@ -167,9 +158,8 @@ void read_vlan_member(Draft &draft, const Row &row)
         if (!referred(draft, row, draft.desired.ports, "PORT", member, Severity::warning))
             return;
         if (const auto joined = draft.joined.find(member); joined != draft.joined.end())
-            draft.warning(row.location,
-                          fmt::format("{} is a member of a VLAN and of a port-channel", member),
-                          joined->second);
+            draft.warning({row.location, joined->second},
+                          "{} is a member of a VLAN and of a port-channel", member);
     } else if (!referred(draft, row, draft.desired.port_channels, "PORTCHANNEL", member,
                          Severity::warning)) {
         return;
@@ -184,16 +174,15 @@ void read_vlan_member(Draft &draft, const Row &row)
 void warn_of_vlan(Draft &draft, const Row &row, const std::string &routed)
 {
     if (const auto bridged = draft.bridged.find(routed); bridged != draft.bridged.end())
-        draft.warning(row.location, fmt::format("{} is routed and a member of a VLAN", routed),
-                      bridged->second);
+        draft.warning({row.location, bridged->second}, "{} is routed and a member of a VLAN",
+                      routed);
 }
 
 void add_address(Draft &draft, const Row &row, L3Settings &l3)
 {
     const Address address = *parse_address(row.address());
     if (!address.has_prefix_length)
-        draft.note(row.location,
-                   fmt::format("{} has no prefix length: taken as a host address", row.address()));
+        draft.note(row.location, "{} has no prefix length: taken as a host address", row.address());
     (address.ipv6 ? l3.ipv6 : l3.ipv4) = true;
     /* Sorted, so that the order of the rows makes no difference. */
     l3.addresses.insert(
@@ -210,16 +199,14 @@ void set_l3(Draft &draft, const Row &row, L3Settings &l3)
         return;
     l3.vrf = vrf;
     if (draft.desired.vrfs.try_emplace(vrf, row.location).second)
-        draft.warning(row.location_of("vrf_name"),
-                      fmt::format("vrf_name is {}, which has no row in VRF", vrf));
+        draft.warning(row.location_of("vrf_name"), "vrf_name is {}, which has no row in VRF", vrf);
 }
 
-/* Common to the rows of all routed interfaces: find returns the settings of the interface if it
- * exists; create makes it, or returns nullptr with a finding. */
-template <class Find, class Create>
-void read_l3_row(Draft &draft, const Row &row, Find &&find, Create &&create)
+/* Common to the rows of all routed interfaces: l3 is nullptr if the interface does not exist yet;
+ * create makes it, or returns nullptr with a finding. */
+template <class Create>
+void read_l3_row(Draft &draft, const Row &row, L3Settings *l3, Create &&create)
 {
-    L3Settings *l3 = find();
     if (!l3) {
         if (draft.left_out(row.table.name, row.name()))
             return;
@@ -229,8 +216,8 @@ void read_l3_row(Draft &draft, const Row &row, Find &&find, Create &&create)
             return;
         }
         if (row.is_address_row)
-            draft.note(row.location, fmt::format("{} has addresses, but no row {}|{} of its own",
-                                                 row.name(), row.table.name, row.name()));
+            draft.note(row.location, "{} has addresses, but no row {}|{} of its own", row.name(),
+                       row.table.name, row.name());
     }
     if (row.is_address_row)
         add_address(draft, row, *l3);
@@ -251,25 +238,21 @@ void read_interface(Draft &draft, const Row &row)
         if (!referred(draft, row, desired.ports, "PORT", row.name()))
             return nullptr;
         if (const auto joined = draft.joined.find(row.name()); joined != draft.joined.end())
-            draft.warning(row.location,
-                          fmt::format("{} is routed and a member of a port-channel", row.name()),
-                          joined->second);
+            draft.warning({row.location, joined->second},
+                          "{} is routed and a member of a port-channel", row.name());
         warn_of_vlan(draft, row, row.name());
         DesiredRoutedPort &port = desired.routed_ports[row.name()];
         port.location = row.location;
         return &port.l3;
     };
-    read_l3_row(
-        draft, row, [&] { return find_l3(desired.routed_ports, row.name()); }, create);
+    read_l3_row(draft, row, find_l3(desired.routed_ports, row.name()), create);
 }
 
 void read_port_channel_interface(Draft &draft, const Row &row)
 {
     auto &channels = draft.desired.port_channels;
-    const auto find = [&]() -> L3Settings * {
-        const auto found = channels.find(row.name());
-        return found != channels.end() && found->second.l3 ? &*found->second.l3 : nullptr;
-    };
+    const auto found = channels.find(row.name());
+    const bool is_routed = found != channels.end() && found->second.l3;
     const auto create = [&]() -> L3Settings * {
         DesiredPortChannel *channel = referred(draft, row, channels, "PORTCHANNEL", row.name());
         if (!channel)
@@ -278,7 +261,7 @@ void read_port_channel_interface(Draft &draft, const Row &row)
         channel->l3_location = row.location;
         return &channel->l3.emplace();
     };
-    read_l3_row(draft, row, find, create);
+    read_l3_row(draft, row, is_routed ? &*found->second.l3 : nullptr, create);
 }
 
 void read_vlan_interface(Draft &draft, const Row &row)
@@ -294,8 +277,7 @@ void read_vlan_interface(Draft &draft, const Row &row)
         svi.location = row.location;
         return &svi.l3;
     };
-    read_l3_row(
-        draft, row, [&] { return find_l3(desired.svis, row.name()); }, create);
+    read_l3_row(draft, row, find_l3(desired.svis, row.name()), create);
 
     if (row.is_address_row || !row.flag("static_anycast_gateway") ||
         !desired.svis.count(row.name()))
@@ -325,16 +307,14 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
     const bool is_routed =
         is_port ? desired.routed_ports.count(parent) != 0 : channel->l3.has_value();
     if (const SourceLocation *left_out = is_routed ? nullptr : draft.left_out(l3_table, parent)) {
-        draft.warning(row.location, fmt::format("left out, because {} is", left_out->row()),
-                      *left_out);
+        draft.warning({row.location, *left_out}, "left out, because {} is", left_out->row());
         return 0;
     }
     if (channel) {
         if (const auto absence = why_absent(desired, parent, *channel)) {
-            draft.error(row.location,
+            draft.error({row.location, absence->second}, "{}",
                         absence->first +
-                            ": a sub-interface needs its LID, which the first member creates",
-                        absence->second);
+                            ": a sub-interface needs its LID, which the first member creates");
             return 0;
         }
         if (!is_routed) {
@@ -346,19 +326,17 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
         return channel->mtu;
     }
     if (const auto joined = draft.joined.find(parent); joined != draft.joined.end()) {
-        draft.error(row.location,
-                    fmt::format("{} is a member of a port-channel: a sub-interface needs a LID, "
-                                "and a member has none of its own",
-                                parent),
-                    joined->second);
+        draft.error({row.location, joined->second},
+                    "{} is a member of a port-channel: a sub-interface needs a LID, "
+                    "and a member has none of its own",
+                    parent);
         return 0;
     }
     if (!is_routed) {
         warn_of_vlan(draft, row, parent);
-        DesiredRoutedPort implied;
-        implied.implied = true;
-        implied.location = row.location;
-        desired.routed_ports.emplace(parent, std::move(implied));
+        DesiredRoutedPort &routed = desired.routed_ports[parent];
+        routed.implied = true;
+        routed.location = row.location;
     }
     return port->mtu;
 }
@@ -371,22 +349,19 @@ void read_sub_interface(Draft &draft, const Row &row)
         if (!row.is_address_row && row.given("vlan")) {
             vlan = row.number("vlan");
         } else if (name.short_form) {
-            draft.error(
-                row.location,
-                fmt::format("vlan is missing: expected {}; the short name {} does not give it",
-                            to_text(encapsulation_range), row.name()));
+            draft.error(row.location,
+                        "vlan is missing: expected {}; the short name {} does not give it",
+                        to_text(encapsulation_range), row.name());
             return nullptr;
         } else if (!encapsulation_range.has(vlan)) {
-            draft.error(row.location,
-                        fmt::format("VLAN {} after the dot: expected {}, or the field vlan", vlan,
-                                    to_text(encapsulation_range)));
+            draft.error(row.location, "VLAN {} after the dot: expected {}, or the field vlan", vlan,
+                        to_text(encapsulation_range));
             return nullptr;
         }
         if (const auto there = draft.encapsulations.find({name.parent, vlan});
             there != draft.encapsulations.end()) {
-            draft.error(row.location,
-                        fmt::format("VLAN {} is there twice under {}", vlan, name.parent),
-                        there->second);
+            draft.error({row.location, there->second}, "VLAN {} is there twice under {}", vlan,
+                        name.parent);
             return nullptr;
         }
         const uint16_t parent_mtu = prepare_parent(draft, row, name.parent);
@@ -403,14 +378,12 @@ void read_sub_interface(Draft &draft, const Row &row)
             const auto mtu = static_cast<uint16_t>(row.number("mtu"));
             sub.mtu = std::min(mtu, parent_mtu);
             if (mtu > parent_mtu)
-                draft.note(row.location_of("mtu"),
-                           fmt::format("mtu is {}: capped to {}, the MTU of {}", mtu, parent_mtu,
-                                       name.parent));
+                draft.note(row.location_of("mtu"), "mtu is {}: capped to {}, the MTU of {}", mtu,
+                           parent_mtu, name.parent);
         }
         return &sub.l3;
     };
-    read_l3_row(
-        draft, row, [&] { return find_l3(draft.desired.sub_interfaces, row.name()); }, create);
+    read_l3_row(draft, row, find_l3(draft.desired.sub_interfaces, row.name()), create);
 }
 
 /* ---- First-hop redundancy ---- */
@@ -426,14 +399,11 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
         return referred(draft, row, desired.sub_interfaces, "VLAN_SUB_INTERFACE", name);
     case InterfaceKind::port: {
         const auto joined = draft.joined.find(name);
-        if (joined != draft.joined.end()) {
-            draft.error(row.location,
-                        fmt::format("{} is a member of a port-channel and has no interface of its "
-                                    "own for a virtual MAC",
-                                    name),
-                        joined->second);
-            return false;
-        }
+        if (joined != draft.joined.end())
+            return draft.error({row.location, joined->second},
+                               "{} is a member of a port-channel and has no interface of its "
+                               "own for a virtual MAC",
+                               name);
         return referred(draft, row, desired.routed_ports, "INTERFACE", name);
     }
     case InterfaceKind::port_channel:
@@ -445,39 +415,26 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
         return referred(draft, row, none, "PORTCHANNEL_INTERFACE", name);
     }
     if (const auto absence = why_absent(desired, name, found->second)) {
-        draft.warning(
-            row.location,
-            fmt::format("left out: {}, so no interface for a virtual MAC", absence->first),
-            absence->second);
+        draft.warning({row.location, absence->second},
+                      "left out: {}, so no interface for a virtual MAC", absence->first);
         return false;
     }
     return true;
 }
 
-void read_virtual_router(Draft &draft, const Row &row, uint8_t family)
+template <uint8_t family> void read_virtual_router(Draft &draft, const Row &row)
 {
     const uint32_t vrid = *parse_number(row.parts[1], vrid_range);
     for (const char *field : {"vrid", "vid"}) {
         if (row.given(field) && row.number(field) != vrid) {
-            draft.error(row.location_of(field),
-                        fmt::format("{} is {}: expected {}, as the key says", field,
-                                    row.number(field), vrid));
+            draft.error(row.location_of(field), "{} is {}: expected {}, as the key says", field,
+                        row.number(field), vrid);
             return;
         }
     }
     if (takes_virtual_mac(draft, row, row.name()))
         add_virtual_mac(draft, row, row.name(),
                         {0x00, 0x00, 0x5e, 0x00, family, static_cast<uint8_t>(vrid)});
-}
-
-void read_vrrp(Draft &draft, const Row &row)
-{
-    read_virtual_router(draft, row, 1);
-}
-
-void read_vrrp6(Draft &draft, const Row &row)
-{
-    read_virtual_router(draft, row, 2);
 }
 
 /* ---- The tables ---- */
@@ -509,15 +466,13 @@ std::vector<TableSchema> make_tables()
     return {
         {"DEVICE_METADATA",
          {KeyPart::any},
-         false,
          {{"hostname", FieldType::text, 0, 63, "", "the switch's name"},
           {"mac", FieldType::mac, 0, 0, nullptr, "the router MAC; none if missing"}},
          "the switch itself; only the row `localhost` is read",
          read_device_metadata},
-        {"VRF", {KeyPart::vrf}, false, {}, "a VRF; it gets a number", read_vrf},
+        {"VRF", {KeyPart::vrf}, {}, "a VRF; it gets a number", read_vrf},
         {"PORT",
          {KeyPart::port},
-         false,
          {mtu,
           {"admin_status", FieldType::up_down, 0, 0, "down", "administrative state of the port"},
           {"alias", FieldType::text, 0, 255, "", "a second name, shown only"}},
@@ -525,7 +480,6 @@ std::vector<TableSchema> make_tables()
          read_port},
         {"PORTCHANNEL",
          {KeyPart::port_channel},
-         false,
          {mtu,
           {"admin_status", FieldType::up_down, 0, 0, "up",
            "administrative state of the port-channel"}},
@@ -533,38 +487,34 @@ std::vector<TableSchema> make_tables()
          read_port_channel},
         {"PORTCHANNEL_MEMBER",
          {KeyPart::port_channel, KeyPart::port},
-         false,
          {},
          "a port's membership of a port-channel",
          read_port_channel_member},
         {"VLAN",
          {KeyPart::vlan},
-         false,
          {number("vlanid", vlan_range, nullptr, "the same as in the name"), mtu},
          "a VLAN; the MTU is that of its interface",
          read_vlan},
         {"VLAN_MEMBER",
          {KeyPart::vlan, KeyPart::port_or_channel},
-         false,
          {},
          "a membership of a VLAN, shown only",
          read_vlan_member},
         {"INTERFACE",
          {KeyPart::port},
-         true,
          with_l3_fields({{"mtu", FieldType::elsewhere, 0, 0, nullptr, "the port's row in PORT"}}),
          "a routed port",
-         read_interface},
+         read_interface,
+         true},
         {"PORTCHANNEL_INTERFACE",
          {KeyPart::port_channel},
-         true,
          with_l3_fields({{"mtu", FieldType::elsewhere, 0, 0, nullptr,
                           "the port-channel's row in PORTCHANNEL"}}),
          "a routed port-channel",
-         read_port_channel_interface},
+         read_port_channel_interface,
+         true},
         {"VLAN_SUB_INTERFACE",
          {KeyPart::sub_interface},
-         true,
          with_l3_fields(
              {number("vlan", encapsulation_range, nullptr,
                      "the encapsulation VLAN; if missing, the number after the dot of "
@@ -572,35 +522,88 @@ std::vector<TableSchema> make_tables()
               number("mtu", mtu_range, nullptr,
                      "the largest packet, in bytes; the parent's if missing or larger")}),
          "a sub-interface; its parent becomes routed if no row made it so",
-         read_sub_interface},
+         read_sub_interface,
+         true},
         {"SAG",
          {KeyPart::any},
-         false,
          {{"gateway_mac", FieldType::mac, 0, 0, nullptr,
            "the MAC that VLAN interfaces with static_anycast_gateway answer to"}},
          "the anycast gateway; its row is `GLOBAL`",
          read_sag},
         {"VLAN_INTERFACE",
          {KeyPart::vlan},
-         true,
          with_l3_fields({{"static_anycast_gateway", FieldType::boolean, 0, 0, "false",
                           "also answer to gateway_mac of SAG"},
                          {"mtu", FieldType::elsewhere, 0, 0, nullptr, "the VLAN's row in VLAN"}}),
          "a routed VLAN (SVI)",
-         read_vlan_interface},
+         read_vlan_interface,
+         true},
         {"VRRP",
          {KeyPart::interface, KeyPart::vrid},
-         false,
          vrrp_fields,
          "a virtual router: the MAC 00:00:5e:00:01:VRID on its interface",
-         read_vrrp},
+         read_virtual_router<1>},
         {"VRRP6",
          {KeyPart::interface, KeyPart::vrid},
-         false,
          vrrp_fields,
          "a virtual router for IPv6: the MAC 00:00:5e:00:02:VRID on its interface",
-         read_vrrp6},
+         read_virtual_router<2>},
     };
+}
+
+/* Whether the text has at most so many characters, and no control characters. */
+bool is_short_line(const std::string &text, size_t most_characters)
+{
+    size_t characters = 0;
+    for (const unsigned char byte : text) {
+        if (byte < 0x20 || byte == 0x7f)
+            return false;
+        characters += (byte & 0xc0) != 0x80;
+    }
+    return characters <= most_characters;
+}
+
+/* What a part of a key looks like: in the form of a key, in messages, and, of an interface, the
+ * kinds it may have. */
+struct KeyPartForm {
+    const char *words;
+    std::string expected;
+    std::vector<InterfaceKind> kinds = {};
+};
+
+const KeyPartForm &form_of(KeyPart part)
+{
+    using Kind = InterfaceKind;
+    static const std::map<KeyPart, KeyPartForm> forms = {
+        {KeyPart::any, {"name", "a name"}},
+        {KeyPart::port,
+         {"EthernetN",
+          fmt::format("EthernetN, N {} without leading zeros", to_text(port_name_range)),
+          {Kind::port}}},
+        {KeyPart::port_channel,
+         {"PortChannelN",
+          fmt::format("PortChannelN, N of 1 to {} digits", most_channel_digits),
+          {Kind::port_channel}}},
+        {KeyPart::vlan,
+         {"VlanN",
+          fmt::format("VlanN, N {} without leading zeros", to_text(vlan_range)),
+          {Kind::svi}}},
+        {KeyPart::sub_interface,
+         {"sub-interface",
+          "EthernetN.VLAN, PortChannelN.VLAN, EthN.ID or PoN.ID",
+          {Kind::sub_interface}}},
+        {KeyPart::port_or_channel,
+         {"member", "EthernetN or PortChannelN", {Kind::port, Kind::port_channel}}},
+        {KeyPart::interface,
+         {"interface",
+          "an interface: EthernetN, PortChannelN, VlanN or a sub-interface",
+          {Kind::port, Kind::port_channel, Kind::svi, Kind::sub_interface}}},
+        {KeyPart::vrid, {"VRID", "a number " + to_text(vrid_range)}},
+        {KeyPart::vrf,
+         {"VRF", fmt::format("default, or Vrf and 1 to {} letters, digits, '-', '_' or '.'",
+                             most_vrf_characters)}},
+    };
+    return forms.at(part);
 }
 
 } // namespace
@@ -642,47 +645,30 @@ std::string expected(const TableField &field)
 
 std::string expected(KeyPart part)
 {
+    return form_of(part).expected;
+}
+
+bool has_form(KeyPart part, const std::string &text)
+{
     switch (part) {
     case KeyPart::any:
-        break;
-    case KeyPart::port:
-        return fmt::format("EthernetN, N {} without leading zeros", to_text(port_name_range));
-    case KeyPart::port_channel:
-        return fmt::format("PortChannelN, N of 1 to {} digits", most_channel_digits);
-    case KeyPart::vlan:
-        return fmt::format("VlanN, N {} without leading zeros", to_text(vlan_range));
-    case KeyPart::sub_interface:
-        return "EthernetN.VLAN, PortChannelN.VLAN, EthN.ID or PoN.ID";
-    case KeyPart::port_or_channel:
-        return "EthernetN or PortChannelN";
-    case KeyPart::interface:
-        return "an interface: EthernetN, PortChannelN, VlanN or a sub-interface";
+        return !text.empty();
     case KeyPart::vrid:
-        return "a number " + to_text(vrid_range);
+        return parse_number(text, vrid_range).has_value();
     case KeyPart::vrf:
-        return fmt::format("default, or Vrf and 1 to {} letters, digits, '-', '_' or '.'",
-                           most_vrf_characters);
+        return is_vrf_name(text);
+    default:
+        const auto name = parse_interface_name(text);
+        const std::vector<InterfaceKind> &kinds = form_of(part).kinds;
+        return name && std::find(kinds.begin(), kinds.end(), name->kind) != kinds.end();
     }
-    return "a name";
 }
 
 std::string key_form(const TableSchema &table)
 {
     std::string form;
-    for (const KeyPart part : table.key) {
-        static const std::map<KeyPart, const char *> short_forms = {
-            {KeyPart::any, "name"},
-            {KeyPart::port, "EthernetN"},
-            {KeyPart::port_channel, "PortChannelN"},
-            {KeyPart::vlan, "VlanN"},
-            {KeyPart::sub_interface, "sub-interface"},
-            {KeyPart::port_or_channel, "member"},
-            {KeyPart::interface, "interface"},
-            {KeyPart::vrid, "VRID"},
-            {KeyPart::vrf, "VRF"},
-        };
-        form += (form.empty() ? "" : "|") + std::string(short_forms.at(part));
-    }
+    for (const KeyPart part : table.key)
+        form += (form.empty() ? "" : "|") + std::string(form_of(part).words);
     return table.has_address_rows ? form + " or " + form + "|address" : form;
 }
 
@@ -691,49 +677,36 @@ std::optional<FieldValue> parse_field(const TableField &field, const std::string
     FieldValue value;
     value.given = true;
     value.text = text;
+    bool is_valid = false;
+    const auto take_number = [&](const auto &number) {
+        is_valid = number.has_value();
+        value.number = number.value_or(0);
+    };
     switch (field.type) {
-    case FieldType::number: {
-        const auto number = parse_number(text, field.min, field.max);
-        if (!number)
-            return {};
-        value.number = *number;
-        return value;
-    }
-    case FieldType::text: {
-        size_t characters = 0;
-        for (const char c : text) {
-            const auto byte = static_cast<unsigned char>(c);
-            if (byte < 0x20 || byte == 0x7f)
-                return {};
-            characters += (byte & 0xc0) != 0x80;
-        }
-        return characters <= field.max ? std::optional(value) : std::nullopt;
-    }
-    case FieldType::boolean: {
-        const auto flag = parse_boolean(text);
-        if (!flag)
-            return {};
-        value.number = *flag;
-        return value;
-    }
+    case FieldType::number:
+        take_number(parse_number(text, field.min, field.max));
+        break;
+    case FieldType::text:
+        is_valid = is_short_line(text, field.max);
+        break;
+    case FieldType::boolean:
+        take_number(parse_boolean(text));
+        break;
     case FieldType::up_down:
-        if (text != "up" && text != "down")
-            return {};
+        is_valid = text == "up" || text == "down";
         value.number = text == "up";
-        return value;
-    case FieldType::mac: {
-        const auto mac = parse_mac(text);
-        if (!mac || is_zero(*mac))
-            return {};
-        value.mac = *mac;
-        return value;
-    }
+        break;
+    case FieldType::mac:
+        value.mac = parse_mac(text).value_or(Mac{});
+        is_valid = !is_zero(value.mac);
+        break;
     case FieldType::vrf:
-        return is_vrf_name(text) ? std::optional(value) : std::nullopt;
+        is_valid = is_vrf_name(text);
+        break;
     case FieldType::elsewhere:
         break;
     }
-    return {};
+    return is_valid ? std::optional(value) : std::nullopt;
 }
 
 const FieldValue &Row::value(const char *field) const
@@ -744,23 +717,6 @@ const FieldValue &Row::value(const char *field) const
     assert(!"a field of the table");
     static const FieldValue none;
     return none;
-}
-
-void Draft::error(const SourceLocation &location, std::string message,
-                  std::optional<SourceLocation> other)
-{
-    findings_.push_back({Severity::error, location, std::move(message), std::move(other)});
-}
-
-void Draft::warning(const SourceLocation &location, std::string message,
-                    std::optional<SourceLocation> other)
-{
-    findings_.push_back({Severity::warning, location, std::move(message), std::move(other)});
-}
-
-void Draft::note(const SourceLocation &location, std::string message)
-{
-    findings_.push_back({Severity::note, location, std::move(message), {}});
 }
 
 void Draft::leave_out(const std::string &table, const std::string &name, const SourceLocation &row)

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
+
 #include "sim/config/desired.h"
 #include "sim/config/document.h"
 #include "sim/config/names.h"
@@ -48,22 +50,14 @@ enum class KeyPart : uint8_t {
 class Draft;
 class Row;
 
-/* The same row, another of its tokens. */
-inline SourceLocation moved(SourceLocation location, Position to)
-{
-    location.line = to.line;
-    location.column = to.column;
-    return location;
-}
-
 struct TableSchema {
     const char *name;
     std::vector<KeyPart> key;
-    bool has_address_rows;          /* the key, then '|' and an IP address, in rows of their own */
     std::vector<TableField> fields; /* of rows other than address rows */
     std::string meaning;
     /* Called for each row with valid key and fields; address rows after all others. */
     void (*read)(Draft &draft, const Row &row);
+    bool has_address_rows = false; /* the key, then '|' and an IP address, in rows of their own */
 };
 
 /* In the order in which they are read: rows refer to rows of tables before their own. */
@@ -74,6 +68,8 @@ const TableSchema *find_table(const std::string &name);
 std::string expected(const TableField &field);
 std::string expected(KeyPart part);
 std::string key_form(const TableSchema &table);
+/* Whether a part of a key is such a name or number. */
+bool has_form(KeyPart part, const std::string &text);
 
 struct FieldValue {
     bool given = false;  /* by the row or by the field's default */
@@ -110,6 +106,15 @@ private:
     const FieldValue &value(const char *field) const;
 };
 
+/* Where a finding is, and the row it conflicts with. */
+struct Place {
+    Place(const SourceLocation &at, std::optional<SourceLocation> row = {})
+        : location(at), other(std::move(row))
+    {}
+    const SourceLocation &location;
+    std::optional<SourceLocation> other;
+};
+
 /* A configuration while it is read. */
 class Draft {
 public:
@@ -126,11 +131,24 @@ public:
     /* (parent, VLAN) -> the sub-interface's row */
     std::map<std::pair<std::string, uint32_t>, SourceLocation> encapsulations;
 
-    void error(const SourceLocation &location, std::string message,
-               std::optional<SourceLocation> other = {});
-    void warning(const SourceLocation &location, std::string message,
-                 std::optional<SourceLocation> other = {});
-    void note(const SourceLocation &location, std::string message);
+    /* Add a finding; the values go into the text as in fmt::format. An error returns false, for a
+     * check to return. */
+    template <class... Values>
+    bool error(const Place &place, fmt::format_string<Values...> text, Values &&...values)
+    {
+        add(Finding::Severity::error, place, fmt::format(text, values...));
+        return false;
+    }
+    template <class... Values>
+    void warning(const Place &place, fmt::format_string<Values...> text, Values &&...values)
+    {
+        add(Finding::Severity::warning, place, fmt::format(text, values...));
+    }
+    template <class... Values>
+    void note(const Place &place, fmt::format_string<Values...> text, Values &&...values)
+    {
+        add(Finding::Severity::note, place, fmt::format(text, values...));
+    }
 
     /* What is missing because of an error in its row or table. Only for missing objects: another
      * row may be valid. */
@@ -142,6 +160,11 @@ public:
     void add_port(const std::string &name, DesiredPort port);
 
 private:
+    void add(Finding::Severity severity, const Place &place, std::string message)
+    {
+        findings_.push_back({severity, place.location, std::move(message), place.other});
+    }
+
     std::vector<Finding> &findings_;
     std::map<std::string, SourceLocation> left_out_; /* by "table|name" or "table" */
     bool ports_full_ = false;
