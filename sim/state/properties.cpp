@@ -24,13 +24,27 @@ SideValue number(uint32_t value)
 {
     return {Form::number, value};
 }
+SideValue none()
+{
+    return {Form::none};
+}
+/* A row's column and maker; none without the row. */
+template <class Row>
+SideValue value_of(const Row *row, uint32_t Row::*column, Form form = Form::number)
+{
+    return row != nullptr ? SideValue{form, row->*column} : none();
+}
+template <class Row> const Origin *maker_of(const Row *row)
+{
+    return row != nullptr ? &row->made : nullptr;
+}
 SideValue identifier(uint32_t id)
 {
-    return id == no_id ? SideValue{Form::none} : number(id);
+    return id == no_id ? none() : number(id);
 }
 SideValue identifier(const std::optional<uint32_t> &id)
 {
-    return id ? identifier(*id) : SideValue{Form::none};
+    return id ? identifier(*id) : none();
 }
 SideValue text(std::string words)
 {
@@ -38,7 +52,7 @@ SideValue text(std::string words)
 }
 SideValue names(const std::set<std::string, NaturalOrder> &of)
 {
-    return of.empty() ? SideValue{Form::none} : text(fmt::format("{}", fmt::join(of, ",")));
+    return of.empty() ? none() : text(fmt::format("{}", fmt::join(of, ",")));
 }
 SideValue wanted_or_not(bool wanted)
 {
@@ -60,9 +74,8 @@ void sdk_interface(const InterfaceRows &of, Sides &sides, uint32_t)
     sides.is_worth_telling = of.must_exist || recorded;
     sides.configured = wanted_or_not(of.must_exist);
     sides.library = of.context != nullptr ? identifier(of.context->intf_id) : text("no context");
-    sides.asic =
-        of.intf != nullptr ? text(of.index.intf_words(of.intf->intf_id)) : SideValue{Form::none};
-    sides.written = of.intf != nullptr ? &of.intf->made : nullptr;
+    sides.asic = of.intf != nullptr ? text(of.index.intf_words(of.intf->intf_id)) : none();
+    sides.written = maker_of(of.intf);
 }
 
 void state(const InterfaceRows &of, Sides &sides, uint32_t)
@@ -102,8 +115,8 @@ void port_lid(const InterfaceRows &of, Sides &sides, uint32_t)
     sides.is_worth_telling = true;
     sides.configured = wanted_or_not(of.port != nullptr);
     sides.library = identifier(recorded);
-    sides.asic = lid != nullptr ? number(lid->lid_id) : SideValue{Form::none};
-    sides.written = lid != nullptr ? &lid->made : nullptr;
+    sides.asic = value_of(lid, &LidRow::lid_id);
+    sides.written = maker_of(lid);
 }
 
 uint32_t channel_id(const InterfaceRows &of)
@@ -131,8 +144,7 @@ void path(const InterfaceRows &of, Sides &sides, uint32_t)
         ends.push_back(Index::path_words(path));
     sides.library = text(is_port ? fmt::format("front port {}", of.host->number + 1)
                                  : "port-channel " + identifier(channel_id(of)).to_text());
-    sides.asic =
-        ends.empty() ? SideValue{Form::none} : text(fmt::format("{}", fmt::join(ends, ",")));
+    sides.asic = ends.empty() ? none() : text(fmt::format("{}", fmt::join(ends, ",")));
     sides.written = paths.empty() ? &lid->made : &paths.begin()->made;
 }
 
@@ -151,9 +163,9 @@ void ifmap_index(const InterfaceRows &of, Sides &sides, uint32_t)
     const LidRow *lid = of.host->port_lid ? of.index.lid(*of.host->port_lid) : nullptr;
     sides.is_worth_telling = row != nullptr || of.intf != nullptr;
     sides.table = PmRow::table;
-    sides.asic = lid != nullptr ? SideValue{Form::hex, lid->ifmap_idx} : SideValue{Form::none};
-    sides.database = row != nullptr ? SideValue{Form::hex, row->ifmap_idx} : SideValue{Form::none};
-    sides.published = row != nullptr ? &row->made : nullptr;
+    sides.asic = value_of(lid, &LidRow::ifmap_idx, Form::hex);
+    sides.database = value_of(row, &PmRow::ifmap_idx, Form::hex);
+    sides.published = maker_of(row);
 }
 
 void kept_intf(const InterfaceRows &of, Sides &sides, uint32_t)
@@ -172,10 +184,10 @@ void kept_intf(const InterfaceRows &of, Sides &sides, uint32_t)
     sides.is_worth_telling = row != nullptr || kept;
     sides.table = MemberIntfRow::table;
     sides.library = identifier(kept);
-    sides.asic = kept && of.index.intf(*kept) != nullptr ? text(of.index.intf_words(*kept))
-                                                         : SideValue{Form::none};
-    sides.database = row != nullptr ? number(row->intf_id) : SideValue{Form::none};
-    sides.published = row != nullptr ? &row->made : nullptr;
+    sides.asic =
+        kept && of.index.intf(*kept) != nullptr ? text(of.index.intf_words(*kept)) : none();
+    sides.database = value_of(row, &MemberIntfRow::intf_id);
+    sides.published = maker_of(row);
 }
 
 std::string with_decline(const std::string &name, const WantedMember &member)
@@ -219,13 +231,13 @@ void member_of(const InterfaceRows &of, Sides &sides, uint32_t)
         joined != nullptr ? of.index.owner_of_port_channel(joined->pc_id) : nullptr;
     const bool recorded = of.host != nullptr && of.host->channel;
     sides.is_worth_telling = at != s.wanted_members.rend() || recorded || joined != nullptr;
-    sides.configured = at != s.wanted_members.rend() ? text(with_decline(at->port_channel, *at))
-                                                     : SideValue{Form::none};
-    sides.library = recorded ? text(of.index.name(*of.host->channel)) : SideValue{Form::none};
-    sides.asic = joined == nullptr  ? SideValue{Form::none}
+    sides.configured =
+        at != s.wanted_members.rend() ? text(with_decline(at->port_channel, *at)) : none();
+    sides.library = recorded ? text(of.index.name(*of.host->channel)) : none();
+    sides.asic = joined == nullptr  ? none()
                  : owner != nullptr ? text(owner->name)
                                     : text(fmt::format("SDK port-channel {}", joined->pc_id));
-    sides.written = joined != nullptr ? &joined->made : nullptr;
+    sides.written = maker_of(joined);
 }
 
 void internal_loopback(const InterfaceRows &of, Sides &sides, uint32_t)
@@ -261,10 +273,10 @@ void port_channel(const InterfaceRows &of, Sides &sides, uint32_t)
     sides.is_worth_telling = of.context != nullptr || row != nullptr || channel_id(of) != no_id;
     sides.table = PcRow::table;
     sides.library = identifier(channel_id(of));
-    sides.asic = channel != nullptr ? number(channel->pc_id) : SideValue{Form::none};
-    sides.database = row != nullptr ? number(row->pc_id) : SideValue{Form::none};
-    sides.written = channel != nullptr ? &channel->made : nullptr;
-    sides.published = row != nullptr ? &row->made : nullptr;
+    sides.asic = value_of(channel, &PortChannelRow::pc_id);
+    sides.database = value_of(row, &PcRow::pc_id);
+    sides.written = maker_of(channel);
+    sides.published = maker_of(row);
 }
 
 void members(const InterfaceRows &of, Sides &sides, uint32_t)
@@ -306,8 +318,8 @@ void vlan(const InterfaceRows &of, Sides &sides, uint32_t)
     if (!of.tells)
         return;
     sides.is_worth_telling = true;
-    sides.configured = of.wanted != nullptr ? number(of.wanted->number) : SideValue{Form::none};
-    sides.library = of.host != nullptr ? number(of.host->vlan) : SideValue{Form::none};
+    sides.configured = value_of(of.wanted, &WantedInterface::number);
+    sides.library = value_of(of.host, &HostRow::vlan);
     sides.asic = {Form::none};
     if (of.intf != nullptr) {
         sides.asic =
@@ -325,13 +337,13 @@ void parent(const InterfaceRows &of, Sides &sides, uint32_t)
         return;
     const HostRow *owner = of.intf != nullptr ? of.index.owner_of_intf(of.intf->param1) : nullptr;
     sides.is_worth_telling = true;
-    sides.configured = of.wanted != nullptr ? text(of.wanted->parent) : SideValue{Form::none};
-    sides.library = of.host != nullptr && of.host->parent ? text(of.index.name(*of.host->parent))
-                                                          : SideValue{Form::none};
+    sides.configured = of.wanted != nullptr ? text(of.wanted->parent) : none();
+    sides.library =
+        of.host != nullptr && of.host->parent ? text(of.index.name(*of.host->parent)) : none();
     sides.asic = owner != nullptr     ? text(owner->name)
                  : of.intf != nullptr ? text("unknown")
-                                      : SideValue{Form::none};
-    sides.written = of.intf != nullptr ? &of.intf->made : nullptr;
+                                      : none();
+    sides.written = maker_of(of.intf);
 }
 
 /* ---- Settings ---- */
@@ -465,14 +477,13 @@ void attribute(const InterfaceRows &of, Sides &sides, uint32_t attribute)
             return;
         sides.is_worth_telling = is_decided || now.value != right || now.after_flush() != right;
         sides.asic = {form, now.value};
-        if (now.written != nullptr)
-            sides.written = &now.written->made;
+        sides.written = maker_of(now.written);
         if (now.waits != nullptr) {
             sides.waits = {form, now.waits->value};
             sides.queued = &now.waits->made;
         }
     } else {
-        sides.asic = {Form::none};
+        sides.asic = none();
     }
     if (known != nullptr) {
         if (wanted != nullptr && is_configured)
@@ -483,12 +494,10 @@ void attribute(const InterfaceRows &of, Sides &sides, uint32_t attribute)
                                 : SideValue{form, known->library(of)};
         if (attribute == SdkIntfAttrLid && of.context == nullptr)
             sides.library = {};
-        if (known->published != nullptr)
-            sides.database = of.published != nullptr
-                                 ? SideValue{form, of.published->*known->published}
-                                 : SideValue{Form::none};
-        if (known->published != nullptr && of.published != nullptr)
-            sides.published = &of.published->made;
+        if (known->published != nullptr) {
+            sides.database = value_of(of.published, known->published, form);
+            sides.published = maker_of(of.published);
+        }
     }
     if (of.intf == nullptr)
         sides.is_worth_telling = sides.configured.known() || sides.library.known();
@@ -509,9 +518,8 @@ void nat_zone(const InterfaceRows &of, Sides &sides, uint32_t)
         of.wanted->nat_zone != 0 || (of.published != nullptr && of.published->nat_zone != 0);
     sides.configured = number(of.wanted->nat_zone);
     sides.library = number(of.host->nat_zone);
-    sides.database =
-        of.published != nullptr ? number(of.published->nat_zone) : SideValue{Form::none};
-    sides.published = of.published != nullptr ? &of.published->made : nullptr;
+    sides.database = value_of(of.published, &L3lifRow::nat_zone);
+    sides.published = maker_of(of.published);
 }
 
 void label(const InterfaceRows &of, Sides &sides, uint32_t)

@@ -641,7 +641,7 @@ TEST_F(Compare, TellsWhatIsInOneOfThemOnlyWithItsIdentifiers)
                 ElementsAre("asic_interface Vlan7 :  | intf_id 1",
                             "asic_attribute Vlan7 SdkIntfAttrIpv4SameIfCheck :  | 1",
                             "asic_attribute Vlan7 SdkIntfAttrMtuIdx :  | 9100",
-                            "l3lif_sdb Vlan7 :  | present", "label_sdb Vlan7 :  | there"));
+                            "l3lif_sdb Vlan7 :  | present", "label_sdb Vlan7 :  | present"));
 }
 
 TEST_F(Compare, TellsAnObjectWithoutAnOwnerByItsIdentifier)
