@@ -34,17 +34,18 @@ public:
     std::vector<AuditFinding> findings()
     {
         for (const HostRow &host : s_.host) {
-            check_properties(host.name, &host);
+            const InterfaceRows rows(index_, host.name, &host, false);
+            check_properties(rows);
             check_host(host);
-            check_record(host);
+            check_record(host, rows);
         }
         for (const WantedPort &port : s_.wanted_ports) {
             if (index_.host(port.name) == nullptr)
-                check_properties(port.name, nullptr);
+                check_properties(InterfaceRows(index_, port.name, nullptr, false));
         }
         for (const WantedInterface &wanted : s_.wanted_interfaces) {
             if (index_.host(wanted) == nullptr && index_.wanted_port(wanted.name) == nullptr)
-                check_properties(wanted.name, nullptr);
+                check_properties(InterfaceRows(index_, wanted.name, nullptr, false));
         }
         for (const IntfRow &intf : s_.intfs)
             check_intf(intf);
@@ -129,9 +130,8 @@ private:
 
     /* ---- Properties ---- */
 
-    void check_properties(const std::string &name, const HostRow *host)
+    void check_properties(InterfaceRows rows)
     {
-        InterfaceRows rows(index_, name, host, false);
         for (const Property &property : interface_properties()) {
             Sides verdict;
             property.look(rows, verdict, attribute_of(property.id));
@@ -141,7 +141,7 @@ private:
             rows.tells = true;
             property.look(rows, sides, attribute_of(property.id));
             rows.tells = false;
-            tell_mismatch(name, property.id, sides);
+            tell_mismatch(rows.name, property.id, sides);
         }
     }
 
@@ -244,9 +244,9 @@ private:
         return true;
     }
 
-    void check_record(const HostRow &host)
+    void check_record(const HostRow &host, const InterfaceRows &rows)
     {
-        const ContextRow *context = index_.context(host.ifindex);
+        const ContextRow *context = rows.context;
         if (context == nullptr)
             return;
         const bool is_channel = host.kind == InterfaceKind::port_channel;
@@ -264,7 +264,6 @@ private:
                 check_claim(host, PropertyId::port_channel, context->pc_id,
                             index_.owner_of_port_channel(context->pc_id));
         }
-        const InterfaceRows rows(index_, host.name, &host, false);
         const bool known_port =
             host.kind == InterfaceKind::port && index_.wanted_port(host.name) != nullptr;
         /* A port-channel without members, or a port no longer routed. */

@@ -118,7 +118,7 @@ class Requests {
 public:
     void add(const Origin &origin)
     {
-        if (origin.request && (last_ == nullptr || last_ != origin.request.get()))
+        if (origin.request && last_ != origin.request.get())
             by_number_.emplace(origin.request->number, origin.request);
         last_ = origin.request.get();
     }
