@@ -83,7 +83,7 @@ void tell_findings(const std::vector<Configuration> &configurations, bool notes,
         for (const Finding &finding : configuration.findings) {
             const std::string text = finding.location.line != 0
                                          ? finding.to_text()
-                                         : finding.location.file + ": " + finding.message;
+                                         : finding.location.file + ": " + finding.words();
             if (finding.severity == Finding::Severity::error)
                 console.error(text);
             else if (finding.severity == Finding::Severity::warning)
@@ -110,7 +110,7 @@ void write(Json &json, const Configuration &configuration)
     for (const Finding &finding : configuration.findings) {
         json.begin_object().field("severity", to_text(finding.severity));
         write(json, finding.location);
-        json.field("message", finding.message).key("conflicts_with");
+        json.field("code", finding.code).field("message", finding.message).key("conflicts_with");
         if (finding.other) {
             json.begin_object();
             write(json, *finding.other);

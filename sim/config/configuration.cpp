@@ -17,14 +17,14 @@ namespace kvnsim {
 
 namespace {
 
-/* A routed interface in another kind's table: " (Vlan10 belongs in VLAN_INTERFACE)". */
-std::string where_it_belongs(const TableSchema &table, const std::string &name)
+/* The table of routed interfaces of another kind that takes a name; nullptr for none. */
+const TableSchema *where_it_belongs(const TableSchema &table, const std::string &name)
 {
     if (table.has_address_rows)
         for (const TableSchema &other : tables())
             if (other.has_address_rows && has_form(other.key[0], name))
-                return fmt::format(" ({} belongs in {})", name, other.name);
-    return {};
+                return &other;
+    return nullptr;
 }
 
 class Reader {
@@ -67,22 +67,18 @@ private:
         if (!is_read)
             configuration_.ignored[table.name] += static_cast<uint32_t>(table.rows.size());
         if (table.kind != ValueKind::object) {
-            const std::string message =
-                fmt::format("found {}: expected an object of rows", to_text(table.kind));
-            if (is_read) {
-                draft_.error(location(table), "{}", message);
+            draft_.tell(is_read ? FindingId::no_object_of_rows
+                                : FindingId::no_object_of_rows_unread,
+                        location(table), to_text(table.kind));
+            if (is_read)
                 draft_.leave_out(table.name, location(table));
-            } else {
-                draft_.warning(location(table), "{}", message);
-            }
         }
         if (is_read)
             return;
         for (const TableSchema &known : tables()) {
             if (spelling(table.name) != spelling(known.name))
                 continue;
-            draft_.error(location(table), "unknown table {}: expected {}", quoted(table.name),
-                         known.name);
+            draft_.tell(FindingId::unknown_table, location(table), quoted(table.name), known.name);
             draft_.leave_out(known.name, location(table));
         }
     }
@@ -114,10 +110,9 @@ private:
         }
         if (ports.empty())
             return;
-        draft_.note(SourceLocation{configuration_.file, 1, 1, {}, {}},
-                    "there is no table PORT: {} front-panel port{} taken from the rows "
-                    "that name them",
-                    ports.size(), ports.size() == 1 ? "" : "s");
+        draft_.tell(
+            FindingId::ports_inferred, SourceLocation{configuration_.file, 1, 1, {}, {}},
+            fmt::format("{} front-panel port{}", ports.size(), ports.size() == 1 ? "" : "s"));
         for (auto &[name, port] : ports)
             draft_.add_port(name, std::move(port));
     }
@@ -156,23 +151,25 @@ private:
         const TableSchema &table = row.table;
         row.parts = split_at_bars(source.name);
         if (source.name.find_first_of(blanks) != source.name.npos)
-            return draft_.error(row.location, "there is a blank in the key {}: expected {}",
-                                quoted(source.name), key_form(table));
+            return draft_.tell(FindingId::blank_in_key, row.location, quoted(source.name),
+                               key_form(table));
         const size_t parts = table.key.size();
         row.is_address_row = table.has_address_rows && row.parts.size() == parts + 1;
         if (row.parts.size() != parts && !row.is_address_row)
-            return draft_.error(row.location, "the key {} is not of the form {}",
-                                quoted(source.name), key_form(table));
+            return draft_.tell(FindingId::key_form, row.location, quoted(source.name),
+                               key_form(table));
         for (size_t i = 0; i < parts; ++i) {
             if (has_form(table.key[i], row.parts[i]))
                 continue;
-            return draft_.error(row.location, "{}: expected {}{}", quoted(row.parts[i]),
-                                expected(table.key[i]), where_it_belongs(table, row.parts[i]));
+            if (const TableSchema *other = where_it_belongs(table, row.parts[i]))
+                return draft_.tell(FindingId::key_of_another_table, row.location,
+                                   quoted(row.parts[i]), expected(table.key[i]), row.parts[i],
+                                   other->name);
+            return draft_.tell(FindingId::key_part, row.location, quoted(row.parts[i]),
+                               expected(table.key[i]));
         }
         if (row.is_address_row && !parse_address(row.address()))
-            return draft_.error(row.location,
-                                "{}: expected an IPv4 or IPv6 address and its prefix length",
-                                quoted(row.address()));
+            return draft_.tell(FindingId::address_form, row.location, quoted(row.address()));
         return true;
     }
 
@@ -180,8 +177,7 @@ private:
     bool take_fields(Row &row, const DocumentRow &source)
     {
         if (source.kind != ValueKind::object)
-            return draft_.error(row.location, "found {}: expected an object of fields",
-                                to_text(source.kind));
+            return draft_.tell(FindingId::no_object_of_fields, row.location, to_text(source.kind));
         const std::vector<TableField> &known = row.table.fields;
         bool sound = true;
         for (const DocumentField &field : source.fields) {
@@ -192,9 +188,8 @@ private:
             if (declared == known.end())
                 sound &= check_unread(row, field);
             else if (row.is_address_row)
-                draft_.warning(moved(row.location, field.at),
-                               "{} is not read in an address row: it belongs in {}|{}", field.name,
-                               row.table.name, row.name());
+                draft_.tell(FindingId::field_of_address_row, moved(row.location, field.at),
+                            field.name, fmt::format("{}|{}", row.table.name, row.name()));
             else
                 sound &= take_field(row, *declared, field);
         }
@@ -204,18 +199,18 @@ private:
     bool take_field(Row &row, const TableField &declared, const DocumentField &field)
     {
         if (declared.type == FieldType::elsewhere) {
-            draft_.warning(moved(row.location, field.at), "{} is not read here: it comes from {}",
-                           declared.name, declared.meaning);
+            draft_.tell(FindingId::field_read_elsewhere, moved(row.location, field.at),
+                        declared.name, declared.meaning);
             return true;
         }
         const SourceLocation where = moved(row.location, field.value_at);
         if (field.kind != ValueKind::text)
-            return draft_.error(where, "{} is {}: expected {}, in quotes", declared.name,
-                                to_text(field.kind), expected(declared));
+            return draft_.tell(FindingId::value_kind, where, declared.name, to_text(field.kind),
+                               expected(declared));
         auto value = parse_field(declared, field.text);
         if (!value)
-            return draft_.error(where, "{} is {}: expected {}", declared.name, quoted(field.text),
-                                expected(declared));
+            return draft_.tell(FindingId::value, where, declared.name, quoted(field.text),
+                               expected(declared));
         value->at = field.value_at;
         row.values[static_cast<size_t>(&declared - row.table.fields.data())] = std::move(*value);
         return true;
@@ -225,13 +220,12 @@ private:
     {
         for (const TableField &declared : row.table.fields) {
             if (spelling(field.name) == declared.name)
-                return draft_.error(moved(row.location, field.at), "unknown field {}: expected {}",
-                                    quoted(field.name), declared.name);
+                return draft_.tell(FindingId::unknown_field, moved(row.location, field.at),
+                                   quoted(field.name), declared.name);
         }
         if (field.kind != ValueKind::text && field.kind != ValueKind::list)
-            draft_.warning(moved(row.location, field.value_at),
-                           "{} is {}: expected a string or a list; it is not read",
-                           quoted(field.name), to_text(field.kind));
+            draft_.tell(FindingId::unread_value_kind, moved(row.location, field.value_at),
+                        quoted(field.name), to_text(field.kind));
         return true;
     }
 

@@ -91,7 +91,9 @@ std::string Finding::to_text() const
 
 std::string Finding::words() const
 {
-    return other ? fmt::format("{} (see {})", message, other->to_text()) : message;
+    const std::string text =
+        other ? fmt::format("{} (see {})", message, other->to_text()) : message;
+    return code.empty() ? text : fmt::format("{} [{}]", text, code);
 }
 
 bool operator<(const VirtualMac &a, const VirtualMac &b)

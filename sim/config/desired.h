@@ -144,14 +144,18 @@ struct Desired {
 struct Finding {
     enum class Severity : uint8_t { note, warning, error };
     Severity severity = Severity::error;
+    std::string code;        /* "KVN-C012"; empty when the file cannot be read */
+    bool leaves_out = false; /* what the row asks for is not applied, or not yet */
     SourceLocation location;
     std::string message;                 /* what is wrong and what was expected */
     std::optional<SourceLocation> other; /* the row it conflicts with */
-    TABLE_ROW("configuration_finding", severity, location, message, other)
-    /* The message, with the row it conflicts with: "... (see leaf.json:12:5: PORT|Ethernet0)". */
+    TABLE_ROW("configuration_finding", severity, code, leaves_out, location, message, other)
+    /* The message, the row it conflicts with and the code: "... (see leaf.json:12:5:
+     * PORT|Ethernet0) [KVN-C012]". */
     std::string words() const;
-    /* "file:line:column: table|key: message (see file:line:column: table|key)"; "warning: " or
-     * "note: " precedes the message of a finding that is not an error. Always one line. */
+    /* "file:line:column: table|key: message (see file:line:column: table|key) [KVN-C012]";
+     * "warning: " or "note: " precedes the message of a finding that is not an error. Always one
+     * line. */
     std::string to_text() const;
 };
 

@@ -12,6 +12,7 @@
 #include <numeric>
 #include <string_view>
 
+#include "sim/config/findings.h"
 #include "sim/config/names.h"
 
 namespace kvnsim {
@@ -244,15 +245,13 @@ std::string explain(rapidjson::ParseErrorCode code, const std::string &text, siz
 Finding syntax_error(const std::string &file, const std::string &text, size_t start, size_t offset,
                      std::string message, const Builder &builder)
 {
-    Finding finding;
-    finding.location = location_of(file, PositionFinder(text, start).move_to(offset));
+    SourceLocation location = location_of(file, PositionFinder(text, start).move_to(offset));
     if (builder.level() >= 2) {
-        finding.location.table = builder.tables.back().name;
+        location.table = builder.tables.back().name;
         if (builder.level() >= 3)
-            finding.location.key = builder.tables.back().rows.back().name;
+            location.key = builder.tables.back().rows.back().name;
     }
-    finding.message = std::move(message);
-    return finding;
+    return make_finding(FindingId::syntax, std::move(location), {std::move(message)});
 }
 
 /* Calls repeats(later, first) for every entry whose name an earlier one has, then erases it. */
@@ -283,14 +282,14 @@ void erase_repeated(std::vector<Entry> &entries, const Repeats &repeats)
 void remove_repetitions(const std::string &file, std::vector<DocumentTable> &tables,
                         std::vector<Finding> &findings)
 {
-    const auto report = [&](const std::string &what, const std::string &table,
-                            const std::string &key, Position later, Position first) {
+    const auto report = [&](FindingId id, std::initializer_list<std::string> values,
+                            const std::string &table, const std::string &key, Position later,
+                            Position first) {
         const SourceLocation at{file, 0, 0, table, key};
-        findings.push_back({Finding::Severity::error, moved(at, later), what + " is there twice",
-                            moved(at, first)});
+        findings.push_back(make_finding(id, moved(at, later), values, moved(at, first)));
     };
     erase_repeated(tables, [&](DocumentTable &later, DocumentTable &first) {
-        report("the table", later.name, {}, later.at, first.at);
+        report(FindingId::duplicate_table, {}, later.name, {}, later.at, first.at);
         first.rows.insert(first.rows.end(), std::make_move_iterator(later.rows.begin()),
                           std::make_move_iterator(later.rows.end()));
         if (later.kind == ValueKind::object)
@@ -298,11 +297,12 @@ void remove_repetitions(const std::string &file, std::vector<DocumentTable> &tab
     });
     for (DocumentTable &table : tables) {
         erase_repeated(table.rows, [&](const DocumentRow &later, const DocumentRow &first) {
-            report("the row", table.name, later.name, later.at, first.at);
+            report(FindingId::duplicate_row, {}, table.name, later.name, later.at, first.at);
         });
         for (DocumentRow &row : table.rows)
             erase_repeated(row.fields, [&](const DocumentField &later, const DocumentField &first) {
-                report("the field " + quoted(later.name), table.name, row.name, later.at, first.at);
+                report(FindingId::duplicate_field, {quoted(later.name)}, table.name, row.name,
+                       later.at, first.at);
             });
     }
 }
@@ -346,11 +346,9 @@ Document read_document(const std::string &file, const std::string &text,
         findings.push_back(
             syntax_error(file, text, start, result.Offset(), std::move(message), builder));
     } else if (builder.root != ValueKind::object) {
-        findings.push_back(
-            {Finding::Severity::error,
-             location_of(file, builder.root_at),
-             fmt::format("found {}: expected an object of tables", to_text(builder.root)),
-             {}});
+        findings.push_back(make_finding(FindingId::no_object_of_tables,
+                                        location_of(file, builder.root_at),
+                                        {to_text(builder.root)}));
     }
     Document document{std::move(builder.tables),
                       !result.IsError() && builder.root == ValueKind::object};

@@ -10,21 +10,17 @@ namespace kvnsim {
 
 namespace {
 
-using Severity = Finding::Severity;
-
 /* The object that a row refers to; nullptr, with a finding, if it is missing. */
 template <class Object>
 Object *referred(Draft &draft, const Row &row, ByName<Object> &objects, const char *table,
-                 const std::string &name, Severity severity = Severity::error)
+                 const std::string &name, FindingId missing = FindingId::no_row)
 {
     if (const auto found = objects.find(name); found != objects.end())
         return &found->second;
     if (const SourceLocation *left_out = draft.left_out(table, name))
-        draft.warning({row.location, *left_out}, "left out, because {} is", left_out->row());
-    else if (severity == Severity::warning)
-        draft.warning(row.location, "left out: {} has no row in {}", name, table);
+        draft.tell(FindingId::left_out_because, {row.location, *left_out}, left_out->row());
     else
-        draft.error(row.location, "{} has no row in {}", name, table);
+        draft.tell(missing, row.location, name, table);
     return nullptr;
 }
 
@@ -33,8 +29,8 @@ void add_virtual_mac(Draft &draft, const Row &row, const std::string &interface,
     const auto [there, is_new] =
         draft.desired.virtual_macs.try_emplace({interface, mac}, row.location);
     if (!is_new)
-        draft.error({row.location, there->second}, "{} already has the virtual MAC {}", interface,
-                    to_text(mac));
+        draft.tell(FindingId::virtual_mac_twice, {row.location, there->second}, interface,
+                   to_text(mac));
 }
 
 /* Why a port-channel is not in the ASIC: "PortChannel1 has no member", and the row behind it; empty
@@ -57,7 +53,7 @@ void read_device_metadata(Draft &draft, const Row &row)
     constexpr const char *itself = "localhost";
     if (row.name() != itself) {
         if (spelling(row.name()) == itself)
-            draft.error(row.location, "unknown row {}: expected {}", quoted(row.name()), itself);
+            draft.tell(FindingId::unknown_row, row.location, quoted(row.name()), itself);
         return;
     }
     draft.desired.hostname = row.text("hostname");
@@ -66,7 +62,7 @@ void read_device_metadata(Draft &draft, const Row &row)
     draft.desired.router_mac = row.mac("mac");
     draft.desired.router_mac_location = row.location;
     if (is_multicast(row.mac("mac")))
-        draft.warning(row.location_of("mac"), "mac {} is a multicast address", row.text("mac"));
+        draft.tell(FindingId::multicast_mac, row.location_of("mac"), "mac", row.text("mac"));
 }
 
 void read_vrf(Draft &draft, const Row &row)
@@ -78,15 +74,15 @@ void read_vrf(Draft &draft, const Row &row)
 void read_sag(Draft &draft, const Row &row)
 {
     if (row.name() != "GLOBAL") {
-        draft.error(row.location, "{}: expected GLOBAL", quoted(row.name()));
+        draft.tell(FindingId::key_part, row.location, quoted(row.name()), "GLOBAL");
         return;
     }
     if (!row.given("gateway_mac"))
         return;
     draft.gateway_mac = row.mac("gateway_mac");
     if (is_multicast(row.mac("gateway_mac")))
-        draft.warning(row.location_of("gateway_mac"), "gateway_mac {} is a multicast address",
-                      row.text("gateway_mac"));
+        draft.tell(FindingId::multicast_mac, row.location_of("gateway_mac"), "gateway_mac",
+                   row.text("gateway_mac"));
 }
 
 /* ---- Ports, port-channels, VLANs ---- */
@@ -106,8 +102,8 @@ void read_port_channel(Draft &draft, const Row &row)
     const uint32_t number = parse_interface_name(row.name())->number;
     const auto [there, is_new] = draft.channel_numbers.try_emplace(number, row.location);
     if (!is_new) {
-        draft.error({row.location, there->second}, "port-channel number {} is already used by {}",
-                    number, there->second.key);
+        draft.tell(FindingId::channel_number_used, {row.location, there->second}, number,
+                   there->second.key);
         draft.leave_out(row.table.name, row.name(), row.location);
         return;
     }
@@ -123,21 +119,22 @@ void read_port_channel_member(Draft &draft, const Row &row)
     const std::string &port = row.parts[1];
     DesiredPortChannel *channel =
         referred(draft, row, draft.desired.port_channels, "PORTCHANNEL", row.name());
-    if (!channel || !referred(draft, row, draft.desired.ports, "PORT", port, Severity::warning))
+    if (!channel ||
+        !referred(draft, row, draft.desired.ports, "PORT", port, FindingId::left_out_no_row))
         return;
     const auto [there, is_new] = draft.joined.try_emplace(port, row.location);
     if (is_new)
         channel->members.emplace(port, row.location);
     else
-        draft.error({row.location, there->second}, "{} is a member of another port-channel", port);
+        draft.tell(FindingId::member_of_another, {row.location, there->second}, port);
 }
 
 void read_vlan(Draft &draft, const Row &row)
 {
     const uint32_t number = parse_interface_name(row.name())->number;
     if (row.given("vlanid") && row.number("vlanid") != number) {
-        draft.error(row.location_of("vlanid"), "vlanid is {}: expected {}, as the name says",
-                    row.number("vlanid"), number);
+        draft.tell(FindingId::value_unlike_name, row.location_of("vlanid"), "vlanid",
+                   row.number("vlanid"), number, "name");
         draft.leave_out(row.table.name, row.name(), row.location);
         return;
     }
@@ -151,17 +148,16 @@ void read_vlan_member(Draft &draft, const Row &row)
 {
     const std::string &member = row.parts[1];
     DesiredVlan *vlan =
-        referred(draft, row, draft.desired.vlans, "VLAN", row.name(), Severity::warning);
+        referred(draft, row, draft.desired.vlans, "VLAN", row.name(), FindingId::left_out_no_row);
     if (!vlan)
         return;
     if (parse_interface_name(member)->kind == InterfaceKind::port) {
-        if (!referred(draft, row, draft.desired.ports, "PORT", member, Severity::warning))
+        if (!referred(draft, row, draft.desired.ports, "PORT", member, FindingId::left_out_no_row))
             return;
         if (const auto joined = draft.joined.find(member); joined != draft.joined.end())
-            draft.warning({row.location, joined->second},
-                          "{} is a member of a VLAN and of a port-channel", member);
+            draft.tell(FindingId::member_of_both, {row.location, joined->second}, member);
     } else if (!referred(draft, row, draft.desired.port_channels, "PORTCHANNEL", member,
-                         Severity::warning)) {
+                         FindingId::left_out_no_row)) {
         return;
     }
     vlan->members.emplace(member, row.location);
@@ -174,15 +170,14 @@ void read_vlan_member(Draft &draft, const Row &row)
 void warn_of_vlan(Draft &draft, const Row &row, const std::string &routed)
 {
     if (const auto bridged = draft.bridged.find(routed); bridged != draft.bridged.end())
-        draft.warning({row.location, bridged->second}, "{} is routed and a member of a VLAN",
-                      routed);
+        draft.tell(FindingId::routed_member, {row.location, bridged->second}, routed, "VLAN");
 }
 
 void add_address(Draft &draft, const Row &row, L3Settings &l3)
 {
     const Address address = *parse_address(row.address());
     if (!address.has_prefix_length)
-        draft.note(row.location, "{} has no prefix length: taken as a host address", row.address());
+        draft.tell(FindingId::no_prefix_length, row.location, row.address());
     (address.ipv6 ? l3.ipv6 : l3.ipv4) = true;
     /* Sorted, so that the order of the rows makes no difference. */
     l3.addresses.insert(
@@ -199,7 +194,7 @@ void set_l3(Draft &draft, const Row &row, L3Settings &l3)
         return;
     l3.vrf = vrf;
     if (draft.desired.vrfs.try_emplace(vrf, row.location).second)
-        draft.warning(row.location_of("vrf_name"), "vrf_name is {}, which has no row in VRF", vrf);
+        draft.tell(FindingId::vrf_without_row, row.location_of("vrf_name"), vrf);
 }
 
 /* Common to the rows of all routed interfaces: l3 is nullptr if the interface does not exist yet;
@@ -216,8 +211,8 @@ void read_l3_row(Draft &draft, const Row &row, L3Settings *l3, Create &&create)
             return;
         }
         if (row.is_address_row)
-            draft.note(row.location, "{} has addresses, but no row {}|{} of its own", row.name(),
-                       row.table.name, row.name());
+            draft.tell(FindingId::no_row_of_its_own, row.location, row.name(),
+                       fmt::format("{}|{}", row.table.name, row.name()));
     }
     if (row.is_address_row)
         add_address(draft, row, *l3);
@@ -238,8 +233,8 @@ void read_interface(Draft &draft, const Row &row)
         if (!referred(draft, row, desired.ports, "PORT", row.name()))
             return nullptr;
         if (const auto joined = draft.joined.find(row.name()); joined != draft.joined.end())
-            draft.warning({row.location, joined->second},
-                          "{} is routed and a member of a port-channel", row.name());
+            draft.tell(FindingId::routed_member, {row.location, joined->second}, row.name(),
+                       "port-channel");
         warn_of_vlan(draft, row, row.name());
         DesiredRoutedPort &port = desired.routed_ports[row.name()];
         port.location = row.location;
@@ -285,9 +280,7 @@ void read_vlan_interface(Draft &draft, const Row &row)
     if (draft.gateway_mac)
         add_virtual_mac(draft, row, row.name(), *draft.gateway_mac);
     else
-        draft.warning(row.location_of("static_anycast_gateway"),
-                      "static_anycast_gateway has no effect: there is no gateway_mac in "
-                      "SAG|GLOBAL");
+        draft.tell(FindingId::no_gateway_mac, row.location_of("static_anycast_gateway"));
 }
 
 /* The parent of a sub-interface: routed, if necessary because of the sub-interface, and with a LID
@@ -307,14 +300,13 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
     const bool is_routed =
         is_port ? desired.routed_ports.count(parent) != 0 : channel->l3.has_value();
     if (const SourceLocation *left_out = is_routed ? nullptr : draft.left_out(l3_table, parent)) {
-        draft.warning({row.location, *left_out}, "left out, because {} is", left_out->row());
+        draft.tell(FindingId::left_out_because, {row.location, *left_out}, left_out->row());
         return 0;
     }
     if (channel) {
         if (const auto absence = why_absent(desired, parent, *channel)) {
-            draft.error({row.location, absence->second}, "{}",
-                        absence->first +
-                            ": a sub-interface needs its LID, which the first member creates");
+            draft.tell(FindingId::parent_without_member, {row.location, absence->second},
+                       absence->first);
             return 0;
         }
         if (!is_routed) {
@@ -326,10 +318,7 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
         return channel->mtu;
     }
     if (const auto joined = draft.joined.find(parent); joined != draft.joined.end()) {
-        draft.error({row.location, joined->second},
-                    "{} is a member of a port-channel: a sub-interface needs a LID, "
-                    "and a member has none of its own",
-                    parent);
+        draft.tell(FindingId::parent_is_member, {row.location, joined->second}, parent);
         return 0;
     }
     if (!is_routed) {
@@ -349,19 +338,18 @@ void read_sub_interface(Draft &draft, const Row &row)
         if (!row.is_address_row && row.given("vlan")) {
             vlan = row.number("vlan");
         } else if (name.short_form) {
-            draft.error(row.location,
-                        "vlan is missing: expected {}; the short name {} does not give it",
-                        to_text(encapsulation_range), row.name());
+            draft.tell(FindingId::no_vlan_in_short_name, row.location, to_text(encapsulation_range),
+                       row.name());
             return nullptr;
         } else if (!encapsulation_range.has(vlan)) {
-            draft.error(row.location, "VLAN {} after the dot: expected {}, or the field vlan", vlan,
-                        to_text(encapsulation_range));
+            draft.tell(FindingId::no_vlan_after_dot, row.location, vlan,
+                       to_text(encapsulation_range));
             return nullptr;
         }
         if (const auto there = draft.encapsulations.find({name.parent, vlan});
             there != draft.encapsulations.end()) {
-            draft.error({row.location, there->second}, "VLAN {} is there twice under {}", vlan,
-                        name.parent);
+            draft.tell(FindingId::encapsulation_used, {row.location, there->second}, vlan,
+                       name.parent);
             return nullptr;
         }
         const uint16_t parent_mtu = prepare_parent(draft, row, name.parent);
@@ -378,8 +366,8 @@ void read_sub_interface(Draft &draft, const Row &row)
             const auto mtu = static_cast<uint16_t>(row.number("mtu"));
             sub.mtu = std::min(mtu, parent_mtu);
             if (mtu > parent_mtu)
-                draft.note(row.location_of("mtu"), "mtu is {}: capped to {}, the MTU of {}", mtu,
-                           parent_mtu, name.parent);
+                draft.tell(FindingId::mtu_capped, row.location_of("mtu"), mtu, parent_mtu,
+                           name.parent);
         }
         return &sub.l3;
     };
@@ -400,10 +388,8 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
     case InterfaceKind::port: {
         const auto joined = draft.joined.find(name);
         if (joined != draft.joined.end())
-            return draft.error({row.location, joined->second},
-                               "{} is a member of a port-channel and has no interface of its "
-                               "own for a virtual MAC",
-                               name);
+            return draft.tell(FindingId::member_with_virtual_mac, {row.location, joined->second},
+                              name);
         return referred(draft, row, desired.routed_ports, "INTERFACE", name);
     }
     case InterfaceKind::port_channel:
@@ -415,9 +401,8 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
         return referred(draft, row, none, "PORTCHANNEL_INTERFACE", name);
     }
     if (const auto absence = why_absent(desired, name, found->second)) {
-        draft.warning({row.location, absence->second},
-                      "left out: {}, so no interface for a virtual MAC", absence->first);
-        return false;
+        return draft.tell(FindingId::no_interface_for_virtual_mac, {row.location, absence->second},
+                          absence->first);
     }
     return true;
 }
@@ -427,8 +412,8 @@ template <uint8_t family> void read_virtual_router(Draft &draft, const Row &row)
     const uint32_t vrid = *parse_number(row.parts[1], vrid_range);
     for (const char *field : {"vrid", "vid"}) {
         if (row.given(field) && row.number(field) != vrid) {
-            draft.error(row.location_of(field), "{} is {}: expected {}, as the key says", field,
-                        row.number(field), vrid);
+            draft.tell(FindingId::value_unlike_name, row.location_of(field), field,
+                       row.number(field), vrid, "key");
             return;
         }
     }
@@ -745,10 +730,7 @@ void Draft::add_port(const std::string &name, DesiredPort port)
         desired.ports.emplace(name, std::move(port));
         return;
     }
-    if (!ports_full_)
-        error(port.location, fmt::format("more than {} ports: {} and those after it are left out",
-                                         most_ports, name));
-    ports_full_ = true;
+    tell(FindingId::too_many_ports, port.location, name, most_ports);
     leave_out("PORT", name, port.location);
 }
 

@@ -10,6 +10,7 @@
 
 #include "sim/config/desired.h"
 #include "sim/config/document.h"
+#include "sim/config/findings.h"
 #include "sim/config/names.h"
 
 /* The configuration tables that are read, as data: a row of the list in tables.cpp holds a table's
@@ -131,23 +132,12 @@ public:
     /* (parent, VLAN) -> the sub-interface's row */
     std::map<std::pair<std::string, uint32_t>, SourceLocation> encapsulations;
 
-    /* Add a finding; the values go into the text as in fmt::format. An error returns false, for a
-     * check to return. */
-    template <class... Values>
-    bool error(const Place &place, fmt::format_string<Values...> text, Values &&...values)
+    /* Add a finding; see make_finding for the values. Returns false, for a check to return. */
+    template <class... Values> bool tell(FindingId id, const Place &place, const Values &...values)
     {
-        add(Finding::Severity::error, place, fmt::format(text, values...));
+        findings_.push_back(
+            make_finding(id, place.location, {fmt::to_string(values)...}, place.other));
         return false;
-    }
-    template <class... Values>
-    void warning(const Place &place, fmt::format_string<Values...> text, Values &&...values)
-    {
-        add(Finding::Severity::warning, place, fmt::format(text, values...));
-    }
-    template <class... Values>
-    void note(const Place &place, fmt::format_string<Values...> text, Values &&...values)
-    {
-        add(Finding::Severity::note, place, fmt::format(text, values...));
     }
 
     /* What is missing because of an error in its row or table. Only for missing objects: another
@@ -160,14 +150,8 @@ public:
     void add_port(const std::string &name, DesiredPort port);
 
 private:
-    void add(Finding::Severity severity, const Place &place, std::string message)
-    {
-        findings_.push_back({severity, place.location, std::move(message), place.other});
-    }
-
     std::vector<Finding> &findings_;
     std::map<std::string, SourceLocation> left_out_; /* by "table|name" or "table" */
-    bool ports_full_ = false;
 };
 
 } // namespace kvnsim

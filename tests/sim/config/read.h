@@ -14,7 +14,7 @@ inline Configuration read(const std::string &text)
     return read_configuration("c.json", text);
 }
 
-/* Findings as a user sees them, without the file's name. */
+/* Findings as a user sees them, without the file's name and without codes. */
 inline std::vector<std::string> findings(const Configuration &configuration)
 {
     std::vector<std::string> texts;
@@ -22,6 +22,7 @@ inline std::vector<std::string> findings(const Configuration &configuration)
         std::string text = finding.to_text();
         for (size_t at; (at = text.find("c.json:")) != text.npos;)
             text.erase(at, 7);
+        text.erase(text.size() - finding.code.size() - 3);
         texts.push_back(text);
     }
     return texts;
