@@ -7,10 +7,12 @@
 #include <rapidjson/reader.h>
 
 #include <algorithm>
-#include <iterator>
 #include <map>
-#include <numeric>
+#include <optional>
 #include <string_view>
+#include <tuple>
+#include <unordered_map>
+#include <utility>
 
 #include "sim/config/findings.h"
 #include "sim/config/names.h"
@@ -58,8 +60,8 @@ bool is_blank(char c)
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
-/* Takes the parser's events. The first three levels of objects are tables, rows and fields; what
- * is deeper, or of another kind, is passed over. */
+/* Takes the parser's events. Tables, rows, fields and the elements of lists are kept; what is deeper
+ * is passed over. */
 class Builder {
 public:
     using Ch = char;
@@ -68,12 +70,11 @@ public:
         : text_(text), stream_(stream), token_end_(start), position_(text, start)
     {}
 
-    std::vector<DocumentTable> tables;
-    ValueKind root = ValueKind::null;
-    Position root_at;
+    DocumentEntry root;
     bool too_deep = false;
 
-    uint32_t level() const { return level_; }
+    /* Open objects and lists whose entries are kept: 1 among tables, 2 rows, 3 fields. */
+    size_t level() const { return open_.size(); }
 
     // NOLINTBEGIN(readability-identifier-naming): the parser names its events.
     bool Null() { return value(ValueKind::null, {}); }
@@ -96,46 +97,42 @@ public:
     bool Key(const char *s, rapidjson::SizeType length, bool)
     {
         const Position at = token_start(false);
-        if (passed_over_ > 0)
-            return true;
-        const std::string name{s, length};
-        if (level_ == 1)
-            tables.push_back({name, at, {}, {}});
-        else if (level_ == 2)
-            tables.back().rows.push_back({name, at, {}, {}});
-        else
-            tables.back().rows.back().fields.push_back({name, at, {}, {}, {}});
+        if (passed_over_ == 0) {
+            DocumentEntry &entry = open_.back()->entries.emplace_back();
+            entry.name.assign(s, length);
+            entry.at = at;
+        }
         return true;
     }
 
-    bool StartObject()
-    {
-        const bool structural = passed_over_ == 0 && level_ < 3;
-        if (!value(ValueKind::object, {}))
-            return false;
-        return opens(structural ? level_ : passed_over_);
-    }
-    bool StartArray() { return value(ValueKind::list, {}) && opens(passed_over_); }
-    bool EndObject(rapidjson::SizeType)
-    {
-        token_start(true);
-        --(passed_over_ > 0 ? passed_over_ : level_);
-        return true;
-    }
-    bool EndArray(rapidjson::SizeType)
-    {
-        token_start(true);
-        --passed_over_;
-        return true;
-    }
+    bool StartObject() { return opens(ValueKind::object); }
+    bool StartArray() { return opens(ValueKind::list); }
+    bool EndObject(rapidjson::SizeType) { return closes(); }
+    bool EndArray(rapidjson::SizeType) { return closes(); }
     // NOLINTEND(readability-identifier-naming)
 
 private:
-    bool opens(uint32_t &containers)
+    static constexpr size_t most_kept = 4; /* the root, tables, rows, fields */
+
+    bool opens(ValueKind kind)
     {
-        ++containers;
-        too_deep = level_ + passed_over_ > max_depth;
+        value(kind, {});
+        if (passed_over_ > 0 || open_.size() == most_kept)
+            ++passed_over_;
+        else
+            open_.push_back(last_);
+        too_deep = open_.size() + passed_over_ > max_depth;
         return !too_deep;
+    }
+
+    bool closes()
+    {
+        token_start(true);
+        if (passed_over_ > 0)
+            --passed_over_;
+        else
+            open_.pop_back();
+        return true;
     }
 
     /* The parser reports a string, number or word after reading it, a bracket before. In either
@@ -154,19 +151,15 @@ private:
         const Position at = token_start(kind == ValueKind::object || kind == ValueKind::list);
         if (passed_over_ > 0)
             return true;
-        if (level_ == 0) {
-            root = kind;
-            root_at = at;
-        } else if (level_ == 1) {
-            tables.back().kind = kind;
-        } else if (level_ == 2) {
-            tables.back().rows.back().kind = kind;
-        } else {
-            DocumentField &field = tables.back().rows.back().fields.back();
-            field.kind = kind;
-            field.text = text;
-            field.value_at = at;
-        }
+        if (open_.empty())
+            last_ = &root;
+        else if (open_.back()->kind == ValueKind::list)
+            last_ = &open_.back()->entries.emplace_back();
+        else
+            last_ = &open_.back()->entries.back();
+        last_->kind = kind;
+        last_->text = text;
+        last_->value_at = at;
         return true;
     }
 
@@ -174,8 +167,9 @@ private:
     const TextStream &stream_;
     size_t token_end_;
     PositionFinder position_;
-    uint32_t level_ = 0;       /* open objects that hold tables, rows, fields */
-    uint32_t passed_over_ = 0; /* open objects and lists that are passed over */
+    std::vector<DocumentEntry *> open_; /* each is the last entry of the one before */
+    DocumentEntry *last_ = nullptr;     /* whose value was read last */
+    size_t passed_over_ = 0;            /* open objects and lists that are passed over */
 };
 
 SourceLocation location_of(const std::string &file, Position at)
@@ -242,69 +236,132 @@ std::string explain(rapidjson::ParseErrorCode code, const std::string &text, siz
                        fmt::arg("byte", static_cast<unsigned char>(found)));
 }
 
+/* "INTERFACE|Ethernet0|10.0.0.0/31" as table and key; empty for a table's name. */
+std::optional<std::pair<std::string, std::string>> split_flat_name(const std::string &name)
+{
+    const size_t bar = name.find('|');
+    if (bar == name.npos)
+        return {};
+    return std::make_pair(std::string(trimmed(std::string_view(name).substr(0, bar))),
+                          name.substr(bar + 1));
+}
+
 Finding syntax_error(const std::string &file, const std::string &text, size_t start, size_t offset,
                      std::string message, const Builder &builder)
 {
     SourceLocation location = location_of(file, PositionFinder(text, start).move_to(offset));
     if (builder.level() >= 2) {
-        location.table = builder.tables.back().name;
-        if (builder.level() >= 3)
-            location.key = builder.tables.back().rows.back().name;
+        const DocumentEntry &table = builder.root.entries.back();
+        if (const auto flat = split_flat_name(table.name)) {
+            std::tie(location.table, location.key) = *flat;
+        } else {
+            location.table = table.name;
+            if (builder.level() >= 3 && !table.entries.empty())
+                location.key = table.entries.back().name;
+        }
     }
     return make_finding(FindingId::syntax, std::move(location), {std::move(message)});
 }
 
-/* Calls repeats(later, first) for every entry whose name an earlier one has, then erases it. */
-template <class Entry, class Repeats>
-void erase_repeated(std::vector<Entry> &entries, const Repeats &repeats)
+/* Calls repeats(last, earlier) for every entry that a later one of its name replaces, then erases
+ * it. */
+template <class Repeats>
+void erase_repeated(std::vector<DocumentEntry> &entries, const Repeats &repeats)
 {
-    std::vector<size_t> order(entries.size());
-    std::iota(order.begin(), order.end(), size_t{0});
-    std::stable_sort(order.begin(), order.end(),
-                     [&](size_t a, size_t b) { return entries[a].name < entries[b].name; });
-    std::vector<size_t> first(entries.size()); /* of each entry's name */
-    for (size_t i = 0; i < order.size(); ++i) {
-        const bool is_new = i == 0 || entries[order[i]].name != entries[order[i - 1]].name;
-        first[order[i]] = is_new ? order[i] : first[order[i - 1]];
-    }
-    for (size_t i = 0; i < entries.size(); ++i) {
-        if (first[i] != i)
-            repeats(entries[i], entries[first[i]]);
-    }
-    const auto is_repeated = [&](const Entry &entry) {
-        const auto i = static_cast<size_t>(&entry - entries.data());
-        return first[i] != i;
-    };
-    entries.erase(std::remove_if(entries.begin(), entries.end(), is_repeated), entries.end());
+    std::unordered_map<std::string_view, size_t> last;
+    for (size_t i = 0; i < entries.size(); ++i)
+        last[entries[i].name] = i;
+    if (last.size() == entries.size())
+        return;
+    std::vector<DocumentEntry> kept;
+    for (size_t i = 0; i < entries.size(); ++i)
+        if (const size_t counts = last[entries[i].name]; counts != i)
+            repeats(entries[counts], entries[i]);
+    for (size_t i = 0; i < entries.size(); ++i)
+        if (last.count(entries[i].name) != 0 && last[entries[i].name] == i)
+            kept.push_back(std::move(entries[i]));
+    entries = std::move(kept);
 }
 
-/* Reports every duplicate name and leaves one of each. */
-void remove_repetitions(const std::string &file, std::vector<DocumentTable> &tables,
-                        std::vector<Finding> &findings)
-{
-    const auto report = [&](FindingId id, std::initializer_list<std::string> values,
-                            const std::string &table, const std::string &key, Position later,
-                            Position first) {
-        const SourceLocation at{file, 0, 0, table, key};
-        findings.push_back(make_finding(id, moved(at, later), values, moved(at, first)));
-    };
-    erase_repeated(tables, [&](DocumentTable &later, DocumentTable &first) {
-        report(FindingId::duplicate_table, {}, later.name, {}, later.at, first.at);
-        first.rows.insert(first.rows.end(), std::make_move_iterator(later.rows.begin()),
-                          std::make_move_iterator(later.rows.end()));
-        if (later.kind == ValueKind::object)
-            first.kind = later.kind;
-    });
-    for (DocumentTable &table : tables) {
-        erase_repeated(table.rows, [&](const DocumentRow &later, const DocumentRow &first) {
-            report(FindingId::duplicate_row, {}, table.name, later.name, later.at, first.at);
+/* Leaves one of each name and reports the others, in tables that are read. */
+class Repetitions {
+public:
+    Repetitions(const std::string &file, IsRead is_read, std::vector<Finding> &findings)
+        : file_(file), is_read_(is_read), findings_(findings)
+    {}
+
+    void remove_from(std::vector<DocumentTable> &tables)
+    {
+        erase_repeated(tables, [&](const DocumentTable &last, const DocumentTable &earlier) {
+            report(FindingId::duplicate_table, {}, last.name, {}, last.at, earlier.at);
         });
-        for (DocumentRow &row : table.rows)
-            erase_repeated(row.fields, [&](const DocumentField &later, const DocumentField &first) {
-                report(FindingId::duplicate_field, {quoted(later.name)}, table.name, row.name,
-                       later.at, first.at);
-            });
     }
+
+    void remove_from(DocumentTable &table)
+    {
+        if (table.kind != ValueKind::object)
+            return;
+        erase_repeated(table.entries, [&](const DocumentRow &last, const DocumentRow &earlier) {
+            report(FindingId::duplicate_row, {}, table.name, last.name, last.at, earlier.at);
+        });
+        for (DocumentRow &row : table.entries) {
+            if (row.kind != ValueKind::object)
+                continue;
+            erase_repeated(row.entries, [&](const DocumentField &last,
+                                            const DocumentField &earlier) {
+                report(FindingId::duplicate_field, {quoted(last.name)}, table.name, row.name,
+                       last.at, earlier.at);
+            });
+        }
+    }
+
+private:
+    void report(FindingId id, std::initializer_list<std::string> values, const std::string &table,
+                const std::string &key, Position last, Position earlier)
+    {
+        if (!is_read_(table))
+            return;
+        const SourceLocation at{file_, 0, 0, table, key};
+        findings_.push_back(make_finding(id, moved(at, last), values, moved(at, earlier)));
+    }
+
+    const std::string &file_;
+    const IsRead is_read_;
+    std::vector<Finding> &findings_;
+};
+
+/* The tables of both forms, with names as they are looked up. */
+std::vector<DocumentTable> fold(std::vector<DocumentEntry> entries, Repetitions &repetitions)
+{
+    std::vector<DocumentTable> tables, flat_rows;
+    for (DocumentEntry &entry : entries) {
+        if (entry.name.find('|') != entry.name.npos) {
+            flat_rows.push_back(std::move(entry));
+            continue;
+        }
+        entry.name = trimmed(entry.name);
+        for (DocumentRow &row : entry.entries)
+            row.name = without_blanks_beside_bars(row.name);
+        tables.push_back(std::move(entry));
+    }
+    repetitions.remove_from(tables);
+    std::unordered_map<std::string, size_t> place;
+    for (size_t i = 0; i < tables.size(); ++i)
+        place[tables[i].name] = i;
+    for (DocumentRow &row : flat_rows) {
+        const auto [table, key] = *split_flat_name(row.name);
+        const auto [at, is_new] = place.try_emplace(table, tables.size());
+        if (is_new)
+            tables.push_back({table, row.at, ValueKind::object, {}, row.value_at, {}});
+        row.name = without_blanks_beside_bars(key);
+        tables[at->second].entries.push_back(std::move(row));
+    }
+    for (DocumentTable &table : tables) {
+        for (DocumentRow &row : table.entries)
+            read_flat_fields(row);
+        repetitions.remove_from(table);
+    }
+    return tables;
 }
 
 } // namespace
@@ -316,7 +373,26 @@ const char *to_text(ValueKind kind)
     return texts[static_cast<size_t>(kind)];
 }
 
-Document read_document(const std::string &file, const std::string &text,
+void read_flat_fields(DocumentRow &row)
+{
+    const auto is_placeholder = [](const DocumentField &field) {
+        return field.name == "NULL" && field.text == field.name;
+    };
+    std::vector<DocumentField> &fields = row.entries;
+    fields.erase(std::remove_if(fields.begin(), fields.end(), is_placeholder), fields.end());
+    for (DocumentField &field : fields) {
+        field.name = trimmed(field.name);
+        if (field.name.empty() || field.name.back() != '@' || field.kind != ValueKind::text)
+            continue;
+        field.name.pop_back();
+        field.kind = ValueKind::list;
+        for (std::string &element : split(std::exchange(field.text, {}), ','))
+            field.entries.push_back(
+                {{}, {}, ValueKind::text, std::move(element), field.value_at, {}});
+    }
+}
+
+Document read_document(const std::string &file, const std::string &text, IsRead is_read,
                        std::vector<Finding> &findings)
 {
     const size_t start =
@@ -339,23 +415,23 @@ Document read_document(const std::string &file, const std::string &text,
                                rapidjson::kParseNumbersAsStringsFlag;
     rapidjson::Reader reader;
     const rapidjson::ParseResult result = reader.Parse<flags>(stream, builder);
+    Repetitions repetitions(file, is_read, findings);
     if (result.IsError()) {
         std::string message = builder.too_deep
                                   ? fmt::format("nested deeper than {} levels", max_depth)
                                   : explain(result.Code(), text, result.Offset());
         findings.push_back(
             syntax_error(file, text, start, result.Offset(), std::move(message), builder));
-    } else if (builder.root != ValueKind::object) {
-        findings.push_back(make_finding(FindingId::no_object_of_tables,
-                                        location_of(file, builder.root_at),
-                                        {to_text(builder.root)}));
+        fold(std::move(builder.root.entries), repetitions);
+        return {};
     }
-    Document document{std::move(builder.tables),
-                      !result.IsError() && builder.root == ValueKind::object};
-    remove_repetitions(file, document.tables, findings);
-    if (!document.is_object)
-        document.tables.clear();
-    return document;
+    if (builder.root.kind != ValueKind::object) {
+        findings.push_back(make_finding(FindingId::no_object_of_tables,
+                                        location_of(file, builder.root.value_at),
+                                        {to_text(builder.root.kind)}));
+        return {};
+    }
+    return {fold(std::move(builder.root.entries), repetitions), true};
 }
 
 } // namespace kvnsim

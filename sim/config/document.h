@@ -25,33 +25,37 @@ inline SourceLocation moved(SourceLocation location, Position to)
 enum class ValueKind : uint8_t { text, number, boolean, null, list, object };
 const char *to_text(ValueKind kind); /* "a string", "a number", ... */
 
-struct DocumentField {
+/* A name with its value: a table, a row or a field; an element of a list has no name. */
+struct DocumentEntry {
     std::string name;
     Position at;
     ValueKind kind = ValueKind::null;
     std::string text; /* of a string, number or boolean */
     Position value_at;
+    std::vector<DocumentEntry> entries; /* of an object or list */
 };
-struct DocumentRow {
-    std::string name; /* the key */
-    Position at;
-    ValueKind kind = ValueKind::null; /* fields only if an object */
-    std::vector<DocumentField> fields;
-};
-struct DocumentTable {
-    std::string name;
-    Position at;
-    ValueKind kind = ValueKind::null; /* rows only if an object */
-    std::vector<DocumentRow> rows;
-};
+using DocumentField = DocumentEntry;
+using DocumentRow = DocumentEntry;   /* its name is the key */
+using DocumentTable = DocumentEntry;
+
+/* Each name once, without blanks at its ends or beside '|'. */
 struct Document {
     std::vector<DocumentTable> tables;
     bool is_object = false; /* false: a syntax error or another value; no tables */
 };
 
-/* Parse text. Formal errors go to findings: at most one syntax error, and every duplicate key (the
- * first row or field stays; the rows of duplicate tables are joined). */
-Document read_document(const std::string &file, const std::string &text,
+/* Whether duplicates in a table matter. */
+using IsRead = bool (*)(const std::string &table);
+
+/* Parse text, in the nested form {"PORT": {"Ethernet0": {...}}} or in the flat one of a database's
+ * dump, {"PORT|Ethernet0": {...}}, which may be mixed. Formal errors go to findings: at most one
+ * syntax error, and duplicates in tables that are read. Of duplicates the last one counts, as with
+ * the loaders that switches use. */
+Document read_document(const std::string &file, const std::string &text, IsRead is_read,
                        std::vector<Finding> &findings);
+
+/* Make a row of a database's entry: its fields are given as names and texts. {"NULL": "NULL"}
+ * stands for none, and "members@": "a,b" for a list. */
+void read_flat_fields(DocumentRow &row);
 
 } // namespace kvnsim
