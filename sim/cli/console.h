@@ -30,8 +30,6 @@ private:
 class Console {
 public:
     Console();
-    Console(const Console &) = delete;
-    Console &operator=(const Console &) = delete;
 
     /* Data. */
     std::ostream &out() { return out_; }

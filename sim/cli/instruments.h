@@ -26,8 +26,6 @@ std::vector<Option> with_instruments(std::vector<Option> before, const std::vect
 class Instruments {
 public:
     Instruments(const Arguments &arguments, Console &console);
-    Instruments(const Instruments &) = delete;
-    Instruments &operator=(const Instruments &) = delete;
 
     /* Set faults and capacities, and check every output file; no input may be among them. Throws
      * UsageError and SnapshotError. */

@@ -19,8 +19,6 @@ public:
      * cannot be read or written is ignored. */
     LineEditor(std::FILE *terminal, std::string history_file, Completer completer);
     ~LineEditor(); /* writes the history */
-    LineEditor(const LineEditor &) = delete;
-    LineEditor &operator=(const LineEditor &) = delete;
 
     /* The next line; empty text after Ctrl-C, nothing at the end (Ctrl-D, SIGTERM). */
     std::optional<std::string> read(const char *prompt);

@@ -18,11 +18,8 @@ const ShowKind &show_kind_named(const std::string &what)
 {
     if (const ShowKind *kind = find_show_kind(what))
         return *kind;
-    std::vector<std::string> names;
-    for (const ShowKind &kind : show_kinds())
-        names.emplace_back(kind.name);
-    throw UsageError(
-        fmt::format("there is no table \"{}\"; there are {}", what, fmt::join(names, ", ")));
+    throw UsageError(fmt::format("there is no table \"{}\"; there are {}", what,
+                                 fmt::join(names_of(show_kinds()), ", ")));
 }
 
 } // namespace

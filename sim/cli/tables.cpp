@@ -11,15 +11,6 @@
 namespace kvnsim {
 namespace {
 
-/* The rows of one interface; nullptr where a table has none. */
-struct Rows {
-    const L3lifRow *l3lif = nullptr;
-    const PmRow *pm = nullptr;
-    const PcRow *pc = nullptr;
-    const LabelRow *label = nullptr;
-    const MemberIntfRow *member_intf = nullptr;
-};
-
 template <class Row> Cell number(const Row *row, uint32_t Row::*column)
 {
     return row == nullptr ? Cell() : Cell(int64_t{row->*column});
@@ -72,17 +63,16 @@ Listing attribute_values(const Snapshot &snapshot)
 
 Listing shared_database(const Snapshot &snapshot)
 {
-    std::map<uint32_t, Rows> by_ifindex;
-    for (const L3lifRow &row : snapshot.l3lif)
-        by_ifindex[row.ifindex].l3lif = &row;
-    for (const PmRow &row : snapshot.pm)
-        by_ifindex[row.ifindex].pm = &row;
-    for (const PcRow &row : snapshot.pc)
-        by_ifindex[row.ifindex].pc = &row;
-    for (const LabelRow &row : snapshot.label)
-        by_ifindex[row.ifindex].label = &row;
-    for (const MemberIntfRow &row : snapshot.member_intf)
-        by_ifindex[row.ifindex].member_intf = &row;
+    std::set<uint32_t> ifindexes;
+    const auto collect = [&](const auto &rows) {
+        for (const auto &row : rows)
+            ifindexes.insert(row.ifindex);
+    };
+    collect(snapshot.l3lif);
+    collect(snapshot.pm);
+    collect(snapshot.pc);
+    collect(snapshot.label);
+    collect(snapshot.member_intf);
     const Index index(snapshot);
     Listing listing{"Shared database",
                     {{"interface", "Interface"},
@@ -99,16 +89,20 @@ Listing shared_database(const Snapshot &snapshot)
                      {"label", "label"},
                      {"member_intf", "kept intf"}},
                     {}};
-    for (const auto &[ifindex, rows] : by_ifindex) {
+    for (const uint32_t ifindex : ifindexes) {
         const HostRow *host = index.host(ifindex);
+        const L3lifRow *l3lif = index.l3lif(ifindex);
         listing.rows.push_back(
             {host == nullptr ? Cell() : Cell(host->name), fmt::format("{:#010x}", ifindex),
-             number(rows.l3lif, &L3lifRow::mtu), flag(rows.l3lif, &L3lifRow::ipv4_ucst_en),
-             flag(rows.l3lif, &L3lifRow::ipv4_mcst_en), flag(rows.l3lif, &L3lifRow::ipv4_same_if),
-             number(rows.l3lif, &L3lifRow::v4_vpn_id), number(rows.l3lif, &L3lifRow::v6_vpn_id),
-             number(rows.l3lif, &L3lifRow::nat_zone), number(rows.pm, &PmRow::ifmap_idx),
-             number(rows.pc, &PcRow::pc_id), label(rows.label),
-             number(rows.member_intf, &MemberIntfRow::intf_id)});
+             number(l3lif, &L3lifRow::mtu), flag(l3lif, &L3lifRow::ipv4_ucst_en),
+             flag(l3lif, &L3lifRow::ipv4_mcst_en), flag(l3lif, &L3lifRow::ipv4_same_if),
+             number(l3lif, &L3lifRow::v4_vpn_id), number(l3lif, &L3lifRow::v6_vpn_id),
+             number(l3lif, &L3lifRow::nat_zone),
+             number(find_row(snapshot.pm, &PmRow::ifindex, ifindex), &PmRow::ifmap_idx),
+             number(find_row(snapshot.pc, &PcRow::ifindex, ifindex), &PcRow::pc_id),
+             label(index.label(ifindex)),
+             number(find_row(snapshot.member_intf, &MemberIntfRow::ifindex, ifindex),
+                    &MemberIntfRow::intf_id)});
     }
     return listing;
 }

@@ -23,11 +23,6 @@ namespace {
 /* The requests that each step of a plan makes. */
 class StepRequests : public Observer {
 public:
-    StepRequests() { Journal::instance().add(*this); }
-    ~StepRequests() override { Journal::instance().remove(*this); }
-    StepRequests(const StepRequests &) = delete;
-    StepRequests &operator=(const StepRequests &) = delete;
-
     void request_begins(const Request &request) override { made_.push_back(request); }
     void end_step() { steps_.push_back(std::exchange(made_, {})); }
     std::vector<std::vector<Request>> take() { return std::exchange(steps_, {}); }

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <map>
-#include <memory_resource>
 #include <optional>
 #include <set>
 #include <string>
@@ -28,45 +27,12 @@ struct SourceLocation {
     }
 };
 
-/* Allocates objects of one type close together: large maps are walked often. Freed memory is kept
- * for the same type. */
-template <class T> struct PoolAllocator {
-    using value_type = T;
-    PoolAllocator() = default;
-    template <class U> PoolAllocator(const PoolAllocator<U> &) {}
-    T *allocate(size_t count)
-    {
-        return static_cast<T *>(pool().allocate(count * sizeof(T), alignof(T)));
-    }
-    void deallocate(T *memory, size_t count)
-    {
-        pool().deallocate(memory, count * sizeof(T), alignof(T));
-    }
-    friend bool operator==(const PoolAllocator &, const PoolAllocator &) { return true; }
-    friend bool operator!=(const PoolAllocator &, const PoolAllocator &) { return false; }
-
-private:
-    /* Never destroyed: maps may live until the process ends. The address sanitizer needs separate
-     * allocations. */
-    static std::pmr::memory_resource &pool()
-    {
-#ifdef __SANITIZE_ADDRESS__
-        return *std::pmr::new_delete_resource();
-#else
-        static auto &pool = *new std::pmr::unsynchronized_pool_resource;
-        return pool;
-#endif
-    }
-};
-
 /* Natural order of interface names: Ethernet2 before Ethernet10. */
 struct NaturalOrder {
     using is_transparent = void;
     bool operator()(const std::string &a, const std::string &b) const;
 };
-template <class T>
-using ByName =
-    std::map<std::string, T, NaturalOrder, PoolAllocator<std::pair<const std::string, T>>>;
+template <class T> using ByName = std::map<std::string, T, NaturalOrder>;
 
 /* L3 settings that every kind of routed interface has. */
 struct L3Settings {

@@ -105,8 +105,6 @@ struct HeldPortChannel {
 class Host {
 public:
     static Host &instance();
-    Host(const Host &) = delete;
-    Host &operator=(const Host &) = delete;
 
     /* ---- Interfaces. Names and numbers are unique: nullptr when taken or out of range. Once
      * added, an interface is known to the if_index_* services and keeps its place in memory. ----

@@ -180,15 +180,15 @@ Journal &Journal::instance()
     return journal;
 }
 
-void Journal::add(Observer &observer)
+Observer::Observer()
 {
-    observers_.push_back(&observer);
+    Journal::instance().observers_.push_back(this);
 }
 
-void Journal::remove(Observer &observer)
+Observer::~Observer()
 {
-    observers_.erase(std::remove(observers_.begin(), observers_.end(), &observer),
-                     observers_.end());
+    auto &observers = Journal::instance().observers_;
+    observers.erase(std::remove(observers.begin(), observers.end(), this), observers.end());
 }
 
 void Journal::begin(std::shared_ptr<Request> request)

@@ -230,10 +230,15 @@ struct TraceRecord {
     std::string text;
 };
 
-/* Sees everything in order. Calls collect their arguments only while an observer is registered. */
+/* Sees everything in order, from its construction to its destruction. Calls collect their arguments
+ * only while there is an observer. */
 class Observer {
 public:
-    virtual ~Observer() = default;
+    Observer();
+    virtual ~Observer();
+    Observer(const Observer &) = delete;
+    Observer &operator=(const Observer &) = delete;
+
     virtual void request_begins(const Request &) {}
     virtual void call_made(const Call &) {}
     virtual void trace_emitted(const TraceRecord &) {}
@@ -288,8 +293,6 @@ class Journal {
 public:
     static Journal &instance();
 
-    void add(Observer &observer);
-    void remove(Observer &observer);
     bool observed() const { return !observers_.empty(); }
 
     /* Between these two everything belongs to the request. Requests do not nest. */
@@ -319,6 +322,7 @@ public:
 
 private:
     friend class ImportedCall;
+    friend class Observer;
     std::vector<Observer *> observers_;
     std::shared_ptr<Request> current_;
     const char *current_call_ = "";

@@ -15,12 +15,10 @@ Recorder::Recorder(std::ostream &out) : out_(out)
 {
     write(line(LineKind::header, Value::integer(recording_version),
                {{"word_size", Value::integer(8 * sizeof(void *))}}));
-    Journal::instance().add(*this);
 }
 
 Recorder::~Recorder()
 {
-    Journal::instance().remove(*this);
     write(line(LineKind::end, Value::integer(1),
                {{"requests", Value::integer(static_cast<int64_t>(requests_))}}));
     out_.flush();

@@ -12,15 +12,13 @@
 namespace kvnsim {
 
 /* Writes what crosses the library's boundary as a recording, line by line (docs/recording.md).
- * Observes the journal from construction to destruction, which writes the last line. The stream
- * must live as long; its state shows whether all was written. The library's own table of virtual
- * MACs is not recorded: begin before the first request. */
+ * Its destruction writes the last line. The stream must live as long; its state shows whether all
+ * was written. The library's own table of virtual MACs is not recorded: begin before the first
+ * request. */
 class Recorder : public Observer {
 public:
     explicit Recorder(std::ostream &out);
     ~Recorder() override;
-    Recorder(const Recorder &) = delete;
-    Recorder &operator=(const Recorder &) = delete;
 
     void request_begins(const Request &request) override;
     void call_made(const Call &call) override;

@@ -135,16 +135,9 @@ public:
     Comparison(const RecordedRequest &recorded, const RecordingReader &reader, Replay &result)
         : recorded_(recorded), reader_(reader), result_(result)
     {
-        Journal::instance().add(*this);
         Journal::instance().answers = this;
     }
-    ~Comparison() override
-    {
-        Journal::instance().answers = nullptr;
-        Journal::instance().remove(*this);
-    }
-    Comparison(const Comparison &) = delete;
-    Comparison &operator=(const Comparison &) = delete;
+    ~Comparison() override { Journal::instance().answers = nullptr; }
 
     std::optional<int64_t> answer(const ImportedCall &call,
                                   std::initializer_list<Argument> arguments, bool) override

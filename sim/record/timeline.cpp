@@ -36,17 +36,6 @@ std::string one_line(std::string text)
 
 } // namespace
 
-Timeline::Timeline(std::ostream &out, TimelineOptions options)
-    : out_(out), options_(std::move(options))
-{
-    Journal::instance().add(*this);
-}
-
-Timeline::~Timeline()
-{
-    Journal::instance().remove(*this);
-}
-
 bool Timeline::concerns(const Request &request) const
 {
     const std::string &name = options_.interface;

@@ -2,6 +2,7 @@
 
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "sim/journal/journal.h"
 
@@ -18,13 +19,11 @@ struct TimelineOptions {
 
 /* Prints requests as they happen, as a call tree: the configuration row or command that caused
  * them, the request with its arguments, each call with its arguments and results, the request's
- * result. Observes the journal from construction to destruction; the stream must live as long. */
+ * result. The stream must live as long. */
 class Timeline : public Observer {
 public:
-    Timeline(std::ostream &out, TimelineOptions options);
-    ~Timeline() override;
-    Timeline(const Timeline &) = delete;
-    Timeline &operator=(const Timeline &) = delete;
+    Timeline(std::ostream &out, TimelineOptions options) : out_(out), options_(std::move(options))
+    {}
 
     void request_begins(const Request &request) override;
     void call_made(const Call &call) override;

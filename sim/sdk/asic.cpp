@@ -170,7 +170,8 @@ struct Asic::State {
     SdkStatus check_sub_interface(const IntfRow &row);
     SdkStatus check_svi(const IntfRow &row);
     SdkStatus check_write(uint32_t intf_id, uint32_t attribute, uint32_t value);
-    SdkStatus check_mask(const sdk_port_mask &mask, std::vector<uint32_t> &numbers);
+    SdkStatus check_ports(uint32_t pc_id, const sdk_port_mask &mask,
+                          std::vector<uint32_t> &numbers);
 
     uint32_t occupant(const IntfRow &row);
     void occupy(const IntfRow &row, uint32_t intf_id);
@@ -564,8 +565,12 @@ SdkStatus Asic::portchannel_destroy(uint32_t pc_id)
     return status;
 }
 
-SdkStatus Asic::State::check_mask(const sdk_port_mask &mask, std::vector<uint32_t> &numbers)
+/* The numbers of the ports that the mask names, to join or leave the port-channel. */
+SdkStatus Asic::State::check_ports(uint32_t pc_id, const sdk_port_mask &mask,
+                                   std::vector<uint32_t> &numbers)
 {
+    if (!pc.find(pc_id))
+        return unknown("port-channel", pc_id);
     if (mask.mask_len != sizeof mask.port_bitmap)
         return refuse(SDK_E_PARAM, fmt::format("the mask's length is {}, not {}", mask.mask_len,
                                                sizeof mask.port_bitmap));
@@ -583,12 +588,10 @@ SdkStatus Asic::State::check_mask(const sdk_port_mask &mask, std::vector<uint32_
 SdkStatus Asic::member_add(uint32_t pc_id, const sdk_port_mask &mask)
 {
     State &s = *state_;
-    PortChannel *row = s.pc.find(pc_id);
-    if (!row)
-        return s.unknown("port-channel", pc_id);
     std::vector<uint32_t> numbers;
-    if (const SdkStatus status = s.check_mask(mask, numbers); status != SDK_E_NONE)
+    if (const SdkStatus status = s.check_ports(pc_id, mask, numbers); status != SDK_E_NONE)
         return status;
+    uint32_t &members = s.pc[pc_id].members;
     for (const uint32_t number : numbers) {
         const MemberRow &member = s.port[number].member;
         if (member.pc_id != 0)
@@ -596,27 +599,24 @@ SdkStatus Asic::member_add(uint32_t pc_id, const sdk_port_mask &mask)
                             fmt::format("front port {} is a member of port-channel {} already{}",
                                         number, member.pc_id, s.made(member.made)));
     }
-    if (row->members + numbers.size() > s.member.capacity)
-        return s.refuse(SDK_E_FULL,
-                        fmt::format("no room for {} more in port-channel {}: {} of {} "
-                                    "members",
-                                    numbers.size(), pc_id, row->members, s.member.capacity));
+    if (members + numbers.size() > s.member.capacity)
+        return s.refuse(SDK_E_FULL, fmt::format("no room for {} more in port-channel {}: {} of {} "
+                                                "members",
+                                                numbers.size(), pc_id, members, s.member.capacity));
     for (const uint32_t number : numbers)
         s.port[number].member = {pc_id, number, now()};
-    row->members += static_cast<uint32_t>(numbers.size());
-    s.member.use(std::max(s.member.used, row->members));
+    members += static_cast<uint32_t>(numbers.size());
+    s.member.use(std::max(s.member.used, members));
     return SDK_E_NONE;
 }
 
 SdkStatus Asic::member_delete(uint32_t pc_id, const sdk_port_mask &mask)
 {
     State &s = *state_;
-    PortChannel *row = s.pc.find(pc_id);
-    if (!row)
-        return s.unknown("port-channel", pc_id);
     std::vector<uint32_t> numbers;
-    if (const SdkStatus status = s.check_mask(mask, numbers); status != SDK_E_NONE)
+    if (const SdkStatus status = s.check_ports(pc_id, mask, numbers); status != SDK_E_NONE)
         return status;
+    uint32_t &members = s.pc[pc_id].members;
     for (const uint32_t number : numbers) {
         if (s.port[number].member.pc_id != pc_id)
             return s.refuse(
@@ -625,7 +625,7 @@ SdkStatus Asic::member_delete(uint32_t pc_id, const sdk_port_mask &mask)
     }
     for (const uint32_t number : numbers)
         s.port[number].member = {};
-    row->members -= static_cast<uint32_t>(numbers.size());
+    members -= static_cast<uint32_t>(numbers.size());
     uint32_t most = 0;
     s.pc.each([&](const PortChannel &any) { most = std::max(most, any.members); });
     s.member.use(most);

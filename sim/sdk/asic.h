@@ -106,8 +106,6 @@ public:
 
     Asic();
     ~Asic();
-    Asic(const Asic &) = delete;
-    Asic &operator=(const Asic &) = delete;
 
     /* The SDK's operations, as libsdk.h describes them. SDK_E_NONE, or a refusal: then nothing has
      * changed, nothing is written, and last_refusal() has the reason. */

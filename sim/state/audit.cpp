@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <map>
 #include <set>
+#include <unordered_set>
 
 #include <fmt/format.h>
 
@@ -27,8 +28,6 @@ public:
     {
         for (const WantedMember &member : s_.wanted_members)
             wanted_members_.insert({member.port_channel, member.port});
-        for (const FhrpRow &entry : s_.virtual_macs)
-            trap_owner_.emplace(entry.mac_trap_id, &entry);
     }
 
     std::vector<AuditFinding> findings()
@@ -36,7 +35,7 @@ public:
         for (const HostRow &host : s_.host) {
             const InterfaceRows rows(index_, host.name, &host, false);
             check_properties(rows);
-            check_host(host);
+            check_host(host, rows);
             check_record(host, rows);
         }
         for (const WantedPort &port : s_.wanted_ports) {
@@ -47,18 +46,7 @@ public:
             if (index_.host(wanted) == nullptr && index_.wanted_port(wanted.name) == nullptr)
                 check_properties(InterfaceRows(index_, wanted.name, nullptr, false));
         }
-        for (const IntfRow &intf : s_.intfs)
-            check_intf(intf);
-        for (const LidRow &lid : s_.lids)
-            check_lid(lid);
-        for (const LidPathRow &path : s_.lid_paths)
-            check_path(path);
-        for (const PortChannelRow &channel : s_.port_channels)
-            check_port_channel(channel);
-        for (const MemberRow &member : s_.members)
-            check_member(member);
-        for (const PendingRow &write : s_.pending)
-            check_pending(write);
+        check_each(s_.intfs, s_.lids, s_.lid_paths, s_.port_channels, s_.members, s_.pending);
         check_router_macs();
         check_virtual_macs();
         check_database();
@@ -69,6 +57,12 @@ public:
     }
 
 private:
+    template <class... Row> void check_each(const std::vector<Row> &...rows)
+    {
+        const auto each = [&](const auto &row) { check(row); };
+        (std::for_each(rows.begin(), rows.end(), each), ...);
+    }
+
     /* ---- Reporting ---- */
 
     AuditFinding &tell(AuditKind kind, std::string object, PropertyId property,
@@ -91,11 +85,34 @@ private:
         return finding;
     }
 
+    AuditFinding &tell(AuditKind kind, const HostRow &host, PropertyId property, std::string words,
+                       std::initializer_list<const Origin *> makers = {})
+    {
+        return tell(kind, host.name, property, host.name, std::move(words), makers);
+    }
+
+    /* Names the request behind an object. did: "made", "added" */
+    AuditFinding &tell_made(AuditKind kind, std::string object, PropertyId property,
+                            std::string interface, const std::string &words, const Origin &made,
+                            const char *did = "made", const Origin *other = nullptr)
+    {
+        return tell(kind, std::move(object), property, std::move(interface),
+                    fmt::format("{}: {} by {}", words, did, made.to_text()), {&made, other});
+    }
+
+    /* detail: " (path to front port 3)" */
+    void tell_orphan(const std::string &object, const std::string &detail, const char *owner,
+                     std::string interface, const Origin &made)
+    {
+        tell_made(AuditKind::orphan, object, {}, std::move(interface),
+                  fmt::format("{}{} belongs to no {}", object, detail, owner), made);
+    }
+
     /* record: "the host", "the library" */
     void tell_gone(const HostRow &host, PropertyId property, const char *record, const char *what,
                    uint32_t id)
     {
-        tell(AuditKind::dangling, host.name, property, host.name,
+        tell(AuditKind::dangling, host, property,
              fmt::format("{} records {} with {} {}, which is gone", record, host.name, what, id));
     }
 
@@ -187,7 +204,7 @@ private:
 
     /* ---- What the host and the library record ---- */
 
-    void check_host(const HostRow &host)
+    void check_host(const HostRow &host, const InterfaceRows &rows)
     {
         if (host.port_lid && index_.lid(*host.port_lid) == nullptr)
             tell_gone(host, PropertyId::port_lid, "the host", "LID entry", *host.port_lid);
@@ -201,47 +218,38 @@ private:
                 tell_gone(host, PropertyId::kept_intf, "the host", "SDK interface",
                           *host.kept_intf);
             else
-                check_place(host, *intf, "keeps", PropertyId::kept_intf);
+                check_place(rows, *intf, "keeps", PropertyId::kept_intf);
         }
         const bool is_port = host.kind == InterfaceKind::port;
-        const bool is_wanted =
-            is_port ? index_.wanted_port(host.name) != nullptr : index_.wanted(host) != nullptr;
-        if (!is_wanted && !tell_unwanted(host))
-            tell(AuditKind::unwanted, host.name, is_port ? PropertyId::port_lid : PropertyId::none,
-                 host.name,
+        const bool is_wanted = is_port ? rows.port != nullptr : rows.wanted != nullptr;
+        if (!is_wanted && !tell_unwanted(host, rows))
+            tell(AuditKind::unwanted, host, is_port ? PropertyId::port_lid : PropertyId::none,
                  fmt::format("{} {} is not wanted but the host still has it", to_text(host.kind),
                              host.name));
     }
 
     /* Reports what an unwanted interface still has in the ASIC; false if nothing. */
-    bool tell_unwanted(const HostRow &host)
+    bool tell_unwanted(const HostRow &host, const InterfaceRows &rows)
     {
-        const ContextRow *context = index_.context(host.ifindex);
-        if (context == nullptr)
-            return false;
-        const IntfRow *intf = context->intf_id == no_id ? nullptr : index_.intf(context->intf_id);
-        if (intf != nullptr) {
-            tell(AuditKind::unwanted, host.name, PropertyId::sdk_interface, host.name,
-                 fmt::format("{} is not wanted but has SDK interface {}, {}", host.name,
-                             index_.intf_words(intf->intf_id), made_by(intf->made)),
-                 {&intf->made});
+        const auto tell_has = [&](PropertyId property, const char *what, const std::string &id,
+                                  const Origin &made) {
+            tell(AuditKind::unwanted, host, property,
+                 fmt::format("{} is not wanted but has {} {}, {}", host.name, what, id,
+                             made_by(made)),
+                 {&made});
             return true;
-        }
-        if (host.kind != InterfaceKind::port_channel)
+        };
+        if (rows.intf != nullptr)
+            return tell_has(PropertyId::sdk_interface, "SDK interface",
+                            index_.intf_words(rows.intf->intf_id), rows.intf->made);
+        if (rows.context == nullptr || host.kind != InterfaceKind::port_channel)
             return false;
-        const PortChannelRow *channel =
-            context->pc_id == no_id ? nullptr : index_.port_channel(context->pc_id);
-        const LidRow *lid = context->lid_id == no_id ? nullptr : index_.lid(context->lid_id);
-        if (channel == nullptr && lid == nullptr)
-            return false;
-        const Origin &made = channel != nullptr ? channel->made : lid->made;
-        tell(AuditKind::unwanted, host.name,
-             channel != nullptr ? PropertyId::port_channel : lid_entry, host.name,
-             fmt::format("{} is not wanted but has {} {}, {}", host.name,
-                         channel != nullptr ? "SDK port-channel" : "LID entry",
-                         channel != nullptr ? channel->pc_id : lid->lid_id, made_by(made)),
-             {&made});
-        return true;
+        if (const PortChannelRow *channel = index_.port_channel(rows.context->pc_id))
+            return tell_has(PropertyId::port_channel, "SDK port-channel",
+                            fmt::to_string(channel->pc_id), channel->made);
+        const LidRow *lid = index_.lid(rows.context->lid_id);
+        return lid != nullptr &&
+               tell_has(lid_entry, "LID entry", fmt::to_string(lid->lid_id), lid->made);
     }
 
     void check_record(const HostRow &host, const InterfaceRows &rows)
@@ -264,11 +272,10 @@ private:
                 check_claim(host, PropertyId::port_channel, context->pc_id,
                             index_.owner_of_port_channel(context->pc_id));
         }
-        const bool known_port =
-            host.kind == InterfaceKind::port && index_.wanted_port(host.name) != nullptr;
+        const bool known_port = host.kind == InterfaceKind::port && rows.port != nullptr;
         /* A port-channel without members, or a port no longer routed. */
         if (rows.judged == nullptr && (rows.wanted != nullptr || known_port))
-            tell_unwanted(host);
+            tell_unwanted(host, rows);
         if (context->intf_id == no_id)
             return;
         if (rows.intf == nullptr) {
@@ -278,7 +285,7 @@ private:
         }
         check_claim(host, PropertyId::sdk_interface, context->intf_id,
                     index_.owner_of_intf(context->intf_id));
-        check_place(host, *rows.intf, "is recorded with", PropertyId::sdk_interface);
+        check_place(rows, *rows.intf, "is recorded with", PropertyId::sdk_interface);
         check_recorded_lid(host, *context);
     }
 
@@ -287,7 +294,7 @@ private:
     {
         const auto tell_lid = [&](const std::string &whose, uint32_t right) {
             if (context.lid_id != right)
-                tell(AuditKind::difference, host.name, lid_entry, host.name,
+                tell(AuditKind::difference, host, lid_entry,
                      fmt::format("{} is recorded with LID entry {}, {} with {}", host.name,
                                  id_words(context.lid_id), whose, id_words(right)));
         };
@@ -296,8 +303,7 @@ private:
         if (host.kind != InterfaceKind::sub_interface || !host.parent)
             return;
         const HostRow *parent = index_.host(*host.parent);
-        const ContextRow *served = parent != nullptr ? index_.serving_context(*parent) : nullptr;
-        if (served != nullptr)
+        if (const ContextRow *served = index_.serving_context(parent))
             tell_lid("its parent " + parent->name, served->lid_id);
     }
 
@@ -310,26 +316,26 @@ private:
     {
         if (owner == nullptr || owner == &host)
             return;
-        tell(AuditKind::difference, host.name, what, host.name,
+        tell(AuditKind::difference, host, what,
              fmt::format("{} {} is recorded by {} and by {}", to_text(what), id, owner->name,
                          host.name))
             .other = owner->name;
     }
 
     /* Checks that the SDK interface is on the host interface's port, port-channel or VLAN. */
-    void check_place(const HostRow &host, const IntfRow &intf, const char *has, PropertyId property)
+    void check_place(const InterfaceRows &rows, const IntfRow &intf, const char *has,
+                     PropertyId property)
     {
+        const HostRow &host = *rows.host;
         uint32_t type = sdk_routed_port, param1 = host.number + 1, param2 = 0, param3 = 0;
         if (host.kind == InterfaceKind::port_channel) {
-            const ContextRow *context = index_.context(host.ifindex);
-            param1 = context != nullptr ? context->pc_id : no_id;
+            param1 = rows.context != nullptr ? rows.context->pc_id : no_id;
             param3 = 1;
         } else if (host.kind == InterfaceKind::sub_interface) {
-            const HostRow *parent = host.parent ? index_.host(*host.parent) : nullptr;
             const ContextRow *context =
-                parent != nullptr ? index_.serving_context(*parent) : nullptr;
+                index_.serving_context(host.parent ? index_.host(*host.parent) : nullptr);
             if (context == nullptr || context->intf_id == no_id) {
-                tell(AuditKind::dangling, host.name, PropertyId::parent, host.name,
+                tell(AuditKind::dangling, host, PropertyId::parent,
                      fmt::format("{} has SDK interface {}, but its parent {} has none", host.name,
                                  index_.intf_words(intf.intf_id),
                                  host.parent ? index_.name(*host.parent) : "of no name"),
@@ -349,7 +355,7 @@ private:
             property = intf.param1 != param1 ? PropertyId::parent : PropertyId::vlan;
         if (intf.type != type || intf.param1 != param1 || intf.param2 != param2 ||
             intf.param3 != param3)
-            tell(AuditKind::difference, host.name, property, host.name,
+            tell(AuditKind::difference, host, property,
                  fmt::format("{} {} SDK interface {}, which is elsewhere, {}", host.name, has,
                              index_.intf_words(intf.intf_id), made_by(intf.made)),
                  {&intf.made});
@@ -357,24 +363,21 @@ private:
 
     /* ---- What is in the ASIC ---- */
 
-    void check_intf(const IntfRow &intf)
+    void check(const IntfRow &intf)
     {
         const HostRow *owner = index_.owner_of_intf(intf.intf_id);
+        const std::string interface = owner != nullptr ? owner->name : interface_of(intf);
         if (owner == nullptr)
-            tell(AuditKind::orphan, fmt::format("SDK interface {}", intf.intf_id), {},
-                 interface_of(intf),
-                 fmt::format("SDK interface {} belongs to no interface: {}",
-                             index_.intf_words(intf.intf_id), made_by(intf.made)),
-                 {&intf.made});
+            tell_orphan(fmt::format("SDK interface {}", intf.intf_id),
+                        fmt::format(" ({})", Index::kind_words(intf)), "interface", interface,
+                        intf.made);
         const AttributeValueRow *bound = index_.attribute(intf.intf_id, SdkIntfAttrLid).written;
         if (bound != nullptr && index_.lid(bound->value) == nullptr)
-            tell(
-                AuditKind::dangling, fmt::format("SDK interface {}", intf.intf_id),
-                owner != nullptr ? lid_entry : PropertyId::binding,
-                owner != nullptr ? owner->name : interface_of(intf),
-                fmt::format("SDK interface {} is bound to LID entry {}, which is gone: bound by {}",
-                            index_.intf_words(intf.intf_id), bound->value, bound->made.to_text()),
-                {&intf.made, &bound->made});
+            tell_made(AuditKind::dangling, fmt::format("SDK interface {}", intf.intf_id),
+                      owner != nullptr ? lid_entry : PropertyId::binding, interface,
+                      fmt::format("SDK interface {} is bound to LID entry {}, which is gone",
+                                  index_.intf_words(intf.intf_id), bound->value),
+                      bound->made, "bound", &intf.made);
     }
 
     /* The interface that an orphan was made for. */
@@ -391,30 +394,23 @@ private:
         return concerned(intf.made);
     }
 
-    void check_lid(const LidRow &lid)
+    void check(const LidRow &lid)
     {
         const HostRow *owner = index_.owner_of_lid(lid.lid_id);
         const auto paths = find_rows(s_.lid_paths, &LidPathRow::lid_id, lid.lid_id);
-        if (owner == nullptr) {
-            tell(AuditKind::orphan, fmt::format("LID entry {}", lid.lid_id), {},
-                 concerned_channel(lid.made),
-                 fmt::format("LID entry {}{} belongs to no port or port-channel: {}", lid.lid_id,
-                             paths.empty() ? " without a path"
-                                           : " (path to " + index_.path_words(*paths.begin()) + ")",
-                             made_by(lid.made)),
-                 {&lid.made});
+        if (owner != nullptr && paths.size() == 1 && leads_to(*paths.begin(), *owner))
             return;
-        }
-        const bool right = paths.size() == 1 && leads_to(*paths.begin(), *owner);
-        if (!right)
-            tell(AuditKind::difference, fmt::format("LID entry {}", lid.lid_id), PropertyId::path,
-                 owner->name,
-                 fmt::format("LID entry {} of {} {}: {}", lid.lid_id, owner->name,
-                             paths.empty() ? std::string("has no path")
-                                           : "leads elsewhere (path to " +
-                                                 index_.path_words(*paths.begin()) + ")",
-                             made_by(lid.made)),
-                 {&lid.made, paths.empty() ? nullptr : &paths.begin()->made});
+        const std::string object = fmt::format("LID entry {}", lid.lid_id);
+        const std::string path =
+            paths.empty() ? "" : fmt::format(" (path to {})", Index::path_words(*paths.begin()));
+        if (owner == nullptr)
+            tell_orphan(object, paths.empty() ? " without a path" : path, "port or port-channel",
+                        concerned_channel(lid.made), lid.made);
+        else
+            tell_made(AuditKind::difference, object, PropertyId::path, owner->name,
+                      fmt::format("{} of {} {}{}", object, owner->name,
+                                  paths.empty() ? "has no path" : "leads elsewhere", path),
+                      lid.made, "made", paths.empty() ? nullptr : &paths.begin()->made);
     }
 
     bool leads_to(const LidPathRow &path, const HostRow &owner) const
@@ -428,29 +424,27 @@ private:
         return (context != nullptr && path.pc_id == context->pc_id) || owner.held_pc == path.pc_id;
     }
 
-    void check_path(const LidPathRow &path)
+    void check(const LidPathRow &path)
     {
         if (path.port_type == SdkPortTypeChannel && index_.port_channel(path.pc_id) == nullptr)
-            tell(AuditKind::dangling, fmt::format("LID entry {}", path.lid_id), PropertyId::path,
-                 name_of(index_.owner_of_lid(path.lid_id)),
-                 fmt::format("LID entry {} leads to port-channel {}, which is gone: added by {}",
-                             path.lid_id, path.pc_id, path.made.to_text()),
-                 {&path.made});
+            tell_made(AuditKind::dangling, fmt::format("LID entry {}", path.lid_id),
+                      PropertyId::path, name_of(index_.owner_of_lid(path.lid_id)),
+                      fmt::format("LID entry {} leads to port-channel {}, which is gone",
+                                  path.lid_id, path.pc_id),
+                      path.made, "added");
     }
 
-    void check_port_channel(const PortChannelRow &channel)
+    void check(const PortChannelRow &channel)
     {
         if (index_.owner_of_port_channel(channel.pc_id) != nullptr)
             return;
         const size_t members = find_rows(s_.members, &MemberRow::pc_id, channel.pc_id).size();
-        tell(AuditKind::orphan, fmt::format("SDK port-channel {}", channel.pc_id), {},
-             concerned_channel(channel.made),
-             fmt::format("SDK port-channel {} ({} member{}) belongs to no port-channel: {}",
-                         channel.pc_id, members, members == 1 ? "" : "s", made_by(channel.made)),
-             {&channel.made});
+        tell_orphan(fmt::format("SDK port-channel {}", channel.pc_id),
+                    fmt::format(" ({} member{})", members, members == 1 ? "" : "s"), "port-channel",
+                    concerned_channel(channel.made), channel.made);
     }
 
-    void check_member(const MemberRow &member)
+    void check(const MemberRow &member)
     {
         const HostRow *owner = index_.owner_of_port_channel(member.pc_id);
         if (owner == nullptr)
@@ -458,27 +452,26 @@ private:
         const HostRow *port = index_.owner_of_front_port(member.front_port);
         if (port != nullptr && wanted_members_.count({owner->name, port->name}) != 0)
             return;
-        tell(AuditKind::unwanted, fmt::format("front port {}", member.front_port),
-             PropertyId::membership, port != nullptr ? port->name : owner->name,
-             fmt::format("front port {} ({}) is a member of SDK port-channel {} ({}) but not "
-                         "wanted there: added by {}",
-                         member.front_port, port != nullptr ? port->name : "no port", member.pc_id,
-                         owner->name, member.made.to_text()),
-             {&member.made});
-        findings_.back().other = owner->name;
+        tell_made(AuditKind::unwanted, fmt::format("front port {}", member.front_port),
+                  PropertyId::membership, port != nullptr ? port->name : owner->name,
+                  fmt::format("front port {} ({}) is a member of SDK port-channel {} ({}) but not "
+                              "wanted there",
+                              member.front_port, port != nullptr ? port->name : "no port",
+                              member.pc_id, owner->name),
+                  member.made, "added")
+            .other = owner->name;
     }
 
-    void check_pending(const PendingRow &write)
+    void check(const PendingRow &write)
     {
         if (!index_.is_for_this_interface(write))
-            tell(AuditKind::dangling, fmt::format("SDK interface {}", write.intf_id),
-                 PropertyId::pending_write, concerned(write.made),
-                 fmt::format("a write of attribute {} waits for SDK interface {}, which is gone{}: "
-                             "queued by {}",
-                             write.number, write.intf_id,
-                             index_.intf(write.intf_id) != nullptr ? " and was created again" : "",
-                             write.made.to_text()),
-                 {&write.made});
+            tell_made(
+                AuditKind::dangling, fmt::format("SDK interface {}", write.intf_id),
+                PropertyId::pending_write, concerned(write.made),
+                fmt::format("a write of attribute {} waits for SDK interface {}, which is gone{}",
+                            write.number, write.intf_id,
+                            index_.intf(write.intf_id) != nullptr ? " and was created again" : ""),
+                write.made, "queued");
     }
 
     /* ---- MACs ---- */
@@ -490,58 +483,51 @@ private:
         const bool is_wanted = !s_.wanted_router_mac.empty();
         for (const RouterMacRow &mac : s_.router_macs) {
             const std::string object = fmt::format("router MAC {}", mac.peer_mac_id);
-            const std::string text = to_text(mac.mac);
+            const std::string detail = fmt::format(" ({})", to_text(mac.mac));
             if (!owned || mac.peer_mac_id != owned_id)
-                tell(AuditKind::orphan, object, {}, {},
-                     fmt::format("router MAC {} ({}) belongs to no router MAC of the switch: {}",
-                                 mac.peer_mac_id, text, made_by(mac.made)),
-                     {&mac.made});
+                tell_orphan(object, detail, "router MAC of the switch", {}, mac.made);
             else if (!is_wanted)
-                tell(AuditKind::unwanted, object, {}, {},
-                     fmt::format("router MAC {} ({}) is not wanted: {}", mac.peer_mac_id, text,
-                                 made_by(mac.made)),
-                     {&mac.made});
+                tell_made(AuditKind::unwanted, object, {}, {}, object + detail + " is not wanted",
+                          mac.made);
             else if (mac.mac != s_.wanted_router_mac.front().mac)
-                tell(AuditKind::difference, object, PropertyId::mac, {},
-                     fmt::format("router MAC {} is {}, configured {}: {}", mac.peer_mac_id, text,
-                                 to_text(s_.wanted_router_mac.front().mac), made_by(mac.made)),
-                     {&mac.made});
+                tell_made(AuditKind::difference, object, PropertyId::mac, {},
+                          fmt::format("{} is {}, configured {}", object, to_text(mac.mac),
+                                      to_text(s_.wanted_router_mac.front().mac)),
+                          mac.made);
         }
         if (owned && find_row(s_.router_macs, &RouterMacRow::peer_mac_id, owned_id) == nullptr)
             tell(AuditKind::dangling, "switch", PropertyId::router_mac, {},
                  fmt::format("the switch is recorded with router MAC {}, which is gone", owned_id));
         else if (!owned && is_wanted) {
             const WantedRouterMac &wanted = s_.wanted_router_mac.front();
-            std::string words = fmt::format("router MAC {} is wanted ({}) but not in the ASIC",
-                                            to_text(wanted.mac), wanted.location.to_text());
-            const FailureRow &failure = index_.failure("switch");
-            if (!failure.message.empty())
-                words += ": " + failure.message;
-            tell(AuditKind::missing, "router MAC " + to_text(wanted.mac), {}, {}, std::move(words),
-                 {&failure.made});
+            /* Failures are noted for the switch, which is no interface. */
+            tell_missing("router MAC " + to_text(wanted.mac), {}, "switch", wanted.location,
+                         "not in the ASIC")
+                .interface.clear();
         }
     }
 
     void check_virtual_macs()
     {
         std::set<std::pair<std::string, Mac>> wanted, recorded;
+        std::unordered_set<uint32_t> owned_traps;
         for (const WantedVirtualMac &mac : s_.wanted_virtual_macs)
             wanted.insert({mac.interface, mac.mac});
         for (const FhrpRow &entry : s_.virtual_macs) {
             const std::string name = name_of(entry);
             recorded.insert({name, entry.mac});
+            owned_traps.insert(entry.mac_trap_id);
             check_entry(entry, name, wanted.count({name, entry.mac}) != 0);
         }
         for (const TrapRow &trap : s_.traps) {
-            if (trap_owner_.count(trap.mac_trap_id) != 0)
+            if (owned_traps.count(trap.mac_trap_id) != 0)
                 continue;
             const HostRow *owner = index_.owner_of_intf(trap.intf_id);
-            tell(AuditKind::orphan, fmt::format("MAC trap {}", trap.mac_trap_id), {},
-                 owner != nullptr ? owner->name : concerned(trap.made),
-                 fmt::format("MAC trap {} ({} on SDK interface {}) belongs to no virtual MAC: {}",
-                             trap.mac_trap_id, to_text(trap.mac), index_.intf_words(trap.intf_id),
-                             made_by(trap.made)),
-                 {&trap.made});
+            tell_orphan(fmt::format("MAC trap {}", trap.mac_trap_id),
+                        fmt::format(" ({} on SDK interface {})", to_text(trap.mac),
+                                    index_.intf_words(trap.intf_id)),
+                        "virtual MAC", owner != nullptr ? owner->name : concerned(trap.made),
+                        trap.made);
         }
         for (const WantedVirtualMac &mac : s_.wanted_virtual_macs) {
             const WantedInterface *interface = index_.wanted(mac.interface);
@@ -571,35 +557,31 @@ private:
     {
         const HostRow *host = index_.host(entry.ifindex);
         const std::string object = virtual_mac_words(entry.mac, name);
-        const ContextRow *context = host != nullptr ? index_.serving_context(*host) : nullptr;
+        const ContextRow *context = index_.serving_context(host);
         const TrapRow *trap = index_.trap(entry.mac_trap_id);
-        const size_t told_before = findings_.size();
+        const auto by = [&] { return trap != nullptr ? ": " + made_by(trap->made) : ""; };
+        const auto tell_entry = [&](AuditKind kind, PropertyId property, const std::string &what) {
+            tell(kind, object, property, name, object + what,
+                 {trap != nullptr ? &trap->made : nullptr})
+                .virtual_mac = entry.mac;
+        };
         if (trap == nullptr)
-            tell(AuditKind::dangling, object, PropertyId::mac_trap, name,
-                 fmt::format("{} is recorded with MAC trap {}, which is gone", object,
-                             entry.mac_trap_id));
+            tell_entry(
+                AuditKind::dangling, PropertyId::mac_trap,
+                fmt::format(" is recorded with MAC trap {}, which is gone", entry.mac_trap_id));
         if (context == nullptr || context->intf_id == no_id)
-            tell(AuditKind::dangling, object, PropertyId::interface, name,
-                 fmt::format("{} is recorded for an interface that has no SDK interface", object),
-                 {trap != nullptr ? &trap->made : nullptr});
+            tell_entry(AuditKind::dangling, PropertyId::interface,
+                       " is recorded for an interface that has no SDK interface");
         else if (trap != nullptr && trap->intf_id != context->intf_id)
-            tell(AuditKind::difference, object, PropertyId::mac_trap, name,
-                 fmt::format("{} has MAC trap {} on SDK interface {}, the interface has {}: {}",
-                             object, trap->mac_trap_id, trap->intf_id, context->intf_id,
-                             made_by(trap->made)),
-                 {&trap->made});
+            tell_entry(AuditKind::difference, PropertyId::mac_trap,
+                       fmt::format(" has MAC trap {} on SDK interface {}, the interface has {}{}",
+                                   trap->mac_trap_id, trap->intf_id, context->intf_id, by()));
         if (trap != nullptr && trap->mac != entry.mac)
-            tell(AuditKind::difference, object, PropertyId::mac, name,
-                 fmt::format("{} has MAC trap {}, which is for {}: {}", object, trap->mac_trap_id,
-                             to_text(trap->mac), made_by(trap->made)),
-                 {&trap->made});
+            tell_entry(AuditKind::difference, PropertyId::mac,
+                       fmt::format(" has MAC trap {}, which is for {}{}", trap->mac_trap_id,
+                                   to_text(trap->mac), by()));
         if (!is_wanted)
-            tell(AuditKind::unwanted, object, {}, name,
-                 fmt::format("{} is not wanted{}", object,
-                             trap != nullptr ? ": " + made_by(trap->made) : ""),
-                 {trap != nullptr ? &trap->made : nullptr});
-        for (size_t i = told_before; i < findings_.size(); ++i)
-            findings_[i].virtual_mac = entry.mac;
+            tell_entry(AuditKind::unwanted, {}, " is not wanted" + by());
     }
 
     /* ---- The shared database ---- */
@@ -648,14 +630,12 @@ private:
     {
         const std::string name = index_.name(row.ifindex);
         const std::string object = fmt::format("{} row of {}", Row::table, name);
-        tell(kind, object, property, name,
-             fmt::format("{} {}: {}", object, what, made_by(row.made)), {&row.made});
+        tell_made(kind, object, property, name, object + ' ' + what, row.made);
     }
 
     const Snapshot &s_;
     const Index index_;
     std::set<std::pair<std::string, std::string>> wanted_members_;
-    std::unordered_map<uint32_t, const FhrpRow *> trap_owner_;
     std::vector<AuditFinding> findings_;
 };
 

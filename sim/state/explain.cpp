@@ -31,7 +31,10 @@ public:
         for (const Property &property : interface_properties()) {
             Sides sides;
             property.look(rows_, sides, attribute_of(property.id));
-            if (sides.is_worth_telling || (sides.any_known() && found_here(property.id)))
+            const auto is_about_it = [&](const AuditFinding &finding) {
+                return finding.property == property.id && finding.interface == name_;
+            };
+            if (sides.is_worth_telling || (sides.any_known() && found(is_about_it)))
                 tell(property, sides);
         }
         virtual_macs();
@@ -39,20 +42,10 @@ public:
     }
 
 private:
-    /* Whether the audit has a finding about the property. */
-    bool found(PropertyId id) const
+    /* Whether one of the audit's findings is such. */
+    template <class Such> bool found(const Such &such) const
     {
-        return std::any_of(told_.findings.begin(), told_.findings.end(),
-                           [&](const AuditFinding &finding) { return finding.property == id; });
-    }
-
-    /* The same, with this interface as the one concerned. */
-    bool found_here(PropertyId id) const
-    {
-        return std::any_of(told_.findings.begin(), told_.findings.end(),
-                           [&](const AuditFinding &finding) {
-                               return finding.property == id && finding.interface == name_;
-                           });
+        return std::any_of(told_.findings.begin(), told_.findings.end(), such);
     }
 
     void tell(const Property &property, const Sides &sides)
@@ -63,7 +56,8 @@ private:
         told.library = sides.library.to_text();
         told.asic = sides.asic.to_text();
         told.database = sides.database.to_text();
-        told.differs = found(property.id);
+        told.differs =
+            found([&](const AuditFinding &finding) { return finding.property == property.id; });
         if (told.differs)
             told.expected = sides.expected.to_text();
         /* If the ASIC is right, the database is wrong. */
@@ -151,9 +145,8 @@ private:
             told.asic =
                 trap != nullptr ? fmt::format("on SDK interface {}", trap->intf_id) : "none";
             told.call = trap != nullptr ? trap->made.to_text() : "";
-            told.differs = std::any_of(
-                told_.findings.begin(), told_.findings.end(),
-                [&, mac = mac](const AuditFinding &finding) { return finding.virtual_mac == mac; });
+            told.differs = found(
+                [mac = mac](const AuditFinding &finding) { return finding.virtual_mac == mac; });
         }
     }
 

@@ -20,7 +20,7 @@ uint64_t pair_key(uint32_t intf_id, uint32_t number)
 
 } // namespace
 
-Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
+Index::Index(const Snapshot &snapshot) : s_(snapshot)
 {
     host_by_name_.reserve(snapshot.host.size());
     intf_owner_.reserve(snapshot.host.size());
@@ -35,7 +35,7 @@ Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
         if (row.held_pc)
             pc_owner_.emplace(*row.held_pc, &row);
         if (row.channel)
-            joined_channels_.emplace(*row.channel, true);
+            joined_channels_.insert(*row.channel);
     }
     for (const MemberRow &row : snapshot.members)
         members_[row.front_port] = &row;
@@ -95,65 +95,20 @@ Index::Index(const Snapshot &snapshot) : snapshot_(snapshot)
     }
 }
 
-const HostRow *Index::host(uint32_t ifindex) const
-{
-    return find_row(snapshot_.host, &HostRow::ifindex, ifindex);
-}
-
-template <class Map> static auto found_in(const Map &map, const typename Map::key_type &key)
-{
-    const auto at = map.find(key);
-    return at == map.end() ? nullptr : at->second;
-}
-
-const HostRow *Index::host(std::string_view name) const
-{
-    return found_in(host_by_name_, name);
-}
 const WantedInterface *Index::wanted(std::string_view name) const
 {
     const HostRow *const has = host(name);
     return has != nullptr ? wanted(*has) : found_in(wanted_without_host_, name);
 }
-const WantedPort *Index::wanted_port(std::string_view name) const
-{
-    return found_in(wanted_ports_, name);
-}
-const WantedVlan *Index::wanted_vlan(std::string_view name) const
-{
-    return found_in(wanted_vlans_, name);
-}
-const std::vector<const Finding *> &Index::reader(std::string_view name) const
-{
-    static const std::vector<const Finding *> none;
-    const auto at = reader_.find(name);
-    return at != reader_.end() ? at->second : none;
-}
-const MemberRow *Index::member(uint32_t front_port) const
-{
-    return found_in(members_, front_port);
-}
-const HostRow *Index::owner_of_intf(uint32_t intf_id) const
-{
-    return found_in(intf_owner_, intf_id);
-}
-const HostRow *Index::owner_of_lid(uint32_t lid_id) const
-{
-    return found_in(lid_owner_, lid_id);
-}
-const HostRow *Index::owner_of_port_channel(uint32_t pc_id) const
-{
-    return found_in(pc_owner_, pc_id);
-}
+
 const HostRow *Index::owner_of_front_port(uint32_t front_port) const
 {
     /* Ports are the host's first interfaces, in the order of their numbers. */
-    const auto at =
-        std::partition_point(snapshot_.host.begin(), snapshot_.host.end(), [&](const HostRow &row) {
-            return row.kind == InterfaceKind::port && row.number + 1 < front_port;
-        });
-    const bool found = at != snapshot_.host.end() && at->kind == InterfaceKind::port &&
-                       at->number + 1 == front_port;
+    const auto at = std::partition_point(s_.host.begin(), s_.host.end(), [&](const HostRow &row) {
+        return row.kind == InterfaceKind::port && row.number + 1 < front_port;
+    });
+    const bool found =
+        at != s_.host.end() && at->kind == InterfaceKind::port && at->number + 1 == front_port;
     return found ? &*at : nullptr;
 }
 
@@ -165,20 +120,8 @@ bool Index::must_exist(const WantedInterface &wanted) const
 
 bool Index::programmed(const HostRow *host) const
 {
-    const ContextRow *own = host != nullptr ? context(host->ifindex) : nullptr;
+    const ContextRow *own = context(host);
     return own != nullptr && intf(own->intf_id) != nullptr;
-}
-
-const WantedMember *Index::membership(std::string_view port) const
-{
-    return found_in(membership_, port);
-}
-
-const std::vector<std::string> &Index::vlans(std::string_view member) const
-{
-    static const std::vector<std::string> none;
-    const auto at = vlans_.find(member);
-    return at != vlans_.end() ? at->second : none;
 }
 
 const char *Index::role(std::string_view port) const
@@ -214,15 +157,15 @@ std::string Index::state_of_missing(const WantedInterface &interface) const
     if (must_exist(interface))
         return not_reached(interface.name) ? "not reached, the run was interrupted"
                                            : "not programmed";
-    const auto declined = declined_.find(interface.name);
-    return declined == declined_.end()
+    const std::vector<std::string> &declined = found_in(declined_, interface.name);
+    return declined.empty()
                ? "no member"
-               : fmt::format("no member joined (declined: {})", fmt::join(declined->second, ","));
+               : fmt::format("no member joined (declined: {})", fmt::join(declined, ","));
 }
 
 bool Index::not_reached(std::string_view name) const
 {
-    return snapshot_.meta.interrupted && failure(name).message.empty();
+    return s_.meta.interrupted && failure(name).message.empty();
 }
 
 std::string Index::state_of_port(std::string_view port) const
@@ -239,57 +182,13 @@ std::string Index::state_of_port(std::string_view port) const
                                : fmt::format("switched in {}", fmt::join(vlans(port), ","));
 }
 
-const ContextRow *Index::context(uint32_t ifindex) const
-{
-    return find_row(snapshot_.contexts, &ContextRow::ifindex, ifindex);
-}
-
-const ContextRow *Index::serving_context(const HostRow &host) const
-{
-    return context(host.channel ? *host.channel : host.ifindex);
-}
-
-const IntfRow *Index::intf(uint32_t intf_id) const
-{
-    return find_row(snapshot_.intfs, &IntfRow::intf_id, intf_id);
-}
-const LidRow *Index::lid(uint32_t lid_id) const
-{
-    return find_row(snapshot_.lids, &LidRow::lid_id, lid_id);
-}
-const PortChannelRow *Index::port_channel(uint32_t pc_id) const
-{
-    return find_row(snapshot_.port_channels, &PortChannelRow::pc_id, pc_id);
-}
-const TrapRow *Index::trap(uint32_t mac_trap_id) const
-{
-    return find_row(snapshot_.traps, &TrapRow::mac_trap_id, mac_trap_id);
-}
-const L3lifRow *Index::l3lif(uint32_t ifindex) const
-{
-    return find_row(snapshot_.l3lif, &L3lifRow::ifindex, ifindex);
-}
-const LabelRow *Index::label(uint32_t ifindex) const
-{
-    return find_row(snapshot_.label, &LabelRow::ifindex, ifindex);
-}
-
 RowRange<AttributeValueRow> Index::attributes(uint32_t intf_id) const
 {
     const IntfRow *const row = intf(intf_id);
     if (row == nullptr)
         return {nullptr, nullptr};
-    const size_t first = attributes_of_[static_cast<size_t>(row - snapshot_.intfs.data())];
-    return rows_from(snapshot_.attributes, first, &AttributeValueRow::intf_id, intf_id);
-}
-
-static const AttributeValueRow *find_in(const RowRange<AttributeValueRow> &rows, uint32_t number)
-{
-    for (const AttributeValueRow &row : rows) {
-        if (row.number == number)
-            return &row;
-    }
-    return nullptr;
+    const size_t first = attributes_of_[static_cast<size_t>(row - s_.intfs.data())];
+    return rows_from(s_.attributes, first, &AttributeValueRow::intf_id, intf_id);
 }
 
 bool Index::is_for_this_interface(const PendingRow &write) const
@@ -304,11 +203,15 @@ AttributeState Index::attribute(const RowRange<AttributeValueRow> &written, uint
     AttributeState state;
     if (!pending_.empty())
         state.waits = found_in(pending_, pair_key(intf_id, number));
-    state.written = find_in(written, number);
-    if (state.written != nullptr)
-        state.value = state.written->value;
-    else if (const AttributeRow *known = find_attribute(number))
+    const auto at = std::find_if(written.begin(), written.end(), [&](const AttributeValueRow &row) {
+        return row.number == number;
+    });
+    if (at != written.end()) {
+        state.written = at;
+        state.value = at->value;
+    } else if (const AttributeRow *known = find_attribute(number)) {
         state.value = known->initial;
+    }
     return state;
 }
 

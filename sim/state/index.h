@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -60,6 +61,15 @@ RowRange<Row> find_rows(const std::vector<Row> &rows, uint32_t Row::*member, uin
     return rows_from(rows, static_cast<size_t>(first - rows.begin()), member, value);
 }
 
+/* The value of that key; nullptr or empty without one. */
+template <class Map>
+const typename Map::mapped_type &found_in(const Map &map, const typename Map::key_type &key)
+{
+    static const typename Map::mapped_type none{};
+    const auto at = map.find(key);
+    return at == map.end() ? none : at->second;
+}
+
 /* An attribute of an SDK interface: current value and pending write. */
 struct AttributeState {
     uint32_t value = 0;                         /* in the ASIC now */
@@ -73,42 +83,70 @@ class Index {
 public:
     explicit Index(const Snapshot &snapshot);
 
-    const Snapshot &snapshot() const { return snapshot_; }
+    const Snapshot &snapshot() const { return s_; }
 
-    const HostRow *host(uint32_t ifindex) const;
-    const HostRow *host(std::string_view name) const;
-    const ContextRow *context(uint32_t ifindex) const;
+    const HostRow *host(uint32_t ifindex) const
+    {
+        return find_row(s_.host, &HostRow::ifindex, ifindex);
+    }
+    const HostRow *host(std::string_view name) const { return found_in(host_by_name_, name); }
+    const ContextRow *context(uint32_t ifindex) const
+    {
+        return find_row(s_.contexts, &ContextRow::ifindex, ifindex);
+    }
+    const ContextRow *context(const HostRow *host) const
+    {
+        return host != nullptr ? context(host->ifindex) : nullptr;
+    }
     /* The context that serves the interface: a member's is its port-channel's. */
-    const ContextRow *serving_context(const HostRow &host) const;
+    const ContextRow *serving_context(const HostRow *host) const
+    {
+        return host != nullptr ? context(host->channel.value_or(host->ifindex)) : nullptr;
+    }
     /* The wanted interface; nullptr when not wanted. */
     const WantedInterface *wanted(std::string_view name) const;
     /* The same, for rows of this snapshot. */
     const WantedInterface *wanted(const HostRow &host) const
     {
-        return wanted_of_[static_cast<size_t>(&host - snapshot_.host.data())];
+        return wanted_of_[static_cast<size_t>(&host - s_.host.data())];
     }
     const HostRow *host(const WantedInterface &wanted) const
     {
-        return host_of_[static_cast<size_t>(&wanted - snapshot_.wanted_interfaces.data())];
+        return host_of_[static_cast<size_t>(&wanted - s_.wanted_interfaces.data())];
     }
-    const WantedPort *wanted_port(std::string_view name) const;
-    const WantedVlan *wanted_vlan(std::string_view name) const;
+    const WantedPort *wanted_port(std::string_view name) const
+    {
+        return found_in(wanted_ports_, name);
+    }
+    const WantedVlan *wanted_vlan(std::string_view name) const
+    {
+        return found_in(wanted_vlans_, name);
+    }
     /* The configuration reader's findings about rows that name it. */
-    const std::vector<const Finding *> &reader(std::string_view name) const;
+    const std::vector<const Finding *> &reader(std::string_view name) const
+    {
+        return found_in(reader_, name);
+    }
     /* Must be in the ASIC: routed and, for a port-channel, with a member that joins. */
     bool must_exist(const WantedInterface &wanted) const;
     /* What a port is configured for: "routed", "member", "switched", "unused". */
     const char *role(std::string_view port) const;
     /* A port's configured membership, not declined; nullptr without one. */
-    const WantedMember *membership(std::string_view port) const;
+    const WantedMember *membership(std::string_view port) const
+    {
+        return found_in(membership_, port);
+    }
     /* The state of an interface: "programmed"; or, instead, "layer 2", "member of
      * PortChannel1", "switched in Vlan100", "unused"; or what is wrong: "no member", "not
      * programmed", "programmed, not wanted", "left out of the configuration". */
     std::string state(std::string_view name) const;
     /* The VLANs configured for a port or port-channel. */
-    const std::vector<std::string> &vlans(std::string_view member) const;
+    const std::vector<std::string> &vlans(std::string_view member) const
+    {
+        return found_in(vlans_, member);
+    }
     /* A front port's membership in the ASIC, nullptr without one. */
-    const MemberRow *member(uint32_t front_port) const;
+    const MemberRow *member(uint32_t front_port) const { return found_in(members_, front_port); }
     /* Whether a port has joined it, by the host's records. */
     bool has_joined_members(const HostRow &port_channel) const
     {
@@ -117,10 +155,13 @@ public:
     /* Whether its record names an SDK interface in the ASIC. */
     bool programmed(const HostRow *host) const;
 
-    const IntfRow *intf(uint32_t intf_id) const;
-    const LidRow *lid(uint32_t lid_id) const;
-    const PortChannelRow *port_channel(uint32_t pc_id) const;
-    const TrapRow *trap(uint32_t mac_trap_id) const;
+    const IntfRow *intf(uint32_t id) const { return find_row(s_.intfs, &IntfRow::intf_id, id); }
+    const LidRow *lid(uint32_t id) const { return find_row(s_.lids, &LidRow::lid_id, id); }
+    const PortChannelRow *port_channel(uint32_t id) const
+    {
+        return find_row(s_.port_channels, &PortChannelRow::pc_id, id);
+    }
+    const TrapRow *trap(uint32_t id) const { return find_row(s_.traps, &TrapRow::mac_trap_id, id); }
     RowRange<AttributeValueRow> attributes(uint32_t intf_id) const;
     /* Whether the flush will apply it: not if the interface is gone or was created since. */
     bool is_for_this_interface(const PendingRow &write) const;
@@ -132,13 +173,19 @@ public:
     AttributeState attribute(const RowRange<AttributeValueRow> &written, uint32_t intf_id,
                              uint32_t number) const;
 
-    const L3lifRow *l3lif(uint32_t ifindex) const;
-    const LabelRow *label(uint32_t ifindex) const;
+    const L3lifRow *l3lif(uint32_t ifindex) const
+    {
+        return find_row(s_.l3lif, &L3lifRow::ifindex, ifindex);
+    }
+    const LabelRow *label(uint32_t ifindex) const
+    {
+        return find_row(s_.label, &LabelRow::ifindex, ifindex);
+    }
 
     /* The interface whose record names the object; nullptr for an orphan. */
-    const HostRow *owner_of_intf(uint32_t intf_id) const;
-    const HostRow *owner_of_lid(uint32_t lid_id) const;
-    const HostRow *owner_of_port_channel(uint32_t pc_id) const;
+    const HostRow *owner_of_intf(uint32_t id) const { return found_in(intf_owner_, id); }
+    const HostRow *owner_of_lid(uint32_t id) const { return found_in(lid_owner_, id); }
+    const HostRow *owner_of_port_channel(uint32_t id) const { return found_in(pc_owner_, id); }
     const HostRow *owner_of_front_port(uint32_t front_port) const;
 
     /* The name of an ifindex, or the number of an unknown one. */
@@ -158,7 +205,7 @@ private:
 
     template <class Key, class Value> using Lookup = std::pmr::unordered_map<Key, Value>;
 
-    const Snapshot &snapshot_;
+    const Snapshot &s_;
     std::pmr::monotonic_buffer_resource memory_; /* of the lookups */
     Lookup<std::string_view, const HostRow *> host_by_name_{&memory_};
     Lookup<std::string_view, const WantedInterface *> wanted_without_host_{&memory_};
@@ -174,7 +221,7 @@ private:
     Lookup<std::string_view, std::vector<std::string>> vlans_{&memory_};    /* by member */
     Lookup<std::string_view, const FailureRow *> failures_{&memory_};       /* the oldest of each */
     Lookup<uint32_t, const MemberRow *> members_{&memory_};                 /* by front port */
-    Lookup<uint32_t, bool> joined_channels_{&memory_};                      /* by ifindex */
+    std::pmr::unordered_set<uint32_t> joined_channels_{&memory_};           /* by ifindex */
     Lookup<uint32_t, const HostRow *> intf_owner_{&memory_}, lid_owner_{&memory_},
         pc_owner_{&memory_};
     Lookup<uint64_t, const PendingRow *> pending_{&memory_}; /* by interface and attribute */

@@ -9,14 +9,12 @@ namespace kvnsim {
 Names interface_names(const Snapshot &snapshot)
 {
     Names names;
-    for (const HostRow &row : snapshot.host)
-        names.insert(row.name);
-    for (const WantedPort &row : snapshot.wanted_ports)
-        names.insert(row.name);
-    for (const WantedInterface &row : snapshot.wanted_interfaces)
-        names.insert(row.name);
-    for (const WantedVlan &row : snapshot.wanted_vlans)
-        names.insert(row.name);
+    const auto collect = [&](const auto &...tables) {
+        const auto add = [&](const auto &row) { names.insert(row.name); };
+        (std::for_each(tables.begin(), tables.end(), add), ...);
+    };
+    collect(snapshot.host, snapshot.wanted_ports, snapshot.wanted_interfaces,
+            snapshot.wanted_vlans);
     for (const Finding &row : snapshot.reader) {
         for (const std::string_view name : interfaces_of(row.location)) {
             if (row.severity != Finding::Severity::note)
@@ -42,14 +40,11 @@ std::vector<std::string_view> interfaces_of(const SourceLocation &row)
 Names interface_names(const Desired &desired)
 {
     Names names;
-    const auto collect = [&](const auto &objects) {
-        for (const auto &[name, object] : objects)
-            names.insert(name);
+    const auto collect = [&](const auto &...tables) {
+        const auto add = [&](const auto &object) { names.insert(object.first); };
+        (std::for_each(tables.begin(), tables.end(), add), ...);
     };
-    collect(desired.ports);
-    collect(desired.port_channels);
-    collect(desired.sub_interfaces);
-    collect(desired.svis);
+    collect(desired.ports, desired.port_channels, desired.sub_interfaces, desired.svis);
     return names;
 }
 

@@ -47,9 +47,9 @@ struct Column {
 };
 
 struct Listing {
-    std::string title;                   /* "Interfaces" */
-    std::vector<Column> columns;         /* keys are unique */
-    std::vector<std::vector<Cell>> rows; /* as many cells as columns */
+    std::string title;                        /* "Interfaces" */
+    std::vector<Column> columns = {};         /* keys are unique */
+    std::vector<std::vector<Cell>> rows = {}; /* as many cells as columns */
 };
 
 /* A listing of rows of one type; the column names are the keys. */
@@ -57,7 +57,7 @@ template <class Row>
 Listing listing_of(std::string title, const std::vector<Row> &rows,
                    std::initializer_list<const char *> titles)
 {
-    Listing listing{std::move(title), {}, {}};
+    Listing listing{std::move(title)};
     std::string_view names = Row::column_names;
     for (const char *column : titles)
         listing.columns.push_back({std::string(next_name(names)), column});

@@ -38,9 +38,10 @@ template <class Row> const Origin *maker_of(const Row *row)
 {
     return row != nullptr ? &row->made : nullptr;
 }
+/* No identifier keeps its number: it can be an attribute's right value. */
 SideValue identifier(uint32_t id)
 {
-    return id == no_id ? none() : number(id);
+    return {id == no_id ? Form::none : Form::number, id};
 }
 SideValue identifier(const std::optional<uint32_t> &id)
 {
@@ -54,6 +55,21 @@ SideValue names(const std::set<std::string, NaturalOrder> &of)
 {
     return of.empty() ? none() : text(fmt::format("{}", fmt::join(of, ",")));
 }
+/* The row is missing, or its column is not right. */
+template <class Row> void judge(Sides &sides, const Row *row, uint32_t Row::*column, uint32_t right)
+{
+    if (row == nullptr)
+        sides.mismatch = AuditKind::missing;
+    else if (row->*column != right)
+        sides.mismatch = AuditKind::difference;
+}
+/* An object that is missing in the ASIC. */
+void miss(Sides &sides, const SourceLocation &wanted, std::string lacks)
+{
+    sides.mismatch = AuditKind::missing;
+    sides.wanted = &wanted;
+    sides.lacks = std::move(lacks);
+}
 SideValue wanted_or_not(bool wanted)
 {
     return text(wanted ? "wanted" : "not wanted");
@@ -64,11 +80,8 @@ SideValue wanted_or_not(bool wanted)
 void sdk_interface(const InterfaceRows &of, Sides &sides, uint32_t)
 {
     const bool recorded = of.context != nullptr && of.context->intf_id != no_id;
-    if (of.must_exist && !recorded) {
-        sides.mismatch = AuditKind::missing;
-        sides.wanted = &of.wanted->location;
-        sides.lacks = "has no SDK interface";
-    }
+    if (of.must_exist && !recorded)
+        miss(sides, of.wanted->location, "has no SDK interface");
     if (!of.tells)
         return;
     sides.is_worth_telling = of.must_exist || recorded;
@@ -104,11 +117,8 @@ void port_lid(const InterfaceRows &of, Sides &sides, uint32_t)
     if (!of.has_port())
         return;
     const uint32_t recorded = of.host != nullptr ? of.host->port_lid.value_or(no_id) : no_id;
-    if (of.port != nullptr && recorded == no_id) {
-        sides.mismatch = AuditKind::missing;
-        sides.wanted = &of.port->location;
-        sides.lacks = "has no LID entry";
-    }
+    if (of.port != nullptr && recorded == no_id)
+        miss(sides, of.port->location, "has no LID entry");
     if (!of.tells)
         return;
     const LidRow *lid = of.index.lid(recorded);
@@ -175,10 +185,8 @@ void kept_intf(const InterfaceRows &of, Sides &sides, uint32_t)
     const MemberIntfRow *row =
         find_row(of.index.snapshot().member_intf, &MemberIntfRow::ifindex, of.host->ifindex);
     const std::optional<uint32_t> &kept = of.host->kept_intf;
-    if (kept && row == nullptr)
-        sides.mismatch = AuditKind::missing;
-    else if (kept && row->intf_id != *kept)
-        sides.mismatch = AuditKind::difference;
+    if (kept)
+        judge(sides, row, &MemberIntfRow::intf_id, *kept);
     if (!of.tells)
         return;
     sides.is_worth_telling = row != nullptr || kept;
@@ -208,15 +216,14 @@ void member_of(const InterfaceRows &of, Sides &sides, uint32_t)
      * the routing failed. */
     if (channel != nullptr && channel->routed && of.wanted == nullptr) {
         const HostRow *host = of.index.host(member->port_channel);
-        const ContextRow *context = host != nullptr ? of.index.context(host->ifindex) : nullptr;
+        const ContextRow *context = of.index.context(host);
         const bool is_in =
             joined != nullptr && context != nullptr && joined->pc_id == context->pc_id;
         if (!is_in) {
-            sides.mismatch = AuditKind::missing;
-            sides.wanted = &member->location;
-            sides.lacks = joined != nullptr
-                              ? fmt::format("is a member of SDK port-channel {}", joined->pc_id)
-                              : "is no member in the ASIC";
+            miss(sides, member->location,
+                 joined != nullptr
+                     ? fmt::format("is a member of SDK port-channel {}", joined->pc_id)
+                     : "is no member in the ASIC");
         } else if (of.host->channel != host->ifindex) {
             sides.mismatch = AuditKind::difference;
         }
@@ -262,12 +269,8 @@ void port_channel(const InterfaceRows &of, Sides &sides, uint32_t)
         return;
     const PcRow *row = find_row(of.index.snapshot().pc, &PcRow::ifindex, of.host->ifindex);
     const PortChannelRow *channel = of.index.port_channel(channel_id(of));
-    if (of.context != nullptr && channel != nullptr) {
-        if (row == nullptr)
-            sides.mismatch = AuditKind::missing;
-        else if (row->pc_id != channel->pc_id)
-            sides.mismatch = AuditKind::difference;
-    }
+    if (of.context != nullptr && channel != nullptr)
+        judge(sides, row, &PcRow::pc_id, channel->pc_id);
     if (!of.tells)
         return;
     sides.is_worth_telling = of.context != nullptr || row != nullptr || channel_id(of) != no_id;
@@ -355,6 +358,16 @@ uint32_t tag_of(const InterfaceRows &of)
                                               : (of.host->number + 1) & 0xFF;
 }
 
+/* The accessors of AttributeSides for a column. */
+template <auto column> uint32_t wanted_column(const WantedInterface &wanted)
+{
+    return wanted.*column;
+}
+template <auto column> SideValue host_column(const InterfaceRows &of, Form form)
+{
+    return {form, of.host->*column};
+}
+
 /* Which sides know an attribute, and its right value: the configured one, else the library's
  * record, else what it always writes, else the initial value. */
 struct AttributeSides {
@@ -362,7 +375,7 @@ struct AttributeSides {
     Form form;
     uint8_t kinds; /* interfaces of other kinds do not have it */
     uint32_t (*configured)(const WantedInterface &);
-    uint32_t (*library)(const InterfaceRows &);
+    SideValue (*library)(const InterfaceRows &, Form form);
     uint32_t (*always)(const InterfaceRows &);
     uint32_t L3lifRow::*published;
     bool is_identity; /* kept by a half-destroyed interface */
@@ -378,43 +391,33 @@ constexpr uint8_t all_kinds = all_but_svis | bit(InterfaceKind::svi);
 
 constexpr AttributeSides attribute_sides[] = {
     {SdkIntfAttrLid, Form::number, all_but_svis, nullptr,
-     [](const InterfaceRows &of) { return of.context != nullptr ? of.context->lid_id : no_id; },
+     [](const InterfaceRows &of, Form) {
+         return of.context != nullptr ? identifier(of.context->lid_id)
+                                      : SideValue{Form::unknown, no_id};
+     },
      nullptr, nullptr, true},
     {SdkIntfAttrDefSgt, Form::hex, ports_and_channels, nullptr, nullptr, tag_of, nullptr, true},
     {SdkIntfAttrIngTblIgmpSnoopLabel, Form::number, ports_and_channels, nullptr, nullptr,
      [](const InterfaceRows &) { return routed_igmp_label; }, nullptr, false},
-    {SdkIntfAttrIpv4UcstEn, Form::flag, all_kinds,
-     [](const WantedInterface &wanted) { return uint32_t{wanted.ipv4}; },
-     [](const InterfaceRows &of) { return uint32_t{of.host->ipv4_ucst}; }, nullptr,
-     &L3lifRow::ipv4_ucst_en, false},
-    {SdkIntfAttrIpv4McstEn, Form::flag, all_kinds, nullptr,
-     [](const InterfaceRows &of) { return uint32_t{of.host->ipv4_mcst}; }, nullptr, nullptr, false},
-    {SdkIntfAttrIpv6UcstEn, Form::flag, all_kinds,
-     [](const WantedInterface &wanted) { return uint32_t{wanted.ipv6}; }, nullptr, nullptr, nullptr,
-     false},
-    {SdkIntfAttrIpv4Vpn, Form::number, all_kinds,
-     [](const WantedInterface &wanted) { return wanted.vpn; },
-     [](const InterfaceRows &of) { return of.host->v4_vpn; }, nullptr, &L3lifRow::v4_vpn_id, false},
-    {SdkIntfAttrIpv6Vpn, Form::number, all_kinds,
-     [](const WantedInterface &wanted) { return wanted.vpn; },
-     [](const InterfaceRows &of) { return of.host->v6_vpn; }, nullptr, &L3lifRow::v6_vpn_id, false},
-    {SdkIntfAttrMtuIdx, Form::number, all_kinds,
-     [](const WantedInterface &wanted) { return wanted.mtu; },
-     [](const InterfaceRows &of) { return of.host->mtu; }, nullptr, &L3lifRow::mtu, false},
+    {SdkIntfAttrIpv4UcstEn, Form::flag, all_kinds, wanted_column<&WantedInterface::ipv4>,
+     host_column<&HostRow::ipv4_ucst>, nullptr, &L3lifRow::ipv4_ucst_en, false},
+    {SdkIntfAttrIpv4McstEn, Form::flag, all_kinds, nullptr, host_column<&HostRow::ipv4_mcst>,
+     nullptr, nullptr, false},
+    {SdkIntfAttrIpv6UcstEn, Form::flag, all_kinds, wanted_column<&WantedInterface::ipv6>, nullptr,
+     nullptr, nullptr, false},
+    {SdkIntfAttrIpv4Vpn, Form::number, all_kinds, wanted_column<&WantedInterface::vpn>,
+     host_column<&HostRow::v4_vpn>, nullptr, &L3lifRow::v4_vpn_id, false},
+    {SdkIntfAttrIpv6Vpn, Form::number, all_kinds, wanted_column<&WantedInterface::vpn>,
+     host_column<&HostRow::v6_vpn>, nullptr, &L3lifRow::v6_vpn_id, false},
+    {SdkIntfAttrMtuIdx, Form::number, all_kinds, wanted_column<&WantedInterface::mtu>,
+     host_column<&HostRow::mtu>, nullptr, &L3lifRow::mtu, false},
     /* The property is the inverse of the hardware's check. */
     {SdkIntfAttrIpv4SameIfCheck, Form::flag, all_kinds, nullptr,
-     [](const InterfaceRows &of) { return uint32_t{!of.host->ipv4_same_if}; }, nullptr, nullptr,
-     false},
+     [](const InterfaceRows &of, Form form) {
+         return SideValue{form, !of.host->ipv4_same_if};
+     },
+     nullptr, nullptr, false},
 };
-
-const AttributeSides *sides_of(uint32_t attribute)
-{
-    for (const AttributeSides &row : attribute_sides) {
-        if (row.number == attribute)
-            return &row;
-    }
-    return nullptr;
-}
 
 /* Attributes that an internal loopback writes. */
 struct LoopbackAttribute {
@@ -428,22 +431,19 @@ constexpr LoopbackAttribute loopback_attributes[] = {
     {SdkIntfAttrVlanTableMiss, 1},
 };
 
-const LoopbackAttribute *in_loopback(const InterfaceRows &of, uint32_t attribute)
+/* An attribute's row in one of the two tables; nullptr without one. */
+template <class Row, size_t count> const Row *row_of(const Row (&rows)[count], uint32_t attribute)
 {
-    if (!of.host->loopback)
-        return nullptr;
-    for (const LoopbackAttribute &row : loopback_attributes) {
-        if (row.number == attribute)
-            return &row;
-    }
-    return nullptr;
+    const auto at = std::find_if(std::begin(rows), std::end(rows),
+                                 [&](const Row &row) { return row.number == attribute; });
+    return at != std::end(rows) ? at : nullptr;
 }
 
 void attribute(const InterfaceRows &of, Sides &sides, uint32_t attribute)
 {
     if (of.host == nullptr || (of.intf == nullptr && !(of.tells && of.must_exist)))
         return;
-    const AttributeSides *known = sides_of(attribute);
+    const AttributeSides *known = row_of(attribute_sides, attribute);
     if (known != nullptr && (known->kinds & bit(of.host->kind)) == 0)
         known = nullptr;
     const AttributeRow &row = *find_attribute(attribute);
@@ -453,12 +453,13 @@ void attribute(const InterfaceRows &of, Sides &sides, uint32_t attribute)
         wanted = nullptr;
 
     const bool is_configured = known != nullptr && known->configured != nullptr;
-    const LoopbackAttribute *loopback = in_loopback(of, attribute);
+    const LoopbackAttribute *loopback =
+        of.host->loopback ? row_of(loopback_attributes, attribute) : nullptr;
     const bool is_decided = known != nullptr || loopback != nullptr;
     const uint32_t right = loopback != nullptr ? loopback->value
                            : known == nullptr  ? row.initial
                            : is_configured ? (wanted != nullptr ? known->configured(*wanted) : 0)
-                           : known->library != nullptr ? known->library(of)
+                           : known->library != nullptr ? known->library(of, form).number
                                                        : known->always(of);
     sides.right = right;
     if (of.intf != nullptr) {
@@ -489,11 +490,7 @@ void attribute(const InterfaceRows &of, Sides &sides, uint32_t attribute)
         if (wanted != nullptr && is_configured)
             sides.configured = {form, known->configured(*wanted)};
         if (known->library != nullptr)
-            sides.library = attribute == SdkIntfAttrLid && of.context != nullptr
-                                ? identifier(of.context->lid_id)
-                                : SideValue{form, known->library(of)};
-        if (attribute == SdkIntfAttrLid && of.context == nullptr)
-            sides.library = {};
+            sides.library = known->library(of, form);
         if (known->published != nullptr) {
             sides.database = value_of(of.published, known->published, form);
             sides.published = maker_of(of.published);
@@ -643,7 +640,7 @@ const std::vector<Property> &interface_properties()
         for (const AttributeSides &row : attribute_sides)
             add_attribute(row.number, row.configured != nullptr);
         for (const AttributeRow &row : attributes()) {
-            if (sides_of(row.number) == nullptr)
+            if (row_of(attribute_sides, row.number) == nullptr)
                 add_attribute(row.number, false);
         }
         rows.push_back({PropertyId::nat_zone, nullptr, difference, nat_zone});

@@ -16,13 +16,18 @@ namespace {
 
 constexpr int document_format = 1;
 
-/* Texts by name, in table order. */
-using Grouped = std::map<std::string, std::vector<std::string>, std::less<>>;
-
-std::vector<std::string> group(const Grouped &groups, const std::string &name)
+/* A row's column; nothing without the row. */
+template <class Row, class T> Cell cell_of(const Row *row, T Row::*column)
 {
-    const auto at = groups.find(name);
-    return at == groups.end() ? std::vector<std::string>() : at->second;
+    return row != nullptr ? cell(row->*column) : Cell();
+}
+template <class Row, class T> Cell id_of(const Row *row, T Row::*column)
+{
+    return row != nullptr ? id_cell(row->*column) : Cell();
+}
+template <class Row> Cell maker_of(const Row *row)
+{
+    return row != nullptr ? Cell(row->made.to_text()) : Cell();
 }
 
 /* ---- interfaces ---- */
@@ -30,35 +35,32 @@ std::vector<std::string> group(const Grouped &groups, const std::string &name)
 std::vector<Cell> interface_row(const Index &index, const std::string &name, InterfaceKind kind,
                                 const WantedInterface *wanted, const HostRow *host)
 {
-    const ContextRow *context = host != nullptr ? index.context(host->ifindex) : nullptr;
-    const bool has = wanted != nullptr && wanted->routed;
+    const ContextRow *context = index.context(host);
+    const WantedInterface *routed = wanted != nullptr && wanted->routed ? wanted : nullptr;
     const bool has_vlan = kind == InterfaceKind::svi || kind == InterfaceKind::sub_interface;
-    Cell vlan;
-    if (has_vlan && wanted != nullptr)
-        vlan = cell(wanted->number);
-    else if (has_vlan && host != nullptr)
-        vlan = cell(host->vlan);
+    const Cell vlan = !has_vlan           ? Cell()
+                      : wanted != nullptr ? cell(wanted->number)
+                                          : cell_of(host, &HostRow::vlan);
     return {name,
             cell(kind),
             index.state(name),
-            context != nullptr ? id_cell(context->intf_id) : Cell(),
-            context != nullptr ? id_cell(context->lid_id) : Cell(),
-            context != nullptr ? id_cell(context->pc_id) : Cell(),
-            wanted != nullptr ? cell(wanted->mtu) : Cell(),
-            has ? Cell(wanted->ipv4) : Cell(),
-            has ? Cell(wanted->ipv6) : Cell(),
-            wanted != nullptr ? cell(wanted->vrf) : Cell(),
-            wanted != nullptr ? cell(wanted->parent) : Cell(),
+            id_of(context, &ContextRow::intf_id),
+            id_of(context, &ContextRow::lid_id),
+            id_of(context, &ContextRow::pc_id),
+            cell_of(wanted, &WantedInterface::mtu),
+            cell_of(routed, &WantedInterface::ipv4),
+            cell_of(routed, &WantedInterface::ipv6),
+            cell_of(wanted, &WantedInterface::vrf),
+            cell_of(wanted, &WantedInterface::parent),
             vlan,
-            wanted != nullptr ? cell(wanted->addresses) : Cell(),
+            cell_of(wanted, &WantedInterface::addresses),
             cell(index.failure(name).message)};
 }
 
 Listing show_interfaces(const Snapshot &snapshot, const std::string &)
 {
     const Index index(snapshot);
-    Listing listing;
-    listing.title = "Interfaces";
+    Listing listing{"Interfaces"};
     listing.columns = {{"name", "Interface"},
                        {"kind", "Kind"},
                        {"state", "State"},
@@ -89,8 +91,7 @@ Listing show_interfaces(const Snapshot &snapshot, const std::string &)
 Listing show_ports(const Snapshot &snapshot, const std::string &)
 {
     const Index index(snapshot);
-    Listing listing;
-    listing.title = "Ports";
+    Listing listing{"Ports"};
     listing.columns = {{"name", "Port"},         {"alias", "Alias"},
                        {"front_port", "Front"},  {"role", "Role"},
                        {"admin_up", "Admin up"}, {"mtu", "MTU"},
@@ -100,13 +101,11 @@ Listing show_ports(const Snapshot &snapshot, const std::string &)
     const auto add = [&](const std::string &name, const WantedPort *wanted, const HostRow *host) {
         const WantedMember *member = index.membership(name);
         listing.rows.push_back(
-            {name, wanted != nullptr ? cell(wanted->alias) : Cell(),
+            {name, cell_of(wanted, &WantedPort::alias),
              host != nullptr ? cell(host->number + 1) : Cell(), std::string(index.role(name)),
-             wanted != nullptr ? Cell(wanted->admin_up) : Cell(),
-             wanted != nullptr ? cell(wanted->mtu) : Cell(),
-             host != nullptr ? id_cell(host->port_lid) : Cell(),
-             member != nullptr ? Cell(member->port_channel) : Cell(), index.vlans(name),
-             host != nullptr ? id_cell(host->kept_intf) : Cell(), host != nullptr && host->loopback,
+             cell_of(wanted, &WantedPort::admin_up), cell_of(wanted, &WantedPort::mtu),
+             id_of(host, &HostRow::port_lid), cell_of(member, &WantedMember::port_channel),
+             index.vlans(name), id_of(host, &HostRow::kept_intf), host != nullptr && host->loopback,
              cell(index.failure(name).message)});
     };
     for (const WantedPort &port : snapshot.wanted_ports)
@@ -123,7 +122,7 @@ Listing show_ports(const Snapshot &snapshot, const std::string &)
 Listing show_port_channels(const Snapshot &snapshot, const std::string &)
 {
     const Index index(snapshot);
-    Grouped wanted_members, declined, joined;
+    std::map<std::string, std::vector<std::string>> wanted_members, declined, joined;
     for (const WantedMember &member : snapshot.wanted_members)
         (member.declined ? declined : wanted_members)[member.port_channel].push_back(member.port);
     for (const MemberRow &member : snapshot.members) {
@@ -133,8 +132,7 @@ Listing show_port_channels(const Snapshot &snapshot, const std::string &)
             joined[owner->name].push_back(
                 port != nullptr ? port->name : fmt::format("front port {}", member.front_port));
     }
-    Listing listing;
-    listing.title = "Port-channels";
+    Listing listing{"Port-channels"};
     listing.columns = {
         {"name", "Port-channel"}, {"number", "Number"},   {"state", "State"},
         {"pc_id", "pc_id"},       {"lid_id", "lid_id"},   {"intf_id", "intf_id"},
@@ -144,13 +142,13 @@ Listing show_port_channels(const Snapshot &snapshot, const std::string &)
         if (wanted.kind != InterfaceKind::port_channel)
             continue;
         const HostRow *host = index.host(wanted);
-        const ContextRow *context = host != nullptr ? index.context(host->ifindex) : nullptr;
+        const ContextRow *context = index.context(host);
         listing.rows.push_back({wanted.name, cell(wanted.number), index.state(wanted.name),
-                                context != nullptr ? id_cell(context->pc_id) : Cell(),
-                                context != nullptr ? id_cell(context->lid_id) : Cell(),
-                                context != nullptr ? id_cell(context->intf_id) : Cell(),
-                                cell(wanted.mtu), group(wanted_members, wanted.name),
-                                group(joined, wanted.name), group(declined, wanted.name)});
+                                id_of(context, &ContextRow::pc_id),
+                                id_of(context, &ContextRow::lid_id),
+                                id_of(context, &ContextRow::intf_id), cell(wanted.mtu),
+                                found_in(wanted_members, wanted.name),
+                                found_in(joined, wanted.name), found_in(declined, wanted.name)});
     }
     return listing;
 }
@@ -165,8 +163,7 @@ Listing show_lids(const Snapshot &snapshot, const std::string &)
         if (row.number == SdkIntfAttrLid)
             bound[row.value]++;
     }
-    Listing listing;
-    listing.title = "LID entries";
+    Listing listing{"LID entries"};
     listing.columns = {{"lid_id", "lid_id"},
                        {"owner", "Owner"},
                        {"leads_to", "Leads to"},
@@ -179,9 +176,8 @@ Listing show_lids(const Snapshot &snapshot, const std::string &)
         for (const LidPathRow &path :
              find_rows(snapshot.lid_paths, &LidPathRow::lid_id, lid.lid_id))
             ends.push_back(Index::path_words(path));
-        listing.rows.push_back({cell(lid.lid_id), owner != nullptr ? Cell(owner->name) : Cell(),
-                                std::move(ends), cell(lid.ifmap_idx), bound[lid.lid_id],
-                                lid.made.to_text()});
+        listing.rows.push_back({cell(lid.lid_id), cell_of(owner, &HostRow::name), std::move(ends),
+                                cell(lid.ifmap_idx), bound[lid.lid_id], lid.made.to_text()});
     }
     return listing;
 }
@@ -191,8 +187,7 @@ Listing show_lids(const Snapshot &snapshot, const std::string &)
 Listing show_macs(const Snapshot &snapshot, const std::string &)
 {
     const Index index(snapshot);
-    Listing listing;
-    listing.title = "MACs";
+    Listing listing{"MACs"};
     listing.columns = {{"kind", "Kind"}, {"mac", "MAC"},         {"interface", "Interface"},
                        {"id", "Id"},     {"intf_id", "intf_id"}, {"made_by", "Made by"}};
     for (const RouterMacRow &mac : snapshot.router_macs)
@@ -201,8 +196,8 @@ Listing show_macs(const Snapshot &snapshot, const std::string &)
     for (const TrapRow &trap : snapshot.traps) {
         const HostRow *owner = index.owner_of_intf(trap.intf_id);
         listing.rows.push_back({std::string("virtual"), to_text(trap.mac),
-                                owner != nullptr ? Cell(owner->name) : Cell(),
-                                cell(trap.mac_trap_id), cell(trap.intf_id), trap.made.to_text()});
+                                cell_of(owner, &HostRow::name), cell(trap.mac_trap_id),
+                                cell(trap.intf_id), trap.made.to_text()});
     }
     return listing;
 }
@@ -219,8 +214,7 @@ std::string one_line(std::string text)
 
 Listing show_errors(const Snapshot &snapshot, const std::string &)
 {
-    Listing listing;
-    listing.title = "Errors";
+    Listing listing{"Errors"};
     listing.columns = {{"count", "Count"},
                        {"function", "Function"},
                        {"line", "Line"},
@@ -238,15 +232,15 @@ Listing show_summary(const Snapshot &snapshot, const std::string &)
     const Index index(snapshot);
     Listing listing =
         listing_of("Summary", snapshot.table_use, {"Name", "What", "Used", "Highest", "Capacity"});
-    const auto count = [&](const char *name, const char *what, size_t of) {
+    const auto count = [&](const char *name, const char *what, auto of) {
         listing.rows.push_back({std::string(name), std::string(what), cell(of), Cell(), Cell()});
     };
-    const auto &wanted = snapshot.wanted_interfaces;
+    const auto how_many = [&](const auto &are) {
+        return std::count_if(snapshot.wanted_interfaces.begin(), snapshot.wanted_interfaces.end(),
+                             are);
+    };
     const auto of_kind = [&](InterfaceKind kind) {
-        return static_cast<size_t>(
-            std::count_if(wanted.begin(), wanted.end(), [&](const WantedInterface &row) {
-                return row.kind == kind && row.routed;
-            }));
+        return how_many([&](const WantedInterface &row) { return row.kind == kind && row.routed; });
     };
     count("ports", "ports configured", snapshot.wanted_ports.size());
     count("routed_ports", "routed ports configured", of_kind(InterfaceKind::port));
@@ -255,10 +249,7 @@ Listing show_summary(const Snapshot &snapshot, const std::string &)
     count("sub_interfaces", "sub-interfaces configured", of_kind(InterfaceKind::sub_interface));
     count("svis", "SVIs configured", of_kind(InterfaceKind::svi));
     count("programmed", "interfaces in the ASIC",
-          static_cast<size_t>(
-              std::count_if(wanted.begin(), wanted.end(), [&](const WantedInterface &row) {
-                  return index.programmed(index.host(row.name));
-              })));
+          how_many([&](const WantedInterface &row) { return index.programmed(index.host(row)); }));
     count("failures", "failed steps, not yet repaired", snapshot.failures.size());
     return listing;
 }
@@ -267,12 +258,11 @@ Listing show_attributes(const Snapshot &snapshot, const std::string &interface)
 {
     const Index index(snapshot);
     const HostRow *host = index.host(interface);
-    const ContextRow *context = host != nullptr ? index.serving_context(*host) : nullptr;
-    Listing listing;
+    const ContextRow *context = index.serving_context(host);
     const bool known = context != nullptr && context->intf_id != no_id;
-    listing.title = known ? fmt::format("Attributes of {}: SDK interface {}", interface,
-                                        index.intf_words(context->intf_id))
-                          : fmt::format("Attributes of {}: no SDK interface", interface);
+    Listing listing{fmt::format("Attributes of {}: {}", interface,
+                                known ? "SDK interface " + index.intf_words(context->intf_id)
+                                      : "no SDK interface")};
     listing.columns = {{"number", "No."},
                        {"name", "Attribute"},
                        {"description", "What"},
@@ -282,9 +272,6 @@ Listing show_attributes(const Snapshot &snapshot, const std::string &interface)
                        {"waits", "Waits"},
                        {"written_by", "Written by"},
                        {"queued_by", "Queued by"}};
-    const auto writer = [&](const auto *row) {
-        return row != nullptr ? Cell(row->made.to_text()) : Cell();
-    };
     if (!known || index.intf(context->intf_id) == nullptr)
         return listing;
     for (const AttributeRow &row : attributes()) {
@@ -292,8 +279,7 @@ Listing show_attributes(const Snapshot &snapshot, const std::string &interface)
         listing.rows.push_back(
             {cell(row.number), std::string(row.name), std::string(row.description), cell(now.value),
              row.hex ? Cell(fmt::format("{:#x}", now.value)) : Cell(), cell(row.initial),
-             now.waits != nullptr ? cell(now.waits->value) : Cell(), writer(now.written),
-             writer(now.waits)});
+             cell_of(now.waits, &PendingRow::value), maker_of(now.written), maker_of(now.waits)});
     }
     return listing;
 }
@@ -352,15 +338,10 @@ Listing show(const std::vector<FailureRow> &failures)
 
 Listing show(const std::vector<Finding> &findings)
 {
-    Listing listing{"Findings of the configuration",
-                    {{"severity", "Severity"},
-                     {"file", "File"},
-                     {"line", "Line"},
-                     {"column", "Column"},
-                     {"table", "Table"},
-                     {"key", "Key"},
-                     {"message", "Finding"}},
-                    {}};
+    Listing listing{"Findings of the configuration"};
+    listing.columns = {{"severity", "Severity"}, {"file", "File"},   {"line", "Line"},
+                       {"column", "Column"},     {"table", "Table"}, {"key", "Key"},
+                       {"message", "Finding"}};
     for (const Finding &finding : findings) {
         const SourceLocation &at = finding.location;
         listing.rows.push_back({cell(finding.severity), at.file, cell(at.line), cell(at.column),
@@ -372,8 +353,7 @@ Listing show(const std::vector<Finding> &findings)
 Listing show_waiting(const Snapshot &snapshot)
 {
     const Index index(snapshot);
-    Listing listing;
-    listing.title = "Waiting for the flush";
+    Listing listing{"Waiting for the flush"};
     listing.columns = {{"intf_id", "intf_id"},     {"interface", "Interface"},
                        {"attribute", "Attribute"}, {"value", "Value"},
                        {"waits", "Waits"},         {"queued_by", "Queued by"}};
@@ -381,7 +361,7 @@ Listing show_waiting(const Snapshot &snapshot)
         const HostRow *owner = index.owner_of_intf(write.intf_id);
         const AttributeRow *attribute = find_attribute(write.number);
         listing.rows.push_back(
-            {cell(write.intf_id), owner != nullptr ? Cell(owner->name) : Cell(),
+            {cell(write.intf_id), cell_of(owner, &HostRow::name),
              attribute != nullptr ? Cell(std::string(attribute->name)) : cell(write.number),
              cell(index.attribute(write.intf_id, write.number).value), cell(write.value),
              write.made.to_text()});

@@ -63,21 +63,10 @@ template <class Row> std::vector<std::string> column_names()
     return names;
 }
 
-template <class Row> std::string create_sql()
+/* How many SQL columns a value fills. */
+template <class T> int width_of()
 {
-    return fmt::format("CREATE TABLE \"{}\" ({})", Row::table,
-                       fmt::join(column_names<Row>(), ", "));
-}
-template <class Row> std::string insert_sql()
-{
-    const auto names = column_names<Row>();
-    return fmt::format("INSERT INTO \"{}\" VALUES ({})", Row::table,
-                       fmt::join(std::vector<const char *>(names.size(), "?"), ", "));
-}
-template <class Row> std::string select_sql()
-{
-    return fmt::format("SELECT {} FROM \"{}\" ORDER BY rowid", fmt::join(column_names<Row>(), ", "),
-                       Row::table);
+    return 1 + static_cast<int>(std::count(parts_of<T>.begin(), parts_of<T>.end(), ','));
 }
 
 /* ---- SQLite ---- */
@@ -188,29 +177,22 @@ public:
         }
     }
     void put(const Mac &mac) { put(to_text(mac)); }
-    void put(const std::optional<uint32_t> &number)
+    template <class T> void put(const std::optional<T> &value)
     {
-        if (number)
-            put(*number);
-        else
-            put_null();
+        if (value)
+            return put(*value);
+        for (int i = 0; i < width_of<std::optional<T>>(); ++i)
+            check(sqlite3_bind_null(statement_, ++at_));
     }
     template <class Row> void put_row(const Row &row)
     {
         std::apply([&](const auto &...value) { (put(value), ...); }, row.columns());
     }
     void put(const SourceLocation &location) { put_row(location); }
-    void put(const std::optional<SourceLocation> &location)
-    {
-        if (location)
-            return put(*location);
-        std::apply([&](const auto &...part) { (put_null(&part), ...); },
-                   SourceLocation().columns());
-    }
     void put(const Origin &origin)
     {
         put(origin.number());
-        put(std::string_view(origin.call));
+        put(origin.call);
     }
 
     template <class T> std::enable_if_t<std::is_integral_v<T>> get(T &number)
@@ -230,48 +212,27 @@ public:
         text.assign(data, static_cast<size_t>(sqlite3_column_bytes(statement_, at_)));
         ++at_;
     }
-    void get(std::string_view &word)
-    {
-        std::string text;
-        get(text);
-        word = lasting(text);
-    }
-    void get(const char *&word)
-    {
-        std::string text;
-        get(text);
-        word = lasting(text);
-    }
+    void get(std::string_view &word) { word = lasting(next_text()); }
+    void get(const char *&word) { word = lasting(next_text()); }
     void get(Mac &mac)
     {
-        std::string text;
-        get(text);
-        const std::optional<Mac> read = parse_mac(text);
+        const std::optional<Mac> read = parse_mac(next_text());
         if (!read)
             damaged(at_ - 1);
         mac = *read;
     }
-    void get(std::optional<uint32_t> &number)
+    template <class T> void get(std::optional<T> &value)
     {
-        if (sqlite3_column_type(statement_, at_) == SQLITE_NULL) {
-            number.reset();
-            ++at_;
-        } else {
-            get(number.emplace());
-        }
+        if (sqlite3_column_type(statement_, at_) != SQLITE_NULL)
+            return get(value.emplace());
+        value.reset();
+        at_ += width_of<std::optional<T>>();
     }
     template <class Row> void get_row(Row &row)
     {
         std::apply([&](auto &...value) { (get(value), ...); }, row.columns());
     }
     void get(SourceLocation &location) { get_row(location); }
-    void get(std::optional<SourceLocation> &location)
-    {
-        if (sqlite3_column_type(statement_, at_) != SQLITE_NULL)
-            return get(location.emplace());
-        location.reset();
-        at_ += static_cast<int>(std::tuple_size_v<decltype(SourceLocation().columns())>);
-    }
     void get(InterfaceKind &kind) { get_enum(kind, interface_kind_names); }
     void get(Finding::Severity &severity) { get_enum(severity, severity_names); }
     void get(Origin &origin)
@@ -281,22 +242,23 @@ public:
         origin.request = requests_->find(number);
         if (number != 0 && origin.request == nullptr)
             damaged(at_ - 1);
-        std::string call;
-        get(call);
-        origin.call = lasting(call);
+        get(origin.call);
     }
 
 private:
-    template <class E, size_t count> void get_enum(E &value, const char *const (&names)[count])
+    std::string next_text()
     {
         std::string text;
         get(text);
-        const auto at = std::find(std::begin(names), std::end(names), text);
+        return text;
+    }
+    template <class E, size_t count> void get_enum(E &value, const char *const (&names)[count])
+    {
+        const auto at = std::find(std::begin(names), std::end(names), next_text());
         if (at == std::end(names))
             damaged(at_ - 1);
         value = static_cast<E>(at - std::begin(names));
     }
-    void put_null(const void * = nullptr) { check(sqlite3_bind_null(statement_, ++at_)); }
     void check(int status)
     {
         if (status != SQLITE_OK)
@@ -331,8 +293,11 @@ int Database::number(const char *pragma)
 
 template <class Row> void put_rows(Database &db, const std::vector<Row> &rows)
 {
-    db.run(create_sql<Row>());
-    Statement insert(db, insert_sql<Row>());
+    const std::vector<std::string> columns = column_names<Row>();
+    db.run(fmt::format("CREATE TABLE \"{}\" ({})", Row::table, fmt::join(columns, ", ")));
+    Statement insert(db,
+                     fmt::format("INSERT INTO \"{}\" VALUES ({})", Row::table,
+                                 fmt::join(std::vector<const char *>(columns.size(), "?"), ", ")));
     for (const Row &row : rows) {
         insert.put_row(row);
         insert.step();
@@ -343,7 +308,10 @@ template <class Row> void put_rows(Database &db, const std::vector<Row> &rows)
 template <class Row> std::vector<Row> get_rows(Database &db, const Requests *requests = nullptr)
 {
     std::vector<Row> rows;
-    Statement select(db, select_sql<Row>(), Row::table, requests);
+    Statement select(db,
+                     fmt::format("SELECT {} FROM \"{}\" ORDER BY rowid",
+                                 fmt::join(column_names<Row>(), ", "), Row::table),
+                     Row::table, requests);
     while (select.step())
         select.get_row(rows.emplace_back());
     return rows;

@@ -24,11 +24,6 @@ namespace {
 /* Which interfaces failures have affected since power-on. */
 class Watch : public Observer {
 public:
-    Watch() { Journal::instance().add(*this); }
-    ~Watch() override { Journal::instance().remove(*this); }
-    Watch(const Watch &) = delete;
-    Watch &operator=(const Watch &) = delete;
-
     void request_ends(const Request &request) override
     {
         families_[request.number] = family(request.subject);

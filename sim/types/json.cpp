@@ -1,8 +1,5 @@
 #include "sim/types/json.h"
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 namespace kvnsim {
 namespace {
 
@@ -42,73 +39,10 @@ std::string valid_utf8(std::string_view text)
 
 } // namespace
 
-struct Json::State {
-    rapidjson::StringBuffer buffer;
-    rapidjson::Writer<rapidjson::StringBuffer> writer{buffer};
-};
-
-Json::Json() : state_(std::make_unique<State>()) {}
-Json::~Json() = default;
-
-Json &Json::begin_object()
-{
-    state_->writer.StartObject();
-    return *this;
-}
-Json &Json::end_object()
-{
-    state_->writer.EndObject();
-    return *this;
-}
-Json &Json::begin_array()
-{
-    state_->writer.StartArray();
-    return *this;
-}
-Json &Json::end_array()
-{
-    state_->writer.EndArray();
-    return *this;
-}
-Json &Json::key(std::string_view name)
-{
-    return value(name);
-}
-Json &Json::null()
-{
-    state_->writer.Null();
-    return *this;
-}
 Json &Json::value(std::string_view text)
 {
     const std::string valid = valid_utf8(text);
-    state_->writer.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size()));
-    return *this;
-}
-Json &Json::value(bool flag)
-{
-    state_->writer.Bool(flag);
-    return *this;
-}
-Json &Json::value(double number)
-{
-    state_->writer.Double(number);
-    return *this;
-}
-Json &Json::value(int64_t number)
-{
-    state_->writer.Int64(number);
-    return *this;
-}
-Json &Json::value(uint64_t number)
-{
-    state_->writer.Uint64(number);
-    return *this;
-}
-
-std::string Json::text() const
-{
-    return {state_->buffer.GetString(), state_->buffer.GetSize()};
+    return after(writer_.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size())));
 }
 
 } // namespace kvnsim

@@ -1,36 +1,33 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
 
 namespace kvnsim {
 
 /* Writes one JSON document. Bytes that are not UTF-8, as in a file's name, are replaced. */
 class Json {
 public:
-    Json();
-    ~Json();
-    Json(const Json &) = delete;
-    Json &operator=(const Json &) = delete;
+    Json &begin_object() { return after(writer_.StartObject()); }
+    Json &end_object() { return after(writer_.EndObject()); }
+    Json &begin_array() { return after(writer_.StartArray()); }
+    Json &end_array() { return after(writer_.EndArray()); }
+    Json &key(std::string_view name) { return value(name); }
 
-    Json &begin_object();
-    Json &end_object();
-    Json &begin_array();
-    Json &end_array();
-    Json &key(std::string_view name);
-
-    Json &null();
+    Json &null() { return after(writer_.Null()); }
     Json &value(std::string_view text);
     Json &value(const char *text) { return value(std::string_view(text)); }
     Json &value(const std::string &text) { return value(std::string_view(text)); }
-    Json &value(bool flag);
-    Json &value(double number);
-    Json &value(int64_t number);
-    Json &value(uint64_t number);
+    Json &value(bool flag) { return after(writer_.Bool(flag)); }
+    Json &value(double number) { return after(writer_.Double(number)); }
+    Json &value(int64_t number) { return after(writer_.Int64(number)); }
+    Json &value(uint64_t number) { return after(writer_.Uint64(number)); }
     Json &value(int32_t number) { return value(int64_t{number}); }
     Json &value(uint32_t number) { return value(uint64_t{number}); }
     template <class T> Json &value(const std::optional<T> &of) { return of ? value(*of) : null(); }
@@ -52,12 +49,14 @@ public:
         return text.empty() ? key(name).null() : field(name, text);
     }
 
-    std::string text() const;
+    std::string text() const { return {buffer_.GetString(), buffer_.GetSize()}; }
     std::string document() const { return text() + '\n'; }
 
 private:
-    struct State;
-    std::unique_ptr<State> state_;
+    Json &after(bool) { return *this; } /* writing to memory does not fail */
+
+    rapidjson::StringBuffer buffer_;
+    rapidjson::Writer<rapidjson::StringBuffer> writer_{buffer_};
 };
 
 } // namespace kvnsim

@@ -45,9 +45,6 @@ inline std::vector<std::string> words(const Plan &plan)
 /* What is asked of the library from now on, and the calls that it makes. */
 class RequestWatcher : public Observer {
 public:
-    RequestWatcher() { Journal::instance().add(*this); }
-    ~RequestWatcher() override { Journal::instance().remove(*this); }
-
     std::vector<std::string> made;  /* "l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1)" */
     std::vector<std::string> calls; /* names of the calls, in order */
 

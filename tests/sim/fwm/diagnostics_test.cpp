@@ -99,8 +99,6 @@ TEST_F(DiagnosticSinks, AllOnAndOffInEveryCombination)
 
 class TraceWatcher : public Observer {
 public:
-    TraceWatcher() { Journal::instance().add(*this); }
-    ~TraceWatcher() override { Journal::instance().remove(*this); }
     void call_made(const Call &call) override { seen.push_back(call.what->name()); }
     void trace_emitted(const TraceRecord &record) override
     {

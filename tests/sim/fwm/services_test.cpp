@@ -18,8 +18,6 @@ class Services : public HostFixture {
 protected:
     /* Keeps the last call seen. */
     struct LastCall : Observer {
-        LastCall() { Journal::instance().add(*this); }
-        ~LastCall() override { Journal::instance().remove(*this); }
         void call_made(const Call &made) override { call = made; }
         Call call;
     };

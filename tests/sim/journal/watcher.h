@@ -8,11 +8,6 @@
 /* Watches the journal for a test's time and keeps what it saw. */
 class Watcher : public kvnsim::Observer {
 public:
-    Watcher() { kvnsim::Journal::instance().add(*this); }
-    ~Watcher() override { kvnsim::Journal::instance().remove(*this); }
-    Watcher(const Watcher &) = delete;
-    Watcher &operator=(const Watcher &) = delete;
-
     void request_begins(const kvnsim::Request &request) override
     {
         events.push_back("begin " + std::to_string(request.number));

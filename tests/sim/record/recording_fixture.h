@@ -1,18 +1,15 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "l3lifpd_kavelin.h"
-#include "sim/fwm/host.h"
 #include "sim/record/recorder.h"
 #include "sim/record/replay.h"
-#include "sim/switch/entry_points.h"
-#include "tests/sim/switch_fixture.h"
+#include "tests/sim/hand_operated.h"
 
 namespace kvnsim {
 
@@ -46,50 +43,8 @@ inline std::string told(const Replay &result)
 }
 
 /* A switch operated by hand, recorded and replayed. */
-class RecordingFixture : public SwitchFixture {
+class RecordingFixture : public HandOperated {
 protected:
-    HostInterface &port(uint32_t number)
-    {
-        HostInterface &made = *host.add_port("Ethernet" + std::to_string(number), number);
-        auto request = std::make_shared<Request>();
-        request->entry = "host: give port its LID";
-        request->subject = request->arguments = made.name;
-        journal.begin(request);
-        host.make_port_lid(made);
-        journal.end(std::nullopt);
-        return made;
-    }
-    HostInterface &routed_port(uint32_t number)
-    {
-        HostInterface &made = port(number);
-        made.ip.ipv4_ucst_en = 1;
-        made.ip.mtu = 9100;
-        host.register_l3(made);
-        entry::add_l3port(made, 1);
-        return made;
-    }
-    HostInterface &port_channel(uint32_t number)
-    {
-        HostInterface &made =
-            *host.add_port_channel("PortChannel" + std::to_string(number), number);
-        host.register_l3(made);
-        return made;
-    }
-    HostInterface &member(uint32_t number, HostInterface &port_channel)
-    {
-        HostInterface &made = port(number);
-        host.join(made, port_channel);
-        host.register_l3(made);
-        entry::add_l3pc(made, port_channel.membership.member_count == 1);
-        return made;
-    }
-    HostInterface &sub_interface(const std::string &name, HostInterface &parent, uint32_t vlan)
-    {
-        HostInterface &made = *host.add_sub_interface(name, parent, vlan);
-        host.register_l3(made);
-        entry::add_subint(made, vlan, 1);
-        return made;
-    }
     void remove(HostInterface &sub_interface)
     {
         entry::del_subint(sub_interface);
@@ -130,7 +85,6 @@ protected:
     }
 
     const Mac gateway{0x00, 0x00, 0x5e, 0x00, 0x01, 0x0a};
-    Host &host = Host::instance();
     Journal &journal = Journal::instance();
 };
 

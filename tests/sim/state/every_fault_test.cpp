@@ -41,8 +41,6 @@ std::map<std::string, std::vector<Desired>> scenarios()
 /* How often each call that can fail is made. */
 class CallCount : public Observer {
 public:
-    CallCount() { Journal::instance().add(*this); }
-    ~CallCount() override { Journal::instance().remove(*this); }
     void call_made(const Call &call) override
     {
         if (call.what->can_fail())

@@ -19,9 +19,6 @@ namespace kvnsim {
  * the failure stays, recorded only when the rule says so. */
 class Leftovers : public Observer {
 public:
-    Leftovers() { Journal::instance().add(*this); }
-    ~Leftovers() override { Journal::instance().remove(*this); }
-
     /* From now on this is wanted. To be called before it is applied. */
     void aim(const Desired &want);
     /* What an audit must find, in its brief form, sorted. */

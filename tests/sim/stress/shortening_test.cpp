@@ -128,8 +128,6 @@ TEST(ShorteningOfTwo, KeepsBoth)
 TEST(ShorteningOfFailures, NamesTheCallThatFailed)
 {
     struct Seen : Observer {
-        Seen() { Journal::instance().add(*this); }
-        ~Seen() override { Journal::instance().remove(*this); }
         void request_ends(const Request &request) override
         {
             failed |= request.first_failure().words.find("libsdk_intf_attr_set") == 0;

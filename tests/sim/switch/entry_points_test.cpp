@@ -166,8 +166,6 @@ TEST_F(EntryPointsTest, EveryPropertyWritesTheAttributeThatItsRowNames)
 /* Whether the library says of a property that it does not know it. */
 class UnknownProperty : public Observer {
 public:
-    UnknownProperty() { Journal::instance().add(*this); }
-    ~UnknownProperty() override { Journal::instance().remove(*this); }
     void trace_emitted(const TraceRecord &record) override
     {
         told = told || record.text.find("Unknown property type") != std::string::npos;

@@ -1,10 +1,10 @@
-#include "tests/sim/switch_fixture.h"
+#include "tests/sim/hand_operated.h"
 
 namespace kvnsim {
 namespace {
 
 /* What would end the process is not asked of the library; all else is. */
-class Asking : public SwitchFixture {
+class Asking : public HandOperated {
 protected:
     /* Why the request was not made; empty when it was. */
     static std::string asking(const std::string &name, const std::vector<Value> &values)
@@ -22,41 +22,6 @@ protected:
     }
     static Value of(const HostInterface &interface) { return Value::integer(interface.ifindex); }
     static Value number(int64_t value) { return Value::integer(value); }
-
-    HostInterface &port(uint32_t number)
-    {
-        HostInterface &made = *host.add_port("Ethernet" + std::to_string(number), number);
-        host.make_port_lid(made);
-        return made;
-    }
-    HostInterface &routed_port(uint32_t number)
-    {
-        HostInterface &made = port(number);
-        create_interface(made, 0);
-        return made;
-    }
-    HostInterface &port_channel(uint32_t number)
-    {
-        HostInterface &made =
-            *host.add_port_channel("PortChannel" + std::to_string(number), number);
-        host.register_l3(made);
-        return made;
-    }
-    HostInterface &member(uint32_t number, HostInterface &port_channel)
-    {
-        HostInterface &made = port(number);
-        host.join(made, port_channel);
-        join(made);
-        return made;
-    }
-    HostInterface &sub_interface(const std::string &name, HostInterface &parent, uint32_t vlan)
-    {
-        HostInterface &made = *host.add_sub_interface(name, parent, vlan);
-        create_interface(made, vlan);
-        return made;
-    }
-
-    Host &host = Host::instance();
 };
 
 TEST_F(Asking, SubInterfaceNeedsAParentWithALid)
