@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-#include "sim/cli/near.h"
+#include "sim/config/similar.h"
 #include "sim/sdk/asic.h"
 #include "sim/sdk/attributes.h"
 #include "sim/sdk/sdk_status.h"

@@ -11,7 +11,7 @@
 
 #include <fmt/format.h>
 
-#include "sim/cli/near.h"
+#include "sim/config/similar.h"
 #include "sim/config/names.h"
 
 namespace kvnsim {
@@ -97,7 +97,7 @@ std::string Option::value() const
 
 Words Option::choices() const
 {
-    return split_at_bars(value());
+    return split(value(), '|');
 }
 
 const Words &Arguments::values(std::string_view name) const

@@ -9,7 +9,7 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/interrupt.h"
-#include "sim/cli/near.h"
+#include "sim/config/similar.h"
 #include "sim/cli/verb.h"
 #include "sim/state/snapshot.h"
 

@@ -7,7 +7,7 @@
 
 #include "sim/cli/completion.h"
 #include "sim/cli/console.h"
-#include "sim/cli/near.h"
+#include "sim/config/similar.h"
 #include "sim/sdk/attributes.h"
 
 namespace kvnsim {

@@ -8,7 +8,7 @@
 #include "platform_api/fwm.h"
 #include "platform_api/libsdk.h"
 #include "sim/cli/console.h"
-#include "sim/cli/near.h"
+#include "sim/config/similar.h"
 #include "sim/cli/shell.h"
 #include "sim/config/names.h"
 #include "sim/sdk/asic.h"

@@ -4,7 +4,7 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
-#include "sim/cli/near.h"
+#include "sim/config/similar.h"
 #include "sim/cli/verb.h"
 #include "sim/state/audit.h"
 #include "sim/state/explain.h"

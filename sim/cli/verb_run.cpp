@@ -7,7 +7,7 @@
 #include "sim/cli/input.h"
 #include "sim/cli/instruments.h"
 #include "sim/cli/interrupt.h"
-#include "sim/cli/near.h"
+#include "sim/config/similar.h"
 #include "sim/cli/stored.h"
 #include "sim/cli/tables.h"
 #include "sim/cli/verb.h"

@@ -5,12 +5,15 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
+#include <set>
 #include <string_view>
 #include <tuple>
 
 #include "sim/config/desired.h"
 #include "sim/config/document.h"
 #include "sim/config/names.h"
+#include "sim/config/similar.h"
 #include "sim/config/tables.h"
 
 namespace kvnsim {
@@ -29,18 +32,30 @@ const TableSchema *where_it_belongs(const TableSchema &table, const std::string 
 
 class Reader {
 public:
-    Reader(Configuration &configuration, const Document &document)
-        : configuration_(configuration), document_(document), draft_(configuration)
+    Reader(Configuration &configuration, Document document)
+        : configuration_(configuration), document_(std::move(document)), draft_(configuration)
     {}
 
     void read()
     {
+        if (!has_known_table())
+            return;
         for (const DocumentTable &table : document_.tables)
             check_shape(table);
+        add_listed_members("PORTCHANNEL", "PORTCHANNEL_MEMBER");
+        add_listed_members("VLAN", "VLAN_MEMBER");
         infer_ports();
-        for (const TableSchema &table : tables())
-            if (const DocumentTable *source = find(table.name))
+        for (const TableSchema &table : tables()) {
+            const DocumentTable *source = find(table.name);
+            if (source && table.use == Use::not_modelled)
+                name_interfaces(table, *source);
+            else if (source)
                 read(table, *source);
+            if (table.name == std::string_view("PORT"))
+                draft_.number_ports();
+        }
+        draft_.check_addresses();
+        draft_.check_waiting();
     }
 
 private:
@@ -53,28 +68,113 @@ private:
         return {configuration_.file, row.at.line, row.at.column, table.name, row.name};
     }
 
-    const DocumentTable *find(const char *name) const
+    DocumentTable *find(const std::string &name)
     {
-        for (const DocumentTable &table : document_.tables)
+        for (DocumentTable &table : document_.tables)
             if (table.name == name && table.kind == ValueKind::object)
                 return &table;
         return nullptr;
     }
 
+    /* A file without any known table is not what its user takes it for. */
+    bool has_known_table()
+    {
+        std::vector<DocumentTable> &given = document_.tables;
+        if (given.empty() ||
+            std::any_of(given.begin(), given.end(), [](const DocumentTable &table) {
+                return find_table(table.name) != nullptr;
+            }))
+            return true;
+        configuration_.is_understood = false;
+        std::vector<std::string> known;
+        for (const TableSchema &table : tables())
+            known.emplace_back(table.name);
+        for (const DocumentTable &table : given) {
+            const auto is_known = [](const DocumentRow &row) {
+                return row.kind == ValueKind::object && find_table(row.name) != nullptr;
+            };
+            if (std::any_of(table.entries.begin(), table.entries.end(), is_known))
+                return draft_.tell(FindingId::tables_one_level_down, location(table),
+                                   quoted(table.name));
+        }
+        for (const DocumentTable &table : given) {
+            const std::vector<std::string> near = similar_names(table.name, known);
+            if (!near.empty())
+                return draft_.tell(FindingId::no_known_table_but, location(table),
+                                   printable(table.name), near.front());
+        }
+        return draft_.tell(FindingId::no_known_table, location(given.front()),
+                           printable(given.front().name));
+    }
+
+    /* A member that is listed in the row of its port-channel or VLAN counts as a row of the table
+     * of members. */
+    void add_listed_members(const char *owners, const char *members)
+    {
+        const DocumentTable *owner_table = find(owners);
+        if (!owner_table)
+            return;
+        std::vector<DocumentRow> listed;
+        std::set<std::string> known;
+        const DocumentTable *member_table = find(members);
+        for (const DocumentRow &row : member_table ? member_table->entries : listed)
+            known.insert(row.name);
+        for (const DocumentRow &row : owner_table->entries) {
+            for (const DocumentField &field : row.entries) {
+                if (field.name != "members")
+                    continue;
+                for (const DocumentEntry &member : elements_of(field)) {
+                    std::string key = row.name + "|" + std::string(trimmed(member.text));
+                    if (!member.text.empty() && known.insert(key).second)
+                        listed.push_back({std::move(key),
+                                          member.value_at,
+                                          ValueKind::object,
+                                          {},
+                                          member.value_at,
+                                          {}});
+                }
+            }
+        }
+        if (listed.empty())
+            return;
+        if (!member_table)
+            document_.tables.push_back({members, listed.front().at, ValueKind::object, {}, {}, {}});
+        std::vector<DocumentRow> &rows = find(members)->entries;
+        std::move(listed.begin(), listed.end(), std::back_inserter(rows));
+    }
+
+    static std::vector<DocumentEntry> elements_of(const DocumentField &field)
+    {
+        if (field.kind == ValueKind::list)
+            return field.entries;
+        std::vector<DocumentEntry> elements;
+        for (const std::string &element : split(field.text, ','))
+            elements.push_back({{}, {}, ValueKind::text, element, field.value_at, {}});
+        return elements;
+    }
+
+    /* Interfaces that are not modelled: each is named once, at its first row. */
+    void name_interfaces(const TableSchema &table, const DocumentTable &source)
+    {
+        std::set<std::string> named;
+        for (const DocumentRow &row : source.entries) {
+            const std::string name = split(row.name, '|').front();
+            if (named.insert(name).second)
+                draft_.tell(FindingId::interface_not_modelled, location(table, row),
+                            printable(name), table.meaning);
+        }
+    }
+
     void check_shape(const DocumentTable &table)
     {
-        const bool is_read = find_table(table.name) != nullptr;
-        if (!is_read)
-            configuration_.ignored[table.name] += static_cast<uint32_t>(table.rows.size());
-        if (table.kind != ValueKind::object) {
-            draft_.tell(is_read ? FindingId::no_object_of_rows
-                                : FindingId::no_object_of_rows_unread,
-                        location(table), to_text(table.kind));
-            if (is_read)
-                draft_.leave_out(table.name, location(table));
-        }
-        if (is_read)
+        if (find_table(table.name)) {
+            if (table.kind == ValueKind::object)
+                return;
+            draft_.tell(FindingId::no_object_of_rows, location(table), to_text(table.kind));
+            draft_.leave_out(table.name, location(table));
             return;
+        }
+        configuration_.ignored[table.name] += static_cast<uint32_t>(table.entries.size());
         for (const TableSchema &known : tables()) {
             if (spelling(table.name) != spelling(known.name))
                 continue;
@@ -91,10 +191,10 @@ private:
         ByName<DesiredPort> ports;
         for (const DocumentTable &source : document_.tables) {
             const TableSchema *const table = find_table(source.name);
-            for (const DocumentRow &row : source.rows) {
-                if (!table)
+            for (const DocumentRow &row : source.entries) {
+                if (!table || table->use == Use::not_modelled)
                     break;
-                for (const std::string &part : split_at_bars(row.name)) {
+                for (const std::string &part : split(row.name, '|')) {
                     auto name = parse_interface_name(part);
                     const std::string whole =
                         name && name->kind == InterfaceKind::sub_interface ? name->parent : part;
@@ -113,8 +213,7 @@ private:
         draft_.tell(
             FindingId::ports_inferred, SourceLocation{configuration_.file, 1, 1, {}, {}},
             fmt::format("{} front-panel port{}", ports.size(), ports.size() == 1 ? "" : "s"));
-        for (auto &[name, port] : ports)
-            draft_.add_port(name, std::move(port));
+        draft_.desired.ports = std::move(ports);
     }
 
     void read(const TableSchema &table, const DocumentTable &source)
@@ -123,19 +222,19 @@ private:
         for (const TableField &declared : table.fields)
             defaults.push_back(declared.fallback ? *parse_field(declared, declared.fallback)
                                                  : FieldValue{});
+        const std::vector<FieldValue> none(address_fields().size());
 
         /* An interface's own row first; address rows add to it. */
         for (const bool with_address : {false, true}) {
             std::vector<std::pair<std::string, SourceLocation>> unsound;
-            for (const DocumentRow &source_row : source.rows) {
+            for (const DocumentRow &source_row : source.entries) {
                 const auto bars = static_cast<size_t>(
                     std::count(source_row.name.begin(), source_row.name.end(), '|'));
                 if ((bars >= table.key.size()) != with_address)
                     continue;
                 Row row(table, location(table, source_row));
                 const bool has_key = take_key(row, source_row);
-                if (!row.is_address_row)
-                    row.values = defaults;
+                row.values = row.is_address_row ? none : defaults;
                 if (has_key && take_fields(row, source_row))
                     table.read(draft_, row);
                 else
@@ -149,28 +248,36 @@ private:
     bool take_key(Row &row, const DocumentRow &source)
     {
         const TableSchema &table = row.table;
-        row.parts = split_at_bars(source.name);
-        if (source.name.find_first_of(blanks) != source.name.npos)
-            return draft_.tell(FindingId::blank_in_key, row.location, quoted(source.name),
-                               key_form(table));
+        row.parts = split(source.name, '|');
         const size_t parts = table.key.size();
         row.is_address_row = table.has_address_rows && row.parts.size() == parts + 1;
         if (row.parts.size() != parts && !row.is_address_row)
-            return draft_.tell(FindingId::key_form, row.location, quoted(source.name),
-                               key_form(table));
+            return tell_key(row, FindingId::key_form, quoted(source.name), key_form(table));
         for (size_t i = 0; i < parts; ++i) {
-            if (has_form(table.key[i], row.parts[i]))
-                continue;
-            if (const TableSchema *other = where_it_belongs(table, row.parts[i]))
-                return draft_.tell(FindingId::key_of_another_table, row.location,
-                                   quoted(row.parts[i]), expected(table.key[i]), row.parts[i],
-                                   other->name);
-            return draft_.tell(FindingId::key_part, row.location, quoted(row.parts[i]),
-                               expected(table.key[i]));
+            const std::string &part = row.parts[i];
+            if (!has_form(table.key[i], part)) {
+                const TableSchema *const other = where_it_belongs(table, part);
+                return other ? draft_.tell(FindingId::key_of_another_table, row.location,
+                                           quoted(part), expected(table.key[i]), part, other->name)
+                             : tell_key(row, FindingId::key_part, quoted(part),
+                                        expected(table.key[i]));
+            }
+            const bool is_interface = parse_interface_name(part).has_value();
+            if (is_interface && part.size() > most_name_characters &&
+                long_names_.insert(part).second)
+                draft_.tell(FindingId::long_name, row.location, part, most_name_characters);
         }
         if (row.is_address_row && !parse_address(row.address()))
             return draft_.tell(FindingId::address_form, row.location, quoted(row.address()));
         return true;
+    }
+
+    /* A key of a table that programs nothing does not keep the rest from being applied. */
+    bool tell_key(const Row &row, FindingId id, const std::string &found,
+                  const std::string &expected)
+    {
+        return draft_.tell(row.table.use == Use::applied ? id : FindingId::unused_key, row.location,
+                           found, expected);
     }
 
     /* Whether the row is valid; every error in it is reported. */
@@ -178,22 +285,28 @@ private:
     {
         if (source.kind != ValueKind::object)
             return draft_.tell(FindingId::no_object_of_fields, row.location, to_text(source.kind));
-        const std::vector<TableField> &known = row.table.fields;
         bool sound = true;
-        for (const DocumentField &field : source.fields) {
-            const auto declared =
-                std::find_if(known.begin(), known.end(), [&](const TableField &candidate) {
-                    return field.name == candidate.name;
-                });
-            if (declared == known.end())
-                sound &= check_unread(row, field);
-            else if (row.is_address_row)
+        for (const DocumentField &field : source.entries) {
+            const std::string name = spelling(field.name);
+            if (const TableField *declared = find_field(row.fields(), field.name))
+                sound &= take_field(row, *declared, field);
+            else if (const TableField *meant = find_field(row.fields(), name))
+                draft_.tell(FindingId::unknown_field, moved(row.location, field.at),
+                            quoted(field.name), meant->name);
+            else if (row.is_address_row && find_field(row.table.fields, field.name))
                 draft_.tell(FindingId::field_of_address_row, moved(row.location, field.at),
                             field.name, fmt::format("{}|{}", row.table.name, row.name()));
-            else
-                sound &= take_field(row, *declared, field);
         }
         return sound;
+    }
+
+    static const TableField *find_field(const std::vector<TableField> &fields,
+                                        const std::string &name)
+    {
+        for (const TableField &field : fields)
+            if (name == field.name)
+                return &field;
+        return nullptr;
     }
 
     bool take_field(Row &row, const TableField &declared, const DocumentField &field)
@@ -204,34 +317,44 @@ private:
             return true;
         }
         const SourceLocation where = moved(row.location, field.value_at);
-        if (field.kind != ValueKind::text)
-            return draft_.tell(FindingId::value_kind, where, declared.name, to_text(field.kind),
-                               expected(declared));
-        auto value = parse_field(declared, field.text);
-        if (!value)
-            return draft_.tell(FindingId::value, where, declared.name, quoted(field.text),
-                               expected(declared));
+        const bool is_applied = declared.use == Use::applied && row.table.use == Use::applied;
+        const bool is_list = field.kind == ValueKind::list && declared.type == FieldType::list;
+        if (field.kind == ValueKind::null) {
+            draft_.tell(FindingId::null_value, where, declared.name);
+            return true;
+        }
+        if (!is_list && (field.kind == ValueKind::list || field.kind == ValueKind::object)) {
+            draft_.tell(is_applied ? FindingId::value_kind : FindingId::unused_value_kind, where,
+                        declared.name, to_text(field.kind), expected(declared));
+            return !is_applied;
+        }
+        auto value =
+            parse_field(declared, is_list ? joined(field) : std::string(trimmed(field.text)));
+        if (!value) {
+            draft_.tell(is_applied ? FindingId::value : FindingId::unused_value, where,
+                        declared.name, quoted(field.text), expected(declared));
+            return !is_applied;
+        }
+        if (declared.use == Use::not_modelled &&
+            (declared.type != FieldType::boolean || value->number != 0))
+            draft_.tell(FindingId::field_not_modelled, where, declared.name, quoted(field.text));
         value->at = field.value_at;
-        row.values[static_cast<size_t>(&declared - row.table.fields.data())] = std::move(*value);
+        row.values[static_cast<size_t>(&declared - row.fields().data())] = std::move(*value);
         return true;
     }
 
-    bool check_unread(Row &row, const DocumentField &field)
+    static std::string joined(const DocumentField &list)
     {
-        for (const TableField &declared : row.table.fields) {
-            if (spelling(field.name) == declared.name)
-                return draft_.tell(FindingId::unknown_field, moved(row.location, field.at),
-                                   quoted(field.name), declared.name);
-        }
-        if (field.kind != ValueKind::text && field.kind != ValueKind::list)
-            draft_.tell(FindingId::unread_value_kind, moved(row.location, field.value_at),
-                        quoted(field.name), to_text(field.kind));
-        return true;
+        std::string text;
+        for (const DocumentEntry &element : list.entries)
+            text += element.text + ',';
+        return text;
     }
 
     Configuration &configuration_;
-    const Document &document_;
+    Document document_;
     Draft draft_;
+    std::set<std::string> long_names_;
 };
 
 } // namespace
@@ -240,9 +363,11 @@ Configuration read_configuration(const std::string &file, const std::string &tex
 {
     Configuration configuration;
     configuration.file = file;
-    const Document document = read_document(file, text, configuration.findings);
+    Document document = read_document(
+        file, text, [](const std::string &table) { return find_table(table) != nullptr; },
+        configuration.findings);
     configuration.is_understood = document.is_object;
-    Reader(configuration, document).read();
+    Reader(configuration, std::move(document)).read();
     std::stable_sort(configuration.findings.begin(), configuration.findings.end(),
                      [](const Finding &a, const Finding &b) {
                          return std::tie(a.location.line, a.location.column) <

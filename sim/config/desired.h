@@ -43,6 +43,7 @@ struct L3Settings {
 };
 
 struct DesiredPort {
+    uint32_t front_port = 0; /* 1..255 */
     uint16_t mtu = 9100;
     bool admin_up = false;
     std::string alias;
@@ -66,11 +67,12 @@ struct DesiredSubInterface {
     std::string parent; /* a port or a port-channel, by full name */
     uint32_t vlan = 0;  /* 1..4094 */
     uint16_t mtu = 0;   /* capped to the parent's */
+    bool waits = false; /* for a port-channel's first member */
     L3Settings l3;
     SourceLocation location;
 };
 struct DesiredSvi {
-    uint32_t vlan = 0; /* 2..4094 */
+    uint32_t vlan = 0; /* 1..4094 */
     uint16_t mtu = 9100;
     L3Settings l3;
     SourceLocation location;

@@ -60,8 +60,8 @@ bool is_blank(char c)
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
-/* Takes the parser's events. Tables, rows, fields and the elements of lists are kept; what is deeper
- * is passed over. */
+/* Takes the parser's events. Tables, rows, fields and the elements of lists are kept; what is
+ * deeper is passed over. */
 class Builder {
 public:
     using Ch = char;
@@ -307,11 +307,11 @@ public:
         for (DocumentRow &row : table.entries) {
             if (row.kind != ValueKind::object)
                 continue;
-            erase_repeated(row.entries, [&](const DocumentField &last,
-                                            const DocumentField &earlier) {
-                report(FindingId::duplicate_field, {quoted(last.name)}, table.name, row.name,
-                       last.at, earlier.at);
-            });
+            erase_repeated(row.entries,
+                           [&](const DocumentField &last, const DocumentField &earlier) {
+                               report(FindingId::duplicate_field, {quoted(last.name)}, table.name,
+                                      row.name, last.at, earlier.at);
+                           });
         }
     }
 

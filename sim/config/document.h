@@ -35,7 +35,7 @@ struct DocumentEntry {
     std::vector<DocumentEntry> entries; /* of an object or list */
 };
 using DocumentField = DocumentEntry;
-using DocumentRow = DocumentEntry;   /* its name is the key */
+using DocumentRow = DocumentEntry; /* its name is the key */
 using DocumentTable = DocumentEntry;
 
 /* Each name once, without blanks at its ends or beside '|'. */

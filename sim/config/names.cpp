@@ -46,12 +46,25 @@ std::string lower_case(std::string_view text)
     return lower;
 }
 
+/* Ports that are not on the front panel have letters before the number: Ethernet-BP0. */
+std::string_view without_port_class(std::string_view text)
+{
+    if (text.empty() || text[0] != '-')
+        return text;
+    size_t letters = 1;
+    while (letters < text.size() && std::isalpha(static_cast<unsigned char>(text[letters])))
+        ++letters;
+    return letters > 1 ? text.substr(letters) : text;
+}
+
 std::optional<InterfaceName> parse_whole_interface(std::string_view text)
 {
     for (const NameForm &form : name_forms) {
         if (!starts_with(text, form.prefix))
             continue;
-        const std::string_view digits = text.substr(form.prefix.size());
+        std::string_view digits = text.substr(form.prefix.size());
+        if (form.kind == InterfaceKind::port)
+            digits = without_port_class(digits);
         if (form.leading_zeros && digits.size() > most_channel_digits)
             return {};
         if (!form.leading_zeros && digits.size() > 1 && digits[0] == '0')
@@ -136,6 +149,20 @@ bool is_multicast(const Mac &mac)
     return (mac[0] & 1) != 0;
 }
 
+std::optional<VirtualRouterName> parse_virtual_router_name(std::string_view text)
+{
+    constexpr std::string_view prefix = "Vrrp", v4 = "-v4", v6 = "-v6";
+    const std::string_view end = text.substr(text.size() - std::min(text.size(), v4.size()));
+    if (!starts_with(text, prefix) || text.size() < prefix.size() + end.size() ||
+        (end != v4 && end != v6))
+        return {};
+    text = text.substr(prefix.size(), text.size() - prefix.size() - end.size());
+    const auto vrid = parse_number(text, vrid_range);
+    if (!vrid || text[0] == '0')
+        return {};
+    return VirtualRouterName{*vrid, end == v6};
+}
+
 bool is_vrf_name(std::string_view text)
 {
     constexpr std::string_view prefix = "Vrf";
@@ -158,15 +185,36 @@ std::optional<Address> parse_address(std::string_view text)
 
     Address address;
     address.has_prefix_length = slash != text.npos;
-    in6_addr bytes;
-    if (inet_pton(AF_INET6, host.c_str(), &bytes) == 1)
+    if (inet_pton(AF_INET6, host.c_str(), address.bytes.data()) == 1)
         address.ipv6 = true;
-    else if (inet_pton(AF_INET, host.c_str(), &bytes) != 1)
+    else if (inet_pton(AF_INET, host.c_str(), address.bytes.data()) != 1)
         return {};
-    if (address.has_prefix_length &&
-        !parse_number(text.substr(slash + 1), 0, address.ipv6 ? 128 : 32))
+    address.prefix_length = address.ipv6 ? 128 : 32;
+    if (!address.has_prefix_length)
+        return address;
+    const auto given = parse_number(text.substr(slash + 1), 0, address.prefix_length);
+    if (!given)
         return {};
+    address.prefix_length = *given;
     return address;
+}
+
+const char *unusable_class(const Address &address)
+{
+    const size_t size = address.ipv6 ? 16 : 4;
+    const auto zeros = std::all_of(address.bytes.begin(), address.bytes.begin() + size - 1,
+                                   [](uint8_t byte) { return byte == 0; });
+    const uint8_t first = address.bytes[0], last = address.bytes[size - 1];
+    if (zeros && last == 0)
+        return "the unspecified";
+    if (address.ipv6 ? first == 0xff : first >= 224 && first < 240)
+        return "a multicast";
+    return (address.ipv6 ? zeros && last == 1 : first == 127) ? "a loopback" : nullptr;
+}
+
+bool is_link_local(const Address &address)
+{
+    return address.ipv6 && address.bytes[0] == 0xfe && (address.bytes[1] & 0xc0) == 0x80;
 }
 
 std::optional<bool> parse_boolean(std::string_view text)
@@ -185,14 +233,25 @@ std::string_view trimmed(std::string_view text)
     return text.substr(0, text.find_last_not_of(blanks) + 1);
 }
 
-std::vector<std::string> split_at_bars(const std::string &text)
+std::vector<std::string> split(const std::string &text, char separator)
 {
     std::vector<std::string> parts;
     size_t begin = 0;
-    for (size_t bar; (bar = text.find('|', begin)) != text.npos; begin = bar + 1)
-        parts.push_back(text.substr(begin, bar - begin));
+    for (size_t end; (end = text.find(separator, begin)) != text.npos; begin = end + 1)
+        parts.push_back(text.substr(begin, end - begin));
     parts.push_back(text.substr(begin));
     return parts;
+}
+
+std::string without_blanks_beside_bars(const std::string &key)
+{
+    if (key.find_first_of(blanks) == key.npos)
+        return key;
+    std::string without;
+    for (const std::string &part : split(key, '|'))
+        without.append(trimmed(part)) += '|';
+    without.pop_back();
+    return without;
 }
 
 std::string spelling(std::string_view text)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,14 +21,16 @@ struct Range {
 std::string to_text(const Range &range); /* "68..9216" */
 
 constexpr Range mtu_range{68, 9216};
-constexpr Range vlan_range{2, 4094};
-constexpr Range encapsulation_range{1, 4094}; /* the VLAN of a sub-interface */
+constexpr Range vlan_range{1, 4094};
 constexpr Range vrid_range{1, 255};
 constexpr Range nat_zone_range{0, 3};
 constexpr Range port_name_range{0, 9999}; /* the number in a port's name */
 constexpr size_t most_channel_digits = 4;
 constexpr size_t most_vrf_characters = 12; /* after Vrf */
-constexpr size_t most_ports = 255; /* port numbers of the front panel are 8 bits wide, from 1 */
+constexpr Range front_port_range{1, 255};  /* numbers of the front panel are 8 bits wide */
+constexpr size_t most_ports = front_port_range.max;
+constexpr Range vni_range{0, 16777215};
+constexpr size_t most_name_characters = 15; /* of an interface, to the switch's kernel */
 
 struct InterfaceName {
     InterfaceKind kind = InterfaceKind::port;
@@ -36,8 +39,8 @@ struct InterfaceName {
     bool short_form = false; /* Eth64.10, Po0001.10 */
 };
 
-/* Ethernet0, PortChannel0001, Vlan100, Ethernet0.100, Eth64.10, Po0001.10; empty for anything
- * else, numbers out of their range included. */
+/* Ethernet0, Ethernet-BP0, PortChannel0001, Vlan100, Ethernet0.100, Eth64.10, Po0001.10; empty for
+ * anything else, numbers out of their range included. */
 std::optional<InterfaceName> parse_interface_name(std::string_view text);
 
 /* Decimal digits only. */
@@ -52,21 +55,35 @@ std::optional<Mac> parse_mac(std::string_view text);
 bool is_zero(const Mac &mac);
 bool is_multicast(const Mac &mac);
 
+/* Vrrp1-v4, Vrrp255-v6 */
+struct VirtualRouterName {
+    uint32_t vrid = 0;
+    bool ipv6 = false;
+};
+std::optional<VirtualRouterName> parse_virtual_router_name(std::string_view text);
+
 /* "default" or "Vrf" and letters, digits, '-', '_' or '.'. */
 bool is_vrf_name(std::string_view text);
 
 struct Address {
     bool ipv6 = false;
     bool has_prefix_length = false;
+    std::array<uint8_t, 16> bytes{}; /* of IPv4 the first four */
+    uint32_t prefix_length = 0;      /* without one that of a host */
 };
 /* 192.0.2.1/31, 2001:db8::1/64, or either without its prefix length. */
 std::optional<Address> parse_address(std::string_view text);
+/* "a multicast", "a loopback" or "the unspecified": an address that no interface can have; nullptr
+ * for any other. */
+const char *unusable_class(const Address &address);
+bool is_link_local(const Address &address); /* IPv6 */
 
 /* enable, enabled, true, yes, on and their opposites, in upper or lower case. */
 std::optional<bool> parse_boolean(std::string_view text);
 
-/* "Vlan10|Ethernet0" gives both names. */
-std::vector<std::string> split_at_bars(const std::string &text);
+/* "Vlan10|Ethernet0" gives both names, for '|'. */
+std::vector<std::string> split(const std::string &text, char separator);
+std::string without_blanks_beside_bars(const std::string &key);
 
 constexpr const char *blanks = " \t\n\v\f\r";
 /* Without blanks at both ends. */

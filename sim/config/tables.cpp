@@ -5,10 +5,15 @@
 #include <algorithm>
 #include <cassert>
 #include <cstring>
+#include <functional>
+#include <set>
+#include <tuple>
 
 namespace kvnsim {
 
 namespace {
+
+constexpr const char *untagged = "untagged";
 
 /* The object that a row refers to; nullptr, with a finding, if it is missing. */
 template <class Object>
@@ -61,8 +66,11 @@ void read_device_metadata(Draft &draft, const Row &row)
         return;
     draft.desired.router_mac = row.mac("mac");
     draft.desired.router_mac_location = row.location;
-    if (is_multicast(row.mac("mac")))
-        draft.tell(FindingId::multicast_mac, row.location_of("mac"), "mac", row.text("mac"));
+}
+
+void read_vnet(Draft &draft, const Row &row)
+{
+    draft.vnets.emplace(row.name(), row.location);
 }
 
 void read_vrf(Draft &draft, const Row &row)
@@ -74,15 +82,11 @@ void read_vrf(Draft &draft, const Row &row)
 void read_sag(Draft &draft, const Row &row)
 {
     if (row.name() != "GLOBAL") {
-        draft.tell(FindingId::key_part, row.location, quoted(row.name()), "GLOBAL");
+        draft.tell(FindingId::unknown_row, row.location, quoted(row.name()), "GLOBAL");
         return;
     }
-    if (!row.given("gateway_mac"))
-        return;
-    draft.gateway_mac = row.mac("gateway_mac");
-    if (is_multicast(row.mac("gateway_mac")))
-        draft.tell(FindingId::multicast_mac, row.location_of("gateway_mac"), "gateway_mac",
-                   row.text("gateway_mac"));
+    if (row.given("gateway_mac"))
+        draft.gateway_mac = row.mac("gateway_mac");
 }
 
 /* ---- Ports, port-channels, VLANs ---- */
@@ -94,7 +98,16 @@ void read_port(Draft &draft, const Row &row)
     port.admin_up = row.flag("admin_status");
     port.alias = row.text("alias");
     port.location = row.location;
-    draft.add_port(row.name(), std::move(port));
+    draft.desired.ports.emplace(row.name(), std::move(port));
+    if (row.given("index"))
+        draft.port_indexes.emplace(row.name(), row.number("index"));
+    if (!row.given("lanes"))
+        draft.ports_without_lanes.push_back(row.location);
+    for (const std::string &lane : row.elements("lanes")) {
+        const auto [there, is_new] = draft.lanes.try_emplace(lane, row.location);
+        if (!is_new)
+            draft.tell(FindingId::lane_twice, {row.location_of("lanes"), there->second}, lane);
+    }
 }
 
 void read_port_channel(Draft &draft, const Row &row)
@@ -132,12 +145,9 @@ void read_port_channel_member(Draft &draft, const Row &row)
 void read_vlan(Draft &draft, const Row &row)
 {
     const uint32_t number = parse_interface_name(row.name())->number;
-    if (row.given("vlanid") && row.number("vlanid") != number) {
-        draft.tell(FindingId::value_unlike_name, row.location_of("vlanid"), "vlanid",
-                   row.number("vlanid"), number, "name");
-        draft.leave_out(row.table.name, row.name(), row.location);
-        return;
-    }
+    if (row.given("vlanid") && row.number("vlanid") != number)
+        draft.tell(FindingId::value_unlike_key, row.location_of("vlanid"), "vlanid",
+                   row.text("vlanid"), number);
     DesiredVlan &vlan = draft.desired.vlans[row.name()];
     vlan.vlan = number;
     vlan.mtu = static_cast<uint16_t>(row.number("mtu"));
@@ -162,6 +172,11 @@ void read_vlan_member(Draft &draft, const Row &row)
     }
     vlan->members.emplace(member, row.location);
     draft.bridged.try_emplace(member, row.location);
+    if (row.text("tagging_mode") != untagged)
+        return;
+    const auto [there, is_new] = draft.untagged.try_emplace(member, row.location);
+    if (!is_new)
+        draft.tell(FindingId::untagged_twice, {row.location, there->second}, member);
 }
 
 /* ---- Routed interfaces ---- */
@@ -170,12 +185,19 @@ void read_vlan_member(Draft &draft, const Row &row)
 void warn_of_vlan(Draft &draft, const Row &row, const std::string &routed)
 {
     if (const auto bridged = draft.bridged.find(routed); bridged != draft.bridged.end())
-        draft.tell(FindingId::routed_member, {row.location, bridged->second}, routed, "VLAN");
+        draft.tell(FindingId::routed_member, {row.location, bridged->second}, routed);
 }
 
 void add_address(Draft &draft, const Row &row, L3Settings &l3)
 {
     const Address address = *parse_address(row.address());
+    if (const char *unusable = unusable_class(address))
+        draft.tell(FindingId::unusable_address, row.location, row.address(), unusable);
+    const char *const family = address.ipv6 ? "IPv6" : "IPv4";
+    if (row.given("family") && row.text("family") != family)
+        draft.tell(FindingId::value_unlike_key, row.location_of("family"), "family",
+                   row.text("family"), family);
+    draft.add_address(row, address, l3.vrf);
     if (!address.has_prefix_length)
         draft.tell(FindingId::no_prefix_length, row.location, row.address());
     (address.ipv6 ? l3.ipv6 : l3.ipv4) = true;
@@ -197,6 +219,15 @@ void set_l3(Draft &draft, const Row &row, L3Settings &l3)
         draft.tell(FindingId::vrf_without_row, row.location_of("vrf_name"), vrf);
 }
 
+void check_vnet(Draft &draft, const Row &row)
+{
+    if (!row.given("vnet_name"))
+        return;
+    draft.vnet_of[row.name()] = row.text("vnet_name");
+    if (draft.vnets.count(row.text("vnet_name")) == 0)
+        draft.tell(FindingId::no_vnet, row.location_of("vnet_name"), row.text("vnet_name"));
+}
+
 /* Common to the rows of all routed interfaces: l3 is nullptr if the interface does not exist yet;
  * create makes it, or returns nullptr with a finding. */
 template <class Create>
@@ -214,10 +245,12 @@ void read_l3_row(Draft &draft, const Row &row, L3Settings *l3, Create &&create)
             draft.tell(FindingId::no_row_of_its_own, row.location, row.name(),
                        fmt::format("{}|{}", row.table.name, row.name()));
     }
-    if (row.is_address_row)
+    if (row.is_address_row) {
         add_address(draft, row, *l3);
-    else
+    } else {
         set_l3(draft, row, *l3);
+        check_vnet(draft, row);
+    }
 }
 
 template <class Object> L3Settings *find_l3(ByName<Object> &objects, const std::string &name)
@@ -233,8 +266,7 @@ void read_interface(Draft &draft, const Row &row)
         if (!referred(draft, row, desired.ports, "PORT", row.name()))
             return nullptr;
         if (const auto joined = draft.joined.find(row.name()); joined != draft.joined.end())
-            draft.tell(FindingId::routed_member, {row.location, joined->second}, row.name(),
-                       "port-channel");
+            draft.tell(FindingId::declined_member, {joined->second, row.location}, row.name());
         warn_of_vlan(draft, row, row.name());
         DesiredRoutedPort &port = desired.routed_ports[row.name()];
         port.location = row.location;
@@ -304,11 +336,6 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
         return 0;
     }
     if (channel) {
-        if (const auto absence = why_absent(desired, parent, *channel)) {
-            draft.tell(FindingId::parent_without_member, {row.location, absence->second},
-                       absence->first);
-            return 0;
-        }
         if (!is_routed) {
             warn_of_vlan(draft, row, parent);
             channel->l3.emplace();
@@ -338,12 +365,11 @@ void read_sub_interface(Draft &draft, const Row &row)
         if (!row.is_address_row && row.given("vlan")) {
             vlan = row.number("vlan");
         } else if (name.short_form) {
-            draft.tell(FindingId::no_vlan_in_short_name, row.location, to_text(encapsulation_range),
+            draft.tell(FindingId::no_vlan_in_short_name, row.location, to_text(vlan_range),
                        row.name());
             return nullptr;
-        } else if (!encapsulation_range.has(vlan)) {
-            draft.tell(FindingId::no_vlan_after_dot, row.location, vlan,
-                       to_text(encapsulation_range));
+        } else if (!vlan_range.has(vlan)) {
+            draft.tell(FindingId::no_vlan_after_dot, row.location, vlan, to_text(vlan_range));
             return nullptr;
         }
         if (const auto there = draft.encapsulations.find({name.parent, vlan});
@@ -376,6 +402,17 @@ void read_sub_interface(Draft &draft, const Row &row)
 
 /* ---- First-hop redundancy ---- */
 
+/* Whether the ASIC has an interface or the parent of one; if not, says why. */
+bool stands(Draft &draft, const Row &row, const std::string &name)
+{
+    const auto found = draft.desired.port_channels.find(name);
+    if (found == draft.desired.port_channels.end())
+        return true;
+    const auto absence = why_absent(draft.desired, name, found->second);
+    return !absence || draft.tell(FindingId::no_interface_for_virtual_mac,
+                                  {row.location, absence->second}, absence->first);
+}
+
 /* Whether the interface is one that a virtual MAC can be set on; if not, says why. */
 bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
 {
@@ -383,8 +420,11 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
     switch (parse_interface_name(name)->kind) {
     case InterfaceKind::svi:
         return referred(draft, row, desired.svis, "VLAN_INTERFACE", name);
-    case InterfaceKind::sub_interface:
-        return referred(draft, row, desired.sub_interfaces, "VLAN_SUB_INTERFACE", name);
+    case InterfaceKind::sub_interface: {
+        const DesiredSubInterface *sub =
+            referred(draft, row, desired.sub_interfaces, "VLAN_SUB_INTERFACE", name);
+        return sub != nullptr && stands(draft, row, sub->parent);
+    }
     case InterfaceKind::port: {
         const auto joined = draft.joined.find(name);
         if (joined != draft.joined.end())
@@ -400,42 +440,89 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
         ByName<DesiredPortChannel> none;
         return referred(draft, row, none, "PORTCHANNEL_INTERFACE", name);
     }
-    if (const auto absence = why_absent(desired, name, found->second)) {
-        return draft.tell(FindingId::no_interface_for_virtual_mac, {row.location, absence->second},
-                          absence->first);
-    }
-    return true;
+    return stands(draft, row, name);
 }
 
-template <uint8_t family> void read_virtual_router(Draft &draft, const Row &row)
+void add_virtual_router(Draft &draft, const Row &row, const std::string &interface, bool ipv6,
+                        uint32_t vrid)
+{
+    if (takes_virtual_mac(draft, row, interface))
+        add_virtual_mac(draft, row, interface,
+                        {0x00, 0x00, 0x5e, 0x00, static_cast<uint8_t>(ipv6 ? 2 : 1),
+                         static_cast<uint8_t>(vrid)});
+}
+
+template <bool ipv6> void read_virtual_router(Draft &draft, const Row &row)
 {
     const uint32_t vrid = *parse_number(row.parts[1], vrid_range);
     for (const char *field : {"vrid", "vid"}) {
-        if (row.given(field) && row.number(field) != vrid) {
-            draft.tell(FindingId::value_unlike_name, row.location_of(field), field,
-                       row.number(field), vrid, "key");
-            return;
-        }
+        if (row.given(field) && row.number(field) != vrid)
+            draft.tell(FindingId::value_unlike_key, row.location_of(field), field, row.text(field),
+                       vrid);
     }
-    if (takes_virtual_mac(draft, row, row.name()))
-        add_virtual_mac(draft, row, row.name(),
-                        {0x00, 0x00, 0x5e, 0x00, family, static_cast<uint8_t>(vrid)});
+    add_virtual_router(draft, row, row.name(), ipv6, vrid);
+}
+
+/* Rows with addresses of the virtual router have no effect of their own. */
+void read_virtual_router_interface(Draft &draft, const Row &row)
+{
+    if (row.is_address_row)
+        return;
+    if (!row.given("parent_interface")) {
+        draft.tell(FindingId::no_parent_interface, row.location);
+        return;
+    }
+    const VirtualRouterName name = *parse_virtual_router_name(row.name());
+    add_virtual_router(draft, row, row.text("parent_interface"), name.ipv6, name.vrid);
 }
 
 /* ---- The tables ---- */
 
-TableField number(const char *name, const Range &range, const char *fallback, const char *meaning)
+TableField number(const char *name, const Range &range, const char *fallback, const char *meaning,
+                  Use use = Use::applied)
 {
-    return {name, FieldType::number, range.min, range.max, fallback, meaning};
+    return {name, FieldType::number, range.min, range.max, fallback, meaning, use};
+}
+
+TableField text(const char *name, uint32_t most, const char *fallback, const char *meaning, Use use)
+{
+    return {name, FieldType::text, 0, most, fallback, meaning, use};
+}
+
+TableField field(FieldType type, const char *name, const char *fallback, const char *meaning,
+                 Use use = Use::applied, const char *choices = "")
+{
+    return {name, type, 0, 0, fallback, meaning, use, choices};
+}
+
+constexpr uint32_t most_text = 255;
+
+TableField mode_field()
+{
+    return field(FieldType::choice, "mode", nullptr, "how VLANs use it", Use::checked,
+                 "routed|access|trunk");
+}
+
+TableField admin_status_field(const char *fallback, const char *meaning)
+{
+    return field(FieldType::choice, "admin_status", fallback, meaning, Use::shown, "down|up");
 }
 
 std::vector<TableField> with_l3_fields(std::vector<TableField> more)
 {
     std::vector<TableField> fields = {
-        {"vrf_name", FieldType::vrf, 0, 0, "default", "the VRF that the interface routes in"},
+        field(FieldType::vrf, "vrf_name", "default", "the VRF that the interface routes in"),
         number("nat_zone", nat_zone_range, "0", "the zone for address translation"),
-        {"ipv6_use_link_local_only", FieldType::boolean, 0, 0, "disable",
-         "enable IPv6 without an IPv6 address"},
+        field(FieldType::boolean, "ipv6_use_link_local_only", "disable",
+              "enable IPv6 without an IPv6 address"),
+        text("vnet_name", most_text, nullptr, "the VNET that the interface routes in",
+             Use::not_modelled),
+        field(FieldType::mac, "mac_addr", nullptr, "the interface's own MAC", Use::not_modelled),
+        field(FieldType::boolean, "mpls", nullptr, "whether it takes labelled packets",
+              Use::not_modelled),
+        field(FieldType::choice, "loopback_action", nullptr,
+              "what becomes of packets that leave where they came from", Use::checked,
+              "drop|forward"),
     };
     fields.insert(fields.end(), more.begin(), more.end());
     return fields;
@@ -444,30 +531,51 @@ std::vector<TableField> with_l3_fields(std::vector<TableField> more)
 std::vector<TableSchema> make_tables()
 {
     const TableField mtu = number("mtu", mtu_range, "9100", "the largest packet, in bytes");
+    const auto mtu_elsewhere = [](const char *source) {
+        return field(FieldType::elsewhere, "mtu", nullptr, source);
+    };
+    const TableField members =
+        field(FieldType::list, "members", nullptr, "members, as rows of the table of members");
     const std::vector<TableField> vrrp_fields = {
-        number("vrid", vrid_range, nullptr, "the same as in the key"),
-        number("vid", vrid_range, nullptr, "another spelling of vrid"),
+        number("vrid", vrid_range, nullptr, "the same as in the key", Use::checked),
+        number("vid", vrid_range, nullptr, "another spelling of vrid", Use::checked),
     };
     return {
         {"DEVICE_METADATA",
          {KeyPart::any},
-         {{"hostname", FieldType::text, 0, 63, "", "the switch's name"},
-          {"mac", FieldType::mac, 0, 0, nullptr, "the router MAC; none if missing"}},
+         {text("hostname", 63, "", "the switch's name", Use::shown),
+          field(FieldType::mac, "mac", nullptr, "the router MAC; none if missing")},
          "the switch itself; only the row `localhost` is read",
          read_device_metadata},
-        {"VRF", {KeyPart::vrf}, {}, "a VRF; it gets a number", read_vrf},
+        {"VRF",
+         {KeyPart::vrf},
+         {number("vni", vni_range, nullptr, "the VRF's network in a tunnel", Use::checked)},
+         "a VRF; it gets a number",
+         read_vrf},
+        {"VNET",
+         {KeyPart::any},
+         {number("vni", vni_range, nullptr, "the VNET's network in a tunnel", Use::checked)},
+         "a VNET that interfaces may name",
+         read_vnet,
+         false,
+         Use::checked},
         {"PORT",
          {KeyPart::port},
-         {mtu,
-          {"admin_status", FieldType::up_down, 0, 0, "down", "administrative state of the port"},
-          {"alias", FieldType::text, 0, 255, "", "a second name, shown only"}},
+         {mtu, admin_status_field("down", "administrative state of the port"),
+          text("alias", most_text, "", "a second name", Use::shown),
+          number("index", {0, UINT32_MAX}, nullptr,
+                 "the number on the front panel, where it is 1..255 and no other port has it; else "
+                 "the number in the name, from 1; else the lowest free one",
+                 Use::checked),
+          field(FieldType::list, "lanes", nullptr, "the port's lanes; each belongs to one port",
+                Use::checked),
+          mode_field()},
          fmt::format("a front-panel port; at most {}", most_ports),
          read_port},
         {"PORTCHANNEL",
          {KeyPart::port_channel},
-         {mtu,
-          {"admin_status", FieldType::up_down, 0, 0, "up",
-           "administrative state of the port-channel"}},
+         {mtu, admin_status_field("up", "administrative state of the port-channel"), members,
+          mode_field()},
          "a port-channel; layer 2 unless it is routed by a row below",
          read_port_channel},
         {"PORTCHANNEL_MEMBER",
@@ -477,49 +585,52 @@ std::vector<TableSchema> make_tables()
          read_port_channel_member},
         {"VLAN",
          {KeyPart::vlan},
-         {number("vlanid", vlan_range, nullptr, "the same as in the name"), mtu},
+         {number("vlanid", vlan_range, nullptr, "the same as in the name", Use::checked), mtu,
+          members},
          "a VLAN; the MTU is that of its interface",
          read_vlan},
         {"VLAN_MEMBER",
          {KeyPart::vlan, KeyPart::port_or_channel},
-         {},
-         "a membership of a VLAN, shown only",
-         read_vlan_member},
+         {field(FieldType::choice, "tagging_mode", nullptr, "whether its packets have a tag",
+                Use::checked, "tagged|untagged|priority_tagged")},
+         "a membership of a VLAN",
+         read_vlan_member,
+         false,
+         Use::shown},
         {"INTERFACE",
          {KeyPart::port},
-         with_l3_fields({{"mtu", FieldType::elsewhere, 0, 0, nullptr, "the port's row in PORT"}}),
+         with_l3_fields({mtu_elsewhere("the port's row in PORT")}),
          "a routed port",
          read_interface,
          true},
         {"PORTCHANNEL_INTERFACE",
          {KeyPart::port_channel},
-         with_l3_fields({{"mtu", FieldType::elsewhere, 0, 0, nullptr,
-                          "the port-channel's row in PORTCHANNEL"}}),
+         with_l3_fields({mtu_elsewhere("the port-channel's row in PORTCHANNEL")}),
          "a routed port-channel",
          read_port_channel_interface,
          true},
         {"VLAN_SUB_INTERFACE",
          {KeyPart::sub_interface},
-         with_l3_fields(
-             {number("vlan", encapsulation_range, nullptr,
-                     "the encapsulation VLAN; if missing, the number after the dot of "
-                     "a long name"),
-              number("mtu", mtu_range, nullptr,
-                     "the largest packet, in bytes; the parent's if missing or larger")}),
+         with_l3_fields({number("vlan", vlan_range, nullptr,
+                                "the encapsulation VLAN; if missing, the number after the dot of "
+                                "a long name"),
+                         number("mtu", mtu_range, nullptr,
+                                "the largest packet, in bytes; the parent's if missing or larger"),
+                         admin_status_field(nullptr, "administrative state of the sub-interface")}),
          "a sub-interface; its parent becomes routed if no row made it so",
          read_sub_interface,
          true},
         {"SAG",
          {KeyPart::any},
-         {{"gateway_mac", FieldType::mac, 0, 0, nullptr,
-           "the MAC that VLAN interfaces with static_anycast_gateway answer to"}},
+         {field(FieldType::mac, "gateway_mac", nullptr,
+                "the MAC that VLAN interfaces with static_anycast_gateway answer to")},
          "the anycast gateway; its row is `GLOBAL`",
          read_sag},
         {"VLAN_INTERFACE",
          {KeyPart::vlan},
-         with_l3_fields({{"static_anycast_gateway", FieldType::boolean, 0, 0, "false",
-                          "also answer to gateway_mac of SAG"},
-                         {"mtu", FieldType::elsewhere, 0, 0, nullptr, "the VLAN's row in VLAN"}}),
+         with_l3_fields({field(FieldType::boolean, "static_anycast_gateway", "false",
+                               "also answer to gateway_mac of SAG"),
+                         mtu_elsewhere("the VLAN's row in VLAN")}),
          "a routed VLAN (SVI)",
          read_vlan_interface,
          true},
@@ -527,12 +638,40 @@ std::vector<TableSchema> make_tables()
          {KeyPart::interface, KeyPart::vrid},
          vrrp_fields,
          "a virtual router: the MAC 00:00:5e:00:01:VRID on its interface",
-         read_virtual_router<1>},
+         read_virtual_router<false>},
         {"VRRP6",
          {KeyPart::interface, KeyPart::vrid},
          vrrp_fields,
          "a virtual router for IPv6: the MAC 00:00:5e:00:02:VRID on its interface",
-         read_virtual_router<2>},
+         read_virtual_router<true>},
+        {"VRRP_INTERFACE",
+         {KeyPart::virtual_router},
+         {field(FieldType::interface, "parent_interface", nullptr,
+                "the interface that has the virtual MAC")},
+         "a virtual router in another spelling, with the same MACs",
+         read_virtual_router_interface,
+         true},
+        {"LOOPBACK_INTERFACE",
+         {KeyPart::any},
+         {},
+         "a loopback interface",
+         nullptr,
+         true,
+         Use::not_modelled},
+        {"MGMT_INTERFACE",
+         {KeyPart::any},
+         {},
+         "an interface of the management network",
+         nullptr,
+         true,
+         Use::not_modelled},
+        {"VOQ_INBAND_INTERFACE",
+         {KeyPart::any},
+         {},
+         "an interface between the cards of a chassis",
+         nullptr,
+         true,
+         Use::not_modelled},
     };
 }
 
@@ -563,7 +702,8 @@ const KeyPartForm &form_of(KeyPart part)
         {KeyPart::any, {"name", "a name"}},
         {KeyPart::port,
          {"EthernetN",
-          fmt::format("EthernetN, N {} without leading zeros", to_text(port_name_range)),
+          fmt::format("EthernetN or Ethernet-XXN, N {} without leading zeros",
+                      to_text(port_name_range)),
           {Kind::port}}},
         {KeyPart::port_channel,
          {"PortChannelN",
@@ -584,6 +724,8 @@ const KeyPartForm &form_of(KeyPart part)
           "an interface: EthernetN, PortChannelN, VlanN or a sub-interface",
           {Kind::port, Kind::port_channel, Kind::svi, Kind::sub_interface}}},
         {KeyPart::vrid, {"VRID", "a number " + to_text(vrid_range)}},
+        {KeyPart::virtual_router,
+         {"virtual router", fmt::format("VrrpN-v4 or VrrpN-v6, N {}", to_text(vrid_range))}},
         {KeyPart::vrf,
          {"VRF", fmt::format("default, or Vrf and 1 to {} letters, digits, '-', '_' or '.'",
                              most_vrf_characters)}},
@@ -592,6 +734,17 @@ const KeyPartForm &form_of(KeyPart part)
 }
 
 } // namespace
+
+const std::vector<TableField> &address_fields()
+{
+    static const std::vector<TableField> fields = {
+        field(FieldType::choice, "scope", nullptr, "how far the address is known", Use::checked,
+              "global|local"),
+        field(FieldType::choice, "family", nullptr, "the same as that of the address", Use::checked,
+              "IPv4|IPv6"),
+    };
+    return fields;
+}
 
 const std::vector<TableSchema> &tables()
 {
@@ -616,12 +769,16 @@ std::string expected(const TableField &field)
         return fmt::format("at most {} characters, no control characters", field.max);
     case FieldType::boolean:
         return "enable or disable (or true, yes, on, false, no, off)";
-    case FieldType::up_down:
-        return "up or down";
+    case FieldType::choice:
+        return fmt::format("{}", fmt::join(split(field.choices, '|'), ", "));
     case FieldType::mac:
-        return "six bytes such as 00:11:22:aa:bb:cc, not all of them zero";
+        return "six bytes such as 00:11:22:aa:bb:cc, neither zero nor multicast";
     case FieldType::vrf:
         return expected(KeyPart::vrf);
+    case FieldType::interface:
+        return expected(KeyPart::interface);
+    case FieldType::list:
+        return "a list, or a text with commas";
     case FieldType::elsewhere:
         break;
     }
@@ -642,6 +799,8 @@ bool has_form(KeyPart part, const std::string &text)
         return parse_number(text, vrid_range).has_value();
     case KeyPart::vrf:
         return is_vrf_name(text);
+    case KeyPart::virtual_router:
+        return parse_virtual_router_name(text).has_value();
     default:
         const auto name = parse_interface_name(text);
         const std::vector<InterfaceKind> &kinds = form_of(part).kinds;
@@ -677,16 +836,32 @@ std::optional<FieldValue> parse_field(const TableField &field, const std::string
     case FieldType::boolean:
         take_number(parse_boolean(text));
         break;
-    case FieldType::up_down:
-        is_valid = text == "up" || text == "down";
-        value.number = text == "up";
+    case FieldType::choice: {
+        const std::vector<std::string> choices = split(field.choices, '|');
+        const auto chosen =
+            std::find_if(choices.begin(), choices.end(), [&](const std::string &choice) {
+                return spelling(choice) == spelling(text);
+            });
+        is_valid = chosen != choices.end();
+        value.number = static_cast<uint32_t>(chosen - choices.begin());
+        value.text = is_valid ? *chosen : text;
         break;
+    }
     case FieldType::mac:
         value.mac = parse_mac(text).value_or(Mac{});
-        is_valid = !is_zero(value.mac);
+        is_valid = !is_zero(value.mac) && !is_multicast(value.mac);
         break;
     case FieldType::vrf:
         is_valid = is_vrf_name(text);
+        break;
+    case FieldType::interface:
+        is_valid = has_form(KeyPart::interface, text);
+        break;
+    case FieldType::list:
+        is_valid = true;
+        for (const std::string &element : split(text, ','))
+            if (!trimmed(element).empty())
+                value.elements.emplace_back(trimmed(element));
         break;
     case FieldType::elsewhere:
         break;
@@ -697,7 +872,7 @@ std::optional<FieldValue> parse_field(const TableField &field, const std::string
 const FieldValue &Row::value(const char *field) const
 {
     for (size_t i = 0; i < values.size(); ++i)
-        if (std::strcmp(table.fields[i].name, field) == 0)
+        if (std::strcmp(fields()[i].name, field) == 0)
             return values[i];
     assert(!"a field of the table");
     static const FieldValue none;
@@ -724,14 +899,111 @@ const SourceLocation *Draft::left_out(const std::string &table, const std::strin
     return found == left_out_.end() ? nullptr : &found->second;
 }
 
-void Draft::add_port(const std::string &name, DesiredPort port)
+void Draft::number_ports()
 {
-    if (desired.ports.size() < most_ports) {
-        desired.ports.emplace(name, std::move(port));
-        return;
+    std::map<uint32_t, uint32_t> having; /* index -> how many ports have it */
+    for (const auto &[name, index] : port_indexes)
+        ++having[index];
+    std::set<uint32_t> taken;
+    for (auto &[name, port] : desired.ports) {
+        const auto index = port_indexes.find(name);
+        if (index != port_indexes.end() && front_port_range.has(index->second) &&
+            having[index->second] == 1)
+            taken.insert(port.front_port = index->second);
     }
-    tell(FindingId::too_many_ports, port.location, name, most_ports);
-    leave_out("PORT", name, port.location);
+    for (auto &[name, port] : desired.ports) {
+        const uint32_t number = parse_interface_name(name)->number + 1;
+        if (port.front_port == 0 && front_port_range.has(number) && taken.insert(number).second)
+            port.front_port = number;
+    }
+    uint32_t lowest = front_port_range.min;
+    for (auto port = desired.ports.begin(); port != desired.ports.end();) {
+        while (taken.count(lowest) != 0)
+            ++lowest;
+        DesiredPort &placed = port->second;
+        if (placed.front_port == 0 && !front_port_range.has(lowest)) {
+            tell(FindingId::too_many_ports, placed.location, port->first, most_ports);
+            leave_out("PORT", port->first, placed.location);
+            port = desired.ports.erase(port);
+            continue;
+        }
+        if (placed.front_port == 0)
+            taken.insert(placed.front_port = lowest);
+        ++port;
+    }
+    if (!lanes.empty())
+        for (const SourceLocation &port : ports_without_lanes)
+            tell(FindingId::no_lanes, port);
+}
+
+void Draft::add_address(const Row &row, const Address &address, const std::string &vrf)
+{
+    const auto vnet = vnet_of.find(row.name());
+    addresses_.push_back({vnet == vnet_of.end() ? vrf : vrf + '|' + vnet->second, address,
+                          row.name(), row.address(), row.location});
+}
+
+void Draft::check_addresses()
+{
+    /* A network sorts before those within it. */
+    const auto network = [](const PlacedAddress &placed) {
+        std::array<uint8_t, 16> bytes = placed.address.bytes;
+        for (uint32_t bit = placed.address.prefix_length; bit < 8 * bytes.size(); ++bit)
+            bytes[bit / 8] &= static_cast<uint8_t>(~(0x80U >> bit % 8));
+        return bytes;
+    };
+    const auto place = [&](const PlacedAddress &placed) {
+        return std::make_tuple(std::cref(placed.domain), placed.address.ipv6, network(placed),
+                               placed.address.prefix_length);
+    };
+    std::stable_sort(
+        addresses_.begin(), addresses_.end(),
+        [&](const PlacedAddress &a, const PlacedAddress &b) { return place(a) < place(b); });
+    const auto holds = [&](const PlacedAddress &outer, const PlacedAddress &inner) {
+        PlacedAddress cut = inner;
+        cut.address.prefix_length = outer.address.prefix_length;
+        return outer.domain == inner.domain && outer.address.ipv6 == inner.address.ipv6 &&
+               network(outer) == network(cut);
+    };
+    std::map<std::tuple<std::string, bool, std::array<uint8_t, 16>>, const PlacedAddress *> seen;
+    std::vector<const PlacedAddress *> around; /* each within the one before */
+    for (const PlacedAddress &placed : addresses_) {
+        if (is_link_local(placed.address) || unusable_class(placed.address) != nullptr)
+            continue;
+        while (!around.empty() && !holds(*around.back(), placed))
+            around.pop_back();
+        const auto [there, is_new] =
+            seen.try_emplace({placed.domain, placed.address.ipv6, placed.address.bytes}, &placed);
+        const auto other =
+            std::find_if(around.rbegin(), around.rend(), [&](const PlacedAddress *outer) {
+                return outer->interface != placed.interface;
+            });
+        if (!is_new)
+            tell(FindingId::address_twice, {placed.location, there->second->location}, placed.text);
+        else if (other != around.rend())
+            tell(FindingId::subnets_overlap, {placed.location, (*other)->location}, placed.text,
+                 (*other)->text, (*other)->interface);
+        around.push_back(&placed);
+    }
+}
+
+void Draft::check_waiting()
+{
+    for (auto &[name, sub] : desired.sub_interfaces) {
+        const auto channel = desired.port_channels.find(sub.parent);
+        if (channel == desired.port_channels.end())
+            continue;
+        if (const auto absence = why_absent(desired, sub.parent, channel->second)) {
+            sub.waits = true;
+            tell(FindingId::waits, {sub.location, absence->second}, absence->first);
+        }
+    }
+    for (const auto &[name, channel] : desired.port_channels) {
+        if (!channel.l3 || channel.l3_implied)
+            continue;
+        if (const auto absence = why_absent(desired, name, channel))
+            tell(FindingId::waits, {channel.l3_location, absence->second}, absence->first);
+    }
 }
 
 } // namespace kvnsim

@@ -21,10 +21,20 @@ enum class FieldType : uint8_t {
     number,    /* min..max */
     text,      /* at most max characters */
     boolean,   /* see parse_boolean */
-    up_down,   /* "up" or "down" */
-    mac,       /* not all zero */
+    choice,    /* one of choices, in upper or lower case */
+    mac,       /* of one station: neither zero nor multicast */
     vrf,       /* see is_vrf_name */
+    interface, /* an interface's name */
+    list,      /* a list, or a text with commas */
     elsewhere, /* not read from this table; meaning names the source */
+};
+
+/* What is done with a field or a table. */
+enum class Use : uint8_t {
+    applied,
+    shown,       /* shown only */
+    checked,     /* checked only */
+    not_modelled /* checked, and the reader says that it has no effect here */
 };
 
 struct TableField {
@@ -33,6 +43,8 @@ struct TableField {
     uint32_t min, max;
     const char *fallback; /* default; nullptr: see meaning */
     const char *meaning;
+    Use use = Use::applied;
+    const char *choices = ""; /* "up|down" */
 };
 
 /* The kind of a part of a key, between '|'. */
@@ -45,6 +57,7 @@ enum class KeyPart : uint8_t {
     port_or_channel,
     interface, /* any of the four */
     vrid,
+    virtual_router, /* Vrrp1-v4 */
     vrf,
 };
 
@@ -59,6 +72,7 @@ struct TableSchema {
     /* Called for each row with valid key and fields; address rows after all others. */
     void (*read)(Draft &draft, const Row &row);
     bool has_address_rows = false; /* the key, then '|' and an IP address, in rows of their own */
+    Use use = Use::applied;
 };
 
 /* In the order in which they are read: rows refer to rows of tables before their own. */
@@ -74,13 +88,16 @@ bool has_form(KeyPart part, const std::string &text);
 
 struct FieldValue {
     bool given = false;  /* by the row or by the field's default */
-    uint32_t number = 0; /* of a number; 1 for true and up */
+    uint32_t number = 0; /* of a number; 1 for true; of a choice its place among them */
     std::string text;
     Mac mac{};
-    Position at; /* in the row */
+    std::vector<std::string> elements; /* of a list */
+    Position at;                       /* in the row */
 };
 /* The value of a field's text; empty when it is invalid or the field is not read. */
 std::optional<FieldValue> parse_field(const TableField &field, const std::string &text);
+/* The fields that address rows have. */
+const std::vector<TableField> &address_fields();
 
 /* A row with its key split and its fields checked. Only fields of its table may be asked for. */
 class Row {
@@ -90,8 +107,13 @@ public:
     const TableSchema &table;
     SourceLocation location;
     std::vector<std::string> parts; /* the key's, the address included */
-    std::vector<FieldValue> values; /* as table.fields; empty for an address row */
+    std::vector<FieldValue> values; /* as fields() */
     bool is_address_row = false;
+
+    const std::vector<TableField> &fields() const
+    {
+        return is_address_row ? address_fields() : table.fields;
+    }
 
     const std::string &name() const { return parts[0]; }
     const std::string &address() const { return parts.back(); }
@@ -99,6 +121,10 @@ public:
     uint32_t number(const char *field) const { return value(field).number; }
     bool flag(const char *field) const { return value(field).number != 0; }
     const std::string &text(const char *field) const { return value(field).text; }
+    const std::vector<std::string> &elements(const char *field) const
+    {
+        return value(field).elements;
+    }
     const Mac &mac(const char *field) const { return value(field).mac; }
     /* The field's place; only for fields that the row has. */
     SourceLocation location_of(const char *field) const { return moved(location, value(field).at); }
@@ -128,7 +154,13 @@ public:
     std::map<uint32_t, SourceLocation> channel_numbers; /* port-channel number -> its row */
     std::map<std::string, SourceLocation>
         joined; /* port -> the row that puts it into a port-channel */
-    std::map<std::string, SourceLocation> bridged; /* member -> a row that puts it into a VLAN */
+    std::map<std::string, SourceLocation> bridged;  /* member -> a row that puts it into a VLAN */
+    std::map<std::string, SourceLocation> untagged; /* member -> its VLAN without tag */
+    std::map<std::string, SourceLocation> vnets;
+    std::map<std::string, std::string> vnet_of;  /* interface -> its VNET */
+    std::map<std::string, SourceLocation> lanes; /* lane -> the port that has it */
+    std::vector<SourceLocation> ports_without_lanes;
+    std::map<std::string, uint32_t> port_indexes; /* port -> its index */
     /* (parent, VLAN) -> the sub-interface's row */
     std::map<std::pair<std::string, uint32_t>, SourceLocation> encapsulations;
 
@@ -146,12 +178,26 @@ public:
     void leave_out(const std::string &table, const SourceLocation &location);
     const SourceLocation *left_out(const std::string &table, const std::string &name) const;
 
-    /* Add a front-panel port, or leave it out when there are most_ports. */
-    void add_port(const std::string &name, DesiredPort port);
+    /* After the last port: give each its number on the front panel, and leave out those that find
+     * none. The number follows from the ports of this configuration alone: the index of a port
+     * where no other has it, else the number in its name, counted from 1, else the lowest free. */
+    void number_ports();
+    /* An address of an interface, for check_addresses. */
+    void add_address(const Row &row, const Address &address, const std::string &vrf);
+    /* After the last row: what several rows together do. */
+    void check_addresses();
+    void check_waiting();
 
 private:
     std::vector<Finding> &findings_;
     std::map<std::string, SourceLocation> left_out_; /* by "table|name" or "table" */
+    struct PlacedAddress {
+        std::string domain; /* VRF and VNET: within one of them addresses must differ */
+        Address address;
+        std::string interface, text;
+        SourceLocation location;
+    };
+    std::vector<PlacedAddress> addresses_;
 };
 
 } // namespace kvnsim

@@ -114,6 +114,10 @@ const HostRow *Index::owner_of_front_port(uint32_t front_port) const
 
 bool Index::must_exist(const WantedInterface &wanted) const
 {
+    if (wanted.kind == InterfaceKind::sub_interface) {
+        const WantedInterface *parent = this->wanted(wanted.parent);
+        return parent == nullptr || must_exist(*parent);
+    }
     return wanted.routed &&
            (wanted.kind != InterfaceKind::port_channel || joining_members_.count(wanted.name) != 0);
 }
@@ -157,7 +161,9 @@ std::string Index::state_of_missing(const WantedInterface &interface) const
     if (must_exist(interface))
         return not_reached(interface.name) ? "not reached, the run was interrupted"
                                            : "not programmed";
-    const std::vector<std::string> &declined = found_in(declined_, interface.name);
+    const bool is_sub = interface.kind == InterfaceKind::sub_interface;
+    const std::vector<std::string> &declined =
+        found_in(declined_, is_sub ? interface.parent : interface.name);
     return declined.empty()
                ? "no member"
                : fmt::format("no member joined (declined: {})", fmt::join(declined, ","));

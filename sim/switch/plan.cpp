@@ -131,6 +131,14 @@ private:
         return port_channel != nullptr && port_channel->l3;
     }
 
+    /* A port that gets another number is removed and added, with all that is built on it. */
+    bool renumbered(const std::string &port) const
+    {
+        const DesiredPort *has = find_in(have_.ports, port), *wants = find_in(want_.ports, port);
+        return has != nullptr && wants != nullptr && wants->front_port != 0 &&
+               has->front_port != wants->front_port;
+    }
+
     bool declined(const std::string &port_channel, const std::string &port) const
     {
         return !switch_.declined_.empty() && switch_.declined_.count({port_channel, port}) != 0;
@@ -141,7 +149,8 @@ private:
     bool member_stays(const std::string &name, const DesiredPortChannel &has,
                       const DesiredPortChannel *wants, const std::string &port) const
     {
-        if (wants == nullptr || wants->members.count(port) == 0 || routed(&has) != routed(wants))
+        if (wants == nullptr || wants->members.count(port) == 0 || routed(&has) != routed(wants) ||
+            renumbered(port))
             return false;
         if (!routed(wants))
             return true;
@@ -199,7 +208,7 @@ private:
         for (const auto &[name, has] : have_.routed_ports) {
             const DesiredRoutedPort *wants = find_in(want_.routed_ports, name);
             const DesiredPort *port = find_in(want_.ports, name);
-            if (wants != nullptr && port != nullptr) {
+            if (wants != nullptr && port != nullptr && !renumbered(name)) {
                 change(name, find_in(switch_.settings_, name), settings_of(wants->l3, port->mtu),
                        wants->location);
             } else {
@@ -208,7 +217,7 @@ private:
             }
         }
         for (const auto &[name, has] : have_.ports) {
-            if (want_.ports.count(name) == 0)
+            if (want_.ports.count(name) == 0 || renumbered(name))
                 add(StepKind::delete_port, name, "remove port " + name, has.location);
         }
     }
@@ -221,6 +230,8 @@ private:
     {
         Cursor settings(switch_.settings_);
         walk(have, want, [&](const std::string &name, const auto *has, const auto *wants) {
+            if (wants != nullptr && waits(*wants))
+                wants = nullptr;
             if (has != nullptr && wants != nullptr && like(*has, *wants))
                 return change(name, settings.find(name), settings_of(wants->l3, wants->mtu),
                               wants->location);
@@ -233,6 +244,9 @@ private:
                 gone_.insert(name);
         });
     }
+
+    static bool waits(const DesiredSubInterface &sub) { return sub.waits; }
+    static bool waits(const DesiredSvi &) { return false; }
 
     void sub_interfaces()
     {
@@ -302,7 +316,7 @@ private:
     void new_ports()
     {
         for (const auto &[name, wants] : want_.ports) {
-            if (have_.ports.count(name) == 0)
+            if (have_.ports.count(name) == 0 || renumbered(name))
                 add(StepKind::add_port, name, "add port " + name, wants.location);
             else if (const HostInterface *port = Host::instance().find(name);
                      port != nullptr && !port->lid_id)
@@ -310,7 +324,7 @@ private:
         }
         for (const auto &[name, wants] : want_.routed_ports) {
             const DesiredPort *port = find_in(want_.ports, name);
-            if (port != nullptr && have_.routed_ports.count(name) == 0)
+            if (port != nullptr && (have_.routed_ports.count(name) == 0 || renumbered(name)))
                 add_interface(StepKind::route_port, name, "route port " + name, wants.location,
                               settings_of(wants.l3, port->mtu));
         }

@@ -462,14 +462,19 @@ private:
 
     void add_port(const Step &step)
     {
+        const DesiredPort &wants = want_.ports.at(step.name);
         HostInterface *port = host_.find(step.name);
-        for (uint32_t number = 0; port == nullptr && number <= max_port; ++number) {
+        if (port != nullptr && wants.front_port != 0 && port->number + 1 != wants.front_port)
+            return fail(step, "the port still exists with another number: an earlier step failed");
+        if (port == nullptr && wants.front_port != 0)
+            port = host_.add_port(step.name, wants.front_port - 1);
+        for (uint32_t number = 0; port == nullptr && wants.front_port == 0 && number <= max_port;
+             ++number) {
             if (host_.find(port_ifindex(number)) == nullptr)
                 port = host_.add_port(step.name, number);
         }
         if (port == nullptr)
-            return fail(step, "no front-panel port is left");
-        const DesiredPort &wants = want_.ports.at(step.name);
+            return fail(step, "its front-panel number is taken: an earlier step failed");
         port->alias = wants.alias;
         have_.ports.emplace(step.name, wants);
         done(own(step), give_port_lid(*port));

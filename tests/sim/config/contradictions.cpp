@@ -103,19 +103,20 @@ private:
     void check_sub_interface(const std::string &name, const DesiredSubInterface &sub)
     {
         require_kind(name, InterfaceKind::sub_interface);
-        require(encapsulation_range.has(sub.vlan), "VLAN out of range", name);
+        require(vlan_range.has(sub.vlan), "VLAN out of range", name);
         require(encapsulations_.emplace(sub.parent, sub.vlan).second, "VLAN twice under its parent",
                 name);
         require_mtu(name, sub.mtu);
         check_l3(name, sub.l3);
         if (const auto channel = desired_.port_channels.find(sub.parent);
             channel != desired_.port_channels.end()) {
-            require(channel->second.l3 && desired_.has_member_that_joins(channel->second),
-                    "the parent has no LID", name);
+            require(channel->second.l3.has_value(), "the parent is not routed", name);
+            require(sub.waits != desired_.has_member_that_joins(channel->second),
+                    "waits although the parent has a LID, or does not wait for one", name);
             require(sub.mtu <= channel->second.mtu, "MTU above the parent's", name);
             return;
         }
-        require(desired_.routed_ports.count(sub.parent) == 1 && members_.count(sub.parent) == 0,
+        require(!sub.waits && desired_.routed_ports.count(sub.parent) == 1 && members_.count(sub.parent) == 0,
                 "the parent has no LID", name);
         if (const auto port = desired_.ports.find(sub.parent); port != desired_.ports.end())
             require(sub.mtu <= port->second.mtu, "MTU above the parent's", name);
@@ -123,6 +124,9 @@ private:
 
     bool takes_virtual_mac(const std::string &name) const
     {
+        if (const auto sub = desired_.sub_interfaces.find(name);
+            sub != desired_.sub_interfaces.end() && sub->second.waits)
+            return false;
         if (const auto channel = desired_.port_channels.find(name);
             channel != desired_.port_channels.end())
             return channel->second.l3 && desired_.has_member_that_joins(channel->second);

@@ -32,7 +32,8 @@ At at(Position position)
 Document read_sound(const std::string &text)
 {
     std::vector<Finding> found;
-    Document document = read_document("c.json", text, found);
+    Document document = read_document(
+        "c.json", text, [](const std::string &) { return true; }, found);
     for (const Finding &finding : found)
         ADD_FAILURE() << finding.to_text();
     return document;
@@ -51,10 +52,10 @@ TEST(Document, KnowsWhereEachTokenStands)
     EXPECT_EQ(port.name, "PORT");
     EXPECT_EQ(at(port.at), (At{2, 3}));
     EXPECT_EQ(at(document.tables[1].at), (At{5, 27}));
-    ASSERT_EQ(port.rows.size(), 2u);
-    EXPECT_EQ(at(port.rows[0].at), (At{3, 2}));
-    EXPECT_EQ(at(port.rows[1].at), (At{5, 9}));
-    const auto &fields = port.rows[0].fields;
+    ASSERT_EQ(port.entries.size(), 2u);
+    EXPECT_EQ(at(port.entries[0].at), (At{3, 2}));
+    EXPECT_EQ(at(port.entries[1].at), (At{5, 9}));
+    const auto &fields = port.entries[0].entries;
     ASSERT_EQ(fields.size(), 4u);
     EXPECT_EQ(at(fields[0].at), (At{3, 17}));
     EXPECT_EQ(at(fields[0].value_at), (At{3, 23}));
@@ -74,7 +75,7 @@ TEST(Document, CountsCharactersNotBytes)
 {
     const Document document =
         read_sound("{\"T\": {\"gr\xc3\xbc\xc3\x9f\xe2\x82\xac\": {\"a\": \"b\"}}}");
-    EXPECT_EQ(at(document.tables[0].rows[0].fields[0].value_at), (At{1, 23}));
+    EXPECT_EQ(at(document.tables[0].entries[0].entries[0].value_at), (At{1, 23}));
 }
 
 TEST(Document, PassesOverAByteOrderMarkAndCarriageReturns)

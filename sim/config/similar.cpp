@@ -1,4 +1,4 @@
-#include "sim/cli/near.h"
+#include "sim/config/similar.h"
 
 #include <algorithm>
 #include <cctype>
@@ -35,7 +35,7 @@ size_t distance(std::string_view a, std::string_view b)
 
 } // namespace
 
-std::string did_you_mean(std::string_view name, const std::vector<std::string> &names)
+std::vector<std::string> similar_names(std::string_view name, const std::vector<std::string> &names)
 {
     const size_t near_enough = std::max<size_t>(1, std::min<size_t>(3, name.size() / 3));
     std::vector<std::pair<size_t, std::string_view>> nearest;
@@ -49,9 +49,17 @@ std::string did_you_mean(std::string_view name, const std::vector<std::string> &
     }
     std::stable_sort(nearest.begin(), nearest.end(),
                      [](const auto &a, const auto &b) { return a.first < b.first; });
-    std::string text;
+    std::vector<std::string> similar;
     for (size_t i = 0; i < std::min(most_suggestions, nearest.size()); ++i)
-        text += (i == 0 ? " (did you mean " : ", ") + std::string(nearest[i].second);
+        similar.emplace_back(nearest[i].second);
+    return similar;
+}
+
+std::string did_you_mean(std::string_view name, const std::vector<std::string> &names)
+{
+    std::string text;
+    for (const std::string &similar : similar_names(name, names))
+        text += (text.empty() ? " (did you mean " : ", ") + similar;
     return text.empty() ? text : text + "?)";
 }
 

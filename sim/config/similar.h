@@ -20,6 +20,10 @@ template <class Rows> std::vector<std::string> names_of(const Rows &rows)
     return names;
 }
 
+/* Names similar to a misspelt one, the nearest first; at most three. */
+std::vector<std::string> similar_names(std::string_view name,
+                                       const std::vector<std::string> &names);
+
 /* Suggestions for a misspelt name: " (did you mean Ethernet0, Ethernet10?)"; empty when no name is
  * similar. */
 std::string did_you_mean(std::string_view name, const std::vector<std::string> &names);
