@@ -11,8 +11,8 @@
 
 #include <fmt/format.h>
 
-#include "sim/config/similar.h"
 #include "sim/config/names.h"
+#include "sim/config/similar.h"
 
 namespace kvnsim {
 namespace {

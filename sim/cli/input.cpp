@@ -13,6 +13,7 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/interrupt.h"
+#include "sim/cli/policy.h"
 #include "sim/cli/verb.h"
 #include "sim/config/names.h"
 
@@ -70,17 +71,13 @@ std::vector<Configuration> read_configurations(const std::vector<std::string> &f
     return configurations;
 }
 
-bool have_errors(const std::vector<Configuration> &configurations)
-{
-    return std::any_of(
-        configurations.begin(), configurations.end(),
-        [](const Configuration &configuration) { return configuration.has_errors(); });
-}
-
-void tell_findings(const std::vector<Configuration> &configurations, bool notes, Console &console)
+void tell_findings(const std::vector<Configuration> &configurations, const Policy &policy,
+                   bool notes, Console &console)
 {
     for (const Configuration &configuration : configurations) {
         for (const Finding &finding : configuration.findings) {
+            if (policy.ignores(finding.code))
+                continue;
             const std::string text = finding.location.line != 0
                                          ? finding.to_text()
                                          : finding.location.file + ": " + finding.words();
@@ -110,7 +107,10 @@ void write(Json &json, const Configuration &configuration)
     for (const Finding &finding : configuration.findings) {
         json.begin_object().field("severity", to_text(finding.severity));
         write(json, finding.location);
-        json.field("code", finding.code).field("message", finding.message).key("conflicts_with");
+        json.field("code", finding.code)
+            .field("leaves_out", finding.leaves_out)
+            .field("message", finding.message)
+            .key("conflicts_with");
         if (finding.other) {
             json.begin_object();
             write(json, *finding.other);
@@ -133,15 +133,17 @@ std::string counted(uint64_t count, const char *what, const char *many)
     return fmt::format("{} {}", count, many);
 }
 
-std::string finding_counts(const Configuration &configuration)
+std::string finding_counts(const Configuration &configuration, const Policy &policy)
 {
     std::map<Finding::Severity, uint64_t, std::greater<>> counts; /* errors first */
-    for (const Finding &finding : configuration.findings)
-        ++counts[finding.severity];
+    for (const Finding &finding : configuration.findings) {
+        if (!policy.ignores(finding.code))
+            ++counts[finding.severity];
+    }
     std::string text;
     for (const auto &[severity, count] : counts)
         text += (text.empty() ? "" : ", ") + counted(count, to_text(severity));
-    return text.empty() ? "nothing found" : text;
+    return (text.empty() ? "nothing found" : text) + policy.ignored(configuration.findings);
 }
 
 std::string ignored_tables(const Configuration &configuration)

@@ -9,22 +9,23 @@
 namespace kvnsim {
 
 class Console;
+class Policy;
 
 /* Read and check all configurations, even if one has errors. "-" is standard input. A file that
  * cannot be read has one finding, an error without a line. */
 std::vector<Configuration> read_configurations(const std::vector<std::string> &files);
-bool have_errors(const std::vector<Configuration> &configurations);
 
-/* Report the findings: all, or all but the notes. */
-void tell_findings(const std::vector<Configuration> &configurations, bool notes, Console &console);
+/* Report the findings that are not ignored: all, or all but the notes. */
+void tell_findings(const std::vector<Configuration> &configurations, const Policy &policy,
+                   bool notes, Console &console);
 
 /* "file", "line", "column", "table", "key", within an object; the last four null without a line. */
 void write(Json &json, const SourceLocation &location);
 /* "file", "findings" and "ignored" of a configuration, within an object. */
 void write(Json &json, const Configuration &configuration);
 
-/* "2 errors, 1 warning, 3 notes"; "nothing found". */
-std::string finding_counts(const Configuration &configuration);
+/* "2 errors, 1 warning, 3 notes; 1 finding ignored (KVN-C080)"; "nothing found". */
+std::string finding_counts(const Configuration &configuration, const Policy &policy);
 /* The line "  not applied: LOOPBACK (1 row), BGP_NEIGHBOR (12 rows)"; empty when all tables count.
  */
 std::string ignored_tables(const Configuration &configuration);

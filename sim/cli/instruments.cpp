@@ -3,6 +3,7 @@
  * writes every file even if another one fails. */
 #include "sim/cli/instruments.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -163,10 +164,12 @@ bool Instruments::close(const Snapshot &snapshot)
     return all_written;
 }
 
-void Instruments::warn_of_unused_faults() const
+bool Instruments::warn_of_unused_faults() const
 {
-    for (const std::string &fault : Journal::instance().faults.unused())
+    const std::vector<std::string> unused = Journal::instance().faults.unused();
+    for (const std::string &fault : unused)
         console_.warning(fmt::format("kvnsim: --fail {} never took effect", fault));
+    return !unused.empty();
 }
 
 std::string set_limit(const std::string &text)
@@ -200,17 +203,33 @@ ConfigurationRun apply_configuration(Switch &to, const Configuration &configurat
     console.clear_progress();
     outcome.requests = journal.requests_made() - outcome.requests;
     outcome.calls = journal.calls_made - outcome.calls;
-    for (const Failure &failure : outcome.applied.failures)
-        console.error(fmt::format("{}: failed to {}: {}", failure.step.cause.to_text(),
-                                  failure.step.words, failure.message));
+    std::map<uint64_t, uint64_t> made_up_for = outcome.applied.made_up_for;
+    for (const Failure &failure : outcome.applied.failures) {
+        const uint64_t number = failure.request != nullptr ? failure.request->number : 0;
+        const auto made_up = made_up_for.extract(number);
+        console.error(fmt::format(
+            "{}: failed to {}: {}{}", failure.step.cause.to_text(), failure.step.words,
+            failure.message,
+            made_up ? fmt::format("; made up for by request {}", made_up.mapped()) : ""));
+    }
+    /* What is left failed in an earlier configuration. */
+    for (const auto &[failed, by] : made_up_for)
+        console.note(fmt::format("{}: the failure of request {} is made up for by request {}",
+                                 configuration.file, failed, by));
     return outcome;
 }
 
 std::string summary(const ConfigurationRun &outcome)
 {
+    const auto &failures = outcome.applied.failures;
+    const auto made_up = std::count_if(failures.begin(), failures.end(), [&](const Failure &one) {
+        return one.request != nullptr &&
+               outcome.applied.made_up_for.count(one.request->number) != 0;
+    });
     return fmt::format(
-        "{}, {}, {}{}", counted(outcome.requests, "request"), counted(outcome.calls, "call"),
-        counted(outcome.applied.failures.size(), "failure"),
+        "{}, {}, {}{}{}", counted(outcome.requests, "request"), counted(outcome.calls, "call"),
+        counted(failures.size(), "failure"),
+        made_up == 0 ? "" : fmt::format(", {} made up for", made_up),
         outcome.applied.interrupted
             ? fmt::format("; interrupted after {}", counted(outcome.applied.steps_done, "step"))
             : "");

@@ -35,8 +35,8 @@ public:
     /* Write every file, the database from this snapshot. A failure is reported and the other files
      * are still written; false then. */
     bool close(const Snapshot &snapshot);
-    /* Report each --fail that never took effect. */
-    void warn_of_unused_faults() const;
+    /* Report each --fail that never took effect; false when there is none. */
+    bool warn_of_unused_faults() const;
 
     /* Start or change a timeline while running; "" for all interfaces. */
     void start_timeline(const std::string &interface);
@@ -81,7 +81,7 @@ ConfigurationRun apply_configuration(Switch &to, const Configuration &configurat
                                      Console &console, bool shows_progress,
                                      const std::function<void()> &after_step = {});
 
-/* "12 requests, 120 calls, 0 failures" */
+/* "12 requests, 120 calls, 0 failures"; "..., 2 failures, 1 made up for" */
 std::string summary(const ConfigurationRun &outcome);
 
 } // namespace kvnsim

@@ -9,8 +9,8 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/interrupt.h"
-#include "sim/config/similar.h"
 #include "sim/cli/verb.h"
+#include "sim/config/similar.h"
 #include "sim/state/snapshot.h"
 
 namespace kvnsim {

@@ -8,9 +8,9 @@
 #include "platform_api/fwm.h"
 #include "platform_api/libsdk.h"
 #include "sim/cli/console.h"
-#include "sim/config/similar.h"
 #include "sim/cli/shell.h"
 #include "sim/config/names.h"
+#include "sim/config/similar.h"
 #include "sim/sdk/asic.h"
 #include "sim/sdk/attributes.h"
 #include "sim/switch/choreography.h"
@@ -142,9 +142,9 @@ HostInterface *make_interface(Session &session, const std::string &name,
 {
     const bool has_vlan =
         parsed.kind == InterfaceKind::svi || parsed.kind == InterfaceKind::sub_interface;
-    if (has_vlan && !encapsulation_range.has(vlan))
+    if (has_vlan && !vlan_range.has(vlan))
         throw UsageError(fmt::format("{}: expected a VLAN {}, not {}", name,
-                                     to_text(encapsulation_range), vlan));
+                                     to_text(vlan_range), vlan));
     Host &host = Host::instance();
     HostInterface *made = nullptr;
     switch (parsed.kind) {

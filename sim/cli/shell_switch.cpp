@@ -3,6 +3,7 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
+#include "sim/cli/policy.h"
 #include "sim/cli/shell.h"
 #include "sim/cli/stored.h"
 #include "sim/state/compare.h"
@@ -17,7 +18,7 @@ Configuration read(Session &session, const std::string &file)
     if (file == "-")
         throw UsageError("standard input supplies the commands");
     Configuration configuration = std::move(read_configurations({file}).front());
-    tell_findings({configuration}, true, session.console);
+    tell_findings({configuration}, Policy({}), true, session.console);
     return configuration;
 }
 
@@ -51,7 +52,7 @@ int apply(Session &session, const Arguments &given)
         session.files.push_back(file);
     session.findings = configuration.findings;
     session.interrupted = outcome.applied.interrupted;
-    if (!outcome.applied.failures.empty())
+    if (!session.power.failures().empty())
         return exit_request;
     return configuration.has_errors() ? exit_input : exit_well;
 }
@@ -71,7 +72,8 @@ int plan(Session &session, const Arguments &given)
 int check(Session &session, const Arguments &given)
 {
     const Configuration configuration = read(session, given.value("FILE"));
-    session.console.out() << configuration.file << ": " << finding_counts(configuration) << "\n";
+    session.console.out() << configuration.file << ": " << finding_counts(configuration, Policy({}))
+                          << "\n";
     return configuration.has_errors() ? exit_input : exit_well;
 }
 

@@ -4,8 +4,9 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
-#include "sim/config/similar.h"
+#include "sim/cli/policy.h"
 #include "sim/cli/verb.h"
+#include "sim/config/similar.h"
 #include "sim/state/audit.h"
 #include "sim/state/explain.h"
 #include "sim/state/interface_names.h"
@@ -69,7 +70,9 @@ int print_explanation(const Snapshot &snapshot, const Arguments &given, Console 
 
 int print_audit(const Snapshot &snapshot, const Arguments &given, Console &console)
 {
-    const std::vector<AuditFinding> findings = audit(snapshot);
+    const Policy policy(given);
+    const std::vector<AuditFinding> all = audit(snapshot);
+    const std::vector<AuditFinding> findings = policy.judge(all);
     const Listing waiting = show_waiting(snapshot);
     const int status = findings.empty() ? exit_well : exit_found;
     if (given.has("--json")) {
@@ -80,12 +83,9 @@ int print_audit(const Snapshot &snapshot, const Arguments &given, Console &conso
         return status;
     }
     for (const AuditFinding &finding : findings)
-        console.out() << fmt::format("{}: {}\n", to_text(finding.kind), finding.words);
-    if (findings.empty())
-        console.out() << "The audit found nothing: records, ASIC, shared database and "
-                         "configuration agree.\n";
-    else
-        console.out() << counted(findings.size(), "finding") << "\n";
+        console.out() << fmt::format("{}: {} [{}]\n", to_text(finding.kind), finding.words,
+                                     finding.code);
+    console.out() << verdict(snapshot, findings) << policy.ignored(all) << "\n";
     if (!waiting.rows.empty())
         console.print_titled(to_text(waiting));
     return status;

@@ -55,10 +55,11 @@ const std::vector<ExitMeaning> &exit_meanings()
 {
     static const std::vector<ExitMeaning> meanings{
         {exit_well, "success"},
-        {exit_found, "an audit, replay, diff or stress found something"},
+        {exit_found, "a check, audit, replay, diff or stress found something"},
         {exit_usage, "the command line is wrong"},
         {exit_input, "a file cannot be read or written, or its content is wrong"},
-        {exit_request, "a request failed"},
+        {exit_request, "a request failed, and no later one made up for it"},
+        {exit_unused_fault, "a --fail never took effect"},
         {exit_signal + SIGINT, "interrupted by Ctrl-C"},
         {exit_signal + SIGPIPE, "standard output was closed before its end"},
         {exit_signal + SIGTERM, "interrupted by SIGTERM"},

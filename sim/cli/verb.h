@@ -15,11 +15,12 @@ class Console;
 /* The exit status of the process. */
 enum ExitStatus : int {
     exit_well = 0,
-    exit_found = 1,   /* an audit, replay, diff or stress found something */
-    exit_usage = 2,   /* the command line is wrong */
-    exit_input = 3,   /* a file cannot be read or written, or its content is wrong */
-    exit_request = 4, /* a request failed */
-    exit_signal = 128 /* plus the number of the signal that interrupted the work */
+    exit_found = 1,        /* an audit, replay, diff or stress found something */
+    exit_usage = 2,        /* the command line is wrong */
+    exit_input = 3,        /* a file cannot be read or written, or its content is wrong */
+    exit_request = 4,      /* a request failed, and no later one made up for it */
+    exit_unused_fault = 5, /* a --fail never took effect */
+    exit_signal = 128      /* plus the number of the signal that interrupted the work */
 };
 
 /* A file is wrong; the process ends with exit_input, as it does with exit_usage for a UsageError.

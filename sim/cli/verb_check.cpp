@@ -1,7 +1,10 @@
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
+#include "sim/cli/policy.h"
 #include "sim/cli/verb.h"
 
 namespace kvnsim {
@@ -11,10 +14,14 @@ int check(const Arguments &arguments, Console &console)
 {
     const std::vector<Configuration> configurations =
         read_configurations(arguments.values("CONFIG"));
-    const bool errors = have_errors(configurations);
+    const Policy policy(arguments);
+    const bool refused = policy.refuses_any(configurations);
+    const bool left_out =
+        std::any_of(configurations.begin(), configurations.end(),
+                    [&](const Configuration &one) { return policy.leaves_out(one); });
     if (arguments.has("--json")) {
         Json json;
-        json.begin_object().field("ok", !errors).key("configurations").begin_array();
+        json.begin_object().field("ok", !refused && !left_out).key("configurations").begin_array();
         for (const Configuration &configuration : configurations) {
             write(json.begin_object(), configuration);
             json.end_object();
@@ -22,13 +29,13 @@ int check(const Arguments &arguments, Console &console)
         json.end_array().end_object();
         console.out() << json.document();
     } else {
-        tell_findings(configurations, true, console);
+        tell_findings(configurations, policy, true, console);
         for (const Configuration &configuration : configurations)
             console.out() << fmt::format("{}: {}\n{}", configuration.file,
-                                         finding_counts(configuration),
+                                         finding_counts(configuration, policy),
                                          ignored_tables(configuration));
     }
-    return errors ? exit_input : exit_well;
+    return refused ? exit_input : left_out ? exit_found : exit_well;
 }
 
 } // namespace
@@ -38,6 +45,8 @@ const Verb check_verb{
     "read configurations and report what is wrong with them",
     "kvnsim check examples/broken.json\n",
     {{"CONFIG", Takes::file, Times::some, "config_db.json files; - is standard input"},
+     ignore_option,
+     strict_option,
      json_option},
     check};
 

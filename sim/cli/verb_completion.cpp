@@ -1,8 +1,8 @@
 #include "sim/cli/completion.h"
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
-#include "sim/config/similar.h"
 #include "sim/cli/verb.h"
+#include "sim/config/similar.h"
 #include "sim/state/interface_names.h"
 #include "sim/state/snapshot.h"
 

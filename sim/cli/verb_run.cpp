@@ -7,10 +7,11 @@
 #include "sim/cli/input.h"
 #include "sim/cli/instruments.h"
 #include "sim/cli/interrupt.h"
-#include "sim/config/similar.h"
+#include "sim/cli/policy.h"
 #include "sim/cli/stored.h"
 #include "sim/cli/tables.h"
 #include "sim/cli/verb.h"
+#include "sim/config/similar.h"
 #include "sim/state/audit.h"
 #include "sim/state/interface_names.h"
 #include "sim/state/show.h"
@@ -40,9 +41,9 @@ struct Outcome : ConfigurationRun {
 class Run {
 public:
     Run(const Arguments &arguments, Console &console)
-        : arguments_(arguments), console_(console), json_(arguments.has("--json")),
-          quiet_(arguments.has("--quiet")), dry_(arguments.has("--dry-run")),
-          instruments_(arguments, console)
+        : arguments_(arguments), console_(console), policy_(arguments),
+          json_(arguments.has("--json")), quiet_(arguments.has("--quiet")),
+          dry_(arguments.has("--dry-run")), instruments_(arguments, console)
     {}
 
     int run()
@@ -53,9 +54,8 @@ public:
         console_.clear_progress();
         if (interrupt_signal() != 0)
             return interrupted("nothing was applied");
-        tell_findings(configurations_, !quiet_, console_);
-        if (have_errors(configurations_) && !arguments_.has("--keep-going")) {
-            console_.error("kvnsim: nothing was applied (--keep-going applies the valid rows)");
+        tell_findings(configurations_, policy_, !quiet_, console_);
+        if (is_refused()) {
             if (json_)
                 print_json(nullptr, {});
             return exit_input;
@@ -69,16 +69,27 @@ public:
         for (const Configuration &configuration : configurations_) {
             if (interrupt_signal() != 0)
                 break;
-            if (configuration.is_understood)
-                apply(configuration);
-            else if (!json_ && !quiet_)
-                console_.out() << configuration.file << ": not applied\n";
+            apply(configuration);
         }
         return finish();
     }
 
 private:
     /* ---- Before ---- */
+
+    /* A file of which nothing is known is not applied as if it wanted nothing. */
+    bool is_refused() const
+    {
+        const bool understood =
+            std::all_of(configurations_.begin(), configurations_.end(),
+                        [](const Configuration &one) { return one.is_understood; });
+        if (understood && (!policy_.refuses_any(configurations_) || arguments_.has("--keep-going")))
+            return false;
+        console_.error(understood
+                           ? "kvnsim: nothing was applied (--keep-going applies the valid rows)"
+                           : "kvnsim: nothing was applied");
+        return true;
+    }
 
     void check_arguments()
     {
@@ -170,15 +181,15 @@ private:
                     : capture(switch_, applied_files(), outcomes_.back().configuration->findings,
                               outcomes_.back().applied.interrupted);
             files_written_ = instruments_.close(snapshot);
-            const std::vector<AuditFinding> findings = audit(snapshot);
+            const std::vector<AuditFinding> findings = policy_.judge(audit(snapshot));
             found = !findings.empty();
             if (json_)
                 print_json(&snapshot, findings);
             else if (!quiet_)
                 print_tables(snapshot);
         }
-        instruments_.warn_of_unused_faults();
-        return status(found);
+        const bool unused = instruments_.warn_of_unused_faults();
+        return status(found, unused);
     }
 
     std::vector<std::string> applied_files() const
@@ -231,18 +242,17 @@ private:
         return exit_signal + interrupt_signal();
     }
 
-    int status(bool found)
+    int status(bool found, bool unused_fault)
     {
         if (interrupt_signal() != 0)
             return interrupted(dry_                     ? "the plan is not complete"
                                : arguments_.has("--db") ? "the database holds what was done"
                                                         : "the rest was not applied");
-        if (std::any_of(outcomes_.begin(), outcomes_.end(),
-                        [](const Outcome &o) { return !o.applied.failures.empty(); }))
+        if (!switch_.failures().empty())
             return exit_request;
-        if (have_errors(configurations_) || !files_written_)
+        if (policy_.refuses_any(configurations_) || !files_written_)
             return exit_input;
-        return found ? exit_found : exit_well;
+        return unused_fault ? exit_unused_fault : found ? exit_found : exit_well;
     }
 
     /* ---- The JSON document ---- */
@@ -300,6 +310,20 @@ private:
         json.end_array();
     }
 
+    /* The request that made up for one that failed, in this configuration or a later one; 0: none.
+     */
+    uint64_t made_up_by(const Failure &failure) const
+    {
+        for (const Outcome &outcome : outcomes_) {
+            const auto &made_up = outcome.applied.made_up_for;
+            const auto found =
+                failure.request != nullptr ? made_up.find(failure.request->number) : made_up.end();
+            if (found != made_up.end())
+                return found->second;
+        }
+        return 0;
+    }
+
     static void write_step(Json &json, const Step &step)
     {
         json.field("words", step.words).field("object", step.name);
@@ -307,10 +331,15 @@ private:
         json.end_object();
     }
 
-    static void write_failure(Json &json, const Failure &failure)
+    void write_failure(Json &json, const Failure &failure) const
     {
         write_step(json.begin_object(), failure.step);
-        json.field("message", failure.message).key("request");
+        json.field("message", failure.message).key("made_up_by");
+        if (const uint64_t number = made_up_by(failure))
+            json.value(number);
+        else
+            json.null();
+        json.key("request");
         if (failure.request == nullptr) {
             json.null().end_object();
             return;
@@ -325,6 +354,7 @@ private:
 
     const Arguments &arguments_;
     Console &console_;
+    const Policy policy_;
     const bool json_, quiet_, dry_;
     Switch switch_; /* before the instruments, which it would reset */
     Instruments instruments_;
@@ -351,7 +381,9 @@ const Verb run_verb{
           "each request with its calls, of all interfaces or of one"},
          {"--dry-run", Takes::nothing, Times::optional,
           "try the plan on a temporary switch and show its requests; no file is written"}},
-        {json_option,
+        {ignore_option,
+         strict_option,
+         json_option,
          {"--quiet", Takes::nothing, Times::optional, "errors, warnings and failures only"}}),
     run};
 

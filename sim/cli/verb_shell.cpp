@@ -128,10 +128,12 @@ private:
     {
         const bool written =
             instruments_.close(arguments_.has("--db") ? session_.now() : Snapshot());
-        instruments_.warn_of_unused_faults();
+        const bool unused = instruments_.warn_of_unused_faults();
         if (interrupt_signal() != 0)
             return exit_signal + interrupt_signal();
-        return written || status_ != exit_well ? status_ : int{exit_input};
+        if (status_ != exit_well)
+            return status_;
+        return !written ? exit_input : unused ? exit_unused_fault : exit_well;
     }
 
     const Arguments &arguments_;

@@ -1,3 +1,4 @@
+#include "sim/cli/policy.h"
 #include "sim/cli/stored.h"
 #include "sim/cli/verb.h"
 
@@ -43,7 +44,7 @@ const Verb explain_verb{
 const Verb audit_verb{"audit",
                       "cross-check records, ASIC, shared database and configuration",
                       "kvnsim audit --db leaf.db\n",
-                      {db_option, json_option},
+                      {db_option, ignore_option, json_option},
                       of_database<print_audit>};
 
 const Verb diff_verb{

@@ -89,11 +89,14 @@ std::string Finding::to_text() const
     return text + words();
 }
 
+std::string Finding::without_code() const
+{
+    return other ? fmt::format("{} (see {})", message, other->to_text()) : message;
+}
+
 std::string Finding::words() const
 {
-    const std::string text =
-        other ? fmt::format("{} (see {})", message, other->to_text()) : message;
-    return code.empty() ? text : fmt::format("{} [{}]", text, code);
+    return code.empty() ? without_code() : fmt::format("{} [{}]", without_code(), code);
 }
 
 bool operator<(const VirtualMac &a, const VirtualMac &b)

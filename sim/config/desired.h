@@ -67,9 +67,9 @@ struct DesiredSubInterface {
     std::string parent; /* a port or a port-channel, by full name */
     uint32_t vlan = 0;  /* 1..4094 */
     uint16_t mtu = 0;   /* capped to the parent's */
-    bool waits = false; /* for a port-channel's first member */
     L3Settings l3;
     SourceLocation location;
+    bool waits = false; /* for a port-channel's first member */
 };
 struct DesiredSvi {
     uint32_t vlan = 0; /* 1..4094 */
@@ -118,8 +118,9 @@ struct Finding {
     std::string message;                 /* what is wrong and what was expected */
     std::optional<SourceLocation> other; /* the row it conflicts with */
     TABLE_ROW("configuration_finding", severity, code, leaves_out, location, message, other)
-    /* The message, the row it conflicts with and the code: "... (see leaf.json:12:5:
-     * PORT|Ethernet0) [KVN-C012]". */
+    /* The message and the row it conflicts with: "... (see leaf.json:12:5: PORT|Ethernet0)". */
+    std::string without_code() const;
+    /* The same and the code: "... [KVN-C012]". */
     std::string words() const;
     /* "file:line:column: table|key: message (see file:line:column: table|key) [KVN-C012]";
      * "warning: " or "note: " precedes the message of a finding that is not an error. Always one

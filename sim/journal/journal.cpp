@@ -45,7 +45,8 @@ std::string Request::failure_text() const
 {
     std::string text = fmt::format("request {} {}", number, entry);
     if (result)
-        text += fmt::format("({}) returned {}", arguments, *result);
+        text += fmt::format("({}) returned {}{}", arguments, *result,
+                            *result == 0 ? ", but a call in it failed" : "");
     if (failed_first != nullptr)
         text += ": " + failed_first->words;
     if (!first_failure().reason.empty())
@@ -77,7 +78,7 @@ std::string StatusNames::name(int64_t status) const
 {
     for (const Row &row : rows) {
         if (row.status == status)
-            return row.name;
+            return fmt::format("{} ({})", row.name, status);
     }
     return fmt::to_string(status);
 }

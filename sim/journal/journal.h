@@ -25,7 +25,7 @@ using RequestRef = std::shared_ptr<const Request>;
 struct FailedCall {
     const char *name = ""; /* "libsdk_intf_create" */
     int64_t status = 0;
-    std::string words;             /* "libsdk_intf_create: SDK_E_FULL" */
+    std::string words;             /* "libsdk_intf_create: SDK_E_FULL (-5)" */
     std::string reason;            /* why: the refusal's reason, or "injected"; may be empty */
     std::vector<RequestRef> named; /* the requests that the reason names: they made the obstacle */
 };

@@ -41,8 +41,12 @@ function problem(kind, name, words, origins = "") {
         named || !isObject(name) ? "" : make("strong", {}, linked(name), ": "), text), origins);
 }
 
-/* The findings, and the failures that no finding reports. */
-function problems() {
+function isLeftOut(finding) {
+    return finding.kind === "left out";
+}
+
+/* The findings of which some are, and the failures that no finding reports. */
+function problems(are) {
     const requests = new Map(records("requests").map((row) => [row.number, row]));
     const origin = (number) => {
         const request = requests.get(number);
@@ -52,10 +56,12 @@ function problems() {
                 request.cause === "" ? "" : ` caused by ${request.cause}`);
     };
     return [
-        ...findings.map((finding) => () =>
-            problem(finding.kind, objectOf(finding), finding.words, finding.requests.length === 0
+        ...findings.filter(are).map((finding) => () =>
+            problem(finding.kind, objectOf(finding), `${finding.words} [${finding.code}]`,
+                finding.requests.length === 0
                 ? "" : make("ul", { className: "origins" }, ...finding.requests.map(origin)))),
-        ...failures.filter(({ object, message }) => !isReported(object, message))
+        ...(are === isLeftOut ? [] : failures)
+            .filter(({ object, message }) => !isReported(object, message))
             .map(({ object, message }) => () => problem("failed", object, message)),
     ];
 }
@@ -64,11 +70,12 @@ function problems() {
 function drawFindings() {
     const body = document.getElementById("findings-body");
     if (findings.length === 0 && failures.length === 0) {
-        body.append(make("p", { className: "well" }, "✓ The audit found nothing: records, ASIC, " +
-            "shared database and configuration agree."));
+        body.append(make("p", { className: "well" }, `✓ ${data.verdict}`));
         return;
     }
-    const all = problems();
+    /* What is left out is never behind a button: nothing else on the page shows it. */
+    const leftOut = make("ul", { className: "finding-list" }, ...problems(isLeftOut).map((made) => made()));
+    const all = problems((finding) => !isLeftOut(finding));
     const items = make("ul", { className: "finding-list" });
     const more = make("button", { type: "button", className: "more" });
     let shown = 0;
@@ -81,8 +88,8 @@ function drawFindings() {
     more.addEventListener("click", () => show(50));
     show(all.length <= 10 ? all.length : 6);
     body.append(make("p", { className: "hint" },
-        `${counted(findings.length, "finding")}; ` +
-        `${counted(failures.length, "object")} whose last step failed.`), items, more);
+        `${data.verdict}; ${counted(failures.length, "object")} whose last step failed.`),
+    items, more, leftOut);
 }
 
 /* ---- The finder ---- */

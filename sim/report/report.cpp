@@ -28,6 +28,7 @@ public:
     std::string write()
     {
         json_.begin_object().field("hostname", s_.meta.hostname);
+        json_.field("verdict", verdict(s_, findings_));
         json_.field("word_size", s_.meta.word_size).key("files").begin_array();
         for (const FileRow &file : s_.files)
             json_.value(file.file);

@@ -13,6 +13,7 @@
 #include <fmt/format.h>
 
 #include "platform_api/libsdk.h"
+#include "sim/config/names.h"
 #include "sim/sdk/asic.h"
 #include "sim/sdk/kvnsim_sdk.h"
 #include "sim/state/index.h"
@@ -50,6 +51,7 @@ public:
         check_router_macs();
         check_virtual_macs();
         check_database();
+        check_left_out();
         std::stable_sort(
             findings_.begin(), findings_.end(),
             [](const AuditFinding &a, const AuditFinding &b) { return a.kind < b.kind; });
@@ -65,9 +67,8 @@ private:
 
     /* ---- Reporting ---- */
 
-    AuditFinding &tell(AuditKind kind, std::string object, PropertyId property,
-                       std::string interface, std::string words,
-                       std::initializer_list<const Origin *> makers = {})
+    AuditFinding &tell(AuditId id, std::string object, PropertyId property, std::string interface,
+                       std::string words, std::initializer_list<const Origin *> makers = {})
     {
         std::map<uint64_t, RequestRef> requests;
         for (const Origin *made : makers) {
@@ -75,7 +76,8 @@ private:
                 requests.emplace(made->number(), made->request);
         }
         AuditFinding &finding = findings_.emplace_back();
-        finding.kind = kind;
+        finding.kind = type_of(id).kind;
+        finding.code = type_of(id).code();
         finding.object = std::move(object);
         finding.property = property;
         finding.interface = std::move(interface);
@@ -85,26 +87,26 @@ private:
         return finding;
     }
 
-    AuditFinding &tell(AuditKind kind, const HostRow &host, PropertyId property, std::string words,
+    AuditFinding &tell(AuditId id, const HostRow &host, PropertyId property, std::string words,
                        std::initializer_list<const Origin *> makers = {})
     {
-        return tell(kind, host.name, property, host.name, std::move(words), makers);
+        return tell(id, host.name, property, host.name, std::move(words), makers);
     }
 
     /* Names the request behind an object. did: "made", "added" */
-    AuditFinding &tell_made(AuditKind kind, std::string object, PropertyId property,
+    AuditFinding &tell_made(AuditId id, std::string object, PropertyId property,
                             std::string interface, const std::string &words, const Origin &made,
                             const char *did = "made", const Origin *other = nullptr)
     {
-        return tell(kind, std::move(object), property, std::move(interface),
+        return tell(id, std::move(object), property, std::move(interface),
                     fmt::format("{}: {} by {}", words, did, made.to_text()), {&made, other});
     }
 
     /* detail: " (path to front port 3)" */
-    void tell_orphan(const std::string &object, const std::string &detail, const char *owner,
-                     std::string interface, const Origin &made)
+    void tell_orphan(AuditId id, const std::string &object, const std::string &detail,
+                     const char *owner, std::string interface, const Origin &made)
     {
-        tell_made(AuditKind::orphan, object, {}, std::move(interface),
+        tell_made(id, object, {}, std::move(interface),
                   fmt::format("{}{} belongs to no {}", object, detail, owner), made);
     }
 
@@ -112,11 +114,11 @@ private:
     void tell_gone(const HostRow &host, PropertyId property, const char *record, const char *what,
                    uint32_t id)
     {
-        tell(AuditKind::dangling, host, property,
+        tell(AuditId::gone_object_recorded, host, property,
              fmt::format("{} records {} with {} {}, which is gone", record, host.name, what, id));
     }
 
-    AuditFinding &tell_missing(const std::string &object, PropertyId property,
+    AuditFinding &tell_missing(AuditId id, const std::string &object, PropertyId property,
                                const std::string &interface, const SourceLocation &location,
                                const std::string &what)
     {
@@ -125,8 +127,7 @@ private:
         const FailureRow &failure = index_.failure(interface);
         if (!failure.message.empty())
             words += ": " + failure.message;
-        return tell(AuditKind::missing, object, property, interface, std::move(words),
-                    {&failure.made});
+        return tell(id, object, property, interface, std::move(words), {&failure.made});
     }
 
     static std::string made_by(const Origin &made) { return "made by " + made.to_text(); }
@@ -170,7 +171,9 @@ private:
         if (sides.table != nullptr)
             object = fmt::format("{} row of {}", sides.table, name);
         if (sides.wanted != nullptr) {
-            tell_missing(object, property, name, *sides.wanted, sides.lacks).other = sides.other;
+            tell_missing(AuditId::object_missing, object, property, name, *sides.wanted,
+                         sides.lacks)
+                .other = sides.other;
             return;
         }
         std::string words = *sides.mismatch == AuditKind::missing
@@ -197,7 +200,9 @@ private:
             if (made != nullptr)
                 words += fmt::format("; {} {}", did, made->to_text());
         }
-        tell(*sides.mismatch, std::move(object), property, name, std::move(words),
+        tell(*sides.mismatch == AuditKind::missing ? AuditId::row_missing
+                                                   : AuditId::property_differs,
+             std::move(object), property, name, std::move(words),
              {sides.written, sides.queued, sides.published})
             .other = sides.other;
     }
@@ -223,7 +228,8 @@ private:
         const bool is_port = host.kind == InterfaceKind::port;
         const bool is_wanted = is_port ? rows.port != nullptr : rows.wanted != nullptr;
         if (!is_wanted && !tell_unwanted(host, rows))
-            tell(AuditKind::unwanted, host, is_port ? PropertyId::port_lid : PropertyId::none,
+            tell(AuditId::interface_unwanted, host,
+                 is_port ? PropertyId::port_lid : PropertyId::none,
                  fmt::format("{} {} is not wanted but the host still has it", to_text(host.kind),
                              host.name));
     }
@@ -233,7 +239,7 @@ private:
     {
         const auto tell_has = [&](PropertyId property, const char *what, const std::string &id,
                                   const Origin &made) {
-            tell(AuditKind::unwanted, host, property,
+            tell(AuditId::interface_unwanted, host, property,
                  fmt::format("{} is not wanted but has {} {}, {}", host.name, what, id,
                              made_by(made)),
                  {&made});
@@ -294,7 +300,7 @@ private:
     {
         const auto tell_lid = [&](const std::string &whose, uint32_t right) {
             if (context.lid_id != right)
-                tell(AuditKind::difference, host, lid_entry,
+                tell(AuditId::recorded_lid_differs, host, lid_entry,
                      fmt::format("{} is recorded with LID entry {}, {} with {}", host.name,
                                  id_words(context.lid_id), whose, id_words(right)));
         };
@@ -316,7 +322,7 @@ private:
     {
         if (owner == nullptr || owner == &host)
             return;
-        tell(AuditKind::difference, host, what,
+        tell(AuditId::claimed_twice, host, what,
              fmt::format("{} {} is recorded by {} and by {}", to_text(what), id, owner->name,
                          host.name))
             .other = owner->name;
@@ -335,7 +341,7 @@ private:
             const ContextRow *context =
                 index_.serving_context(host.parent ? index_.host(*host.parent) : nullptr);
             if (context == nullptr || context->intf_id == no_id) {
-                tell(AuditKind::dangling, host, PropertyId::parent,
+                tell(AuditId::parent_gone, host, PropertyId::parent,
                      fmt::format("{} has SDK interface {}, but its parent {} has none", host.name,
                                  index_.intf_words(intf.intf_id),
                                  host.parent ? index_.name(*host.parent) : "of no name"),
@@ -355,7 +361,7 @@ private:
             property = intf.param1 != param1 ? PropertyId::parent : PropertyId::vlan;
         if (intf.type != type || intf.param1 != param1 || intf.param2 != param2 ||
             intf.param3 != param3)
-            tell(AuditKind::difference, host, property,
+            tell(AuditId::interface_elsewhere, host, property,
                  fmt::format("{} {} SDK interface {}, which is elsewhere, {}", host.name, has,
                              index_.intf_words(intf.intf_id), made_by(intf.made)),
                  {&intf.made});
@@ -368,12 +374,12 @@ private:
         const HostRow *owner = index_.owner_of_intf(intf.intf_id);
         const std::string interface = owner != nullptr ? owner->name : interface_of(intf);
         if (owner == nullptr)
-            tell_orphan(fmt::format("SDK interface {}", intf.intf_id),
+            tell_orphan(AuditId::orphan_interface, fmt::format("SDK interface {}", intf.intf_id),
                         fmt::format(" ({})", Index::kind_words(intf)), "interface", interface,
                         intf.made);
         const AttributeValueRow *bound = index_.attribute(intf.intf_id, SdkIntfAttrLid).written;
         if (bound != nullptr && index_.lid(bound->value) == nullptr)
-            tell_made(AuditKind::dangling, fmt::format("SDK interface {}", intf.intf_id),
+            tell_made(AuditId::bound_to_gone_lid, fmt::format("SDK interface {}", intf.intf_id),
                       owner != nullptr ? lid_entry : PropertyId::binding, interface,
                       fmt::format("SDK interface {} is bound to LID entry {}, which is gone",
                                   index_.intf_words(intf.intf_id), bound->value),
@@ -404,10 +410,10 @@ private:
         const std::string path =
             paths.empty() ? "" : fmt::format(" (path to {})", Index::path_words(*paths.begin()));
         if (owner == nullptr)
-            tell_orphan(object, paths.empty() ? " without a path" : path, "port or port-channel",
-                        concerned_channel(lid.made), lid.made);
+            tell_orphan(AuditId::orphan_lid, object, paths.empty() ? " without a path" : path,
+                        "port or port-channel", concerned_channel(lid.made), lid.made);
         else
-            tell_made(AuditKind::difference, object, PropertyId::path, owner->name,
+            tell_made(AuditId::lid_elsewhere, object, PropertyId::path, owner->name,
                       fmt::format("{} of {} {}{}", object, owner->name,
                                   paths.empty() ? "has no path" : "leads elsewhere", path),
                       lid.made, "made", paths.empty() ? nullptr : &paths.begin()->made);
@@ -427,7 +433,7 @@ private:
     void check(const LidPathRow &path)
     {
         if (path.port_type == SdkPortTypeChannel && index_.port_channel(path.pc_id) == nullptr)
-            tell_made(AuditKind::dangling, fmt::format("LID entry {}", path.lid_id),
+            tell_made(AuditId::path_to_gone_channel, fmt::format("LID entry {}", path.lid_id),
                       PropertyId::path, name_of(index_.owner_of_lid(path.lid_id)),
                       fmt::format("LID entry {} leads to port-channel {}, which is gone",
                                   path.lid_id, path.pc_id),
@@ -439,7 +445,7 @@ private:
         if (index_.owner_of_port_channel(channel.pc_id) != nullptr)
             return;
         const size_t members = find_rows(s_.members, &MemberRow::pc_id, channel.pc_id).size();
-        tell_orphan(fmt::format("SDK port-channel {}", channel.pc_id),
+        tell_orphan(AuditId::orphan_port_channel, fmt::format("SDK port-channel {}", channel.pc_id),
                     fmt::format(" ({} member{})", members, members == 1 ? "" : "s"), "port-channel",
                     concerned_channel(channel.made), channel.made);
     }
@@ -452,7 +458,7 @@ private:
         const HostRow *port = index_.owner_of_front_port(member.front_port);
         if (port != nullptr && wanted_members_.count({owner->name, port->name}) != 0)
             return;
-        tell_made(AuditKind::unwanted, fmt::format("front port {}", member.front_port),
+        tell_made(AuditId::member_unwanted, fmt::format("front port {}", member.front_port),
                   PropertyId::membership, port != nullptr ? port->name : owner->name,
                   fmt::format("front port {} ({}) is a member of SDK port-channel {} ({}) but not "
                               "wanted there",
@@ -466,7 +472,7 @@ private:
     {
         if (!index_.is_for_this_interface(write))
             tell_made(
-                AuditKind::dangling, fmt::format("SDK interface {}", write.intf_id),
+                AuditId::write_for_gone_interface, fmt::format("SDK interface {}", write.intf_id),
                 PropertyId::pending_write, concerned(write.made),
                 fmt::format("a write of attribute {} waits for SDK interface {}, which is gone{}",
                             write.number, write.intf_id,
@@ -485,24 +491,25 @@ private:
             const std::string object = fmt::format("router MAC {}", mac.peer_mac_id);
             const std::string detail = fmt::format(" ({})", to_text(mac.mac));
             if (!owned || mac.peer_mac_id != owned_id)
-                tell_orphan(object, detail, "router MAC of the switch", {}, mac.made);
+                tell_orphan(AuditId::orphan_router_mac, object, detail, "router MAC of the switch",
+                            {}, mac.made);
             else if (!is_wanted)
-                tell_made(AuditKind::unwanted, object, {}, {}, object + detail + " is not wanted",
-                          mac.made);
+                tell_made(AuditId::router_mac_unwanted, object, {}, {},
+                          object + detail + " is not wanted", mac.made);
             else if (mac.mac != s_.wanted_router_mac.front().mac)
-                tell_made(AuditKind::difference, object, PropertyId::mac, {},
+                tell_made(AuditId::router_mac_differs, object, PropertyId::mac, {},
                           fmt::format("{} is {}, configured {}", object, to_text(mac.mac),
                                       to_text(s_.wanted_router_mac.front().mac)),
                           mac.made);
         }
         if (owned && find_row(s_.router_macs, &RouterMacRow::peer_mac_id, owned_id) == nullptr)
-            tell(AuditKind::dangling, "switch", PropertyId::router_mac, {},
+            tell(AuditId::router_mac_gone, "switch", PropertyId::router_mac, {},
                  fmt::format("the switch is recorded with router MAC {}, which is gone", owned_id));
         else if (!owned && is_wanted) {
             const WantedRouterMac &wanted = s_.wanted_router_mac.front();
             /* Failures are noted for the switch, which is no interface. */
-            tell_missing("router MAC " + to_text(wanted.mac), {}, "switch", wanted.location,
-                         "not in the ASIC")
+            tell_missing(AuditId::object_missing, "router MAC " + to_text(wanted.mac), {}, "switch",
+                         wanted.location, "not in the ASIC")
                 .interface.clear();
         }
     }
@@ -523,7 +530,7 @@ private:
             if (owned_traps.count(trap.mac_trap_id) != 0)
                 continue;
             const HostRow *owner = index_.owner_of_intf(trap.intf_id);
-            tell_orphan(fmt::format("MAC trap {}", trap.mac_trap_id),
+            tell_orphan(AuditId::orphan_trap, fmt::format("MAC trap {}", trap.mac_trap_id),
                         fmt::format(" ({} on SDK interface {})", to_text(trap.mac),
                                     index_.intf_words(trap.intf_id)),
                         "virtual MAC", owner != nullptr ? owner->name : concerned(trap.made),
@@ -533,8 +540,8 @@ private:
             const WantedInterface *interface = index_.wanted(mac.interface);
             if (interface != nullptr && index_.must_exist(*interface) &&
                 recorded.count({mac.interface, mac.mac}) == 0)
-                tell_missing(virtual_mac_words(mac.mac, mac.interface), PropertyId::mac_trap,
-                             mac.interface, mac.location, "has no MAC trap")
+                tell_missing(AuditId::object_missing, virtual_mac_words(mac.mac, mac.interface),
+                             PropertyId::mac_trap, mac.interface, mac.location, "has no MAC trap")
                     .virtual_mac = mac.mac;
         }
     }
@@ -560,28 +567,28 @@ private:
         const ContextRow *context = index_.serving_context(host);
         const TrapRow *trap = index_.trap(entry.mac_trap_id);
         const auto by = [&] { return trap != nullptr ? ": " + made_by(trap->made) : ""; };
-        const auto tell_entry = [&](AuditKind kind, PropertyId property, const std::string &what) {
-            tell(kind, object, property, name, object + what,
+        const auto tell_entry = [&](AuditId id, PropertyId property, const std::string &what) {
+            tell(id, object, property, name, object + what,
                  {trap != nullptr ? &trap->made : nullptr})
                 .virtual_mac = entry.mac;
         };
         if (trap == nullptr)
             tell_entry(
-                AuditKind::dangling, PropertyId::mac_trap,
+                AuditId::trap_gone, PropertyId::mac_trap,
                 fmt::format(" is recorded with MAC trap {}, which is gone", entry.mac_trap_id));
         if (context == nullptr || context->intf_id == no_id)
-            tell_entry(AuditKind::dangling, PropertyId::interface,
+            tell_entry(AuditId::virtual_mac_without_interface, PropertyId::interface,
                        " is recorded for an interface that has no SDK interface");
         else if (trap != nullptr && trap->intf_id != context->intf_id)
-            tell_entry(AuditKind::difference, PropertyId::mac_trap,
+            tell_entry(AuditId::trap_differs, PropertyId::mac_trap,
                        fmt::format(" has MAC trap {} on SDK interface {}, the interface has {}{}",
                                    trap->mac_trap_id, trap->intf_id, context->intf_id, by()));
         if (trap != nullptr && trap->mac != entry.mac)
-            tell_entry(AuditKind::difference, PropertyId::mac,
+            tell_entry(AuditId::trap_differs, PropertyId::mac,
                        fmt::format(" has MAC trap {}, which is for {}{}", trap->mac_trap_id,
                                    to_text(trap->mac), by()));
         if (!is_wanted)
-            tell_entry(AuditKind::unwanted, {}, " is not wanted" + by());
+            tell_entry(AuditId::virtual_mac_unwanted, {}, " is not wanted" + by());
     }
 
     /* ---- The shared database ---- */
@@ -597,7 +604,7 @@ private:
         for (const MemberIntfRow &row : s_.member_intf) {
             const HostRow *host = index_.host(row.ifindex);
             if (host == nullptr || !host->kept_intf)
-                tell_row(AuditKind::unwanted, row,
+                tell_row(AuditId::row_unwanted, row,
                          fmt::format("says SDK interface {} is kept, but the host keeps none",
                                      row.intf_id),
                          PropertyId::kept_intf);
@@ -607,7 +614,7 @@ private:
             const ContextRow *context = index_.context(row.ifindex);
             if (host != nullptr && host->registered && row.enabled &&
                 (context == nullptr || context->intf_id == no_id))
-                tell_row(AuditKind::difference, row,
+                tell_row(AuditId::label_without_interface, row,
                          "is set up, but the interface has no SDK interface", PropertyId::label);
         }
     }
@@ -617,20 +624,44 @@ private:
         for (const Row &row : rows) {
             const HostRow *host = index_.host(row.ifindex);
             if (host == nullptr)
-                tell_row(AuditKind::dangling, row, "is of an interface that is gone",
+                tell_row(AuditId::row_of_gone_interface, row, "is of an interface that is gone",
                          PropertyId::interface);
             else if (!host->registered)
-                tell_row(AuditKind::unwanted, row, "is of an interface that is no L3 interface",
+                tell_row(AuditId::row_unwanted, row, "is of an interface that is no L3 interface",
                          property);
         }
     }
 
     template <class Row>
-    void tell_row(AuditKind kind, const Row &row, const std::string &what, PropertyId property)
+    void tell_row(AuditId id, const Row &row, const std::string &what, PropertyId property)
     {
         const std::string name = index_.name(row.ifindex);
         const std::string object = fmt::format("{} row of {}", Row::table, name);
-        tell_made(kind, object, property, name, object + ' ' + what, row.made);
+        tell_made(id, object, property, name, object + ' ' + what, row.made);
+    }
+
+    /* ---- What was configured and is not applied ---- */
+
+    /* The reader's code says why, and is the finding's. */
+    void check_left_out()
+    {
+        for (const Finding &row : s_.reader) {
+            if (!row.leaves_out)
+                continue;
+            AuditFinding &finding = findings_.emplace_back();
+            finding.kind = AuditKind::left_out;
+            finding.code = row.code;
+            finding.object = row.location.row();
+            finding.interface = named_by(row.location.key);
+            finding.words = fmt::format("{}: {}", row.location.to_text(), row.without_code());
+        }
+    }
+
+    /* The interface that a row is about: the first part of its key, if it is one. */
+    static std::string named_by(const std::string &key)
+    {
+        std::string name = key.substr(0, key.find('|'));
+        return parse_interface_name(name) ? name : std::string();
     }
 
     const Snapshot &s_;
@@ -644,6 +675,28 @@ private:
 std::vector<AuditFinding> audit(const Snapshot &snapshot)
 {
     return Auditor(snapshot).findings();
+}
+
+std::string verdict(const Snapshot &snapshot, const std::vector<AuditFinding> &findings)
+{
+    const auto plural = [](auto count) { return count == 1 ? "" : "s"; };
+    const auto left_out =
+        std::count_if(findings.begin(), findings.end(), [](const AuditFinding &finding) {
+            return finding.kind == AuditKind::left_out;
+        });
+    const auto others =
+        std::count_if(snapshot.reader.begin(), snapshot.reader.end(), [](const Finding &row) {
+            return !row.leaves_out && row.severity == Finding::Severity::warning;
+        });
+    std::string text = "The audit found nothing: records, ASIC, shared database and configuration "
+                       "agree";
+    if (!findings.empty())
+        text = fmt::format("{} finding{}", findings.size(), plural(findings.size()));
+    if (left_out != 0)
+        text += fmt::format(", {} of what is configured but left out", left_out);
+    if (others != 0)
+        text += fmt::format("; {} warning{} on the configuration", others, plural(others));
+    return text + (findings.empty() ? "." : "");
 }
 
 } // namespace kvnsim

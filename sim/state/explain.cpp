@@ -203,8 +203,11 @@ std::string to_text(const Explanation &explanation)
     for (const Finding &row : explanation.reader)
         text += fmt::format("configuration: {}: {}: {}\n", to_text(row.severity),
                             row.location.to_text(), row.words());
-    for (const AuditFinding &finding : explanation.findings)
-        text += fmt::format("audit: {}: {}\n", to_text(finding.kind), finding.words);
+    for (const AuditFinding &finding : explanation.findings) {
+        if (finding.kind != AuditKind::left_out) /* told above */
+            text += fmt::format("audit: {}: {} [{}]\n", to_text(finding.kind), finding.words,
+                                finding.code);
+    }
     return text;
 }
 

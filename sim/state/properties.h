@@ -16,10 +16,11 @@ enum class AuditKind : uint8_t {
     dangling,   /* names something that is gone */
     difference, /* two sides disagree about an object */
     missing,    /* wanted, but absent */
-    unwanted    /* present and owned, but not wanted */
+    unwanted,   /* present and owned, but not wanted */
+    left_out    /* configured, but not applied, or not yet */
 };
-constexpr const char *audit_kind_names[] = {"orphan", "dangling", "difference", "missing",
-                                            "unwanted"};
+constexpr const char *audit_kind_names[] = {"orphan",  "dangling", "difference",
+                                            "missing", "unwanted", "left out"};
 inline const char *to_text(AuditKind kind)
 {
     return audit_kind_names[static_cast<size_t>(kind)];

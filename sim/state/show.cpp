@@ -251,6 +251,9 @@ Listing show_summary(const Snapshot &snapshot, const std::string &)
     count("programmed", "interfaces in the ASIC",
           how_many([&](const WantedInterface &row) { return index.programmed(index.host(row)); }));
     count("failures", "failed steps, not yet repaired", snapshot.failures.size());
+    count("left_out", "rows configured, but left out",
+          std::count_if(snapshot.reader.begin(), snapshot.reader.end(),
+                        [](const Finding &finding) { return finding.leaves_out; }));
     return listing;
 }
 
@@ -324,8 +327,9 @@ Listing show(const Snapshot &snapshot, std::string_view what, const std::string 
 
 Listing show(const std::vector<AuditFinding> &findings)
 {
-    return listing_of("Audit", findings,
-                      {"Kind", "Object", "Property", "Interface", "Other", "Finding", "Requests"});
+    return listing_of(
+        "Audit", findings,
+        {"Kind", "Code", "Object", "Property", "Interface", "Other", "Finding", "Requests"});
 }
 
 Listing show(const std::vector<FailureRow> &failures)
@@ -339,13 +343,14 @@ Listing show(const std::vector<FailureRow> &failures)
 Listing show(const std::vector<Finding> &findings)
 {
     Listing listing{"Findings of the configuration"};
-    listing.columns = {{"severity", "Severity"}, {"file", "File"},   {"line", "Line"},
-                       {"column", "Column"},     {"table", "Table"}, {"key", "Key"},
-                       {"message", "Finding"}};
+    listing.columns = {{"severity", "Severity"}, {"code", "Code"},      {"file", "File"},
+                       {"line", "Line"},         {"column", "Column"},  {"table", "Table"},
+                       {"key", "Key"},           {"message", "Finding"}};
     for (const Finding &finding : findings) {
         const SourceLocation &at = finding.location;
-        listing.rows.push_back({cell(finding.severity), at.file, cell(at.line), cell(at.column),
-                                cell(at.table), cell(at.key), finding.words()});
+        listing.rows.push_back({cell(finding.severity), cell(finding.code), at.file, cell(at.line),
+                                cell(at.column), cell(at.table), cell(at.key),
+                                finding.without_code()});
     }
     return listing;
 }

@@ -60,13 +60,18 @@ public:
         const CauseScope cause(step.cause.to_text());
         const size_t failures = applied_.failures.size();
         const Row &row = row_of(step.kind);
+        retried_.clear();
         take_up(own(step));
         if (row.alone != nullptr)
             (this->*row.alone)(step);
         else if (HostInterface *const found = object(step))
             (this->*row.with_object)(step, *found);
-        if (applied_.failures.size() == failures && row.object_goes)
-            drop_reasons(step.name, [](const Reason &) { return true; });
+        if (applied_.failures.size() == failures) {
+            for (const uint64_t failed : retried_)
+                applied_.made_up_for[failed] = Journal::instance().requests_made();
+            if (row.object_goes)
+                drop_reasons(step.name, [](const Reason &) { return true; });
+        }
         applied_.steps_done++;
     }
 
@@ -74,7 +79,12 @@ public:
     void finish()
     {
         const auto all = [](auto &has, const auto &wants) { has = wants; };
-        take_over(have_.ports, want_.ports, all);
+        take_over(have_.ports, want_.ports, [](DesiredPort &has, const DesiredPort &wants) {
+            /* One that could not be removed still has its old number. */
+            const uint32_t front_port = has.front_port;
+            has = wants;
+            has.front_port = front_port;
+        });
         take_over(have_.routed_ports, want_.routed_ports, all);
         take_over(have_.port_channels, want_.port_channels,
                   [](DesiredPortChannel &has, const DesiredPortChannel &wants) {
@@ -176,7 +186,12 @@ private:
     /* A new try replaces the last failure. */
     void take_up(const Concern &concern)
     {
-        drop_reasons(concern.object, [&](const Reason &reason) { return concern.is_of(reason); });
+        drop_reasons(concern.object, [&](const Reason &reason) {
+            const bool is_retried = concern.is_of(reason);
+            if (is_retried && reason.origin.request)
+                retried_.push_back(reason.origin.number());
+            return is_retried;
+        });
     }
 
     void fail(const Concern &concern, std::string message, RequestRef request = nullptr,
@@ -601,6 +616,7 @@ private:
     const Desired &want_;
     Applied &applied_;
     Host &host_ = Host::instance();
+    std::vector<uint64_t> retried_; /* failed requests whose work the step repeats */
     Cursor<ByName<Settings>> settings_{switch_.settings_};
     Cursor<ByName<DesiredSubInterface>> sub_interfaces_{have_.sub_interfaces};
     Cursor<ByName<DesiredSvi>> svis_{have_.svis};

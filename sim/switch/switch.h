@@ -72,7 +72,7 @@ struct Failure {
     Step step;
     RequestRef request;  /* null when the host refused */
     std::string message; /* "request 3 l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create:
-                            SDK_E_FULL" */
+                            SDK_E_FULL (-5)" */
 };
 
 /* A failure as the switch keeps it. */
@@ -87,6 +87,9 @@ struct Reason {
 struct Applied {
     uint32_t steps_done = 0; /* carried out, failed ones included */
     std::vector<Failure> failures;
+    /* Requests that failed, of this configuration or an earlier one, and those that then did what
+     * they were for: by number. */
+    std::map<uint64_t, uint64_t> made_up_for;
     bool interrupted = false; /* stopped by the caller; the rest was left out */
 };
 
