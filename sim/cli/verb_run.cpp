@@ -248,7 +248,11 @@ private:
             return interrupted(dry_                     ? "the plan is not complete"
                                : arguments_.has("--db") ? "the database holds what was done"
                                                         : "the rest was not applied");
-        if (!switch_.failures().empty())
+        if (std::any_of(outcomes_.begin(), outcomes_.end(), [this](const Outcome &outcome) {
+                const std::vector<Failure> &failures = outcome.applied.failures;
+                return std::any_of(failures.begin(), failures.end(),
+                                   [this](const Failure &failure) { return is_open(failure); });
+            }))
             return exit_request;
         if (policy_.refuses_any(configurations_) || !files_written_)
             return exit_input;
@@ -329,6 +333,13 @@ private:
         json.field("words", step.words).field("object", step.name);
         write(json.key("cause").begin_object(), step.cause);
         json.end_object();
+    }
+
+    /* A step that made no request failed because of another one, which has its own reason. */
+    bool is_open(const Failure &failure) const
+    {
+        return failure.request != nullptr ? made_up_by(failure) == 0
+                                          : switch_.failures().count(failure.step.name) != 0;
     }
 
     void write_failure(Json &json, const Failure &failure) const

@@ -39,7 +39,7 @@ TEST_F(Faults, EveryCallThatFailsIsNamedWithItsRequestAndItsRow)
                     example("small_change_after.json"), example("empty.json"), "--quiet", "--fail",
                     call + "=-42"});
         if (beyond_configurations.count(call) != 0) {
-            EXPECT_EQ(well, result.status) << call;
+            EXPECT_EQ(fault_unused, result.status) << call;
             EXPECT_THAT(result.err, HasSubstr("--fail " + call + "=-42 never took effect"));
             continue;
         }
@@ -57,7 +57,7 @@ TEST_F(Faults, AFailureNamesRowStepRequestCallAndStatus)
     EXPECT_EQ(request_failed, result.status);
     EXPECT_EQ("one.json:3:19: INTERFACE|Ethernet0: failed to route port Ethernet0: MTU 9100, IPv4: "
               "request 2 l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1) returned -1: "
-              "libsdk_intf_create: SDK_E_FULL (injected)\n",
+              "libsdk_intf_create: SDK_E_FULL (-5) (injected)\n",
               result.err);
     EXPECT_THAT(result.out, AllOf(HasSubstr("1 failure\n"), HasSubstr("missing: Ethernet0")));
 }
@@ -67,7 +67,9 @@ TEST_F(Faults, ARequestThatReturnsSuccessThoughACallFailedCountsAsFailed)
     write("one.json", one_port);
     const Result result = kvnsim({"run", "one.json", "--fail", "fwmpd_kavelin_batch_flush"});
     EXPECT_EQ(request_failed, result.status);
-    EXPECT_THAT(result.err, HasSubstr("returned 0: fwmpd_kavelin_batch_flush: -1 (injected)"));
+    EXPECT_THAT(result.err,
+                HasSubstr("returned 0, but a call in it failed: fwmpd_kavelin_batch_flush: -1 "
+                          "(injected)"));
 }
 
 TEST_F(Faults, OnlyTheNamedOccurrenceFails)
@@ -93,7 +95,7 @@ TEST_F(Faults, JsonHoldsEachFailure)
     EXPECT_EQ("Ethernet0", std::string(failure["object"].GetString()));
     EXPECT_EQ(3, failure["cause"]["line"].GetInt());
     EXPECT_EQ(-1, failure["request"]["result"].GetInt());
-    EXPECT_EQ("libsdk_intf_create: SDK_E_FULL",
+    EXPECT_EQ("libsdk_intf_create: SDK_E_FULL (-5)",
               std::string(failure["request"]["first_failure"].GetString()));
     EXPECT_NE(0u, document["switch"]["audit"].Size());
     EXPECT_EQ("libsdk_intf_destroy", std::string(document["unused_faults"][0].GetString()));
@@ -123,7 +125,7 @@ TEST_F(Faults, ATableThatIsTooSmallRefusesWithAReason)
     EXPECT_EQ(request_failed, result.status);
     EXPECT_THAT(result.err,
                 AllOf(StartsWith("three.json:"), HasSubstr("INTERFACE|Ethernet2"),
-                      HasSubstr("libsdk_intf_create: SDK_E_FULL"), Not(HasSubstr("injected"))));
+                      HasSubstr("libsdk_intf_create: SDK_E_FULL (-5)"), Not(HasSubstr("injected"))));
 }
 
 TEST_F(Faults, TheDatabaseIsKeptThoughARequestFailed)

@@ -16,6 +16,7 @@ enum Status {
     usage = 2,
     bad_input = 3,
     request_failed = 4,
+    fault_unused = 5,
     output_unread = 141
 };
 
