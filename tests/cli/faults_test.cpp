@@ -123,9 +123,9 @@ TEST_F(Faults, ATableThatIsTooSmallRefusesWithAReason)
     write("three.json", ports(3));
     const Result result = kvnsim({"run", "three.json", "--limit", "intf=2"});
     EXPECT_EQ(request_failed, result.status);
-    EXPECT_THAT(result.err,
-                AllOf(StartsWith("three.json:"), HasSubstr("INTERFACE|Ethernet2"),
-                      HasSubstr("libsdk_intf_create: SDK_E_FULL (-5)"), Not(HasSubstr("injected"))));
+    EXPECT_THAT(result.err, AllOf(StartsWith("three.json:"), HasSubstr("INTERFACE|Ethernet2"),
+                                  HasSubstr("libsdk_intf_create: SDK_E_FULL (-5)"),
+                                  Not(HasSubstr("injected"))));
 }
 
 TEST_F(Faults, TheDatabaseIsKeptThoughARequestFailed)
