@@ -114,10 +114,11 @@ private:
         }
         if (ports.empty())
             return;
-        draft_.note(SourceLocation{configuration_.file, 1, 1, {}, {}},
-                    "there is no table PORT: {} front-panel port{} taken from the rows "
-                    "that name them",
-                    ports.size(), ports.size() == 1 ? "" : "s");
+        draft_.note(
+            SourceLocation{configuration_.file, document_.at.line, document_.at.column, {}, {}},
+            "there is no table PORT: {} front-panel port{} taken from the rows "
+            "that name them",
+            ports.size(), ports.size() == 1 ? "" : "s");
         for (auto &[name, port] : ports)
             draft_.add_port(name, std::move(port));
     }
@@ -244,9 +245,17 @@ private:
 
 Configuration read_configuration(const std::string &file, const std::string &text)
 {
+    std::vector<Finding> findings;
+    const Document document = read_document(file, text, findings);
+    return read_configuration(file, document, std::move(findings));
+}
+
+Configuration read_configuration(const std::string &file, const Document &document,
+                                 std::vector<Finding> findings)
+{
     Configuration configuration;
     configuration.file = file;
-    const Document document = read_document(file, text, configuration.findings);
+    configuration.findings = std::move(findings);
     configuration.is_understood = document.is_object;
     Reader(configuration, document).read();
     std::stable_sort(configuration.findings.begin(), configuration.findings.end(),

@@ -279,7 +279,15 @@ void erase_repeated(std::vector<Entry> &entries, const Repeats &repeats)
     entries.erase(std::remove_if(entries.begin(), entries.end(), is_repeated), entries.end());
 }
 
-/* Reports every duplicate name and leaves one of each. */
+} // namespace
+
+const char *to_text(ValueKind kind)
+{
+    static constexpr const char *texts[] = {"a string", "a number", "a boolean",
+                                            "null",     "a list",   "an object"};
+    return texts[static_cast<size_t>(kind)];
+}
+
 void remove_repetitions(const std::string &file, std::vector<DocumentTable> &tables,
                         std::vector<Finding> &findings)
 {
@@ -305,15 +313,6 @@ void remove_repetitions(const std::string &file, std::vector<DocumentTable> &tab
                 report("the field " + quoted(later.name), table.name, row.name, later.at, first.at);
             });
     }
-}
-
-} // namespace
-
-const char *to_text(ValueKind kind)
-{
-    static constexpr const char *texts[] = {"a string", "a number", "a boolean",
-                                            "null",     "a list",   "an object"};
-    return texts[static_cast<size_t>(kind)];
 }
 
 Document read_document(const std::string &file, const std::string &text,
@@ -352,8 +351,8 @@ Document read_document(const std::string &file, const std::string &text,
              fmt::format("found {}: expected an object of tables", to_text(builder.root)),
              {}});
     }
-    Document document{std::move(builder.tables),
-                      !result.IsError() && builder.root == ValueKind::object};
+    Document document{
+        std::move(builder.tables), !result.IsError() && builder.root == ValueKind::object, {}};
     remove_repetitions(file, document.tables, findings);
     if (!document.is_object)
         document.tables.clear();

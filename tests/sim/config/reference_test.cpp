@@ -4,9 +4,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
+#include "sim/config/running.h"
 #include "sim/config/tables.h"
 #include "tests/sim/config/finding_cases.h"
 #include "tests/sim/config/read.h"
@@ -136,8 +139,13 @@ TEST(Reference, HasEveryFindingAndNoOther)
     for (const FindingCase &one : finding_cases())
         texts.push_back("{\n" + std::string(one.tables) + "\n}");
 
-    for (const std::string &text : texts) {
-        for (const Finding &finding : read(text).findings) {
+    std::vector<Configuration> configurations{
+        read_configuration("redis://h:1/4", RunningRows{{}, 1}),
+        read_configuration("redis://h:1/4", RunningRows{{{"PORT|\xff", {}}}, 0})};
+    std::transform(texts.begin(), texts.end(), std::back_inserter(configurations), read);
+
+    for (const Configuration &configuration : configurations) {
+        for (const Finding &finding : configuration.findings) {
             bool is_documented = false;
             for (DocumentedFinding &row : documented) {
                 if (row.severity == name(finding.severity) && says(row.message, finding.message)) {
