@@ -136,25 +136,32 @@ void Instruments::trace(std::string_view level)
         start_timeline(timeline_interface_);
 }
 
-bool Instruments::close(const Snapshot &snapshot)
+bool Instruments::reports(const std::function<void()> &writing)
 {
-    bool all_written = true;
-    const auto write = [&](const auto &file) {
-        try {
-            file();
-        } catch (const std::runtime_error &error) {
-            console_.error(fmt::format("kvnsim: {}", error.what()));
-            all_written = false;
-        }
-    };
-    timeline_.reset();
-    recorder_.reset();
-    write([&] {
+    try {
+        writing();
+        return true;
+    } catch (const std::runtime_error &error) {
+        console_.error(fmt::format("kvnsim: {}", error.what()));
+        return false;
+    }
+}
+
+bool Instruments::save_database(const Snapshot &snapshot)
+{
+    return reports([&] {
         if (arguments_.has("--db"))
             save(snapshot, arguments_.value("--db"));
     });
-    write([&] { refuse<InputError>(Diagnostics::instance().flush()); });
-    write([&] {
+}
+
+bool Instruments::close(const Snapshot &snapshot)
+{
+    timeline_.reset();
+    recorder_.reset();
+    bool all_written = save_database(snapshot);
+    all_written &= reports([] { refuse<InputError>(Diagnostics::instance().flush()); });
+    all_written &= reports([&] {
         if (recording_.is_open()) {
             recording_.close();
             check_recording();
@@ -204,6 +211,29 @@ ConfigurationRun apply_configuration(Switch &to, const Configuration &configurat
         console.error(fmt::format("{}: failed to {}: {}", failure.step.cause.to_text(),
                                   failure.step.words, failure.message));
     return outcome;
+}
+
+void write(Json &json, const Step &step)
+{
+    json.field("words", step.words).field("object", step.name);
+    write(json.key("cause").begin_object(), step.cause);
+    json.end_object();
+}
+
+void write(Json &json, const Failure &failure)
+{
+    write(json.begin_object(), failure.step);
+    json.field("message", failure.message).key("request");
+    if (failure.request == nullptr) {
+        json.null().end_object();
+        return;
+    }
+    const Request &request = *failure.request;
+    json.begin_object().field("number", request.number).field("entry", request.entry);
+    json.field("arguments", request.arguments).field("result", request.result);
+    json.field("failed_calls", request.failed_calls);
+    json.field("first_failure", request.first_failure().words);
+    json.field("reason", request.first_failure().reason).end_object().end_object();
 }
 
 std::string summary(const ConfigurationRun &outcome)

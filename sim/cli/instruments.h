@@ -12,6 +12,7 @@
 #include "sim/record/timeline.h"
 #include "sim/state/snapshot.h"
 #include "sim/switch/switch.h"
+#include "sim/types/json.h"
 
 /* What the verbs that run a switch share. */
 namespace kvnsim {
@@ -34,6 +35,8 @@ public:
     void prepare(const std::vector<std::string> &inputs, bool writes_files = true);
     /* Open the sinks and the recording. Throws InputError. */
     void open();
+    /* Write the database as it is now, if one was asked for. A failure is reported; false then. */
+    bool save_database(const Snapshot &snapshot);
     /* Write every file, the database from this snapshot. A failure is reported and the other files
      * are still written; false then. */
     bool close(const Snapshot &snapshot);
@@ -50,6 +53,8 @@ public:
 
 private:
     void check_recording() const;
+    /* Whether it could be written; what throws is reported. */
+    bool reports(const std::function<void()> &writing);
 
     const Arguments &arguments_;
     Console &console_;
@@ -85,5 +90,10 @@ ConfigurationRun apply_configuration(Switch &to, const Configuration &configurat
 
 /* "12 requests, 120 calls, 0 failures" */
 std::string summary(const ConfigurationRun &outcome);
+
+/* "words", "object" and "cause" of a step, within an object. */
+void write(Json &json, const Step &step);
+/* An object: the step that failed, the message and the request. */
+void write(Json &json, const Failure &failure);
 
 } // namespace kvnsim

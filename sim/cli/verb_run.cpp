@@ -287,7 +287,7 @@ private:
         json.field("steps_done", outcome.applied.steps_done);
         json.key("steps").begin_array();
         for (size_t i = 0; i < outcome.plan.steps.size(); ++i) {
-            write_step(json.begin_object(), outcome.plan.steps[i]);
+            write(json.begin_object(), outcome.plan.steps[i]);
             if (i < outcome.step_requests.size()) {
                 json.key("requests").begin_array();
                 for (const Request &request : outcome.step_requests[i])
@@ -301,31 +301,8 @@ private:
         }
         json.end_array().key("failures").begin_array();
         for (const Failure &failure : outcome.applied.failures)
-            write_failure(json, failure);
+            write(json, failure);
         json.end_array();
-    }
-
-    static void write_step(Json &json, const Step &step)
-    {
-        json.field("words", step.words).field("object", step.name);
-        write(json.key("cause").begin_object(), step.cause);
-        json.end_object();
-    }
-
-    static void write_failure(Json &json, const Failure &failure)
-    {
-        write_step(json.begin_object(), failure.step);
-        json.field("message", failure.message).key("request");
-        if (failure.request == nullptr) {
-            json.null().end_object();
-            return;
-        }
-        const Request &request = *failure.request;
-        json.begin_object().field("number", request.number).field("entry", request.entry);
-        json.field("arguments", request.arguments).field("result", request.result);
-        json.field("failed_calls", request.failed_calls);
-        json.field("first_failure", request.first_failure().words);
-        json.field("reason", request.first_failure().reason).end_object().end_object();
     }
 
     const Arguments &arguments_;

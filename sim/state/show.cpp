@@ -363,8 +363,10 @@ Listing show(const std::vector<Finding> &findings)
                     {}};
     for (const Finding &finding : findings) {
         const SourceLocation &at = finding.location;
-        listing.rows.push_back({cell(finding.severity), at.file, cell(at.line), cell(at.column),
-                                cell(at.table), cell(at.key), finding.words()});
+        const bool has_place = at.line != 0;
+        listing.rows.push_back({cell(finding.severity), at.file, has_place ? cell(at.line) : Cell(),
+                                has_place ? cell(at.column) : Cell(), cell(at.table), cell(at.key),
+                                finding.words()});
     }
     return listing;
 }
