@@ -41,6 +41,8 @@ public:
     {
         check_arguments();
         const std::string how = open();
+        if (is_interrupted())
+            return exit_signal + interrupt_signal();
         instruments_.open();
         if (arguments_.has("--timeline"))
             instruments_.start_timeline(arguments_.value("--timeline"));
@@ -81,6 +83,8 @@ private:
             next_ = source_->read();
             return how;
         } catch (const SourceError &error) {
+            if (is_interrupted())
+                return "";
             throw InputError(fmt::format("{}: {}", source_->name(), error.what()));
         }
     }

@@ -199,6 +199,20 @@ TEST_F(WatchFile, RecordsAllThatItDoes)
     EXPECT_EQ(well, kvnsim({"replay", "x.jsonl"}).status);
 }
 
+TEST_F(WatchFile, EndsWithCtrlCWhileReadingForTheFirstTime)
+{
+    ASSERT_EQ(0, mkfifo(path("slow.json").c_str(), 0600));
+    Following watch(*this, {"watch", "slow.json", "--db", "x.db"});
+    /* Opening waits for the reader. */
+    const int writer = open(path("slow.json").c_str(), O_WRONLY);
+    ASSERT_LE(0, writer);
+    watch.send(SIGINT);
+    close(writer);
+    EXPECT_EQ(128 + SIGINT, watch.end());
+    EXPECT_EQ("", watch.rest);
+    EXPECT_FALSE(exists("x.db"));
+}
+
 TEST_F(WatchFile, BeginsWithAFileThatCanBeRead)
 {
     const Result missing = kvnsim({"watch", "nothing.json", "--db", "x.db"});
