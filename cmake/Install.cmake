@@ -29,7 +29,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
-    "libc6, libstdc++6, libglib2.0-0, libsqlite3-0, libfmt9, libedit2")
+    "libc6, libstdc++6, libglib2.0-0, libsqlite3-0, libfmt9, libedit2, libhiredis0.14")
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
     set(CPACK_SYSTEM_NAME linux-i386)

@@ -6,6 +6,8 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "sim/config/database_url.h"
+
 namespace kvnsim {
 namespace {
 
@@ -73,10 +75,11 @@ void Console::print_titled(std::string_view text)
         out_ << text;
 }
 
-void Console::message(const char *colour, std::string_view text)
+void Console::message(const char *colour, std::string_view unmasked)
 {
     out_.flush();
     clear_progress();
+    const std::string text = without_passwords(unmasked);
     write_to_stderr(error_colour_ && *colour != '\0' ? fmt::format("{}{}\033[0m\n", colour, text)
                                                      : fmt::format("{}\n", text));
 }

@@ -37,7 +37,8 @@ public:
     /* A text with its first line as a heading. */
     void print_titled(std::string_view text);
 
-    /* Messages: one line each, without its end. Earlier output appears first. */
+    /* Messages: one line each, without its end. Earlier output appears first. No password of a
+     * database's URL is shown. */
     void note(std::string_view text) { message("", text); }
     void warning(std::string_view text) { message("\033[33m", text); }
     void error(std::string_view text) { message("\033[31m", text); }

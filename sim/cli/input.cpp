@@ -8,6 +8,7 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <stdexcept>
 
 #include <fmt/format.h>
 
@@ -16,6 +17,7 @@
 #include "sim/cli/policy.h"
 #include "sim/cli/verb.h"
 #include "sim/config/names.h"
+#include "sim/config/running.h"
 
 namespace kvnsim {
 namespace {
@@ -24,7 +26,7 @@ namespace {
 constexpr size_t largest_configuration = size_t{256} << 20;
 
 /* Why the file cannot be read; empty on success. */
-std::string read_file(std::FILE *file, std::string &text)
+std::string read_all(std::FILE *file, std::string &text)
 {
     char block[65536];
     while (const size_t got = std::fread(block, 1, sizeof block, file)) {
@@ -37,30 +39,54 @@ std::string read_file(std::FILE *file, std::string &text)
     return std::ferror(file) != 0 ? std::strerror(errno) : "";
 }
 
+} // namespace
+
 std::string read_file(const std::string &path, std::string &text)
 {
     if (path == "-")
-        return read_file(stdin, text);
+        return read_all(stdin, text);
     const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "rb"),
                                                                 std::fclose);
-    return file ? read_file(file.get(), text) : std::strerror(errno);
+    return file ? read_all(file.get(), text) : std::strerror(errno);
+}
+
+namespace {
+
+Configuration unreadable(const std::string &file, const std::string &problem)
+{
+    Configuration configuration;
+    configuration.file = file;
+    Finding &finding = configuration.findings.emplace_back();
+    finding.location.file = file;
+    finding.message = "cannot be read: " + problem;
+    return configuration;
 }
 
 Configuration read_one(const std::string &path)
 {
+    if (is_database_url(path)) {
+        const DatabaseUrl url = database_named(path);
+        try {
+            return read_configuration(url.name(), RunningDatabase(url, is_interrupted).read());
+        } catch (const DatabaseError &error) {
+            return unreadable(url.name(), error.what());
+        }
+    }
     std::string text;
     const std::string problem = read_file(path, text);
-    if (problem.empty())
-        return read_configuration(path, text);
-    Configuration unreadable;
-    unreadable.file = path;
-    Finding &finding = unreadable.findings.emplace_back();
-    finding.location.file = path;
-    finding.message = "cannot be read: " + problem;
-    return unreadable;
+    return problem.empty() ? read_configuration(path, text) : unreadable(path, problem);
 }
 
 } // namespace
+
+DatabaseUrl database_named(const std::string &url)
+{
+    try {
+        return parse_database_url(url);
+    } catch (const std::invalid_argument &error) {
+        throw UsageError(error.what());
+    }
+}
 
 std::vector<Configuration> read_configurations(const std::vector<std::string> &files)
 {
@@ -78,9 +104,7 @@ void tell_findings(const std::vector<Configuration> &configurations, const Polic
         for (const Finding &finding : configuration.findings) {
             if (policy.ignores(finding.code))
                 continue;
-            const std::string text = finding.location.line != 0
-                                         ? finding.to_text()
-                                         : finding.location.file + ": " + finding.words();
+            const std::string text = finding.to_text();
             if (finding.severity == Finding::Severity::error)
                 console.error(text);
             else if (finding.severity == Finding::Severity::warning)

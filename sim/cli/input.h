@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "sim/config/database_url.h"
 #include "sim/config/desired.h"
 #include "sim/types/json.h"
 
@@ -11,15 +12,20 @@ namespace kvnsim {
 class Console;
 class Policy;
 
-/* Read and check all configurations, even if one has errors. "-" is standard input. A file that
- * cannot be read has one finding, an error without a line. */
+/* Read and check all configurations, even if one has errors: files, "-" for standard input, and
+ * URLs of running configuration databases. What cannot be read has one finding, an error without a
+ * line. UsageError for a malformed URL. */
 std::vector<Configuration> read_configurations(const std::vector<std::string> &files);
+/* Why the file cannot be read; empty on success. */
+std::string read_file(const std::string &path, std::string &text);
+/* The parts of a URL; UsageError for a malformed one. */
+DatabaseUrl database_named(const std::string &url);
 
 /* Report the findings that are not ignored: all, or all but the notes. */
 void tell_findings(const std::vector<Configuration> &configurations, const Policy &policy,
                    bool notes, Console &console);
 
-/* "file", "line", "column", "table", "key", within an object; the last four null without a line. */
+/* "file", "line", "column", "table", "key", within an object; null for what it does not have. */
 void write(Json &json, const SourceLocation &location);
 /* "file", "findings" and "ignored" of a configuration, within an object. */
 void write(Json &json, const Configuration &configuration);

@@ -137,25 +137,32 @@ void Instruments::trace(std::string_view level)
         start_timeline(timeline_interface_);
 }
 
-bool Instruments::close(const Snapshot &snapshot)
+bool Instruments::reports(const std::function<void()> &writing)
 {
-    bool all_written = true;
-    const auto write = [&](const auto &file) {
-        try {
-            file();
-        } catch (const std::runtime_error &error) {
-            console_.error(fmt::format("kvnsim: {}", error.what()));
-            all_written = false;
-        }
-    };
-    timeline_.reset();
-    recorder_.reset();
-    write([&] {
+    try {
+        writing();
+        return true;
+    } catch (const std::runtime_error &error) {
+        console_.error(fmt::format("kvnsim: {}", error.what()));
+        return false;
+    }
+}
+
+bool Instruments::save_database(const Snapshot &snapshot)
+{
+    return reports([&] {
         if (arguments_.has("--db"))
             save(snapshot, arguments_.value("--db"));
     });
-    write([&] { refuse<InputError>(Diagnostics::instance().flush()); });
-    write([&] {
+}
+
+bool Instruments::close(const Snapshot &snapshot)
+{
+    timeline_.reset();
+    recorder_.reset();
+    bool all_written = save_database(snapshot);
+    all_written &= reports([] { refuse<InputError>(Diagnostics::instance().flush()); });
+    all_written &= reports([&] {
         if (recording_.is_open()) {
             recording_.close();
             check_recording();
@@ -205,12 +212,12 @@ ConfigurationRun apply_configuration(Switch &to, const Configuration &configurat
     outcome.calls = journal.calls_made - outcome.calls;
     std::map<uint64_t, uint64_t> made_up_for = outcome.applied.made_up_for;
     for (const Failure &failure : outcome.applied.failures) {
-        const uint64_t number = failure.request != nullptr ? failure.request->number : 0;
-        const auto made_up = made_up_for.extract(number);
-        console.error(fmt::format(
-            "{}: failed to {}: {}{}", failure.step.cause.to_text(), failure.step.words,
-            failure.message,
-            made_up ? fmt::format("; made up for by request {}", made_up.mapped()) : ""));
+        const uint64_t by = made_up_by(failure, outcome.applied);
+        if (by != 0)
+            made_up_for.erase(failure.request->number);
+        console.error(fmt::format("{}: failed to {}: {}{}", failure.step.cause.to_text(),
+                                  failure.step.words, failure.message,
+                                  by != 0 ? fmt::format("; made up for by request {}", by) : ""));
     }
     /* What is left failed in an earlier configuration. */
     for (const auto &[failed, by] : made_up_for)
@@ -219,12 +226,47 @@ ConfigurationRun apply_configuration(Switch &to, const Configuration &configurat
     return outcome;
 }
 
+void write(Json &json, const Step &step)
+{
+    json.field("words", step.words).field("object", step.name);
+    write(json.key("cause").begin_object(), step.cause);
+    json.end_object();
+}
+
+uint64_t made_up_by(const Failure &failure, const Applied &applied)
+{
+    const auto found = failure.request != nullptr
+                           ? applied.made_up_for.find(failure.request->number)
+                           : applied.made_up_for.end();
+    return found == applied.made_up_for.end() ? 0 : found->second;
+}
+
+void write(Json &json, const Failure &failure, uint64_t made_up_by)
+{
+    write(json.begin_object(), failure.step);
+    json.field("message", failure.message).key("made_up_by");
+    if (made_up_by != 0)
+        json.value(made_up_by);
+    else
+        json.null();
+    json.key("request");
+    if (failure.request == nullptr) {
+        json.null().end_object();
+        return;
+    }
+    const Request &request = *failure.request;
+    json.begin_object().field("number", request.number).field("entry", request.entry);
+    json.field("arguments", request.arguments).field("result", request.result);
+    json.field("failed_calls", request.failed_calls);
+    json.field("first_failure", request.first_failure().words);
+    json.field("reason", request.first_failure().reason).end_object().end_object();
+}
+
 std::string summary(const ConfigurationRun &outcome)
 {
     const auto &failures = outcome.applied.failures;
     const auto made_up = std::count_if(failures.begin(), failures.end(), [&](const Failure &one) {
-        return one.request != nullptr &&
-               outcome.applied.made_up_for.count(one.request->number) != 0;
+        return made_up_by(one, outcome.applied) != 0;
     });
     return fmt::format(
         "{}, {}, {}{}{}", counted(outcome.requests, "request"), counted(outcome.calls, "call"),

@@ -12,6 +12,7 @@
 #include "sim/record/timeline.h"
 #include "sim/state/snapshot.h"
 #include "sim/switch/switch.h"
+#include "sim/types/json.h"
 
 /* What the verbs that run a switch share. */
 namespace kvnsim {
@@ -32,6 +33,8 @@ public:
     void prepare(const std::vector<std::string> &inputs, bool writes_files = true);
     /* Open the sinks and the recording. Throws InputError. */
     void open();
+    /* Write the database as it is now, if one was asked for. A failure is reported; false then. */
+    bool save_database(const Snapshot &snapshot);
     /* Write every file, the database from this snapshot. A failure is reported and the other files
      * are still written; false then. */
     bool close(const Snapshot &snapshot);
@@ -48,6 +51,8 @@ public:
 
 private:
     void check_recording() const;
+    /* Whether it could be written; what throws is reported. */
+    bool reports(const std::function<void()> &writing);
 
     const Arguments &arguments_;
     Console &console_;
@@ -83,5 +88,13 @@ ConfigurationRun apply_configuration(Switch &to, const Configuration &configurat
 
 /* "12 requests, 120 calls, 0 failures"; "..., 2 failures, 1 made up for" */
 std::string summary(const ConfigurationRun &outcome);
+
+/* "words", "object" and "cause" of a step, within an object. */
+void write(Json &json, const Step &step);
+/* An object: the step that failed, the message, the number of the request that made up for it, 0
+ * for none, and the request that failed. */
+void write(Json &json, const Failure &failure, uint64_t made_up_by);
+/* The request that did later what a failed one was for; 0: none. */
+uint64_t made_up_by(const Failure &failure, const Applied &applied);
 
 } // namespace kvnsim

@@ -8,6 +8,10 @@ void catch_interrupts();
 
 /* The signal received, or 0. */
 int interrupt_signal();
+inline bool is_interrupted()
+{
+    return interrupt_signal() != 0;
+}
 
 /* Continue after a signal; the next one is caught like the first. */
 void forget_interrupt();

@@ -21,6 +21,7 @@
 
 #include "sim/cli/interrupt.h"
 #include "sim/cli/words.h"
+#include "sim/config/database_url.h"
 
 namespace kvnsim {
 namespace {
@@ -222,7 +223,7 @@ std::optional<std::string> LineEditor::read(const char *prompt)
         text.pop_back();
     if (text.find_first_not_of(" \t") != text.npos) {
         HistEvent event;
-        history(state_->history.get(), &event, H_ENTER, text.c_str());
+        history(state_->history.get(), &event, H_ENTER, without_passwords(text).c_str());
     }
     return text;
 }

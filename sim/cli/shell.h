@@ -22,6 +22,7 @@ struct Session {
     Instruments &instruments;
     bool keep_going = false;           /* apply the valid rows of a configuration with errors */
     Words files = {};                  /* applied so far */
+    std::string source = {};           /* of the last one, as given, to be read again */
     std::optional<Snapshot> mark = {}; /* what diff compares with */
     std::string location = {};         /* of the current line, before its messages: "-:12: " */
     bool ended = false;

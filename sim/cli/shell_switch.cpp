@@ -38,8 +38,9 @@ int apply(Session &session, const Arguments &given)
 {
     if (!given.has("FILE") && session.files.empty())
         throw UsageError("nothing was applied yet: reload which FILE?");
-    const std::string file = given.has("FILE") ? given.value("FILE") : session.files.back();
-    const Configuration configuration = read(session, file);
+    const std::string source = given.has("FILE") ? given.value("FILE") : session.source;
+    const Configuration configuration = read(session, source);
+    const std::string &file = configuration.file;
     if (is_refused(session, configuration))
         return exit_input;
     const ConfigurationRun outcome =
@@ -50,6 +51,7 @@ int apply(Session &session, const Arguments &given)
     session.console.out() << ignored_tables(configuration);
     if (session.files.empty() || session.files.back() != file)
         session.files.push_back(file);
+    session.source = source;
     session.findings = configuration.findings;
     session.interrupted = outcome.applied.interrupted;
     if (!session.power.failures().empty())

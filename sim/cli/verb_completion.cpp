@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "sim/cli/completion.h"
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
@@ -66,7 +68,10 @@ Words values_here(const Option &option, const Reading &line, const std::string &
     if (!takes_interface)
         return {};
     Names names;
-    for (const Configuration &configuration : read_configurations(line.given.values("CONFIG")))
+    /* Completing a line connects to nobody. */
+    Words files = line.given.values("CONFIG");
+    files.erase(std::remove_if(files.begin(), files.end(), is_database_url), files.end());
+    for (const Configuration &configuration : read_configurations(files))
         names.merge(interface_names(configuration.desired));
     if (!line.given.has("CONFIG") && line.given.has("--db"))
         names = interface_names(load(line.given.value("--db")));

@@ -296,7 +296,7 @@ private:
         json.field("steps_done", outcome.applied.steps_done);
         json.key("steps").begin_array();
         for (size_t i = 0; i < outcome.plan.steps.size(); ++i) {
-            write_step(json.begin_object(), outcome.plan.steps[i]);
+            write(json.begin_object(), outcome.plan.steps[i]);
             if (i < outcome.step_requests.size()) {
                 json.key("requests").begin_array();
                 for (const Request &request : outcome.step_requests[i])
@@ -310,57 +310,24 @@ private:
         }
         json.end_array().key("failures").begin_array();
         for (const Failure &failure : outcome.applied.failures)
-            write_failure(json, failure);
+            write(json, failure, made_up(failure));
         json.end_array();
     }
 
-    /* The request that made up for one that failed, in this configuration or a later one; 0: none.
-     */
-    uint64_t made_up_by(const Failure &failure) const
+    /* In this configuration or a later one. */
+    uint64_t made_up(const Failure &failure) const
     {
-        for (const Outcome &outcome : outcomes_) {
-            const auto &made_up = outcome.applied.made_up_for;
-            const auto found =
-                failure.request != nullptr ? made_up.find(failure.request->number) : made_up.end();
-            if (found != made_up.end())
-                return found->second;
-        }
-        return 0;
-    }
-
-    static void write_step(Json &json, const Step &step)
-    {
-        json.field("words", step.words).field("object", step.name);
-        write(json.key("cause").begin_object(), step.cause);
-        json.end_object();
+        uint64_t by = 0;
+        for (const Outcome &outcome : outcomes_)
+            by = std::max(by, made_up_by(failure, outcome.applied));
+        return by;
     }
 
     /* A step that made no request failed because of another one, which has its own reason. */
     bool is_open(const Failure &failure) const
     {
-        return failure.request != nullptr ? made_up_by(failure) == 0
+        return failure.request != nullptr ? made_up(failure) == 0
                                           : switch_.failures().count(failure.step.name) != 0;
-    }
-
-    void write_failure(Json &json, const Failure &failure) const
-    {
-        write_step(json.begin_object(), failure.step);
-        json.field("message", failure.message).key("made_up_by");
-        if (const uint64_t number = made_up_by(failure))
-            json.value(number);
-        else
-            json.null();
-        json.key("request");
-        if (failure.request == nullptr) {
-            json.null().end_object();
-            return;
-        }
-        const Request &request = *failure.request;
-        json.begin_object().field("number", request.number).field("entry", request.entry);
-        json.field("arguments", request.arguments).field("result", request.result);
-        json.field("failed_calls", request.failed_calls);
-        json.field("first_failure", request.first_failure().words);
-        json.field("reason", request.first_failure().reason).end_object().end_object();
     }
 
     const Arguments &arguments_;

@@ -15,6 +15,7 @@
 #include "sim/cli/line_editor.h"
 #include "sim/cli/shell.h"
 #include "sim/cli/words.h"
+#include "sim/config/database_url.h"
 
 namespace kvnsim {
 namespace {
@@ -107,7 +108,7 @@ private:
     int follow(const std::string &line)
     {
         ++line_number_;
-        const CauseScope cause(fmt::format("-:{}: {}", line_number_, line));
+        const CauseScope cause(fmt::format("-:{}: {}", line_number_, without_passwords(line)));
         if (!interactive_)
             session_.location = fmt::format("-:{}: ", line_number_);
         const SplitLine split = split_words(line);

@@ -211,7 +211,8 @@ private:
         if (ports.empty())
             return;
         draft_.tell(
-            FindingId::ports_inferred, SourceLocation{configuration_.file, 1, 1, {}, {}},
+            FindingId::ports_inferred,
+            SourceLocation{configuration_.file, document_.at.line, document_.at.column, {}, {}},
             fmt::format("{} front-panel port{}", ports.size(), ports.size() == 1 ? "" : "s"));
         draft_.desired.ports = std::move(ports);
     }
@@ -361,11 +362,17 @@ private:
 
 Configuration read_configuration(const std::string &file, const std::string &text)
 {
+    std::vector<Finding> findings;
+    Document document = read_document(file, text, is_known_table, findings);
+    return read_configuration(file, std::move(document), std::move(findings));
+}
+
+Configuration read_configuration(const std::string &file, Document document,
+                                 std::vector<Finding> findings)
+{
     Configuration configuration;
     configuration.file = file;
-    Document document = read_document(
-        file, text, [](const std::string &table) { return find_table(table) != nullptr; },
-        configuration.findings);
+    configuration.findings = std::move(findings);
     configuration.is_understood = document.is_object;
     Reader(configuration, std::move(document)).read();
     std::stable_sort(configuration.findings.begin(), configuration.findings.end(),

@@ -76,9 +76,10 @@ bool NaturalOrder::operator()(const std::string &a, const std::string &b) const
 
 std::string SourceLocation::to_text() const
 {
-    const std::string position =
-        fmt::format("{}:{}:{}", printable(file, file.size()), line, column);
-    return table.empty() ? position : position + ": " + printable(row());
+    std::string text = printable(file, file.size());
+    if (line != 0)
+        text += fmt::format(":{}:{}", line, column);
+    return table.empty() ? text : text + ": " + printable(row());
 }
 
 std::string Finding::to_text() const

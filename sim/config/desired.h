@@ -13,13 +13,16 @@
 /* What a configuration wants of the switch, by name, with defaults filled in. */
 namespace kvnsim {
 
-/* A place in a configuration: line and column are 1-based. */
+/* A place in a configuration. */
 struct SourceLocation {
-    std::string file; /* as given on the command line, "-" for standard input */
-    uint32_t line = 0, column = 0;
-    std::string table, key; /* "INTERFACE", "Ethernet0|10.0.0.1/31" */
+    /* As given on the command line, "-" for standard input; of a running configuration database its
+     * URL, without a password. */
+    std::string file;
+    uint32_t line = 0, column = 0; /* 1-based; 0 where there are none, as in a database */
+    std::string table, key;        /* "INTERFACE", "Ethernet0|10.0.0.1/31" */
     std::string row() const { return key.empty() ? table : table + "|" + key; }
-    std::string to_text() const; /* "leaf.json:12:5: INTERFACE|Ethernet0" */
+    std::string to_text() const; /* "leaf.json:12:5: INTERFACE|Ethernet0"; without line and column
+                                    "redis://127.0.0.1:6379/4: INTERFACE|Ethernet0" */
     COLUMNS(file, line, column, table, key)
     friend bool operator==(const SourceLocation &a, const SourceLocation &b)
     {

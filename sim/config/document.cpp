@@ -283,6 +283,26 @@ void erase_repeated(std::vector<DocumentEntry> &entries, const Repeats &repeats)
     entries = std::move(kept);
 }
 
+/* {"NULL": "NULL"} stands for no field, and "members@": "a,b" for a list. */
+void read_flat_fields(DocumentRow &row)
+{
+    const auto is_placeholder = [](const DocumentField &field) {
+        return field.name == "NULL" && field.text == field.name;
+    };
+    std::vector<DocumentField> &fields = row.entries;
+    fields.erase(std::remove_if(fields.begin(), fields.end(), is_placeholder), fields.end());
+    for (DocumentField &field : fields) {
+        field.name = trimmed(field.name);
+        if (field.name.size() < 2 || field.name.back() != '@' || field.kind != ValueKind::text)
+            continue;
+        field.name.pop_back();
+        field.kind = ValueKind::list;
+        for (std::string &element : split(std::exchange(field.text, {}), ','))
+            field.entries.push_back(
+                {{}, {}, ValueKind::text, std::move(element), field.value_at, {}});
+    }
+}
+
 /* Leaves one of each name and reports the others, in tables that are read. */
 class Repetitions {
 public:
@@ -373,23 +393,11 @@ const char *to_text(ValueKind kind)
     return texts[static_cast<size_t>(kind)];
 }
 
-void read_flat_fields(DocumentRow &row)
+Document make_document(const std::string &file, std::vector<DocumentEntry> entries, IsRead is_read,
+                       std::vector<Finding> &findings)
 {
-    const auto is_placeholder = [](const DocumentField &field) {
-        return field.name == "NULL" && field.text == field.name;
-    };
-    std::vector<DocumentField> &fields = row.entries;
-    fields.erase(std::remove_if(fields.begin(), fields.end(), is_placeholder), fields.end());
-    for (DocumentField &field : fields) {
-        field.name = trimmed(field.name);
-        if (field.name.empty() || field.name.back() != '@' || field.kind != ValueKind::text)
-            continue;
-        field.name.pop_back();
-        field.kind = ValueKind::list;
-        for (std::string &element : split(std::exchange(field.text, {}), ','))
-            field.entries.push_back(
-                {{}, {}, ValueKind::text, std::move(element), field.value_at, {}});
-    }
+    Repetitions repetitions(file, is_read, findings);
+    return {fold(std::move(entries), repetitions), true, nowhere};
 }
 
 Document read_document(const std::string &file, const std::string &text, IsRead is_read,
@@ -431,7 +439,7 @@ Document read_document(const std::string &file, const std::string &text, IsRead 
                                         {to_text(builder.root.kind)}));
         return {};
     }
-    return {fold(std::move(builder.root.entries), repetitions), true};
+    return {fold(std::move(builder.root.entries), repetitions), true, {}};
 }
 
 } // namespace kvnsim

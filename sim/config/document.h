@@ -6,13 +6,15 @@
 
 #include "sim/config/desired.h"
 
-/* A configuration file as written: tables of rows of fields, each with its position. */
+/* A configuration as written: tables of rows of fields, each with its position. */
 namespace kvnsim {
 
 /* Of a token's first character; columns count characters, not bytes. */
 struct Position {
     uint32_t line = 1, column = 1;
 };
+/* Of what is not in a text. */
+constexpr Position nowhere{0, 0};
 
 /* The same row, another of its tokens. */
 inline SourceLocation moved(SourceLocation location, Position to)
@@ -42,6 +44,7 @@ using DocumentTable = DocumentEntry;
 struct Document {
     std::vector<DocumentTable> tables;
     bool is_object = false; /* false: a syntax error or another value; no tables */
+    Position at;
 };
 
 /* Whether duplicates in a table matter. */
@@ -54,8 +57,13 @@ using IsRead = bool (*)(const std::string &table);
 Document read_document(const std::string &file, const std::string &text, IsRead is_read,
                        std::vector<Finding> &findings);
 
-/* Make a row of a database's entry: its fields are given as names and texts. {"NULL": "NULL"}
- * stands for none, and "members@": "a,b" for a list. */
-void read_flat_fields(DocumentRow &row);
+/* The same of entries that are parsed already; those of a database are in the flat form. */
+Document make_document(const std::string &file, std::vector<DocumentEntry> entries, IsRead is_read,
+                       std::vector<Finding> &findings);
+
+/* Read a configuration from a document, as read_configuration() does from a file's text; findings:
+ * those that were made with the document. */
+Configuration read_configuration(const std::string &file, Document document,
+                                 std::vector<Finding> findings);
 
 } // namespace kvnsim

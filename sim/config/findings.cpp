@@ -52,6 +52,13 @@ const std::vector<FindingType> &finding_types()
         {Id::ports_inferred, note, false,
          "there is no table PORT: <2 front-panel ports> taken from the rows that name them",
          "The configuration does not say which ports the switch has.", "Add the table PORT."},
+        {Id::no_utf8, error, true, "expected UTF-8 in key and fields",
+         "A row of a running database is not text.", "Correct the row."},
+        {Id::no_rows, warning, false, "the database has no rows",
+         "The running database is empty, or it is another one.",
+         "Name the database of the configuration; it is 4 on most switches."},
+        {Id::other_keys, note, false, "keys that are not hashes named TABLE|key are not read: <3>",
+         "The running database holds other things, too.", "None."},
 
         {Id::key_form, error, true, "the key <key> is not of the form <form>",
          "The key has too many or too few parts.", "Write the key in the form of its table."},

@@ -28,6 +28,9 @@ enum class FindingId : uint16_t {
     unknown_row = 12,
     unknown_field = 13,
     ports_inferred = 14,
+    no_utf8 = 15,
+    no_rows = 16,
+    other_keys = 17,
 
     /* Keys */
     key_form = 20,

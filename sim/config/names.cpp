@@ -243,6 +243,12 @@ std::vector<std::string> split(const std::string &text, char separator)
     return parts;
 }
 
+bool is_flat_name(const std::string &name)
+{
+    const size_t bar = name.find('|');
+    return bar != name.npos && bar > 0 && bar + 1 < name.size();
+}
+
 std::string without_blanks_beside_bars(const std::string &key)
 {
     if (key.find_first_of(blanks) == key.npos)

@@ -83,6 +83,8 @@ std::optional<bool> parse_boolean(std::string_view text);
 
 /* "Vlan10|Ethernet0" gives both names, for '|'. */
 std::vector<std::string> split(const std::string &text, char separator);
+/* Whether it is of the form TABLE|key. */
+bool is_flat_name(const std::string &name);
 std::string without_blanks_beside_bars(const std::string &key);
 
 constexpr const char *blanks = " \t\n\v\f\r";

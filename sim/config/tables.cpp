@@ -760,6 +760,11 @@ const TableSchema *find_table(const std::string &name)
     return nullptr;
 }
 
+bool is_known_table(const std::string &name)
+{
+    return find_table(name) != nullptr;
+}
+
 std::string expected(const TableField &field)
 {
     switch (field.type) {

@@ -78,6 +78,7 @@ struct TableSchema {
 /* In the order in which they are read: rows refer to rows of tables before their own. */
 const std::vector<TableSchema> &tables();
 const TableSchema *find_table(const std::string &name);
+bool is_known_table(const std::string &name);
 
 /* In words, for messages and for the reference: "a number 68..9216", "EthernetN". */
 std::string expected(const TableField &field);

@@ -348,8 +348,10 @@ Listing show(const std::vector<Finding> &findings)
                        {"key", "Key"},           {"message", "Finding"}};
     for (const Finding &finding : findings) {
         const SourceLocation &at = finding.location;
-        listing.rows.push_back({cell(finding.severity), cell(finding.code), at.file, cell(at.line),
-                                cell(at.column), cell(at.table), cell(at.key),
+        const bool has_place = at.line != 0;
+        listing.rows.push_back({cell(finding.severity), cell(finding.code), at.file,
+                                has_place ? cell(at.line) : Cell(),
+                                has_place ? cell(at.column) : Cell(), cell(at.table), cell(at.key),
                                 finding.without_code()});
     }
     return listing;

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "sim/config/findings.h"
+#include "sim/config/running.h"
 #include "sim/config/tables.h"
 #include "tests/sim/config/finding_cases.h"
 #include "tests/sim/config/read.h"
@@ -131,9 +132,15 @@ TEST(Reference, HasNoFindingThatIsNeverTold)
     for (const FindingCase &one : finding_cases())
         texts.push_back("{\n" + std::string(one.tables) + "\n}");
 
+    std::vector<Configuration> configurations{
+        read_configuration("redis://h:1/4", RunningRows{{}, 1}),
+        read_configuration("redis://h:1/4", RunningRows{{{"PORT|\xff", {}}}, 0})};
+    for (const std::string &text : texts)
+        configurations.push_back(read(text));
+
     std::set<std::string> told;
-    for (const std::string &text : texts) {
-        for (const Finding &finding : read(text).findings)
+    for (const Configuration &configuration : configurations) {
+        for (const Finding &finding : configuration.findings)
             told.insert(finding.code);
     }
     for (const FindingType &type : finding_types())
