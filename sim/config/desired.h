@@ -67,9 +67,9 @@ struct DesiredSubInterface {
     std::string parent; /* a port or a port-channel, by full name */
     uint32_t vlan = 0;  /* 1..4094 */
     uint16_t mtu = 0;   /* capped to the parent's */
-    bool waits = false; /* for a port-channel's first member */
     L3Settings l3;
     SourceLocation location;
+    bool waits = false; /* for a port-channel's first member */
 };
 struct DesiredSvi {
     uint32_t vlan = 0; /* 1..4094 */

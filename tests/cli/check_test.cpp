@@ -14,7 +14,7 @@ TEST_F(Check, ASoundConfigurationIsWell)
     EXPECT_EQ(well, result.status) << result.err;
     EXPECT_EQ("", result.err);
     EXPECT_THAT(result.out, HasSubstr("leaf.json: nothing found\n  not applied: "
-                                      "LOOPBACK_INTERFACE (2 rows)\n"));
+                                      "NTP_SERVER (2 rows)\n"));
 }
 
 TEST_F(Check, EveryErrorIsToldAtOnceWithItsPlace)
@@ -69,7 +69,7 @@ TEST_F(Check, JsonSaysWellOfASoundConfiguration)
 {
     const rapidjson::Document document = kvnsim({"check", "--json", example("leaf.json")}).json();
     EXPECT_TRUE(document["ok"].GetBool());
-    EXPECT_EQ(2, document["configurations"][0]["ignored"]["LOOPBACK_INTERFACE"].GetInt());
+    EXPECT_EQ(2, document["configurations"][0]["ignored"]["NTP_SERVER"].GetInt());
 }
 
 TEST_F(Check, ControlCharactersOfAFileDoNotReachTheTerminal)
