@@ -25,7 +25,7 @@ const TableSchema *where_it_belongs(const TableSchema &table, const std::string 
 {
     if (table.has_address_rows)
         for (const TableSchema &other : tables())
-            if (other.has_address_rows && has_form(other.key[0], name))
+            if (other.has_address_rows && other.use == Use::applied && has_form(other.key[0], name))
                 return &other;
     return nullptr;
 }
@@ -55,6 +55,7 @@ public:
                 draft_.number_ports();
         }
         draft_.check_addresses();
+        draft_.check_members();
         draft_.check_waiting();
     }
 
@@ -91,7 +92,8 @@ private:
             known.emplace_back(table.name);
         for (const DocumentTable &table : given) {
             const auto is_known = [](const DocumentRow &row) {
-                return row.kind == ValueKind::object && find_table(row.name) != nullptr;
+                return row.kind == ValueKind::object &&
+                       find_table(split(row.name, '|').front()) != nullptr;
             };
             if (std::any_of(table.entries.begin(), table.entries.end(), is_known))
                 return draft_.tell(FindingId::tables_one_level_down, location(table),
@@ -101,10 +103,10 @@ private:
             const std::vector<std::string> near = similar_names(table.name, known);
             if (!near.empty())
                 return draft_.tell(FindingId::no_known_table_but, location(table),
-                                   printable(table.name), near.front());
+                                   quoted(table.name), near.front());
         }
         return draft_.tell(FindingId::no_known_table, location(given.front()),
-                           printable(given.front().name));
+                           quoted(given.front().name));
     }
 
     /* A member that is listed in the row of its port-channel or VLAN counts as a row of the table
@@ -124,8 +126,9 @@ private:
                 if (field.name != "members")
                     continue;
                 for (const DocumentEntry &member : elements_of(field)) {
-                    std::string key = row.name + "|" + std::string(trimmed(member.text));
-                    if (!member.text.empty() && known.insert(key).second)
+                    const std::string name{trimmed(member.text)};
+                    std::string key = row.name + "|" + name;
+                    if (!name.empty() && known.insert(key).second)
                         listed.push_back({std::move(key),
                                           member.value_at,
                                           ValueKind::object,
@@ -176,7 +179,9 @@ private:
         }
         configuration_.ignored[table.name] += static_cast<uint32_t>(table.entries.size());
         for (const TableSchema &known : tables()) {
-            if (spelling(table.name) != spelling(known.name))
+            const bool is_meant = spelling(table.name) == spelling(known.name) ||
+                                  (!find(known.name) && differ_in_one(table.name, known.name));
+            if (!is_meant)
                 continue;
             draft_.tell(FindingId::unknown_table, location(table), quoted(table.name), known.name);
             draft_.leave_out(known.name, location(table));
@@ -191,9 +196,9 @@ private:
         ByName<DesiredPort> ports;
         for (const DocumentTable &source : document_.tables) {
             const TableSchema *const table = find_table(source.name);
+            if (!table || table->key[0] == KeyPart::any)
+                continue;
             for (const DocumentRow &row : source.entries) {
-                if (!table || table->use == Use::not_modelled)
-                    break;
                 for (const std::string &part : split(row.name, '|')) {
                     auto name = parse_interface_name(part);
                     const std::string whole =
@@ -294,9 +299,8 @@ private:
             else if (const TableField *meant = find_field(row.fields(), name))
                 draft_.tell(FindingId::unknown_field, moved(row.location, field.at),
                             quoted(field.name), meant->name);
-            else if (row.is_address_row && find_field(row.table.fields, field.name))
-                draft_.tell(FindingId::field_of_address_row, moved(row.location, field.at),
-                            field.name, fmt::format("{}|{}", row.table.name, row.name()));
+            else if (row.is_address_row && find_field(row.table.fields, name))
+                draft_.tell(FindingId::field_of_address_row, moved(row.location, field.at), name, fmt::format("{}|{}", row.table.name, row.name()));
         }
         return sound;
     }
@@ -329,6 +333,15 @@ private:
                         declared.name, to_text(field.kind), expected(declared));
             return !is_applied;
         }
+        for (const DocumentEntry &element : field.entries) {
+            if (element.kind != ValueKind::text && element.kind != ValueKind::number) {
+                draft_.tell(is_applied ? FindingId::value_kind : FindingId::unused_value_kind,
+                            moved(row.location, element.value_at), declared.name,
+                            fmt::format("a list with {}", to_text(element.kind)),
+                            expected(declared));
+                return !is_applied;
+            }
+        }
         auto value =
             parse_field(declared, is_list ? joined(field) : std::string(trimmed(field.text)));
         if (!value) {
@@ -339,6 +352,8 @@ private:
         if (declared.use == Use::not_modelled &&
             (declared.type != FieldType::boolean || value->number != 0))
             draft_.tell(FindingId::field_not_modelled, where, declared.name, quoted(field.text));
+        if (declared.type == FieldType::mac && is_multicast(value->mac))
+            draft_.tell(FindingId::multicast_mac, where, declared.name, value->text);
         value->at = field.value_at;
         row.values[static_cast<size_t>(&declared - row.fields().data())] = std::move(*value);
         return true;

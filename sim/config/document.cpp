@@ -273,12 +273,16 @@ void erase_repeated(std::vector<DocumentEntry> &entries, const Repeats &repeats)
         last[entries[i].name] = i;
     if (last.size() == entries.size())
         return;
+    std::vector<bool> counts(entries.size(), true);
+    for (size_t i = 0; i < entries.size(); ++i) {
+        const size_t that_counts = last.at(entries[i].name);
+        counts[i] = that_counts == i;
+        if (!counts[i])
+            repeats(entries[that_counts], entries[i]);
+    }
     std::vector<DocumentEntry> kept;
     for (size_t i = 0; i < entries.size(); ++i)
-        if (const size_t counts = last[entries[i].name]; counts != i)
-            repeats(entries[counts], entries[i]);
-    for (size_t i = 0; i < entries.size(); ++i)
-        if (last.count(entries[i].name) != 0 && last[entries[i].name] == i)
+        if (counts[i])
             kept.push_back(std::move(entries[i]));
     entries = std::move(kept);
 }
@@ -350,6 +354,11 @@ private:
     std::vector<Finding> &findings_;
 };
 
+bool stands_before(const DocumentEntry &a, const DocumentEntry &b)
+{
+    return std::tie(a.at.line, a.at.column) < std::tie(b.at.line, b.at.column);
+}
+
 /* The tables of both forms, with names as they are looked up. */
 std::vector<DocumentTable> fold(std::vector<DocumentEntry> entries, Repetitions &repetitions)
 {
@@ -379,6 +388,8 @@ std::vector<DocumentTable> fold(std::vector<DocumentEntry> entries, Repetitions 
     for (DocumentTable &table : tables) {
         for (DocumentRow &row : table.entries)
             read_flat_fields(row);
+        if (!flat_rows.empty())
+            std::stable_sort(table.entries.begin(), table.entries.end(), stands_before);
         repetitions.remove_from(table);
     }
     return tables;

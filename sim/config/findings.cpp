@@ -42,7 +42,8 @@ const std::vector<FindingType> &finding_types()
         {Id::no_object_of_fields, error, true, "found <a string>: expected an object of fields",
          "A row is not an object.", "Write its fields as an object, {} for none."},
         {Id::unknown_table, warning, true, "the table <name> is not read: expected <name>",
-         "The name differs from that of a known table in upper and lower case.",
+         "The name differs from that of a known table in one character, or in upper and lower "
+         "case.",
          "Write the name as expected."},
         {Id::unknown_row, warning, true, "the row <name> is not read: expected <name>",
          "The table has one row, of another name.", "Write the key as expected."},
@@ -120,6 +121,10 @@ const std::vector<FindingType> &finding_types()
          "VLAN <VLAN> after the dot: expected <range>, or the field vlan",
          "The number after the dot is no VLAN.", "Add the field vlan, or use another name."},
 
+        {Id::multicast_mac, warning, false, "<mac> <MAC> is a multicast address",
+         "No station has such a MAC; other switches may drop what it sends.",
+         "Use a MAC whose first byte is even."},
+
         {Id::field_not_modelled, note, false,
          "<field> <value> is not modelled: it has no effect here",
          "The field decides where traffic goes, but the library has no part in it.",
@@ -165,7 +170,7 @@ const std::vector<FindingType> &finding_types()
         {Id::too_many_ports, warning, true,
          "left out: <port> is beyond the <255> ports of a switch",
          "The numbers of the front panel are 8 bits wide.", "Remove ports."},
-        {Id::lane_twice, warning, false, "lane <lane> belongs to two ports",
+        {Id::lane_twice, warning, false, "shares <lane 8> with <port>",
          "Two ports have the same lane.", "Give each port lanes of its own."},
         {Id::no_lanes, warning, false, "lanes are missing: other ports have them",
          "A port has no lanes.", "Add them."},
@@ -175,8 +180,9 @@ const std::vector<FindingType> &finding_types()
          "Use another number."},
         {Id::member_of_another, error, true, "<port> is a member of another port-channel",
          "A port can be a member of one port-channel only.", "Remove one of the memberships."},
-        {Id::declined_member, warning, true, "<port> is routed: it does not join",
-         "The library declines a member that is routed itself. The port stays routed.",
+        {Id::declined_member, warning, true, "<port> is routed: it does not join <port-channel>",
+         "The library declines a member that is routed itself, if the port-channel is routed, too. "
+         "The port stays routed.",
          "Remove the membership, or the port's row in INTERFACE."},
         {Id::routed_member, warning, false, "<interface> is routed and a member of a VLAN",
          "A routed interface takes no part in a VLAN.", "Remove one of the two rows."},
@@ -195,7 +201,10 @@ const std::vector<FindingType> &finding_types()
         {Id::subnets_overlap, warning, false,
          "<address> overlaps <address> of <interface> in its VRF",
          "The networks of two interfaces of a VRF share addresses.", "Change one of them."},
-
+        {Id::routed_channel_member, warning, false,
+         "<port> is routed and a member of <port-channel>",
+         "A member of a port-channel takes no part in routing. The port stays routed.",
+         "Remove the membership, or the port's row in INTERFACE."},
     };
     return types;
 }

@@ -55,6 +55,7 @@ enum class FindingId : uint16_t {
     mtu_capped = 48,
     no_vlan_in_short_name = 49,
     no_vlan_after_dot = 50,
+    multicast_mac = 51,
 
     /* What is not modelled */
     field_not_modelled = 60,
@@ -87,6 +88,7 @@ enum class FindingId : uint16_t {
     virtual_mac_twice = 100,
     address_twice = 101,
     subnets_overlap = 102,
+    routed_channel_member = 103,
 };
 
 struct FindingType {

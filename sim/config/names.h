@@ -65,11 +65,12 @@ std::optional<VirtualRouterName> parse_virtual_router_name(std::string_view text
 /* "default" or "Vrf" and letters, digits, '-', '_' or '.'. */
 bool is_vrf_name(std::string_view text);
 
+using AddressBytes = std::array<uint8_t, 16>;
 struct Address {
     bool ipv6 = false;
     bool has_prefix_length = false;
-    std::array<uint8_t, 16> bytes{}; /* of IPv4 the first four */
-    uint32_t prefix_length = 0;      /* without one that of a host */
+    AddressBytes bytes{};       /* of IPv4 the first four */
+    uint32_t prefix_length = 0; /* without one that of a host */
 };
 /* 192.0.2.1/31, 2001:db8::1/64, or either without its prefix length. */
 std::optional<Address> parse_address(std::string_view text);

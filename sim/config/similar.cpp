@@ -35,6 +35,11 @@ size_t distance(std::string_view a, std::string_view b)
 
 } // namespace
 
+bool differ_in_one(std::string_view a, std::string_view b)
+{
+    return std::max(a.size(), b.size()) - std::min(a.size(), b.size()) <= 1 && distance(a, b) == 1;
+}
+
 std::vector<std::string> similar_names(std::string_view name, const std::vector<std::string> &names)
 {
     const size_t near_enough = std::max<size_t>(1, std::min<size_t>(3, name.size() / 3));

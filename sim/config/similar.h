@@ -20,6 +20,9 @@ template <class Rows> std::vector<std::string> names_of(const Rows &rows)
     return names;
 }
 
+/* Whether one character must be added, removed or changed, ignoring case. */
+bool differ_in_one(std::string_view a, std::string_view b);
+
 /* Names similar to a misspelt one, the nearest first; at most three. */
 std::vector<std::string> similar_names(std::string_view name,
                                        const std::vector<std::string> &names);

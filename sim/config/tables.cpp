@@ -103,11 +103,18 @@ void read_port(Draft &draft, const Row &row)
         draft.port_indexes.emplace(row.name(), row.number("index"));
     if (!row.given("lanes"))
         draft.ports_without_lanes.push_back(row.location);
+    std::map<std::string, std::vector<std::string>> shared; /* port -> lanes that it has, too */
     for (const std::string &lane : row.elements("lanes")) {
-        const auto [there, is_new] = draft.lanes.try_emplace(lane, row.location);
-        if (!is_new)
-            draft.tell(FindingId::lane_twice, {row.location_of("lanes"), there->second}, lane);
+        const auto [there, is_new] = draft.lanes.try_emplace(lane, row.name());
+        if (!is_new && there->second != row.name())
+            shared[there->second].push_back(lane);
     }
+    for (const auto &[other, lanes] : shared)
+        draft.tell(FindingId::lane_twice,
+                   {row.location_of("lanes"), draft.desired.ports.at(other).location},
+                   fmt::format("lane{} {}", lanes.size() == 1 ? "" : "s",
+                               printable(fmt::format("{}", fmt::join(lanes, ", ")))),
+                   other);
 }
 
 void read_port_channel(Draft &draft, const Row &row)
@@ -265,8 +272,6 @@ void read_interface(Draft &draft, const Row &row)
     const auto create = [&]() -> L3Settings * {
         if (!referred(draft, row, desired.ports, "PORT", row.name()))
             return nullptr;
-        if (const auto joined = draft.joined.find(row.name()); joined != draft.joined.end())
-            draft.tell(FindingId::declined_member, {joined->second, row.location}, row.name());
         warn_of_vlan(draft, row, row.name());
         DesiredRoutedPort &port = desired.routed_ports[row.name()];
         port.location = row.location;
@@ -687,6 +692,13 @@ bool is_short_line(const std::string &text, size_t most_characters)
     return characters <= most_characters;
 }
 
+/* "tagged, untagged or priority_tagged" */
+std::string in_words(const std::vector<std::string> &choices)
+{
+    return fmt::format("{} or {}", fmt::join(choices.begin(), choices.end() - 1, ", "),
+                       choices.back());
+}
+
 /* What a part of a key looks like: in the form of a key, in messages, and, of an interface, the
  * kinds it may have. */
 struct KeyPartForm {
@@ -733,6 +745,23 @@ const KeyPartForm &form_of(KeyPart part)
     return forms.at(part);
 }
 
+/* Whether the port is one between the parts of a chassis, such as Ethernet-BP0. */
+bool is_inner_port(const std::string &name)
+{
+    return name.find('-') != name.npos;
+}
+
+/* The address with zeros after so many bits. */
+AddressBytes network(AddressBytes bytes, uint32_t bits)
+{
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        const auto first = static_cast<uint32_t>(8 * i);
+        if (bits < first + 8)
+            bytes[i] &= static_cast<uint8_t>(bits <= first ? 0 : 0xff00U >> (bits - first));
+    }
+    return bytes;
+}
+
 } // namespace
 
 const std::vector<TableField> &address_fields()
@@ -775,9 +804,9 @@ std::string expected(const TableField &field)
     case FieldType::boolean:
         return "enable or disable (or true, yes, on, false, no, off)";
     case FieldType::choice:
-        return fmt::format("{}", fmt::join(split(field.choices, '|'), ", "));
+        return in_words(split(field.choices, '|'));
     case FieldType::mac:
-        return "six bytes such as 00:11:22:aa:bb:cc, neither zero nor multicast";
+        return "six bytes such as 00:11:22:aa:bb:cc, not all of them zero";
     case FieldType::vrf:
         return expected(KeyPart::vrf);
     case FieldType::interface:
@@ -854,7 +883,7 @@ std::optional<FieldValue> parse_field(const TableField &field, const std::string
     }
     case FieldType::mac:
         value.mac = parse_mac(text).value_or(Mac{});
-        is_valid = !is_zero(value.mac) && !is_multicast(value.mac);
+        is_valid = !is_zero(value.mac);
         break;
     case FieldType::vrf:
         is_valid = is_vrf_name(text);
@@ -916,10 +945,13 @@ void Draft::number_ports()
             having[index->second] == 1)
             taken.insert(port.front_port = index->second);
     }
-    for (auto &[name, port] : desired.ports) {
-        const uint32_t number = parse_interface_name(name)->number + 1;
-        if (port.front_port == 0 && front_port_range.has(number) && taken.insert(number).second)
-            port.front_port = number;
+    for (const bool is_inner : {false, true}) {
+        for (auto &[name, port] : desired.ports) {
+            const uint32_t number = parse_interface_name(name)->number + 1;
+            if (port.front_port == 0 && is_inner_port(name) == is_inner &&
+                front_port_range.has(number) && taken.insert(number).second)
+                port.front_port = number;
+        }
     }
     uint32_t lowest = front_port_range.min;
     for (auto port = desired.ports.begin(); port != desired.ports.end();) {
@@ -943,38 +975,32 @@ void Draft::number_ports()
 
 void Draft::add_address(const Row &row, const Address &address, const std::string &vrf)
 {
+    if (is_link_local(address) || unusable_class(address) != nullptr)
+        return;
     const auto vnet = vnet_of.find(row.name());
     addresses_.push_back({vnet == vnet_of.end() ? vrf : vrf + '|' + vnet->second, address,
-                          row.name(), row.address(), row.location});
+                          network(address.bytes, address.prefix_length), row.name(), row.address(),
+                          row.location});
 }
 
 void Draft::check_addresses()
 {
     /* A network sorts before those within it. */
-    const auto network = [](const PlacedAddress &placed) {
-        std::array<uint8_t, 16> bytes = placed.address.bytes;
-        for (uint32_t bit = placed.address.prefix_length; bit < 8 * bytes.size(); ++bit)
-            bytes[bit / 8] &= static_cast<uint8_t>(~(0x80U >> bit % 8));
-        return bytes;
-    };
-    const auto place = [&](const PlacedAddress &placed) {
-        return std::make_tuple(std::cref(placed.domain), placed.address.ipv6, network(placed),
-                               placed.address.prefix_length);
+    const auto place = [](const PlacedAddress &placed) {
+        return std::tie(placed.domain, placed.address.ipv6, placed.network,
+                        placed.address.prefix_length);
     };
     std::stable_sort(
         addresses_.begin(), addresses_.end(),
         [&](const PlacedAddress &a, const PlacedAddress &b) { return place(a) < place(b); });
-    const auto holds = [&](const PlacedAddress &outer, const PlacedAddress &inner) {
-        PlacedAddress cut = inner;
-        cut.address.prefix_length = outer.address.prefix_length;
+    const auto holds = [](const PlacedAddress &outer, const PlacedAddress &inner) {
         return outer.domain == inner.domain && outer.address.ipv6 == inner.address.ipv6 &&
-               network(outer) == network(cut);
+               outer.network == network(inner.network, outer.address.prefix_length);
     };
-    std::map<std::tuple<std::string, bool, std::array<uint8_t, 16>>, const PlacedAddress *> seen;
-    std::vector<const PlacedAddress *> around; /* each within the one before */
+    std::map<std::tuple<std::string, bool, AddressBytes>, const PlacedAddress *> seen;
+    /* Each within the one before; of each network at most two, of two interfaces. */
+    std::vector<const PlacedAddress *> around;
     for (const PlacedAddress &placed : addresses_) {
-        if (is_link_local(placed.address) || unusable_class(placed.address) != nullptr)
-            continue;
         while (!around.empty() && !holds(*around.back(), placed))
             around.pop_back();
         const auto [there, is_new] =
@@ -988,7 +1014,26 @@ void Draft::check_addresses()
         else if (other != around.rend())
             tell(FindingId::subnets_overlap, {placed.location, (*other)->location}, placed.text,
                  (*other)->text, (*other)->interface);
-        around.push_back(&placed);
+        const auto is_same_network = [&](const PlacedAddress *outer) {
+            return place(*outer) == place(placed);
+        };
+        const auto same = std::find_if_not(around.rbegin(), around.rend(), is_same_network);
+        const auto there_already = same - around.rbegin();
+        if (there_already == 0 ||
+            (there_already == 1 && around.back()->interface != placed.interface))
+            around.push_back(&placed);
+    }
+}
+
+void Draft::check_members()
+{
+    for (const auto &[name, channel] : desired.port_channels) {
+        for (const auto &[port, location] : channel.members) {
+            const auto routed = desired.routed_ports.find(port);
+            if (routed != desired.routed_ports.end())
+                tell(channel.l3 ? FindingId::declined_member : FindingId::routed_channel_member,
+                     {location, routed->second.location}, port, name);
+        }
     }
 }
 

@@ -22,7 +22,7 @@ enum class FieldType : uint8_t {
     text,      /* at most max characters */
     boolean,   /* see parse_boolean */
     choice,    /* one of choices, in upper or lower case */
-    mac,       /* of one station: neither zero nor multicast */
+    mac,       /* not zero */
     vrf,       /* see is_vrf_name */
     interface, /* an interface's name */
     list,      /* a list, or a text with commas */
@@ -158,8 +158,8 @@ public:
     std::map<std::string, SourceLocation> bridged;  /* member -> a row that puts it into a VLAN */
     std::map<std::string, SourceLocation> untagged; /* member -> its VLAN without tag */
     std::map<std::string, SourceLocation> vnets;
-    std::map<std::string, std::string> vnet_of;  /* interface -> its VNET */
-    std::map<std::string, SourceLocation> lanes; /* lane -> the port that has it */
+    std::map<std::string, std::string> vnet_of; /* interface -> its VNET */
+    std::map<std::string, std::string> lanes;   /* lane -> the first port that has it */
     std::vector<SourceLocation> ports_without_lanes;
     std::map<std::string, uint32_t> port_indexes; /* port -> its index */
     /* (parent, VLAN) -> the sub-interface's row */
@@ -187,6 +187,7 @@ public:
     void add_address(const Row &row, const Address &address, const std::string &vrf);
     /* After the last row: what several rows together do. */
     void check_addresses();
+    void check_members();
     void check_waiting();
 
 private:
@@ -195,6 +196,7 @@ private:
     struct PlacedAddress {
         std::string domain; /* VRF and VNET: within one of them addresses must differ */
         Address address;
+        AddressBytes network; /* its start */
         std::string interface, text;
         SourceLocation location;
     };

@@ -12,17 +12,9 @@ TEST_F(Check, ASoundConfigurationIsWell)
 {
     const Result result = kvnsim({"check", example("leaf.json")});
     EXPECT_EQ(well, result.status) << result.err;
-    EXPECT_THAT(result.out, HasSubstr("leaf.json: 1 note\n"));
-}
-
-TEST_F(Check, TablesThatAreNotAppliedAreCounted)
-{
-    write("more.json", R"({"PORT": {}, "NTP": {"a": {}, "b": {}}})");
-    EXPECT_THAT(kvnsim({"check", "more.json"}).out,
-                HasSubstr("more.json: nothing found\n  not applied: NTP (2 rows)\n"));
-    EXPECT_EQ(2, kvnsim({"check", "--json", "more.json"})
-                     .json()["configurations"][0]["ignored"]["NTP"]
-                     .GetInt());
+    EXPECT_EQ("", result.err);
+    EXPECT_THAT(result.out, HasSubstr("leaf.json: nothing found\n  not applied: "
+                                      "NTP_SERVER (2 rows)\n"));
 }
 
 TEST_F(Check, EveryErrorIsToldAtOnceWithItsPlace)
@@ -53,7 +45,7 @@ TEST_F(Check, ErrorsOfAllConfigurationsAreTold)
     EXPECT_THAT(lines(result.err), AllOf(Contains(StartsWith("a.json:1:")),
                                          Contains(StartsWith("nowhere.json: cannot be read: ")),
                                          Contains(StartsWith("b.json:1:"))));
-    EXPECT_THAT(result.out, HasSubstr("leaf.json: 1 note\n"));
+    EXPECT_THAT(result.out, HasSubstr("leaf.json: nothing found"));
 }
 
 TEST_F(Check, JsonHoldsTheSameFindings)
@@ -77,6 +69,7 @@ TEST_F(Check, JsonSaysWellOfASoundConfiguration)
 {
     const rapidjson::Document document = kvnsim({"check", "--json", example("leaf.json")}).json();
     EXPECT_TRUE(document["ok"].GetBool());
+    EXPECT_EQ(2, document["configurations"][0]["ignored"]["NTP_SERVER"].GetInt());
 }
 
 TEST_F(Check, ControlCharactersOfAFileDoNotReachTheTerminal)

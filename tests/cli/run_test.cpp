@@ -68,6 +68,7 @@ TEST_F(Run, TheFirstExampleFitsATerminalAndShowsEveryTable)
     for (const char *title :
          {"Interfaces", "Attributes", "Port-channels", "MACs", "Shared database"})
         EXPECT_FALSE(table(result.out, title).empty()) << title;
+    EXPECT_THAT(result.out, HasSubstr("not applied: NTP_SERVER (2 rows)"));
     for (const std::string &line : lines(result.out)) {
         if (line.find("json: ") == std::string::npos) { /* a path of any length */
             EXPECT_LE(line.size(), 110u) << line;
@@ -99,7 +100,9 @@ TEST_F(Run, TheSameConfigurationTwiceMakesNoCall)
     const std::string leaf = example("leaf.json");
     const Result result = kvnsim({"run", leaf, leaf});
     EXPECT_EQ(well, result.status);
-    EXPECT_THAT(result.out, HasSubstr(leaf + ": 0 steps\n  0 requests, 0 calls, 0 failures\n"));
+    EXPECT_THAT(result.out,
+                HasSubstr(leaf + ": 0 steps\n  not applied: NTP_SERVER (2 rows)\n"
+                                 "  0 requests, 0 calls, 0 failures\n"));
 }
 
 TEST_F(Run, QuietSaysNothingWhenAllIsWell)

@@ -116,7 +116,8 @@ private:
             require(sub.mtu <= channel->second.mtu, "MTU above the parent's", name);
             return;
         }
-        require(!sub.waits && desired_.routed_ports.count(sub.parent) == 1 && members_.count(sub.parent) == 0,
+        require(!sub.waits && desired_.routed_ports.count(sub.parent) == 1 &&
+                    members_.count(sub.parent) == 0,
                 "the parent has no LID", name);
         if (const auto port = desired_.ports.find(sub.parent); port != desired_.ports.end())
             require(sub.mtu <= port->second.mtu, "MTU above the parent's", name);

@@ -195,15 +195,17 @@ TEST(Desired, KeepsAMemberThatIsRoutedToo)
 
 TEST(Desired, HasSubInterfacesWithLongAndShortNames)
 {
-    const Desired wanted = desired(R"("PORT": {"Ethernet0": {"mtu": "9000"}, "Ethernet64": {}},
-"PORTCHANNEL": {"PortChannel0001": {"mtu": "1600"}}, "PORTCHANNEL_MEMBER": {"PortChannel0001|Ethernet64": {}},
+    const Desired wanted =
+        desired(R"("PORT": {"Ethernet0": {"mtu": "9000"}, "Ethernet64": {}, "Ethernet68": {}},
+"PORTCHANNEL": {"PortChannel0001": {"mtu": "1600"}, "PortChannel2": {"mtu": "1700"}},
+"PORTCHANNEL_MEMBER": {"PortChannel0001|Ethernet64": {}, "PortChannel2|Ethernet68": {}},
 "VRF": {"VrfA": {}},
 "VLAN_SUB_INTERFACE": {
  "Ethernet0.100|192.0.2.1/31": {}, "Ethernet0.100": {"vrf_name": "VrfA", "admin_status": "up"},
  "Ethernet0.200": {"vlan": "201", "mtu": "1500"},
  "Ethernet0.70000": {"vlan": "4094", "mtu": "9000"},
  "Eth0.10": {"vlan": "1"},
- "Po0001.10": {"vlan": "10", "mtu": "68"}, "PortChannel0001.20": {}})");
+ "Po0001.10": {"vlan": "10", "mtu": "68"}, "PortChannel2.20": {}})");
     const auto sub = [&](const char *name) { return wanted.sub_interfaces.at(name); };
     EXPECT_EQ(wanted.sub_interfaces.size(), 6u);
     EXPECT_EQ(sub("Ethernet0.100").parent, "Ethernet0");
@@ -218,7 +220,7 @@ TEST(Desired, HasSubInterfacesWithLongAndShortNames)
     EXPECT_EQ(sub("Eth0.10").vlan, 1u);
     EXPECT_EQ(sub("Po0001.10").parent, "PortChannel0001");
     EXPECT_EQ(sub("Po0001.10").mtu, 68);
-    EXPECT_EQ(sub("PortChannel0001.20").mtu, 1600) << "the parent's";
+    EXPECT_EQ(sub("PortChannel2.20").mtu, 1700) << "the parent's";
 }
 
 TEST(Desired, CapsASubInterfacesMtuToTheParents)
@@ -312,10 +314,142 @@ TEST(Desired, HasOneMacOnTwoInterfaces)
 TEST(Desired, CountsTheRowsOfTablesThatAreNotApplied)
 {
     const Configuration configuration = read_tables(
-        R"("LOOPBACK_INTERFACE": {"Loopback0": {}, "Loopback0|192.0.2.1/32": {}}, "NTP": {}, "PORT": {})");
+        R"("ACL_RULE": {"a": {}, "b|c": []}, "NTP": {}, "PORT": {}, "NEIGH|Ethernet0": {}, "NEIGH|Ethernet4": {})");
     EXPECT_THAT(findings(configuration), IsEmpty());
     EXPECT_THAT(configuration.ignored,
-                ElementsAre(Pair("LOOPBACK_INTERFACE", 2u), Pair("NTP", 0u)));
+                ElementsAre(Pair("ACL_RULE", 2u), Pair("NEIGH", 2u), Pair("NTP", 0u)));
+}
+
+TEST(Desired, HasASubInterfaceThatWaitsForAMember)
+{
+    const auto sub_interface = [](const char *more) {
+        const Configuration configuration =
+            read_tables(R"("PORT": {"Ethernet0": {}}, "PORTCHANNEL": {"PortChannel1": {}},
+"VLAN_SUB_INTERFACE": {"PortChannel1.10": {}, "PortChannel1.10|192.0.2.1/31": {}})" +
+                        std::string(more));
+        EXPECT_FALSE(configuration.has_errors());
+        EXPECT_THAT(contradictions(configuration.desired), IsEmpty());
+        return configuration.desired.sub_interfaces.at("PortChannel1.10");
+    };
+    EXPECT_TRUE(sub_interface("").waits);
+    EXPECT_TRUE(sub_interface("").l3.ipv4);
+    const char *const member = R"(, "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}})";
+    EXPECT_FALSE(sub_interface(member).waits);
+    EXPECT_TRUE(
+        sub_interface((member + std::string(R"(, "INTERFACE": {"Ethernet0": {}})")).c_str()).waits)
+        << "a routed member does not join";
+}
+
+TEST(Desired, HasPortsBetweenTheCardsOfAChassisAndVlanOne)
+{
+    const Desired wanted =
+        desired(R"("PORT": {"Ethernet-BP0": {}}, "INTERFACE": {"Ethernet-BP0": {}},
+"VLAN": {"Vlan1": {"vlanid": "1"}}, "VLAN_INTERFACE": {"Vlan1": {}})");
+    EXPECT_THAT(names(wanted.routed_ports), ElementsAre("Ethernet-BP0"));
+    EXPECT_EQ(wanted.svis.at("Vlan1").vlan, 1u);
+}
+
+TEST(Desired, TakesValuesAsSwitchesDo)
+{
+    const Desired wanted = desired(R"("PORT": {"Ethernet0": {"mtu": 1500, "admin_status": "UP"},
+ " Ethernet4 ": {"mtu ": " 9000 "}},
+"INTERFACE": {"Ethernet0": {"ipv6_use_link_local_only": true, "nat_zone": 2}, "Ethernet4 | 192.0.2.1/31 ": {}, "Ethernet4": {}},
+"VLAN": {"Vlan10": {"vlanid": 10}},
+"SAG": {"GLOBAL": {"gateway_mac": "00:00:5E:00:53:01"}},
+"VLAN_INTERFACE": {"Vlan10": {"static_anycast_gateway": "True"}})");
+    EXPECT_EQ(wanted.ports.at("Ethernet0").mtu, 1500);
+    EXPECT_TRUE(wanted.ports.at("Ethernet0").admin_up);
+    EXPECT_EQ(wanted.ports.at("Ethernet4").mtu, 9000);
+    EXPECT_TRUE(wanted.routed_ports.at("Ethernet0").l3.ipv6);
+    EXPECT_EQ(wanted.routed_ports.at("Ethernet0").l3.nat_zone, 2u);
+    EXPECT_THAT(wanted.routed_ports.at("Ethernet4").l3.addresses, ElementsAre("192.0.2.1/31"));
+    EXPECT_THAT(virtual_macs(wanted), ElementsAre("Vlan10 00:00:5e:00:53:01"));
+}
+
+TEST(Desired, TakesNullForMissing)
+{
+    EXPECT_EQ(
+        read_tables(R"("PORT": {"Ethernet0": {"mtu": null}})").desired.ports.at("Ethernet0").mtu,
+        9100);
+}
+
+TEST(Desired, HasMembersThatRowsList)
+{
+    const Desired wanted = desired(R"("PORT": {"Ethernet0": {}, "Ethernet4": {}, "Ethernet8": {}},
+"PORTCHANNEL": {"PortChannel1": {"members": ["Ethernet0", " Ethernet4"]}},
+"PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet0": {}},
+"VLAN": {"Vlan10": {"members": "PortChannel1,Ethernet8"}})");
+    EXPECT_THAT(names(wanted.port_channels.at("PortChannel1").members),
+                ElementsAre("Ethernet0", "Ethernet4"));
+    EXPECT_EQ(wanted.port_channels.at("PortChannel1").members.at("Ethernet4").to_text(),
+              "c.json:2:59: PORTCHANNEL_MEMBER|PortChannel1|Ethernet4");
+    EXPECT_THAT(names(wanted.vlans.at("Vlan10").members), ElementsAre("Ethernet8", "PortChannel1"));
+}
+
+TEST(Desired, HasTheVirtualRoutersOfBothSpellings)
+{
+    const Desired wanted = desired(R"("VLAN": {"Vlan10": {}}, "VLAN_INTERFACE": {"Vlan10": {}},
+"VRRP": {"Vlan10|1": {}},
+"VRRP_INTERFACE": {"Vrrp7-v4": {"parent_interface": "Vlan10"}, "Vrrp7-v4|192.0.2.1/32": {},
+ "Vrrp255-v6": {"parent_interface": "Vlan10"}})");
+    EXPECT_THAT(virtual_macs(wanted),
+                ElementsAre("Vlan10 00:00:5e:00:01:01", "Vlan10 00:00:5e:00:01:07",
+                            "Vlan10 00:00:5e:00:02:ff"));
+}
+
+TEST(Desired, IsTheSameInTheFlatForm)
+{
+    const Desired wanted = desired(R"("PORT|Ethernet0": {"mtu": "1500", "lanes@": "1,2"},
+"INTERFACE|Ethernet0|192.0.2.1/31": {"family": "IPv4", "scope": "global"},
+"INTERFACE|Ethernet0": {"NULL": "NULL"}, "PORTCHANNEL|PortChannel1": {"members@": "Ethernet4"},
+"PORT": {"Ethernet4": {"lanes": ["3", "4"]}})");
+    EXPECT_EQ(wanted.ports.at("Ethernet0").mtu, 1500);
+    EXPECT_EQ(wanted.ports.at("Ethernet0").location.to_text(), "c.json:1:2: PORT|Ethernet0");
+    EXPECT_TRUE(wanted.routed_ports.at("Ethernet0").l3.ipv4);
+    EXPECT_THAT(names(wanted.port_channels.at("PortChannel1").members), ElementsAre("Ethernet4"));
+}
+
+/* "Ethernet0=1 Ethernet4=5" */
+std::string front_panel(const std::string &ports)
+{
+    const Configuration configuration = read_tables("\"PORT\": {" + ports + "}");
+    EXPECT_FALSE(configuration.has_errors());
+    std::string text;
+    for (const auto &[name, port] : configuration.desired.ports)
+        text += (text.empty() ? "" : " ") + name + "=" + std::to_string(port.front_port);
+    return text;
+}
+
+TEST(FrontPanel, CountsFromTheNumberInTheName)
+{
+    EXPECT_EQ(front_panel(R"("Ethernet4": {}, "Ethernet0": {})"), "Ethernet0=1 Ethernet4=5");
+}
+
+TEST(FrontPanel, TakesTheIndexOfAPort)
+{
+    EXPECT_EQ(front_panel(R"("Ethernet0": {"index": "7"}, "Ethernet4": {"index": 255})"),
+              "Ethernet0=7 Ethernet4=255");
+    EXPECT_EQ(front_panel(R"("Ethernet0": {"index": "5"}, "Ethernet4": {})"),
+              "Ethernet0=5 Ethernet4=1")
+        << "the index comes before the name";
+}
+
+TEST(FrontPanel, TakesNoIndexThatTwoPortsHaveOrThatIsOutOfRange)
+{
+    EXPECT_EQ(front_panel(R"("Ethernet8": {"index": "3"}, "Ethernet9": {"index": "3"})"),
+              "Ethernet8=9 Ethernet9=10");
+    EXPECT_EQ(front_panel(R"("Ethernet8": {"index": "0"}, "Ethernet9": {"index": "256"})"),
+              "Ethernet8=9 Ethernet9=10");
+}
+
+TEST(FrontPanel, GivesTheLowestFreeNumberToTheRest)
+{
+    EXPECT_EQ(
+        front_panel(R"("Ethernet9999": {}, "Ethernet0": {}, "Ethernet255": {}, "Ethernet2": {})"),
+        "Ethernet0=1 Ethernet2=3 Ethernet255=2 Ethernet9999=4");
+    EXPECT_EQ(front_panel(R"("Ethernet-BP0": {}, "Ethernet0": {}, "Ethernet-BP9": {})"),
+              "Ethernet-BP0=2 Ethernet-BP9=10 Ethernet0=1")
+        << "ports within the chassis come after those outside";
 }
 
 TEST(Desired, LeavesOutOnlyWhatIsWrong)
@@ -357,7 +491,8 @@ TEST(Contradictions, AreFoundInWhatRefersToSomethingMissing)
     EXPECT_THAT(contradictions_after([](Desired &wanted) {
                     wanted.port_channels.at("PortChannel1").members.clear();
                 }),
-                ElementsAre("PortChannel1.10: the parent has no LID"));
+                ElementsAre("PortChannel1.10: waits although the parent has a LID, or does not "
+                            "wait for one"));
     EXPECT_THAT(
         contradictions_after([](Desired &wanted) { wanted.port_channels.erase("PortChannel2"); }),
         ElementsAre("Vlan10: a member of the VLAN is missing"));

@@ -1,5 +1,6 @@
 #include "sim/config/document.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -159,10 +160,11 @@ TEST(Document, RefusesNulBytes)
 TEST(Document, RefusesNestingDeeperThan64Levels)
 {
     const auto nested = [](size_t levels) {
-        return "{\"T\": " + std::string(levels - 1, '[') + std::string(levels - 1, ']') + "}";
+        return "{\"PORT\": {}, \"T\": " + std::string(levels - 1, '[') +
+               std::string(levels - 1, ']') + "}";
     };
     EXPECT_FALSE(read(nested(64)).has_errors());
-    EXPECT_THAT(findings(read(nested(65))), ElementsAre("1:70: nested deeper than 64 levels"));
+    EXPECT_THAT(findings(read(nested(65))), ElementsAre("1:82: T: nested deeper than 64 levels"));
     EXPECT_TRUE(read(nested(1000000)).has_errors());
     EXPECT_TRUE(read(std::string(1000000, '{')).has_errors());
 }
@@ -175,41 +177,89 @@ TEST(Document, AcceptsAnEmptyObject)
     EXPECT_TRUE(configuration.ignored.empty());
 }
 
-TEST(Document, JoinsTheRowsOfATableThatIsThereTwice)
+TEST(Document, KeepsTheLastOfTablesThatAreThereTwice)
 {
     const Configuration configuration =
         read("{\"PORT\": {\"Ethernet0\": {}},\n \"PORT\": {\"Ethernet1\": {}}}");
     EXPECT_THAT(findings(configuration),
-                ElementsAre("2:2: PORT: the table is there twice (see 1:2: PORT)"));
+                ElementsAre("2:2: PORT: warning: the table is there twice: the last one counts "
+                            "(see 1:2: PORT)"));
+    EXPECT_EQ(configuration.desired.ports.count("Ethernet0"), 0u);
+    EXPECT_EQ(configuration.desired.ports.count("Ethernet1"), 1u);
+}
+
+TEST(Document, KeepsTheLastOfRowsAndFieldsThatAreThereTwice)
+{
+    const Configuration configuration =
+        read("{\"PORT\": {\"Ethernet4\": {},\n"
+             "\"Ethernet0\": {\"mtu\": \"9216\"},\n"
+             "\"Ethernet0\": {\"mtu\": \"9000\", \"mtu\": \"1500\"}}}");
+    EXPECT_THAT(findings(configuration),
+                ElementsAre("3:1: PORT|Ethernet0: warning: the row is there twice: the last one "
+                            "counts (see 2:1: PORT|Ethernet0)",
+                            "3:30: PORT|Ethernet0: warning: the field \"mtu\" is there twice: the "
+                            "last one counts (see 3:15: PORT|Ethernet0)"));
+    EXPECT_EQ(configuration.desired.ports.at("Ethernet0").mtu, 1500);
     EXPECT_EQ(configuration.desired.ports.size(), 2u);
 }
 
-TEST(Document, KeepsTheFirstOfRowsAndFieldsThatAreThereTwice)
+/* Names short enough to be held within a string object, and others. */
+TEST(Document, KeepsAllOthersBesideNamesThatAreThereTwice)
 {
-    const Configuration configuration =
-        read("{\"PORT\": {\"Ethernet0\": {\"mtu\": \"1500\", \"mtu\": \"9000\"},\n"
-             "\"Ethernet0\": {\"mtu\": \"9216\"},\n"
-             "\"Ethernet0\": {}}}");
-    EXPECT_THAT(
-        findings(configuration),
-        ElementsAre("1:40: PORT|Ethernet0: the field \"mtu\" is there twice "
-                    "(see 1:25: PORT|Ethernet0)",
-                    "2:1: PORT|Ethernet0: the row is there twice (see 1:11: PORT|Ethernet0)",
-                    "3:1: PORT|Ethernet0: the row is there twice (see 1:11: PORT|Ethernet0)"));
-    EXPECT_EQ(configuration.desired.ports.at("Ethernet0").mtu, 1500);
+    std::string text = "{\"PORT\": {";
+    for (int round = 0; round < 3; ++round)
+        for (int port = 0; port < 200; ++port)
+            text += fmt::format("\"Ethernet{}{}\": {{\"mtu\": {}}},", port % 2 ? "-ABCDEFGHIJ" : "",
+                                port, 1500 + round);
+    text.back() = '}';
+    const Configuration configuration = read(text + "}");
+    EXPECT_EQ(configuration.findings.size() - 100 /* long names */, 400u);
+    ASSERT_EQ(configuration.desired.ports.size(), 200u);
+    for (const auto &[name, port] : configuration.desired.ports)
+        EXPECT_EQ(port.mtu, 1502) << name;
 }
 
-TEST(Document, SeesRepetitionsInTablesThatAreNotRead)
+TEST(Document, SeesNoRepetitionsInTablesThatAreNotRead)
 {
-    EXPECT_THAT(findings(read("{\"NTP\": {\"a\": {}, \"a\": {}}}")),
-                ElementsAre("1:19: NTP|a: the row is there twice (see 1:10: NTP|a)"));
+    EXPECT_THAT(findings(read("{\"PORT\": {}, \"NTP\": {\"a\": {}, \"a\": {}}}")), IsEmpty());
 }
 
 TEST(Document, TakesEscapedNamesForTheSameName)
 {
-    EXPECT_THAT(
-        findings(read("{\"PORT\": {\"Ethernet0\": {}, \"\\u0045thernet0\": {}}}")),
-        ElementsAre("1:28: PORT|Ethernet0: the row is there twice (see 1:11: PORT|Ethernet0)"));
+    EXPECT_THAT(findings(read("{\"PORT\": {\"Ethernet0\": {}, \"\\u0045thernet0\": {}}}")),
+                ElementsAre("1:28: PORT|Ethernet0: warning: the row is there twice: the last one "
+                            "counts (see 1:11: PORT|Ethernet0)"));
+}
+
+TEST(Document, HasTheSameTablesInTheFlatForm)
+{
+    const Document document =
+        read_sound("{\"VLAN | Vlan10\": {\"vlanid\": \"10\", \"members@\": \"a, b\"},\n"
+                   " \"PORT|Ethernet0\": {\"NULL\": \"NULL\"},\n"
+                   " \"VLAN|Vlan20|x\": {\"@\": \"1\"}}");
+    ASSERT_EQ(document.tables.size(), 2u);
+    const DocumentTable &vlan = document.tables[0];
+    EXPECT_EQ(vlan.name, "VLAN");
+    ASSERT_EQ(vlan.entries.size(), 2u);
+    EXPECT_EQ(vlan.entries[0].name, "Vlan10");
+    EXPECT_EQ(at(vlan.entries[0].at), (At{1, 2}));
+    ASSERT_EQ(vlan.entries[0].entries.size(), 2u);
+    const DocumentField &members = vlan.entries[0].entries[1];
+    EXPECT_EQ(members.name, "members");
+    EXPECT_EQ(members.kind, ValueKind::list);
+    ASSERT_EQ(members.entries.size(), 2u);
+    EXPECT_EQ(members.entries[1].text, " b");
+    EXPECT_EQ(at(members.entries[1].value_at), at(members.value_at));
+    EXPECT_EQ(vlan.entries[1].name, "Vlan20|x");
+    EXPECT_EQ(vlan.entries[1].entries[0].name, "");
+    EXPECT_EQ(document.tables[1].name, "PORT");
+    EXPECT_THAT(document.tables[1].entries[0].entries, IsEmpty());
+}
+
+TEST(Document, NamesTheRowOfASyntaxErrorInTheFlatForm)
+{
+    EXPECT_THAT(findings(read("{\"PORT|Ethernet0\": {\"mtu\": nine}}")),
+                ElementsAre("1:29: PORT|Ethernet0: expected a value, found \"i\""));
 }
 
 } // namespace

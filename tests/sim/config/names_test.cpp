@@ -38,7 +38,8 @@ TEST(InterfaceNames, OfPortsHaveNoLeadingZeros)
     EXPECT_TRUE(parse_interface_name("Ethernet0"));
     EXPECT_TRUE(parse_interface_name("Ethernet9999"));
     for (const char *wrong : {"Ethernet", "Ethernet00", "Ethernet04", "Ethernet10000", "ethernet4",
-                              "Ethernet4 ", " Ethernet4", "Ethernet-4", "Ethernet4x", "Eth4", ""})
+                              "Ethernet4 ", " Ethernet4", "Ethernet-4", "Ethernet4x", "Eth4",
+                              "Ethernet-BP", "Ethernet-BP04", "Ethernet-B P4", "Ethernet--BP4", ""})
         EXPECT_FALSE(parse_interface_name(wrong)) << wrong;
 }
 
@@ -55,11 +56,20 @@ TEST(InterfaceNames, OfPortChannelsHaveOneToFourDigits)
         EXPECT_FALSE(parse_interface_name(wrong)) << wrong;
 }
 
-TEST(InterfaceNames, OfVlansAreTwoTo4094)
+TEST(InterfaceNames, OfPortsBetweenTheCardsOfAChassisHaveLetters)
 {
-    EXPECT_EQ(parse_interface_name("Vlan2")->number, 2u);
+    const auto name = parse_interface_name("Ethernet-BP12");
+    ASSERT_TRUE(name);
+    EXPECT_EQ(name->kind, InterfaceKind::port);
+    EXPECT_EQ(name->number, 12u);
+    EXPECT_EQ(parse_interface_name("Ethernet-BP12.7")->parent, "Ethernet-BP12");
+}
+
+TEST(InterfaceNames, OfVlansAreOneTo4094)
+{
+    EXPECT_EQ(parse_interface_name("Vlan1")->number, 1u);
     EXPECT_EQ(parse_interface_name("Vlan4094")->kind, InterfaceKind::svi);
-    for (const char *wrong : {"Vlan0", "Vlan1", "Vlan4095", "Vlan010", "Vlan"})
+    for (const char *wrong : {"Vlan0", "Vlan4095", "Vlan010", "Vlan"})
         EXPECT_FALSE(parse_interface_name(wrong)) << wrong;
 }
 
@@ -114,6 +124,48 @@ TEST(Addresses, TellTheirFamilyAndPrefixLength)
           "2001:db8::1/129", "2001:db8:::1/64", "192.0.2.1/24/1", "host/24"})
         EXPECT_FALSE(parse_address(wrong)) << wrong;
     EXPECT_FALSE(parse_address(std::string("192.0.2.1\0/24", 13)));
+}
+
+TEST(Addresses, ThatNoInterfaceCanHave)
+{
+    const auto unusable = [](const char *text) {
+        const char *words = unusable_class(*parse_address(text));
+        return std::string(words ? words : "");
+    };
+    for (const char *text : {"224.0.0.0/4", "239.255.255.255/32", "ff02::1/128"})
+        EXPECT_EQ(unusable(text), "a multicast") << text;
+    for (const char *text : {"127.0.0.1/8", "127.255.0.1/32", "::1/128"})
+        EXPECT_EQ(unusable(text), "a loopback") << text;
+    for (const char *text : {"0.0.0.0/0", "::/0"})
+        EXPECT_EQ(unusable(text), "the unspecified") << text;
+    for (const char *text :
+         {"223.255.255.255/24", "240.0.0.1/24", "128.0.0.1/8", "::2/64", "fe80::1/64", "0.0.0.1/8"})
+        EXPECT_EQ(unusable(text), "") << text;
+    EXPECT_TRUE(is_link_local(*parse_address("fe80::1/64")));
+    EXPECT_TRUE(is_link_local(*parse_address("febf::1/64")));
+    EXPECT_FALSE(is_link_local(*parse_address("fec0::1/64")));
+    EXPECT_FALSE(is_link_local(*parse_address("254.128.0.1/16")));
+}
+
+TEST(VirtualRouterNames, HaveAnIdentifierAndAVersion)
+{
+    EXPECT_EQ(parse_virtual_router_name("Vrrp1-v4")->vrid, 1u);
+    EXPECT_FALSE(parse_virtual_router_name("Vrrp1-v4")->ipv6);
+    EXPECT_EQ(parse_virtual_router_name("Vrrp255-v6")->vrid, 255u);
+    EXPECT_TRUE(parse_virtual_router_name("Vrrp255-v6")->ipv6);
+    for (const char *wrong : {"", "-v4", "Vrrp", "Vrrp-v4", "Vrrp0-v4", "Vrrp01-v4", "Vrrp256-v4",
+                              "Vrrp1-v5", "Vrrp1", "vrrp1-v4", "Vrr1-v4", "Vrrp1-v4 "})
+        EXPECT_FALSE(parse_virtual_router_name(wrong)) << wrong;
+}
+
+TEST(Keys, LoseTheBlanksBesideBars)
+{
+    EXPECT_EQ(without_blanks_beside_bars(" Vlan10 |\t Ethernet0 "), "Vlan10|Ethernet0");
+    EXPECT_EQ(without_blanks_beside_bars("Ether net0"), "Ether net0");
+    EXPECT_EQ(without_blanks_beside_bars(" | |"), "||");
+    EXPECT_EQ(without_blanks_beside_bars(" "), "");
+    EXPECT_EQ(without_blanks_beside_bars(""), "");
+    EXPECT_EQ(without_blanks_beside_bars("|"), "|");
 }
 
 TEST(VrfNames, AreDefaultOrBeginWithVrf)

@@ -101,10 +101,12 @@ std::string escaped(std::string text)
 
 TEST(Reference, HasEveryFinding)
 {
-    std::string text = "\n| Code | | Message | Cause | Cure |\n|---|---|---|---|---|\n";
+    std::string text =
+        "\n| Code | | Left out | Message | Cause | Cure |\n|---|---|---|---|---|---|\n";
     for (const FindingType &type : finding_types())
-        text += fmt::format("| {} | {} | `{}` | {} | {} |\n", type.code(), to_text(type.severity),
-                            escaped(type.text), type.cause, type.cure);
+        text += fmt::format("| {} | {} | {} | `{}` | {} | {} |\n", type.code(),
+                            to_text(type.severity), type.leaves_out ? "yes" : "",
+                            escaped(type.text), type.cause, escaped(type.cure));
     EXPECT_EQ(section("findings"), text + "\n");
 }
 
@@ -122,9 +124,7 @@ TEST(Reference, HasCodesInTheirOrderAndFindsEach)
 
 TEST(Reference, HasNoFindingThatIsNeverTold)
 {
-    std::vector<std::string> texts = {
-        "[]", "{ // ports\n}", "{\"PORT\": {}, \"PORT\": {}}",
-        "{\"PORT\": {\"Ethernet0\": {\"mtu\": \"68\", \"mtu\": \"69\"}, \"Ethernet0\": {}}}"};
+    std::vector<std::string> texts = {"[]", "{ // ports\n}"};
     std::string many_ports = "{\"PORT\": {";
     for (int i = 0; i < 256; ++i)
         many_ports += (i ? "," : "") + fmt::format("\"Ethernet{}\": {{}}", i);

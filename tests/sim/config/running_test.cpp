@@ -12,7 +12,7 @@
 #include <unistd.h>
 
 #include "sim/config/document.h"
-#include "sim/config/flat.h"
+#include "sim/config/names.h"
 #include "tests/redis_server.h"
 #include "tests/sim/config/read.h"
 #include "tests/sim/files.h"
