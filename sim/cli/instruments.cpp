@@ -20,6 +20,12 @@
 namespace kvnsim {
 namespace {
 
+bool same_file(const std::string &a, const std::string &b)
+{
+    std::error_code none;
+    return a == b || std::filesystem::equivalent(a, b, none);
+}
+
 LevelSwitch level_switch(std::string_view level)
 {
     return {level == "error" || level == "debug", level == "debug"};
@@ -27,32 +33,45 @@ LevelSwitch level_switch(std::string_view level)
 
 } // namespace
 
+namespace {
+
+constexpr Option outputs[] = {
+    {"--db FILE", Takes::file, Times::optional, "save the shared database and the ASIC's tables"},
+    {"--record FILE", Takes::file, Times::optional,
+     "record requests, calls and traces as JSON lines, for `kvnsim replay`"},
+    {"--debug-file FILE", Takes::file, Times::optional, "write the library's debug file"},
+    {"--events FILE", Takes::file, Times::optional, "write the event history, for `kvnsim events`"},
+    {"--trace debug|error", Takes::choice, Times::optional,
+     "show trace records: all, or errors only"}};
+constexpr Option faults_and_limits[] = {
+    {"--fail CALL[:N][=STATUS]", Takes::fault, Times::any,
+     "make a call fail: each time, or the Nth"},
+    {"--fail-rate P", Takes::probability, Times::optional,
+     "make each call that can fail do so with this probability"},
+    {"--seed N", Takes::count, Times::optional,
+     "for --fail-rate: the same seed gives the same failures (1)"},
+    {"--limit TABLE=N", Takes::limit, Times::any, "capacity of an ASIC table, such as intf=4096"},
+    {"--keep-going", Takes::nothing, Times::optional,
+     "apply the valid rows of a configuration with errors"}};
+
+template <class Options> void append(std::vector<Option> &to, const Options &options)
+{
+    to.insert(to.end(), std::begin(options), std::end(options));
+}
+
+} // namespace
+
+std::vector<Option> with_faults(std::vector<Option> before, const std::vector<Option> &behind)
+{
+    append(before, faults_and_limits);
+    append(before, behind);
+    return before;
+}
+
 std::vector<Option> with_instruments(std::vector<Option> before, const std::vector<Option> &behind)
 {
-    static const Option instruments[] = {
-        {"--db FILE", Takes::file, Times::optional,
-         "save the shared database and the ASIC's tables"},
-        {"--record FILE", Takes::file, Times::optional,
-         "record requests, calls and traces as JSON lines, for `kvnsim replay`"},
-        {"--debug-file FILE", Takes::file, Times::optional, "write the library's debug file"},
-        {"--events FILE", Takes::file, Times::optional,
-         "write the event history, for `kvnsim events`"},
-        {"--trace debug|error", Takes::choice, Times::optional,
-         "show trace records: all, or errors only"},
-        {"--fail CALL[:N][=STATUS]", Takes::fault, Times::any,
-         "make a call fail: each time, or the Nth"},
-        {"--fail-rate P", Takes::probability, Times::optional,
-         "make each call that can fail do so with this probability"},
-        {"--seed N", Takes::count, Times::optional,
-         "for --fail-rate: the same seed gives the same failures (1)"},
-        {"--limit TABLE=N", Takes::limit, Times::any,
-         "capacity of an ASIC table, such as intf=4096"},
-        {"--keep-going", Takes::nothing, Times::optional,
-         "apply the valid rows of a configuration with errors"}};
-    std::vector<Option> all = std::move(before);
-    all.insert(all.end(), std::begin(instruments), std::end(instruments));
-    all.insert(all.end(), behind.begin(), behind.end());
-    return all;
+    append(before, outputs);
+    return with_faults(std::move(before), behind);
 }
 
 Instruments::Instruments(const Arguments &arguments, Console &console)
@@ -71,15 +90,18 @@ void Instruments::prepare(const std::vector<std::string> &inputs, bool writes_fi
     if (arguments_.has("--fail-rate"))
         faults.set_rate(arguments_.probability("--fail-rate", 0), arguments_.count("--seed", 1));
 
-    /* No output may overwrite an input or another output. */
+    /* No output may overwrite an input or another output; but --db may replace the database that
+     * the run goes on from. */
     std::vector<std::string> taken = inputs;
+    const bool replaces = same_file(arguments_.value("--from"), arguments_.value("--db"));
+    if (arguments_.has("--from") && !replaces)
+        taken.push_back(arguments_.value("--from"));
     for (const char *option : {"--db", "--record", "--debug-file", "--events"}) {
         if (!arguments_.has(option))
             continue;
         const std::string &file = arguments_.value(option);
         for (const std::string &other : taken) {
-            std::error_code none;
-            if (file == other || std::filesystem::equivalent(file, other, none))
+            if (same_file(file, other))
                 throw UsageError(fmt::format("{} {}: the file is already in use", option, file));
         }
         taken.push_back(file);

@@ -18,8 +18,9 @@ namespace kvnsim {
 
 class Console;
 
-/* The shared options, placed between the verb's own: --db, --record, --debug-file, --events,
- * --trace, --fail, --fail-rate, --seed, --limit, --keep-going. */
+/* The shared options, placed between the verb's own: --fail, --fail-rate, --seed, --limit,
+ * --keep-going; and before them --db, --record, --debug-file, --events, --trace. */
+std::vector<Option> with_faults(std::vector<Option> before, const std::vector<Option> &behind);
 std::vector<Option> with_instruments(std::vector<Option> before, const std::vector<Option> &behind);
 
 /* Fault injection and observers of a switch. Construct after the switch, which resets them. */

@@ -8,6 +8,8 @@
 #include "sim/cli/instruments.h"
 #include "sim/cli/interrupt.h"
 #include "sim/cli/near.h"
+#include "sim/cli/outcome.h"
+#include "sim/cli/plan.h"
 #include "sim/cli/stored.h"
 #include "sim/cli/tables.h"
 #include "sim/cli/verb.h"
@@ -20,57 +22,28 @@
 namespace kvnsim {
 namespace {
 
-/* The requests that each step of a plan makes. */
-class StepRequests : public Observer {
-public:
-    StepRequests() { Journal::instance().add(*this); }
-    ~StepRequests() override { Journal::instance().remove(*this); }
-    StepRequests(const StepRequests &) = delete;
-    StepRequests &operator=(const StepRequests &) = delete;
-
-    void request_begins(const Request &request) override { made_.push_back(request); }
-    void end_step() { steps_.push_back(std::exchange(made_, {})); }
-    std::vector<std::vector<Request>> take() { return std::exchange(steps_, {}); }
-
-private:
-    std::vector<Request> made_;
-    std::vector<std::vector<Request>> steps_;
-};
-
-/* One configuration, and the result. */
-struct Outcome : ConfigurationRun {
-    std::vector<std::vector<Request>> step_requests; /* of a dry run */
-};
-
 class Run {
 public:
     Run(const Arguments &arguments, Console &console)
         : arguments_(arguments), console_(console), json_(arguments.has("--json")),
-          quiet_(arguments.has("--quiet")), dry_(arguments.has("--dry-run")),
-          instruments_(arguments, console)
+          quiet_(arguments.has("--quiet")), instruments_(arguments, console)
     {}
 
     int run()
     {
         check_arguments();
-        progress("reading the configurations");
-        configurations_ = read_configurations(arguments_.values("CONFIG"));
-        console_.clear_progress();
+        configurations_ = read_configurations(arguments_, console_);
         if (interrupt_signal() != 0)
             return interrupted("nothing was applied");
-        tell_findings(configurations_, !quiet_, console_);
-        if (have_errors(configurations_) && !arguments_.has("--keep-going")) {
-            console_.error("kvnsim: nothing was applied (--keep-going applies the valid rows)");
+        if (are_refused(configurations_, arguments_, console_)) {
             if (json_)
                 print_json(nullptr, {});
             return exit_input;
         }
         check_timeline_interface();
-        if (!dry_) {
-            instruments_.open();
-            if (arguments_.has("--timeline"))
-                instruments_.start_timeline(arguments_.value("--timeline"));
-        }
+        instruments_.open();
+        if (arguments_.has("--timeline"))
+            instruments_.start_timeline(arguments_.value("--timeline"));
         for (const Configuration &configuration : configurations_) {
             if (interrupt_signal() != 0)
                 break;
@@ -87,10 +60,11 @@ private:
 
     void check_arguments()
     {
-        if (json_ && arguments_.has("--timeline") && !dry_)
+        if (json_ && arguments_.has("--timeline"))
             throw UsageError("--json prints one document, and nothing else: use --record FILE "
                              "instead of --timeline");
-        instruments_.prepare(arguments_.values("CONFIG"), !dry_);
+        before_ = go_on_from(arguments_, switch_);
+        instruments_.prepare(arguments_.values("CONFIG"));
     }
 
     void check_timeline_interface() const
@@ -98,7 +72,7 @@ private:
         const std::string &interface = arguments_.value("--timeline");
         if (interface.empty())
             return;
-        Names names;
+        Names names = interface_names(before_);
         for (const Configuration &configuration : configurations_)
             names.merge(interface_names(configuration.desired));
         if (names.count(interface) == 0)
@@ -122,21 +96,10 @@ private:
         console_.clear_progress();
         if (!json_ && !quiet_)
             print_plan(configuration, plan);
-        std::optional<StepRequests> requests;
-        if (dry_)
-            requests.emplace();
-        Outcome outcome{apply_configuration(switch_, configuration, std::move(plan), console_,
-                                            !instruments_.shows_as_it_happens(),
-                                            [&] {
-                                                if (requests)
-                                                    requests->end_step();
-                                            }),
-                        {}};
-        if (requests)
-            outcome.step_requests = requests->take();
+        outcomes_.push_back(apply_configuration(switch_, configuration, std::move(plan), console_,
+                                                !instruments_.shows_as_it_happens()));
         if (!json_ && !quiet_)
-            print_result(outcome);
-        outcomes_.push_back(std::move(outcome));
+            console_.out() << "  " << summary(outcomes_.back()) << "\n";
     }
 
     void print_plan(const Configuration &configuration, const Plan &plan)
@@ -146,50 +109,30 @@ private:
         console_.out() << ignored_tables(configuration) << std::flush;
     }
 
-    void print_result(const Outcome &outcome)
-    {
-        std::ostream &out = console_.out();
-        for (size_t i = 0; i < outcome.step_requests.size(); ++i) {
-            out << "  " << outcome.plan.steps[i].words << "\n";
-            for (const Request &request : outcome.step_requests[i])
-                out << fmt::format("      {}({})\n", request.entry, request.arguments);
-        }
-        out << "  " << (dry_ ? "tried: " : "") << summary(outcome) << "\n";
-    }
-
     /* ---- After ---- */
 
     int finish()
     {
         instruments_.stop_timeline();
-        bool found = false;
-        if (dry_) {
-            if (json_)
-                print_json(nullptr, {});
-            else if (!quiet_)
-                console_.out() << "Nothing was applied: this was a trial on a temporary switch.\n";
-        } else {
-            const Snapshot snapshot =
-                outcomes_.empty()
-                    ? capture(switch_)
-                    : capture(switch_, applied_files(), outcomes_.back().configuration->findings,
-                              outcomes_.back().applied.interrupted);
-            files_written_ = instruments_.close(snapshot);
-            const std::vector<AuditFinding> findings = audit(snapshot);
-            found = !findings.empty();
-            if (json_)
-                print_json(&snapshot, findings);
-            else if (!quiet_)
-                print_tables(snapshot);
-        }
+        const Snapshot snapshot =
+            outcomes_.empty()
+                ? capture(switch_, applied_files(), before_.reader, before_.meta.interrupted)
+                : capture(switch_, applied_files(), outcomes_.back().configuration->findings,
+                          outcomes_.back().applied.interrupted);
+        files_written_ = instruments_.close(snapshot);
+        const std::vector<AuditFinding> findings = audit(snapshot);
+        if (json_)
+            print_json(&snapshot, findings);
+        else if (!quiet_)
+            print_tables(snapshot);
         instruments_.warn_of_unused_faults();
-        return status(found);
+        return status(!findings.empty());
     }
 
     std::vector<std::string> applied_files() const
     {
-        std::vector<std::string> files;
-        for (const Outcome &outcome : outcomes_)
+        std::vector<std::string> files = before_.file_names();
+        for (const ConfigurationRun &outcome : outcomes_)
             files.push_back(outcome.configuration->file);
         return files;
     }
@@ -239,11 +182,9 @@ private:
     int status(bool found)
     {
         if (interrupt_signal() != 0)
-            return interrupted(dry_                     ? "the plan is not complete"
-                               : arguments_.has("--db") ? "the database holds what was done"
-                                                        : "the rest was not applied");
-        if (std::any_of(outcomes_.begin(), outcomes_.end(),
-                        [](const Outcome &o) { return !o.applied.failures.empty(); }))
+            return interrupted(arguments_.has("--db") ? "the database holds what was done"
+                                                      : "the rest was not applied");
+        if (any_failed(outcomes_))
             return exit_request;
         if (have_errors(configurations_) || !files_written_)
             return exit_input;
@@ -258,13 +199,13 @@ private:
         json.begin_object().key("configurations").begin_array();
         for (const Configuration &configuration : configurations_) {
             const auto found =
-                std::find_if(outcomes_.begin(), outcomes_.end(), [&](const Outcome &one) {
+                std::find_if(outcomes_.begin(), outcomes_.end(), [&](const ConfigurationRun &one) {
                     return one.configuration == &configuration;
                 });
             write(json.begin_object(), configuration);
-            json.field("applied", !dry_ && found != outcomes_.end());
+            json.field("applied", found != outcomes_.end());
             if (found != outcomes_.end())
-                outcome(json, *found);
+                write(json, *found);
             json.end_object();
         }
         json.end_array().field("interrupted", interrupt_signal() != 0);
@@ -281,66 +222,21 @@ private:
         console_.out() << json.end_object().document();
     }
 
-    void outcome(Json &json, const Outcome &outcome) const
-    {
-        json.field("requests", outcome.requests).field("calls", outcome.calls);
-        json.field("steps_done", outcome.applied.steps_done);
-        json.key("steps").begin_array();
-        for (size_t i = 0; i < outcome.plan.steps.size(); ++i) {
-            write_step(json.begin_object(), outcome.plan.steps[i]);
-            if (i < outcome.step_requests.size()) {
-                json.key("requests").begin_array();
-                for (const Request &request : outcome.step_requests[i])
-                    json.begin_object()
-                        .field("entry", request.entry)
-                        .field("arguments", request.arguments)
-                        .end_object();
-                json.end_array();
-            }
-            json.end_object();
-        }
-        json.end_array().key("failures").begin_array();
-        for (const Failure &failure : outcome.applied.failures)
-            write_failure(json, failure);
-        json.end_array();
-    }
-
-    static void write_step(Json &json, const Step &step)
-    {
-        json.field("words", step.words).field("object", step.name);
-        write(json.key("cause").begin_object(), step.cause);
-        json.end_object();
-    }
-
-    static void write_failure(Json &json, const Failure &failure)
-    {
-        write_step(json.begin_object(), failure.step);
-        json.field("message", failure.message).key("request");
-        if (failure.request == nullptr) {
-            json.null().end_object();
-            return;
-        }
-        const Request &request = *failure.request;
-        json.begin_object().field("number", request.number).field("entry", request.entry);
-        json.field("arguments", request.arguments).field("result", request.result);
-        json.field("failed_calls", request.failed_calls);
-        json.field("first_failure", request.first_failure().words);
-        json.field("reason", request.first_failure().reason).end_object().end_object();
-    }
-
     const Arguments &arguments_;
     Console &console_;
-    const bool json_, quiet_, dry_;
+    const bool json_, quiet_;
     Switch switch_; /* before the instruments, which it would reset */
     Instruments instruments_;
+    Snapshot before_; /* what --from goes on from; else empty */
     std::vector<Configuration> configurations_;
-    std::vector<Outcome> outcomes_;
+    std::vector<ConfigurationRun> outcomes_;
     bool files_written_ = true;
 };
 
 int run(const Arguments &arguments, Console &console)
 {
-    return Run(arguments, console).run();
+    return arguments.has("--dry-run") ? plan_configurations(arguments, console)
+                                      : Run(arguments, console).run();
 }
 
 } // namespace
@@ -352,10 +248,11 @@ const Verb run_verb{
     "kvnsim run examples/leaf.json --fail libsdk_lid_entry_create:2=SDK_E_FULL\n",
     with_instruments(
         {{"CONFIG", Takes::file, Times::some, "config_db.json files; - is standard input"},
+         from_option,
          {"--timeline [IF]", Takes::maybe_interface, Times::optional,
           "each request with its calls, of all interfaces or of one"},
          {"--dry-run", Takes::nothing, Times::optional,
-          "try the plan on a temporary switch and show its requests; no file is written"}},
+          "as `kvnsim plan`: show what would change, and try it on a temporary switch"}},
         {json_option,
          {"--quiet", Takes::nothing, Times::optional, "errors, warnings and failures only"}}),
     run};

@@ -23,7 +23,7 @@ namespace kvnsim {
 namespace {
 
 constexpr int application_id = 0x4b564e53; /* "KVNS", in the file's header */
-constexpr int format_version = 3;
+constexpr int format_version = 4;
 
 [[noreturn]] void fail(const std::string &path, const std::string &reason)
 {
@@ -123,10 +123,11 @@ public:
         last_ = origin.request.get();
     }
     template <class T> void add(const T &) {} /* other columns name no request */
-    void add(Request row)
+    /* false when there is one of that number. */
+    bool add(Request row)
     {
         const uint64_t number = row.number;
-        by_number_.emplace(number, std::make_shared<const Request>(std::move(row)));
+        return by_number_.emplace(number, std::make_shared<const Request>(std::move(row))).second;
     }
     RequestRef find(uint64_t number) const
     {
@@ -188,10 +189,10 @@ public:
         }
     }
     void put(const Mac &mac) { put(to_text(mac)); }
-    void put(const std::optional<uint32_t> &number)
+    template <class T> void put(const std::optional<T> &value)
     {
-        if (number)
-            put(*number);
+        if (value)
+            put(*value);
         else
             put_null();
     }
@@ -251,13 +252,13 @@ public:
             damaged(at_ - 1);
         mac = *read;
     }
-    void get(std::optional<uint32_t> &number)
+    template <class T> void get(std::optional<T> &value)
     {
         if (sqlite3_column_type(statement_, at_) == SQLITE_NULL) {
-            number.reset();
+            value.reset();
             ++at_;
         } else {
-            get(number.emplace());
+            get(value.emplace());
         }
     }
     template <class Row> void get_row(Row &row)
@@ -274,6 +275,7 @@ public:
     }
     void get(InterfaceKind &kind) { get_enum(kind, interface_kind_names); }
     void get(Finding::Severity &severity) { get_enum(severity, severity_names); }
+    void get(StepKind &step) { get_enum(step, step_kind_names); }
     void get(Origin &origin)
     {
         uint64_t number = 0;
@@ -444,8 +446,10 @@ Snapshot load(const std::string &path)
         fail(path, "damaged: table meta needs one row");
     snapshot.meta = meta.front();
     Requests requests;
-    for (Request &row : get_rows<Request>(db))
-        requests.add(std::move(row));
+    for (const Request &row : get_rows<Request>(db)) {
+        if (!requests.add(row))
+            fail(path, fmt::format("damaged: table request has number {} twice", row.number));
+    }
     Snapshot::tables([&](auto rows) {
         auto &table = snapshot.*rows;
         using Row = typename std::remove_reference_t<decltype(table)>::value_type;
