@@ -88,6 +88,7 @@ public:
         for (const Step &step : plan.steps)
             take(step);
         lives();
+        port_channels();
         memberships();
         for (const Step *step : settings_) {
             const auto has = of_.settings().find(step->name);
@@ -171,7 +172,38 @@ private:
         }
     }
 
-    bool is_whole_new_or_gone(const std::string &name) const { return lives_.count(name) != 0; }
+    /* A routed port-channel is in the ASIC from its first member to its last. */
+    void port_channels()
+    {
+        for (const auto &[name, has] : of_.have().port_channels) {
+            if (!has.l3 || lives_.count(name) != 0)
+                continue;
+            size_t members = 0, leaving = 0;
+            for (const auto &[port, location] : has.members) {
+                if (of_.declined_members().count({name, port}) != 0)
+                    continue;
+                ++members;
+                const auto membership = memberships_.find(port);
+                leaving += membership != memberships_.end() && membership->second.before == name;
+            }
+            if (members == 0 || leaving != members)
+                continue;
+            const bool returns = std::any_of(
+                memberships_.begin(), memberships_.end(),
+                [&, &channel = name](const auto &one) { return one.second.after == channel; });
+            emptied_[name] = returns;
+            if (returns)
+                add(name, ChangeKind::recreated, "recreated with other members");
+            else
+                add(name, ChangeKind::deleted, "loses its last member");
+        }
+    }
+
+    /* Told as a whole, without its members. */
+    bool comes_or_goes(const std::string &name) const
+    {
+        return lives_.count(name) != 0 || emptied_.count(name) != 0;
+    }
 
     void memberships()
     {
@@ -184,9 +216,9 @@ private:
                 add(port, ChangeKind::moves, "leaves " + of.before + " and joins it again");
             else
                 add(port, ChangeKind::moves, "moves from " + of.before + " to " + of.after);
-            if (!of.before.empty() && !is_whole_new_or_gone(of.before))
+            if (!of.before.empty() && !comes_or_goes(of.before))
                 add(of.before, ChangeKind::member_leaves, "member " + port + " leaves");
-            if (!of.after.empty() && !is_whole_new_or_gone(of.after))
+            if (!of.after.empty() && !comes_or_goes(of.after))
                 add(of.after, ChangeKind::member_joins, "member " + port + " joins");
         }
     }
@@ -204,7 +236,9 @@ private:
     bool goes_with_interface(const Step &step) const
     {
         const auto life = lives_.find(step.name);
-        return life != lives_.end() && life->second.created == nullptr;
+        const auto emptied = emptied_.find(step.name);
+        return (life != lives_.end() && life->second.created == nullptr) ||
+               (emptied != emptied_.end() && !emptied->second);
     }
 
     /* A virtual MAC that goes with its interface, or follows it through its recreation, is no
@@ -234,6 +268,7 @@ private:
     const Desired &want_;
     ByName<Life> lives_;
     ByName<Membership> memberships_;
+    ByName<bool> emptied_; /* port-channels that lose all members; whether others join */
     std::vector<const Step *> settings_, macs_;
     ByName<std::vector<Change>> changes_;
 };

