@@ -235,36 +235,13 @@ private:
     std::map<std::string_view, uint32_t> high_water_;
 };
 
-/* Host and ASIC are restored. */
-void restore_contexts(const Snapshot &from)
-{
-    const HandedOut handed_out(from);
-    each_row(from.contexts, [&](const ContextRow &row, const auto &refuse) {
-        HostInterface *const interface = Host::instance().find(row.ifindex);
-        if (interface == nullptr)
-            return refuse("ifindex", fmt::format("{} is no interface", row.ifindex));
-        if (interface->context() != nullptr)
-            refuse("ifindex", twice);
-        handed_out.check(row.intf_id, "intf", "intf_id", refuse);
-        handed_out.check(row.old_intf_id, "intf", "old_intf_id", refuse);
-        handed_out.check(row.lid_id, "lid", "lid_id", refuse);
-        handed_out.check(row.pc_id, "pc", "pc_id", refuse);
-        l3_pd &context = interface->make_context();
-        context.intf_id = static_cast<uint16_t>(row.intf_id);
-        context.old_intf_id = static_cast<uint16_t>(row.old_intf_id);
-        context.lid_id = row.lid_id;
-        context.pc_id = row.pc_id;
-    });
-    each_row(from.owned_router_mac, [&](const OwnedRouterMac &row, const auto &refuse) {
-        handed_out.check(row.peer_mac_id, "rmac", "peer_mac_id", refuse);
-    });
-}
-
-/* What the host made in the ASIC is there until the host releases it. */
-void check_host(const Snapshot &from)
+/* The ASIC and the host are restored from the rows. */
+void check_identifiers(const Snapshot &from)
 {
     const Asic &asic = Asic::instance();
+    const HandedOut handed_out(from);
     each_row(from.host, [&](const HostRow &row, const auto &refuse) {
+        /* What the host made is there until the host destroys it. */
         const auto expect = [&](const std::optional<uint32_t> &id, const char *column,
                                 const char *what, const auto &find) {
             if (id && find(*id) == nullptr)
@@ -276,12 +253,37 @@ void check_host(const Snapshot &from)
             refuse("name",
                    fmt::format("no {} has the name {}", to_text(row.kind), quoted(row.name)));
         expect(row.port_lid, "port_lid", "LID entry", lid);
-        expect(row.kept_intf, "kept_intf", "interface",
-               [&](uint32_t id) { return asic.find_interface(id); });
         expect(row.held_pc, "held_pc", "port-channel",
                [&](uint32_t id) { return asic.find_port_channel(id); });
         if (row.held_lid != no_id)
             expect(row.held_lid, "held_lid", "LID entry", lid);
+        if (row.kept_intf)
+            handed_out.check(*row.kept_intf, "intf", "kept_intf", refuse);
+    });
+    each_row(from.contexts, [&](const ContextRow &row, const auto &refuse) {
+        handed_out.check(row.intf_id, "intf", "intf_id", refuse);
+        handed_out.check(row.old_intf_id, "intf", "old_intf_id", refuse);
+        handed_out.check(row.lid_id, "lid", "lid_id", refuse);
+        handed_out.check(row.pc_id, "pc", "pc_id", refuse);
+    });
+    each_row(from.owned_router_mac, [&](const OwnedRouterMac &row, const auto &refuse) {
+        handed_out.check(row.peer_mac_id, "rmac", "peer_mac_id", refuse);
+    });
+}
+
+void restore_contexts(const Snapshot &from)
+{
+    each_row(from.contexts, [&](const ContextRow &row, const auto &refuse) {
+        HostInterface *const interface = Host::instance().find(row.ifindex);
+        if (interface == nullptr)
+            return refuse("ifindex", fmt::format("{} is no interface", row.ifindex));
+        if (interface->context() != nullptr)
+            refuse("ifindex", twice);
+        l3_pd &context = interface->make_context();
+        context.intf_id = static_cast<uint16_t>(row.intf_id);
+        context.old_intf_id = static_cast<uint16_t>(row.old_intf_id);
+        context.lid_id = row.lid_id;
+        context.pc_id = row.pc_id;
     });
 }
 
@@ -363,10 +365,9 @@ void expect_same(const std::vector<Row> &read, const std::vector<Row> &restored)
     }
 }
 
-/* Throws BadRow half way. */
+/* Throws BadRow, perhaps half way. */
 void put(const Snapshot &from, Switch &into)
 {
-    check_requests(from);
     SwitchMemory memory = memory_of(from);
     Asic::instance().restore({from.intfs, from.attributes, from.lids, from.lid_paths,
                               from.port_channels, from.members, from.router_macs, from.traps,
@@ -374,8 +375,6 @@ void put(const Snapshot &from, Switch &into)
     forget_virtual_macs();
     Host::instance().restore(
         {from.host, from.pm, from.pc, from.l3lif, from.label, from.member_intf});
-    check_host(from);
-    check_applied(from);
     restore_contexts(from);
     restore_virtual_macs(from);
     Diagnostics::instance().restore_errors(from.errors);
@@ -393,7 +392,10 @@ void restore(const Snapshot &snapshot, Switch &into, const std::string &name)
             throw BadRow(MetaRow::table, 1, "word_size",
                          fmt::format("a switch of {} bits; this kvnsim has {}",
                                      snapshot.meta.word_size, bits));
+        check_requests(snapshot);
         put(snapshot, into);
+        check_identifiers(snapshot);
+        check_applied(snapshot);
         const Snapshot restored =
             capture(into, snapshot.file_names(), snapshot.reader, snapshot.meta.interrupted);
         expect_same<MetaRow>({snapshot.meta}, {restored.meta});
