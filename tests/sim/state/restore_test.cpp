@@ -138,6 +138,36 @@ TEST_F(Restored, FindsThePlanThatWasDue)
     EXPECT_EQ(words(other.plan(next)), due);
 }
 
+/* A refusal names the newest holder of an object, which need not be the last by identifier. */
+TEST_F(Restored, NamesTheSameHolders)
+{
+    const auto with = [](const std::string &rows, const std::string &vrids) {
+        return with_ports(R"("INTERFACE": {"Ethernet0": {}}, "VLAN_SUB_INTERFACE": {)" + rows +
+                          R"(}, "VRRP": {)" + vrids + "}");
+    };
+    bring_about(with(R"("Ethernet0.10": {}, "Ethernet0.20": {})",
+                     R"("Ethernet0|1": {}, "Ethernet0|2": {})"));
+    bring_about(with(R"("Ethernet0.20": {})", R"("Ethernet0|2": {})"));
+    bring_about(with(R"("Ethernet0.20": {}, "Ethernet0.30": {})",
+                     R"("Ethernet0|2": {}, "Ethernet0|3": {})"));
+    const auto refusals = [&] {
+        Asic &asic = Asic::instance();
+        std::vector<std::string> all;
+        EXPECT_EQ(asic.intf_destroy(interface("Ethernet0").intf_id()), SDK_E_BUSY);
+        all.push_back(asic.last_refusal());
+        EXPECT_EQ(asic.lid_destroy(*interface("Ethernet0").lid_id), SDK_E_BUSY);
+        all.push_back(asic.last_refusal());
+        return all;
+    };
+    const std::vector<std::string> before = refusals();
+    const uint32_t newest = interface("Ethernet0.30").intf_id();
+    ASSERT_LT(newest, interface("Ethernet0.20").intf_id());
+    EXPECT_THAT(before[0], HasSubstr(fmt::format("sub-interface {} (", newest)));
+    EXPECT_THAT(before[1], HasSubstr(fmt::format("interface {} (", newest)));
+    restore(capture(sw), sw, "");
+    EXPECT_EQ(refusals(), before);
+}
+
 /* ---- A run cut in two ---- */
 
 /* One change after another; failures are injected into each by its own seed, so that the cut does
@@ -182,7 +212,7 @@ TEST(ARunCutInTwo, EndsLikeTheWholeOne)
     EXPECT_TRUE(rc::check("any changes, with and without failures", [&] {
         Course course;
         course.seed = *rc::gen::inRange<uint64_t>(0, 1U << 20);
-        course.changes = *rc::gen::inRange<uint32_t>(2, 40);
+        course.changes = *rc::gen::inRange<uint32_t>(2, 120);
         course.fail_rate = *rc::gen::element(0.0, 0.02, 0.1);
         const auto cut = *rc::gen::inRange<uint32_t>(1, course.changes);
         Diagnostics::instance().reset();
@@ -200,8 +230,11 @@ TEST(ARunCutInTwo, EndsLikeTheWholeOne)
         const Snapshot before = capture(first);
         save(before, file.path);
         const std::string bytes = content_of(file.path);
+        const std::vector<uint32_t> next = next_identifiers();
         Diagnostics::instance().reset();
         Switch second;
+        restore(load(file.path), second, file.path);
+        RC_ASSERT(next_identifiers() == next);
         restore(load(file.path), second, file.path);
         RC_ASSERT(capture(second) == before);
         save(capture(second), file.path);
