@@ -21,6 +21,12 @@
 namespace kvnsim {
 namespace {
 
+bool same_file(const std::string &a, const std::string &b)
+{
+    std::error_code none;
+    return a == b || std::filesystem::equivalent(a, b, none);
+}
+
 LevelSwitch level_switch(std::string_view level)
 {
     return {level == "error" || level == "debug", level == "debug"};
@@ -28,32 +34,45 @@ LevelSwitch level_switch(std::string_view level)
 
 } // namespace
 
+namespace {
+
+constexpr Option outputs[] = {
+    {"--db FILE", Takes::file, Times::optional, "save the shared database and the ASIC's tables"},
+    {"--record FILE", Takes::file, Times::optional,
+     "record requests, calls and traces as JSON lines, for `kvnsim replay`"},
+    {"--debug-file FILE", Takes::file, Times::optional, "write the library's debug file"},
+    {"--events FILE", Takes::file, Times::optional, "write the event history, for `kvnsim events`"},
+    {"--trace debug|error", Takes::choice, Times::optional,
+     "show trace records: all, or errors only"}};
+constexpr Option faults_and_limits[] = {
+    {"--fail CALL[:N][=STATUS]", Takes::fault, Times::any,
+     "make a call fail: each time, or the Nth"},
+    {"--fail-rate P", Takes::probability, Times::optional,
+     "make each call that can fail do so with this probability"},
+    {"--seed N", Takes::count, Times::optional,
+     "for --fail-rate: the same seed gives the same failures (1)"},
+    {"--limit TABLE=N", Takes::limit, Times::any, "capacity of an ASIC table, such as intf=4096"},
+    {"--keep-going", Takes::nothing, Times::optional,
+     "apply the valid rows of a configuration with errors"}};
+
+template <class Options> void append(std::vector<Option> &to, const Options &options)
+{
+    to.insert(to.end(), std::begin(options), std::end(options));
+}
+
+} // namespace
+
+std::vector<Option> with_faults(std::vector<Option> before, const std::vector<Option> &behind)
+{
+    append(before, faults_and_limits);
+    append(before, behind);
+    return before;
+}
+
 std::vector<Option> with_instruments(std::vector<Option> before, const std::vector<Option> &behind)
 {
-    static const Option instruments[] = {
-        {"--db FILE", Takes::file, Times::optional,
-         "save the shared database and the ASIC's tables"},
-        {"--record FILE", Takes::file, Times::optional,
-         "record requests, calls and traces as JSON lines, for `kvnsim replay`"},
-        {"--debug-file FILE", Takes::file, Times::optional, "write the library's debug file"},
-        {"--events FILE", Takes::file, Times::optional,
-         "write the event history, for `kvnsim events`"},
-        {"--trace debug|error", Takes::choice, Times::optional,
-         "show trace records: all, or errors only"},
-        {"--fail CALL[:N][=STATUS]", Takes::fault, Times::any,
-         "make a call fail: each time, or the Nth"},
-        {"--fail-rate P", Takes::probability, Times::optional,
-         "make each call that can fail do so with this probability"},
-        {"--seed N", Takes::count, Times::optional,
-         "for --fail-rate: the same seed gives the same failures (1)"},
-        {"--limit TABLE=N", Takes::limit, Times::any,
-         "capacity of an ASIC table, such as intf=4096"},
-        {"--keep-going", Takes::nothing, Times::optional,
-         "apply the valid rows of a configuration with errors"}};
-    std::vector<Option> all = std::move(before);
-    all.insert(all.end(), std::begin(instruments), std::end(instruments));
-    all.insert(all.end(), behind.begin(), behind.end());
-    return all;
+    append(before, outputs);
+    return with_faults(std::move(before), behind);
 }
 
 Instruments::Instruments(const Arguments &arguments, Console &console)
@@ -72,15 +91,18 @@ void Instruments::prepare(const std::vector<std::string> &inputs, bool writes_fi
     if (arguments_.has("--fail-rate"))
         faults.set_rate(arguments_.probability("--fail-rate", 0), arguments_.count("--seed", 1));
 
-    /* No output may overwrite an input or another output. */
+    /* No output may overwrite an input or another output; but --db may replace the database that
+     * the run goes on from. */
     std::vector<std::string> taken = inputs;
+    const bool replaces = same_file(arguments_.value("--from"), arguments_.value("--db"));
+    if (arguments_.has("--from") && !replaces)
+        taken.push_back(arguments_.value("--from"));
     for (const char *option : {"--db", "--record", "--debug-file", "--events"}) {
         if (!arguments_.has(option))
             continue;
         const std::string &file = arguments_.value(option);
         for (const std::string &other : taken) {
-            std::error_code none;
-            if (file == other || std::filesystem::equivalent(file, other, none))
+            if (same_file(file, other))
                 throw UsageError(fmt::format("{} {}: the file is already in use", option, file));
         }
         taken.push_back(file);
@@ -210,9 +232,9 @@ ConfigurationRun apply_configuration(Switch &to, const Configuration &configurat
     console.clear_progress();
     outcome.requests = journal.requests_made() - outcome.requests;
     outcome.calls = journal.calls_made - outcome.calls;
-    std::map<uint64_t, uint64_t> made_up_for = outcome.applied.made_up_for;
+    MadeUpFor made_up_for = outcome.applied.made_up_for;
     for (const Failure &failure : outcome.applied.failures) {
-        const uint64_t by = made_up_by(failure, outcome.applied);
+        const uint64_t by = made_up_by(failure, outcome.applied.made_up_for);
         if (by != 0)
             made_up_for.erase(failure.request->number);
         console.error(fmt::format("{}: failed to {}: {}{}", failure.step.cause.to_text(),
@@ -233,12 +255,11 @@ void write(Json &json, const Step &step)
     json.end_object();
 }
 
-uint64_t made_up_by(const Failure &failure, const Applied &applied)
+uint64_t made_up_by(const Failure &failure, const MadeUpFor &made_up_for)
 {
-    const auto found = failure.request != nullptr
-                           ? applied.made_up_for.find(failure.request->number)
-                           : applied.made_up_for.end();
-    return found == applied.made_up_for.end() ? 0 : found->second;
+    const auto found = failure.request != nullptr ? made_up_for.find(failure.request->number)
+                                                  : made_up_for.end();
+    return found == made_up_for.end() ? 0 : found->second;
 }
 
 void write(Json &json, const Failure &failure, uint64_t made_up_by)
@@ -266,7 +287,7 @@ std::string summary(const ConfigurationRun &outcome)
 {
     const auto &failures = outcome.applied.failures;
     const auto made_up = std::count_if(failures.begin(), failures.end(), [&](const Failure &one) {
-        return made_up_by(one, outcome.applied) != 0;
+        return made_up_by(one, outcome.applied.made_up_for) != 0;
     });
     return fmt::format(
         "{}, {}, {}{}{}", counted(outcome.requests, "request"), counted(outcome.calls, "call"),

@@ -19,8 +19,9 @@ namespace kvnsim {
 
 class Console;
 
-/* The shared options, placed between the verb's own: --db, --record, --debug-file, --events,
- * --trace, --fail, --fail-rate, --seed, --limit, --keep-going. */
+/* The shared options, placed between the verb's own: --fail, --fail-rate, --seed, --limit,
+ * --keep-going; and before them --db, --record, --debug-file, --events, --trace. */
+std::vector<Option> with_faults(std::vector<Option> before, const std::vector<Option> &behind);
 std::vector<Option> with_instruments(std::vector<Option> before, const std::vector<Option> &behind);
 
 /* Fault injection and observers of a switch. Construct after the switch, which resets them. */
@@ -95,6 +96,6 @@ void write(Json &json, const Step &step);
  * for none, and the request that failed. */
 void write(Json &json, const Failure &failure, uint64_t made_up_by);
 /* The request that did later what a failed one was for; 0: none. */
-uint64_t made_up_by(const Failure &failure, const Applied &applied);
+uint64_t made_up_by(const Failure &failure, const MadeUpFor &made_up_for);
 
 } // namespace kvnsim

@@ -3,10 +3,12 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
+#include "sim/cli/plan.h"
 #include "sim/cli/policy.h"
 #include "sim/cli/shell.h"
 #include "sim/cli/stored.h"
 #include "sim/state/compare.h"
+#include "sim/state/restore.h"
 
 namespace kvnsim {
 namespace {
@@ -65,6 +67,7 @@ int plan(Session &session, const Arguments &given)
     if (is_refused(session, configuration))
         return exit_input;
     const Plan steps = session.power.plan(configuration.desired);
+    print_changes(changes(session.power, configuration.desired, steps), session.console);
     for (const Step &step : steps.steps)
         session.console.out() << step.words << "\n";
     session.console.out() << counted(steps.steps.size(), "step") << "\n";
@@ -82,6 +85,17 @@ int check(Session &session, const Arguments &given)
 int save_database(Session &session, const Arguments &given)
 {
     save(session.now(), given.value("FILE"));
+    return exit_well;
+}
+
+int load_database(Session &session, const Arguments &given)
+{
+    const std::string &file = given.value("FILE");
+    const Snapshot saved = load(file);
+    restore(saved, session.power, file);
+    session.files = saved.file_names();
+    session.findings = saved.reader;
+    session.interrupted = saved.meta.interrupted;
     return exit_well;
 }
 
@@ -162,7 +176,13 @@ const CommandGroup configuration_commands{
      {"reload", "apply the last file again", {{"FILE", Takes::file, Times::optional}}, apply},
      {"plan", "show what apply would do", {{"FILE", Takes::file}}, plan},
      {"check", "validate a configuration", {{"FILE", Takes::file}}, check},
-     {"save", "keep the switch's state in a database", {{"FILE", Takes::file}}, save_database}}};
+     {"save", "keep the switch's state in a database", {{"FILE", Takes::file}}, save_database},
+     {"load",
+      "go on from the switch in a database",
+      {{"FILE", Takes::file}},
+      load_database,
+      "It replaces the present switch. What was set with fail, fail-rate, timeline and trace\n"
+      "stays; capacities come with the switch.\n"}}};
 
 const CommandGroup looking_commands{
     "Inspection",

@@ -40,7 +40,7 @@ struct Verb {
 
 /* The verbs, each in the file of its name; verb_stored.cpp has those that read a database. */
 extern const Verb audit_verb, check_verb, completion_verb, diff_verb, events_verb, explain_verb,
-    manual_verb, replay_verb, report_verb, run_verb, shell_verb, show_verb, stress_verb,
+    manual_verb, plan_verb, replay_verb, report_verb, run_verb, shell_verb, show_verb, stress_verb,
     version_verb, watch_verb;
 
 /* All of them, in the order of help. */
@@ -50,6 +50,8 @@ const Verb *find_verb(std::string_view name); /* nullptr for an unknown one */
 /* Options that several verbs share. */
 constexpr Option db_option{"--db FILE", Takes::file, Times::required,
                            "the database that `kvnsim run --db FILE` wrote"};
+constexpr Option from_option{"--from FILE", Takes::file, Times::optional,
+                             "go on from the switch that `kvnsim run --db FILE` saved"};
 constexpr Option json_option{"--json", Takes::nothing, Times::optional,
                              "one JSON document instead of text"};
 

@@ -7,6 +7,8 @@
 #include "sim/cli/input.h"
 #include "sim/cli/instruments.h"
 #include "sim/cli/interrupt.h"
+#include "sim/cli/outcome.h"
+#include "sim/cli/plan.h"
 #include "sim/cli/policy.h"
 #include "sim/cli/stored.h"
 #include "sim/cli/tables.h"
@@ -21,51 +23,28 @@
 namespace kvnsim {
 namespace {
 
-/* The requests that each step of a plan makes. */
-class StepRequests : public Observer {
-public:
-    void request_begins(const Request &request) override { made_.push_back(request); }
-    void end_step() { steps_.push_back(std::exchange(made_, {})); }
-    std::vector<std::vector<Request>> take() { return std::exchange(steps_, {}); }
-
-private:
-    std::vector<Request> made_;
-    std::vector<std::vector<Request>> steps_;
-};
-
-/* One configuration, and the result. */
-struct Outcome : ConfigurationRun {
-    std::vector<std::vector<Request>> step_requests; /* of a dry run */
-};
-
 class Run {
 public:
     Run(const Arguments &arguments, Console &console)
-        : arguments_(arguments), console_(console), policy_(arguments),
-          json_(arguments.has("--json")), quiet_(arguments.has("--quiet")),
-          dry_(arguments.has("--dry-run")), instruments_(arguments, console)
+        : arguments_(arguments), console_(console), policy_(arguments), json_(arguments.has("--json")),
+          quiet_(arguments.has("--quiet")), instruments_(arguments, console)
     {}
 
     int run()
     {
         check_arguments();
-        progress("reading the configurations");
-        configurations_ = read_configurations(arguments_.values("CONFIG"));
-        console_.clear_progress();
+        configurations_ = read_configurations(arguments_, console_);
         if (interrupt_signal() != 0)
             return interrupted("nothing was applied");
-        tell_findings(configurations_, policy_, !quiet_, console_);
-        if (is_refused()) {
+        if (are_refused(configurations_, policy_, arguments_, console_)) {
             if (json_)
                 print_json(nullptr, {});
             return exit_input;
         }
         check_timeline_interface();
-        if (!dry_) {
-            instruments_.open();
-            if (arguments_.has("--timeline"))
-                instruments_.start_timeline(arguments_.value("--timeline"));
-        }
+        instruments_.open();
+        if (arguments_.has("--timeline"))
+            instruments_.start_timeline(arguments_.value("--timeline"));
         for (const Configuration &configuration : configurations_) {
             if (interrupt_signal() != 0)
                 break;
@@ -77,26 +56,13 @@ public:
 private:
     /* ---- Before ---- */
 
-    /* A file of which nothing is known is not applied as if it wanted nothing. */
-    bool is_refused() const
-    {
-        const bool understood =
-            std::all_of(configurations_.begin(), configurations_.end(),
-                        [](const Configuration &one) { return one.is_understood; });
-        if (understood && (!policy_.refuses_any(configurations_) || arguments_.has("--keep-going")))
-            return false;
-        console_.error(understood
-                           ? "kvnsim: nothing was applied (--keep-going applies the valid rows)"
-                           : "kvnsim: nothing was applied");
-        return true;
-    }
-
     void check_arguments()
     {
-        if (json_ && arguments_.has("--timeline") && !dry_)
+        if (json_ && arguments_.has("--timeline"))
             throw UsageError("--json prints one document, and nothing else: use --record FILE "
                              "instead of --timeline");
-        instruments_.prepare(arguments_.values("CONFIG"), !dry_);
+        before_ = go_on_from(arguments_, switch_);
+        instruments_.prepare(arguments_.values("CONFIG"));
     }
 
     void check_timeline_interface() const
@@ -104,7 +70,7 @@ private:
         const std::string &interface = arguments_.value("--timeline");
         if (interface.empty())
             return;
-        Names names;
+        Names names = interface_names(before_);
         for (const Configuration &configuration : configurations_)
             names.merge(interface_names(configuration.desired));
         if (names.count(interface) == 0)
@@ -128,21 +94,10 @@ private:
         console_.clear_progress();
         if (!json_ && !quiet_)
             print_plan(configuration, plan);
-        std::optional<StepRequests> requests;
-        if (dry_)
-            requests.emplace();
-        Outcome outcome{apply_configuration(switch_, configuration, std::move(plan), console_,
-                                            !instruments_.shows_as_it_happens(),
-                                            [&] {
-                                                if (requests)
-                                                    requests->end_step();
-                                            }),
-                        {}};
-        if (requests)
-            outcome.step_requests = requests->take();
+        outcomes_.push_back(apply_configuration(switch_, configuration, std::move(plan), console_,
+                                                !instruments_.shows_as_it_happens()));
         if (!json_ && !quiet_)
-            print_result(outcome);
-        outcomes_.push_back(std::move(outcome));
+            console_.out() << "  " << summary(outcomes_.back()) << "\n";
     }
 
     void print_plan(const Configuration &configuration, const Plan &plan)
@@ -152,50 +107,30 @@ private:
         console_.out() << ignored_tables(configuration) << std::flush;
     }
 
-    void print_result(const Outcome &outcome)
-    {
-        std::ostream &out = console_.out();
-        for (size_t i = 0; i < outcome.step_requests.size(); ++i) {
-            out << "  " << outcome.plan.steps[i].words << "\n";
-            for (const Request &request : outcome.step_requests[i])
-                out << fmt::format("      {}({})\n", request.entry, request.arguments);
-        }
-        out << "  " << (dry_ ? "tried: " : "") << summary(outcome) << "\n";
-    }
-
     /* ---- After ---- */
 
     int finish()
     {
         instruments_.stop_timeline();
-        bool found = false;
-        if (dry_) {
-            if (json_)
-                print_json(nullptr, {});
-            else if (!quiet_)
-                console_.out() << "Nothing was applied: this was a trial on a temporary switch.\n";
-        } else {
-            const Snapshot snapshot =
-                outcomes_.empty()
-                    ? capture(switch_)
-                    : capture(switch_, applied_files(), outcomes_.back().configuration->findings,
-                              outcomes_.back().applied.interrupted);
-            files_written_ = instruments_.close(snapshot);
-            const std::vector<AuditFinding> findings = policy_.judge(audit(snapshot));
-            found = !findings.empty();
-            if (json_)
-                print_json(&snapshot, findings);
-            else if (!quiet_)
-                print_tables(snapshot);
-        }
-        const bool unused = instruments_.warn_of_unused_faults();
-        return status(found, unused);
+        const Snapshot snapshot =
+            outcomes_.empty()
+                ? capture(switch_, applied_files(), before_.reader, before_.meta.interrupted)
+                : capture(switch_, applied_files(), outcomes_.back().configuration->findings,
+                          outcomes_.back().applied.interrupted);
+        files_written_ = instruments_.close(snapshot);
+        const std::vector<AuditFinding> findings = policy_.judge(audit(snapshot));
+        if (json_)
+            print_json(&snapshot, findings);
+        else if (!quiet_)
+            print_tables(snapshot);
+        const bool unused_fault = instruments_.warn_of_unused_faults();
+        return status(!findings.empty(), unused_fault);
     }
 
     std::vector<std::string> applied_files() const
     {
-        std::vector<std::string> files;
-        for (const Outcome &outcome : outcomes_)
+        std::vector<std::string> files = before_.file_names();
+        for (const ConfigurationRun &outcome : outcomes_)
             files.push_back(outcome.configuration->file);
         return files;
     }
@@ -245,14 +180,9 @@ private:
     int status(bool found, bool unused_fault)
     {
         if (interrupt_signal() != 0)
-            return interrupted(dry_                     ? "the plan is not complete"
-                               : arguments_.has("--db") ? "the database holds what was done"
-                                                        : "the rest was not applied");
-        if (std::any_of(outcomes_.begin(), outcomes_.end(), [this](const Outcome &outcome) {
-                const std::vector<Failure> &failures = outcome.applied.failures;
-                return std::any_of(failures.begin(), failures.end(),
-                                   [this](const Failure &failure) { return is_open(failure); });
-            }))
+            return interrupted(arguments_.has("--db") ? "the database holds what was done"
+                                                      : "the rest was not applied");
+        if (any_open(outcomes_, switch_))
             return exit_request;
         if (policy_.refuses_any(configurations_) || !files_written_)
             return exit_input;
@@ -263,17 +193,18 @@ private:
 
     void print_json(const Snapshot *snapshot, const std::vector<AuditFinding> &findings)
     {
+        const MadeUpFor made_up_for = all_made_up_for(outcomes_);
         Json json;
         json.begin_object().key("configurations").begin_array();
         for (const Configuration &configuration : configurations_) {
             const auto found =
-                std::find_if(outcomes_.begin(), outcomes_.end(), [&](const Outcome &one) {
+                std::find_if(outcomes_.begin(), outcomes_.end(), [&](const ConfigurationRun &one) {
                     return one.configuration == &configuration;
                 });
             write(json.begin_object(), configuration);
-            json.field("applied", !dry_ && found != outcomes_.end());
+            json.field("applied", found != outcomes_.end());
             if (found != outcomes_.end())
-                outcome(json, *found);
+                write(json, *found, made_up_for);
             json.end_object();
         }
         json.end_array().field("interrupted", interrupt_signal() != 0);
@@ -290,60 +221,22 @@ private:
         console_.out() << json.end_object().document();
     }
 
-    void outcome(Json &json, const Outcome &outcome) const
-    {
-        json.field("requests", outcome.requests).field("calls", outcome.calls);
-        json.field("steps_done", outcome.applied.steps_done);
-        json.key("steps").begin_array();
-        for (size_t i = 0; i < outcome.plan.steps.size(); ++i) {
-            write(json.begin_object(), outcome.plan.steps[i]);
-            if (i < outcome.step_requests.size()) {
-                json.key("requests").begin_array();
-                for (const Request &request : outcome.step_requests[i])
-                    json.begin_object()
-                        .field("entry", request.entry)
-                        .field("arguments", request.arguments)
-                        .end_object();
-                json.end_array();
-            }
-            json.end_object();
-        }
-        json.end_array().key("failures").begin_array();
-        for (const Failure &failure : outcome.applied.failures)
-            write(json, failure, made_up(failure));
-        json.end_array();
-    }
-
-    /* In this configuration or a later one. */
-    uint64_t made_up(const Failure &failure) const
-    {
-        uint64_t by = 0;
-        for (const Outcome &outcome : outcomes_)
-            by = std::max(by, made_up_by(failure, outcome.applied));
-        return by;
-    }
-
-    /* A step that made no request failed because of another one, which has its own reason. */
-    bool is_open(const Failure &failure) const
-    {
-        return failure.request != nullptr ? made_up(failure) == 0
-                                          : switch_.failures().count(failure.step.name) != 0;
-    }
-
     const Arguments &arguments_;
     Console &console_;
     const Policy policy_;
-    const bool json_, quiet_, dry_;
+    const bool json_, quiet_;
     Switch switch_; /* before the instruments, which it would reset */
     Instruments instruments_;
+    Snapshot before_; /* what --from goes on from; else empty */
     std::vector<Configuration> configurations_;
-    std::vector<Outcome> outcomes_;
+    std::vector<ConfigurationRun> outcomes_;
     bool files_written_ = true;
 };
 
 int run(const Arguments &arguments, Console &console)
 {
-    return Run(arguments, console).run();
+    return arguments.has("--dry-run") ? plan_configurations(arguments, console)
+                                      : Run(arguments, console).run();
 }
 
 } // namespace
@@ -355,10 +248,11 @@ const Verb run_verb{
     "kvnsim run examples/leaf.json --fail libsdk_lid_entry_create:2=SDK_E_FULL\n",
     with_instruments(
         {{"CONFIG", Takes::file, Times::some, "config_db.json files; - is standard input"},
+         from_option,
          {"--timeline [IF]", Takes::maybe_interface, Times::optional,
           "each request with its calls, of all interfaces or of one"},
          {"--dry-run", Takes::nothing, Times::optional,
-          "try the plan on a temporary switch and show its requests; no file is written"}},
+          "as `kvnsim plan`: show what would change, and try it on a temporary switch"}},
         {ignore_option,
          strict_option,
          json_option,

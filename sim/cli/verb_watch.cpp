@@ -251,7 +251,7 @@ private:
         json.end_array().key("failures").begin_array();
         if (outcome != nullptr) {
             for (const Failure &failure : outcome->applied.failures)
-                write(json, failure, made_up_by(failure, outcome->applied));
+                write(json, failure, made_up_by(failure, outcome->applied.made_up_for));
         }
         json.end_array().key("audit").begin_object();
         json.field("new", appeared).field("gone", gone).end_object();

@@ -8,8 +8,10 @@
 #include <chrono>
 #include <cstring>
 #include <ctime>
+#include <utility>
 
 #include "sim/fwm/event_file.h"
+#include "sim/types/bad_row.h"
 
 namespace kvnsim {
 namespace {
@@ -104,6 +106,18 @@ void Diagnostics::reset()
     error_places_.clear();
 }
 
+void Diagnostics::restore_errors(const std::vector<ErrorGroup> &groups)
+{
+    std::map<std::tuple<std::string, int32_t, std::string>, size_t> places;
+    for (const ErrorGroup &group : groups) {
+        if (!places.emplace(std::tuple(group.function, group.line, group.text), places.size())
+                 .second)
+            throw BadRow(ErrorGroup::table, places.size() + 1, "text", "it is there twice");
+    }
+    errors_ = groups;
+    error_places_ = std::move(places);
+}
+
 std::string Diagnostics::flush()
 {
     unflushed_ = 0;
@@ -124,6 +138,8 @@ void Diagnostics::level_known(int32_t level)
 void Diagnostics::add_trace(const char *function, int32_t line, const char *format,
                             va_list arguments)
 {
+    if (muted_)
+        return;
     level_known(trace_level_debug);
     if (!Journal::instance().observed())
         return;
@@ -137,6 +153,8 @@ void Diagnostics::add_trace(const char *function, int32_t line, const char *form
 void Diagnostics::add_error(const char *function, int32_t line, const char *format,
                             va_list arguments)
 {
+    if (muted_)
+        return;
     level_known(trace_level_error);
     if (sinks_.error_groups == 0)
         return;
@@ -183,6 +201,8 @@ void Diagnostics::debug_message_written()
 
 bool Diagnostics::records_events(int32_t level)
 {
+    if (muted_)
+        return false;
     level_known(level);
     return events_ && sinks_.events.on(level);
 }
@@ -204,6 +224,18 @@ void Diagnostics::print(const char *module, const char *format, va_list argument
     const std::string_view text = formatted(format, arguments);
     const bool ended = !text.empty() && text.back() == '\n';
     std::fprintf(sinks_.console_file, "%s: %s%s", module, text.data(), ended ? "" : "\n");
+}
+
+/* The library itself writes to the debug file. */
+MutedScope::MutedScope() : debug_file_(std::exchange(dbg_out_file, nullptr))
+{
+    Diagnostics::instance().muted_ = true;
+}
+
+MutedScope::~MutedScope()
+{
+    Diagnostics::instance().muted_ = false;
+    dbg_out_file = debug_file_;
 }
 
 int64_t Diagnostics::now_ns() const

@@ -65,6 +65,10 @@ public:
     /* The error store, in the order of first occurrence. */
     const std::vector<ErrorGroup> &errors() const { return errors_; }
 
+    /* Replace the error store by these messages. Throws BadRow, and changes nothing, when two are
+     * the same. */
+    void restore_errors(const std::vector<ErrorGroup> &groups);
+
     /* Write out buffered text. Empty, or the file that could not be written. */
     std::string flush();
     /* Close files, discard everything, reset the sinks. */
@@ -80,7 +84,7 @@ public:
     void debug_message_written();
     bool records_events(int32_t level);
     void record_event(uint32_t event, int32_t level, std::string_view text);
-    bool debug_switch(int32_t level) const { return sinks_.console.on(level); }
+    bool debug_switch(int32_t level) const { return !muted_ && sinks_.console.on(level); }
     void print(const char *module, const char *format, va_list arguments) FWM_PRINTF(3, 0);
 
 private:
@@ -90,7 +94,10 @@ private:
     int64_t now_ns() const;
     std::string_view formatted(const char *format, va_list arguments) FWM_PRINTF(2, 0);
 
+    friend class MutedScope;
+
     Sinks sinks_;
+    bool muted_ = false;
     std::string scratch_ = std::string(1024, '\0'); /* of formatted() */
 
     /* The service that takes a trace record does not get its level: while the journal is observed,
@@ -108,6 +115,18 @@ private:
     uint32_t unflushed_ = 0;                    /* messages of the debug file */
     std::FILE *events_ = nullptr;
     char time_text_[40];
+};
+
+/* Trace records during its lifetime reach no sink and no observer; nothing else changes. */
+class MutedScope {
+public:
+    MutedScope();
+    ~MutedScope();
+    MutedScope(const MutedScope &) = delete;
+    MutedScope &operator=(const MutedScope &) = delete;
+
+private:
+    std::FILE *const debug_file_;
 };
 
 /* Keeps the sinks: they are as before when it ends. */

@@ -6,12 +6,14 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <utility>
 
 #include <fmt/format.h>
 
 #include "l3lifpd_kavelin.h"
 #include "platform_api/libsdk.h"
 #include "sim/sdk/kvnsim_sdk.h"
+#include "sim/types/bad_row.h"
 
 namespace kvnsim {
 namespace {
@@ -88,6 +90,15 @@ HostInterface::~HostInterface()
 const l3_pd *HostInterface::context() const
 {
     return pd_ctxt ? pd_ctxt->l3_pd : nullptr;
+}
+
+l3_pd &HostInterface::make_context()
+{
+    if (pd_ctxt == nullptr)
+        pd_ctxt = static_cast<l3pd_holder *>(std::calloc(1, sizeof(l3pd_holder)));
+    if (pd_ctxt->l3_pd == nullptr)
+        pd_ctxt->l3_pd = static_cast<l3_pd *>(std::calloc(1, sizeof(l3_pd)));
+    return *pd_ctxt->l3_pd;
 }
 
 uint32_t HostInterface::intf_id() const
@@ -384,6 +395,183 @@ void Host::reset()
     by_name_.clear();
     held_.clear();
     db_.clear();
+}
+
+/* ---- Restoring: the interfaces first, then what they refer to, then the database. ---- */
+
+namespace {
+
+/* The numbers of each kind, in the order of InterfaceKind. */
+struct Numbers {
+    uint32_t first, last;
+};
+constexpr Numbers numbers[] = {{0, max_port}, {0, max_channel}, {1, max_vlan}, {0, max_sequence}};
+
+bool is_number_of(InterfaceKind kind, uint32_t number)
+{
+    const Numbers &range = numbers[static_cast<size_t>(kind)];
+    return number >= range.first && number <= range.last;
+}
+
+/* Row by row, from 1. */
+template <class Row> struct Place {
+    size_t row;
+    [[noreturn]] void refuse(const char *column, const std::string &reason) const
+    {
+        throw BadRow(Row::table, row, column, reason);
+    }
+    void expect(bool right, const char *column, const std::string &reason) const
+    {
+        if (!right)
+            refuse(column, reason);
+    }
+};
+
+} // namespace
+
+void Host::restore(const HostRow &row, size_t number)
+{
+    const Place<HostRow> here{number};
+    const bool is_port = row.kind == InterfaceKind::port;
+    const bool is_channel = row.kind == InterfaceKind::port_channel;
+    const bool is_sub = row.kind == InterfaceKind::sub_interface;
+    here.expect(is_number_of(row.kind, row.number), "number",
+                fmt::format("no {} has number {}", to_text(row.kind), row.number));
+    here.expect(row.ifindex == ifindex_of(row.kind, row.number), "ifindex",
+                fmt::format("{} {} has {}", to_text(row.kind), row.number,
+                            ifindex_of(row.kind, row.number)));
+    here.expect(find(row.ifindex) == nullptr, "ifindex",
+                fmt::format("{} is there twice", row.ifindex));
+    here.expect(is_sub ? row.vlan >= 1 && row.vlan <= max_vlan
+                       : row.vlan == (row.kind == InterfaceKind::svi ? row.number : 0),
+                "vlan", fmt::format("{} is not the VLAN of a {}", row.vlan, to_text(row.kind)));
+    here.expect(row.pd_state == 0 || row.pd_state == 3 || row.pd_state == 4, "pd_state",
+                fmt::format("{} is not 0, 3 or 4", row.pd_state));
+    here.expect(row.mtu <= 0xFFFF, "mtu", fmt::format("{} is not 0 to 65535", row.mtu));
+    here.expect(row.parent.has_value() == is_sub, "parent", "only a sub-interface has one");
+    const auto of_a = [&](bool is, const std::optional<uint32_t> &value, const char *column) {
+        here.expect(is || !value, column, fmt::format("a {} has none", to_text(row.kind)));
+    };
+    of_a(is_port, row.channel, "channel");
+    of_a(is_port, row.port_lid, "port_lid");
+    of_a(is_port, row.kept_intf, "kept_intf");
+    of_a(is_channel, row.held_pc, "held_pc");
+    here.expect(is_port || !row.loopback, "loopback",
+                fmt::format("a {} has none", to_text(row.kind)));
+    here.expect(row.held_pc.has_value() == row.held_lid.has_value(), "held_lid",
+                "it goes with held_pc");
+
+    HostInterface *const made = add(row.kind, row.name, row.number);
+    here.expect(made != nullptr, "name", "empty, or there twice");
+    made->vlan = row.vlan;
+    made->pd_state = row.pd_state;
+    made->registered = row.registered;
+    made->ip.mtu = static_cast<uint16_t>(row.mtu);
+    made->ip.ipv4_ucst_en = row.ipv4_ucst;
+    made->ip.ipv4_mcst_en = row.ipv4_mcst;
+    made->ip.ipv4_same_if = row.ipv4_same_if;
+    made->v4_vpn_id = row.v4_vpn;
+    made->v6_vpn_id = row.v6_vpn;
+    made->nat_zone = row.nat_zone;
+    made->lid_id = row.port_lid;
+    made->kept_intf = row.kept_intf;
+    made->loopback = row.loopback;
+    if (row.held_pc)
+        held_.emplace(row.ifindex, HeldPortChannel{*row.held_pc, *row.held_lid});
+}
+
+void Host::refer(const HostRow &row, size_t number)
+{
+    const Place<HostRow> here{number};
+    HostInterface &interface = *find(row.ifindex);
+    if (row.parent) {
+        HostInterface *const parent = find(*row.parent);
+        const bool on_port = parent != nullptr && parent->kind == InterfaceKind::port;
+        here.expect(on_port || (parent != nullptr && parent->kind == InterfaceKind::port_channel),
+                    "parent", fmt::format("{} is no port or port-channel", *row.parent));
+        interface.parent = parent;
+        interface.main_l3lif = on_port ? parent : nullptr;
+        parent->sub_interfaces++;
+    }
+    if (row.channel) {
+        HostInterface *const channel = find(*row.channel, InterfaceKind::port_channel);
+        here.expect(channel != nullptr, "channel",
+                    fmt::format("{} is no port-channel", *row.channel));
+        join(interface, *channel);
+    }
+}
+
+/* The interfaces are of this kind; a row of a sub-interface may be of any. */
+template <class Row> void Host::restore_db(const std::vector<Row> &rows, InterfaceKind kind)
+{
+    Place<Row> here{0};
+    for (const Row &row : rows) {
+        ++here.row;
+        const HostInterface *const of = find(row.ifindex);
+        here.expect(
+            of != nullptr && (kind == InterfaceKind::sub_interface || of->kind == kind), "ifindex",
+            fmt::format("{} is no {}", row.ifindex,
+                        kind == InterfaceKind::sub_interface ? "interface" : to_text(kind)));
+        if constexpr (std::is_same_v<Row, PmRow>)
+            here.expect(row.kind == port_binding, "kind",
+                        fmt::format("{} is no kind of port record", row.kind));
+        if constexpr (std::is_same_v<Row, L3lifRow>)
+            here.expect(row.name == of->name, "name",
+                        fmt::format("{} is {}", row.ifindex, of->name));
+        if constexpr (std::is_same_v<Row, MemberIntfRow>)
+            here.expect(of->kept_intf == row.intf_id, "intf_id",
+                        fmt::format("{} keeps another, or none", of->name));
+        here.expect(db_.put_back(row), "ifindex", fmt::format("{} is there twice", row.ifindex));
+    }
+}
+
+void Host::restore(const HostRows &rows)
+{
+    Host made;
+    size_t number = 0;
+    for (const HostRow &row : rows.interfaces)
+        made.restore(row, ++number);
+    number = 0;
+    for (const HostRow &row : rows.interfaces)
+        made.refer(row, ++number);
+    std::vector<Slot> &subs = made.table_of(InterfaceKind::sub_interface);
+    for (uint32_t sequence = 0; sequence < subs.size(); ++sequence) {
+        if (!subs[sequence])
+            made.free_sequences_.push(sequence);
+    }
+    constexpr InterfaceKind any = InterfaceKind::sub_interface;
+    made.restore_db(rows.pm, InterfaceKind::port);
+    made.restore_db(rows.pc, InterfaceKind::port_channel);
+    made.restore_db(rows.l3lif, any);
+    made.restore_db(rows.label, any);
+    made.restore_db(rows.member_intf, InterfaceKind::port);
+    number = 0;
+    for (const HostRow &row : rows.interfaces) {
+        ++number;
+        if (row.kept_intf && !made.db_.has<MemberIntfRow>(row.ifindex))
+            throw BadRow(HostRow::table, number, "kept_intf",
+                         fmt::format("{} says nothing of it", MemberIntfRow::table));
+    }
+    *this = std::move(made);
+}
+
+bool Host::with_stand_in(uint32_t ifindex, const std::function<void()> &work)
+{
+    const uint32_t kind = (ifindex >> 28) - 1, number = ifindex & number_mask;
+    if (kind >= std::size(tables_) || !is_number_of(static_cast<InterfaceKind>(kind), number))
+        return false;
+    std::vector<Slot> &table = tables_[kind];
+    const size_t size = table.size();
+    if (number >= size)
+        table.resize(number + 1);
+    Slot real = std::exchange(table[number], std::make_unique<HostInterface>(
+                                                 static_cast<InterfaceKind>(kind), "", number));
+    table[number]->registered = true;
+    table[number]->make_context().intf_id = first_id;
+    work();
+    table[number] = std::move(real);
+    table.resize(size); /* the next sub-interface's number depends on it */
+    return true;
 }
 
 int32_t Host::port_lid(uint32_t ifindex, uint32_t &lid_id) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,6 +30,8 @@ namespace kvnsim {
 constexpr uint32_t max_port = 254;
 constexpr uint32_t max_channel = 9999;
 constexpr uint32_t max_vlan = 4094;
+/* A switch has at most as many sub-interfaces as its ASIC has interfaces. */
+constexpr uint32_t max_sequence = 0xFFFF;
 constexpr uint32_t ifindex_of(InterfaceKind kind, uint32_t number)
 {
     return (static_cast<uint32_t>(kind) + 1) << 28 | number;
@@ -71,6 +74,8 @@ struct HostInterface : public l3lif {
 
     /* The library's context, nullptr without one, and its identifiers, no_id without one. */
     const struct l3_pd *context() const;
+    /* The context, allocated as the library does it if there is none: all zero then. */
+    struct l3_pd &make_context();
     uint32_t intf_id() const;
 };
 
@@ -100,6 +105,16 @@ struct HostRow {
 /* A port-channel that the host created in the ASIC before the library knew it. */
 struct HeldPortChannel {
     uint32_t pc_id, lid_id;
+};
+
+/* The host's rows, each table in its order. */
+struct HostRows {
+    const std::vector<HostRow> &interfaces;
+    const std::vector<PmRow> &pm;
+    const std::vector<PcRow> &pc;
+    const std::vector<L3lifRow> &l3lif;
+    const std::vector<LabelRow> &label;
+    const std::vector<MemberIntfRow> &member_intf;
 };
 
 class Host {
@@ -162,6 +177,14 @@ public:
     /* Clear interfaces with their contexts, held port-channels and database. The ASIC and the
      * diagnostics are not changed. */
     void reset();
+    /* Become the host that these rows were taken from, without contexts. Throws BadRow, and changes
+     * nothing, where they cannot be the rows of one. Whether the ASIC has what they name is not
+     * checked. */
+    void restore(const HostRows &rows);
+    /* While work runs, the library finds an interface with an SDK interface under this ifindex,
+     * whatever is really there. false, and nothing done, for an ifindex that no interface can have.
+     */
+    bool with_stand_in(uint32_t ifindex, const std::function<void()> &work);
 
     /* ---- What the C services do: 0; or an errno number when refused. Then nothing is done and the
      * journal has the reason. ---- */
@@ -179,6 +202,7 @@ public:
 private:
     Host() = default;
     ~Host() = default;
+    Host &operator=(Host &&) = default;
     using Slot = std::unique_ptr<HostInterface>;
 
     std::vector<Slot> &table_of(InterfaceKind kind) { return tables_[static_cast<size_t>(kind)]; }
@@ -187,6 +211,9 @@ private:
         return tables_[static_cast<size_t>(kind)];
     }
     HostInterface *add(InterfaceKind kind, const std::string &name, uint32_t number);
+    void restore(const HostRow &row, size_t number);
+    void refer(const HostRow &row, size_t number);
+    template <class Row> void restore_db(const std::vector<Row> &rows, InterfaceKind kind);
 
     /* By kind, then number. A table grows as numbers are used. */
     std::vector<Slot> tables_[4];

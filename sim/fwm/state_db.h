@@ -65,6 +65,15 @@ public:
         row.made = Journal::instance().origin();
         table<Row>().insert_or_assign(row.ifindex, std::move(row));
     }
+    /* Put a row back as it was; false, and nothing done, when its interface has one. */
+    template <class Row> bool put_back(const Row &row)
+    {
+        return table<Row>().emplace(row.ifindex, row).second;
+    }
+    template <class Row> bool has(uint32_t ifindex) const
+    {
+        return std::get<Table<Row>>(tables_).count(ifindex) != 0;
+    }
     void forget_member_intf(uint32_t ifindex) { table<MemberIntfRow>().erase(ifindex); }
     /* Remove the interface's rows from all tables but member_intf_sdb. */
     void forget_interface(uint32_t ifindex)

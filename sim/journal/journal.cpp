@@ -225,11 +225,36 @@ void Journal::trace(const TraceRecord &record)
 void Journal::reset()
 {
     current_.reset();
-    note_.clear();
-    named_.clear();
-    made_ = 0;
     calls_made = 0;
     faults = Faults();
+    resume(0);
+}
+
+void Journal::resume(uint64_t requests_made)
+{
+    note_.clear();
+    named_.clear();
+    made_ = requests_made;
+    for (Observer *observer : observers_)
+        observer->switch_replaced();
+}
+
+UnseenScope::UnseenScope(Answers &answers)
+    : observers_(std::exchange(Journal::instance().observers_, {})),
+      answers_(std::exchange(Journal::instance().answers, &answers)),
+      calls_made_(Journal::instance().calls_made),
+      suspended_(Journal::instance().faults.suspend(true))
+{
+    assert(!Journal::instance().current());
+}
+
+UnseenScope::~UnseenScope()
+{
+    Journal &journal = Journal::instance();
+    journal.observers_ = std::move(observers_);
+    journal.answers = answers_;
+    journal.calls_made = calls_made_;
+    journal.faults.suspend(suspended_);
 }
 
 } // namespace kvnsim

@@ -243,6 +243,8 @@ public:
     virtual void call_made(const Call &) {}
     virtual void trace_emitted(const TraceRecord &) {}
     virtual void request_ends(const Request &) {}
+    /* The switch was powered on or restored: nothing is as it was. */
+    virtual void switch_replaced() {}
 };
 
 /* Answers calls instead of the model, for replay. */
@@ -319,10 +321,14 @@ public:
 
     /* Forget requests, faults and counts; observers stay. */
     void reset();
+    /* The switch was restored from a moment when so many requests had been made: the next one has
+     * the number after it. Faults, counts of calls and observers stay. */
+    void resume(uint64_t requests_made);
 
 private:
     friend class ImportedCall;
     friend class Observer;
+    friend class UnseenScope;
     std::vector<Observer *> observers_;
     std::shared_ptr<Request> current_;
     const char *current_call_ = "";
@@ -344,6 +350,22 @@ public:
 
 private:
     std::string outer_;
+};
+
+/* Calls during its lifetime are answered by answers, where it has one; they reach no observer,
+ * count nowhere and do not fail on demand. Only outside requests. */
+class UnseenScope {
+public:
+    explicit UnseenScope(Answers &answers);
+    ~UnseenScope();
+    UnseenScope(const UnseenScope &) = delete;
+    UnseenScope &operator=(const UnseenScope &) = delete;
+
+private:
+    std::vector<Observer *> observers_;
+    Answers *const answers_;
+    const uint64_t calls_made_;
+    const bool suspended_;
 };
 
 } // namespace kvnsim

@@ -4,7 +4,6 @@
 #include "sim/record/interface_state.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 
 #include <fmt/format.h>
@@ -14,9 +13,6 @@
 
 namespace kvnsim {
 namespace {
-
-/* A switch has at most as many sub-interfaces as its ASIC has interfaces. */
-constexpr uint32_t max_sequence = 0xFFFF;
 
 Host &host()
 {
@@ -133,12 +129,7 @@ void restore_context(HostInterface &interface, const Value *recorded)
             host().unregister_l3(interface);
         return;
     }
-    /* Allocate both blocks as the library would: the host frees them in the end. */
-    if (interface.pd_ctxt == nullptr)
-        interface.pd_ctxt = static_cast<l3pd_holder *>(std::calloc(1, sizeof(l3pd_holder)));
-    if (interface.pd_ctxt->l3_pd == nullptr)
-        interface.pd_ctxt->l3_pd = static_cast<l3_pd *>(std::calloc(1, sizeof(l3_pd)));
-    l3_pd &context = *interface.pd_ctxt->l3_pd;
+    l3_pd &context = interface.make_context();
     context.intf_id = static_cast<uint16_t>(number_in(*recorded, "intf_id"));
     context.old_intf_id = static_cast<uint16_t>(number_in(*recorded, "old_intf_id"));
     context.lid_id = number_in(*recorded, "lid_id");

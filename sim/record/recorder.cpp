@@ -4,10 +4,12 @@
 #include "sim/record/recorder.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "sim/fwm/diagnostics.h"
 #include "sim/record/interface_state.h"
 #include "sim/record/recording.h"
+#include "sim/switch/virtual_macs.h"
 
 namespace kvnsim {
 
@@ -27,6 +29,19 @@ Recorder::~Recorder()
 void Recorder::write(const Value &line)
 {
     out_ << line.to_json() << '\n';
+}
+
+/* What a replay needs to know of a switch that was powered on or restored; the interfaces come with
+ * their requests. */
+void Recorder::write_beginning()
+{
+    if (requests_ != 0)
+        write(line(LineKind::power_on, Value::integer(1)));
+    written_.clear();
+    for (const FhrpRow &entry : library_virtual_macs())
+        write(line(LineKind::virtual_mac, Value::text(to_text(entry.mac)),
+                   {{"ifindex", Value::integer(entry.ifindex)},
+                    {"mac_trap_id", Value::integer(entry.mac_trap_id)}}));
 }
 
 /* The request names an ifindex whose interface is gone. A replay forgets that interface and all
@@ -49,11 +64,8 @@ void Recorder::write_gone(const Request &request)
 
 void Recorder::request_begins(const Request &request)
 {
-    if (request.number <= last_request_) {
-        write(line(LineKind::power_on, Value::integer(1)));
-        written_.clear();
-    }
-    last_request_ = request.number;
+    if (std::exchange(begins_, false))
+        write_beginning();
     ++requests_;
     in_request_ = true;
 

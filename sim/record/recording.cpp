@@ -33,6 +33,7 @@ const Form forms[] = {
     {"kvnsim_recording", {{"kvnsim_recording", a_number}, {"word_size", a_number}}},
     {"sinks", {{"sinks", an_object}}},
     {"power_on", {}},
+    {"virtual_mac", {{"virtual_mac", a_text}, {"ifindex", a_number}, {"mac_trap_id", a_number}}},
     {"interface", {{"interface", a_text}, {"host", an_object}, {"library", an_object}}},
     {"gone", {{"gone", a_number}}},
     {"request", {{"request", a_number}, {"entry", a_text}, {"arguments", an_object}}},

@@ -21,6 +21,7 @@ enum class LineKind : uint8_t {
     header,
     sinks,
     power_on,
+    virtual_mac,
     interface,
     gone,
     request,

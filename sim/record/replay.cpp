@@ -10,11 +10,13 @@
 
 #include <fmt/format.h>
 
+#include "sim/config/names.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/record/interface_state.h"
 #include "sim/record/recording.h"
 #include "sim/switch/entry_points.h"
 #include "sim/switch/switch.h"
+#include "sim/switch/virtual_macs.h"
 
 namespace kvnsim {
 namespace {
@@ -283,6 +285,9 @@ private:
             power_on();
             last_request_ = 0;
             break;
+        case LineKind::virtual_mac:
+            take_virtual_mac(line);
+            break;
         case LineKind::interface: {
             const std::string wrong =
                 restore_interface(line.value.find("interface")->string(), *line.value.find("host"),
@@ -306,6 +311,17 @@ private:
             reader_.report(line,
                            "damaged recording: this line belongs to a request, but none is open");
         }
+    }
+
+    void take_virtual_mac(const Line &line)
+    {
+        const auto number = [&](const char *field) {
+            return static_cast<uint32_t>(line.value.find(field)->number());
+        };
+        const auto mac = parse_mac(line.value.find("virtual_mac")->string());
+        if (!mac || !put_back_virtual_mac({number("ifindex"), *mac, number("mac_trap_id")}))
+            reader_.report(line, "damaged line: the library can have no such virtual MAC, or not "
+                                 "twice");
     }
 
     void take_request(const Line &line)

@@ -14,6 +14,7 @@
 #include "sim/sdk/attributes.h"
 #include "sim/sdk/kvnsim_sdk.h"
 #include "sim/sdk/table.h"
+#include "sim/types/bad_row.h"
 
 namespace kvnsim {
 
@@ -169,6 +170,9 @@ struct Asic::State {
     SdkStatus check_routed_port(const IntfRow &row);
     SdkStatus check_sub_interface(const IntfRow &row);
     SdkStatus check_svi(const IntfRow &row);
+    SdkStatus check_interface(const IntfRow &row);
+    SdkStatus check_router_mac(const Mac &mac);
+    SdkStatus check_trap(uint32_t intf_id, const Mac &mac);
     SdkStatus check_write(uint32_t intf_id, uint32_t attribute, uint32_t value);
     SdkStatus check_ports(uint32_t pc_id, const sdk_port_mask &mask,
                           std::vector<uint32_t> &numbers);
@@ -184,6 +188,18 @@ struct Asic::State {
         Occupancy *occupancy;
     };
     std::array<TableRow, 8> tables();
+
+    void restore_uses(const std::vector<TableUse> &rows);
+    void restore_pending(const std::vector<PendingRow> &rows);
+    void restore_interfaces(const std::vector<IntfRow> &rows, bool parents);
+    void restore_attributes(const std::vector<AttributeValueRow> &rows);
+    void restore_members(const std::vector<MemberRow> &rows);
+    void restore_traps(const std::vector<TrapRow> &rows);
+    void restore_router_macs(const std::vector<RouterMacRow> &rows);
+    void restore_lids(const std::vector<LidRow> &rows);
+    SdkStatus check_restored_write(uint32_t intf_id, uint32_t attribute, uint32_t value);
+    void sort_references();
+    void finish_uses(const std::vector<TableUse> &rows);
 
     void each(const Visit<IntfRow> &visit) { intf.each(visit); }
     void each(const Visit<AttributeValueRow> &visit)
@@ -357,31 +373,40 @@ void Asic::State::occupy(const IntfRow &row, uint32_t intf_id)
         sub_interfaces.erase(sub_interface_key(row.param1, row.param2));
 }
 
+/* Whether an interface can be made with these parameters. */
+SdkStatus Asic::State::check_interface(const IntfRow &row)
+{
+    SdkStatus status;
+    switch (row.type) {
+    case sdk_routed_port:
+        status = check_routed_port(row);
+        break;
+    case sdk_sub_interface:
+        status = check_sub_interface(row);
+        break;
+    case sdk_svi:
+        status = check_svi(row);
+        break;
+    default:
+        return refuse(SDK_E_PARAM, fmt::format("there is no interface type {}", row.type));
+    }
+    if (status != SDK_E_NONE)
+        return status;
+    if (const uint32_t other = occupant(row))
+        return refuse(SDK_E_EXISTS, fmt::format("{} has interface {} already{}", place(row), other,
+                                                made(intf[other].made)));
+    return SDK_E_NONE;
+}
+
 SdkStatus Asic::intf_create(uint32_t type, const sdk_intf_create_params &params, uint32_t &intf_id)
 {
     State &s = *state_;
     Interface row;
     static_cast<IntfRow &>(row) = {
         0, type, params.param1, params.param2, params.param3, params.param4, params.param5, now()};
-    SdkStatus status;
-    switch (type) {
-    case sdk_routed_port:
-        status = s.check_routed_port(row);
-        break;
-    case sdk_sub_interface:
-        status = s.check_sub_interface(row);
-        break;
-    case sdk_svi:
-        status = s.check_svi(row);
-        break;
-    default:
-        status = s.refuse(SDK_E_PARAM, fmt::format("there is no interface type {}", type));
-    }
+    const SdkStatus status = s.check_interface(row);
     if (status != SDK_E_NONE)
         return status;
-    if (const uint32_t other = s.occupant(row))
-        return s.refuse(SDK_E_EXISTS, fmt::format("{} has interface {} already{}", place(row),
-                                                  other, s.made(s.intf[other].made)));
     if (s.intf.occupancy.full())
         return s.full("interface", s.intf.occupancy);
 
@@ -709,15 +734,21 @@ SdkStatus Asic::lid_path_add(uint32_t lid_id, const sdk_lid_path &path)
 
 /* Router MACs and traps */
 
+SdkStatus Asic::State::check_router_mac(const Mac &mac)
+{
+    if (as_number(mac) == 0 || (mac[0] & 1) != 0)
+        return refuse(SDK_E_PARAM, to_text(mac) + " is no unicast address");
+    if (const auto other = router_macs.find(as_number(mac)); other != router_macs.end())
+        return refuse(SDK_E_EXISTS, fmt::format("{} is router MAC {} already{}", to_text(mac),
+                                                other->second, made(rmac[other->second].made)));
+    return SDK_E_NONE;
+}
+
 SdkStatus Asic::router_mac_create(const Mac &mac, uint32_t &peer_mac_id)
 {
     State &s = *state_;
-    if (as_number(mac) == 0 || (mac[0] & 1) != 0)
-        return s.refuse(SDK_E_PARAM, to_text(mac) + " is no unicast address");
-    if (const auto other = s.router_macs.find(as_number(mac)); other != s.router_macs.end())
-        return s.refuse(SDK_E_EXISTS,
-                        fmt::format("{} is router MAC {} already{}", to_text(mac), other->second,
-                                    s.made(s.rmac[other->second].made)));
+    if (const SdkStatus status = s.check_router_mac(mac); status != SDK_E_NONE)
+        return status;
     if (s.rmac.occupancy.full())
         return s.full("router MAC", s.rmac.occupancy);
     peer_mac_id = s.rmac.take({});
@@ -737,18 +768,25 @@ SdkStatus Asic::router_mac_destroy(uint32_t peer_mac_id)
     return SDK_E_NONE;
 }
 
+SdkStatus Asic::State::check_trap(uint32_t intf_id, const Mac &mac)
+{
+    if (!intf.find(intf_id))
+        return unknown("interface", intf_id);
+    /* Group addresses too: some gateways have one. */
+    if (as_number(mac) == 0)
+        return refuse(SDK_E_PARAM, to_text(mac) + " is no address");
+    if (const auto other = traps.find(trap_key(intf_id, mac)); other != traps.end())
+        return refuse(SDK_E_EXISTS,
+                      fmt::format("interface {} has MAC trap {} for {} already{}", intf_id,
+                                  other->second, to_text(mac), made(trap[other->second].made)));
+    return SDK_E_NONE;
+}
+
 SdkStatus Asic::trap_create(uint32_t intf_id, const Mac &mac, uint32_t &mac_trap_id)
 {
     State &s = *state_;
-    if (!s.intf.find(intf_id))
-        return s.unknown("interface", intf_id);
-    /* Group addresses too: some gateways have one. */
-    if (as_number(mac) == 0)
-        return s.refuse(SDK_E_PARAM, to_text(mac) + " is no address");
-    if (const auto other = s.traps.find(trap_key(intf_id, mac)); other != s.traps.end())
-        return s.refuse(SDK_E_EXISTS, fmt::format("interface {} has MAC trap {} for {} already{}",
-                                                  intf_id, other->second, to_text(mac),
-                                                  s.made(s.trap[other->second].made)));
+    if (const SdkStatus status = s.check_trap(intf_id, mac); status != SDK_E_NONE)
+        return status;
     if (s.trap.occupancy.full())
         return s.full("MAC trap", s.trap.occupancy);
     mac_trap_id = s.trap.take({});
@@ -833,6 +871,260 @@ std::string Asic::set_limit(std::string_view table, uint32_t capacity)
         }
     }
     return fmt::format("there is no table \"{}\"; the tables are {}", table, names);
+}
+
+/* Restoring. The rows are put into an empty ASIC, through the checks of the operations: what an
+ * operation refuses cannot be. A row comes after those that it refers to. */
+
+namespace {
+
+/* Refuse an identifier that the table cannot have handed out, or holds already. The lowest free one
+ * is handed out first, so none exceeds the table's highest use. */
+template <class Row>
+void expect_free(Table<Row> &table, uint32_t id, uint32_t high_water, const char *name, size_t row,
+                 const char *column)
+{
+    if (id < first_id || id > high_water)
+        throw BadRow(
+            name, row, column,
+            fmt::format("{} is not 1 to {}, the highest use of the table", id, high_water));
+    if (table.find(id))
+        throw BadRow(name, row, column, fmt::format("{} is there twice", id));
+}
+
+/* Visit the rows with their numbers, from 1. */
+template <class Row, class Visit> void numbered(const std::vector<Row> &rows, const Visit &visit)
+{
+    size_t number = 0;
+    for (const Row &row : rows)
+        visit(row, ++number);
+}
+
+} // namespace
+
+/* Highest uses bound the identifiers; until finish_uses() there is room for every row. */
+void Asic::State::restore_uses(const std::vector<TableUse> &rows)
+{
+    const auto known = tables();
+    for (size_t i = 0; i < std::max(rows.size(), known.size()); ++i) {
+        const auto bad = [&](const char *column, const std::string &reason) {
+            throw BadRow(TableUse::table, i + 1, column, reason);
+        };
+        if (i >= rows.size() || i >= known.size() || rows[i].name != known[i].name)
+            bad("name", i < known.size() ? fmt::format("expected {}", known[i].name)
+                                         : "there is no such table");
+        if (rows[i].description != known[i].description)
+            bad("description", fmt::format("expected {}", known[i].description));
+        if (rows[i].capacity > known[i].largest)
+            bad("capacity", fmt::format("{} is not 0 to {}", rows[i].capacity, known[i].largest));
+        if (rows[i].high_water > known[i].largest)
+            bad("high_water",
+                fmt::format("{} is not 0 to {}", rows[i].high_water, known[i].largest));
+        known[i].occupancy->capacity = known[i].largest;
+        known[i].occupancy->high_water = rows[i].high_water;
+    }
+}
+
+void Asic::State::finish_uses(const std::vector<TableUse> &rows)
+{
+    numbered(rows, [&](const TableUse &row, size_t number) {
+        Occupancy &occupancy = *tables()[number - 1].occupancy;
+        if (row.used != occupancy.used)
+            throw BadRow(TableUse::table, number, "used",
+                         fmt::format("{}, but there are {}", row.used, occupancy.used));
+        if (row.high_water != occupancy.high_water)
+            throw BadRow(TableUse::table, number, "high_water",
+                         fmt::format("{}, but {} are in use", row.high_water, row.used));
+        occupancy.capacity = row.capacity;
+    });
+    intf.free_gaps();
+    lid.free_gaps();
+    pc.free_gaps();
+    rmac.free_gaps();
+    trap.free_gaps();
+}
+
+void Asic::State::restore_lids(const std::vector<LidRow> &rows)
+{
+    numbered(rows, [&](const LidRow &row, size_t number) {
+        expect_free(lid, row.lid_id, lid.occupancy.high_water, LidRow::table, number, "lid_id");
+        if (row.ifmap_idx != first_ifmap_idx + row.lid_id)
+            throw BadRow(
+                LidRow::table, number, "ifmap_idx",
+                fmt::format("LID entry {} has {}", row.lid_id, first_ifmap_idx + row.lid_id));
+        Lid entry;
+        static_cast<LidRow &>(entry) = row;
+        lid.put(row.lid_id, std::move(entry));
+    });
+}
+
+void Asic::State::restore_interfaces(const std::vector<IntfRow> &rows, bool parents)
+{
+    numbered(rows, [&](const IntfRow &row, size_t number) {
+        if ((row.type == sdk_routed_port) != parents)
+            return;
+        expect_free(intf, row.intf_id, intf.occupancy.high_water, IntfRow::table, number,
+                    "intf_id");
+        const SdkStatus status = check_interface(row);
+        if (status != SDK_E_NONE)
+            throw BadRow(IntfRow::table, number, status == SDK_E_EXISTS ? "param1" : "type",
+                         last_refusal);
+        Interface entry;
+        static_cast<IntfRow &>(entry) = row;
+        intf.put(row.intf_id, std::move(entry));
+        occupy(row, row.intf_id);
+        if (row.type == sdk_sub_interface && row.param1 != no_id)
+            intf[row.param1].children.push_back(row.intf_id);
+    });
+}
+
+/* As check_write(), but a LID entry may be gone that the interface does not hold. */
+SdkStatus Asic::State::check_restored_write(uint32_t intf_id, uint32_t attribute, uint32_t value)
+{
+    const Interface *row = intf.find(intf_id);
+    const bool gone = row && attribute == SdkIntfAttrLid && !row->holds_its_lid() &&
+                      value >= first_id && value <= lid.occupancy.high_water;
+    return gone ? SDK_E_NONE : check_write(intf_id, attribute, value);
+}
+
+void Asic::State::restore_attributes(const std::vector<AttributeValueRow> &rows)
+{
+    numbered(rows, [&](const AttributeValueRow &row, size_t number) {
+        if (check_restored_write(row.intf_id, row.number, row.value) != SDK_E_NONE)
+            throw BadRow(AttributeValueRow::table, number,
+                         !intf.find(row.intf_id)               ? "intf_id"
+                         : !kvnsim::find_attribute(row.number) ? "number"
+                                                               : "value",
+                         last_refusal);
+        if (written(intf[row.intf_id], row.number))
+            throw BadRow(
+                AttributeValueRow::table, number, "number",
+                fmt::format("interface {} has attribute {} twice", row.intf_id, row.number));
+        write(row);
+    });
+}
+
+void Asic::State::restore_members(const std::vector<MemberRow> &rows)
+{
+    uint32_t most = 0;
+    numbered(rows, [&](const MemberRow &row, size_t number) {
+        PortChannel *channel = pc.find(row.pc_id);
+        if (!channel)
+            throw BadRow(MemberRow::table, number, "pc_id",
+                         fmt::format("there is no port-channel {}", row.pc_id));
+        if (row.front_port == 0 || row.front_port >= ports)
+            throw BadRow(MemberRow::table, number, "front_port",
+                         fmt::format("there is no front port {}, only 1 to 255", row.front_port));
+        MemberRow &membership = port[row.front_port].member;
+        if (membership.pc_id != 0)
+            throw BadRow(MemberRow::table, number, "front_port",
+                         fmt::format("front port {} is a member of port-channel {} already",
+                                     row.front_port, membership.pc_id));
+        membership = row;
+        most = std::max(most, ++channel->members);
+    });
+    member.use(most);
+}
+
+void Asic::State::restore_router_macs(const std::vector<RouterMacRow> &rows)
+{
+    numbered(rows, [&](const RouterMacRow &row, size_t number) {
+        expect_free(rmac, row.peer_mac_id, rmac.occupancy.high_water, RouterMacRow::table, number,
+                    "peer_mac_id");
+        if (check_router_mac(row.mac) != SDK_E_NONE)
+            throw BadRow(RouterMacRow::table, number, "mac", last_refusal);
+        rmac.put(row.peer_mac_id, row);
+        router_macs[as_number(row.mac)] = row.peer_mac_id;
+    });
+}
+
+void Asic::State::restore_traps(const std::vector<TrapRow> &rows)
+{
+    numbered(rows, [&](const TrapRow &row, size_t number) {
+        expect_free(trap, row.mac_trap_id, trap.occupancy.high_water, TrapRow::table, number,
+                    "mac_trap_id");
+        if (check_trap(row.intf_id, row.mac) != SDK_E_NONE)
+            throw BadRow(TrapRow::table, number, intf.find(row.intf_id) ? "mac" : "intf_id",
+                         last_refusal);
+        trap.put(row.mac_trap_id, row);
+        traps[trap_key(row.intf_id, row.mac)] = row.mac_trap_id;
+        intf[row.intf_id].traps.push_back(row.mac_trap_id);
+    });
+}
+
+void Asic::State::restore_pending(const std::vector<PendingRow> &rows)
+{
+    numbered(rows, [&](const PendingRow &row, size_t number) {
+        if (row.position != number - 1)
+            throw BadRow(PendingRow::table, number, "position",
+                         fmt::format("expected {}", number - 1));
+        if (check_restored_write(row.intf_id, row.number, row.value) != SDK_E_NONE)
+            throw BadRow(PendingRow::table, number, intf.find(row.intf_id) ? "value" : "intf_id",
+                         last_refusal);
+        pending.push_back(row);
+    });
+}
+
+/* The newest last, as when they were made: a request makes at most one of a kind. */
+void Asic::State::sort_references()
+{
+    const auto sort = [](std::vector<uint32_t> &ids, const auto &origin) {
+        std::stable_sort(ids.begin(), ids.end(), [&](uint32_t a, uint32_t b) {
+            return origin(a).number() < origin(b).number();
+        });
+    };
+    intf.each([&](Interface &row) {
+        sort(row.children, [&](uint32_t id) -> const Origin & { return intf[id].made; });
+        sort(row.traps, [&](uint32_t id) -> const Origin & { return trap[id].made; });
+    });
+    lid.each([&](Lid &row) {
+        sort(row.bound, [&](uint32_t id) -> const Origin & {
+            return written(intf[id], SdkIntfAttrLid)->made;
+        });
+    });
+}
+
+void Asic::restore(const AsicRows &rows)
+{
+    Asic made;
+    State &s = *made.state_;
+    s.restore_uses(rows.table_use);
+    numbered(rows.port_channels, [&](const PortChannelRow &row, size_t number) {
+        expect_free(s.pc, row.pc_id, s.pc.occupancy.high_water, PortChannelRow::table, number,
+                    "pc_id");
+        PortChannel entry;
+        static_cast<PortChannelRow &>(entry) = row;
+        s.pc.put(row.pc_id, std::move(entry));
+    });
+    s.restore_lids(rows.lids);
+    numbered(rows.lid_paths, [&](const LidPathRow &row, size_t number) {
+        const auto bad = [&](const char *column, const std::string &reason) {
+            throw BadRow(LidPathRow::table, number, column, reason);
+        };
+        if (row.front_port >= ports)
+            bad("front_port", fmt::format("there is no front port {}", row.front_port));
+        sdk_lid_path path{};
+        path.port_type = row.port_type;
+        path.front_port = static_cast<uint8_t>(row.front_port);
+        path.pc_id = row.pc_id;
+        const bool has_entry = s.lid.find(row.lid_id) != nullptr;
+        if (made.lid_path_add(row.lid_id, path) != SDK_E_NONE)
+            bad(has_entry ? "port_type" : "lid_id", s.last_refusal);
+        LidPathRow &added = s.lid[row.lid_id].paths.back();
+        if (row.position != added.position)
+            bad("position", fmt::format("expected {}", added.position));
+        added.made = row.made;
+    });
+    s.restore_interfaces(rows.intfs, true);
+    s.restore_interfaces(rows.intfs, false);
+    s.restore_attributes(rows.attributes);
+    s.restore_members(rows.members);
+    s.restore_router_macs(rows.router_macs);
+    s.restore_traps(rows.traps);
+    s.restore_pending(rows.pending);
+    s.sort_references();
+    s.finish_uses(rows.table_use);
+    state_ = std::move(made.state_);
 }
 
 Asic &Asic::instance()

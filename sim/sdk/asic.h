@@ -99,6 +99,20 @@ struct TableUse {
     TABLE_ROW("asic_table", name, description, used, high_water, capacity)
 };
 
+/* All rows of an ASIC, each table as Asic::each gives it. */
+struct AsicRows {
+    const std::vector<IntfRow> &intfs;
+    const std::vector<AttributeValueRow> &attributes;
+    const std::vector<LidRow> &lids;
+    const std::vector<LidPathRow> &lid_paths;
+    const std::vector<PortChannelRow> &port_channels;
+    const std::vector<MemberRow> &members;
+    const std::vector<RouterMacRow> &router_macs;
+    const std::vector<TrapRow> &traps;
+    const std::vector<PendingRow> &pending;
+    const std::vector<TableUse> &table_use;
+};
+
 class Asic {
 public:
     /* The ASIC behind the libsdk_* functions. */
@@ -160,6 +174,10 @@ public:
 
     /* Empty tables and default capacities, as after power-on. */
     void reset();
+
+    /* Become the ASIC that these rows were taken from. Throws BadRow, and changes nothing, where
+     * they cannot be the rows of one. */
+    void restore(const AsicRows &rows);
 
 private:
     struct State;

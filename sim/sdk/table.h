@@ -49,6 +49,21 @@ public:
         rows_[id] = std::move(row);
         return id;
     }
+    /* Put a row back under its identifier, which must be free; free_gaps() after the last one. */
+    void put(uint32_t id, Row row)
+    {
+        if (id >= rows_.size())
+            rows_.resize(id + 1);
+        rows_[id] = std::move(row);
+        occupancy.use(occupancy.used + 1);
+    }
+    void free_gaps()
+    {
+        for (uint32_t id = first_id; id < rows_.size(); ++id) {
+            if (!rows_[id])
+                released_.push(id);
+        }
+    }
     void release(uint32_t id)
     {
         rows_[id].reset();
@@ -59,15 +74,18 @@ public:
     Row &operator[](uint32_t id) { return *rows_[id]; }
 
     /* Call visit(row) for each row, in the order of the identifiers. */
-    template <class Visit> void each(Visit &&visit) const
+    template <class Visit> void each(Visit &&visit) const { each_of(rows_, visit); }
+    template <class Visit> void each(Visit &&visit) { each_of(rows_, visit); }
+
+private:
+    template <class Rows, class Visit> static void each_of(Rows &rows, Visit &visit)
     {
-        for (const std::optional<Row> &row : rows_) {
+        for (auto &row : rows) {
             if (row)
                 visit(*row);
         }
     }
 
-private:
     LowestFirst released_;                 /* free identifiers of former rows */
     std::vector<std::optional<Row>> rows_; /* by identifier */
 };

@@ -4,7 +4,6 @@
 #include "sim/state/snapshot.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include <fmt/format.h>
 
@@ -17,33 +16,31 @@
 namespace kvnsim {
 namespace {
 
-/* The library's record of one virtual MAC: both key and value of its table. */
-struct FhrpEntry {
-    uint32_t ifindex;
-    uint8_t mac[6];
-    uint8_t pad[2];
-    uint32_t mac_trap_id;
-};
-static_assert(sizeof(FhrpEntry) == 16, "entry of the table of virtual MACs");
-
 std::string joined(const std::vector<std::string> &texts)
 {
     return fmt::format("{}", fmt::join(texts, " "));
 }
 
-void capture_wanted(const Switch &of, Snapshot &into)
+/* The rows of a Desired, which is what is wanted or what has been applied. */
+template <class Port, class Interface, class Member, class VirtualMacRow, class RouterMac>
+void capture_desired(const Desired &desired, const Switch &of, std::vector<Port> &ports,
+                     std::vector<Interface> &interfaces, std::vector<Member> &members,
+                     std::vector<VirtualMacRow> &virtual_macs, std::vector<RouterMac> &router_mac)
 {
-    const Desired &want = of.wanted();
-    into.meta.hostname = want.hostname;
-    for (const auto &[name, port] : want.ports)
-        into.wanted_ports.push_back({name, port.mtu, port.admin_up, port.alias, port.location});
+    for (const auto &[name, port] : desired.ports) {
+        Port &row = ports.emplace_back();
+        row.name = name;
+        row.mtu = port.mtu;
+        row.admin_up = port.admin_up;
+        row.alias = port.alias;
+        row.location = port.location;
+    }
 
-    into.wanted_interfaces.reserve(want.routed_ports.size() + want.port_channels.size() +
-                                   want.sub_interfaces.size() + want.svis.size());
+    interfaces.reserve(desired.routed_ports.size() + desired.port_channels.size() +
+                       desired.sub_interfaces.size() + desired.svis.size());
     const auto add = [&](const std::string &name, InterfaceKind kind, uint32_t number, uint32_t mtu,
-                         const L3Settings &l3,
-                         const SourceLocation &location) -> WantedInterface & {
-        WantedInterface &row = into.wanted_interfaces.emplace_back();
+                         const L3Settings &l3, const SourceLocation &location) -> Interface & {
+        Interface &row = interfaces.emplace_back();
         row.name = name;
         row.kind = kind;
         row.number = number;
@@ -57,39 +54,72 @@ void capture_wanted(const Switch &of, Snapshot &into)
         row.location = location;
         return row;
     };
-    for (const auto &[name, routed] : want.routed_ports) {
-        const auto port = want.ports.find(name);
-        const bool known = port != want.ports.end();
-        WantedInterface &row = add(name, InterfaceKind::port, 0, known ? port->second.mtu : 0u,
-                                   routed.l3, routed.location);
+    for (const auto &[name, routed] : desired.routed_ports) {
+        const auto port = desired.ports.find(name);
+        const bool known = port != desired.ports.end();
+        Interface &row = add(name, InterfaceKind::port, 0, known ? port->second.mtu : 0u, routed.l3,
+                             routed.location);
         row.implied = routed.implied;
         row.admin_up = known && port->second.admin_up;
     }
-    for (const auto &[name, channel] : want.port_channels) {
-        WantedInterface &row = add(name, InterfaceKind::port_channel, channel.number, channel.mtu,
-                                   channel.l3.value_or(L3Settings()),
-                                   channel.l3 ? channel.l3_location : channel.location);
+    for (const auto &[name, channel] : desired.port_channels) {
+        Interface &row = add(name, InterfaceKind::port_channel, channel.number, channel.mtu,
+                             channel.l3.value_or(L3Settings()),
+                             channel.l3 ? channel.l3_location : channel.location);
         row.routed = channel.l3.has_value();
         row.implied = channel.l3_implied;
         row.admin_up = channel.admin_up;
-        for (const auto &[port, location] : channel.members)
-            into.wanted_members.push_back(
-                {name, port, of.declined_members().count({name, port}) != 0, location});
+        if (channel.l3)
+            row.channel = channel.location;
+        for (const auto &[port, location] : channel.members) {
+            Member &member = members.emplace_back();
+            member.port_channel = name;
+            member.port = port;
+            member.declined = of.declined_members().count({name, port}) != 0;
+            member.location = location;
+        }
     }
-    for (const auto &[name, sub] : want.sub_interfaces)
+    for (const auto &[name, sub] : desired.sub_interfaces)
         add(name, InterfaceKind::sub_interface, sub.vlan, sub.mtu, sub.l3, sub.location).parent =
             sub.parent;
-    for (const auto &[name, svi] : want.svis)
+    for (const auto &[name, svi] : desired.svis)
         add(name, InterfaceKind::svi, svi.vlan, svi.mtu, svi.l3, svi.location);
+    for (const auto &[mac, location] : desired.virtual_macs) {
+        VirtualMacRow &row = virtual_macs.emplace_back();
+        row.interface = mac.interface;
+        row.mac = mac.mac;
+        row.location = location;
+    }
+    if (desired.router_mac) {
+        RouterMac &row = router_mac.emplace_back();
+        row.mac = *desired.router_mac;
+        row.location = desired.router_mac_location;
+    }
+}
+
+void capture_wanted(const Switch &of, Snapshot &into)
+{
+    const Desired &want = of.wanted();
+    into.meta.hostname = want.hostname;
+    capture_desired(want, of, into.wanted_ports, into.wanted_interfaces, into.wanted_members,
+                    into.wanted_virtual_macs, into.wanted_router_mac);
     for (const auto &[name, vlan] : want.vlans) {
         into.wanted_vlans.push_back({name, vlan.vlan, vlan.location});
         for (const auto &[member, location] : vlan.members)
             into.wanted_vlan_members.push_back({name, member, location});
     }
-    for (const auto &[mac, location] : want.virtual_macs)
-        into.wanted_virtual_macs.push_back({mac.interface, mac.mac, location});
-    if (want.router_mac)
-        into.wanted_router_mac.push_back({*want.router_mac, want.router_mac_location});
+    for (const auto &[name, location] : want.vrfs)
+        into.wanted_vrfs.push_back({name, location});
+}
+
+/* Its VLANs, VRFs and host name are always those wanted. */
+void capture_applied(const Switch &of, Snapshot &into)
+{
+    capture_desired(of.have(), of, into.applied_ports, into.applied_interfaces,
+                    into.applied_members, into.applied_virtual_macs, into.applied_router_mac);
+    for (const auto &[name, settings] : of.settings())
+        into.settings.push_back(
+            {name, settings.mtu, settings.ipv4, settings.ipv6, settings.vrf, settings.nat_zone});
     for (const auto &[name, vpn] : of.vpns())
         into.vrfs.push_back({name, vpn});
     if (of.router_mac_id() != no_id)
@@ -100,7 +130,8 @@ void capture_failures(const Switch &of, Snapshot &into)
 {
     for (const auto &[object, reasons] : of.failures()) {
         for (const Reason &reason : reasons)
-            into.failures.push_back({object, reason.message, reason.origin});
+            into.failures.push_back(
+                {object, reason.kind, reason.mac, reason.in_part, reason.message, reason.origin});
     }
 }
 
@@ -115,28 +146,6 @@ void capture_host(Snapshot &into)
             into.contexts.push_back({interface->ifindex, context->intf_id, context->old_intf_id,
                                      context->lid_id, context->pc_id});
     }
-}
-
-void capture_virtual_macs(Snapshot &into)
-{
-    if (fhrp_mac_hash == nullptr)
-        return;
-    GHashTableIter entries;
-    void *value;
-    g_hash_table_iter_init(&entries, fhrp_mac_hash);
-    while (g_hash_table_iter_next(&entries, nullptr, &value)) {
-        FhrpEntry entry;
-        std::memcpy(&entry, value, sizeof entry);
-        FhrpRow row;
-        row.ifindex = entry.ifindex;
-        std::copy(std::begin(entry.mac), std::end(entry.mac), row.mac.begin());
-        row.mac_trap_id = entry.mac_trap_id;
-        into.virtual_macs.push_back(row);
-    }
-    std::sort(into.virtual_macs.begin(), into.virtual_macs.end(),
-              [](const FhrpRow &a, const FhrpRow &b) {
-                  return std::tie(a.ifindex, a.mac) < std::tie(b.ifindex, b.mac);
-              });
 }
 
 /* Rows that are copied unchanged from a model. */
@@ -168,6 +177,14 @@ void capture_database(Snapshot &into)
 
 } // namespace
 
+std::vector<std::string> Snapshot::file_names() const
+{
+    std::vector<std::string> names;
+    for (const FileRow &row : files)
+        names.push_back(row.file);
+    return names;
+}
+
 bool operator==(const Snapshot &a, const Snapshot &b)
 {
     bool equal = same_row(a.meta, b.meta);
@@ -188,9 +205,11 @@ Snapshot capture(const Switch &of, const std::vector<std::string> &files,
         snapshot.files.push_back({file});
     snapshot.reader = findings;
     snapshot.meta.interrupted = interrupted;
+    snapshot.meta.requests_made = Journal::instance().requests_made();
     capture_wanted(of, snapshot);
+    capture_applied(of, snapshot);
     capture_host(snapshot);
-    capture_virtual_macs(snapshot);
+    snapshot.virtual_macs = library_virtual_macs();
     capture_failures(of, snapshot);
     capture_asic(snapshot);
     capture_database(snapshot);

@@ -13,6 +13,8 @@
 #include "sim/fwm/state_db.h"
 #include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"
+#include "sim/switch/switch.h"
+#include "sim/switch/virtual_macs.h"
 #include "sim/types/columns.h"
 #include "sim/types/interface_kind.h"
 
@@ -20,13 +22,12 @@
  * the ASIC and the shared database hold, and the request that made each row. */
 namespace kvnsim {
 
-class Switch;
-
 /* Rows of the ASIC, the host and the shared database are declared beside their models; rows of what
  * is wanted and of the library are here. To add a table, add a row type and its vector in
  * Snapshot. Columns are integers, bool, std::string, Mac, InterfaceKind, Finding::Severity,
- * std::optional<uint32_t>, SourceLocation (five columns, all NULL for an empty optional), Origin
- * (two) and std::string_view, a word that lives as long as the process. */
+ * StepKind, an std::optional of an integer, bool or text, SourceLocation (five columns, all NULL
+ * for an empty optional), Origin (two) and std::string_view, a word that lives as long as the
+ * process. */
 
 /* ---- What is wanted. mtu in bytes; names as the configuration gives them. ---- */
 
@@ -55,8 +56,9 @@ struct WantedInterface {
     uint32_t nat_zone = 0;
     std::string addresses; /* as written, separated by blanks */
     SourceLocation location;
+    std::optional<SourceLocation> channel; /* of a routed port-channel: its PORTCHANNEL row */
     TABLE_ROW("wanted_interface", name, kind, routed, implied, admin_up, parent, number, mtu, ipv4,
-              ipv6, vrf, vpn, nat_zone, addresses, location)
+              ipv6, vrf, vpn, nat_zone, addresses, location, channel)
 };
 
 struct WantedMember {
@@ -93,6 +95,40 @@ struct WantedRouterMac {
     TABLE_ROW("wanted_router_mac", mac, location)
 };
 
+struct WantedVrf {
+    std::string name;
+    SourceLocation location;
+    TABLE_ROW("wanted_vrf", name, location)
+};
+
+/* ---- What has been applied, which after failures is not what is wanted: as above. ---- */
+
+struct AppliedPort : WantedPort {
+    static constexpr const char *table = "applied_port";
+};
+struct AppliedInterface : WantedInterface {
+    static constexpr const char *table = "applied_interface";
+};
+struct AppliedMember : WantedMember {
+    static constexpr const char *table = "applied_member";
+};
+struct AppliedVirtualMac : WantedVirtualMac {
+    static constexpr const char *table = "applied_virtual_mac";
+};
+struct AppliedRouterMac : WantedRouterMac {
+    static constexpr const char *table = "applied_router_mac";
+};
+
+/* The settings written to an interface; empty where a write failed and the value is unknown. */
+struct SettingsRow {
+    std::string name;
+    std::optional<uint32_t> mtu;
+    std::optional<bool> ipv4, ipv6;
+    std::optional<std::string> vrf;
+    std::optional<uint32_t> nat_zone;
+    TABLE_ROW("applied_settings", name, mtu, ipv4, ipv6, vrf, nat_zone)
+};
+
 struct VrfNumber {
     std::string name;
     uint32_t vpn = 0;
@@ -108,14 +144,6 @@ struct ContextRow {
     TABLE_ROW("library_context", ifindex, intf_id, old_intf_id, lid_id, pc_id)
 };
 
-/* An entry of the library's table of virtual MACs. */
-struct FhrpRow {
-    uint32_t ifindex = 0;
-    Mac mac{};
-    uint32_t mac_trap_id = 0;
-    TABLE_ROW("library_virtual_mac", ifindex, mac, mac_trap_id)
-};
-
 /* The router MAC that the library gave the host. None or one. */
 struct OwnedRouterMac {
     uint32_t peer_mac_id = 0;
@@ -126,16 +154,21 @@ struct OwnedRouterMac {
 
 /* A failed step, not yet repaired. */
 struct FailureRow {
-    std::string object, message;
+    std::string object;
+    StepKind step = StepKind::add_port;
+    Mac mac{};            /* of a MAC step */
+    bool in_part = false; /* it succeeded in part */
+    std::string message;
     Origin made; /* the request and its first failed call */
-    TABLE_ROW("failure", object, message, made)
+    TABLE_ROW("failure", object, step, mac, in_part, message, made)
 };
 
 struct MetaRow {
     uint32_t word_size = 0; /* of the library, in bits */
     std::string hostname;
-    bool interrupted = false; /* the last configuration was not fully applied */
-    TABLE_ROW("meta", word_size, hostname, interrupted)
+    bool interrupted = false;   /* the last configuration was not fully applied */
+    uint64_t requests_made = 0; /* the next request has the number after it */
+    TABLE_ROW("meta", word_size, hostname, interrupted, requests_made)
 };
 
 /* A configuration file, in the order applied. */
@@ -156,6 +189,13 @@ struct Snapshot {
     std::vector<WantedVlanMember> wanted_vlan_members;
     std::vector<WantedVirtualMac> wanted_virtual_macs;
     std::vector<WantedRouterMac> wanted_router_mac;
+    std::vector<WantedVrf> wanted_vrfs;
+    std::vector<AppliedPort> applied_ports;
+    std::vector<AppliedInterface> applied_interfaces;
+    std::vector<AppliedMember> applied_members;
+    std::vector<AppliedVirtualMac> applied_virtual_macs;
+    std::vector<AppliedRouterMac> applied_router_mac;
+    std::vector<SettingsRow> settings;
     std::vector<VrfNumber> vrfs;
     std::vector<HostRow> host;
     std::vector<ContextRow> contexts;
@@ -179,6 +219,8 @@ struct Snapshot {
     std::vector<ErrorGroup> errors;
     std::vector<FailureRow> failures;
 
+    std::vector<std::string> file_names() const;
+
     /* visit(&Snapshot::rows) for each vector, in this order. */
     template <class Visit> static void tables(Visit &&visit)
     {
@@ -186,10 +228,12 @@ struct Snapshot {
         using S = Snapshot;
         each(&S::files, &S::reader, &S::wanted_ports, &S::wanted_interfaces, &S::wanted_members,
              &S::wanted_vlans, &S::wanted_vlan_members, &S::wanted_virtual_macs,
-             &S::wanted_router_mac, &S::vrfs, &S::host, &S::contexts, &S::virtual_macs,
-             &S::owned_router_mac, &S::intfs, &S::attributes, &S::lids, &S::lid_paths,
-             &S::port_channels, &S::members, &S::router_macs, &S::traps, &S::pending, &S::table_use,
-             &S::pm, &S::pc, &S::l3lif, &S::label, &S::member_intf, &S::errors, &S::failures);
+             &S::wanted_router_mac, &S::wanted_vrfs, &S::applied_ports, &S::applied_interfaces,
+             &S::applied_members, &S::applied_virtual_macs, &S::applied_router_mac, &S::settings,
+             &S::vrfs, &S::host, &S::contexts, &S::virtual_macs, &S::owned_router_mac, &S::intfs,
+             &S::attributes, &S::lids, &S::lid_paths, &S::port_channels, &S::members,
+             &S::router_macs, &S::traps, &S::pending, &S::table_use, &S::pm, &S::pc, &S::l3lif,
+             &S::label, &S::member_intf, &S::errors, &S::failures);
     }
 };
 bool operator==(const Snapshot &a, const Snapshot &b);

@@ -23,7 +23,7 @@ namespace kvnsim {
 namespace {
 
 constexpr int application_id = 0x4b564e53; /* "KVNS", in the file's header */
-constexpr int format_version = 3;
+constexpr int format_version = 4;
 
 [[noreturn]] void fail(const std::string &path, const std::string &reason)
 {
@@ -112,10 +112,11 @@ public:
         last_ = origin.request.get();
     }
     template <class T> void add(const T &) {} /* other columns name no request */
-    void add(Request row)
+    /* false when there is one of that number. */
+    bool add(Request row)
     {
         const uint64_t number = row.number;
-        by_number_.emplace(number, std::make_shared<const Request>(std::move(row)));
+        return by_number_.emplace(number, std::make_shared<const Request>(std::move(row))).second;
     }
     RequestRef find(uint64_t number) const
     {
@@ -235,6 +236,7 @@ public:
     void get(SourceLocation &location) { get_row(location); }
     void get(InterfaceKind &kind) { get_enum(kind, interface_kind_names); }
     void get(Finding::Severity &severity) { get_enum(severity, severity_names); }
+    void get(StepKind &step) { get_enum(step, step_kind_names); }
     void get(Origin &origin)
     {
         uint64_t number = 0;
@@ -412,8 +414,10 @@ Snapshot load(const std::string &path)
         fail(path, "damaged: table meta needs one row");
     snapshot.meta = meta.front();
     Requests requests;
-    for (Request &row : get_rows<Request>(db))
-        requests.add(std::move(row));
+    for (const Request &row : get_rows<Request>(db)) {
+        if (!requests.add(row))
+            fail(path, fmt::format("damaged: table request has number {} twice", row.number));
+    }
     Snapshot::tables([&](auto rows) {
         auto &table = snapshot.*rows;
         using Row = typename std::remove_reference_t<decltype(table)>::value_type;

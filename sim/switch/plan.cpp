@@ -36,8 +36,9 @@ std::string vrf_name(const std::string &vrf)
     return vrf.empty() ? "default" : vrf;
 }
 
-/* All wanted settings. */
-std::string words(const Settings &settings)
+} // namespace
+
+std::string in_words(const Settings &settings)
 {
     std::string text = "MTU " + std::to_string(*settings.mtu);
     if (*settings.ipv4)
@@ -51,33 +52,30 @@ std::string words(const Settings &settings)
     return text;
 }
 
-/* "MTU 9100 -> 1500, IPv6 on, VRF Vrf1 -> default". */
-std::string difference(const Settings &from, const Settings &to)
+std::vector<SettingChange> difference(const Settings &from, const Settings &to)
 {
-    std::vector<std::string> parts;
-    const auto change = [&parts](const char *what, const auto &was, const auto &is,
-                                 auto &&in_words) {
+    std::vector<SettingChange> changes;
+    const auto change = [&](Setting setting, const char *what, const auto &was, const auto &is,
+                            auto &&text_of) {
         if (was != is)
-            parts.push_back(std::string(what) + (was ? in_words(*was) : std::string("unknown")) +
-                            " -> " + in_words(*is));
+            changes.push_back({setting,
+                               std::string(what) + (was ? text_of(*was) : std::string("unknown")) +
+                                   " -> " + text_of(*is),
+                               !was || *is < *was});
     };
-    const auto flag = [&parts](const char *what, std::optional<bool> was, std::optional<bool> is) {
+    const auto flag = [&](Setting setting, const char *what, std::optional<bool> was,
+                          std::optional<bool> is) {
         if (was != is)
-            parts.push_back(std::string(what) + (*is ? " on" : " off"));
+            changes.push_back({setting, std::string(what) + (*is ? " on" : " off"), !*is});
     };
     const auto number = [](uint32_t value) { return std::to_string(value); };
-    change("MTU ", from.mtu, to.mtu, number);
-    flag("IPv4", from.ipv4, to.ipv4);
-    flag("IPv6", from.ipv6, to.ipv6);
-    change("VRF ", from.vrf, to.vrf, vrf_name);
-    change("NAT zone ", from.nat_zone, to.nat_zone, number);
-    std::string text;
-    for (const std::string &part : parts)
-        text += (text.empty() ? "" : ", ") + part;
-    return text;
+    change(Setting::mtu, "MTU ", from.mtu, to.mtu, number);
+    flag(Setting::ipv4, "IPv4", from.ipv4, to.ipv4);
+    flag(Setting::ipv6, "IPv6", from.ipv6, to.ipv6);
+    change(Setting::vrf, "VRF ", from.vrf, to.vrf, vrf_name);
+    change(Setting::nat_zone, "NAT zone ", from.nat_zone, to.nat_zone, number);
+    return changes;
 }
-
-} // namespace
 
 /* Compares what the switch has with what is wanted. */
 class Planner {
@@ -123,7 +121,7 @@ private:
     void add_interface(StepKind kind, const std::string &name, const std::string &start,
                        const SourceLocation &cause, Settings settings)
     {
-        add(kind, name, start + ": " + words(settings), cause).settings = std::move(settings);
+        add(kind, name, start + ": " + in_words(settings), cause).settings = std::move(settings);
     }
 
     bool routed(const DesiredPortChannel *port_channel) const
@@ -358,10 +356,13 @@ private:
     void change(const std::string &name, const Settings *has, const Settings &wants,
                 const SourceLocation &location)
     {
-        if (has != nullptr && *has != wants)
-            add(StepKind::change_settings, name, "change " + name + ": " + difference(*has, wants),
-                location)
-                .settings = wants;
+        if (has == nullptr || *has == wants)
+            return;
+        std::string words;
+        for (const SettingChange &each : difference(*has, wants))
+            words += (words.empty() ? "" : ", ") + each.words;
+        add(StepKind::change_settings, name, "change " + name + ": " + words, location).settings =
+            wants;
     }
 
     const Switch &switch_;

@@ -14,25 +14,9 @@
 #include "sim/sdk/asic.h"
 #include "sim/switch/choreography.h"
 #include "sim/switch/cursor.h"
+#include "sim/switch/virtual_macs.h"
 
 namespace kvnsim {
-namespace {
-
-/* When the host starts, the library knows no virtual MAC. */
-void forget_virtual_macs()
-{
-    if (fhrp_mac_hash == nullptr)
-        return;
-    GHashTableIter entries;
-    void *entry;
-    g_hash_table_iter_init(&entries, fhrp_mac_hash);
-    while (g_hash_table_iter_next(&entries, nullptr, &entry))
-        free(entry);
-    g_hash_table_destroy(fhrp_mac_hash);
-    fhrp_mac_hash = nullptr;
-}
-
-} // namespace
 
 Switch::Switch()
 {
@@ -40,6 +24,17 @@ Switch::Switch()
     Host::instance().reset();
     Asic::instance().reset();
     Journal::instance().reset();
+}
+
+void Switch::resume(SwitchMemory memory)
+{
+    have_ = std::move(memory.have);
+    wanted_ = std::move(memory.wanted);
+    settings_ = std::move(memory.settings);
+    declined_ = std::move(memory.declined);
+    vpns_ = std::move(memory.vpns);
+    failures_ = std::move(memory.failures);
+    router_mac_id_ = memory.router_mac_id;
 }
 
 uint32_t Switch::vpn_of(const std::string &vrf) const

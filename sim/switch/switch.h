@@ -27,6 +27,17 @@ struct Settings {
     friend bool operator!=(const Settings &a, const Settings &b) { return !(a == b); }
 };
 Settings settings_of(const L3Settings &l3, uint16_t mtu);
+/* "MTU 9100, IPv4, VRF Vrf42", of settings that are all known. */
+std::string in_words(const Settings &settings);
+
+enum class Setting : uint8_t { mtu, ipv4, ipv6, vrf, nat_zone };
+struct SettingChange {
+    Setting setting;
+    std::string words; /* "MTU 9100 -> 1500", "IPv6 on", "VRF Vrf1 -> default" */
+    bool downwards;    /* it falls, is turned off, or falls from an unknown value */
+};
+/* The settings that differ; those of to are all known. */
+std::vector<SettingChange> difference(const Settings &from, const Settings &to);
 
 /* What one step does, in the order in which a plan is carried out. */
 enum class StepKind : uint8_t {
@@ -50,6 +61,16 @@ enum class StepKind : uint8_t {
     change_settings,
     add_virtual_mac
 };
+constexpr const char *step_kind_names[] = {
+    "remove_virtual_mac",   "delete_sub_interface", "delete_svi",     "remove_member",
+    "unroute_port_channel", "delete_port_channel",  "unroute_port",   "delete_port",
+    "remove_router_mac",    "add_router_mac",       "add_port",       "route_port",
+    "add_port_channel",     "route_port_channel",   "add_member",     "add_svi",
+    "add_sub_interface",    "change_settings",      "add_virtual_mac"};
+inline const char *to_text(StepKind kind)
+{
+    return step_kind_names[static_cast<size_t>(kind)];
+}
 
 struct Step {
     StepKind kind;
@@ -84,12 +105,24 @@ struct Reason {
     bool in_part = false; /* it succeeded in part: some calls failed */
 };
 
+/* What a switch remembers between configurations. */
+struct SwitchMemory {
+    Desired have;
+    std::shared_ptr<const Desired> wanted = std::make_shared<const Desired>();
+    ByName<Settings> settings;
+    std::set<std::pair<std::string, std::string>> declined;
+    std::map<std::string, uint32_t> vpns;
+    std::map<std::string, std::vector<Reason>> failures;
+    uint32_t router_mac_id = no_id;
+};
+
+/* Requests that failed, and those that did later what they were for: by number. */
+using MadeUpFor = std::map<uint64_t, uint64_t>;
+
 struct Applied {
     uint32_t steps_done = 0; /* carried out, failed ones included */
     std::vector<Failure> failures;
-    /* Requests that failed, of this configuration or an earlier one, and those that then did what
-     * they were for: by number. */
-    std::map<uint64_t, uint64_t> made_up_for;
+    MadeUpFor made_up_for; /* of this configuration or an earlier one */
     bool interrupted = false; /* stopped by the caller; the rest was left out */
 };
 
@@ -135,6 +168,9 @@ public:
     /* Why objects are not as wanted, by name, the oldest reason first: failed steps, not yet
      * repaired. A failure in part stays until the object is recreated or deleted. */
     const std::map<std::string, std::vector<Reason>> &failures() const { return failures_; }
+
+    /* Remember this instead. Host and ASIC must be as they were then. */
+    void resume(SwitchMemory memory);
 
 private:
     friend class Planner;

@@ -7,6 +7,23 @@ class AnyLines : public Shell, public testing::WithParamInterface<unsigned> {
 protected:
     using Words = std::vector<std::string>;
 
+    void SetUp() override
+    {
+        const std::string ports =
+            "\"PORT\": {\"Ethernet0\": {}, \"Ethernet4\": {}, \"Ethernet8\": {}}";
+        write("a.json", "{" + ports + R"(, "INTERFACE": {"Ethernet0": {}}, "VLAN": {"Vlan10": {}},
+            "VLAN_INTERFACE": {"Vlan10": {}}, "PORTCHANNEL": {"PortChannel1": {}},
+            "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet4": {}, "PortChannel1|Ethernet8": {}},
+            "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
+            "VLAN_SUB_INTERFACE": {"Ethernet0.10": {}, "PortChannel1.30": {}}})");
+        write("b.json", "{" + ports + R"(, "PORTCHANNEL": {"PortChannel1": {}, "PortChannel2": {}},
+            "PORTCHANNEL_MEMBER": {"PortChannel2|Ethernet4": {}, "PortChannel1|Ethernet8": {},
+            "PortChannel1|Ethernet0": {}},
+            "PORTCHANNEL_INTERFACE": {"PortChannel1": {}, "PortChannel2": {}}})");
+        write("c.json", R"({"PORT": {"Ethernet4": {}}, "INTERFACE": {"Ethernet4": {}},
+            "VLAN_SUB_INTERFACE": {"Ethernet4.20": {}}})");
+    }
+
     std::string one_of(const Words &words) { return words[random_() % words.size()]; }
 
     std::string interface()
@@ -87,18 +104,6 @@ protected:
 
 TEST_P(AnyLines, EndWithAStatus)
 {
-    const std::string ports = "\"PORT\": {\"Ethernet0\": {}, \"Ethernet4\": {}, \"Ethernet8\": {}}";
-    write("a.json", "{" + ports + R"(, "INTERFACE": {"Ethernet0": {}}, "VLAN": {"Vlan10": {}},
-        "VLAN_INTERFACE": {"Vlan10": {}}, "PORTCHANNEL": {"PortChannel1": {}},
-        "PORTCHANNEL_MEMBER": {"PortChannel1|Ethernet4": {}, "PortChannel1|Ethernet8": {}},
-        "PORTCHANNEL_INTERFACE": {"PortChannel1": {}},
-        "VLAN_SUB_INTERFACE": {"Ethernet0.10": {}, "PortChannel1.30": {}}})");
-    write("b.json", "{" + ports + R"(, "PORTCHANNEL": {"PortChannel1": {}, "PortChannel2": {}},
-        "PORTCHANNEL_MEMBER": {"PortChannel2|Ethernet4": {}, "PortChannel1|Ethernet8": {},
-        "PortChannel1|Ethernet0": {}},
-        "PORTCHANNEL_INTERFACE": {"PortChannel1": {}, "PortChannel2": {}}})");
-    write("c.json", R"({"PORT": {"Ethernet4": {}}, "INTERFACE": {"Ethernet4": {}},
-        "VLAN_SUB_INTERFACE": {"Ethernet4.20": {}}})");
     std::vector<std::string> script(2000);
     for (std::string &each : script)
         each = line();
@@ -111,6 +116,26 @@ TEST_P(AnyLines, EndWithAStatus)
     EXPECT_LE(well, result.status);
     EXPECT_GE(request_failed, result.status);
     EXPECT_NE(result.out.npos, result.out.find("Exit, as Ctrl-D does")) << "it went to the end";
+}
+
+/* The database holds all of it: the switch goes on as if nothing had been. */
+TEST_P(AnyLines, LeaveASwitchThatIsRestoredAsItWas)
+{
+    std::vector<std::string> script;
+    constexpr int parts = 12;
+    for (int part = 0; part < parts; ++part) {
+        for (int count = 0; count < 60; ++count)
+            script.push_back(line());
+        const std::string name = std::to_string(part);
+        script.insert(script.end(), {"save " + name + ".db", "load " + name + ".db",
+                                     "save " + name + ".again", "diff " + name + ".db"});
+    }
+    const Result result = shell(script);
+    EXPECT_EQ(result.err.npos, result.err.find(".db: ")) << result.err;
+    for (int part = 0; part < parts; ++part) {
+        const std::string name = std::to_string(part);
+        EXPECT_TRUE(read(name + ".db") == read(name + ".again")) << name;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, AnyLines, testing::Range(1U, 21U));

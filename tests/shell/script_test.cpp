@@ -152,6 +152,44 @@ TEST_F(Script, PlanSaysWhatApplyWouldDo)
     EXPECT_THAT(result.out, HasSubstr("change Ethernet0: MTU 9100 -> 1500\n1 step\n"));
 }
 
+TEST_F(Script, LoadGoesOnFromASavedSwitch)
+{
+    const Result first = shell({"apply one.json", "hold PortChannel3 on", "save x.db"});
+    ASSERT_EQ(well, first.status) << first.err;
+    const Result result =
+        shell({"load x.db", "save y.db", "diff x.db", "apply one_1500.json", "show interfaces",
+               "load x.db", "save z.db", "hold PortChannel3 off"},
+              {example("leaf.json")});
+    EXPECT_EQ(well, result.status) << result.err;
+    EXPECT_THAT(result.out,
+                AllOf(HasSubstr("No difference"), HasSubstr("one_1500.json: 1 step, 1 request"),
+                      Not(HasSubstr("Vlan"))));
+    EXPECT_TRUE(read("x.db") == read("y.db"));
+    EXPECT_TRUE(read("x.db") == read("z.db"));
+}
+
+TEST_F(Script, LoadOfAFileThatIsNoSwitchChangesNothing)
+{
+    const Result result = shell({"mark", "load one.json", "load nowhere.db", "diff"}, {"one.json"});
+    EXPECT_EQ(bad_input, result.status);
+    EXPECT_THAT(result.err, AllOf(HasSubstr("-:2: one.json: not a kvnsim database"),
+                                  HasSubstr("-:3: nowhere.db: No such file")));
+    EXPECT_THAT(result.out, HasSubstr("No difference"));
+}
+
+TEST_F(Script, ARecordingWithALoadInItReplays)
+{
+    ASSERT_EQ(
+        well,
+        kvnsim({"run", example("small_change_before.json"), "--quiet", "--db", "x.db"}).status);
+    const Result result = shell({"load x.db", "apply " + example("small_change_after.json"),
+                                 "load x.db", "virtual-mac Vlan10 00:00:5e:00:53:fe off"},
+                                {"one.json", "--record", "x.jsonl"});
+    ASSERT_EQ(well, result.status) << result.err;
+    const Result replayed = kvnsim({"replay", "x.jsonl"});
+    EXPECT_EQ(well, replayed.status) << replayed.out << replayed.err;
+}
+
 TEST_F(Script, ReloadTakesTheFileOfTheLastTime)
 {
     const Result result = shell(

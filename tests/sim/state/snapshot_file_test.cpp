@@ -180,7 +180,7 @@ TEST_F(SnapshotFile, OfAnotherFormatIsRefusedByItsNumber)
 {
     save(small_switch(), file.path);
     run_sql("PRAGMA user_version = 1");
-    EXPECT_EQ(why_not_loaded(), file.path + ": has format 1; this kvnsim reads format 3");
+    EXPECT_EQ(why_not_loaded(), file.path + ": has format 1; this kvnsim reads format 4");
 }
 
 TEST_F(SnapshotFile, ThatWasCutShortIsDamaged)
