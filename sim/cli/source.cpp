@@ -7,12 +7,10 @@
 #include <filesystem>
 #include <functional>
 #include <set>
-#include <tuple>
 #include <utility>
 
 #include <poll.h>
 #include <sys/inotify.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "sim/cli/input.h"
@@ -100,15 +98,14 @@ public:
     }
 
 private:
-    /* What differs when the file was written or replaced; zeros without a file. */
-    using Look = std::tuple<dev_t, ino_t, off_t, int64_t, int64_t>;
+    /* What differs when the file was written. Without a file both are the same each time. */
+    using Look = std::pair<std::filesystem::file_time_type, uintmax_t>;
 
     Look look() const
     {
-        struct stat file = {};
-        if (::stat(path_.c_str(), &file) != 0)
-            return {};
-        return {file.st_dev, file.st_ino, file.st_size, file.st_mtim.tv_sec, file.st_mtim.tv_nsec};
+        std::error_code none;
+        return {std::filesystem::last_write_time(path_, none),
+                std::filesystem::file_size(path_, none)};
     }
 
     /* Take all that inotify has to tell; whether any of it is about the file. */
