@@ -257,8 +257,8 @@ void write(Json &json, const Step &step)
 
 uint64_t made_up_by(const Failure &failure, const MadeUpFor &made_up_for)
 {
-    const auto found = failure.request != nullptr ? made_up_for.find(failure.request->number)
-                                                  : made_up_for.end();
+    const auto found =
+        failure.request != nullptr ? made_up_for.find(failure.request->number) : made_up_for.end();
     return found == made_up_for.end() ? 0 : found->second;
 }
 

@@ -36,9 +36,8 @@ bool are_refused(const std::vector<Configuration> &configurations, const Policy 
 {
     tell_findings(configurations, policy, !arguments.has("--quiet"), console);
     /* A file of which nothing is known is not applied as if it wanted nothing. */
-    const bool understood =
-        std::all_of(configurations.begin(), configurations.end(),
-                    [](const Configuration &one) { return one.is_understood; });
+    const bool understood = std::all_of(configurations.begin(), configurations.end(),
+                                        [](const Configuration &one) { return one.is_understood; });
     if (understood && (!policy.refuses_any(configurations) || arguments.has("--keep-going")))
         return false;
     console.error(understood ? "kvnsim: nothing was applied (--keep-going applies the valid rows)"

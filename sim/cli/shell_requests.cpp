@@ -143,8 +143,8 @@ HostInterface *make_interface(Session &session, const std::string &name,
     const bool has_vlan =
         parsed.kind == InterfaceKind::svi || parsed.kind == InterfaceKind::sub_interface;
     if (has_vlan && !vlan_range.has(vlan))
-        throw UsageError(fmt::format("{}: expected a VLAN {}, not {}", name,
-                                     to_text(vlan_range), vlan));
+        throw UsageError(
+            fmt::format("{}: expected a VLAN {}, not {}", name, to_text(vlan_range), vlan));
     Host &host = Host::instance();
     HostInterface *made = nullptr;
     switch (parsed.kind) {

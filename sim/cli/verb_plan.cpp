@@ -40,8 +40,9 @@ struct Trial : ConfigurationRun {
 class PlanRun {
 public:
     PlanRun(const Arguments &arguments, Console &console)
-        : arguments_(arguments), console_(console), policy_(arguments), json_(arguments.has("--json")),
-          prints_(!json_ && !arguments.has("--quiet")), instruments_(arguments, console)
+        : arguments_(arguments), console_(console), policy_(arguments),
+          json_(arguments.has("--json")), prints_(!json_ && !arguments.has("--quiet")),
+          instruments_(arguments, console)
     {}
 
     int run()
@@ -49,7 +50,8 @@ public:
         go_on_from(arguments_, switch_);
         instruments_.prepare(arguments_.values("CONFIG"), false);
         configurations_ = read_configurations(arguments_, console_);
-        if (interrupt_signal() == 0 && are_refused(configurations_, policy_, arguments_, console_)) {
+        if (interrupt_signal() == 0 &&
+            are_refused(configurations_, policy_, arguments_, console_)) {
             if (json_)
                 print_json();
             return exit_input;

@@ -26,8 +26,9 @@ namespace {
 class Run {
 public:
     Run(const Arguments &arguments, Console &console)
-        : arguments_(arguments), console_(console), policy_(arguments), json_(arguments.has("--json")),
-          quiet_(arguments.has("--quiet")), instruments_(arguments, console)
+        : arguments_(arguments), console_(console), policy_(arguments),
+          json_(arguments.has("--json")), quiet_(arguments.has("--quiet")),
+          instruments_(arguments, console)
     {}
 
     int run()

@@ -77,8 +77,8 @@ Desired desired_of(const std::vector<Port> &ports, const std::vector<Interface> 
     Desired desired;
     each_row(ports, [&](const Port &row, const auto &refuse) {
         if (!desired.ports
-                 .emplace(row.name, DesiredPort{to_mtu(row.mtu, refuse), row.admin_up, row.alias,
-                                                row.location})
+                 .emplace(row.name, DesiredPort{row.front_port, to_mtu(row.mtu, refuse),
+                                                row.admin_up, row.alias, row.location})
                  .second)
             refuse("name", twice);
     });
@@ -96,7 +96,8 @@ Desired desired_of(const std::vector<Port> &ports, const std::vector<Interface> 
             return put(desired.port_channels, port_channel_of(row, mtu));
         case InterfaceKind::sub_interface:
             return put(desired.sub_interfaces,
-                       DesiredSubInterface{row.parent, row.number, mtu, l3_of(row), row.location});
+                       DesiredSubInterface{row.parent, row.number, mtu, l3_of(row), row.location,
+                                           row.waits});
         case InterfaceKind::svi:
             return put(desired.svis, DesiredSvi{row.number, mtu, l3_of(row), row.location});
         }
@@ -312,7 +313,9 @@ void check_applied(const Snapshot &from)
     each_row(from.applied_ports, [&](const AppliedPort &row, const auto &refuse) {
         const HostInterface *const port = host.find(row.name);
         if (port == nullptr || port->kind != InterfaceKind::port)
-            refuse("name", "the host has no such port");
+            return refuse("name", "the host has no such port");
+        if (row.front_port != 0 && row.front_port != port->number + 1)
+            refuse("front_port", fmt::format("the host has {}", port->number + 1));
     });
     each_row(from.applied_interfaces, [&](const AppliedInterface &row, const auto &refuse) {
         const HostInterface *const interface = host.find(row.name);

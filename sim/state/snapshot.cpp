@@ -30,6 +30,7 @@ void capture_desired(const Desired &desired, const Switch &of, std::vector<Port>
     for (const auto &[name, port] : desired.ports) {
         Port &row = ports.emplace_back();
         row.name = name;
+        row.front_port = port.front_port;
         row.mtu = port.mtu;
         row.admin_up = port.admin_up;
         row.alias = port.alias;
@@ -79,9 +80,12 @@ void capture_desired(const Desired &desired, const Switch &of, std::vector<Port>
             member.location = location;
         }
     }
-    for (const auto &[name, sub] : desired.sub_interfaces)
-        add(name, InterfaceKind::sub_interface, sub.vlan, sub.mtu, sub.l3, sub.location).parent =
-            sub.parent;
+    for (const auto &[name, sub] : desired.sub_interfaces) {
+        Interface &row =
+            add(name, InterfaceKind::sub_interface, sub.vlan, sub.mtu, sub.l3, sub.location);
+        row.parent = sub.parent;
+        row.waits = sub.waits;
+    }
     for (const auto &[name, svi] : desired.svis)
         add(name, InterfaceKind::svi, svi.vlan, svi.mtu, svi.l3, svi.location);
     for (const auto &[mac, location] : desired.virtual_macs) {

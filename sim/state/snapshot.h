@@ -33,11 +33,12 @@ namespace kvnsim {
 
 struct WantedPort {
     std::string name;
+    uint32_t front_port = 0; /* 0: whichever is free */
     uint32_t mtu = 0;
     bool admin_up = false;
     std::string alias;
     SourceLocation location;
-    TABLE_ROW("wanted_port", name, mtu, admin_up, alias, location)
+    TABLE_ROW("wanted_port", name, front_port, mtu, admin_up, alias, location)
 };
 
 /* A routed port, a port-channel, a sub-interface or an SVI. */
@@ -46,6 +47,7 @@ struct WantedInterface {
     InterfaceKind kind = InterfaceKind::port;
     bool routed = true;   /* false: a layer 2 port-channel */
     bool implied = false; /* routed only as the parent of a sub-interface */
+    bool waits = false;   /* a sub-interface whose port-channel has no member */
     bool admin_up = true;
     std::string parent;  /* of a sub-interface */
     uint32_t number = 0; /* channel number, or the VLAN of a sub-interface or SVI */
@@ -57,8 +59,8 @@ struct WantedInterface {
     std::string addresses; /* as written, separated by blanks */
     SourceLocation location;
     std::optional<SourceLocation> channel; /* of a routed port-channel: its PORTCHANNEL row */
-    TABLE_ROW("wanted_interface", name, kind, routed, implied, admin_up, parent, number, mtu, ipv4,
-              ipv6, vrf, vpn, nat_zone, addresses, location, channel)
+    TABLE_ROW("wanted_interface", name, kind, routed, implied, waits, admin_up, parent, number, mtu,
+              ipv4, ipv6, vrf, vpn, nat_zone, addresses, location, channel)
 };
 
 struct WantedMember {
