@@ -74,7 +74,7 @@ fuzz:
 	@$(MAKE) --no-print-directory fuzz-targets TARGET=fuzz
 	@mkdir -p build/fuzz/corpus
 	@cd build/fuzz && bin/configuration_fuzz -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
-	    corpus ../../examples $(KVN_SAMPLES)
+	    corpus ../../examples $(subst :, ,$(KVN_SAMPLES))
 
 .PHONY: bench-targets fuzz-targets
 bench-targets:

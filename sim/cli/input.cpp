@@ -160,13 +160,18 @@ std::string counted(uint64_t count, const char *what, const char *many)
 std::string finding_counts(const Configuration &configuration, const Policy &policy)
 {
     std::map<Finding::Severity, uint64_t, std::greater<>> counts; /* errors first */
+    uint64_t left_out = 0;
     for (const Finding &finding : configuration.findings) {
-        if (!policy.ignores(finding.code))
-            ++counts[finding.severity];
+        if (policy.ignores(finding.code))
+            continue;
+        ++counts[finding.severity];
+        left_out += finding.leaves_out;
     }
     std::string text;
     for (const auto &[severity, count] : counts)
         text += (text.empty() ? "" : ", ") + counted(count, to_text(severity));
+    if (left_out != 0)
+        text += fmt::format("; {} left out", left_out);
     return (text.empty() ? "nothing found" : text) + policy.ignored(configuration.findings);
 }
 

@@ -30,7 +30,7 @@ void write(Json &json, const SourceLocation &location);
 /* "file", "findings" and "ignored" of a configuration, within an object. */
 void write(Json &json, const Configuration &configuration);
 
-/* "2 errors, 1 warning, 3 notes; 1 finding ignored (KVN-C080)"; "nothing found". */
+/* "2 errors, 1 warning, 3 notes; 1 left out; 1 finding ignored (KVN-C080)"; "nothing found". */
 std::string finding_counts(const Configuration &configuration, const Policy &policy);
 /* The line "  not applied: LOOPBACK (1 row), BGP_NEIGHBOR (12 rows)"; empty when all tables count.
  */

@@ -9,6 +9,7 @@
 #include <set>
 #include <string_view>
 #include <tuple>
+#include <unordered_map>
 
 #include "sim/config/desired.h"
 #include "sim/config/document.h"
@@ -34,7 +35,10 @@ class Reader {
 public:
     Reader(Configuration &configuration, Document document)
         : configuration_(configuration), document_(std::move(document)), draft_(configuration)
-    {}
+    {
+        for (size_t i = 0; i < document_.tables.size(); ++i)
+            note_place(i);
+    }
 
     void read()
     {
@@ -54,6 +58,7 @@ public:
             if (table.name == std::string_view("PORT"))
                 draft_.number_ports();
         }
+        draft_.sort_addresses();
         draft_.check_addresses();
         draft_.check_members();
         draft_.check_waiting();
@@ -69,12 +74,15 @@ private:
         return {configuration_.file, row.at.line, row.at.column, table.name, row.name};
     }
 
+    void note_place(size_t table)
+    {
+        if (document_.tables[table].kind == ValueKind::object)
+            places_[document_.tables[table].name] = table;
+    }
     DocumentTable *find(const std::string &name)
     {
-        for (DocumentTable &table : document_.tables)
-            if (table.name == name && table.kind == ValueKind::object)
-                return &table;
-        return nullptr;
+        const auto place = places_.find(name);
+        return place == places_.end() ? nullptr : &document_.tables[place->second];
     }
 
     /* A file without any known table is not what its user takes it for. */
@@ -140,8 +148,10 @@ private:
         }
         if (listed.empty())
             return;
-        if (!member_table)
+        if (!member_table) {
             document_.tables.push_back({members, listed.front().at, ValueKind::object, {}, {}, {}});
+            note_place(document_.tables.size() - 1);
+        }
         std::vector<DocumentRow> &rows = find(members)->entries;
         std::move(listed.begin(), listed.end(), std::back_inserter(rows));
     }
@@ -300,7 +310,8 @@ private:
                 draft_.tell(FindingId::unknown_field, moved(row.location, field.at),
                             quoted(field.name), meant->name);
             else if (row.is_address_row && find_field(row.table.fields, name))
-                draft_.tell(FindingId::field_of_address_row, moved(row.location, field.at), name, fmt::format("{}|{}", row.table.name, row.name()));
+                draft_.tell(FindingId::field_of_address_row, moved(row.location, field.at), name,
+                            fmt::format("{}|{}", row.table.name, row.name()));
         }
         return sound;
     }
@@ -369,6 +380,7 @@ private:
 
     Configuration &configuration_;
     Document document_;
+    std::unordered_map<std::string, size_t> places_; /* of the tables that are objects */
     Draft draft_;
     std::set<std::string> long_names_;
 };

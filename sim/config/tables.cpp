@@ -208,10 +208,7 @@ void add_address(Draft &draft, const Row &row, L3Settings &l3)
     if (!address.has_prefix_length)
         draft.tell(FindingId::no_prefix_length, row.location, row.address());
     (address.ipv6 ? l3.ipv6 : l3.ipv4) = true;
-    /* Sorted, so that the order of the rows makes no difference. */
-    l3.addresses.insert(
-        std::upper_bound(l3.addresses.begin(), l3.addresses.end(), row.address(), NaturalOrder()),
-        row.address());
+    l3.addresses.push_back(row.address());
 }
 
 void set_l3(Draft &draft, const Row &row, L3Settings &l3)
@@ -981,6 +978,22 @@ void Draft::add_address(const Row &row, const Address &address, const std::strin
     addresses_.push_back({vnet == vnet_of.end() ? vrf : vrf + '|' + vnet->second, address,
                           network(address.bytes, address.prefix_length), row.name(), row.address(),
                           row.location});
+}
+
+void Draft::sort_addresses()
+{
+    const auto sort = [](L3Settings &l3) {
+        std::sort(l3.addresses.begin(), l3.addresses.end(), NaturalOrder());
+    };
+    for (auto &[name, port] : desired.routed_ports)
+        sort(port.l3);
+    for (auto &[name, channel] : desired.port_channels)
+        if (channel.l3)
+            sort(*channel.l3);
+    for (auto &[name, sub] : desired.sub_interfaces)
+        sort(sub.l3);
+    for (auto &[name, svi] : desired.svis)
+        sort(svi.l3);
 }
 
 void Draft::check_addresses()

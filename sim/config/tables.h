@@ -185,6 +185,8 @@ public:
     void number_ports();
     /* An address of an interface, for check_addresses. */
     void add_address(const Row &row, const Address &address, const std::string &vrf);
+    /* After the last row: the order of the rows makes no difference. */
+    void sort_addresses();
     /* After the last row: what several rows together do. */
     void check_addresses();
     void check_members();
