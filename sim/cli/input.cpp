@@ -59,6 +59,12 @@ Configuration read_one(const std::string &path)
     return unreadable;
 }
 
+std::string text_of(const Finding &finding)
+{
+    return finding.location.line != 0 ? finding.to_text()
+                                      : finding.location.file + ": " + finding.words();
+}
+
 } // namespace
 
 std::vector<Configuration> read_configurations(const std::vector<std::string> &files)
@@ -81,9 +87,7 @@ void tell_findings(const std::vector<Configuration> &configurations, bool notes,
 {
     for (const Configuration &configuration : configurations) {
         for (const Finding &finding : configuration.findings) {
-            const std::string text = finding.location.line != 0
-                                         ? finding.to_text()
-                                         : finding.location.file + ": " + finding.words();
+            const std::string text = text_of(finding);
             if (finding.severity == Finding::Severity::error)
                 console.error(text);
             else if (finding.severity == Finding::Severity::warning)
@@ -91,6 +95,21 @@ void tell_findings(const std::vector<Configuration> &configurations, bool notes,
             else if (notes)
                 console.note(text);
         }
+    }
+}
+
+void print_findings(const Configuration &configuration, Console &console)
+{
+    for (const Finding &finding : configuration.findings) {
+        const std::string text = text_of(finding);
+        if (finding.code.empty())
+            console.error(text); /* there is no text to find anything in */
+        else if (finding.severity == Finding::Severity::error)
+            console.print_error(text);
+        else if (finding.severity == Finding::Severity::warning)
+            console.print_warning(text);
+        else
+            console.out() << text << "\n";
     }
 }
 

@@ -18,6 +18,9 @@ bool have_errors(const std::vector<Configuration> &configurations);
 /* Report the findings: all, or all but the notes. */
 void tell_findings(const std::vector<Configuration> &configurations, bool notes, Console &console);
 
+/* The same as data: only that a file cannot be read is a message. */
+void print_findings(const Configuration &configuration, Console &console);
+
 /* "file", "line", "column", "table", "key", within an object; the last four null without a line. */
 void write(Json &json, const SourceLocation &location);
 /* "file", "findings" and "ignored" of a configuration, within an object. */

@@ -8,9 +8,10 @@
 #include "platform_api/fwm.h"
 #include "platform_api/libsdk.h"
 #include "sim/cli/console.h"
-#include "sim/config/similar.h"
 #include "sim/cli/shell.h"
+#include "sim/cli/stored.h"
 #include "sim/config/names.h"
+#include "sim/config/similar.h"
 #include "sim/sdk/asic.h"
 #include "sim/sdk/attributes.h"
 #include "sim/switch/choreography.h"
@@ -34,8 +35,7 @@ Found &known(Found *found, const char *what, const std::string &name, const Rows
 
 HostInterface &interface_named(const std::string &name)
 {
-    const Host &host = Host::instance();
-    return known(host.find(name), "interface", name, host.interfaces());
+    return *Host::instance().find(interface_meant(host_names(), name));
 }
 
 /* 9216, 0x10000001, -1, on, off */
@@ -142,9 +142,9 @@ HostInterface *make_interface(Session &session, const std::string &name,
 {
     const bool has_vlan =
         parsed.kind == InterfaceKind::svi || parsed.kind == InterfaceKind::sub_interface;
-    if (has_vlan && !encapsulation_range.has(vlan))
-        throw UsageError(fmt::format("{}: expected a VLAN {}, not {}", name,
-                                     to_text(encapsulation_range), vlan));
+    if (has_vlan && !vlan_range.has(vlan))
+        throw UsageError(
+            fmt::format("{}: expected a VLAN {}, not {}", name, to_text(vlan_range), vlan));
     Host &host = Host::instance();
     HostInterface *made = nullptr;
     switch (parsed.kind) {

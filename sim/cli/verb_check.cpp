@@ -22,7 +22,8 @@ int check(const Arguments &arguments, Console &console)
         json.end_array().end_object();
         console.out() << json.document();
     } else {
-        tell_findings(configurations, true, console);
+        for (const Configuration &configuration : configurations)
+            print_findings(configuration, console);
         for (const Configuration &configuration : configurations)
             console.out() << fmt::format("{}: {}\n{}", configuration.file,
                                          finding_counts(configuration),
