@@ -25,7 +25,8 @@ TEST(InterfaceKey, IsWhatAllSpellingsShare)
 
 TEST(InterfaceKey, IsEmptyForWhatHasNotTheFormOfAName)
 {
-    for (const char *other : {"", "Ethernet", "Eth.1", "Eth1.", "Eth1.a", "leaf.json", "eth1x", "1"})
+    for (const char *other :
+         {"", "Ethernet", "Eth.1", "Eth1.", "Eth1.a", "leaf.json", "eth1x", "1"})
         EXPECT_EQ(interface_key(other), "") << other;
 }
 
