@@ -19,7 +19,8 @@ file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/l3lifpdkavelin.pc.in l3lifpdkavelin.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/l3lifpdkavelin.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DATADIR}/kvnsim)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/schemas
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/kvnsim)
 
 set(CPACK_GENERATOR TGZ DEB)
 set(CPACK_PACKAGE_NAME l3lifpd-kavelin)

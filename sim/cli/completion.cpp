@@ -58,16 +58,6 @@ Words values_of(const Option &option, const Reading &line, const std::string &be
     }
 }
 
-/* A table of all interfaces takes no interface operand. */
-bool shows_all_interfaces(const std::vector<Option> &options, const Arguments &given)
-{
-    return std::any_of(options.begin(), options.end(), [&](const Option &option) {
-        const ShowKind *kind =
-            option.takes == Takes::table ? find_show_kind(given.value(option.name())) : nullptr;
-        return kind != nullptr && !kind->of_interface;
-    });
-}
-
 } // namespace
 
 Words beginning_with(const std::string &begun, Words names)
@@ -91,8 +81,6 @@ Words complete(const std::vector<Option> &options, Words words, PlaceValues valu
         begun.erase(0, equals + 1);
     }
     const Reading line = read(options, words);
-    const bool takes_operand = line.next != nullptr && !(line.next->takes == Takes::interface &&
-                                                         shows_all_interfaces(options, line.given));
     Words all;
     const auto offer = [&](const Words &more) { all.insert(all.end(), more.begin(), more.end()); };
     const auto offer_values = [&](const Option &option) {
@@ -107,7 +95,7 @@ Words complete(const std::vector<Option> &options, Words words, PlaceValues valu
     } else {
         if (line.waiting != nullptr)
             offer_values(*line.waiting);
-        if (takes_operand)
+        if (line.next != nullptr)
             offer_values(*line.next);
         else if (line.waiting == nullptr)
             offer(option_names(options, line.given));

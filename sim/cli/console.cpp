@@ -4,9 +4,11 @@
 #include <cstdlib>
 
 #include <fmt/format.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "sim/config/database_url.h"
+#include "sim/config/names.h"
 
 namespace kvnsim {
 namespace {
@@ -26,6 +28,12 @@ void write_to_stderr(const std::string &text)
 {
     std::fwrite(text.data(), 1, text.size(), stderr);
     std::fflush(stderr);
+}
+
+/* A line; no colour is "". */
+std::string coloured(const char *colour, std::string_view text)
+{
+    return *colour != '\0' ? fmt::format("{}{}\033[0m\n", colour, text) : fmt::format("{}\n", text);
 }
 
 } // namespace
@@ -59,11 +67,23 @@ int DescriptorBuffer::sync()
 }
 
 Console::Console()
-    : buffer_(STDOUT_FILENO), out_(&buffer_),
-      out_colour_(::isatty(STDOUT_FILENO) != 0 && colour_wanted()),
+    : buffer_(STDOUT_FILENO), out_(&buffer_), out_terminal_(::isatty(STDOUT_FILENO) != 0),
+      out_colour_(out_terminal_ && colour_wanted()),
       error_colour_(::isatty(STDERR_FILENO) != 0 && colour_wanted()),
       error_terminal_(::isatty(STDERR_FILENO) != 0)
 {}
+
+size_t Console::width() const
+{
+    if (!out_terminal_)
+        return SIZE_MAX;
+    const char *columns = std::getenv("COLUMNS");
+    if (const auto given = parse_number(columns != nullptr ? columns : "", 1, UINT32_MAX))
+        return *given;
+    winsize size{};
+    const bool known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+    return known ? size.ws_col : SIZE_MAX;
+}
 
 void Console::print_titled(std::string_view text)
 {
@@ -75,13 +95,17 @@ void Console::print_titled(std::string_view text)
         out_ << text;
 }
 
+void Console::line(const char *colour, std::string_view text)
+{
+    clear_progress();
+    out_ << coloured(out_colour_ ? colour : "", without_passwords(text));
+}
+
 void Console::message(const char *colour, std::string_view unmasked)
 {
     out_.flush();
     clear_progress();
-    const std::string text = without_passwords(unmasked);
-    write_to_stderr(error_colour_ && *colour != '\0' ? fmt::format("{}{}\033[0m\n", colour, text)
-                                                     : fmt::format("{}\n", text));
+    write_to_stderr(coloured(error_colour_ ? colour : "", without_passwords(unmasked)));
 }
 
 void Console::progress(std::string_view what)

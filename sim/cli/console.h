@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <ostream>
 #include <streambuf>
@@ -34,14 +35,21 @@ public:
     /* Data. */
     std::ostream &out() { return out_; }
     bool out_has_colour() const { return out_colour_; }
+    /* Characters in a line of the terminal, by COLUMNS or else as it says itself; SIZE_MAX when it
+     * does not, and on anything else. */
+    size_t width() const;
     /* A text with its first line as a heading. */
     void print_titled(std::string_view text);
+
+    /* Data, a line each. */
+    void print_warning(std::string_view text) { line(yellow, text); }
+    void print_error(std::string_view text) { line(red, text); }
 
     /* Messages: one line each, without its end. Earlier output appears first. No password of a
      * database's URL is shown. */
     void note(std::string_view text) { message("", text); }
-    void warning(std::string_view text) { message("\033[33m", text); }
-    void error(std::string_view text) { message("\033[31m", text); }
+    void warning(std::string_view text) { message(yellow, text); }
+    void error(std::string_view text) { message(red, text); }
 
     /* Show progress; the next message or output clears it. */
     void progress(std::string_view what, uint64_t done, uint64_t of);
@@ -54,11 +62,14 @@ public:
     int finish();
 
 private:
+    static constexpr const char *yellow = "\033[33m", *red = "\033[31m";
+
     void message(const char *colour, std::string_view text);
+    void line(const char *colour, std::string_view text);
 
     DescriptorBuffer buffer_;
     std::ostream out_;
-    bool out_colour_, error_colour_, error_terminal_;
+    bool out_terminal_, out_colour_, error_colour_, error_terminal_;
     bool progress_shown_ = false;
     std::chrono::steady_clock::time_point last_progress_{};
 };

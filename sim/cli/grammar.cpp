@@ -72,13 +72,27 @@ bool begins_like_an_option(const std::string &word)
     return word.size() > 1 && word[0] == '-' && (word[1] < '0' || word[1] > '9');
 }
 
-const Option *operand_at(const std::vector<Option> &options, size_t position)
+bool has_form_of_database(std::string_view word)
 {
+    constexpr std::string_view ending = ".db";
+    return word.size() > ending.size() && word.substr(word.size() - ending.size()) == ending;
+}
+
+const Option *operand_at(const std::vector<Option> &options, size_t position,
+                         const std::string &word = "")
+{
+    const Option *list = nullptr;
     for (const Option &option : options) {
-        if (option.is_operand() && (option.is_many() || position-- == 0))
+        if (!option.is_operand())
+            continue;
+        if (list != nullptr && option.takes == Takes::database && has_form_of_database(word))
+            return &option;
+        if (list == nullptr && option.is_many())
+            list = &option;
+        else if (list == nullptr && position-- == 0)
             return &option;
     }
-    return nullptr;
+    return list;
 }
 
 } // namespace
@@ -165,13 +179,13 @@ Reading read(const std::vector<Option> &options, const Words &words)
     for (const std::string &word : words) {
         const Option *waiting = std::exchange(line.waiting, nullptr);
         if (waiting != nullptr &&
-            (waiting->takes != Takes::maybe_interface || parse_interface_name(word))) {
+            (waiting->takes != Takes::maybe_interface || !interface_key(word).empty())) {
             given[waiting->name()].back() = word;
         } else if (!operands_only && word == "--") {
             operands_only = true;
         } else if (!operands_only && begins_like_an_option(word)) {
             take_option(word);
-        } else if (const Option *operand = operand_at(options, line.given.operands_.size())) {
+        } else if (const Option *operand = operand_at(options, line.given.operands_.size(), word)) {
             given[operand->name()].push_back(word);
             line.given.operands_.push_back(word);
         } else {
@@ -202,13 +216,13 @@ Arguments parse(const std::vector<Option> &options, const Words &words, const st
         if (values.empty() && option.is_required() && missing == nullptr)
             missing = &option;
     }
-    if (!usage.empty() && (missing != nullptr || !line.stray.empty()))
-        throw UsageError("expected " + usage);
     /* A misspelt option explains more than what is missing because of it. */
     if (begins_like_an_option(line.stray))
         throw UsageError(fmt::format(
             "unknown option {}{}", line.stray,
             did_you_mean(line.stray.substr(0, line.stray.find('=')), option_names(options))));
+    if (!usage.empty() && (missing != nullptr || !line.stray.empty()))
+        throw UsageError("expected " + usage);
     if (!line.stray.empty())
         throw UsageError(fmt::format("unexpected argument \"{}\"", line.stray));
     if (missing != nullptr)

@@ -25,12 +25,13 @@ enum class Takes : uint8_t {
     nothing, /* a flag */
     text,
     file,
+    database,        /* behind a list of other operands: a word that ends in .db */
     count,           /* 0, 1, 2, ... below 2^64 */
     probability,     /* 0..1 */
     choice,          /* one of those that the row lists: "debug|error" */
     interface,       /* an interface's name */
     maybe_interface, /* the same, or none, given as "": the next word is the value only if it
-                        has the form of an interface name */
+                        has the form of one */
     property,        /* an L3 property */
     attribute,       /* an attribute of SDK interfaces */
     entry,           /* an entry point of the library */

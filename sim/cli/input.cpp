@@ -115,6 +115,23 @@ void tell_findings(const std::vector<Configuration> &configurations, const Polic
     }
 }
 
+void print_findings(const Configuration &configuration, const Policy &policy, Console &console)
+{
+    for (const Finding &finding : configuration.findings) {
+        if (policy.ignores(finding.code))
+            continue;
+        const std::string text = finding.to_text();
+        if (finding.code.empty())
+            console.error(text); /* there is no text to find anything in */
+        else if (finding.severity == Finding::Severity::error)
+            console.print_error(text);
+        else if (finding.severity == Finding::Severity::warning)
+            console.print_warning(text);
+        else
+            console.out() << text << "\n";
+    }
+}
+
 void write(Json &json, const SourceLocation &location)
 {
     json.field("file", location.file);

@@ -25,6 +25,9 @@ DatabaseUrl database_named(const std::string &url);
 void tell_findings(const std::vector<Configuration> &configurations, const Policy &policy,
                    bool notes, Console &console);
 
+/* The same as data: only that a file cannot be read is a message. */
+void print_findings(const Configuration &configuration, const Policy &policy, Console &console);
+
 /* "file", "line", "column", "table", "key", within an object; null for what it does not have. */
 void write(Json &json, const SourceLocation &location);
 /* "file", "findings" and "ignored" of a configuration, within an object. */

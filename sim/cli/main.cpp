@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -12,6 +13,7 @@
 #include "sim/cli/verb.h"
 #include "sim/config/similar.h"
 #include "sim/state/snapshot.h"
+#include "sim/types/json.h"
 
 namespace kvnsim {
 namespace {
@@ -59,17 +61,29 @@ int run(Words words, Console &console)
     }
 }
 
+/* An error is a message and, for who asked for a document, that document. */
+int fail(ExitStatus status, const char *message, const Words &words, Console &console)
+{
+    const auto options_end = std::find(words.begin(), words.end(), "--");
+    if (std::find(words.begin(), options_end, json_option.words) != options_end) {
+        Json json;
+        json.begin_object().key("error").begin_object().field("status", int{status});
+        json.field("message", message).end_object().end_object();
+        console.out() << json.document();
+    }
+    console.error(fmt::format("kvnsim: {}", message));
+    return status;
+}
+
 int guarded(const Words &words, Console &console)
 {
     try {
         return run(words, console);
     } catch (const UsageError &error) {
-        console.error(fmt::format("kvnsim: {}", error.what()));
-        return exit_usage;
+        return fail(exit_usage, error.what(), words, console);
     } catch (const std::exception &error) {
         /* InputError, SnapshotError, or out of memory. */
-        console.error(fmt::format("kvnsim: {}", error.what()));
-        return exit_input;
+        return fail(exit_input, error.what(), words, console);
     }
 }
 

@@ -69,7 +69,7 @@ Words paths(const std::string &begun)
     return found;
 }
 
-Words argument_words(const EntryPoint *entry, size_t position)
+Words argument_words(const EntryPoint *entry, size_t position, const std::string &begun)
 {
     if (entry == nullptr)
         return {};
@@ -80,7 +80,7 @@ Words argument_words(const EntryPoint *entry, size_t position)
             return names_of(properties());
         if (!parameter.names_interface())
             return {};
-        Words names = names_of(Host::instance().interfaces());
+        Words names = host_names().beginning_with(begun);
         if (parameter.kind == ParameterKind::interface)
             names.emplace_back("null");
         return names;
@@ -94,12 +94,12 @@ Words values_here(const Option &option, const Reading &line, const std::string &
     case Takes::file:
         return paths(begun);
     case Takes::interface:
-        return names_of(Host::instance().interfaces());
+        return host_names().beginning_with(begun);
     case Takes::entry:
         return entry_names();
     case Takes::argument:
         return argument_words(EntryPoint::find(line.given.value("ENTRY")),
-                              line.given.values(option.name()).size());
+                              line.given.values(option.name()).size(), begun);
     case Takes::command:
         return command_names();
     default:
@@ -209,6 +209,14 @@ const Command *find_command(std::string_view name)
         }
     }
     return nullptr;
+}
+
+Spellings host_names()
+{
+    Spellings names;
+    for (const HostInterface *interface : Host::instance().interfaces())
+        names.add(interface->name, interface->alias);
+    return names;
 }
 
 void Session::error(const std::string &message) const

@@ -7,6 +7,7 @@
 
 #include "sim/cli/instruments.h"
 #include "sim/cli/verb.h"
+#include "sim/config/spellings.h"
 #include "sim/state/snapshot.h"
 #include "sim/switch/switch.h"
 
@@ -59,6 +60,9 @@ int execute(Session &session, const Words &words);
 
 /* Completions of the last word. */
 Words complete_line(const Words &words);
+
+/* The interfaces of the host. */
+Spellings host_names();
 
 /* What the words of an entry point's arguments mean, without output arguments. */
 std::vector<Value> arguments_of(const EntryPoint &entry, const Words &words);

@@ -9,6 +9,7 @@
 #include "platform_api/libsdk.h"
 #include "sim/cli/console.h"
 #include "sim/cli/shell.h"
+#include "sim/cli/stored.h"
 #include "sim/config/names.h"
 #include "sim/config/similar.h"
 #include "sim/sdk/asic.h"
@@ -34,8 +35,7 @@ Found &known(Found *found, const char *what, const std::string &name, const Rows
 
 HostInterface &interface_named(const std::string &name)
 {
-    const Host &host = Host::instance();
-    return known(host.find(name), "interface", name, host.interfaces());
+    return *Host::instance().find(interface_meant(host_names(), name));
 }
 
 /* 9216, 0x10000001, -1, on, off */

@@ -9,17 +9,24 @@
 #include "sim/cli/stored.h"
 #include "sim/state/compare.h"
 #include "sim/state/restore.h"
+#include "sim/state/interface_names.h"
 
 namespace kvnsim {
 namespace {
 
 /* ---- Configurations ---- */
 
-Configuration read(Session &session, const std::string &file)
+Configuration read(const std::string &file)
 {
     if (file == "-")
         throw UsageError("standard input supplies the commands");
-    Configuration configuration = std::move(read_configurations({file}).front());
+    return std::move(read_configurations({file}).front());
+}
+
+/* The same; its findings are messages. */
+Configuration read_and_tell(Session &session, const std::string &file)
+{
+    Configuration configuration = read(file);
     tell_findings({configuration}, Policy({}), true, session.console);
     return configuration;
 }
@@ -41,7 +48,7 @@ int apply(Session &session, const Arguments &given)
     if (!given.has("FILE") && session.files.empty())
         throw UsageError("nothing was applied yet: reload which FILE?");
     const std::string source = given.has("FILE") ? given.value("FILE") : session.source;
-    const Configuration configuration = read(session, source);
+    const Configuration configuration = read_and_tell(session, source);
     const std::string &file = configuration.file;
     if (is_refused(session, configuration))
         return exit_input;
@@ -63,7 +70,7 @@ int apply(Session &session, const Arguments &given)
 
 int plan(Session &session, const Arguments &given)
 {
-    const Configuration configuration = read(session, given.value("FILE"));
+    const Configuration configuration = read_and_tell(session, given.value("FILE"));
     if (is_refused(session, configuration))
         return exit_input;
     const Plan steps = session.power.plan(configuration.desired);
@@ -76,7 +83,8 @@ int plan(Session &session, const Arguments &given)
 
 int check(Session &session, const Arguments &given)
 {
-    const Configuration configuration = read(session, given.value("FILE"));
+    const Configuration configuration = read(given.value("FILE"));
+    print_findings(configuration, Policy({}), session.console);
     session.console.out() << configuration.file << ": " << finding_counts(configuration, Policy({}))
                           << "\n";
     return configuration.has_errors() ? exit_input : exit_well;
@@ -123,7 +131,7 @@ int compare(Session &session, const Arguments &given)
 
 int timeline(Session &session, const Arguments &given)
 {
-    const std::string &interface = given.value("IF");
+    std::string interface = given.value("IF");
     if (given.value("on|off") == "off") {
         if (!interface.empty())
             throw UsageError("expected timeline on [IF], or timeline off");
@@ -131,7 +139,7 @@ int timeline(Session &session, const Arguments &given)
         return exit_well;
     }
     if (!interface.empty())
-        require_interface(session.now(), interface);
+        interface = interface_meant(interface_names(session.now()), interface);
     session.instruments.start_timeline(interface);
     return exit_well;
 }
@@ -188,22 +196,22 @@ const CommandGroup looking_commands{
     "Inspection",
     {{"show",
       "show a table of the switch",
-      {{"TABLE", Takes::table}, {"IF", Takes::interface, Times::optional}, json_option},
+      {{"TABLE", Takes::table}, {"NAME", Takes::interface, Times::any}, json_option, wide_option},
       of_switch<print_table>},
      {"explain",
       "show how an interface is configured and programmed",
-      {{"IF", Takes::interface}, json_option},
+      {{"IF", Takes::interface}, json_option, wide_option},
       of_switch<print_explanation>},
      {"audit",
       "report what does not agree",
-      {json_option},
+      {json_option, wide_option},
       of_switch<print_audit>,
       "After manual requests the switch no longer matches its configuration: the audit reports\n"
       "differences, and apply works from what it did itself.\n"},
      {"mark", "remember the switch's state, for diff", {}, mark},
      {"diff",
       "show differences from the mark or from a database",
-      {{"FILE", Takes::file, Times::optional}, json_option},
+      {{"FILE", Takes::file, Times::optional}, json_option, wide_option},
       compare},
      {"timeline",
       "print each request with its calls, of all interfaces or of one",

@@ -1,5 +1,7 @@
 #include "sim/cli/stored.h"
 
+#include <cstdlib>
+
 #include <fmt/format.h>
 
 #include "sim/cli/console.h"
@@ -19,51 +21,104 @@ const ShowKind &show_kind_named(const std::string &what)
 {
     if (const ShowKind *kind = find_show_kind(what))
         return *kind;
-    throw UsageError(fmt::format("there is no table \"{}\"; there are {}", what,
-                                 fmt::join(names_of(show_kinds()), ", ")));
+    const Words names = names_of(show_kinds());
+    throw UsageError(fmt::format("there is no table \"{}\"{}; there are {}", what,
+                                 did_you_mean(what, names), fmt::join(names, ", ")));
+}
+
+std::string name_meant(const Spellings &names, const std::string &written, const char *what)
+{
+    Meant meant = names.meant(written, what);
+    if (!meant.problem.empty())
+        throw UsageError(meant.problem);
+    return std::move(meant.name);
+}
+
+Listing attributes_of(const ShowKind &kind, const Snapshot &snapshot, const Words &written)
+{
+    if (written.empty())
+        throw UsageError(fmt::format("{} of which interface?", kind.name));
+    if (written.size() > 1)
+        throw UsageError(fmt::format("{} are those of one interface", kind.name));
+    return kind.make(snapshot, interface_meant(interface_names(snapshot), written.front()));
+}
+
+/* The table, or only the rows about the names. */
+Listing table_of(const ShowKind &kind, const Snapshot &snapshot, const Words &written)
+{
+    Listing table = kind.make(snapshot, {});
+    if (written.empty())
+        return table;
+    const Spellings known = names_in(kind, table, snapshot);
+    Names names;
+    for (const std::string &name : written)
+        names.insert(name_meant(known, name, "interface or row"));
+    return rows_about(kind, std::move(table), names);
 }
 
 } // namespace
 
-void require_interface(const Snapshot &snapshot, const std::string &name)
+std::string database_of(const Arguments &given)
 {
-    const Names names = interface_names(snapshot);
-    if (names.count(name) == 0)
-        throw UsageError(fmt::format("there is no interface \"{}\"{}", name,
-                                     did_you_mean(name, {names.begin(), names.end()})));
+    const std::string &operand = given.value("DB"), &option = given.value("--db");
+    if (!operand.empty() && !option.empty())
+        throw UsageError(fmt::format("two databases: {} and --db {}", operand, option));
+    if (!operand.empty() || !option.empty())
+        return operand + option;
+    const char *variable = std::getenv(database_variable);
+    return variable != nullptr ? variable : "";
+}
+
+Snapshot load_database(const Arguments &given)
+{
+    const std::string database = database_of(given);
+    if (database.empty())
+        throw UsageError(fmt::format("the database is missing: give DB or --db FILE, or set {}",
+                                     database_variable));
+    return load(database);
+}
+
+std::string interface_meant(const Spellings &names, const std::string &written)
+{
+    return name_meant(names, written, "interface");
+}
+
+Page page_on(const Console &console, const Arguments &given, const std::string &more)
+{
+    return given.has("--wide") ? Page() : Page{console.width(), more};
 }
 
 int print_table(const Snapshot &snapshot, const Arguments &given, Console &console)
 {
-    const ShowKind &kind = show_kind_named(given.operands().front());
-    const std::string &interface = given.value("IF");
-    if (kind.of_interface && interface.empty())
-        throw UsageError(fmt::format("{} of which interface?", kind.name));
-    if (!kind.of_interface && !interface.empty())
-        throw UsageError(fmt::format("{} takes no interface", kind.name));
-    if (kind.of_interface)
-        require_interface(snapshot, interface);
-    const Listing listing = kind.make(snapshot, interface);
+    const ShowKind &kind = show_kind_named(given.value("TABLE"));
+    const Words &names = given.values("NAME");
+    const Listing listing =
+        kind.of_interface ? attributes_of(kind, snapshot, names) : table_of(kind, snapshot, names);
     if (given.has("--json")) {
         Json document;
         write(document.begin_object().key(kind.json_key()), listing);
         console.out() << document.end_object().document();
+    } else if (names.size() == 1 && listing.rows.size() == 1 && !given.has("--wide")) {
+        console.print_titled(to_vertical_text(listing));
     } else {
-        console.print_titled(to_text(listing));
+        const std::string more =
+            fmt::format("--wide shows all columns, `show {} NAME` those of one row", kind.name);
+        console.print_titled(to_text(listing, kind.of_interface ? page_on(console, given)
+                                                                : page_on(console, given, more)));
     }
     return exit_well;
 }
 
 int print_explanation(const Snapshot &snapshot, const Arguments &given, Console &console)
 {
-    require_interface(snapshot, given.value("IF"));
-    const Explanation explanation = explain(snapshot, given.value("IF"));
+    const Explanation explanation =
+        explain(snapshot, interface_meant(interface_names(snapshot), given.value("IF")));
     if (given.has("--json")) {
         Json document;
         write(document, explanation);
         console.out() << document.document();
     } else {
-        console.print_titled(to_text(explanation));
+        console.print_titled(to_text(explanation, page_on(console, given)));
     }
     return exit_well;
 }
@@ -87,7 +142,7 @@ int print_audit(const Snapshot &snapshot, const Arguments &given, Console &conso
                                      finding.code);
     console.out() << verdict(snapshot, findings) << policy.ignored(all) << "\n";
     if (!waiting.rows.empty())
-        console.print_titled(to_text(waiting));
+        console.print_titled(to_text(waiting, page_on(console, given)));
     return status;
 }
 
@@ -103,7 +158,7 @@ int print_differences(const Snapshot &before, const Snapshot &after, const Argum
     } else if (differences.empty()) {
         console.out() << "No difference in ASIC and shared state.\n";
     } else {
-        console.print_titled(to_text(show(differences)));
+        console.print_titled(to_text(show(differences), page_on(console, given)));
         console.out() << counted(differences.size(), "difference") << "\n";
     }
     return differences.empty() ? exit_well : exit_found;

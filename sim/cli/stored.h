@@ -2,7 +2,9 @@
 
 #include <string>
 
+#include "sim/config/spellings.h"
 #include "sim/state/compare.h"
+#include "sim/state/listing.h"
 #include "sim/state/snapshot.h"
 
 /* What the verbs that read a snapshot share; it may come from a database or the live switch. */
@@ -11,11 +13,20 @@ namespace kvnsim {
 class Arguments;
 class Console;
 
-/* Refuse an unknown interface: UsageError with similar names. */
-void require_interface(const Snapshot &snapshot, const std::string &name);
+/* The database: an operand or --db, but not both, or else KVNSIM_DB; empty without any. */
+std::string database_of(const Arguments &given);
+/* What it holds; UsageError when none is given. */
+Snapshot load_database(const Arguments &given);
+
+/* The one interface meant; UsageError with its candidates or with similar names. */
+std::string interface_meant(const Spellings &names, const std::string &written);
+
+/* The page to write for, and what it says of columns that do not fit. */
+Page page_on(const Console &console, const Arguments &given,
+             const std::string &more = "--wide shows all columns");
 
 /* Print as text or, with --json, as one JSON document, and return the exit status: exit_found with
- * findings or differences. A table is named by the first operand, an interface by IF. */
+ * findings or differences. A table is given by TABLE and NAME, an interface by IF. */
 int print_table(const Snapshot &snapshot, const Arguments &given, Console &console);
 int print_explanation(const Snapshot &snapshot, const Arguments &given, Console &console);
 int print_audit(const Snapshot &snapshot, const Arguments &given, Console &console);

@@ -28,6 +28,12 @@ Cell label(const LabelRow *row)
     return std::string(!row->enabled ? "off" : row->svi ? "on, SVI" : "on");
 }
 
+/* Programmed, and not in the configuration. */
+bool is_unwanted(const Index &index, const HostRow &host)
+{
+    return index.wanted(host) == nullptr && index.programmed(&host);
+}
+
 } // namespace
 
 Listing attribute_values(const Snapshot &snapshot)
@@ -38,7 +44,9 @@ Listing attribute_values(const Snapshot &snapshot)
         by_interface[row.intf_id][row.number] = row.value;
         written.insert(row.number);
     }
-    Listing listing{"Attributes", {{"intf_id", "intf_id"}, {"interface", "Interface"}}, {}};
+    Listing listing{"Attributes",
+                    {{"intf_id", "intf_id", rank_name}, {"interface", "Interface", rank_name}},
+                    {}};
     std::vector<const AttributeRow *> columns;
     for (const AttributeRow &attribute : attributes()) {
         if (written.count(attribute.number) == 0)
@@ -61,6 +69,52 @@ Listing attribute_values(const Snapshot &snapshot)
     return listing;
 }
 
+Listing interface_counts(const Snapshot &snapshot)
+{
+    const Index index(snapshot);
+    std::map<std::pair<InterfaceKind, std::string>, int64_t> counts;
+    for (const WantedInterface &wanted : snapshot.wanted_interfaces)
+        ++counts[{wanted.kind, index.state(wanted.name)}];
+    for (const HostRow &host : snapshot.host) {
+        if (is_unwanted(index, host))
+            ++counts[{host.kind, index.state(host.name)}];
+    }
+    Listing listing{"Interfaces by state",
+                    {{"kind", "Kind", rank_name}, {"state", "State"}, {"count", "Count"}}};
+    for (const auto &[what, count] : counts)
+        listing.rows.push_back({cell(what.first), what.second, count});
+    return listing;
+}
+
+Listing needing_attention(const Snapshot &snapshot)
+{
+    const Index index(snapshot);
+    Listing listing{"Needs attention",
+                    {{"object", "Object", rank_name},
+                     {"kind", "Kind", rank_detail},
+                     {"state", "State", rank_state},
+                     {"failure", "Failure", rank_origin}}};
+    std::set<std::string_view> listed;
+    const auto add = [&](const std::string &name, const Cell &kind) {
+        listing.rows.push_back({name, kind, index.state(name), cell(index.failure(name).message)});
+        listed.insert(name);
+    };
+    for (const WantedInterface &wanted : snapshot.wanted_interfaces) {
+        if ((index.must_exist(wanted) && !index.programmed(index.host(wanted))) ||
+            !index.failure(wanted.name).message.empty())
+            add(wanted.name, cell(wanted.kind));
+    }
+    for (const HostRow &host : snapshot.host) {
+        if (is_unwanted(index, host))
+            add(host.name, cell(host.kind));
+    }
+    for (const FailureRow &failure : snapshot.failures) {
+        if (listed.insert(failure.object).second)
+            listing.rows.push_back({failure.object, Cell(), Cell(), cell(failure.message)});
+    }
+    return listing;
+}
+
 Listing shared_database(const Snapshot &snapshot)
 {
     std::set<uint32_t> ifindexes;
@@ -75,7 +129,7 @@ Listing shared_database(const Snapshot &snapshot)
     collect(snapshot.member_intf);
     const Index index(snapshot);
     Listing listing{"Shared database",
-                    {{"interface", "Interface"},
+                    {{"interface", "Interface", rank_name},
                      {"ifindex", "ifindex"},
                      {"mtu", "MTU"},
                      {"ipv4", "IPv4"},

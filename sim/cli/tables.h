@@ -11,4 +11,10 @@ Listing attribute_values(const Snapshot &snapshot);
 /* The rows of the shared state database, those of one interface side by side. */
 Listing shared_database(const Snapshot &snapshot);
 
+/* How many interfaces of each kind are in each state. */
+Listing interface_counts(const Snapshot &snapshot);
+
+/* Interfaces that are not as wanted, and what else failed. */
+Listing needing_attention(const Snapshot &snapshot);
+
 } // namespace kvnsim

@@ -75,7 +75,7 @@ std::string help()
         text += fmt::format("  {:<11}{}\n", verb->name, verb->purpose);
     text += "\nExample:\n"
             "  kvnsim run examples/leaf.json --db leaf.db\n"
-            "  kvnsim explain Ethernet0 --db leaf.db\n\n"
+            "  kvnsim explain Ethernet0 leaf.db\n\n"
             "Exit status:\n";
     for (const ExitMeaning &exit : exit_meanings())
         text += fmt::format("  {:>3}  {}\n", exit.status, exit.meaning);

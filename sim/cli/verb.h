@@ -47,11 +47,17 @@ extern const Verb audit_verb, check_verb, completion_verb, diff_verb, events_ver
 const std::vector<const Verb *> &verbs();
 const Verb *find_verb(std::string_view name); /* nullptr for an unknown one */
 
-/* Options that several verbs share. */
-constexpr Option db_option{"--db FILE", Takes::file, Times::required,
-                           "the database that `kvnsim run --db FILE` wrote"};
+/* Options that several verbs share. The database is given by one of the first two or by the
+ * environment: see database_of(). */
+constexpr const char *database_variable = "KVNSIM_DB";
+constexpr Option db_operand{"DB", Takes::database, Times::optional,
+                            "the database that `kvnsim run --db FILE` wrote"};
+constexpr Option db_option{"--db FILE", Takes::file, Times::optional,
+                           "the same; without either, the one that KVNSIM_DB names"};
 constexpr Option from_option{"--from FILE", Takes::file, Times::optional,
                              "go on from the switch that `kvnsim run --db FILE` saved"};
+constexpr Option wide_option{"--wide", Takes::nothing, Times::optional,
+                             "all columns, however narrow the terminal"};
 constexpr Option json_option{"--json", Takes::nothing, Times::optional,
                              "one JSON document instead of text"};
 

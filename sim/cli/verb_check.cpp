@@ -29,7 +29,8 @@ int check(const Arguments &arguments, Console &console)
         json.end_array().end_object();
         console.out() << json.document();
     } else {
-        tell_findings(configurations, policy, true, console);
+        for (const Configuration &configuration : configurations)
+            print_findings(configuration, policy, console);
         for (const Configuration &configuration : configurations)
             console.out() << fmt::format("{}: {}\n{}", configuration.file,
                                          finding_counts(configuration, policy),

@@ -3,9 +3,11 @@
 #include "sim/cli/completion.h"
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
+#include "sim/cli/stored.h"
 #include "sim/cli/verb.h"
 #include "sim/config/similar.h"
 #include "sim/state/interface_names.h"
+#include "sim/state/show.h"
 #include "sim/state/snapshot.h"
 
 /* Completion in the user's shell: small scripts that ask kvnsim for the candidates. */
@@ -59,23 +61,33 @@ else
 fi
 )script";
 
-/* Interfaces of the configurations, or else of the database. Files are left to the user's shell;
- * numbers are not completed. */
-Words values_here(const Option &option, const Reading &line, const std::string &)
+/* The names in the database: of interfaces, and of the rows of the table to be shown. */
+Spellings names_in_database(const Arguments &given)
+{
+    const Snapshot snapshot = load_database(given);
+    const ShowKind *kind = find_show_kind(given.value("TABLE"));
+    return kind == nullptr || kind->of_interface
+               ? interface_names(snapshot)
+               : names_in(*kind, kind->make(snapshot, {}), snapshot);
+}
+
+/* Interfaces of the configurations, or else names in the database. Files are left to the user's
+ * shell; numbers are not completed. */
+Words values_here(const Option &option, const Reading &line, const std::string &begun)
 {
     const bool takes_interface =
         option.takes == Takes::interface || option.takes == Takes::maybe_interface;
     if (!takes_interface)
         return {};
-    Names names;
+    Spellings names;
     /* Completing a line connects to nobody. */
     Words files = line.given.values("CONFIG");
     files.erase(std::remove_if(files.begin(), files.end(), is_database_url), files.end());
     for (const Configuration &configuration : read_configurations(files))
         names.merge(interface_names(configuration.desired));
-    if (!line.given.has("CONFIG") && line.given.has("--db"))
-        names = interface_names(load(line.given.value("--db")));
-    return {names.begin(), names.end()};
+    if (!line.given.has("CONFIG") && !database_of(line.given).empty())
+        names = names_in_database(line.given);
+    return names.beginning_with(begun);
 }
 
 Words completions(const Words &words, const std::string &begun)

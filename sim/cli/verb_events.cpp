@@ -4,6 +4,7 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/verb.h"
+#include "sim/config/names.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/fwm/event_file.h"
 #include "sim/types/json.h"
@@ -54,7 +55,8 @@ int decode(const Arguments &arguments, Console &console)
     for (const Event &event : file.events) {
         if (!arguments.has("--json"))
             console.out() << fmt::format("{} {:#x} {} {}\n", time_text(event.time_ns), event.event,
-                                         level_text(event.level), event.text);
+                                         level_text(event.level),
+                                         printable(trimmed(event.text), SIZE_MAX));
     }
     if (file.problem.empty())
         return exit_well;

@@ -67,6 +67,8 @@ std::string manual()
     for (const ExitMeaning &exit : exit_meanings())
         text += tagged(fmt::to_string(exit.status), sentence(exit.meaning));
     text += section("ENVIRONMENT");
+    text += tagged(database_variable, "The database, where none is given.");
+    text += tagged("COLUMNS", "The width of the terminal, instead of the one that it tells.");
     text += tagged("NO_COLOR", "With any value: no colour, even on a terminal.");
     text += tagged("TERM", "No colour when it is dumb.");
     text += tagged("XDG_STATE_HOME", "Where the shell keeps its history, in kvnsim/history.");

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 
 #include <fmt/format.h>
 
@@ -36,12 +37,15 @@ std::string document(const std::string &path, const Replay &result)
 int replay_recording(const Arguments &arguments, Console &console)
 {
     const std::string &path = arguments.value("RECORDING");
-    std::ifstream file(path);
+    const bool is_file = path != "-";
+    std::ifstream file;
+    if (is_file)
+        file.open(path);
     if (std::error_code none; std::filesystem::is_directory(path, none))
         throw InputError(fmt::format("{}: cannot be read: {}", path, std::strerror(EISDIR)));
     if (!file)
         throw InputError(fmt::format("{}: cannot be read: {}", path, std::strerror(errno)));
-    const Replay result = replay(file, path);
+    const Replay result = replay(is_file ? file : std::cin, path);
     if (!result.difference && !result.problem.empty())
         throw InputError(result.problem);
     if (arguments.has("--json"))
@@ -58,13 +62,13 @@ int replay_recording(const Arguments &arguments, Console &console)
 
 } // namespace
 
-const Verb replay_verb{
-    "replay",
-    "repeat a recording's requests, and compare all that the library does",
-    "kvnsim run examples/leaf.json --record leaf.jsonl\n"
-    "kvnsim replay leaf.jsonl\n",
-    {{"RECORDING", Takes::file, Times::required, "the file that `kvnsim run --record FILE` wrote"},
-     json_option},
-    replay_recording};
+const Verb replay_verb{"replay",
+                       "repeat a recording's requests, and compare all that the library does",
+                       "kvnsim run examples/leaf.json --record leaf.jsonl\n"
+                       "kvnsim replay leaf.jsonl\n",
+                       {{"RECORDING", Takes::file, Times::required,
+                         "the file that `kvnsim run --record FILE` wrote; - is standard input"},
+                        json_option},
+                       replay_recording};
 
 } // namespace kvnsim

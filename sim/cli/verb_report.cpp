@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "sim/cli/console.h"
+#include "sim/cli/stored.h"
 #include "sim/cli/tables.h"
 #include "sim/cli/verb.h"
 #include "sim/report/report.h"
@@ -38,12 +39,12 @@ void write_file(const std::string &path, std::string_view text)
 
 int report(const Arguments &arguments, Console &console)
 {
-    const std::string &database = arguments.value("--db");
+    const std::string database = database_of(arguments);
     const std::string &output = arguments.value("-o");
     std::error_code none;
     if (std::filesystem::equivalent(database, output, none))
         throw UsageError(fmt::format("-o {}: that is the database", output));
-    const Snapshot snapshot = load(database);
+    const Snapshot snapshot = load_database(arguments);
     const std::string page =
         report_page(snapshot, {{"attributes", attribute_values(snapshot)},
                                {"shared-database", shared_database(snapshot)}});
@@ -59,8 +60,9 @@ int report(const Arguments &arguments, Console &console)
 const Verb report_verb{
     "report",
     "draw the switch: a page with front panel, object graph, tables and findings",
-    "kvnsim report --db leaf.db -o leaf.html\n",
-    {db_option,
+    "kvnsim report leaf.db -o leaf.html\n",
+    {db_operand,
+     db_option,
      {"-o HTML", Takes::file, Times::required,
       "the page to write, one file that needs no network; - for standard output"}},
     report};

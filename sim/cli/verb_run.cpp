@@ -42,10 +42,10 @@ public:
                 print_json(nullptr, {});
             return exit_input;
         }
-        check_timeline_interface();
+        const std::string timeline_interface = interface_of_timeline();
         instruments_.open();
         if (arguments_.has("--timeline"))
-            instruments_.start_timeline(arguments_.value("--timeline"));
+            instruments_.start_timeline(timeline_interface);
         for (const Configuration &configuration : configurations_) {
             if (interrupt_signal() != 0)
                 break;
@@ -66,18 +66,15 @@ private:
         instruments_.prepare(arguments_.values("CONFIG"));
     }
 
-    void check_timeline_interface() const
+    /* Empty for all. */
+    std::string interface_of_timeline() const
     {
-        const std::string &interface = arguments_.value("--timeline");
-        if (interface.empty())
-            return;
-        Names names = interface_names(before_);
+        if (arguments_.value("--timeline").empty())
+            return "";
+        Spellings names = interface_names(before_);
         for (const Configuration &configuration : configurations_)
             names.merge(interface_names(configuration.desired));
-        if (names.count(interface) == 0)
-            throw UsageError(fmt::format("--timeline: no configuration has an interface \"{}\"{}",
-                                         interface,
-                                         did_you_mean(interface, {names.begin(), names.end()})));
+        return interface_meant(names, arguments_.value("--timeline"));
     }
 
     /* ---- Work ---- */
@@ -123,7 +120,7 @@ private:
         if (json_)
             print_json(&snapshot, findings);
         else if (!quiet_)
-            print_tables(snapshot);
+            print_state(snapshot);
         const bool unused_fault = instruments_.warn_of_unused_faults();
         return status(!findings.empty(), unused_fault);
     }
@@ -136,32 +133,41 @@ private:
         return files;
     }
 
-    void print_tables(const Snapshot &snapshot)
+    void print_state(const Snapshot &snapshot)
     {
-        /* Without columns too wide for a terminal; `kvnsim show` has them. */
-        print(without(show(snapshot, "interfaces"), {"parent", "addresses"}));
-        print(attribute_values(snapshot));
-        print(without(show(snapshot, "port-channels"), {"number"}));
-        print(without(show(snapshot, "macs"), {"made_by"}));
-        print(shared_database(snapshot));
-        console_.out() << "\n";
+        if (arguments_.has("--tables"))
+            print_tables(snapshot);
+        print_summary(snapshot);
         print_audit(snapshot, arguments_, console_);
     }
 
-    static Listing without(Listing listing, std::initializer_list<std::string_view> keys)
+    void print_tables(const Snapshot &snapshot)
     {
-        for (const std::string_view key : keys) {
-            const auto column =
-                std::find_if(listing.columns.begin(), listing.columns.end(),
-                             [&](const Column &candidate) { return candidate.key == key; });
-            if (column == listing.columns.end())
-                continue;
-            const auto position = column - listing.columns.begin();
-            listing.columns.erase(column);
-            for (auto &row : listing.rows)
-                row.erase(row.begin() + position);
+        print(show(snapshot, "interfaces"));
+        print(attribute_values(snapshot));
+        print(show(snapshot, "port-channels"));
+        print(show(snapshot, "macs"));
+        print(shared_database(snapshot));
+    }
+
+    /* How many interfaces are in which state, and what needs attention. */
+    void print_summary(const Snapshot &snapshot)
+    {
+        print(interface_counts(snapshot));
+        print(needing_attention(snapshot));
+        console_.out() << "\n";
+        for (const Configuration &configuration : configurations_) {
+            if (has_more_than_notes(configuration))
+                console_.out() << fmt::format("{}: {}\n", configuration.file,
+                                              finding_counts(configuration, policy_));
         }
-        return listing;
+    }
+
+    static bool has_more_than_notes(const Configuration &configuration)
+    {
+        return std::any_of(
+            configuration.findings.begin(), configuration.findings.end(),
+            [](const Finding &finding) { return finding.severity != Finding::Severity::note; });
     }
 
     void print(const Listing &listing)
@@ -169,7 +175,7 @@ private:
         if (listing.rows.empty())
             return;
         console_.out() << "\n";
-        console_.print_titled(to_text(listing));
+        console_.print_titled(to_text(listing, page_on(console_, arguments_)));
     }
 
     int interrupted(const char *what)
@@ -254,7 +260,10 @@ const Verb run_verb{
           "each request with its calls, of all interfaces or of one"},
          {"--dry-run", Takes::nothing, Times::optional,
           "as `kvnsim plan`: show what would change, and try it on a temporary switch"}},
-        {ignore_option,
+        {{"--tables", Takes::nothing, Times::optional,
+          "the tables of interfaces, attributes, port-channels, MACs and shared database too"},
+         wide_option,
+         ignore_option,
          strict_option,
          json_option,
          {"--quiet", Takes::nothing, Times::optional, "errors, warnings and failures only"}}),

@@ -77,6 +77,17 @@ std::optional<InterfaceName> parse_whole_interface(std::string_view text)
     return {};
 }
 
+std::string_view without_leading_zeros(std::string_view digits)
+{
+    digits.remove_prefix(std::min(digits.find_first_not_of('0'), digits.size() - 1));
+    return digits;
+}
+
+bool is_digits(std::string_view text)
+{
+    return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+}
+
 bool can_be_parent(const std::optional<InterfaceName> &name)
 {
     return name && (name->kind == InterfaceKind::port || name->kind == InterfaceKind::port_channel);
@@ -110,6 +121,35 @@ std::optional<InterfaceName> parse_interface_name(std::string_view text)
             return InterfaceName{InterfaceKind::sub_interface, *number, std::move(full), true};
     }
     return {};
+}
+
+std::string interface_key(std::string_view text)
+{
+    const std::string lower = lower_case(text);
+    const size_t dot = lower.find('.');
+    const std::string_view all = lower, whole = all.substr(0, dot);
+    const auto key_of = [&](std::string_view prefix, std::string_view shared) -> std::string {
+        if (!starts_with(whole, lower_case(prefix)))
+            return "";
+        const std::string_view rest = whole.substr(prefix.size());
+        const std::string_view digits = without_port_class(rest);
+        if (!is_digits(digits))
+            return "";
+        return fmt::format("{}{}{}", lower_case(shared),
+                           rest.substr(0, rest.size() - digits.size()),
+                           without_leading_zeros(digits));
+    };
+    std::string key;
+    for (const ShortForm &form : short_forms) {
+        for (const std::string_view prefix : {form.prefix, form.full})
+            key = key.empty() ? key_of(prefix, form.prefix) : key;
+    }
+    for (const NameForm &form : name_forms)
+        key = key.empty() ? key_of(form.prefix, form.prefix) : key;
+    if (key.empty() || dot == lower.npos)
+        return key;
+    const std::string_view number = all.substr(dot + 1);
+    return is_digits(number) ? fmt::format("{}.{}", key, without_leading_zeros(number)) : "";
 }
 
 std::optional<uint32_t> parse_number(std::string_view text, uint32_t min, uint32_t max)

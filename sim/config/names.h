@@ -43,6 +43,10 @@ struct InterfaceName {
  * anything else, numbers out of their range included. */
 std::optional<InterfaceName> parse_interface_name(std::string_view text);
 
+/* What all spellings of a name share, whether or not there is such an interface: "po1.10" for
+ * PortChannel0001.10, Po1.10 and PO01.10. Empty when the text does not have the form of a name. */
+std::string interface_key(std::string_view text);
+
 /* Decimal digits only. */
 std::optional<uint32_t> parse_number(std::string_view text, uint32_t min, uint32_t max);
 inline std::optional<uint32_t> parse_number(std::string_view text, const Range &range)

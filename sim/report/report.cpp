@@ -113,7 +113,7 @@ private:
     /* Every interface once, those with a finding or failure first. */
     std::vector<std::string> by_need() const
     {
-        const Names known = interface_names(s_);
+        const Names known = interface_names(s_).names();
         std::vector<std::string> names;
         std::unordered_set<std::string_view> met;
         const auto take = [&](const std::string &name) {

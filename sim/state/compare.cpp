@@ -37,9 +37,9 @@ struct Seen {
 using Rows = std::map<std::string, Seen, NaturalOrder>;
 
 /* The rows of one snapshot, by names that do not depend on allocated identifiers. */
-class Names {
+class RowNames {
 public:
-    explicit Names(const Snapshot &snapshot) : index_(snapshot) {}
+    explicit RowNames(const Snapshot &snapshot) : index_(snapshot) {}
 
     template <class Row> Rows rows(const std::vector<Row> &table) const
     {
@@ -190,7 +190,7 @@ void compare(const char *table, const Rows &a, const Rows &b, std::vector<Differ
 
 std::vector<Difference> diff(const Snapshot &a, const Snapshot &b)
 {
-    const Names of_a(a), of_b(b);
+    const RowNames of_a(a), of_b(b);
     std::vector<Difference> differences;
     const auto compare_rows = [&](auto... tables) {
         (compare(std::decay_t<decltype(a.*tables)>::value_type::table, of_a.rows(a.*tables),
@@ -206,7 +206,9 @@ std::vector<Difference> diff(const Snapshot &a, const Snapshot &b)
 
 Listing show(const std::vector<Difference> &differences)
 {
-    return listing_of("Differences", differences, {"Table", "Object", "What", "A", "B"});
+    return listing_of(
+        "Differences", differences,
+        {{"Table", rank_detail}, {"Object", rank_name}, {"What", rank_state}, {"A"}, {"B"}});
 }
 
 } // namespace kvnsim

@@ -162,8 +162,14 @@ Listing properties_of(const Explanation &explanation)
     return listing_of(
         fmt::format("{} ({}): {}", explanation.interface, explanation.kind, explanation.state),
         explanation.properties,
-        {"Property", "Configured", "Library", "ASIC", "Database", "Differs", "Expected",
-         "Written by"});
+        {{"Property", rank_name},
+         {"Configured", rank_state},
+         {"Library"},
+         {"ASIC", rank_state},
+         {"Database"},
+         {"Differs", rank_name},
+         {"Expected"},
+         {"Written by", rank_origin}});
 }
 
 } // namespace
@@ -179,7 +185,7 @@ Explanation explain(const Index &index, const std::vector<AuditFinding> &finding
     return Explainer(index, interface).explain(findings);
 }
 
-std::string to_text(const Explanation &explanation)
+std::string to_text(const Explanation &explanation, const Page &page)
 {
     Listing listing = properties_of(explanation);
     for (size_t i = 0; i < listing.rows.size(); ++i) {
@@ -195,7 +201,7 @@ std::string to_text(const Explanation &explanation)
     }
     listing.columns.erase(listing.columns.begin() + 6);
     listing.columns[5].title.clear();
-    std::string text = listing.rows.empty() ? listing.title + '\n' : to_text(listing);
+    std::string text = listing.rows.empty() ? listing.title + '\n' : to_text(listing, page);
     if (!explanation.configured_at.empty())
         text += "configured at " + explanation.configured_at + '\n';
     if (!explanation.failure.empty())
@@ -214,8 +220,9 @@ std::string to_text(const Explanation &explanation)
 void write(Json &json, const Explanation &explanation)
 {
     json.begin_object().field("interface", explanation.interface).field("kind", explanation.kind);
-    json.field("state", explanation.state).field("configured_at", explanation.configured_at);
-    json.field("failure", explanation.failure).key("properties");
+    json.field("state", explanation.state);
+    json.text_or_null("configured_at", explanation.configured_at);
+    json.text_or_null("failure", explanation.failure).key("properties");
     write(json, properties_of(explanation));
     json.key("configuration");
     write(json, show(explanation.reader));

@@ -37,7 +37,7 @@ class Index;
 Explanation explain(const Index &index, const std::vector<AuditFinding> &findings,
                     const std::string &interface);
 
-std::string to_text(const Explanation &explanation);
+std::string to_text(const Explanation &explanation, const Page &page = {});
 void write(Json &json, const Explanation &explanation);
 
 } // namespace kvnsim

@@ -6,19 +6,20 @@
 
 namespace kvnsim {
 
-Names interface_names(const Snapshot &snapshot)
+Spellings interface_names(const Snapshot &snapshot)
 {
-    Names names;
+    Spellings names;
     const auto collect = [&](const auto &...tables) {
-        const auto add = [&](const auto &row) { names.insert(row.name); };
+        const auto add = [&](const auto &row) { names.add(row.name); };
         (std::for_each(tables.begin(), tables.end(), add), ...);
     };
-    collect(snapshot.host, snapshot.wanted_ports, snapshot.wanted_interfaces,
-            snapshot.wanted_vlans);
+    collect(snapshot.host, snapshot.wanted_interfaces, snapshot.wanted_vlans);
+    for (const WantedPort &port : snapshot.wanted_ports)
+        names.add(port.name, port.alias);
     for (const Finding &row : snapshot.reader) {
         for (const std::string_view name : interfaces_of(row.location)) {
             if (row.severity != Finding::Severity::note)
-                names.emplace(name);
+                names.add(std::string(name));
         }
     }
     return names;
@@ -37,14 +38,16 @@ std::vector<std::string_view> interfaces_of(const SourceLocation &row)
     return names;
 }
 
-Names interface_names(const Desired &desired)
+Spellings interface_names(const Desired &desired)
 {
-    Names names;
+    Spellings names;
     const auto collect = [&](const auto &...tables) {
-        const auto add = [&](const auto &object) { names.insert(object.first); };
+        const auto add = [&](const auto &object) { names.add(object.first); };
         (std::for_each(tables.begin(), tables.end(), add), ...);
     };
-    collect(desired.ports, desired.port_channels, desired.sub_interfaces, desired.svis);
+    collect(desired.port_channels, desired.sub_interfaces, desired.svis);
+    for (const auto &[name, port] : desired.ports)
+        names.add(name, port.alias);
     return names;
 }
 

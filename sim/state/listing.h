@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
@@ -41,9 +42,20 @@ Cell cell(const std::vector<RequestRef> &requests); /* their numbers */
 Cell id_cell(uint32_t id);
 Cell id_cell(const std::optional<uint32_t> &id);
 
+/* How soon a column is left out of a text that is too wide: the highest rank first, of equal ones
+ * the last. */
+enum Rank : uint8_t {
+    rank_name = 0, /* what the row is about; never left out */
+    rank_state,
+    rank_value,
+    rank_detail,
+    rank_origin /* long texts */
+};
+
 struct Column {
     std::string key;   /* of the JSON object: "lid_id" */
     std::string title; /* of the text: "LID" */
+    Rank rank = rank_value;
 };
 
 struct Listing {
@@ -52,23 +64,41 @@ struct Listing {
     std::vector<std::vector<Cell>> rows = {}; /* as many cells as columns */
 };
 
+/* The title of a column whose key is the name of a row's column. */
+struct Heading {
+    Heading(const char *of, Rank ranked = rank_value) : title(of), rank(ranked) {}
+    const char *title;
+    Rank rank;
+};
+
 /* A listing of rows of one type; the column names are the keys. */
 template <class Row>
 Listing listing_of(std::string title, const std::vector<Row> &rows,
-                   std::initializer_list<const char *> titles)
+                   std::initializer_list<Heading> headings)
 {
     Listing listing{std::move(title)};
     std::string_view names = Row::column_names;
-    for (const char *column : titles)
-        listing.columns.push_back({std::string(next_name(names)), column});
+    for (const Heading &heading : headings)
+        listing.columns.push_back({std::string(next_name(names)), heading.title, heading.rank});
     for (const Row &row : rows)
         listing.rows.push_back(std::apply(
             [](const auto &...value) { return std::vector<Cell>{cell(value)...}; }, row.columns()));
     return listing;
 }
 
-/* Heading and aligned rows, numbers to the right; "none" without rows. Ends with a newline. */
-std::string to_text(const Listing &listing);
+/* What a text is written for. */
+struct Page {
+    size_t width = SIZE_MAX; /* in characters */
+    std::string more = {};   /* how to see what does not fit: "--wide shows all" */
+};
+
+/* Heading and aligned rows, numbers to the right; "none" without rows. Columns that no row fills
+ * are left out, and those that do not fit, which a last line names. Ends with a newline. */
+std::string to_text(const Listing &listing, const Page &page = {});
+/* A line for each column of the one row. */
+std::string to_vertical_text(const Listing &listing);
+/* The cell's texts: those of a list, or the one; none of an empty cell. */
+std::vector<std::string> texts_of(const Cell &cell);
 /* An array with an object for each row. */
 void write(Json &json, const Listing &listing);
 void write(Json &json, const Cell &cell);

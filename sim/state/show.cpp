@@ -3,18 +3,23 @@
 #include "sim/state/show.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
+#include <set>
+#include <sstream>
 
 #include <fmt/format.h>
 
 #include "platform_api/libsdk.h"
 #include "sim/sdk/attributes.h"
 #include "sim/state/index.h"
+#include "sim/state/interface_names.h"
 
 namespace kvnsim {
 namespace {
 
 constexpr int document_format = 1;
+constexpr const char *default_vrf = "default"; /* of interfaces without a VRF; its VPN is 0 */
 
 /* A row's column; nothing without the row. */
 template <class Row, class T> Cell cell_of(const Row *row, T Row::*column)
@@ -31,6 +36,12 @@ template <class Row> Cell maker_of(const Row *row)
 }
 
 /* ---- interfaces ---- */
+
+std::vector<std::string> words_of(const std::string &text)
+{
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), std::istream_iterator<std::string>()};
+}
 
 std::vector<Cell> interface_row(const Index &index, const std::string &name, InterfaceKind kind,
                                 const WantedInterface *wanted, const HostRow *host)
@@ -53,7 +64,7 @@ std::vector<Cell> interface_row(const Index &index, const std::string &name, Int
             cell_of(wanted, &WantedInterface::vrf),
             cell_of(wanted, &WantedInterface::parent),
             vlan,
-            cell_of(wanted, &WantedInterface::addresses),
+            wanted != nullptr ? words_of(wanted->addresses) : std::vector<std::string>(),
             cell(index.failure(name).message)};
 }
 
@@ -61,20 +72,20 @@ Listing show_interfaces(const Snapshot &snapshot, const std::string &)
 {
     const Index index(snapshot);
     Listing listing{"Interfaces"};
-    listing.columns = {{"name", "Interface"},
-                       {"kind", "Kind"},
-                       {"state", "State"},
+    listing.columns = {{"name", "Interface", rank_name},
+                       {"kind", "Kind", rank_state},
+                       {"state", "State", rank_state},
                        {"intf_id", "intf_id"},
                        {"lid_id", "lid_id"},
                        {"pc_id", "pc_id"},
                        {"mtu", "MTU"},
                        {"ipv4", "IPv4"},
                        {"ipv6", "IPv6"},
-                       {"vrf", "VRF"},
-                       {"parent", "Parent"},
+                       {"vrf", "VRF", rank_detail},
+                       {"parent", "Parent", rank_detail},
                        {"vlan", "VLAN"},
-                       {"addresses", "Addresses"},
-                       {"failure", "Failure"}};
+                       {"addresses", "Addresses", rank_origin},
+                       {"failure", "Failure", rank_origin}};
     for (const WantedInterface &wanted : snapshot.wanted_interfaces)
         listing.rows.push_back(
             interface_row(index, wanted.name, wanted.kind, &wanted, index.host(wanted)));
@@ -92,12 +103,18 @@ Listing show_ports(const Snapshot &snapshot, const std::string &)
 {
     const Index index(snapshot);
     Listing listing{"Ports"};
-    listing.columns = {{"name", "Port"},         {"alias", "Alias"},
-                       {"front_port", "Front"},  {"role", "Role"},
-                       {"admin_up", "Admin up"}, {"mtu", "MTU"},
-                       {"lid_id", "lid_id"},     {"port_channel", "Port-channel"},
-                       {"vlans", "VLANs"},       {"kept_intf", "Kept SDK"},
-                       {"loopback", "Loopback"}, {"failure", "Failure"}};
+    listing.columns = {{"name", "Port", rank_name},
+                       {"alias", "Alias", rank_detail},
+                       {"front_port", "Front"},
+                       {"role", "Role", rank_state},
+                       {"admin_up", "Admin up"},
+                       {"mtu", "MTU"},
+                       {"lid_id", "lid_id"},
+                       {"port_channel", "Port-channel"},
+                       {"vlans", "VLANs", rank_detail},
+                       {"kept_intf", "Kept SDK", rank_detail},
+                       {"loopback", "Loopback", rank_detail},
+                       {"failure", "Failure", rank_origin}};
     const auto add = [&](const std::string &name, const WantedPort *wanted, const HostRow *host) {
         const WantedMember *member = index.membership(name);
         listing.rows.push_back(
@@ -133,11 +150,16 @@ Listing show_port_channels(const Snapshot &snapshot, const std::string &)
                 port != nullptr ? port->name : fmt::format("front port {}", member.front_port));
     }
     Listing listing{"Port-channels"};
-    listing.columns = {
-        {"name", "Port-channel"}, {"number", "Number"},   {"state", "State"},
-        {"pc_id", "pc_id"},       {"lid_id", "lid_id"},   {"intf_id", "intf_id"},
-        {"mtu", "MTU"},           {"members", "Members"}, {"members_in_asic", "In the ASIC"},
-        {"declined", "Declined"}};
+    listing.columns = {{"name", "Port-channel", rank_name},
+                       {"number", "Number"},
+                       {"state", "State", rank_state},
+                       {"pc_id", "pc_id"},
+                       {"lid_id", "lid_id"},
+                       {"intf_id", "intf_id"},
+                       {"mtu", "MTU"},
+                       {"members", "Members", rank_detail},
+                       {"members_in_asic", "In the ASIC", rank_origin},
+                       {"declined", "Declined", rank_origin}};
     for (const WantedInterface &wanted : snapshot.wanted_interfaces) {
         if (wanted.kind != InterfaceKind::port_channel)
             continue;
@@ -164,12 +186,9 @@ Listing show_lids(const Snapshot &snapshot, const std::string &)
             bound[row.value]++;
     }
     Listing listing{"LID entries"};
-    listing.columns = {{"lid_id", "lid_id"},
-                       {"owner", "Owner"},
-                       {"leads_to", "Leads to"},
-                       {"ifmap_idx", "ifmap index"},
-                       {"interfaces", "SDK interfaces"},
-                       {"made_by", "Made by"}};
+    listing.columns = {{"lid_id", "lid_id", rank_name},      {"owner", "Owner", rank_state},
+                       {"leads_to", "Leads to", rank_state}, {"ifmap_idx", "ifmap index"},
+                       {"interfaces", "SDK interfaces"},     {"made_by", "Made by", rank_origin}};
     for (const LidRow &lid : snapshot.lids) {
         const HostRow *owner = index.owner_of_lid(lid.lid_id);
         std::vector<std::string> ends;
@@ -188,8 +207,12 @@ Listing show_macs(const Snapshot &snapshot, const std::string &)
 {
     const Index index(snapshot);
     Listing listing{"MACs"};
-    listing.columns = {{"kind", "Kind"}, {"mac", "MAC"},         {"interface", "Interface"},
-                       {"id", "Id"},     {"intf_id", "intf_id"}, {"made_by", "Made by"}};
+    listing.columns = {{"kind", "Kind", rank_state},
+                       {"mac", "MAC", rank_name},
+                       {"interface", "Interface", rank_state},
+                       {"id", "Id"},
+                       {"intf_id", "intf_id"},
+                       {"made_by", "Made by", rank_origin}};
     for (const RouterMacRow &mac : snapshot.router_macs)
         listing.rows.push_back({std::string("router"), to_text(mac.mac), Cell(),
                                 cell(mac.peer_mac_id), Cell(), mac.made.to_text()});
@@ -198,6 +221,48 @@ Listing show_macs(const Snapshot &snapshot, const std::string &)
         listing.rows.push_back({std::string("virtual"), to_text(trap.mac),
                                 cell_of(owner, &HostRow::name), cell(trap.mac_trap_id),
                                 cell(trap.intf_id), trap.made.to_text()});
+    }
+    return listing;
+}
+
+/* ---- VRFs and VLANs ---- */
+
+Listing show_vrfs(const Snapshot &snapshot, const std::string &)
+{
+    std::map<std::string, std::vector<std::string>> interfaces;
+    for (const WantedInterface &interface : snapshot.wanted_interfaces) {
+        if (interface.routed)
+            interfaces[interface.vrf.empty() ? default_vrf : interface.vrf].push_back(
+                interface.name);
+    }
+    Listing listing{
+        "VRFs",
+        {{"name", "VRF", rank_name}, {"vpn", "VPN", rank_state}, {"interfaces", "Interfaces"}}};
+    std::vector<VrfNumber> vrfs = snapshot.vrfs;
+    if (interfaces.count(default_vrf) != 0)
+        vrfs.insert(vrfs.begin(), {default_vrf, 0});
+    for (const VrfNumber &vrf : vrfs)
+        listing.rows.push_back({vrf.name, cell(vrf.vpn), found_in(interfaces, vrf.name)});
+    return listing;
+}
+
+Listing show_vlans(const Snapshot &snapshot, const std::string &)
+{
+    const Index index(snapshot);
+    std::map<std::string, std::vector<std::string>> members;
+    for (const WantedVlanMember &member : snapshot.wanted_vlan_members)
+        members[member.vlan].push_back(member.member);
+    Listing listing{"VLANs",
+                    {{"name", "Interface", rank_name},
+                     {"vlan", "VLAN", rank_state},
+                     {"svi", "SVI", rank_state},
+                     {"mtu", "MTU"},
+                     {"members", "Members", rank_detail}}};
+    for (const WantedVlan &vlan : snapshot.wanted_vlans) {
+        const WantedInterface *svi = index.wanted(vlan.name);
+        listing.rows.push_back({vlan.name, cell(vlan.vlan),
+                                svi != nullptr ? Cell(index.state(vlan.name)) : Cell(),
+                                cell_of(svi, &WantedInterface::mtu), found_in(members, vlan.name)});
     }
     return listing;
 }
@@ -216,9 +281,9 @@ Listing show_errors(const Snapshot &snapshot, const std::string &)
 {
     Listing listing{"Errors"};
     listing.columns = {{"count", "Count"},
-                       {"function", "Function"},
+                       {"function", "Function", rank_detail},
                        {"line", "Line"},
-                       {"text", "Text"},
+                       {"text", "Text", rank_name},
                        {"last_request", "Last request"}};
     for (const ErrorGroup &error : snapshot.errors)
         listing.rows.push_back({cell(error.count), cell(error.function),
@@ -230,8 +295,9 @@ Listing show_errors(const Snapshot &snapshot, const std::string &)
 Listing show_summary(const Snapshot &snapshot, const std::string &)
 {
     const Index index(snapshot);
-    Listing listing =
-        listing_of("Summary", snapshot.table_use, {"Name", "What", "Used", "Highest", "Capacity"});
+    Listing listing = listing_of(
+        "Summary", snapshot.table_use,
+        {{"Name", rank_name}, {"What", rank_origin}, {"Used"}, {"Highest"}, {"Capacity"}});
     const auto count = [&](const char *name, const char *what, auto of) {
         listing.rows.push_back({std::string(name), std::string(what), cell(of), Cell(), Cell()});
     };
@@ -266,15 +332,15 @@ Listing show_attributes(const Snapshot &snapshot, const std::string &interface)
     Listing listing{fmt::format("Attributes of {}: {}", interface,
                                 known ? "SDK interface " + index.intf_words(context->intf_id)
                                       : "no SDK interface")};
-    listing.columns = {{"number", "No."},
-                       {"name", "Attribute"},
-                       {"description", "What"},
-                       {"value", "Value"},
+    listing.columns = {{"number", "No.", rank_detail},
+                       {"name", "Attribute", rank_name},
+                       {"description", "What", rank_detail},
+                       {"value", "Value", rank_state},
                        {"hex", "Hex"},
                        {"initial", "Initial"},
-                       {"waits", "Waits"},
-                       {"written_by", "Written by"},
-                       {"queued_by", "Queued by"}};
+                       {"waits", "Waits", rank_state},
+                       {"written_by", "Written by", rank_origin},
+                       {"queued_by", "Queued by", rank_origin}};
     if (!known || index.intf(context->intf_id) == nullptr)
         return listing;
     for (const AttributeRow &row : attributes()) {
@@ -292,14 +358,28 @@ Listing show_attributes(const Snapshot &snapshot, const std::string &interface)
 const std::vector<ShowKind> &show_kinds()
 {
     static const std::vector<ShowKind> kinds{
-        {"interfaces", "L3 interfaces with their identifiers and settings", false, show_interfaces},
-        {"ports", "front-panel ports and their use", false, show_ports},
-        {"port-channels", "port-channels with their members", false, show_port_channels},
-        {"lids", "LID entries with owners and paths", false, show_lids},
-        {"macs", "router MACs and virtual MACs", false, show_macs},
-        {"errors", "messages of the error store", false, show_errors},
-        {"summary", "ASIC table usage and configured objects", false, show_summary},
-        {"attributes", "the SDK attributes of one interface", true, show_attributes},
+        {"interfaces",
+         "L3 interfaces with their identifiers and settings",
+         false,
+         show_interfaces,
+         {"name"}},
+        {"ports", "front-panel ports and their use", false, show_ports, {"name"}},
+        {"port-channels",
+         "port-channels with their members",
+         false,
+         show_port_channels,
+         {"name", "members", "members_in_asic"}},
+        {"lids", "LID entries with owners and paths", false, show_lids, {"lid_id", "owner"}},
+        {"macs", "router MACs and virtual MACs", false, show_macs, {"mac", "interface"}},
+        {"errors", "messages of the error store", false, show_errors, {"function"}},
+        {"summary", "ASIC table usage and configured objects", false, show_summary, {"name"}},
+        {"vrfs", "VRFs with their VPN numbers", false, show_vrfs, {"name", "interfaces"}},
+        {"vlans",
+         "VLANs with their interfaces and members",
+         false,
+         show_vlans,
+         {"name", "members"}},
+        {"attributes", "the SDK attributes of one interface", true, show_attributes, {"name"}},
     };
     return kinds;
 }
@@ -325,11 +405,56 @@ Listing show(const Snapshot &snapshot, std::string_view what, const std::string 
     return find_show_kind(what)->make(snapshot, interface);
 }
 
+namespace {
+
+/* visit(row, text) for each text in the columns that tell what a row is about. */
+template <class Visit> void each_subject(const ShowKind &kind, const Listing &table, Visit &&visit)
+{
+    for (size_t i = 0; i < table.columns.size(); ++i) {
+        if (std::find(kind.about.begin(), kind.about.end(), table.columns[i].key) ==
+            kind.about.end())
+            continue;
+        for (size_t row = 0; row < table.rows.size(); ++row) {
+            for (const std::string &text : texts_of(table.rows[row][i]))
+                visit(row, text);
+        }
+    }
+}
+
+} // namespace
+
+Spellings names_in(const ShowKind &kind, const Listing &table, const Snapshot &snapshot)
+{
+    Spellings names = interface_names(snapshot);
+    each_subject(kind, table, [&](size_t, const std::string &text) { names.add(text); });
+    return names;
+}
+
+Listing rows_about(const ShowKind &kind, Listing table, const Names &names)
+{
+    std::set<size_t> wanted;
+    each_subject(kind, table, [&](size_t row, const std::string &text) {
+        if (names.count(text) != 0)
+            wanted.insert(row);
+    });
+    std::vector<std::vector<Cell>> rows;
+    for (const size_t row : wanted)
+        rows.push_back(std::move(table.rows[row]));
+    table.rows = std::move(rows);
+    return table;
+}
+
 Listing show(const std::vector<AuditFinding> &findings)
 {
-    return listing_of(
-        "Audit", findings,
-        {"Kind", "Code", "Object", "Property", "Interface", "Other", "Finding", "Requests"});
+    return listing_of("Audit", findings,
+                      {{"Kind"},
+                       {"Code"},
+                       {"Object", rank_name},
+                       {"Property"},
+                       {"Interface"},
+                       {"Other"},
+                       {"Finding"},
+                       {"Requests"}});
 }
 
 Listing show(const std::vector<FailureRow> &failures)
@@ -361,9 +486,12 @@ Listing show_waiting(const Snapshot &snapshot)
 {
     const Index index(snapshot);
     Listing listing{"Waiting for the flush"};
-    listing.columns = {{"intf_id", "intf_id"},     {"interface", "Interface"},
-                       {"attribute", "Attribute"}, {"value", "Value"},
-                       {"waits", "Waits"},         {"queued_by", "Queued by"}};
+    listing.columns = {{"intf_id", "intf_id", rank_detail},
+                       {"interface", "Interface", rank_name},
+                       {"attribute", "Attribute", rank_name},
+                       {"value", "Value"},
+                       {"waits", "Waits"},
+                       {"queued_by", "Queued by", rank_origin}};
     for (const PendingRow &write : snapshot.pending) {
         const HostRow *owner = index.owner_of_intf(write.intf_id);
         const AttributeRow *attribute = find_attribute(write.number);

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "sim/config/spellings.h"
 #include "sim/state/audit.h"
 #include "sim/state/listing.h"
 #include "sim/state/snapshot.h"
@@ -17,14 +18,19 @@ struct ShowKind {
     const char *purpose; /* "port-channels with their members" */
     bool of_interface;   /* shows one interface, which must be named */
     Listing (*make)(const Snapshot &snapshot, const std::string &interface);
-    std::string json_key() const; /* its name with '_' for '-' */
+    std::vector<std::string_view> about; /* the columns with what a row is about */
+    std::string json_key() const;        /* its name with '_' for '-' */
 };
-/* interfaces, ports, port-channels, lids, macs, errors, summary, attributes. */
 const std::vector<ShowKind> &show_kinds();
 const ShowKind *find_show_kind(std::string_view name); /* nullptr for an unknown one */
 
 /* The table of that name, which must be one of show_kinds(). */
 Listing show(const Snapshot &snapshot, std::string_view what, const std::string &interface = {});
+
+/* The names that rows of the table are about, and every interface. */
+Spellings names_in(const ShowKind &kind, const Listing &table, const Snapshot &snapshot);
+/* Only the rows about one of these names. */
+Listing rows_about(const ShowKind &kind, Listing table, const Names &names);
 
 Listing show(const std::vector<AuditFinding> &findings);
 Listing show(const std::vector<FailureRow> &failures);

@@ -74,7 +74,8 @@ pid_t Kvnsim::start(const std::vector<std::string> &arguments, int in, int out, 
     const pid_t process = fork();
     if (process != 0)
         return process;
-    unsetenv("NO_COLOR");
+    for (const char *variable : {"NO_COLOR", "COLUMNS", "KVNSIM_DB"})
+        unsetenv(variable);
     setenv("TERM", "xterm", 1);
     for (const std::string &variable : environment)
         putenv(const_cast<char *>(variable.c_str()));
@@ -115,7 +116,8 @@ public:
 
 } // namespace
 
-Result Kvnsim::kvnsim(const std::vector<std::string> &arguments, const std::string &input)
+Result Kvnsim::kvnsim(const std::vector<std::string> &arguments, const std::string &input,
+                      const std::vector<std::string> &environment)
 {
     Result result;
     write(".in", input);
@@ -123,7 +125,8 @@ Result Kvnsim::kvnsim(const std::vector<std::string> &arguments, const std::stri
         const Open in(path(".in"), O_RDONLY);
         const Open out(path(".out"), O_WRONLY | O_CREAT | O_TRUNC);
         const Open err(path(".err"), O_WRONLY | O_CREAT | O_TRUNC);
-        result.status = wait_for(start(arguments, in.descriptor, out.descriptor, err.descriptor));
+        result.status =
+            wait_for(start(arguments, in.descriptor, out.descriptor, err.descriptor, environment));
     }
     result.out = read(".out");
     result.err = read(".err");
@@ -144,10 +147,13 @@ Result Kvnsim::kvnsim_into(const std::string &file, const std::vector<std::strin
 }
 
 Result Kvnsim::kvnsim_on_terminal(const std::vector<std::string> &arguments,
-                                  const std::vector<std::string> &environment)
+                                  const std::vector<std::string> &environment,
+                                  unsigned short columns)
 {
     int ours = -1, theirs = -1;
-    if (openpty(&ours, &theirs, nullptr, nullptr, nullptr) != 0)
+    winsize size{};
+    size.ws_col = columns;
+    if (openpty(&ours, &theirs, nullptr, nullptr, &size) != 0)
         throw std::runtime_error("no terminal");
     const pid_t process = start(arguments, theirs, theirs, theirs, environment);
     close(theirs);

@@ -35,10 +35,13 @@ public:
     ~Kvnsim() override;
 
     /* Run with these arguments and this standard input. */
-    Result kvnsim(const std::vector<std::string> &arguments, const std::string &input = "");
-    /* The same with standard output and standard error on a terminal; all is in Result::out. */
+    Result kvnsim(const std::vector<std::string> &arguments, const std::string &input = "",
+                  const std::vector<std::string> &environment = {});
+    /* The same with standard output and standard error on a terminal; all is in Result::out. The
+     * terminal has this many columns, or does not tell. */
     Result kvnsim_on_terminal(const std::vector<std::string> &arguments,
-                              const std::vector<std::string> &environment = {});
+                              const std::vector<std::string> &environment = {},
+                              unsigned short columns = 0);
     /* The same with standard output going to this file. */
     Result kvnsim_into(const std::string &file, const std::vector<std::string> &arguments);
 

@@ -5,6 +5,7 @@
 
 using testing::AllOf;
 using testing::Contains;
+using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
@@ -34,14 +35,15 @@ static std::vector<std::vector<std::string>> table(const std::string &text,
 TEST_F(Run, ShowsWhatCameOfTheConfiguration)
 {
     write("one.json", one_port);
-    const Result result = kvnsim({"run", "one.json"});
+    const Result result = kvnsim({"run", "one.json", "--tables"});
     EXPECT_EQ(well, result.status);
     EXPECT_EQ("", result.err);
     EXPECT_THAT(result.out, StartsWith("one.json: 2 steps\n"));
-    EXPECT_THAT(
-        table(result.out, "Interfaces"),
-        ElementsAre(ElementsAre("Interface", "Kind", "State", "intf_id", "lid_id", "MTU", "IPv4"),
-                    ElementsAre("Ethernet0", "port", "programmed", "1", "1", "9100", "yes")));
+    EXPECT_THAT(table(result.out, "Interfaces"),
+                ElementsAre(ElementsAre("Interface", "Kind", "State", "intf_id", "lid_id", "MTU",
+                                        "IPv4", "Addresses"),
+                            ElementsAre("Ethernet0", "port", "programmed", "1", "1", "9100", "yes",
+                                        "192.0.2.0/31")));
     EXPECT_THAT(table(result.out, "Attributes"),
                 ElementsAre(ElementsAre("intf_id", "Interface", "LID", "SGT", "v4", "IGMP",
                                         "v4same", "MTU"),
@@ -56,24 +58,46 @@ TEST_F(Run, ShowsWhoseTheSdkInterfaceIsThatIsKeptForAMembership)
 {
     write("routed.json", one_port);
     write("unused.json", R"({"PORT": {"Ethernet0": {}}})");
-    const Result result = kvnsim({"run", "routed.json", "unused.json"});
+    const Result result = kvnsim({"run", "routed.json", "unused.json", "--tables"});
     EXPECT_THAT(table(result.out, "Attributes"), Contains(Contains("Ethernet0"))) << result.out;
     EXPECT_THAT(result.out, HasSubstr("The audit found nothing"));
 }
 
-TEST_F(Run, TheFirstExampleFitsATerminalAndShowsEveryTable)
+TEST_F(Run, CountsTheInterfacesByKindAndState)
 {
-    const Result result = kvnsim({"run", example("leaf.json")});
+    const Result result = kvnsim({"run", example("portchannels.json")});
+    EXPECT_EQ(well, result.status);
+    EXPECT_THAT(table(result.out, "Interfaces by state"),
+                ElementsAre(ElementsAre("Kind", "State", "Count"),
+                            ElementsAre("port-channel", "layer", "2", "1"),
+                            ElementsAre("port-channel", "no", "member", "1"),
+                            ElementsAre("port-channel", "programmed", "2")));
+    EXPECT_THAT(result.out, Not(HasSubstr("Needs attention")));
+}
+
+TEST_F(Run, ListsWhatNeedsAttention)
+{
+    const Result failed =
+        kvnsim({"run", example("leaf.json"), "--fail", "libsdk_intf_attr_set:80=SDK_E_TIMEOUT"});
+    EXPECT_EQ(request_failed, failed.status);
+    const auto rows = table(failed.out, "Needs attention");
+    ASSERT_EQ(2u, rows.size()) << failed.out;
+    EXPECT_EQ("PortChannel0001", rows[1][0]);
+    EXPECT_THAT(failed.out, AllOf(HasSubstr("SDK_E_TIMEOUT"), HasSubstr("orphan: ")));
+
+    const Result broken = kvnsim({"run", example("broken.json"), "--keep-going"});
+    EXPECT_THAT(broken.out, ContainsRegex("/broken.json: [0-9]+ errors, "));
+}
+
+TEST_F(Run, TablesAreShownOnRequest)
+{
+    EXPECT_THAT(kvnsim({"run", example("leaf.json")}).out, Not(HasSubstr("Shared database")));
+    const Result result = kvnsim({"run", example("leaf.json"), "--tables"});
     EXPECT_EQ(well, result.status);
     for (const char *title :
          {"Interfaces", "Attributes", "Port-channels", "MACs", "Shared database"})
         EXPECT_FALSE(table(result.out, title).empty()) << title;
     EXPECT_THAT(result.out, HasSubstr("not applied: NTP_SERVER (2 rows)"));
-    for (const std::string &line : lines(result.out)) {
-        if (line.find("json: ") == std::string::npos) { /* a path of any length */
-            EXPECT_LE(line.size(), 110u) << line;
-        }
-    }
 }
 
 TEST_F(Run, ReadsStandardInput)
@@ -137,7 +161,7 @@ TEST_F(Run, AnErrorInOneConfigurationKeepsAllFromBeingApplied)
 
 TEST_F(Run, KeepGoingAppliesWhatIsSound)
 {
-    const Result result = kvnsim({"run", example("broken.json"), "--keep-going"});
+    const Result result = kvnsim({"run", example("broken.json"), "--keep-going", "--tables"});
     EXPECT_EQ(bad_input, result.status);
     EXPECT_THAT(result.out, HasSubstr("of what is configured but left out"));
     EXPECT_THAT(table(result.out, "Interfaces"), Contains(Contains("Ethernet3")).Times(0));

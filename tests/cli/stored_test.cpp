@@ -22,6 +22,8 @@ TEST_F(Stored, EveryTableIsShownAsTextAndAsJson)
                                                             {"port-channels", "port_channels"},
                                                             {"lids", "lids"},
                                                             {"macs", "macs"},
+                                                            {"vrfs", "vrfs"},
+                                                            {"vlans", "vlans"},
                                                             {"summary", "summary"}};
     for (const auto &[table, key] : tables) {
         const Result text = kvnsim({"show", table, "--db", "leaf.db"});
@@ -47,6 +49,88 @@ TEST_F(Stored, AttributesAreThoseOfTheNamedInterface)
         }
     }
     EXPECT_TRUE(seen);
+}
+
+TEST_F(Stored, ATableMayBeAskedForItsRowsAboutSomeNames)
+{
+    const rapidjson::Document two =
+        kvnsim({"show", "interfaces", "po0001", "Vlan100", "leaf.db", "--json"}).json();
+    ASSERT_EQ(2u, two["interfaces"].Size());
+    EXPECT_EQ("PortChannel0001", std::string(two["interfaces"][0]["name"].GetString()));
+    EXPECT_EQ("Vlan100", std::string(two["interfaces"][1]["name"].GetString()));
+    /* A port-channel is about its members, too; a table may have names of its own. */
+    EXPECT_THAT(kvnsim({"show", "port-channels", "Ethernet40", "leaf.db"}).out,
+                HasSubstr("PortChannel0001"));
+    EXPECT_EQ(1u, kvnsim({"show", "vrfs", "vrfblue", "leaf.db", "--json"}).json()["vrfs"].Size());
+    EXPECT_THAT(kvnsim({"show", "summary", "intf", "leaf.db"}).out, HasSubstr("65534"));
+    /* There is such a port, but no such row. */
+    const Result none = kvnsim({"show", "interfaces", "Ethernet40", "leaf.db"});
+    EXPECT_EQ(well, none.status);
+    EXPECT_EQ("Interfaces\n  none\n", none.out);
+}
+
+TEST_F(Stored, OneRowIsShownWithALineForEachColumn)
+{
+    const Result one = kvnsim({"show", "ports", "Ethernet40", "leaf.db"});
+    EXPECT_THAT(one.out, StartsWith("Ports\n  Port          Ethernet40\n  Alias         "));
+    EXPECT_THAT(one.out, AllOf(HasSubstr("\n  Port-channel  PortChannel0001\n"),
+                               HasSubstr("\n  Failure       -\n")));
+    EXPECT_EQ(3u, lines(kvnsim({"show", "ports", "Ethernet40", "leaf.db", "--wide"}).out).size());
+}
+
+TEST_F(Stored, InterfacesAreFoundByEverySpelling)
+{
+    write("aliases.json",
+          R"({"PORT": {"Ethernet0": {"alias": "Eth1/1"}, "Ethernet4": {"alias": "up"},
+"Ethernet8": {"alias": "UP"}, "Ethernet12": {"alias": "ethernet8"}},
+"PORTCHANNEL": {"PortChannel0007": {}}, "PORTCHANNEL_INTERFACE": {"PortChannel0007": {}},
+"VLAN_SUB_INTERFACE": {"Ethernet0.10": {}}, "INTERFACE": {"Ethernet0": {}}})");
+    ASSERT_EQ(well, kvnsim({"run", "aliases.json", "--quiet", "--db", "aliases.db"}).status);
+    const auto meant = [&](const std::string &written) {
+        const Result result = kvnsim({"explain", written, "aliases.db"});
+        return result.status == well ? result.out.substr(0, result.out.find(' ')) : result.err;
+    };
+    for (const char *written : {"Ethernet0", "ethernet0", "Eth0", "ETH00", "Eth1/1", "eth1/1"})
+        EXPECT_EQ("Ethernet0", meant(written)) << written;
+    for (const char *written : {"PortChannel7", "Po7", "po0007", "portchannel0007"})
+        EXPECT_EQ("PortChannel0007", meant(written)) << written;
+    for (const char *written : {"Eth0.10", "eth0.10", "ETHERNET0.10"})
+        EXPECT_EQ("Ethernet0.10", meant(written)) << written;
+    /* Exactly so: a name, then an alias. */
+    EXPECT_EQ("Ethernet8", meant("Ethernet8"));
+    EXPECT_EQ("Ethernet12", meant("ethernet8"));
+    EXPECT_EQ("Ethernet4", meant("up"));
+    EXPECT_THAT(meant("Up"), HasSubstr("\"Up\" is ambiguous: Ethernet4, Ethernet8"));
+    EXPECT_THAT(meant("Po8"), HasSubstr("there is no interface \"Po8\""));
+    EXPECT_THAT(meant("Ethrnet0"), HasSubstr("(did you mean Ethernet0"));
+}
+
+TEST_F(Stored, VrfsAndVlansHaveTheirInterfaces)
+{
+    const rapidjson::Document vrfs = kvnsim({"show", "vrfs", "leaf.db", "--json"}).json();
+    size_t interfaces = 0;
+    for (const auto &row : vrfs["vrfs"].GetArray())
+        interfaces += row["interfaces"].Size();
+    const rapidjson::Document all = kvnsim({"show", "interfaces", "leaf.db", "--json"}).json();
+    size_t routed = 0;
+    for (const auto &row : all["interfaces"].GetArray())
+        routed += row["state"] == "programmed" ? 1 : 0;
+    EXPECT_EQ(routed, interfaces);
+    const rapidjson::Document vlans =
+        kvnsim({"show", "vlans", "Vlan100", "leaf.db", "--json"}).json();
+    ASSERT_EQ(1u, vlans["vlans"].Size());
+    EXPECT_EQ(100, vlans["vlans"][0]["vlan"].GetInt());
+    EXPECT_EQ("programmed", std::string(vlans["vlans"][0]["svi"].GetString()));
+    EXPECT_LT(0u, vlans["vlans"][0]["members"].Size());
+}
+
+TEST_F(Stored, AddressesAreAList)
+{
+    const rapidjson::Document document =
+        kvnsim({"show", "interfaces", "Vlan100", "leaf.db", "--json"}).json();
+    for (const auto &address : document["interfaces"][0]["addresses"].GetArray())
+        EXPECT_THAT(std::string(address.GetString()), HasSubstr("/"));
+    EXPECT_LT(1u, document["interfaces"][0]["addresses"].Size());
 }
 
 TEST_F(Stored, TheErrorStoreIsShown)

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <csignal>
+#include <initializer_list>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -40,6 +42,83 @@ TEST_F(Terminal, ProgressIsForTerminalsOnly)
         kvnsim_on_terminal({"run", example("leaf.json"), "--json"}, {"NO_COLOR=1"}).out;
     EXPECT_THAT(shown, HasSubstr("reading the configurations\r\033[K"));
     EXPECT_EQ("", kvnsim({"run", example("leaf.json"), "--json"}).err);
+}
+
+/* ---- Width ---- */
+
+static size_t longest_line(const std::string &text)
+{
+    size_t longest = 0;
+    for (std::string line : lines(text)) {
+        if (!line.empty() && line.back() == '\r') /* of the terminal */
+            line.pop_back();
+        longest = std::max(longest, line.size());
+    }
+    return longest;
+}
+
+class Width : public Terminal {
+public:
+    void SetUp() override
+    {
+        ASSERT_EQ(well, kvnsim({"run", example("leaf.json"), "--quiet", "--db", "leaf.db"}).status);
+    }
+    const std::vector<std::string> no_colour{"NO_COLOR=1"};
+};
+
+TEST_F(Width, TablesFitTheTerminalAndTellWhatTheyLeaveOut)
+{
+    for (const char *table : {"interfaces", "ports", "port-channels", "lids", "macs", "vlans"}) {
+        for (const unsigned short columns : std::initializer_list<unsigned short>{60, 80, 100}) {
+            const std::string shown =
+                kvnsim_on_terminal({"show", table, "leaf.db"}, no_colour, columns).out;
+            EXPECT_LE(longest_line(shown), columns) << shown;
+        }
+    }
+    const std::string narrow =
+        kvnsim_on_terminal({"show", "interfaces", "leaf.db"}, no_colour, 60).out;
+    EXPECT_THAT(narrow, HasSubstr("Ethernet36.200"));
+    EXPECT_THAT(narrow, HasSubstr("Left out: Addresses, "));
+    EXPECT_THAT(narrow, HasSubstr("--wide"));
+    const std::string explained =
+        kvnsim_on_terminal({"explain", "Ethernet0", "leaf.db"}, no_colour, 70).out;
+    EXPECT_THAT(explained, HasSubstr("Left out: Written by"));
+}
+
+TEST_F(Width, IsOfNoConcernWhenAskedForInFilesAndWhereItIsNotKnown)
+{
+    const std::string all = kvnsim({"show", "interfaces", "leaf.db"}, "", {"COLUMNS=60"}).out;
+    EXPECT_GT(longest_line(all), 100u);
+    const auto on_terminal = [&](const std::vector<std::string> &arguments,
+                                 unsigned short columns) {
+        std::string text = kvnsim_on_terminal(arguments, no_colour, columns).out;
+        text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+        return text;
+    };
+    EXPECT_EQ(all, on_terminal({"show", "interfaces", "leaf.db", "--wide"}, 60));
+    EXPECT_EQ(all, on_terminal({"show", "interfaces", "leaf.db"}, 0));
+}
+
+TEST_F(Width, IsWhatColumnsSays)
+{
+    const Result result =
+        kvnsim_on_terminal({"show", "interfaces", "leaf.db"}, {"NO_COLOR=1", "COLUMNS=50"}, 200);
+    EXPECT_LE(longest_line(result.out), 50u) << result.out;
+    EXPECT_GT(longest_line(kvnsim_on_terminal({"show", "interfaces", "leaf.db"},
+                                              {"NO_COLOR=1", "COLUMNS=none"}, 200)
+                               .out),
+              50u);
+}
+
+TEST_F(Width, ASummaryOfARunFitsATerminal)
+{
+    const std::string shown =
+        kvnsim_on_terminal({"run", example("leaf.json"), "--tables"}, no_colour, 80).out;
+    for (const std::string &line : lines(shown)) {
+        if (line.find(".json:") == std::string::npos) { /* a path of any length */
+            EXPECT_LE(longest_line(line), 80u) << line;
+        }
+    }
 }
 
 /* ---- Ctrl-C ---- */

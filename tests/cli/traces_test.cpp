@@ -74,6 +74,15 @@ TEST_F(Traces, TheDebugFileHoldsTheLibrarysMessages)
     EXPECT_THAT(read("debug.txt"), HasSubstr("libsdk_intf_create() called"));
 }
 
+TEST_F(Traces, ARecordingIsReplayedFromStandardInput)
+{
+    ASSERT_EQ(well, kvnsim({"run", "one.json", "--quiet", "--record", "one.jsonl"}).status);
+    const Result result = kvnsim({"replay", "-"}, read("one.jsonl"));
+    EXPECT_EQ(well, result.status) << result.err;
+    EXPECT_THAT(result.out, StartsWith("-: the same: "));
+    EXPECT_EQ(bad_input, kvnsim({"replay", "-"}, "no recording").status);
+}
+
 /* ---- Event history ---- */
 
 TEST_F(Traces, EventsAreDecodedAsTextAndAsJson)
@@ -85,6 +94,7 @@ TEST_F(Traces, EventsAreDecodedAsTextAndAsJson)
                 AllOf(HasSubstr(" 0x730000 debug "), HasSubstr("libsdk_intf_create() called")));
     const rapidjson::Document document = kvnsim({"events", "x.events", "--json"}).json();
     EXPECT_TRUE(document["problem"].IsNull());
+    EXPECT_EQ(lines(text.out).size(), document["events"].Size());
     EXPECT_EQ(104, document["events"][0]["level"].GetInt());
     EXPECT_EQ(0x730000, document["events"][0]["event"].GetInt());
 }

@@ -91,6 +91,46 @@ TEST_F(Usage, WordBehindTheTimelineIsItsValueOnlyIfItNamesAnInterface)
     EXPECT_EQ(all.out, kvnsim({"run", "--quiet", "--timeline", "Ethernet0", "one.json"}).out);
 }
 
+TEST_F(Usage, ErrorsAreDocumentsForWhoAskedForOne)
+{
+    for (const auto &[arguments, status] :
+         {std::pair(std::vector<std::string>{"audit", "none.db", "--json"}, bad_input),
+          std::pair(std::vector<std::string>{"replay", "none.jsonl", "--json"}, bad_input),
+          std::pair(std::vector<std::string>{"audit", "--json"}, usage)}) {
+        const Result result = kvnsim(arguments);
+        EXPECT_EQ(status, result.status);
+        const rapidjson::Document document = result.json();
+        EXPECT_EQ(status, document["error"]["status"].GetInt());
+        EXPECT_EQ("kvnsim: " + std::string(document["error"]["message"].GetString()) + "\n",
+                  result.err);
+    }
+    EXPECT_EQ("", kvnsim({"audit", "--", "--json"}).out);
+}
+
+TEST_F(Usage, TheDatabaseIsAnOperandOrAnOptionOrThatOfTheEnvironment)
+{
+    write("one.json", one_port);
+    ASSERT_EQ(well, kvnsim({"run", "one.json", "--quiet", "--db", "one.db"}).status);
+    for (const std::vector<std::string> &verb : {std::vector<std::string>{"show", "lids"},
+                                                 {"show", "lids", "Ethernet0"},
+                                                 {"explain", "Ethernet0"},
+                                                 {"audit"},
+                                                 {"report", "-o", "-"}}) {
+        std::vector<std::string> by_operand = verb, by_option = verb;
+        by_operand.emplace_back("one.db");
+        by_option.insert(by_option.end(), {"--db", "one.db"});
+        const std::string shown = kvnsim(by_option).out;
+        EXPECT_NE("", shown);
+        EXPECT_EQ(shown, kvnsim(by_operand).out) << verb[0];
+        EXPECT_EQ(shown, kvnsim(verb, "", {"KVNSIM_DB=one.db"}).out) << verb[0];
+        EXPECT_EQ(shown, kvnsim(by_operand, "", {"KVNSIM_DB=none.db"}).out) << verb[0];
+        EXPECT_EQ(usage, kvnsim(verb, "", {"KVNSIM_DB="}).status) << verb[0];
+    }
+    /* It is written only on request. */
+    ASSERT_EQ(well, kvnsim({"run", "one.json"}, "", {"KVNSIM_DB=two.db"}).status);
+    EXPECT_FALSE(exists("two.db"));
+}
+
 struct Wrong {
     std::vector<std::string> arguments;
     const char *message;
@@ -104,7 +144,9 @@ TEST_P(WrongUsage, IsRefusedWithWhatIsPossible)
     ASSERT_EQ(well, kvnsim({"run", "one.json", "--db", "one.db"}).status);
     const Result result = kvnsim(GetParam().arguments);
     EXPECT_EQ(usage, result.status);
-    EXPECT_EQ("", result.out);
+    const auto &words = GetParam().arguments;
+    const bool has_document = std::find(words.begin(), words.end(), "--json") != words.end();
+    EXPECT_EQ(has_document, !result.out.empty());
     EXPECT_THAT(result.err,
                 AllOf(StartsWith("kvnsim: "), HasSubstr(GetParam().message), HasSubstr("--help`")));
 }
@@ -140,15 +182,23 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"run", "one.json", "--db", "one.json"}, "--db one.json: the file is already in use"},
         Wrong{{"run", "one.json", "--events", "x", "--record", "./x", "--db", "x"},
               "the file is already in use"},
-        Wrong{{"show", "--db", "one.db"}, "WHAT is missing"},
-        Wrong{{"show", "interfaces"}, "--db is missing"},
-        Wrong{{"show", "interfacs", "--db", "one.db"}, "there are interfaces, ports"},
-        Wrong{{"show", "interfaces", "Ethernet0", "--db", "one.db"}, "takes no interface"},
+        Wrong{{"show", "--db", "one.db"}, "TABLE is missing"},
+        Wrong{{"show", "interfaces"}, "give DB or --db FILE, or set KVNSIM_DB"},
+        Wrong{{"show", "interfacs", "one.db"}, "(did you mean interfaces?); there are interfaces"},
+        Wrong{{"show", "interfaces", "Ethernet1", "one.db"}, "(did you mean Ethernet0?)"},
+        Wrong{{"show", "macs", "0.0.0.0", "one.db"}, "there is no interface or row \"0.0.0.0\""},
         Wrong{{"show", "attributes", "--db", "one.db"}, "attributes of which interface?"},
         Wrong{{"show", "attributes", "Ethernet1", "--db", "one.db"}, "(did you mean Ethernet0?)"},
         Wrong{{"explain", "--db", "one.db"}, "IF is missing"},
-        Wrong{{"explain", "ethernet0", "--db", "one.db"}, "(did you mean Ethernet0?)"},
-        Wrong{{"audit"}, "--db is missing"}, Wrong{{"diff", "one.db"}, "B is missing"},
+        Wrong{{"explain", "ethernet1", "--db", "one.db"}, "(did you mean Ethernet0?)"},
+        Wrong{{"audit"}, "give DB or --db FILE, or set KVNSIM_DB"},
+        Wrong{{"audit", "one.db", "--db", "one.db"}, "two databases: one.db and --db one.db"},
+        Wrong{{"audit", "one.db", "two.db"}, "unexpected argument \"two.db\""},
+        Wrong{{"show", "interfaces", "one.db", "two.db"}, "DB is given more than once"},
+        Wrong{{"show", "attributes", "Ethernet0", "Ethernet0", "one.db"}, "of one interface"},
+        Wrong{{"adit"}, "unknown verb \"adit\" (did you mean audit?)"},
+        Wrong{{"audit", "--jsno", "one.db"}, "unknown option --jsno (did you mean --json?)"},
+        Wrong{{"diff", "one.db"}, "B is missing"},
         Wrong{{"diff", "one.db", "one.db", "one.db"}, "unexpected argument \"one.db\""},
         Wrong{{"events"}, "FILE is missing"}, Wrong{{"replay"}, "RECORDING is missing"},
         Wrong{{"completion", "fish"}, "expected bash, zsh or words, not \"fish\""},

@@ -120,7 +120,7 @@ TEST_F(Prompt, CompletesWhatThereIs)
         {"poke Ethernet0 SdkIntfAttrMt\t9000\n", prompt}, /* attributes */
         {"call get_li\tEthernet0\n", "lid_id_for_ifindex(ifindex=Ethernet0)"}, /* entry points */
         {"call set_l3_property Ethernet0 mt\t9100\n", "prop_type=12"},         /* their arguments */
-        {"show summary \t\n", "\"summary\":"},           /* takes no interface */
+        {"show summary --j\t\n", "\"summary\":"},        /* an option behind names */
         {"fail libsdk_lid_entry_d\t\n", prompt},         /* calls */
         {"fail libsdk_intf_create=SDK_E_F\t\n", prompt}, /* statuses */
         {"limit rma\t4\n", prompt},                      /* tables of the ASIC */

@@ -95,8 +95,26 @@ TEST_F(Script, WordsTooManyOrTooFewAreToldWithWhatIsExpected)
     EXPECT_EQ("-:1: expected set IF PROPERTY VALUE\n", shell({"set Ethernet0 mtu"}).err);
     EXPECT_EQ("-:1: expected mark\n", shell({"mark it"}).err);
     EXPECT_EQ("-:1: expected call add_l3port L3LIF CREATE\n", shell({"call add_l3port"}).err);
-    EXPECT_EQ("-:1: expected show TABLE [IF] [--json]\n", shell({"show ports --jsn"}).err);
-    EXPECT_EQ("-:1: expected diff [FILE] [--json]\n", shell({"diff a.db b.db"}).err);
+    EXPECT_EQ("-:1: unknown option --jsn (did you mean --json?)\n",
+              shell({"show ports --jsn"}).err);
+    EXPECT_EQ("-:1: expected diff [FILE] [OPTION...]\n", shell({"diff a.db b.db"}).err);
+}
+
+TEST_F(Script, InterfacesAreFoundByEverySpelling)
+{
+    write("sw.json",
+          R"({"PORT": {"Ethernet0": {"alias": "fp1"}}, "INTERFACE": {"Ethernet0": {}}})");
+    const std::string set =
+        "l3lifpd_kvn_set_l3_property(l3lif=Ethernet0 prop_type=12 value=1400) = 0\n";
+    for (const char *written : {"Ethernet0", "eth0", "ETHERNET0", "fp1"}) {
+        const Result result = shell(
+            {"set " + std::string(written) + " mtu 1400", "timeline on " + std::string(written)},
+            {"sw.json"});
+        EXPECT_EQ(well, result.status) << result.err;
+        EXPECT_THAT(result.out, HasSubstr(set)) << written;
+    }
+    EXPECT_EQ("-:1: there is no interface \"eth1\"\n", shell({"set eth1 mtu 1400"}).err);
+    EXPECT_THAT(shell({"show interfacs"}).err, HasSubstr("(did you mean interfaces?)"));
 }
 
 TEST_F(Script, OptionsAndValuesAreThoseOfTheCommandLine)

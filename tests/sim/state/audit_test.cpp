@@ -310,7 +310,8 @@ Marked marked_in(const Snapshot &snapshot)
     const Index index(snapshot);
     const std::vector<AuditFinding> findings = audit(snapshot);
     Marked all;
-    for (const std::string &name : interface_names(snapshot)) {
+    const Names names = interface_names(snapshot).names();
+    for (const std::string &name : names) {
         for (const ExplainedProperty &property : explain(index, findings, name).properties) {
             if (property.differs)
                 all.push_back(name + " " + property.property);

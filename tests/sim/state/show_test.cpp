@@ -60,6 +60,44 @@ TEST(ListingText, LeavesOutColumnsThatNobodyFillsAndSaysWhenThereAreNoRows)
     EXPECT_EQ(to_text(three_columns({})), "Things\n  none\n");
 }
 
+Listing ranked()
+{
+    return {
+        "Things",
+        {{"name", "Name", rank_name}, {"origin", "Origin", rank_origin}, {"a", "A"}, {"b", "B"}},
+        {{std::string("first"), std::string("from elsewhere"), int64_t{1}, int64_t{22}}}};
+}
+
+TEST(ListingText, LeavesOutTheHighestRanksUntilTheRestFitsAndNamesThem)
+{
+    EXPECT_EQ(to_text(ranked(), {30, "more"}),
+              "Things\n  Name   Origin          A   B\n  first  from elsewhere  1  22\n");
+    EXPECT_EQ(to_text(ranked(), {29, "more"}), "Things\n"
+                                               "  Name   A   B\n"
+                                               "  first  1  22\n"
+                                               "  Left out: Origin. more.\n");
+    EXPECT_EQ(to_text(ranked(), {13, "m"}), "Things\n"
+                                            "  Name   A\n"
+                                            "  first  1\n"
+                                            "  Left out:\n"
+                                            "  Origin, B.\n"
+                                            "  m.\n");
+    /* What the row is about stays. */
+    EXPECT_THAT(to_text(ranked(), {1, "m"}), HasSubstr("Name\n  first\n"));
+}
+
+TEST(ListingText, CountsPlacesOfTheTerminal)
+{
+    EXPECT_EQ(to_text(three_columns({{std::string("漢字"), int64_t{1}, std::string("x")},
+                                     {std::string("e\u0301"), int64_t{1}, std::string("x")},
+                                     {std::string("\xff"), int64_t{1}, std::string("x")}})),
+              "Things\n"
+              "  Name  Count  List\n"
+              "  漢字      1  x\n"
+              "  e\u0301         1  x\n"
+              "  \xff         1  x\n");
+}
+
 TEST(ListingJson, HasAnObjectForEachRowWithTheValuesAsTheyAre)
 {
     EXPECT_EQ(to_json(three_columns(
@@ -284,13 +322,13 @@ TEST_F(Show, AttributesTellsOfAnInterfaceThatIsNotInTheAsicThatItIsNot)
 TEST_F(Show, InterfaceNamesAreThoseThatAreWantedOrKnownToTheHost)
 {
     Snapshot snapshot = small_switch();
-    EXPECT_THAT(interface_names(snapshot),
+    EXPECT_THAT(interface_names(snapshot).names(),
                 ElementsAre("Ethernet0", "Ethernet0.10", "Ethernet4", "Ethernet8", "Ethernet12",
                             "Ethernet16", "PortChannel1", "PortChannel1.20", "Vlan100"));
-    EXPECT_EQ(interface_names(snapshot), interface_names(wanted(small_network)));
+    EXPECT_EQ(interface_names(snapshot).names(), interface_names(wanted(small_network)).names());
     snapshot.wanted_interfaces.back().name = "Vlan200";
-    EXPECT_EQ(interface_names(snapshot).count("Vlan100"), 1u);
-    EXPECT_EQ(interface_names(snapshot).count("Vlan200"), 1u);
+    EXPECT_EQ(interface_names(snapshot).names().count("Vlan100"), 1u);
+    EXPECT_EQ(interface_names(snapshot).names().count("Vlan200"), 1u);
 }
 
 TEST_F(Show, HasEachTableWithUniqueKeysAndCellsForEachColumn)
@@ -318,8 +356,8 @@ TEST_F(Show, AsOneDocumentHoldsEveryTableFailureAndFinding)
     for (const auto &member : document.GetObject())
         keys.push_back(member.name.GetString());
     EXPECT_THAT(keys, ElementsAre("format", "word_size", "hostname", "files", "interfaces", "ports",
-                                  "port_channels", "lids", "macs", "errors", "summary", "failures",
-                                  "audit"));
+                                  "port_channels", "lids", "macs", "errors", "summary", "vrfs",
+                                  "vlans", "failures", "audit"));
     EXPECT_EQ(document["interfaces"].Size(), 6u);
     EXPECT_STREQ(document["interfaces"][0]["name"].GetString(), "Ethernet0");
     EXPECT_EQ(document["interfaces"][0]["mtu"].GetInt(), 9100);
@@ -533,7 +571,7 @@ TEST_F(Explain, SaysOfWhatWasLeftOutOfTheConfigurationWhatIsWrongWithItsRows)
     EXPECT_THAT(to_text(explain(snapshot, "PortChannel1")),
                 HasSubstr("PORTCHANNEL_MEMBER|PortChannel1|Ethernet4: left out"));
     EXPECT_THAT(explain(snapshot, "Ethernet0").reader, IsEmpty());
-    EXPECT_EQ(interface_names(snapshot).count("PortChannel7"), 1u);
+    EXPECT_EQ(interface_names(snapshot).names().count("PortChannel7"), 1u);
 }
 
 TEST_F(Explain, SaysOfAVlanWithoutAnInterfaceThatItIsLayer2)
@@ -545,7 +583,7 @@ TEST_F(Explain, SaysOfAVlanWithoutAnInterfaceThatItIsLayer2)
     EXPECT_EQ(vlan.state, "layer 2: no row in VLAN_INTERFACE");
     EXPECT_EQ(property(vlan, "switched members").configured, "Ethernet0");
     EXPECT_THAT(vlan.configured_at, HasSubstr("VLAN|Vlan20"));
-    EXPECT_EQ(interface_names(capture(sw)).count("Vlan20"), 1u);
+    EXPECT_EQ(interface_names(capture(sw)).names().count("Vlan20"), 1u);
 }
 
 TEST_F(Explain, SaysWhatAnInterruptedRunDidNotReach)
