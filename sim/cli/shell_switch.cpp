@@ -8,8 +8,8 @@
 #include "sim/cli/shell.h"
 #include "sim/cli/stored.h"
 #include "sim/state/compare.h"
-#include "sim/state/restore.h"
 #include "sim/state/interface_names.h"
+#include "sim/state/restore.h"
 
 namespace kvnsim {
 namespace {

@@ -12,7 +12,8 @@
 namespace kvnsim {
 
 /* Writes what crosses the library's boundary as a recording, line by line (docs/recording.md).
- * Its destruction writes the last line. The stream must live as long; its state shows whether all was written. */
+ * Its destruction writes the last line. The stream must live as long; its state shows whether all
+ * was written. */
 class Recorder : public Observer {
 public:
     explicit Recorder(std::ostream &out);

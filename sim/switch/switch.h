@@ -122,7 +122,7 @@ using MadeUpFor = std::map<uint64_t, uint64_t>;
 struct Applied {
     uint32_t steps_done = 0; /* carried out, failed ones included */
     std::vector<Failure> failures;
-    MadeUpFor made_up_for; /* of this configuration or an earlier one */
+    MadeUpFor made_up_for;    /* of this configuration or an earlier one */
     bool interrupted = false; /* stopped by the caller; the rest was left out */
 };
 
