@@ -465,7 +465,6 @@ private:
         if (port == nullptr)
             return fail(step, "no front-panel port is left");
         const DesiredPort &wants = want_.ports.at(step.name);
-        port->alias = wants.alias;
         have_.ports.emplace(step.name, wants);
         done(own(step), give_port_lid(*port));
     }
