@@ -484,8 +484,6 @@ private:
                 port = host_.add_port(step.name, number);
         }
         if (port == nullptr)
-            return fail(step, "its front-panel number is taken: an earlier step failed");
-        port->alias = wants.alias;
         have_.ports.emplace(step.name, wants);
         done(own(step), give_port_lid(*port));
     }
