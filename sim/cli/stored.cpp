@@ -17,15 +17,6 @@
 namespace kvnsim {
 namespace {
 
-const ShowKind &show_kind_named(const std::string &what)
-{
-    if (const ShowKind *kind = find_show_kind(what))
-        return *kind;
-    const Words names = names_of(show_kinds());
-    throw UsageError(fmt::format("there is no table \"{}\"{}; there are {}", what,
-                                 did_you_mean(what, names), fmt::join(names, ", ")));
-}
-
 std::string name_meant(const Spellings &names, const std::string &written, const char *what)
 {
     Meant meant = names.meant(written, what);
@@ -57,6 +48,15 @@ Listing table_of(const ShowKind &kind, const Snapshot &snapshot, const Words &wr
 }
 
 } // namespace
+
+const ShowKind &show_kind_named(const std::string &what)
+{
+    if (const ShowKind *kind = find_show_kind(what))
+        return *kind;
+    const Words names = names_of(show_kinds());
+    throw UsageError(fmt::format("there is no table \"{}\"{}; there are {}", what,
+                                 did_you_mean(what, names), fmt::join(names, ", ")));
+}
 
 std::string database_of(const Arguments &given)
 {

@@ -5,6 +5,7 @@
 #include "sim/config/spellings.h"
 #include "sim/state/compare.h"
 #include "sim/state/listing.h"
+#include "sim/state/show.h"
 #include "sim/state/snapshot.h"
 
 /* What the verbs that read a snapshot share; it may come from a database or the live switch. */
@@ -17,6 +18,9 @@ class Console;
 std::string database_of(const Arguments &given);
 /* What it holds; UsageError when none is given. */
 Snapshot load_database(const Arguments &given);
+
+/* The table of that name; UsageError with the names of all. */
+const ShowKind &show_kind_named(const std::string &name);
 
 /* The one interface meant; UsageError with its candidates or with similar names. */
 std::string interface_meant(const Spellings &names, const std::string &written);

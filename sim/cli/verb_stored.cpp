@@ -12,6 +12,12 @@ int of_database(const Arguments &given, Console &console)
     return print(load_database(given), given, console);
 }
 
+int show_of_database(const Arguments &given, Console &console)
+{
+    show_kind_named(given.value("TABLE")); /* before the database is read */
+    return of_database<print_table>(given, console);
+}
+
 int compare(const Arguments &given, Console &console)
 {
     const Snapshot before = load(given.value("A"));
@@ -35,7 +41,7 @@ const Verb show_verb{
      db_option,
      json_option,
      wide_option},
-    of_database<print_table>};
+    show_of_database};
 
 const Verb explain_verb{
     "explain",

@@ -183,6 +183,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"run", "one.json", "--events", "x", "--record", "./x", "--db", "x"},
               "the file is already in use"},
         Wrong{{"show", "--db", "one.db"}, "TABLE is missing"},
+        Wrong{{"show", "one.db"}, "there is no table \"one.db\"; there are interfaces"},
         Wrong{{"show", "interfaces"}, "give DB or --db FILE, or set KVNSIM_DB"},
         Wrong{{"show", "interfacs", "one.db"}, "(did you mean interfaces?); there are interfaces"},
         Wrong{{"show", "interfaces", "Ethernet1", "one.db"}, "(did you mean Ethernet0?)"},
