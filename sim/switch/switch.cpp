@@ -484,6 +484,7 @@ private:
                 port = host_.add_port(step.name, number);
         }
         if (port == nullptr)
+            return fail(step, "its front-panel number is taken: an earlier step failed");
         have_.ports.emplace(step.name, wants);
         done(own(step), give_port_lid(*port));
     }
