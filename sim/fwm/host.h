@@ -55,6 +55,7 @@ struct HostInterface : public l3lif {
     const std::string name; /* unique: "Ethernet0", "PortChannel0001", "Ethernet0.100", "Vlan100" */
     const uint32_t number;  /* what the ifindex holds below its kind */
 
+    std::string alias;      /* of a port; the shell takes it for the name */
     l3lif_ip_cfg ip{};      /* wanted settings; ip.mtu is published */
     uint32_t v4_vpn_id = 0; /* VPN numbers and NAT zone to publish */
     uint32_t v6_vpn_id = 0;

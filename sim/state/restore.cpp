@@ -306,6 +306,14 @@ void restore_virtual_macs(const Snapshot &from)
     });
 }
 
+void put_back_aliases(const Snapshot &from)
+{
+    for (const AppliedPort &row : from.applied_ports) {
+        if (HostInterface *const port = Host::instance().find(row.name))
+            port->alias = row.alias;
+    }
+}
+
 /* What has been applied exists in the host. */
 void check_applied(const Snapshot &from)
 {
@@ -399,6 +407,7 @@ void restore(const Snapshot &snapshot, Switch &into, const std::string &name)
         put(snapshot, into);
         check_identifiers(snapshot);
         check_applied(snapshot);
+        put_back_aliases(snapshot);
         const Snapshot restored =
             capture(into, snapshot.file_names(), snapshot.reader, snapshot.meta.interrupted);
         expect_same<MetaRow>({snapshot.meta}, {restored.meta});

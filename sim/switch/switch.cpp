@@ -97,6 +97,10 @@ public:
                           has = wants;
                   });
         take_over(have_.svis, want_.svis, all);
+        for (const auto &[name, port] : have_.ports) {
+            if (HostInterface *const there = host_.find(name))
+                there->alias = port.alias;
+        }
         have_.vlans = want_.vlans;
         have_.vrfs = want_.vrfs;
         have_.hostname = want_.hostname;
