@@ -363,7 +363,7 @@ private:
         if (declared.use == Use::not_modelled &&
             (declared.type != FieldType::boolean || value->number != 0))
             draft_.tell(FindingId::field_not_modelled, where, declared.name, quoted(field.text));
-        if (declared.type == FieldType::mac && is_multicast(value->mac))
+        if (declared.type == FieldType::group_mac && is_multicast(value->mac))
             draft_.tell(FindingId::multicast_mac, where, declared.name, value->text);
         value->at = field.value_at;
         row.values[static_cast<size_t>(&declared - row.fields().data())] = std::move(*value);

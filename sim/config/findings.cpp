@@ -121,7 +121,7 @@ const std::vector<FindingType> &finding_types()
          "VLAN <VLAN> after the dot: expected <range>, or the field vlan",
          "The number after the dot is no VLAN.", "Add the field vlan, or use another name."},
 
-        {Id::multicast_mac, warning, false, "<mac> <MAC> is a multicast address",
+        {Id::multicast_mac, warning, false, "<gateway_mac> <MAC> is a multicast address",
          "No station has such a MAC; other switches may drop what it sends.",
          "Use a MAC whose first byte is even."},
 

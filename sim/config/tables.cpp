@@ -624,7 +624,7 @@ std::vector<TableSchema> make_tables()
          true},
         {"SAG",
          {KeyPart::any},
-         {field(FieldType::mac, "gateway_mac", nullptr,
+         {field(FieldType::group_mac, "gateway_mac", nullptr,
                 "the MAC that VLAN interfaces with static_anycast_gateway answer to")},
          "the anycast gateway; its row is `GLOBAL`",
          read_sag},
@@ -802,8 +802,10 @@ std::string expected(const TableField &field)
         return "enable or disable (or true, yes, on, false, no, off)";
     case FieldType::choice:
         return in_words(split(field.choices, '|'));
-    case FieldType::mac:
+    case FieldType::group_mac:
         return "six bytes such as 00:11:22:aa:bb:cc, not all of them zero";
+    case FieldType::mac:
+        return "six bytes such as 00:11:22:aa:bb:cc, neither zero nor multicast";
     case FieldType::vrf:
         return expected(KeyPart::vrf);
     case FieldType::interface:
@@ -879,8 +881,10 @@ std::optional<FieldValue> parse_field(const TableField &field, const std::string
         break;
     }
     case FieldType::mac:
+    case FieldType::group_mac:
         value.mac = parse_mac(text).value_or(Mac{});
-        is_valid = !is_zero(value.mac);
+        is_valid =
+            !is_zero(value.mac) && (field.type == FieldType::group_mac || !is_multicast(value.mac));
         break;
     case FieldType::vrf:
         is_valid = is_vrf_name(text);

@@ -22,7 +22,8 @@ enum class FieldType : uint8_t {
     text,      /* at most max characters */
     boolean,   /* see parse_boolean */
     choice,    /* one of choices, in upper or lower case */
-    mac,       /* not zero */
+    mac,       /* of one station: neither zero nor multicast */
+    group_mac, /* not zero; of several stations with a warning */
     vrf,       /* see is_vrf_name */
     interface, /* an interface's name */
     list,      /* a list, or a text with commas */

@@ -88,7 +88,7 @@ TEST(Examples, TheBrokenOneHasAllItsErrorsTold)
         texts(broken),
         ElementsAre(
             "broken.json:3:52: DEVICE_METADATA|localhost: mac is \"00:00:5e:00:53\": expected six "
-            "bytes such as 00:11:22:aa:bb:cc, not all of them zero [KVN-C040]",
+            "bytes such as 00:11:22:aa:bb:cc, neither zero nor multicast [KVN-C040]",
             "broken.json:7:30: PORT|Ethernet1: mtu is \"99999\": expected a number 68..9216 "
             "[KVN-C040]",
             "broken.json:8:30: PORT|Ethernet2: mtu is a list: expected a number 68..9216 "
@@ -165,7 +165,7 @@ const Sample samples[] = {
     {"flat_keys_mock_form.json",
      "32 ports, 2 routed, 1 implied; 5 port-channels, 4 routed, 5 members; 3 sub-interfaces; 4 "
      "VLANs, 3 routed; 1 VRFs; 1 virtual MACs",
-     "warning KVN-C102 1, warning KVN-C091 1, warning KVN-C051 1"},
+     "error KVN-C040 1, warning KVN-C102 1, warning KVN-C091 1"},
     {"invalid_doc_subport_missing_comma.json", nullptr, "error KVN-C001 1"},
     {"invalid_doc_trailing_comma.json", nullptr, "error KVN-C001 1"},
     {"leaf_vrf_breakout_portchannels.json",
@@ -203,7 +203,7 @@ const Sample samples[] = {
     {"subinterfaces_short_names_vrf_sag.json",
      "32 ports, 2 routed, 1 implied; 5 port-channels, 4 routed, 5 members; 3 sub-interfaces; 4 "
      "VLANs, 3 routed; 1 VRFs; 1 virtual MACs",
-     "warning KVN-C102 1, warning KVN-C091 1, warning KVN-C051 1"},
+     "error KVN-C040 1, warning KVN-C102 1, warning KVN-C091 1"},
     {"subinterfaces_vnet_duplicate_rows.json",
      "3 ports, 1 routed, 2 implied; 0 port-channels, 0 routed, 0 members; 3 sub-interfaces; 0 "
      "VLANs, 0 routed; 0 VRFs; 0 virtual MACs",

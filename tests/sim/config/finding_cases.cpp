@@ -85,15 +85,15 @@ const std::vector<FindingCase> &finding_cases()
         {"RouterMacCutShort",
          R"("DEVICE_METADATA": {"localhost": {"mac": "00:11:22:33:44"}})",
          {"2:42: DEVICE_METADATA|localhost: mac is \"00:11:22:33:44\": expected six bytes such as "
-          "00:11:22:aa:bb:cc, not all of them zero"}},
+          "00:11:22:aa:bb:cc, neither zero nor multicast"}},
         {"RouterMacAllZero",
          R"("DEVICE_METADATA": {"localhost": {"mac": "00:00:00:00:00:00"}})",
          {"2:42: DEVICE_METADATA|localhost: mac is \"00:00:00:00:00:00\": expected six bytes such "
-          "as 00:11:22:aa:bb:cc, not all of them zero"}},
+          "as 00:11:22:aa:bb:cc, neither zero nor multicast"}},
         {"RouterMacMulticast",
          R"("DEVICE_METADATA": {"localhost": {"mac": "01:00:5e:00:00:01"}})",
-         {"2:42: DEVICE_METADATA|localhost: warning: mac 01:00:5e:00:00:01 is a multicast "
-          "address"}},
+         {"2:42: DEVICE_METADATA|localhost: mac is \"01:00:5e:00:00:01\": expected six bytes such "
+          "as 00:11:22:aa:bb:cc, neither zero nor multicast"}},
         {"HostnameTooLong",
          R"("DEVICE_METADATA": {"localhost": {"hostname": "0123456789012345678901234567890123456789012345678901234567890123"}})",
          {"2:47: DEVICE_METADATA|localhost: warning: hostname is "
@@ -714,9 +714,8 @@ const std::vector<FindingCase> &finding_cases()
           "2:69: INTERFACE|Ethernet0: warning: vnet_name is Vnet1, which has no row in VNET"}},
         {"OwnMacMulticast",
          R"("PORT": {"Ethernet0": {}}, "INTERFACE": {"Ethernet0": {"mac_addr": "01:00:5e:00:00:01"}})",
-         {"2:68: INTERFACE|Ethernet0: note: mac_addr \"01:00:5e:00:00:01\" is not modelled: it has "
-          "no effect here",
-          "2:68: INTERFACE|Ethernet0: warning: mac_addr 01:00:5e:00:00:01 is a multicast address"}},
+         {"2:68: INTERFACE|Ethernet0: warning: mac_addr is \"01:00:5e:00:00:01\": expected six "
+          "bytes such as 00:11:22:aa:bb:cc, neither zero nor multicast; it is not applied"}},
         {"InterfacesThatAreNotModelled",
          R"("LOOPBACK_INTERFACE": {"Loopback0|192.0.2.1/32": {}, "Loopback0": {}, "Loopback1": {"vrf_name": "Vrf9"}},
 "MGMT_INTERFACE": {"eth0|192.0.2.9/24": {"gwaddr": "192.0.2.1"}}, "VOQ_INBAND_INTERFACE": {"Ethernet-IB0": {"inband_type": "port"}})",

@@ -1,6 +1,3 @@
-#include <cstdlib>
-#include <filesystem>
-
 #include "sim/stress/random_desired.h"
 #include "tests/sim/files.h"
 #include "tests/sim/switch_fixture.h"
@@ -34,26 +31,30 @@ class Samples : public SwitchFixture {};
 
 TEST_F(Samples, EachComesAboutMakesNoCallTheSecondTimeAndLeavesNothing)
 {
-    const char *const folder = std::getenv("KVN_SAMPLES");
-    if (folder == nullptr)
-        GTEST_SKIP() << "KVN_SAMPLES is not set";
-    size_t count = 0;
-    for (const auto &file : std::filesystem::directory_iterator(folder)) {
-        if (file.path().extension() != ".json")
-            continue;
-        SCOPED_TRACE(file.path().filename());
-        const Desired want = wanted(content_of(file.path()), file.path());
+    const auto files = sample_files();
+    if (files.empty())
+        GTEST_SKIP() << "KVN_SAMPLES names no folder with configurations";
+    size_t without_errors = 0;
+    for (const auto &file : files) {
+        SCOPED_TRACE(file.filename());
+        /* Of those with an error, the other rows. */
+        const Configuration configuration = read_configuration(file, content_of(file));
+        const Desired &want = configuration.desired;
+        without_errors += !configuration.has_errors();
         bring_about(want);
         for (const auto &[name, port] : want.routed_ports)
             EXPECT_NE(interface(name).intf_id(), no_id) << name;
+        for (const auto &[name, svi] : want.svis)
+            EXPECT_NE(interface(name).intf_id(), no_id) << name;
+        for (const auto &[name, sub] : want.sub_interfaces)
+            EXPECT_EQ(Host::instance().find(name) != nullptr, !sub.waits) << name;
         const RequestWatcher requests;
         bring_about(want);
         EXPECT_TRUE(requests.made.empty());
         bring_about(Desired());
         expect_empty_asic();
-        ++count;
     }
-    EXPECT_GE(count, 1U);
+    EXPECT_GE(without_errors, 1U);
 }
 
 } // namespace

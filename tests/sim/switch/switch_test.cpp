@@ -170,7 +170,7 @@ TEST_F(Applying, TheLibraryDeclinesAMemberThatIsRouted)
     EXPECT_EQ(used("pc"), 1U);
     const auto members = Asic::instance().rows<MemberRow>();
     ASSERT_EQ(members.size(), 1U);
-    EXPECT_EQ(members[0].front_port, 2U);
+    EXPECT_EQ(members[0].front_port, 5U);
     EXPECT_EQ(sw.apply(want).steps_done, 0U);
     bring_about(Desired());
     expect_empty_asic();
