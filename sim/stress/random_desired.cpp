@@ -225,8 +225,8 @@ std::string RandomDesired::toggle_sub_interface()
         return toggle_svi();
     const uint32_t vlan = 1 + pick(std::min(sub_interfaces_, 4094U));
     const std::string &name = of(fmt::format("{}.{}", parent, vlan));
-    const DesiredSubInterface sub{parent, vlan, random_mtu(), random_l3(),
-                                  location_of("VLAN_SUB_INTERFACE", name), false};
+    const DesiredSubInterface sub{
+        parent, vlan, random_mtu(), random_l3(), location_of("VLAN_SUB_INTERFACE", name), false};
     return name + (desired_.sub_interfaces.emplace(name, sub).second ? ": created" : ": unchanged");
 }
 

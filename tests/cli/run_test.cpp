@@ -100,9 +100,8 @@ TEST_F(Run, TheSameConfigurationTwiceMakesNoCall)
     const std::string leaf = example("leaf.json");
     const Result result = kvnsim({"run", leaf, leaf});
     EXPECT_EQ(well, result.status);
-    EXPECT_THAT(result.out,
-                HasSubstr(leaf + ": 0 steps\n  not applied: NTP_SERVER (2 rows)\n"
-                                 "  0 requests, 0 calls, 0 failures\n"));
+    EXPECT_THAT(result.out, HasSubstr(leaf + ": 0 steps\n  not applied: NTP_SERVER (2 rows)\n"
+                                             "  0 requests, 0 calls, 0 failures\n"));
 }
 
 TEST_F(Run, QuietSaysNothingWhenAllIsWell)
