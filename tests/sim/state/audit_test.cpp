@@ -567,7 +567,7 @@ const Change changes[] = {
     {"PortMissing",
      [](Snapshot &s) {
          const SourceLocation location;
-         s.wanted_ports.push_back({"Ethernet99", 9100, true, "", location});
+         s.wanted_ports.push_back({"Ethernet99", 0, 9100, true, "", location});
      },
      {"missing Ethernet99"},
      Marked{"Ethernet99 port's LID entry"}},
