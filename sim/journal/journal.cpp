@@ -74,7 +74,7 @@ bool operator==(const Origin &a, const Origin &b)
            a.request->subject == b.request->subject && a.request->cause == b.request->cause;
 }
 
-std::string StatusNames::name(int64_t status) const
+std::string StatusNames::words(int64_t status) const
 {
     for (const Row &row : rows) {
         if (row.status == status)
@@ -115,7 +115,7 @@ const ImportedCall *ImportedCall::find(std::string_view name)
 
 std::string ImportedCall::status_text(int64_t status) const
 {
-    return names_ != nullptr ? names_->name(status) : fmt::to_string(status);
+    return names_ != nullptr ? names_->words(status) : fmt::to_string(status);
 }
 
 std::optional<int64_t>
@@ -163,7 +163,7 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
         seen.failed = failed;
         seen.injected = call.injected;
         seen.note = journal.note_;
-        seen.result = failed && names_ != nullptr ? Value::named(status, names_->name(status))
+        seen.result = failed && names_ != nullptr ? Value::named(status, names_->words(status))
                                                   : result_codec.read(result);
         if (!failed)
             spell_out(arguments, true, seen.outputs);

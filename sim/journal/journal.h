@@ -140,7 +140,8 @@ struct StatusNames {
     };
     const char *form; /* what the names look like: "SDK_E_..." */
     std::vector<Row> rows;
-    std::string name(int64_t status) const; /* the number for an unknown one */
+    /* "SDK_E_FULL (-5)"; of an unknown one the number alone. */
+    std::string words(int64_t status) const;
     std::optional<int32_t> status(std::string_view name) const;
 };
 

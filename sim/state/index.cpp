@@ -116,7 +116,8 @@ bool Index::must_exist(const WantedInterface &wanted) const
 {
     if (wanted.kind == InterfaceKind::sub_interface) {
         const WantedInterface *parent = this->wanted(wanted.parent);
-        return parent == nullptr || must_exist(*parent);
+        return parent == nullptr || parent->kind != InterfaceKind::port_channel ||
+               joining_members_.count(parent->name) != 0;
     }
     return wanted.routed &&
            (wanted.kind != InterfaceKind::port_channel || joining_members_.count(wanted.name) != 0);

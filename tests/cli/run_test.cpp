@@ -66,7 +66,7 @@ TEST_F(Run, ShowsWhoseTheSdkInterfaceIsThatIsKeptForAMembership)
 TEST_F(Run, CountsTheInterfacesByKindAndState)
 {
     const Result result = kvnsim({"run", example("portchannels.json")});
-    EXPECT_EQ(well, result.status);
+    EXPECT_EQ(found, result.status) << "one waits for a member";
     EXPECT_THAT(table(result.out, "Interfaces by state"),
                 ElementsAre(ElementsAre("Kind", "State", "Count"),
                             ElementsAre("port-channel", "layer", "2", "1"),

@@ -49,7 +49,7 @@ TEST_F(Running, HasFindingsAtTableAndKeyWithoutALine)
     server.load(example("broken.json"));
     const Result text = kvnsim({"check", server.url()});
     EXPECT_EQ(bad_input, text.status);
-    EXPECT_THAT(text.err, AllOf(HasSubstr(server.url() + ": VLAN|Vlan10: vlanid is 11"),
+    EXPECT_THAT(text.out, AllOf(HasSubstr(server.url() + ": VLAN|Vlan10: warning: vlanid is 11"),
                                 Not(HasSubstr(":0:0"))));
     const auto json = kvnsim({"check", server.url(), "--json"}).json();
     for (const auto &finding : json["configurations"][0]["findings"].GetArray()) {
@@ -124,7 +124,7 @@ TEST_F(Running, TakesAPasswordThatAppearsNowhere)
         shown += result.out + result.err;
     }
     for (const std::vector<std::string> &arguments : {std::vector<std::string>{"run", with + "/x"},
-                                                      {"audit", with},
+                                                      {"audit", with, "--db", "x"},
                                                       {"run", with, with, "-x"}}) {
         const Result result = kvnsim(arguments);
         EXPECT_EQ(usage, result.status);

@@ -82,7 +82,8 @@ TEST_F(Stored, InterfacesAreFoundByEverySpelling)
 {
     write("aliases.json",
           R"({"PORT": {"Ethernet0": {"alias": "Eth1/1"}, "Ethernet4": {"alias": "up"},
-"Ethernet8": {"alias": "UP"}, "Ethernet12": {"alias": "ethernet8"}},
+"Ethernet8": {"alias": "UP"}, "Ethernet12": {"alias": "ethernet8"},
+"Ethernet16": {}}, "PORTCHANNEL_MEMBER": {"PortChannel0007|Ethernet16": {}},
 "PORTCHANNEL": {"PortChannel0007": {}}, "PORTCHANNEL_INTERFACE": {"PortChannel0007": {}},
 "VLAN_SUB_INTERFACE": {"Ethernet0.10": {}}, "INTERFACE": {"Ethernet0": {}}})");
     ASSERT_EQ(well, kvnsim({"run", "aliases.json", "--quiet", "--db", "aliases.db"}).status);
@@ -182,7 +183,7 @@ TEST_F(Stored, ARunThatLeavesAFindingDoesNotEndWell)
     const Result result = kvnsim({"run", example("leaf.json"), example("empty.json"), "--quiet",
                                   "--fail", "libsdk_portchannel_destroy:1=SDK_E_BUSY"});
     EXPECT_EQ(request_failed, result.status);
-    EXPECT_THAT(result.err, HasSubstr("libsdk_portchannel_destroy: SDK_E_BUSY"));
+    EXPECT_THAT(result.err, HasSubstr("libsdk_portchannel_destroy: SDK_E_BUSY (-6)"));
 }
 
 TEST_F(Stored, DiffOfEqualSwitchesIsEmpty)

@@ -54,7 +54,7 @@ completes "kvnsim run examples/leaf.json --trace=d" debug
 completes "kvnsim run examples/leaf.json --trace=debug --dr" --dry-run
 completes "kvnsim run examples/leaf.json --limit i" intf=
 completes "kvnsim run examples/leaf.json --timeline PortChannel" \
-    PortChannel0001 Po0001.300 PortChannel0002 PortChannel0010
+    PortChannel0001 PortChannel0002 PortChannel0010
 completes "kvnsim run examples/leaf.json --db " # a file
 completes "kvnsim show po" ports port-channels
 completes "kvnsim show --db leaf.db attributes Vlan" Vlan100 Vlan200 Vlan300
@@ -66,7 +66,7 @@ completes "kvnsim explain --db leaf.db Po" Po0002.20 PortChannel0001 Po0001.300 
     PortChannel0002 PortChannel0010
 completes "kvnsim explain --db none.db Po" # no such database
 completes "kvnsim audit " # a file: left to bash
-completes "kvnsim audit --" --db --json --wide --help
+completes "kvnsim audit --" --db --ignore --json --wide --help
 completes "kvnsim completion b" bash
 
 kvnsim completion bash | bash -n || failed=1

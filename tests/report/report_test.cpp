@@ -128,7 +128,7 @@ TEST_F(Report, TellsEachFindingWithTheRequestsBehindIt)
     const auto &rows = table(data, "findings")["rows"];
     ASSERT_EQ(rows.Size(), findings.size());
     for (rapidjson::SizeType i = 0; i < rows.Size(); ++i)
-        EXPECT_EQ(rows[i][5].GetString(), findings[i].words);
+        EXPECT_EQ(rows[i][6].GetString(), findings[i].words);
 
     std::set<uint64_t> behind, shown;
     for (const AuditFinding &finding : findings) {

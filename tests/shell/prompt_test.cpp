@@ -146,7 +146,7 @@ TEST_F(Prompt, CompletesWhatThereIs)
         EXPECT_THAT(shown, Not(HasSubstr("there is no"))) << each.keys;
     }
     type(ctrl_d);
-    EXPECT_EQ(well, end());
+    EXPECT_EQ(fault_unused, end()) << "a command was completed that makes a call fail";
 }
 
 TEST_F(Prompt, ListsWhatMayFollow)

@@ -145,7 +145,7 @@ TEST_F(Script, ConfigurationWithErrorsEndsIt)
     EXPECT_THAT(result.out, Not(HasSubstr("Summary")));
     EXPECT_THAT(result.err, HasSubstr("nothing was applied"));
     const Result sound =
-        shell({"audit", "show summary"}, {example("broken.json"), "--keep-going", "--stop"});
+        shell({"show summary"}, {example("broken.json"), "--keep-going", "--stop"});
     EXPECT_EQ(bad_input, sound.status);
     EXPECT_THAT(sound.out, HasSubstr("Summary"));
 }

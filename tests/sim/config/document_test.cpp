@@ -251,7 +251,7 @@ TEST(Document, HasTheSameTablesInTheFlatForm)
     EXPECT_EQ(members.entries[1].text, " b");
     EXPECT_EQ(at(members.entries[1].value_at), at(members.value_at));
     EXPECT_EQ(vlan.entries[1].name, "Vlan20|x");
-    EXPECT_EQ(vlan.entries[1].entries[0].name, "");
+    EXPECT_EQ(vlan.entries[1].entries[0].name, "@");
     EXPECT_EQ(document.tables[1].name, "PORT");
     EXPECT_THAT(document.tables[1].entries[0].entries, IsEmpty());
 }

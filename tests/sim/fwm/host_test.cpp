@@ -268,7 +268,7 @@ TEST_F(HostTasks, ARefusedLidEntryIsNamedWithItsStatus)
     HostInterface &eth6 = port(6);
     fail("libsdk_lid_entry_create=SDK_E_FULL");
     EXPECT_EQ(refusal([&] { return host.make_port_lid(eth6); }),
-              "libsdk_lid_entry_create: SDK_E_FULL");
+              "libsdk_lid_entry_create: SDK_E_FULL (-5)");
     EXPECT_FALSE(eth6.lid_id);
 }
 
@@ -278,7 +278,7 @@ TEST_F(HostTasks, ARefusedLidPathLeavesNothingBehind)
     fail("libsdk_lid_entry_path_add=SDK_E_BUSY");
     fail("libsdk_lid_entry_destroy");
     EXPECT_EQ(refusal([&] { return host.make_port_lid(eth6); }),
-              "libsdk_lid_entry_path_add: SDK_E_BUSY");
+              "libsdk_lid_entry_path_add: SDK_E_BUSY (-6)");
     EXPECT_TRUE(asic.rows<LidRow>().empty());
     EXPECT_FALSE(eth6.lid_id);
     EXPECT_TRUE(journal.faults.armed());
@@ -290,7 +290,7 @@ TEST_F(HostTasks, ALidEntryThatCannotBeDestroyedStaysThePorts)
     host.make_port_lid(eth6);
     fail("libsdk_lid_entry_destroy=SDK_E_TIMEOUT");
     EXPECT_EQ(refusal([&] { return host.release_port_lid(eth6); }),
-              "libsdk_lid_entry_destroy: SDK_E_TIMEOUT");
+              "libsdk_lid_entry_destroy: SDK_E_TIMEOUT (-8)");
     EXPECT_TRUE(eth6.lid_id);
 }
 
@@ -337,7 +337,7 @@ TEST_F(HostTasks, AKeptSdkInterfaceThatCannotBeDestroyedStaysKept)
     HostInterface &eth0 = port(0);
     fwmpd_pc_member_intf_store(eth0.ifindex, 17, 1);
     EXPECT_EQ(refusal([&] { return host.release_kept_intf(eth0); }),
-              "libsdk_intf_destroy: SDK_E_NOT_FOUND");
+              "libsdk_intf_destroy: SDK_E_NOT_FOUND (-3)");
     EXPECT_EQ(eth0.kept_intf, 17u);
     EXPECT_EQ(host.db().rows<MemberIntfRow>().size(), 1u);
 }
@@ -404,7 +404,7 @@ TEST_F(HostTasks, ARefusedStepOfHoldingLeavesNothingBehind)
         fail(step);
         fail("libsdk_portchannel_destroy");
         EXPECT_EQ(refusal([&] { return host.hold_port_channel(po3); }),
-                  std::string(step) + ": SDK_E_INTERNAL");
+                  std::string(step) + ": SDK_E_INTERNAL (-1)");
         EXPECT_TRUE(asic.rows<PortChannelRow>().empty()) << step;
         EXPECT_TRUE(asic.rows<LidRow>().empty()) << step;
         EXPECT_FALSE(host.held_port_channel(po3.ifindex)) << step;

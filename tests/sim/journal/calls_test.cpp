@@ -110,7 +110,7 @@ TEST_F(Calls, ShowAFailureWithStatusNameAndReasonAndNoOutputs)
     call_host(3);
     ASSERT_EQ(watcher.calls.size(), 2u);
     EXPECT_TRUE(watcher.calls[0].failed);
-    EXPECT_EQ(watcher.calls[0].result.to_text(), "FAKE_E_FULL");
+    EXPECT_EQ(watcher.calls[0].result.to_text(), "FAKE_E_FULL (-5)");
     EXPECT_EQ(watcher.calls[0].note, "not today");
     EXPECT_TRUE(watcher.calls[0].outputs.empty());
     EXPECT_TRUE(watcher.calls[1].failed);

@@ -58,7 +58,7 @@ TEST_F(Requests, CountFailedCallsAndKeepTheFirst)
     const RequestRef made = journal.end(0);
     EXPECT_EQ(made->failed_calls, 2u);
     EXPECT_EQ(made->injected_failures, 1u);
-    EXPECT_EQ(made->first_failure().words, "fake_named_call: FAKE_E_FULL");
+    EXPECT_EQ(made->first_failure().words, "fake_named_call: FAKE_E_FULL (-5)");
     EXPECT_EQ(made->first_failure().reason, "not today");
 }
 

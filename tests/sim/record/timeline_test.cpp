@@ -65,8 +65,8 @@ TEST_F(TimelineOf, InjectedFailureIsNamed)
                        }),
               "  1 l3lifpd_kvn_rmac_add(mac=00:00:5e:00:01:0a)\n"
               "      libsdk_switch_router_mac_create(dev_inst=0 mac_lo=00:00:5e:00 mac_hi=01:0a) = "
-              "SDK_E_FULL (injected)\n"
-              "  = 4294967291, 1 call failed: libsdk_switch_router_mac_create: SDK_E_FULL\n");
+              "SDK_E_FULL (-5) (injected)\n"
+              "  = 4294967291, 1 call failed: libsdk_switch_router_mac_create: SDK_E_FULL (-5)\n");
 }
 
 TEST_F(TimelineOf, RefusalShowsItsReason)
@@ -75,7 +75,7 @@ TEST_F(TimelineOf, RefusalShowsItsReason)
         entry::rmac_add(gateway);
         entry::rmac_add(gateway);
     });
-    EXPECT_NE(text.find("= SDK_E_EXISTS: 00:00:5e:00:01:0a is router MAC 1 already"),
+    EXPECT_NE(text.find("= SDK_E_EXISTS (-4): 00:00:5e:00:01:0a is router MAC 1 already"),
               std::string::npos)
         << text;
 }

@@ -173,7 +173,7 @@ TEST_F(SdkCalls, AreShownWithTheNamesOfTheSdk)
     libsdk_portchannel_member_delete(0, 1, &mask, 0x16000000);
     EXPECT_EQ(watcher.text(),
               "libsdk_portchannel_member_delete dev_inst=0 pc_id=1 "
-              "mask={mask_len=32 front_ports=\"1\"} pc_ifindex=0x16000000 -> SDK_E_NOT_FOUND");
+              "mask={mask_len=32 front_ports=\"1\"} pc_ifindex=0x16000000 -> SDK_E_NOT_FOUND (-3)");
     EXPECT_EQ(watcher.last.note, asic.last_refusal());
     trap(1, "00:00:5e:00:01:0a");
     EXPECT_EQ(watcher.text(), "libsdk_intf_router_mac_trap_create dev_inst=0 intf_id=1 "
@@ -189,7 +189,7 @@ TEST_F(SdkCalls, TellTheRequestWhyTheyWereRefused)
     journal.begin(made);
     libsdk_intf_destroy(0, 12);
     journal.end(-1);
-    EXPECT_EQ(made->first_failure().words, "libsdk_intf_destroy: SDK_E_NOT_FOUND");
+    EXPECT_EQ(made->first_failure().words, "libsdk_intf_destroy: SDK_E_NOT_FOUND (-3)");
     EXPECT_EQ(made->first_failure().reason, "there is no interface 12");
 }
 
@@ -197,11 +197,11 @@ TEST(SdkStatuses, AreNamedBothWays)
 {
     const StatusNames &names = sdk_statuses();
     for (const StatusNames::Row &row : names.rows) {
-        EXPECT_EQ(names.name(row.status), row.name);
+        EXPECT_EQ(names.words(row.status), std::string(row.name) + " (" + std::to_string(row.status) + ")");
         EXPECT_EQ(names.status(row.name), row.status);
         EXPECT_EQ(row.status == SDK_E_NONE, row.status >= 0) << "failures are negative";
     }
-    EXPECT_EQ(names.name(5), "5");
-    EXPECT_EQ(names.name(-100), "-100");
+    EXPECT_EQ(names.words(5), "5");
+    EXPECT_EQ(names.words(-100), "-100");
     EXPECT_EQ(names.status("SDK_E_NO"), std::nullopt);
 }

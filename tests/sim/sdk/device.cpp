@@ -192,7 +192,7 @@ void Device::expect_refusal(const char *status, const char *reason,
                             const std::function<int32_t()> &call)
 {
     const std::string before = contents(asic);
-    EXPECT_EQ(sdk_statuses().name(call()), status);
+    EXPECT_EQ(sdk_statuses().status(status), call()) << status;
     EXPECT_THAT(asic.last_refusal(), testing::HasSubstr(reason));
     EXPECT_EQ(contents(asic), before) << "a refused call changes nothing";
 }

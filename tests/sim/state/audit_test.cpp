@@ -631,7 +631,7 @@ const Change changes[] = {
      Marked{"PortChannel1 SDK interface"}},
     {"MemberNotWanted",
      [](Snapshot &s) { s.wanted_members.pop_back(); },
-     {"unwanted front port 4"},
+     {"unwanted front port 13"},
      Marked{"Ethernet12 member of", "PortChannel1 members"}},
     {"VirtualMacNotWanted",
      [](Snapshot &s) { s.wanted_virtual_macs.clear(); },

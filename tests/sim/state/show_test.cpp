@@ -467,7 +467,7 @@ TEST_F(Explain, SaysWhyAnInterfaceIsNotProgrammed)
     sw.apply(wanted(R"({"PORT": {"Ethernet0": {}}, "INTERFACE": {"Ethernet0": {}}})"));
     const Explanation explanation = explain(capture(sw), "Ethernet0");
     EXPECT_EQ(explanation.state, "not programmed");
-    EXPECT_THAT(explanation.failure, HasSubstr("libsdk_intf_create: SDK_E_FULL"));
+    EXPECT_THAT(explanation.failure, HasSubstr("libsdk_intf_create: SDK_E_FULL (-5)"));
     EXPECT_THAT(to_text(explanation), HasSubstr("failed: request 2 l3lifpd_kvn_add_l3port("));
 }
 

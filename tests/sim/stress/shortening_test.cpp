@@ -145,7 +145,7 @@ TEST(ShorteningOfFailures, NamesTheCallThatFailed)
     ASSERT_TRUE(result.problem);
     ASSERT_FALSE(result.problem->changes.empty());
     EXPECT_THAT(result.problem->changes.back(),
-                HasSubstr("(libsdk_intf_attr_set: SDK_E_INTERNAL)"));
+                HasSubstr("(libsdk_intf_attr_set: SDK_E_INTERNAL (-1))"));
     EXPECT_GE(3U, result.problem->power_on.size() + result.problem->changes.size());
 }
 

@@ -136,7 +136,7 @@ TEST_F(EntryPointsTest, ACallThatFailedWithinASuccessfulRequestIsSeen)
     EXPECT_EQ(response.result, 0);
     EXPECT_TRUE(response.failed);
     EXPECT_FALSE(response.refused);
-    EXPECT_EQ(response.request->first_failure().words, "libsdk_intf_attr_set: SDK_E_FULL");
+    EXPECT_EQ(response.request->first_failure().words, "libsdk_intf_attr_set: SDK_E_FULL (-5)");
 }
 
 TEST_F(EntryPointsTest, EveryPropertyWritesTheAttributeThatItsRowNames)

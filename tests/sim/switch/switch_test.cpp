@@ -228,7 +228,7 @@ TEST_F(Applying, AFailureNamesTheRequestTheCallAndTheStatus)
     const Applied applied = sw.apply(want);
     expect_failure(applied,
                    "request 13 l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1) returned -1: "
-                   "libsdk_intf_create: SDK_E_FULL (injected)");
+                   "libsdk_intf_create: SDK_E_FULL (-5) (injected)");
     EXPECT_EQ(applied.failures[0].step.cause.row(), "INTERFACE|Ethernet0");
     EXPECT_EQ(sw.failures().count("Ethernet0"), 1U);
     EXPECT_NE(interface("Ethernet4").intf_id(), no_id);
@@ -283,7 +283,7 @@ TEST_F(Applying, AVirtualMacWhoseTrapTheAsicRefusedIsAFailureAlthoughTheLibraryS
     expect_failure(
         applied,
         "request 22 l3lifpd_kvn_fhrp_mac_add(mac=00:00:5e:00:01:0a ifindex=Vlan100) returned 0: "
-        "libsdk_intf_router_mac_trap_create: SDK_E_FULL (injected)");
+        "libsdk_intf_router_mac_trap_create: SDK_E_FULL (-5) (injected)");
     bring_about(want);
     EXPECT_EQ(used("trap"), 1U);
 }
@@ -334,7 +334,7 @@ TEST_F(Applying, ATearDownThatFailedHalfWayStaysAsTheLibraryLeftIt)
     ASSERT_EQ(applied.failures.size(), 1U);
     EXPECT_EQ(applied.failures[0].message,
               "request 29 l3lifpd_kvn_del_l3pc(l3lif=Ethernet8 destroy=1) returned -1: "
-              "libsdk_portchannel_destroy: SDK_E_BUSY (injected)");
+              "libsdk_portchannel_destroy: SDK_E_BUSY (-6) (injected)");
     EXPECT_EQ(used("pc"), 1U);
     EXPECT_EQ(used("intf"), 0U);
     EXPECT_TRUE(sw.plan(Desired()).empty());
@@ -351,7 +351,7 @@ TEST_F(Applying, TheReasonIsTheFirstFailureNotItsConsequences)
     fail("libsdk_intf_create:1=SDK_E_FULL");
     EXPECT_EQ(sw.apply(with_ports(gateway)).failures.size(), 2U);
     ASSERT_EQ(reasons("Vlan10").size(), 1U);
-    EXPECT_NE(reasons("Vlan10")[0].message.find("libsdk_intf_create: SDK_E_FULL"),
+    EXPECT_NE(reasons("Vlan10")[0].message.find("libsdk_intf_create: SDK_E_FULL (-5)"),
               std::string::npos);
     EXPECT_STREQ(reasons("Vlan10")[0].origin.call, "libsdk_intf_create");
     EXPECT_STREQ(reasons("Vlan10")[0].origin.request->entry, "l3lifpd_kvn_add_svi");
