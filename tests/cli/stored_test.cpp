@@ -166,9 +166,10 @@ TEST_F(Stored, AuditOfASoundSwitchFindsNothing)
 
 TEST_F(Stored, AuditNamesWhatAFailureLeftBehindAndItsStatusMeansIt)
 {
-    ASSERT_EQ(request_failed, kvnsim({"run", example("leaf.json"), "--quiet", "--db", "left.db",
-                                      "--fail", "libsdk_lid_entry_create:33=SDK_E_FULL"})
-                                  .status);
+    /* The second member makes up for the first one's failure, but not for what that left. */
+    ASSERT_EQ(found, kvnsim({"run", example("leaf.json"), "--quiet", "--db", "left.db", "--fail",
+                             "libsdk_lid_entry_create:33=SDK_E_FULL"})
+                         .status);
     const Result text = kvnsim({"audit", "--db", "left.db"});
     EXPECT_EQ(found, text.status);
     EXPECT_THAT(text.out, AllOf(HasSubstr("orphan: "), HasSubstr("libsdk_portchannel_create")));

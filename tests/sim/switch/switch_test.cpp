@@ -280,10 +280,9 @@ TEST_F(Applying, AVirtualMacWhoseTrapTheAsicRefusedIsAFailureAlthoughTheLibraryS
     const Desired want = wanted(each_kind);
     fail("libsdk_intf_router_mac_trap_create:1=SDK_E_FULL");
     const Applied applied = sw.apply(want);
-    expect_failure(
-        applied,
-        "request 22 l3lifpd_kvn_fhrp_mac_add(mac=00:00:5e:00:01:0a ifindex=Vlan100) returned 0: "
-        "libsdk_intf_router_mac_trap_create: SDK_E_FULL (-5) (injected)");
+    expect_failure(applied, "request 22 l3lifpd_kvn_fhrp_mac_add(mac=00:00:5e:00:01:0a "
+                            "ifindex=Vlan100) returned 0, but a call in it failed: "
+                            "libsdk_intf_router_mac_trap_create: SDK_E_FULL (-5) (injected)");
     bring_about(want);
     EXPECT_EQ(used("trap"), 1U);
 }
