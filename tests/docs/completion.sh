@@ -62,7 +62,7 @@ completes "kvnsim show vrfs --db leaf.db Vrf" VrfBlue VrfGreen VrfInternet
 completes "kvnsim explain --db leaf.db po1" po1 po1.300 po10
 completes "kvnsim explain --db leaf.db portchannel001" portchannel0010
 completes "kvnsim explain --db=leaf.db Vlan10" Vlan100
-completes "kvnsim explain --db leaf.db Po" Po0002.20 PortChannel0001 Po0001.300 \
+completes "kvnsim explain --db leaf.db Po" Po0001.300 Po0002.20 PortChannel0001 \
     PortChannel0002 PortChannel0010
 completes "kvnsim explain --db none.db Po" # no such database
 completes "kvnsim audit " # a file: left to bash
