@@ -231,7 +231,9 @@ TEST(Manual, NamesTheStatusesAsTheToolDoes)
         const std::string by_name = terminal.run(fails_with + found[1].str()).output;
         const std::string by_number = terminal.run(fails_with + found[2].str()).output;
         EXPECT_EQ(by_name, by_number);
-        EXPECT_NE(by_name.find(found[1].str() + " (" + found[2].str() + ") (injected)"), by_name.npos) << by_name;
+        EXPECT_NE(by_name.find(found[1].str() + " (" + found[2].str() + ") (injected)"),
+                  by_name.npos)
+            << by_name;
     }
     EXPECT_EQ(rows, 8u);
 }

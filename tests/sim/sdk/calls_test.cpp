@@ -197,7 +197,8 @@ TEST(SdkStatuses, AreNamedBothWays)
 {
     const StatusNames &names = sdk_statuses();
     for (const StatusNames::Row &row : names.rows) {
-        EXPECT_EQ(names.words(row.status), std::string(row.name) + " (" + std::to_string(row.status) + ")");
+        EXPECT_EQ(names.words(row.status),
+                  std::string(row.name) + " (" + std::to_string(row.status) + ")");
         EXPECT_EQ(names.status(row.name), row.status);
         EXPECT_EQ(row.status == SDK_E_NONE, row.status >= 0) << "failures are negative";
     }
