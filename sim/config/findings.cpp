@@ -55,7 +55,7 @@ const std::vector<FindingType> &finding_types()
          "The configuration does not say which ports the switch has.", "Add the table PORT."},
         {Id::no_utf8, error, true, "expected UTF-8 in key and fields",
          "A row of a running database is not text.", "Correct the row."},
-        {Id::no_rows, warning, false, "the database has no rows",
+        {Id::no_rows, error, true, "the database has no rows",
          "The running database is empty, or it is another one.",
          "Name the database of the configuration; it is 4 on most switches."},
         {Id::other_keys, note, false, "keys that are not hashes named TABLE|key are not read: <3>",

@@ -138,7 +138,7 @@ Configuration read_configuration(const std::string &name, const RunningRows &row
 {
     const SourceLocation whole{name, 0, 0, {}, {}};
     std::vector<Finding> findings;
-    bool is_text = true;
+    bool is_understood = !rows.rows.empty();
     std::map<std::string, const Fields *, NaturalOrder> sorted;
     uint64_t other_keys = rows.other_keys;
     for (const auto &[key, fields] : rows.rows) {
@@ -150,7 +150,7 @@ Configuration read_configuration(const std::string &name, const RunningRows &row
             const size_t bar = key.find('|');
             findings.push_back(make_finding(
                 FindingId::no_utf8, {name, 0, 0, key.substr(0, bar), key.substr(bar + 1)}, {}));
-            is_text = false;
+            is_understood = false;
         }
     }
     if (rows.rows.empty())
@@ -158,7 +158,7 @@ Configuration read_configuration(const std::string &name, const RunningRows &row
     if (other_keys != 0)
         findings.push_back(
             make_finding(FindingId::other_keys, whole, {fmt::to_string(other_keys)}));
-    if (!is_text)
+    if (!is_understood)
         return read_configuration(name, Document(), std::move(findings));
 
     std::vector<DocumentEntry> entries;
