@@ -13,6 +13,9 @@ class Arguments;
 class Console;
 class Policy;
 
+constexpr Option config_operand{"CONFIG", Takes::file, Times::some,
+                                "config_db.json files or redis:// URLs; - is standard input"};
+
 /* The configurations of the operand CONFIG, read while progress is shown. */
 std::vector<Configuration> read_configurations(const Arguments &arguments, Console &console);
 

@@ -4,6 +4,7 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
+#include "sim/cli/outcome.h"
 #include "sim/cli/policy.h"
 #include "sim/cli/verb.h"
 
@@ -41,14 +42,10 @@ int check(const Arguments &arguments, Console &console)
 
 } // namespace
 
-const Verb check_verb{
-    "check",
-    "read configurations and report what is wrong with them",
-    "kvnsim check examples/broken.json\n",
-    {{"CONFIG", Takes::file, Times::some, "config_db.json files; - is standard input"},
-     ignore_option,
-     strict_option,
-     json_option},
-    check};
+const Verb check_verb{"check",
+                      "read configurations and report what is wrong with them",
+                      "kvnsim check examples/broken.json\n",
+                      {config_operand, ignore_option, strict_option, json_option},
+                      check};
 
 } // namespace kvnsim

@@ -186,13 +186,11 @@ const Verb plan_verb{
     "plan", "show what configurations would change, and what that interrupts",
     "kvnsim plan examples/leaf.json\n"
     "kvnsim plan examples/small_change_before.json examples/small_change_after.json\n",
-    with_faults(
-        {{"CONFIG", Takes::file, Times::some, "config_db.json files; - is standard input"},
-         from_option},
-        {ignore_option,
-         strict_option,
-         json_option,
-         {"--quiet", Takes::nothing, Times::optional, "errors, warnings and failures only"}}),
+    with_faults({config_operand, from_option}, {ignore_option,
+                                                strict_option,
+                                                json_option,
+                                                {"--quiet", Takes::nothing, Times::optional,
+                                                 "errors, warnings and failures only"}}),
     plan_configurations};
 
 } // namespace kvnsim

@@ -254,7 +254,7 @@ const Verb run_verb{
     "kvnsim run examples/small_change_before.json examples/small_change_after.json --timeline\n"
     "kvnsim run examples/leaf.json --fail libsdk_lid_entry_create:2=SDK_E_FULL\n",
     with_instruments(
-        {{"CONFIG", Takes::file, Times::some, "config_db.json files; - is standard input"},
+        {config_operand,
          from_option,
          {"--timeline [IF]", Takes::maybe_interface, Times::optional,
           "each request with its calls, of all interfaces or of one"},
