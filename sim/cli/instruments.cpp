@@ -32,10 +32,6 @@ LevelSwitch level_switch(std::string_view level)
     return {level == "error" || level == "debug", level == "debug"};
 }
 
-} // namespace
-
-namespace {
-
 constexpr Option outputs[] = {
     {"--db FILE", Takes::file, Times::optional, "save the shared database and the ASIC's tables"},
     {"--record FILE", Takes::file, Times::optional,
@@ -111,7 +107,7 @@ void Instruments::prepare(const std::vector<std::string> &inputs, bool writes_fi
         check_can_save(arguments_.value("--db"));
 }
 
-void Instruments::open()
+void Instruments::open(const std::string &timeline_interface)
 {
     Sinks sinks;
     sinks.debug_file = arguments_.value("--debug-file");
@@ -123,6 +119,8 @@ void Instruments::open()
         check_recording();
         recorder_.emplace(recording_);
     }
+    if (arguments_.has("--timeline"))
+        start_timeline(timeline_interface);
 }
 
 void Instruments::check_recording() const

@@ -32,8 +32,9 @@ public:
     /* Set faults and capacities, and check every output file; no input may be among them. Throws
      * UsageError and SnapshotError. */
     void prepare(const std::vector<std::string> &inputs, bool writes_files = true);
-    /* Open the sinks and the recording. Throws InputError. */
-    void open();
+    /* Open the sinks and the recording, and with --timeline start one; the interface as for
+     * start_timeline(). Throws InputError. */
+    void open(const std::string &timeline_interface = "");
     /* Write the database as it is now, if one was asked for. A failure is reported; false then. */
     bool save_database(const Snapshot &snapshot);
     /* Write every file, the database from this snapshot. A failure is reported and the other files

@@ -43,9 +43,7 @@ public:
             return exit_input;
         }
         const std::string timeline_interface = interface_of_timeline();
-        instruments_.open();
-        if (arguments_.has("--timeline"))
-            instruments_.start_timeline(timeline_interface);
+        instruments_.open(timeline_interface);
         for (const Configuration &configuration : configurations_) {
             if (interrupt_signal() != 0)
                 break;

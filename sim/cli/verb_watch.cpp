@@ -10,6 +10,7 @@
 #include "sim/cli/input.h"
 #include "sim/cli/instruments.h"
 #include "sim/cli/interrupt.h"
+#include "sim/cli/outcome.h"
 #include "sim/cli/policy.h"
 #include "sim/cli/source.h"
 #include "sim/cli/verb.h"
@@ -44,9 +45,7 @@ public:
         const std::string how = open();
         if (is_interrupted())
             return exit_signal + interrupt_signal();
-        instruments_.open();
-        if (arguments_.has("--timeline"))
-            instruments_.start_timeline(arguments_.value("--timeline"));
+        instruments_.open(arguments_.value("--timeline"));
         take_up(*std::exchange(next_, {}));
         if (goes_on())
             tell(how);
@@ -238,22 +237,10 @@ private:
         json.begin_object().field("burst", lost_.empty() ? std::optional(bursts_) : std::nullopt);
         write(json, configuration);
         json.text_or_null("lost", lost_).field("applied", outcome != nullptr);
-        json.field("requests", outcome != nullptr ? outcome->requests : 0);
-        json.field("calls", outcome != nullptr ? outcome->calls : 0);
-        json.field("steps_done", outcome != nullptr ? outcome->applied.steps_done : 0);
-        json.key("steps").begin_array();
-        if (outcome != nullptr) {
-            for (const Step &step : outcome->plan.steps) {
-                write(json.begin_object(), step);
-                json.end_object();
-            }
-        }
-        json.end_array().key("failures").begin_array();
-        if (outcome != nullptr) {
-            for (const Failure &failure : outcome->applied.failures)
-                write(json, failure, made_up_by(failure, outcome->applied.made_up_for));
-        }
-        json.end_array().key("audit").begin_object();
+        const ConfigurationRun nothing{&configuration, {}, {}};
+        const ConfigurationRun &done = outcome != nullptr ? *outcome : nothing;
+        write(json, done, done.applied.made_up_for);
+        json.key("audit").begin_object();
         json.field("new", appeared).field("gone", gone).end_object();
         console_.out() << json.end_object().document() << std::flush;
     }

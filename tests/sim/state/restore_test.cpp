@@ -1,4 +1,4 @@
-#include "tests/sim/state/snapshot_fixture.h"
+#include "tests/sim/state/database_fixture.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -17,10 +17,8 @@ namespace {
 using testing::HasSubstr;
 
 /* What there is to go on from: failures, orphans, kept and held objects, waiting writes. */
-class Restored : public SnapshotFixture {
+class Restored : public DatabaseFixture {
 protected:
-    ScratchFile file{"switch.db"};
-
     Snapshot worn_switch()
     {
         small_switch();
@@ -49,14 +47,6 @@ protected:
         EXPECT_FALSE(snapshot.pending.empty());
         EXPECT_FALSE(snapshot.virtual_macs.empty());
         return snapshot;
-    }
-    void run_sql(const std::string &sql)
-    {
-        sqlite3 *db = nullptr;
-        ASSERT_EQ(sqlite3_open(file.path.c_str(), &db), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
-            << sqlite3_errmsg(db);
-        sqlite3_close(db);
     }
     std::string why_not_restored()
     {

@@ -1,4 +1,4 @@
-#include "tests/sim/state/snapshot_fixture.h"
+#include "tests/sim/state/database_fixture.h"
 
 #include <filesystem>
 #include <fstream>
@@ -17,19 +17,9 @@ namespace {
 
 using testing::HasSubstr;
 
-class SnapshotFile : public SnapshotFixture {
+class SnapshotFile : public DatabaseFixture {
 protected:
-    ScratchFile file{"switch.db"};
-
     void write(const std::string &content) { std::ofstream(file.path) << content; }
-    void run_sql(const std::string &sql)
-    {
-        sqlite3 *db = nullptr;
-        ASSERT_EQ(sqlite3_open(file.path.c_str(), &db), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
-            << sqlite3_errmsg(db);
-        sqlite3_close(db);
-    }
     static Finding conflict()
     {
         Finding finding;
