@@ -1,0 +1,109 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "sim/sdk/asic.h"
+#include "sim/state/index.h"
+#include "sim/state/listing.h"
+
+/* What the ASIC does with one frame, by its tables alone. Names of interfaces and VRFs come from the
+ * host's and the switch's records; they decide nothing. */
+namespace kvnsim {
+
+enum class Family : uint8_t { ipv4, ipv6 };
+constexpr const char *family_names[] = {"IPv4", "IPv6"};
+inline const char *to_text(Family family)
+{
+    return family_names[static_cast<size_t>(family)];
+}
+
+/* A frame that carries an IP packet. */
+struct Frame {
+    uint32_t front_port = 0; /* by which it arrives, 1..255; 0: a layer-2 port of its VLAN */
+    uint32_t vlan = 0;       /* of its tag, 1..4094; 0: untagged */
+    Family family = Family::ipv4;
+    Mac to{};
+    uint32_t size = 0; /* of the packet, in bytes as an MTU counts them; 0: whatever fits */
+};
+
+/* What the ASIC looks at, in this order. The first that does not let the frame pass decides. */
+enum class Stage : uint8_t {
+    front_port,
+    port_channel,
+    sdk_interface,
+    lid_entry,
+    mac,
+    family,
+    vpn,
+    mtu
+};
+const char *to_text(Stage stage); /* "LID entry" */
+
+struct StageResult {
+    Stage stage;
+    std::string found; /* "18 (Ethernet36.100), a sub-interface of 7, VLAN 100" */
+    bool passes = true;
+    Origin made; /* the call that made or wrote it; empty for what is initial or absent */
+};
+
+/* What becomes of a frame. */
+struct Fate {
+    bool routed = false;
+    Stage decided = Stage::mtu; /* when not routed: by this stage */
+    std::string reason;         /* then: "IPv4 unicast routing is off" */
+    Origin made;                /* then: of the value that decides, if it has one */
+    /* What the frame met, as far as it went. */
+    uint32_t pc_id = no_id, intf_id = no_id, lid_id = no_id;
+    uint32_t peer_mac_id = no_id, mac_trap_id = no_id; /* the entry that has its MAC */
+    uint32_t vpn = 0, mtu = 0;
+    std::vector<StageResult> stages; /* only when asked for in words */
+};
+
+/* The ASIC of one snapshot. The index must outlive it. */
+class Forwarding {
+public:
+    explicit Forwarding(const Index &index);
+
+    /* Constant time. in_words: fill in stages and texts; else only what decides. */
+    Fate follow(const Frame &frame, bool in_words = true) const;
+    /* "routed in VRF VrfBlue by SDK interface 18 (Ethernet36.100)", or "not routed: IPv4 unicast
+     * routing of SDK interface 18 (Ethernet36.100) is off, written by libsdk_intf_attr_set in
+     * request 12 ..." */
+    std::string words(const Fate &fate) const;
+
+    /* "VrfBlue", "default", "VPN 9, which no VRF has" */
+    std::string vrf_of(uint32_t vpn) const;
+    /* "18 (Ethernet36.100)"; "18 (of no interface)" */
+    std::string intf_words(uint32_t intf_id) const;
+
+    const Index &index() const { return index_; }
+
+private:
+    class Path;
+    const IntfRow *selected(const IntfRow *routed, const Frame &frame) const;
+    const IntfRow *created_as(uint32_t type, uint32_t param1, uint32_t param) const;
+
+    const Index &index_;
+    std::unordered_map<uint64_t, const IntfRow *> intfs_; /* by what they were created for */
+    std::unordered_map<uint32_t, std::string_view> vrfs_; /* by number */
+    std::unordered_map<uint64_t, const RouterMacRow *> router_macs_;
+    std::unordered_multimap<uint64_t, const TrapRow *> traps_;
+};
+
+/* How the ASIC reads an attribute of an SDK interface. */
+struct AttributeReading {
+    uint32_t number; /* SdkIntfAttr... */
+    std::optional<Stage> stage; /* that it decides; none: it does not decide whether it is routed */
+    const char *reading;
+};
+/* A row for each attribute, in the order of the numbers. */
+const std::vector<AttributeReading> &attribute_readings();
+
+/* What a switch needs for routing and the model does not have: "routes", "neighbours", ... */
+const std::vector<const char *> &not_modelled();
+
+} // namespace kvnsim
