@@ -147,11 +147,16 @@ std::string Forwarding::intf_words(uint32_t intf_id) const
     return fmt::format("{} ({}{})", intf_id, kept ? "kept by " : "", owner->name);
 }
 
+std::string Forwarding::condition(const Fate &fate)
+{
+    return fate.if_in_vlan != 0 ? fmt::format(", if the port is in VLAN {}", fate.if_in_vlan) : "";
+}
+
 std::string Forwarding::words(const Fate &fate) const
 {
     if (fate.routed)
-        return fmt::format("routed in {} by SDK interface {}", vpn_words(fate.vpn),
-                           intf_words(fate.intf_id));
+        return fmt::format("routed in {} by SDK interface {}{}", vpn_words(fate.vpn),
+                           intf_words(fate.intf_id), condition(fate));
     return fmt::format("not routed: {}{}", fate.reason,
                        fate.made.request || *fate.made.call != '\0'
                            ? fmt::format(" ({})", fate.made.to_text())
@@ -292,6 +297,8 @@ private:
                                    frame_.vlan, arrival());
             });
         fate_.intf_id = intf_->intf_id;
+        if (intf_->type == sdk_svi && frame_.front_port != 0)
+            fate_.if_in_vlan = frame_.vlan;
         attributes_ = index_.attributes(intf_->intf_id);
         return passes(
             [&] { return fmt::format("{}: {}", intf_words(), Index::kind_words(*intf_)); },

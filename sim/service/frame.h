@@ -60,6 +60,8 @@ struct Fate {
     uint32_t pc_id = no_id, intf_id = no_id, lid_id = no_id;
     uint32_t peer_mac_id = no_id, mac_trap_id = no_id; /* the entry that has its MAC */
     uint32_t vpn = 0, mtu = 0;
+    /* It came by a front port, and this VLAN's SVI has it: if the port is in that VLAN; else 0. */
+    uint32_t if_in_vlan = 0;
     std::vector<StageResult> stages; /* only when asked for in words */
 };
 
@@ -75,6 +77,8 @@ public:
      * ...)". */
     std::string words(const Fate &fate) const;
 
+    /* ", if the port is in VLAN 100"; empty without a condition */
+    static std::string condition(const Fate &fate);
     /* "VrfBlue", "default"; empty when no VRF has the number */
     std::string vrf_of(uint32_t vpn) const;
     /* "VRF VrfBlue", "VPN 9, which no VRF has" */

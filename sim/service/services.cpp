@@ -214,6 +214,8 @@ private:
         service.port = port;
         service.family = to_text(frame.family);
         service.to = to_text(frame.to);
+        service.to_router_mac =
+            !s_.wanted_router_mac.empty() && s_.wanted_router_mac.front().mac == frame.to;
         service.vrf = wanted.vrf.empty() ? "default" : wanted.vrf;
         service.mtu = wanted.mtu;
         if (judged.fate.routed)
@@ -255,7 +257,8 @@ private:
         const HostRow *owner = index_.owner_of_intf(fate.intf_id);
         if (owner == nullptr || owner->name != wanted.name || owner->kept_intf == fate.intf_id)
             wrong(Stage::sdk_interface,
-                  fmt::format("routed by SDK interface {}", forwarding_.intf_words(fate.intf_id)));
+                  fmt::format("routed by SDK interface {}{}", forwarding_.intf_words(fate.intf_id),
+                              Forwarding::condition(fate)));
         else if (fate.vpn != wanted.vpn)
             wrong(Stage::vpn, fmt::format("routed in {}, not in VRF {}",
                                           forwarding_.vpn_words(fate.vpn), judged.service.vrf));

@@ -36,6 +36,7 @@ struct Service {
     ServiceState state = ServiceState::given;
     std::string reason; /* unless given: what decides, with its call and request */
     COLUMNS(interface, port, family, to, wanted, vrf, mtu, state, reason)
+    bool to_router_mac = false; /* the configured one, whichever it is */
     bool is_fault() const
     {
         return state == ServiceState::not_given || state == ServiceState::wrong;
