@@ -112,8 +112,8 @@ int print_table(const Snapshot &snapshot, const Arguments &given, Console &conso
 
 int print_explanation(const Snapshot &snapshot, const Arguments &given, Console &console)
 {
-    const Explanation explanation =
-        explain(snapshot, interface_meant(interface_names(snapshot), given.value("IF")));
+    const std::string name = interface_meant(interface_names(snapshot), given.value("IF"));
+    const Explanation explanation = explain(Index(snapshot), judge(snapshot).findings, name);
     if (given.has("--json")) {
         Json document;
         write(document, explanation);

@@ -219,7 +219,7 @@ private:
     }
 
     /* The attribute that decides the present stage. */
-    uint32_t number() const { return attribute_of(stage_, frame_.family, is_multicast(frame_.to)); }
+    uint32_t number() const { return attribute_of(stage_, frame_.family, fate_.to_group); }
     AttributeState attribute() const
     {
         return index_.attribute(attributes_, fate_.intf_id, number());
@@ -358,8 +358,8 @@ private:
 
     bool mac()
     {
-        if (is_multicast(frame_.to))
-            return group();
+        if (is_zero(frame_.to))
+            return passes([] { return std::string("a router MAC, taken as given"); });
         if (const RouterMacRow *row = found_in(of_.router_macs_, as_number(frame_.to))) {
             fate_.peer_mac_id = row->peer_mac_id;
             return passes(
@@ -378,6 +378,8 @@ private:
                 },
                 row->made);
         }
+        if (is_multicast(frame_.to))
+            return group();
         const TrapRow *elsewhere = in_words_ ? trap_elsewhere() : nullptr;
         return ends(
             to_text(frame_.to) + " is none",
@@ -404,7 +406,8 @@ private:
 
     bool group()
     {
-        if (is_group_of(frame_.family, frame_.to))
+        fate_.to_group = is_group_of(frame_.family, frame_.to);
+        if (fate_.to_group)
             return passes([&] {
                 return fmt::format("{} is a group of {}", to_text(frame_.to),
                                    to_text(frame_.family));

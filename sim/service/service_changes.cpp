@@ -103,7 +103,8 @@ std::vector<ServiceChange> service_changes(const std::vector<Service> &before,
             tell(*service, ServiceChangeKind::removed, "no longer wanted");
     }
     std::stable_sort(all.begin(), all.end(), [](const ServiceChange &a, const ServiceChange &b) {
-        return NaturalOrder()(a.interface, b.interface);
+        return a.interface != b.interface ? NaturalOrder()(a.interface, b.interface)
+                                          : NaturalOrder()(a.port, b.port);
     });
     return all;
 }

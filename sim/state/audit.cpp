@@ -693,14 +693,20 @@ std::vector<AuditFinding> audit(const Snapshot &snapshot)
     return Auditor(snapshot).findings();
 }
 
+std::string cost_words(const AuditFinding &finding)
+{
+    if (!finding.services)
+        return "";
+    if (*finding.services == 0)
+        return "costs no service";
+    return fmt::format("costs {} service{}", *finding.services, *finding.services == 1 ? "" : "s");
+}
+
 std::string to_text(const AuditFinding &finding)
 {
-    std::string cost;
-    if (finding.services)
-        cost = *finding.services == 0 ? "; costs no service"
-                                      : fmt::format("; costs {} service{}", *finding.services,
-                                                    *finding.services == 1 ? "" : "s");
-    return fmt::format("{}: {}{} [{}]", to_text(finding.kind), finding.words, cost, finding.code);
+    const std::string cost = cost_words(finding);
+    return fmt::format("{}: {}{}{} [{}]", to_text(finding.kind), finding.words,
+                       cost.empty() ? "" : "; ", cost, finding.code);
 }
 
 std::string verdict(const Snapshot &snapshot, const std::vector<AuditFinding> &findings,

@@ -99,6 +99,8 @@ struct AuditFinding {
  * is linear in the number of rows. */
 std::vector<AuditFinding> audit(const Snapshot &snapshot);
 
+/* "costs 2 services", "costs no service"; empty when nobody knows. */
+std::string cost_words(const AuditFinding &finding);
 /* "missing: Ethernet4 is wanted ... but has no SDK interface; costs 2 services [KVN-A030]" */
 std::string to_text(const AuditFinding &finding);
 
