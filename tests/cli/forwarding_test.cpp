@@ -87,10 +87,10 @@ TEST_F(Frames, AreFollowedInTheShellToo)
     EXPECT_EQ(well, result.status) << result.err;
     EXPECT_THAT(
         result.out,
-        AllOf(HasSubstr("routed in VRF default by SDK interface 1 (Ethernet0)\n"
-                        "38 services wanted, all given.\n"),
-              HasSubstr("  Vlan200    -           IPv4    00:00:5e:00:53:fe  yes     VrfGreen  "
-                        "1500  given\n")));
+        AllOf(HasSubstr("\nrouted in VRF default by SDK interface 1 (Ethernet0)\n38 services "
+                        "wanted, all given.\n"),
+              HasSubstr("  Vlan200    IPv4    00:00:5e:00:53:fe  yes     VrfGreen  1500  "
+                        "given\n")));
 }
 
 TEST_F(Frames, OfAServiceThatIsNotGivenAreTold)
