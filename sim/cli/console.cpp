@@ -2,6 +2,8 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <utility>
 
 #include <fmt/format.h>
 #include <sys/ioctl.h>
@@ -9,11 +11,13 @@
 
 #include "sim/config/database_url.h"
 #include "sim/config/names.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
 
 constexpr size_t buffer_size = 1 << 16;
+constexpr const char *colour_off = "\033[0m";
 constexpr std::chrono::milliseconds progress_interval(100);
 
 bool colour_wanted()
@@ -28,12 +32,6 @@ void write_to_stderr(const std::string &text)
 {
     std::fwrite(text.data(), 1, text.size(), stderr);
     std::fflush(stderr);
-}
-
-/* A line; no colour is "". */
-std::string coloured(const char *colour, std::string_view text)
-{
-    return *colour != '\0' ? fmt::format("{}{}\033[0m\n", colour, text) : fmt::format("{}\n", text);
 }
 
 } // namespace
@@ -52,18 +50,47 @@ DescriptorBuffer::int_type DescriptorBuffer::overflow(int_type character)
     return sputc(traits_type::to_char_type(character));
 }
 
-int DescriptorBuffer::sync()
+void DescriptorBuffer::write_out(std::string_view text)
 {
-    const char *from = pbase();
-    while (from != pptr() && error_ == 0) {
-        const ssize_t written = ::write(descriptor_, from, static_cast<size_t>(pptr() - from));
+    while (!text.empty() && error_ == 0) {
+        const ssize_t written = ::write(descriptor_, text.data(), text.size());
         if (written >= 0)
-            from += written;
+            text.remove_prefix(static_cast<size_t>(written));
         else if (errno != EINTR)
             error_ = errno;
     }
+}
+
+int DescriptorBuffer::sync()
+{
+    begun_.append(pbase(), pptr());
     setp(buffer_.data(), buffer_.data() + buffer_.size());
+    /* A character has four bytes at most. */
+    size_t end = begun_.size();
+    for (size_t back = 1; back < 4 && back <= begun_.size(); ++back) {
+        const auto byte = static_cast<unsigned char>(begun_[begun_.size() - back]);
+        if (byte >= 0xC0) {
+            const size_t needs = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : 2;
+            end -= back < needs ? back : 0;
+        }
+        if (byte < 0x80 || byte >= 0xC0)
+            break;
+    }
+    write_out(visible_lines(std::string_view(begun_).substr(0, end)));
+    begun_.erase(0, end);
     return error_ == 0 ? 0 : -1;
+}
+
+void DescriptorBuffer::put_raw(std::string_view text)
+{
+    sync();
+    write_out(text);
+}
+
+void DescriptorBuffer::finish()
+{
+    sync();
+    write_out(visible_lines(std::exchange(begun_, {})));
 }
 
 Console::Console()
@@ -89,30 +116,43 @@ void Console::print_titled(std::string_view text)
 {
     clear_progress();
     const size_t end = text.find('\n');
-    if (out_colour_ && end != text.npos)
-        out_ << "\033[1m" << text.substr(0, end) << "\033[0m" << text.substr(end);
-    else
+    if (!out_colour_ || end == text.npos) {
         out_ << text;
+        return;
+    }
+    buffer_.put_raw("\033[1m");
+    out_ << text.substr(0, end);
+    buffer_.put_raw(colour_off);
+    out_ << text.substr(end);
 }
 
 void Console::line(const char *colour, std::string_view text)
 {
     clear_progress();
-    out_ << coloured(out_colour_ ? colour : "", without_passwords(text));
+    const bool has_colour = out_colour_ && *colour != '\0';
+    if (has_colour)
+        buffer_.put_raw(colour);
+    out_ << visible(without_passwords(text));
+    if (has_colour)
+        buffer_.put_raw(colour_off);
+    out_ << '\n';
 }
 
 void Console::message(const char *colour, std::string_view unmasked)
 {
     out_.flush();
     clear_progress();
-    write_to_stderr(coloured(error_colour_ ? colour : "", without_passwords(unmasked)));
+    const bool has_colour = error_colour_ && *colour != '\0';
+    write_to_stderr(fmt::format("{}{}{}\n", has_colour ? colour : "",
+                                visible(without_passwords(unmasked)),
+                                has_colour ? colour_off : ""));
 }
 
 void Console::progress(std::string_view what)
 {
     if (!error_terminal_)
         return;
-    write_to_stderr(fmt::format("\r\033[K{}", what));
+    write_to_stderr(fmt::format("\r\033[K{}", visible(what)));
     progress_shown_ = true;
 }
 
@@ -139,6 +179,7 @@ int Console::finish()
 {
     clear_progress();
     out_.flush();
+    buffer_.finish();
     return buffer_.error();
 }
 

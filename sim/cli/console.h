@@ -15,13 +15,19 @@ namespace kvnsim {
 class DescriptorBuffer : public std::streambuf {
 public:
     explicit DescriptorBuffer(int descriptor);
+    /* Write this as it is; everything else as visible_lines() shows it. */
+    void put_raw(std::string_view text);
+    /* Write out all, a character that is not whole too. */
+    void finish();
     int error() const { return error_; } /* errno of the first failed write, or 0 */
 
 private:
     int_type overflow(int_type character) override;
     int sync() override;
+    void write_out(std::string_view text);
 
     const int descriptor_;
+    std::string begun_; /* a character of which the rest is still to come */
     int error_ = 0;
     std::vector<char> buffer_;
 };
@@ -45,8 +51,8 @@ public:
     void print_warning(std::string_view text) { line(yellow, text); }
     void print_error(std::string_view text) { line(red, text); }
 
-    /* Messages: one line each, without its end. Earlier output appears first. No password of a
-     * database's URL is shown. */
+    /* Messages: one line each, without its end, whatever is in it. Earlier output appears first. No
+     * password of a database's URL is shown. */
     void note(std::string_view text) { message("", text); }
     void warning(std::string_view text) { message(yellow, text); }
     void error(std::string_view text) { message(red, text); }

@@ -3,7 +3,9 @@
 #include <csignal>
 #include <cstring>
 #include <exception>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
@@ -29,18 +31,27 @@ bool asks_for_help(const Words &words)
     return false;
 }
 
+/* A command line that is wrong, and the command that helps. */
+struct Unusable : std::invalid_argument {
+    Unusable(const std::string &message, std::string helped_by)
+        : std::invalid_argument(message), help(std::move(helped_by))
+    {}
+    std::string help;
+};
+
 const Verb &verb_named(const std::string &name)
 {
     if (const Verb *verb = find_verb(name))
         return *verb;
-    throw UsageError(fmt::format("unknown verb \"{}\"{}\nTry `kvnsim --help`.", name,
-                                 did_you_mean(name, names_of(verbs()))));
+    throw Unusable(
+        fmt::format("unknown verb \"{}\"{}", name, did_you_mean(name, names_of(verbs()))),
+        "kvnsim --help");
 }
 
 int run(Words words, Console &console)
 {
     if (words.empty())
-        throw UsageError("a verb is missing\nTry `kvnsim --help`.");
+        throw Unusable("a verb is missing", "kvnsim --help");
     if (words[0] == "--help" || words[0] == "-h" || words[0] == "help") {
         console.out() << (words.size() == 2 ? help(verb_named(words[1])) : help());
         return exit_well;
@@ -56,8 +67,8 @@ int run(Words words, Console &console)
     try {
         return verb.run(parse(verb.options, words), console);
     } catch (const UsageError &error) {
-        throw UsageError(
-            fmt::format("{}: {}\nTry `kvnsim {} --help`.", verb.name, error.what(), verb.name));
+        throw Unusable(fmt::format("{}: {}", verb.name, error.what()),
+                       fmt::format("kvnsim {} --help", verb.name));
     }
 }
 
@@ -79,8 +90,10 @@ int guarded(const Words &words, Console &console)
 {
     try {
         return run(words, console);
-    } catch (const UsageError &error) {
-        return fail(exit_usage, error.what(), words, console);
+    } catch (const Unusable &error) {
+        const int status = fail(exit_usage, error.what(), words, console);
+        console.note(fmt::format("Try `{}`.", error.help));
+        return status;
     } catch (const std::exception &error) {
         /* InputError, SnapshotError, or out of memory. */
         return fail(exit_input, error.what(), words, console);

@@ -11,6 +11,7 @@
 #include "sim/state/compare.h"
 #include "sim/state/interface_names.h"
 #include "sim/state/restore.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -56,8 +57,9 @@ int apply(Session &session, const Arguments &given)
     const ConfigurationRun outcome =
         apply_configuration(session.power, configuration, session.power.plan(configuration.desired),
                             session.console, !session.instruments.shows_as_it_happens());
-    session.console.out() << fmt::format(
-        "{}: {}, {}\n", file, counted(outcome.plan.steps.size(), "step"), summary(outcome));
+    session.console.out() << fmt::format("{}: {}, {}\n", visible(file),
+                                         counted(outcome.plan.steps.size(), "step"),
+                                         summary(outcome));
     session.console.out() << ignored_tables(configuration);
     if (session.files.empty() || session.files.back() != file)
         session.files.push_back(file);
@@ -86,8 +88,8 @@ int check(Session &session, const Arguments &given)
 {
     const Configuration configuration = read(given.value("FILE"));
     print_findings(configuration, Policy({}), session.console);
-    session.console.out() << configuration.file << ": " << finding_counts(configuration, Policy({}))
-                          << "\n";
+    session.console.out() << visible(configuration.file) << ": "
+                          << finding_counts(configuration, Policy({})) << "\n";
     return configuration.has_errors() ? exit_input : exit_well;
 }
 

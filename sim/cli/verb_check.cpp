@@ -7,6 +7,7 @@
 #include "sim/cli/outcome.h"
 #include "sim/cli/policy.h"
 #include "sim/cli/verb.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -33,7 +34,7 @@ int check(const Arguments &arguments, Console &console)
         for (const Configuration &configuration : configurations)
             print_findings(configuration, policy, console);
         for (const Configuration &configuration : configurations)
-            console.out() << fmt::format("{}: {}\n{}", configuration.file,
+            console.out() << fmt::format("{}: {}\n{}", visible(configuration.file),
                                          finding_counts(configuration, policy),
                                          ignored_tables(configuration));
     }

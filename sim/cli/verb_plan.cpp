@@ -16,6 +16,7 @@
 #include "sim/cli/stored.h"
 #include "sim/cli/verb.h"
 #include "sim/switch/switch.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -100,7 +101,7 @@ private:
     void print_plan(const Configuration &configuration, const Plan &steps,
                     const std::vector<Change> &effect)
     {
-        console_.out() << fmt::format("{}: {}\n{}", configuration.file,
+        console_.out() << fmt::format("{}: {}\n{}", visible(configuration.file),
                                       counted(steps.steps.size(), "step"),
                                       ignored_tables(configuration));
         print_changes(effect, console_);

@@ -18,6 +18,7 @@
 #include "sim/state/show.h"
 #include "sim/state/snapshot.h"
 #include "sim/switch/switch.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -112,7 +113,7 @@ private:
 
     void print_plan(const Configuration &configuration, const Plan &plan)
     {
-        console_.out() << fmt::format("{}: {}\n", configuration.file,
+        console_.out() << fmt::format("{}: {}\n", visible(configuration.file),
                                       counted(plan.steps.size(), "step"));
         console_.out() << ignored_tables(configuration) << std::flush;
     }
@@ -172,7 +173,7 @@ private:
         console_.out() << "\n";
         for (const Configuration &configuration : configurations_) {
             if (has_more_than_notes(configuration))
-                console_.out() << fmt::format("{}: {}\n", configuration.file,
+                console_.out() << fmt::format("{}: {}\n", visible(configuration.file),
                                               finding_counts(configuration, policy_));
         }
     }

@@ -18,6 +18,7 @@
 #include "sim/state/show.h"
 #include "sim/state/snapshot.h"
 #include "sim/switch/switch.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -211,11 +212,11 @@ private:
         std::ostream &out = console_.out();
         if (outcome == nullptr) {
             out << fmt::format(
-                "{}: {}; not applied{}\n", configuration.file,
+                "{}: {}; not applied{}\n", visible(configuration.file),
                 finding_counts(configuration, policy_),
                 configuration.is_understood ? " (--keep-going applies the valid rows)" : "");
         } else {
-            out << fmt::format("{}: {}, {}\n", configuration.file,
+            out << fmt::format("{}: {}, {}\n", visible(configuration.file),
                                counted(outcome->plan.steps.size(), "step"), summary(*outcome));
             if (bursts_ == 0)
                 out << ignored_tables(configuration);

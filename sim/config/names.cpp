@@ -7,6 +7,8 @@
 #include <cctype>
 #include <charconv>
 
+#include "sim/types/text.h"
+
 namespace kvnsim {
 
 namespace {
@@ -307,24 +309,10 @@ std::string spelling(std::string_view text)
 
 std::string printable(std::string_view text, size_t most_characters)
 {
-    const auto byte = [&](size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;
-    };
-    std::string shown;
-    size_t characters = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const bool continues = (byte(i) & 0xc0) == 0x80;
-        if (!continues && characters++ == most_characters)
-            return shown + "...";
-        /* U+0080 to U+009F are control characters, too. */
-        if (byte(i) == 0xc2 && byte(i + 1) >= 0x80 && byte(i + 1) < 0xa0)
-            shown += fmt::format("\\x{:02x}", byte(++i));
-        else if (byte(i) < 0x20 || byte(i) == 0x7f)
-            shown += fmt::format("\\x{:02x}", byte(i));
-        else
-            shown += text[i];
-    }
-    return shown;
+    size_t end = 0;
+    for (size_t characters = 0; end < text.size() && characters < most_characters; ++characters)
+        end += std::max(character_length(text.substr(end)), size_t{1});
+    return visible(text.substr(0, end)) + (end < text.size() ? "..." : "");
 }
 
 std::string quoted(std::string_view text)

@@ -98,7 +98,7 @@ std::string_view trimmed(std::string_view text);
 /* The same in lower case, to recognise a misspelt name. */
 std::string spelling(std::string_view text);
 
-/* The text on one line, cut to a message's length, with control characters as \x0a. */
+/* The text as visible() shows it, cut to a message's length. */
 constexpr size_t most_printed = 80;
 std::string printable(std::string_view text, size_t most_characters = most_printed);
 /* The same in double quotes. */

@@ -17,6 +17,7 @@
 #include "sim/sdk/asic.h"
 #include "sim/sdk/kvnsim_sdk.h"
 #include "sim/state/index.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -705,7 +706,7 @@ std::string cost_words(const AuditFinding &finding)
 std::string to_text(const AuditFinding &finding)
 {
     const std::string cost = cost_words(finding);
-    return fmt::format("{}: {}{}{} [{}]", to_text(finding.kind), finding.words,
+    return fmt::format("{}: {}{}{} [{}]", to_text(finding.kind), visible(finding.words),
                        cost.empty() ? "" : "; ", cost, finding.code);
 }
 

@@ -10,6 +10,7 @@
 
 #include "sim/config/names.h"
 #include "sim/state/index.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -201,14 +202,15 @@ std::string to_text(const Explanation &explanation, const Page &page)
     }
     listing.columns.erase(listing.columns.begin() + 6);
     listing.columns[5].title.clear();
-    std::string text = listing.rows.empty() ? listing.title + '\n' : to_text(listing, page);
+    std::string text =
+        listing.rows.empty() ? visible(listing.title) + '\n' : to_text(listing, page);
     if (!explanation.configured_at.empty())
-        text += "configured at " + explanation.configured_at + '\n';
+        text += "configured at " + visible(explanation.configured_at) + '\n';
     if (!explanation.failure.empty())
-        text += "failed: " + explanation.failure + '\n';
+        text += "failed: " + visible(explanation.failure) + '\n';
     for (const Finding &row : explanation.reader)
         text += fmt::format("configuration: {}: {}: {}\n", to_text(row.severity),
-                            row.location.to_text(), row.words());
+                            visible(row.location.to_text()), visible(row.words()));
     for (const AuditFinding &finding : explanation.findings) {
         if (finding.kind != AuditKind::left_out) /* told above */
             text += fmt::format("audit: {}\n", to_text(finding));

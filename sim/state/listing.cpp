@@ -7,6 +7,7 @@
 #include <glib.h>
 
 #include "sim/sdk/asic.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -15,10 +16,10 @@ struct CellText {
     std::string operator()(std::monostate) const { return "-"; }
     std::string operator()(bool flag) const { return flag ? "yes" : "-"; }
     std::string operator()(int64_t value) const { return fmt::to_string(value); }
-    std::string operator()(const std::string &value) const { return value; }
+    std::string operator()(const std::string &value) const { return visible(value); }
     template <class T> std::string operator()(const std::vector<T> &values) const
     {
-        return values.empty() ? "-" : fmt::format("{}", fmt::join(values, ","));
+        return values.empty() ? "-" : visible(fmt::format("{}", fmt::join(values, ",")));
     }
 };
 
@@ -132,7 +133,7 @@ Cell id_cell(const std::optional<uint32_t> &id)
 
 std::string to_text(const Listing &listing, const Page &page)
 {
-    std::string text = listing.title + '\n';
+    std::string text = visible(listing.title) + "\n";
     if (listing.rows.empty())
         return text + "  none\n";
     Sheet sheet = sheet_of(listing);
@@ -160,7 +161,7 @@ std::string to_vertical_text(const Listing &listing)
     size_t widest = 0;
     for (const Column &column : listing.columns)
         widest = std::max(widest, width(column.title));
-    std::string text = listing.title + '\n';
+    std::string text = visible(listing.title) + "\n";
     for (size_t i = 0; i < listing.columns.size(); ++i) {
         const std::string &title = listing.columns[i].title;
         text += fmt::format("  {}{:{}}  {}\n", title, "", widest - width(title),

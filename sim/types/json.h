@@ -11,7 +11,8 @@
 
 namespace kvnsim {
 
-/* Writes one JSON document. Bytes that are not UTF-8, as in a file's name, are replaced. */
+/* Writes one JSON document. Bytes that are not UTF-8, as in a file's name, are replaced; characters
+ * that could steer a terminal are escaped. */
 class Json {
 public:
     Json &begin_object() { return after(writer_.StartObject()); }
@@ -49,7 +50,7 @@ public:
         return text.empty() ? key(name).null() : field(name, text);
     }
 
-    std::string text() const { return {buffer_.GetString(), buffer_.GetSize()}; }
+    std::string text() const;
     std::string document() const { return text() + '\n'; }
 
 private:

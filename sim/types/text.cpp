@@ -1,0 +1,84 @@
+#include "sim/types/text.h"
+
+#include <fmt/format.h>
+
+namespace kvnsim {
+namespace {
+
+std::string shown(std::string_view text, bool keep_lines)
+{
+    std::string all;
+    all.reserve(text.size());
+    while (!text.empty()) {
+        const size_t length = character_length(text);
+        const std::string_view character = text.substr(0, length == 0 ? 1 : length);
+        const bool is_kept = keep_lines && (text[0] == '\n' || text[0] == '\t');
+        if (length == 0) {
+            all += fmt::format("\\x{:02x}", static_cast<unsigned char>(text[0]));
+        } else if (!is_kept && steers_terminal(character)) {
+            const uint32_t code = code_point(character);
+            all += code < 0x100 ? fmt::format("\\x{:02x}", code) : fmt::format("\\u{:04x}", code);
+        } else {
+            all += character;
+        }
+        text.remove_prefix(character.size());
+    }
+    return all;
+}
+
+} // namespace
+
+size_t character_length(std::string_view text)
+{
+    if (text.empty())
+        return 0;
+    const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char first = byte(0);
+    const size_t length = first < 0x80                    ? 1
+                          : first >= 0xC2 && first < 0xE0 ? 2
+                          : first >= 0xE0 && first < 0xF0 ? 3
+                          : first >= 0xF0 && first < 0xF5 ? 4
+                                                          : 0;
+    if (length == 0 || length > text.size())
+        return 0;
+    for (size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0) != 0x80)
+            return 0;
+    }
+    /* Overlong, a surrogate, or beyond the last code point. */
+    if ((first == 0xE0 && byte(1) < 0xA0) || (first == 0xED && byte(1) >= 0xA0) ||
+        (first == 0xF0 && byte(1) < 0x90) || (first == 0xF4 && byte(1) >= 0x90))
+        return 0;
+    return length;
+}
+
+uint32_t code_point(std::string_view character)
+{
+    const auto byte = [&](size_t i) { return static_cast<unsigned char>(character[i]); };
+    if (character.size() == 1)
+        return byte(0);
+    uint32_t code = byte(0) & (0x7FU >> character.size());
+    for (size_t i = 1; i < character.size(); ++i)
+        code = code << 6 | (byte(i) & 0x3FU);
+    return code;
+}
+
+bool steers_terminal(std::string_view character)
+{
+    const uint32_t code = code_point(character);
+    return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x061C ||
+           (code >= 0x200E && code <= 0x200F) || (code >= 0x2028 && code <= 0x202E) ||
+           (code >= 0x2066 && code <= 0x2069);
+}
+
+std::string visible(std::string_view text)
+{
+    return shown(text, false);
+}
+
+std::string visible_lines(std::string_view text)
+{
+    return shown(text, true);
+}
+
+} // namespace kvnsim
