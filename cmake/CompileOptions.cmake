@@ -8,6 +8,14 @@ endif()
 
 add_compile_options(-Wall -Wextra -Wconversion -Wshadow -Wformat=2 -Werror)
 
+# Programs read what strangers wrote. The sanitizers, and code that is not optimised, go without.
+if(NOT (KVN_SANITIZE OR KVN_FUZZ OR KVN_COVERAGE))
+    add_compile_options(-fstack-protector-strong -fcf-protection)
+    add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+    set(KVN_FORTIFY -D_FORTIFY_SOURCE=2)
+endif()
+add_compile_options(${KVN_FORTIFY})
+
 if(KVN_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
         -fno-omit-frame-pointer)

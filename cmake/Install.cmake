@@ -1,15 +1,29 @@
 # What is installed and packaged: the library with its headers for hosts, and kvnsim with the
 # libraries that it runs the library on.
 
+file(MAKE_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(library_targets l3lifpdkavelin kvnsim_sdk kvnsim_fwm)
 install(TARGETS ${library_targets} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS kvnsim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 # Found beside each other wherever they are put. The library itself gets no run path: it is loaded
 # by a host that has what it needs.
+# The same run path serves the build tree, with bin and lib beside each other: a run path that is
+# changed at installation has an empty element before, which is the current folder.
 file(RELATIVE_PATH lib_from_bin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-set_target_properties(kvnsim PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin}")
-set_target_properties(kvnsim_sdk kvnsim_fwm PROPERTIES INSTALL_RPATH "$ORIGIN")
+set(run_path $ORIGIN/${lib_from_bin} $ORIGIN/../lib)
+list(REMOVE_DUPLICATES run_path)
+set_target_properties(kvnsim PROPERTIES INSTALL_RPATH "${run_path}" BUILD_WITH_INSTALL_RPATH ON)
+set_target_properties(kvnsim_sdk kvnsim_fwm PROPERTIES INSTALL_RPATH $ORIGIN
+    BUILD_WITH_INSTALL_RPATH ON)
+# So the libraries of a sysroot must be beside them too.
+foreach(folder ${CMAKE_BUILD_RPATH})
+    file(GLOB libraries ${folder}/*.so.*)
+    foreach(library ${libraries})
+        get_filename_component(name ${library} NAME)
+        file(CREATE_LINK ${library} ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/${name} SYMBOLIC)
+    endforeach()
+endforeach()
 
 set(headers ${PROJECT_SOURCE_DIR}/l3lif/pd_kavelin)
 install(FILES ${headers}/l3lifpd_kavelin.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/l3lifpd_kavelin)
