@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include "sim/cli/console.h"
+#include "sim/cli/forwarding.h"
 #include "sim/cli/input.h"
 #include "sim/cli/plan.h"
 #include "sim/cli/policy.h"
@@ -115,6 +116,16 @@ int of_switch(Session &session, const Arguments &given)
     return print(session.now(), given, session.console);
 }
 
+std::vector<Option> packet_command_options()
+{
+    std::vector<Option> options{{"IF", Takes::interface}};
+    for (const Option &option : packet_options())
+        options.push_back(option);
+    options.push_back(json_option);
+    options.push_back(wide_option);
+    return options;
+}
+
 int mark(Session &session, const Arguments &)
 {
     session.mark = session.now();
@@ -208,6 +219,15 @@ const CommandGroup looking_commands{
       of_switch<print_audit>,
       "After manual requests the switch no longer matches its configuration: the audit reports\n"
       "differences, and apply works from what it did itself.\n"},
+     {"packet", "follow a frame through the ASIC's tables", packet_command_options(),
+      of_switch<print_packet>},
+     {"reach",
+      "follow every kind of frame that the configuration wants routed",
+      {{"IF", Takes::interface, Times::any},
+       {"--all", Takes::nothing, Times::optional},
+       json_option,
+       wide_option},
+      of_switch<print_services>},
      {"mark", "remember the switch's state, for diff", {}, mark},
      {"diff",
       "show differences from the mark or from a database",

@@ -1,3 +1,4 @@
+#include "sim/cli/forwarding.h"
 #include "sim/cli/policy.h"
 #include "sim/cli/stored.h"
 #include "sim/cli/verb.h"
@@ -16,6 +17,14 @@ int show_of_database(const Arguments &given, Console &console)
 {
     show_kind_named(given.value("TABLE")); /* before the database is read */
     return of_database<print_table>(given, console);
+}
+
+std::vector<Option> between(std::vector<Option> before, const std::vector<Option> &options,
+                            const std::vector<Option> &behind)
+{
+    before.insert(before.end(), options.begin(), options.end());
+    before.insert(before.end(), behind.begin(), behind.end());
+    return before;
 }
 
 int compare(const Arguments &given, Console &console)
@@ -60,6 +69,29 @@ const Verb audit_verb{"audit",
                       "kvnsim audit leaf.db\n",
                       {db_operand, db_option, ignore_option, json_option, wide_option},
                       of_database<print_audit>};
+
+const Verb packet_verb{
+    "packet", "follow a frame through the ASIC's tables: routed where, or why not",
+    "kvnsim packet Ethernet0 leaf.db\n"
+    "kvnsim packet Ethernet36 --vlan 100 --to 00:00:5e:00:53:01 --ipv4 --size 9000 --db leaf.db\n",
+    between({{"IF", Takes::interface, Times::required,
+              "the port by which it arrives; or an interface, for a frame of its port and VLAN"},
+             db_operand},
+            packet_options(), {db_option, json_option, wide_option}),
+    of_database<print_packet>};
+
+const Verb reach_verb{
+    "reach",
+    "follow every kind of frame that the configuration wants routed",
+    "kvnsim reach leaf.db\n"
+    "kvnsim reach Ethernet0 Vlan100 --db leaf.db\n",
+    {{"IF", Takes::interface, Times::any, "only the services of these, all of them"},
+     db_operand,
+     db_option,
+     {"--all", Takes::nothing, Times::optional, "those that are given too"},
+     json_option,
+     wide_option},
+    of_database<print_services>};
 
 const Verb diff_verb{
     "diff",

@@ -10,8 +10,8 @@
 #include "sim/state/index.h"
 #include "sim/state/listing.h"
 
-/* What the ASIC does with one frame, by its tables alone. Names of interfaces and VRFs come from the
- * host's and the switch's records; they decide nothing. */
+/* What the ASIC does with one frame, by its tables alone. Names of interfaces and VRFs come from
+ * the host's and the switch's records; they decide nothing. */
 namespace kvnsim {
 
 enum class Family : uint8_t { ipv4, ipv6 };
@@ -53,9 +53,9 @@ struct StageResult {
 /* What becomes of a frame. */
 struct Fate {
     bool routed = false;
-    Stage decided = Stage::mtu; /* when not routed: by this stage */
-    std::string reason;         /* then: "IPv4 unicast routing is off" */
-    Origin made;                /* then: of the value that decides, if it has one */
+    Stage decided = Stage::front_port; /* when not routed: by this stage */
+    std::string reason;                /* then: "IPv4 unicast routing is off" */
+    Origin made;                       /* then: of the value that decides, if it has one */
     /* What the frame met, as far as it went. */
     uint32_t pc_id = no_id, intf_id = no_id, lid_id = no_id;
     uint32_t peer_mac_id = no_id, mac_trap_id = no_id; /* the entry that has its MAC */
@@ -71,34 +71,42 @@ public:
     /* Constant time. in_words: fill in stages and texts; else only what decides. */
     Fate follow(const Frame &frame, bool in_words = true) const;
     /* "routed in VRF VrfBlue by SDK interface 18 (Ethernet36.100)", or "not routed: IPv4 unicast
-     * routing of SDK interface 18 (Ethernet36.100) is off, written by libsdk_intf_attr_set in
-     * request 12 ..." */
+     * routing of SDK interface 18 (Ethernet36.100) is off (libsdk_intf_attr_set in request 12
+     * ...)". */
     std::string words(const Fate &fate) const;
 
-    /* "VrfBlue", "default", "VPN 9, which no VRF has" */
+    /* "VrfBlue", "default"; empty when no VRF has the number */
     std::string vrf_of(uint32_t vpn) const;
+    /* "VRF VrfBlue", "VPN 9, which no VRF has" */
+    std::string vpn_words(uint32_t vpn) const;
     /* "18 (Ethernet36.100)"; "18 (of no interface)" */
     std::string intf_words(uint32_t intf_id) const;
 
     const Index &index() const { return index_; }
 
 private:
-    class Path;
-    const IntfRow *selected(const IntfRow *routed, const Frame &frame) const;
-    const IntfRow *created_as(uint32_t type, uint32_t param1, uint32_t param) const;
+    friend class Walk;
+    /* The interface that was created with these parameters; nullptr without one. */
+    const IntfRow *created_with(uint32_t type, uint32_t param1, uint32_t second) const;
 
     const Index &index_;
-    std::unordered_map<uint64_t, const IntfRow *> intfs_; /* by what they were created for */
+    std::unordered_map<uint64_t, const IntfRow *> intfs_; /* by place_key() */
     std::unordered_map<uint32_t, std::string_view> vrfs_; /* by number */
     std::unordered_map<uint64_t, const RouterMacRow *> router_macs_;
-    std::unordered_multimap<uint64_t, const TrapRow *> traps_;
+    std::unordered_map<uint64_t, const TrapRow *> traps_; /* by interface and MAC */
 };
 
-/* How the ASIC reads an attribute of an SDK interface. */
+/* How the ASIC reads an attribute of an SDK interface. The stages find their attributes here. */
 struct AttributeReading {
-    uint32_t number; /* SdkIntfAttr... */
-    std::optional<Stage> stage; /* that it decides; none: it does not decide whether it is routed */
+    uint32_t number;              /* SdkIntfAttr... */
+    std::optional<Stage> stage;   /* that it decides; none: it does not decide */
+    std::optional<Family> family; /* only of frames of this one; else of both */
+    std::optional<bool> group;    /* only of frames to a group, or to a router MAC; else of both */
     const char *reading;
+    bool is_read(Stage by, Family of, bool to_group) const
+    {
+        return stage == by && family.value_or(of) == of && group.value_or(to_group) == to_group;
+    }
 };
 /* A row for each attribute, in the order of the numbers. */
 const std::vector<AttributeReading> &attribute_readings();

@@ -45,8 +45,28 @@ struct Service {
 
 /* Every service that is wanted, and everything that the ASIC routes without being wanted; by
  * interface in natural order. findings are those of the audit of the same snapshot: what is routed
- * by an orphan or through a dangling reference is given wrongly. Gives each finding its services.
- * Linear in the number of services. */
+ * by an orphan or through a dangling reference is given wrongly. Each finding gets the number of
+ * services that it costs. Linear in the number of services. */
 std::vector<Service> services(const Snapshot &snapshot, std::vector<AuditFinding> &findings);
+
+/* The audit and the services of a snapshot. */
+struct Judgement {
+    std::vector<AuditFinding> findings;
+    std::vector<Service> services;
+};
+Judgement judge(const Snapshot &snapshot);
+
+struct ServiceCount {
+    uint64_t wanted = 0, given = 0, not_given = 0, wrong = 0; /* wrong: of the wanted ones */
+    uint64_t unwanted = 0, kept = 0;
+    bool any_fault() const { return not_given + wrong + unwanted != 0; }
+};
+ServiceCount count(const std::vector<Service> &services);
+
+/* The services in a sentence, and in the same breath those that are not counted: "28 services
+ * wanted: 26 given, 2 not given; not counted: those of 1 row that is left out". */
+std::string summary(const std::vector<Service> &services, const Snapshot &snapshot);
+
+Listing show(const std::vector<Service> &services);
 
 } // namespace kvnsim

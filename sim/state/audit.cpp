@@ -103,11 +103,13 @@ private:
     }
 
     /* detail: " (path to front port 3)" */
-    void tell_orphan(AuditId id, const std::string &object, const std::string &detail,
-                     const char *owner, std::string interface, const Origin &made)
+    void tell_orphan(AuditId id, const AsicObject &about, const std::string &object,
+                     const std::string &detail, const char *owner, std::string interface,
+                     const Origin &made)
     {
         tell_made(id, object, {}, std::move(interface),
-                  fmt::format("{}{} belongs to no {}", object, detail, owner), made);
+                  fmt::format("{}{} belongs to no {}", object, detail, owner), made)
+            .about = about;
     }
 
     /* record: "the host", "the library" */
@@ -374,7 +376,8 @@ private:
         const HostRow *owner = index_.owner_of_intf(intf.intf_id);
         const std::string interface = owner != nullptr ? owner->name : interface_of(intf);
         if (owner == nullptr)
-            tell_orphan(AuditId::orphan_interface, fmt::format("SDK interface {}", intf.intf_id),
+            tell_orphan(AuditId::orphan_interface, {AsicTable::interface, intf.intf_id},
+                        fmt::format("SDK interface {}", intf.intf_id),
                         fmt::format(" ({})", Index::kind_words(intf)), "interface", interface,
                         intf.made);
         const AttributeValueRow *bound = index_.attribute(intf.intf_id, SdkIntfAttrLid).written;
@@ -383,7 +386,8 @@ private:
                       owner != nullptr ? lid_entry : PropertyId::binding, interface,
                       fmt::format("SDK interface {} is bound to LID entry {}, which is gone",
                                   index_.intf_words(intf.intf_id), bound->value),
-                      bound->made, "bound", &intf.made);
+                      bound->made, "bound", &intf.made)
+                .about = {AsicTable::interface, intf.intf_id};
     }
 
     /* The interface that an orphan was made for. */
@@ -410,13 +414,15 @@ private:
         const std::string path =
             paths.empty() ? "" : fmt::format(" (path to {})", Index::path_words(*paths.begin()));
         if (owner == nullptr)
-            tell_orphan(AuditId::orphan_lid, object, paths.empty() ? " without a path" : path,
-                        "port or port-channel", concerned_channel(lid.made), lid.made);
+            tell_orphan(AuditId::orphan_lid, {AsicTable::lid, lid.lid_id}, object,
+                        paths.empty() ? " without a path" : path, "port or port-channel",
+                        concerned_channel(lid.made), lid.made);
         else
             tell_made(AuditId::lid_elsewhere, object, PropertyId::path, owner->name,
                       fmt::format("{} of {} {}{}", object, owner->name,
                                   paths.empty() ? "has no path" : "leads elsewhere", path),
-                      lid.made, "made", paths.empty() ? nullptr : &paths.begin()->made);
+                      lid.made, "made", paths.empty() ? nullptr : &paths.begin()->made)
+                .about = {AsicTable::lid, lid.lid_id};
     }
 
     bool leads_to(const LidPathRow &path, const HostRow &owner) const
@@ -437,7 +443,8 @@ private:
                       PropertyId::path, name_of(index_.owner_of_lid(path.lid_id)),
                       fmt::format("LID entry {} leads to port-channel {}, which is gone",
                                   path.lid_id, path.pc_id),
-                      path.made, "added");
+                      path.made, "added")
+                .about = {AsicTable::lid, path.lid_id};
     }
 
     void check(const PortChannelRow &channel)
@@ -445,7 +452,8 @@ private:
         if (index_.owner_of_port_channel(channel.pc_id) != nullptr)
             return;
         const size_t members = find_rows(s_.members, &MemberRow::pc_id, channel.pc_id).size();
-        tell_orphan(AuditId::orphan_port_channel, fmt::format("SDK port-channel {}", channel.pc_id),
+        tell_orphan(AuditId::orphan_port_channel, {AsicTable::port_channel, channel.pc_id},
+                    fmt::format("SDK port-channel {}", channel.pc_id),
                     fmt::format(" ({} member{})", members, members == 1 ? "" : "s"), "port-channel",
                     concerned_channel(channel.made), channel.made);
     }
@@ -490,27 +498,33 @@ private:
         for (const RouterMacRow &mac : s_.router_macs) {
             const std::string object = fmt::format("router MAC {}", mac.peer_mac_id);
             const std::string detail = fmt::format(" ({})", to_text(mac.mac));
+            const AsicObject about{AsicTable::router_mac, mac.peer_mac_id};
             if (!owned || mac.peer_mac_id != owned_id)
-                tell_orphan(AuditId::orphan_router_mac, object, detail, "router MAC of the switch",
-                            {}, mac.made);
+                tell_orphan(AuditId::orphan_router_mac, about, object, detail,
+                            "router MAC of the switch", {}, mac.made);
             else if (!is_wanted)
                 tell_made(AuditId::router_mac_unwanted, object, {}, {},
-                          object + detail + " is not wanted", mac.made);
+                          object + detail + " is not wanted", mac.made)
+                    .about = about;
             else if (mac.mac != s_.wanted_router_mac.front().mac)
                 tell_made(AuditId::router_mac_differs, object, PropertyId::mac, {},
                           fmt::format("{} is {}, configured {}", object, to_text(mac.mac),
                                       to_text(s_.wanted_router_mac.front().mac)),
-                          mac.made);
+                          mac.made)
+                    .about = about;
         }
         if (owned && find_row(s_.router_macs, &RouterMacRow::peer_mac_id, owned_id) == nullptr)
             tell(AuditId::router_mac_gone, "switch", PropertyId::router_mac, {},
-                 fmt::format("the switch is recorded with router MAC {}, which is gone", owned_id));
+                 fmt::format("the switch is recorded with router MAC {}, which is gone", owned_id))
+                .about = {AsicTable::router_mac, owned_id};
         else if (!owned && is_wanted) {
             const WantedRouterMac &wanted = s_.wanted_router_mac.front();
             /* Failures are noted for the switch, which is no interface. */
-            tell_missing(AuditId::object_missing, "router MAC " + to_text(wanted.mac), {}, "switch",
-                         wanted.location, "not in the ASIC")
-                .interface.clear();
+            AuditFinding &missing =
+                tell_missing(AuditId::object_missing, "router MAC " + to_text(wanted.mac), {},
+                             "switch", wanted.location, "not in the ASIC");
+            missing.interface.clear();
+            missing.about.table = AsicTable::router_mac;
         }
     }
 
@@ -530,7 +544,8 @@ private:
             if (owned_traps.count(trap.mac_trap_id) != 0)
                 continue;
             const HostRow *owner = index_.owner_of_intf(trap.intf_id);
-            tell_orphan(AuditId::orphan_trap, fmt::format("MAC trap {}", trap.mac_trap_id),
+            tell_orphan(AuditId::orphan_trap, {AsicTable::trap, trap.mac_trap_id},
+                        fmt::format("MAC trap {}", trap.mac_trap_id),
                         fmt::format(" ({} on SDK interface {})", to_text(trap.mac),
                                     index_.intf_words(trap.intf_id)),
                         "virtual MAC", owner != nullptr ? owner->name : concerned(trap.made),
@@ -568,9 +583,10 @@ private:
         const TrapRow *trap = index_.trap(entry.mac_trap_id);
         const auto by = [&] { return trap != nullptr ? ": " + made_by(trap->made) : ""; };
         const auto tell_entry = [&](AuditId id, PropertyId property, const std::string &what) {
-            tell(id, object, property, name, object + what,
-                 {trap != nullptr ? &trap->made : nullptr})
-                .virtual_mac = entry.mac;
+            AuditFinding &finding = tell(id, object, property, name, object + what,
+                                         {trap != nullptr ? &trap->made : nullptr});
+            finding.virtual_mac = entry.mac;
+            finding.about = {AsicTable::trap, entry.mac_trap_id};
         };
         if (trap == nullptr)
             tell_entry(

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "sim/state/properties.h"
@@ -60,6 +61,17 @@ struct AuditType {
 const std::vector<AuditType> &audit_types();
 const AuditType &type_of(AuditId id);
 
+/* An object of the ASIC. */
+enum class AsicTable : uint8_t { none, interface, lid, port_channel, router_mac, trap };
+struct AsicObject {
+    AsicTable table = AsicTable::none;
+    uint32_t id = no_id;
+    friend bool operator<(const AsicObject &a, const AsicObject &b)
+    {
+        return std::pair(a.table, a.id) < std::pair(b.table, b.id);
+    }
+};
+
 struct AuditFinding {
     AuditKind kind = AuditKind::orphan;
     std::string code;   /* "KVN-A012"; of a row that was left out the reader's: "KVN-C080" */
@@ -70,7 +82,10 @@ struct AuditFinding {
     std::vector<RequestRef> requests; /* the requests that made the objects concerned, by number */
     std::optional<Mac> virtual_mac;   /* the virtual MAC concerned */
     std::string other; /* the other interface concerned, by name; empty without one */
-    COLUMNS(kind, code, object, property, interface, other, words, requests)
+    AsicObject about;  /* the object of the ASIC that it names as wrong, if it does */
+    /* How many services it costs; empty when nobody has looked, or cannot know. */
+    std::optional<uint32_t> services;
+    COLUMNS(kind, code, object, property, interface, other, words, services, requests)
     /* Whether this is one of the two interfaces concerned. */
     bool concerns(const std::string &name) const { return name == interface || name == other; }
 };

@@ -37,6 +37,11 @@ template <class T> std::enable_if_t<std::is_enum_v<T>, Cell> cell(T named)
 {
     return cell(std::string_view(to_text(named)));
 }
+/* An empty one is nothing. */
+template <class T> Cell cell(const std::optional<T> &value)
+{
+    return value ? cell(*value) : Cell();
+}
 Cell cell(const std::vector<RequestRef> &requests); /* their numbers */
 /* An identifier, nothing for "none". */
 Cell id_cell(uint32_t id);

@@ -454,6 +454,7 @@ Listing show(const std::vector<AuditFinding> &findings)
                        {"Interface"},
                        {"Other"},
                        {"Finding"},
+                       {"Services"},
                        {"Requests"}});
 }
 

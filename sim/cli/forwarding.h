@@ -1,0 +1,20 @@
+#pragma once
+
+#include "sim/cli/verb.h"
+#include "sim/state/snapshot.h"
+
+/* What the ASIC does with frames: the verbs packet and reach, and the shell's commands of that
+ * name. */
+namespace kvnsim {
+
+class Console;
+
+/* The arguments behind IF. */
+std::vector<Option> packet_options();
+
+/* Print, and return the exit status: exit_found when the frame is not routed, or when a service is
+ * not given or given wrongly. */
+int print_packet(const Snapshot &snapshot, const Arguments &given, Console &console);
+int print_services(const Snapshot &snapshot, const Arguments &given, Console &console);
+
+} // namespace kvnsim
