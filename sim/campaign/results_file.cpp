@@ -12,8 +12,6 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <glib.h>
-#include <rapidjson/document.h>
-#include <rapidjson/error/en.h>
 
 #include "sim/config/names.h"
 
@@ -25,8 +23,6 @@ constexpr const char *version_key = "kvnsim_results", *item_key = "item";
 /* Longer than any campaign needs; stops endless input from using all memory. */
 constexpr size_t longest_line = size_t{256} << 20;
 
-constexpr uint64_t most_items = INT64_MAX;
-
 /* A message lists no more ranges of items, nor shares. */
 constexpr size_t most_listed = 20;
 
@@ -35,84 +31,28 @@ constexpr size_t most_listed = 20;
     throw ResultsError(fmt::format("{}: {}", place, what));
 }
 
-/* ---- What a line holds ---- */
-
-struct Place {
-    std::string text; /* "a.jsonl:1" */
-    rapidjson::Document read(const std::string &line) const
-    {
-        rapidjson::Document json;
-        if (json.Parse<rapidjson::kParseIterativeFlag>(line.data(), line.size()).HasParseError())
-            refuse(
-                fmt::format("{}:{}", text, json.GetErrorOffset() + 1),
-                fmt::format("damaged line: {}", rapidjson::GetParseError_En(json.GetParseError())));
-        if (!json.IsObject())
-            damaged("expected an object");
-        return json;
-    }
-    [[noreturn]] void damaged(const std::string &what) const
-    {
-        refuse(text, "damaged line: " + what);
-    }
-    const rapidjson::Value &field(const rapidjson::Value &object, const char *name) const
-    {
-        const auto found = object.FindMember(name);
-        if (found == object.MemberEnd())
-            damaged(fmt::format("\"{}\" is missing", name));
-        return found->value;
-    }
-    std::string text_of(const rapidjson::Value &value, const char *name) const
-    {
-        if (!value.IsString())
-            damaged(fmt::format("\"{}\": expected a text", name));
-        return {value.GetString(), value.GetStringLength()};
-    }
-    uint64_t number(const rapidjson::Value &object, const char *name, uint64_t most) const
-    {
-        const rapidjson::Value &value = field(object, name);
-        if (!value.IsUint64() || value.GetUint64() > most)
-            damaged(fmt::format("\"{}\": expected a number up to {}", name, most));
-        return value.GetUint64();
-    }
-};
-
-Campaign campaign_in(const std::string &line, const Place &place)
+Campaign campaign_in(const std::string &line, const std::string &place)
 {
-    const rapidjson::Document json = place.read(line);
-    if (json.FindMember(version_key) == json.MemberEnd())
-        refuse(place.text, fmt::format("no results of a campaign: expected {{\"{}\":{},...}}",
-                                       version_key, results_version));
-    const uint64_t format = place.number(json, version_key, INT64_MAX);
-    if (format != results_version)
-        refuse(place.text, fmt::format("results of version {}; only version {} can be read", format,
-                                       results_version));
-    const auto text = [&](const rapidjson::Value &object, const char *name) {
-        return place.text_of(place.field(object, name), name);
-    };
+    const rapidjson::Document json = parse_line(line, place);
+    const ResultObject header(json, place);
+    if (!header.has(version_key))
+        refuse(place, fmt::format("no results of a campaign: expected {{\"{}\":{},...}}",
+                                  version_key, results_version));
+    if (const uint64_t format = header.number(version_key); format != results_version)
+        refuse(place, fmt::format("results of version {}; only version {} can be read", format,
+                                  results_version));
     Campaign campaign;
-    campaign.kind = text(json, "kind");
-    campaign.version = text(json, "version");
-    campaign.word_size = static_cast<uint32_t>(place.number(json, "word_size", UINT32_MAX));
-    const rapidjson::Value &options = place.field(json, "options");
-    if (!options.IsObject())
-        place.damaged("\"options\": expected an object");
-    for (const auto &[name, value] : options.GetObject())
-        campaign.options.emplace_back(place.text_of(name, "options"),
-                                      place.text_of(value, "options"));
-    const rapidjson::Value &files = place.field(json, "files");
-    if (!files.IsArray())
-        place.damaged("\"files\": expected a list");
-    for (const rapidjson::Value &file : files.GetArray()) {
-        if (!file.IsObject())
-            place.damaged("\"files\": expected objects");
-        const bool read = !place.field(file, "sha256").IsNull();
-        campaign.files.push_back({text(file, "name"), read ? text(file, "sha256") : ""});
-    }
-    campaign.items = place.number(json, "items", most_items);
+    campaign.kind = header.text("kind");
+    campaign.version = header.text("version");
+    campaign.word_size = static_cast<uint32_t>(header.number("word_size", UINT32_MAX));
+    campaign.options = header.named_texts("options");
+    for (const ResultObject &file : header.objects("files"))
+        campaign.files.push_back({file.text("name"), file.text_or_null("sha256")});
+    campaign.items = header.number("items");
     try {
-        campaign.shard = parse_shard(text(json, "shard"));
+        campaign.shard = parse_shard(header.text("shard"));
     } catch (const std::invalid_argument &error) {
-        place.damaged(fmt::format("\"shard\": {}", error.what()));
+        header.damaged(fmt::format("\"shard\": {}", error.what()));
     }
     return campaign;
 }
@@ -268,8 +208,7 @@ public:
         int got = 0;
         while ((got = ::getc_unlocked(file_.get())) != EOF && got != '\n') {
             if (line.size() == longest_line)
-                refuse(place().text,
-                       fmt::format("the line is longer than {} MiB", longest_line >> 20));
+                refuse(place(), fmt::format("the line is longer than {} MiB", longest_line >> 20));
             line += static_cast<char>(got);
         }
         if (std::ferror(file_.get()) != 0)
@@ -277,7 +216,7 @@ public:
         return got == '\n' ? End::whole : line.empty() ? End::none : End::cut;
     }
     uint64_t number() const { return number_; }
-    Place place() const { return {fmt::format("{}:{}", name_, number_)}; }
+    std::string place() const { return fmt::format("{}:{}", name_, number_); }
 
 private:
     [[noreturn]] void cannot_be_read() const
@@ -305,7 +244,7 @@ public:
                 add_item(line, lines.place(), campaign);
         }
         if (end == Lines::End::cut)
-            results_.notes.push_back(lines.place().text + ": passed over: the line is cut");
+            results_.notes.push_back(lines.place() + ": passed over: the line is cut");
         else if (lines.number() == 1)
             results_.notes.push_back(file + ": passed over: the file is empty");
     }
@@ -328,33 +267,35 @@ public:
     }
 
 private:
-    Campaign begin(const std::string &line, const Place &place)
+    Campaign begin(const std::string &line, const std::string &place)
     {
         Campaign campaign = campaign_in(line, place);
         if (campaign_from_.empty()) {
             results_.campaign = campaign;
-            campaign_from_ = place.text;
+            campaign_from_ = place;
         } else if (const auto found = what_differs(results_.campaign, campaign)) {
-            refuse(place.text, fmt::format("another campaign than {}: {} is {}, not {}",
-                                           campaign_from_, found->what, found->b, found->a));
+            refuse(place, fmt::format("another campaign than {}: {} is {}, not {}", campaign_from_,
+                                      found->what, found->b, found->a));
         }
         return campaign;
     }
 
-    void add_item(const std::string &line, const Place &place, const Campaign &campaign)
+    void add_item(const std::string &line, const std::string &place, const Campaign &campaign)
     {
-        const uint64_t item = place.number(place.read(line), item_key, most_items);
+        const rapidjson::Document json = parse_line(line, place);
+        const ResultObject object(json, place);
+        const uint64_t item = object.number(item_key);
         if (item == 0 || item > campaign.items)
-            place.damaged(fmt::format("item {} of {}", item, campaign.items));
+            object.damaged(fmt::format("item {} of {}", item, campaign.items));
         if (!campaign.shard.has(item))
-            place.damaged(
+            object.damaged(
                 fmt::format("item {} is not of share {}", item, campaign.shard.to_text()));
         const auto [there, is_new] = results_.lines.emplace(item, line);
         if (is_new)
-            places_.emplace(item, place.text);
+            results_.places.emplace(item, place);
         else if (there->second != line)
-            refuse(place.text,
-                   fmt::format("item {} has another result than at {}", item, places_.at(item)));
+            refuse(place, fmt::format("item {} has another result than at {}", item,
+                                      results_.places.at(item)));
     }
 
     std::string notes() const
@@ -366,8 +307,7 @@ private:
     }
 
     Results results_;
-    std::string campaign_from_;              /* the place of the first one */
-    std::map<uint64_t, std::string> places_; /* of each item */
+    std::string campaign_from_; /* the place of the first one */
 };
 
 } // namespace

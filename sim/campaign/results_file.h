@@ -3,12 +3,12 @@
 #include <cstdint>
 #include <map>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "sim/campaign/result_object.h"
 #include "sim/campaign/shard.h"
 #include "sim/types/json.h"
 
@@ -55,18 +55,12 @@ private:
     std::ostream &out_;
 };
 
-/* Why results cannot be read or put together, with the place, or what is missing; a line for each
- * cut line before it. */
-class ResultsError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
 /* All results of a campaign. */
 struct Results {
-    Campaign campaign;                     /* the share is the whole */
-    std::map<uint64_t, std::string> lines; /* of each item, as written */
-    std::vector<std::string> notes;        /* what was passed over: "b.jsonl:17: cut line" */
+    Campaign campaign;                      /* the share is the whole */
+    std::map<uint64_t, std::string> lines;  /* of each item, as written */
+    std::map<uint64_t, std::string> places; /* of each line: "a.jsonl:17" */
+    std::vector<std::string> notes;         /* what was passed over: "b.jsonl:17: cut line" */
 };
 
 /* Puts the results in these files together. They must be of one campaign of this kind, made by this

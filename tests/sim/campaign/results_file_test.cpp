@@ -233,7 +233,7 @@ TEST_F(ResultsFiles, DamagedLinesAreToldWithTheirPlaces)
               "2/4 (N up to 1000000)");
     EXPECT_EQ(first_line("{\"name\":\"a.json\"", "{\"n\":1"),
               "1:1: damaged line: \"name\" is missing");
-    EXPECT_EQ(first_line("[{", "[5,{"), "1:1: damaged line: \"files\": expected objects");
+    EXPECT_EQ(first_line("[{", "[5,{"), "1:1: damaged line: \"files\": expected a list of objects");
 
     const std::string some = share(a_campaign(), "1/2");
     EXPECT_EQ(problem({some + "{\"item\":1\n"}),
