@@ -82,8 +82,12 @@ struct ConfigurationRun {
     uint64_t requests = 0, calls = 0;
 };
 
-/* Carry out the plan made for a configuration; an interrupt ends it after the current step.
- * Reports failures. Calls after_step after each step. */
+/* Carry out the plan made for a configuration; stop and progress as Switch::apply(). */
+ConfigurationRun carry_out(Switch &to, const Configuration &configuration, Plan plan,
+                           const std::function<bool()> &stop = {},
+                           const std::function<void(size_t done, size_t of)> &progress = {});
+/* The same; an interrupt ends it after the current step. Reports failures. Calls after_step after
+ * each step. */
 ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration, Plan plan,
                                      Console &console, bool shows_progress,
                                      const std::function<void()> &after_step = {});

@@ -23,6 +23,9 @@ enum ExitStatus : int {
     exit_signal = 128      /* plus the number of the signal that interrupted the work */
 };
 
+/* The bits of kvnsim and of the library in it. */
+constexpr uint32_t word_size = 8 * sizeof(void *);
+
 /* A file is wrong; the process ends with exit_input, as it does with exit_usage for a UsageError.
  */
 class InputError : public std::runtime_error {
@@ -40,8 +43,8 @@ struct Verb {
 
 /* The verbs, each in the file of its name; verb_stored.cpp has those that read a database. */
 extern const Verb audit_verb, check_verb, completion_verb, diff_verb, events_verb, explain_verb,
-    manual_verb, packet_verb, plan_verb, reach_verb, replay_verb, report_verb, run_verb, shell_verb,
-    show_verb, stress_verb, version_verb, watch_verb;
+    fleet_verb, manual_verb, packet_verb, plan_verb, reach_verb, replay_verb, report_verb, run_verb,
+    shell_verb, show_verb, stress_verb, version_verb, watch_verb;
 
 /* All of them, in the order of help. */
 const std::vector<const Verb *> &verbs();
