@@ -32,7 +32,7 @@ uint32_t jobs_given(const Arguments &arguments)
     return static_cast<uint32_t>(count_up_to(arguments, jobs_option, 1, most_jobs, 0));
 }
 
-std::chrono::milliseconds timeout_given(const Arguments &arguments)
+std::chrono::seconds timeout_given(const Arguments &arguments)
 {
     return std::chrono::seconds(
         count_up_to(arguments, timeout_option, 0, longest_timeout, usual_timeout));

@@ -30,7 +30,7 @@ constexpr Option merge_option{"--merge", Takes::nothing, Times::optional,
 
 /* The values; UsageError for what cannot be. 0 jobs: as many as there are cores. */
 uint32_t jobs_given(const Arguments &arguments);
-std::chrono::milliseconds timeout_given(const Arguments &arguments);
+std::chrono::seconds timeout_given(const Arguments &arguments);
 std::optional<Shard> shard_given(const Arguments &arguments);
 
 /* UsageError if an option is given that merging does not take: those of the work above, and more.

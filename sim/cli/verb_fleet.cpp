@@ -197,8 +197,8 @@ private:
         uint64_t share = 0;
         for (uint64_t item = 1; item <= files_.size(); ++item)
             share += campaign.shard.has(item);
-        console_.error(fmt::format("kvnsim: interrupted: {} of {} not tried", share - done_.size(),
-                                   counted(share, "file")));
+        console_.error(fmt::format("kvnsim: interrupted: {} of {} without a result",
+                                   share - done_.size(), counted(share, "file")));
         return exit_signal + interrupt_signal();
     }
 
