@@ -193,6 +193,15 @@ std::string as_text(const FleetResults &results)
         text += fmt::format("{}{} {}", separator, of->second, row_of(of->first).count);
         separator = ", ";
     }
+    ServiceCount services;
+    for (const FleetResult &result : results.all) {
+        services.wanted += result.services.wanted;
+        services.given += result.services.given;
+        services.wrong += result.services.wrong;
+        services.unwanted += result.services.unwanted;
+    }
+    if (services.wanted + services.unwanted != 0)
+        text += "; " + of_services(services);
     return text + "\n" + not_read(results);
 }
 

@@ -112,8 +112,6 @@ private:
             if (finding.kind != AuditKind::left_out)
                 tell(finding, index);
         }
-        if (result_.services.any_fault())
-            is(Verdict::findings);
     }
 
     void tell(const AuditFinding &finding, const Index &index)

@@ -78,7 +78,7 @@ TEST_F(Fleet, EachConfigurationIsToldInALineAndAllAreCounted)
             "nothing; no service wanted; 1 warning; 1 left out",
             "configs/site/d_svi.json: 4 interfaces, 22 requests, 0 failures, the audit found "
             "nothing; 14 of 14 services given",
-            "4 switches: 2 well, 1 with findings, 1 with errors",
+            "4 switches: 2 well, 1 with findings, 1 with errors; 14 of 14 services given",
             "not read: 1 other file: configs/site/notes.txt"));
 }
 
@@ -124,6 +124,22 @@ TEST_F(Fleet, EveryVerdictIsThatOfRunAndCheck)
         EXPECT_EQ(worst, all.status);
         EXPECT_EQ(worst, document["status"].GetInt());
     }
+}
+
+/* As for run, which ends well: the audit finds nothing. But it is said. */
+TEST_F(Fleet, ServicesThatAreNotGivenAreCounted)
+{
+    write("multicast.json", R"({
+    "PORT": {"Ethernet0": {}},
+    "VLAN": {"Vlan10": {}},
+    "VLAN_MEMBER": {"Vlan10|Ethernet0": {"tagging_mode": "tagged"}},
+    "VLAN_INTERFACE": {"Vlan10": {"static_anycast_gateway": "true"}, "Vlan10|192.0.2.1/24": {}},
+    "SAG": {"GLOBAL": {"gateway_mac": "01:00:5e:00:00:01"}}
+})");
+    const Result result = kvnsim({"fleet", "multicast.json"});
+    EXPECT_EQ(well, result.status);
+    EXPECT_THAT(lines(result.out), ElementsAre(HasSubstr("; 0 of 1 service given; 1 warning"),
+                                               "1 switch: 1 well; 0 of 1 service given"));
 }
 
 TEST_F(Fleet, ConfigurationsShareNothing)
