@@ -1,6 +1,7 @@
 #include "sim/cli/outcome.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
@@ -53,6 +54,24 @@ Snapshot go_on_from(const Arguments &arguments, Switch &into)
     Snapshot saved = load(file);
     restore(saved, into, file);
     return saved;
+}
+
+ServiceEffect effect_on(const std::vector<Service> &before, const Snapshot &after,
+                        const std::vector<Change> &changes)
+{
+    ServiceEffect effect{judge(after).services, {}};
+    effect.changes = service_changes(before, effect.services, changes);
+    return effect;
+}
+
+void print_effect(const std::vector<ServiceChange> &changes, const Page &page, Console &console)
+{
+    std::vector<ServiceChange> told;
+    std::copy_if(changes.begin(), changes.end(), std::back_inserter(told),
+                 [](const ServiceChange &one) { return one.change != ServiceChangeKind::added; });
+    if (!told.empty())
+        console.print_titled(to_text(show(told), page));
+    console.out() << "  " << summary(changes) << "\n";
 }
 
 bool is_open(const Failure &failure, const MadeUpFor &made_up_for, const Switch &of)

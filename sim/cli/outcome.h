@@ -4,6 +4,8 @@
 #include <vector>
 
 #include "sim/cli/instruments.h"
+#include "sim/service/service_changes.h"
+#include "sim/state/listing.h"
 #include "sim/types/json.h"
 
 /* What `kvnsim run` and `kvnsim plan` share: reading the configurations, and what came of each. */
@@ -26,6 +28,16 @@ bool are_refused(const std::vector<Configuration> &configurations, const Policy 
 /* With --from, make the switch the one saved there; returns what it was saved as, else an empty
  * snapshot. Call before capacities are set. Throws SnapshotError. */
 Snapshot go_on_from(const Arguments &arguments, Switch &into);
+
+/* What a configuration does to the services, given what they were. */
+struct ServiceEffect {
+    std::vector<Service> services; /* afterwards */
+    std::vector<ServiceChange> changes;
+};
+ServiceEffect effect_on(const std::vector<Service> &before, const Snapshot &after,
+                        const std::vector<Change> &changes);
+/* The changes but for what is added, and how many of each kind. */
+void print_effect(const std::vector<ServiceChange> &changes, const Page &page, Console &console);
 
 /* Requests that failed, in any of them, and those that made up for them. */
 template <class Outcomes> MadeUpFor all_made_up_for(const Outcomes &outcomes)

@@ -9,6 +9,7 @@
 #include "sim/cli/policy.h"
 #include "sim/cli/verb.h"
 #include "sim/config/similar.h"
+#include "sim/service/service_changes.h"
 #include "sim/state/audit.h"
 #include "sim/state/explain.h"
 #include "sim/state/interface_names.h"
@@ -111,8 +112,8 @@ int print_table(const Snapshot &snapshot, const Arguments &given, Console &conso
 
 int print_explanation(const Snapshot &snapshot, const Arguments &given, Console &console)
 {
-    const Explanation explanation =
-        explain(snapshot, interface_meant(interface_names(snapshot), given.value("IF")));
+    const std::string name = interface_meant(interface_names(snapshot), given.value("IF"));
+    const Explanation explanation = explain(Index(snapshot), judge(snapshot).findings, name);
     if (given.has("--json")) {
         Json document;
         write(document, explanation);
@@ -125,22 +126,28 @@ int print_explanation(const Snapshot &snapshot, const Arguments &given, Console 
 
 int print_audit(const Snapshot &snapshot, const Arguments &given, Console &console)
 {
+    return print_judgement(snapshot, judge(snapshot), given, console);
+}
+
+int print_judgement(const Snapshot &snapshot, const Judgement &judgement, const Arguments &given,
+                    Console &console)
+{
     const Policy policy(given);
-    const std::vector<AuditFinding> all = audit(snapshot);
-    const std::vector<AuditFinding> findings = policy.judge(all);
+    const std::vector<AuditFinding> findings = policy.judge(judgement.findings);
     const Listing waiting = show_waiting(snapshot);
     const int status = findings.empty() ? exit_well : exit_found;
     if (given.has("--json")) {
         Json document;
         write(document.begin_object().key("audit"), show(findings));
         write(document.key("waiting"), waiting);
+        document.field("services", summary(judgement.services, snapshot));
         console.out() << document.end_object().document();
         return status;
     }
     for (const AuditFinding &finding : findings)
-        console.out() << fmt::format("{}: {} [{}]\n", to_text(finding.kind), finding.words,
-                                     finding.code);
-    console.out() << verdict(snapshot, findings) << policy.ignored(all) << "\n";
+        console.out() << to_text(finding) << "\n";
+    console.out() << verdict(snapshot, findings, policy.ignored(judgement.findings)) << "\n"
+                  << summary(judgement.services, snapshot) << ".\n";
     if (!waiting.rows.empty())
         console.print_titled(to_text(waiting, page_on(console, given)));
     return status;
@@ -150,18 +157,26 @@ int print_differences(const Snapshot &before, const Snapshot &after, const Argum
                       Console &console)
 {
     const std::vector<Difference> differences = diff(before, after);
+    const std::vector<ServiceChange> changes =
+        service_changes(judge(before).services, judge(after).services);
     if (given.has("--json")) {
         Json document;
         document.begin_object().field("equal", differences.empty()).key("differences");
         write(document, show(differences));
+        write(document.key("service_changes"), show(changes));
         console.out() << document.end_object().document();
-    } else if (differences.empty()) {
-        console.out() << "No difference in ASIC and shared state.\n";
     } else {
-        console.print_titled(to_text(show(differences), page_on(console, given)));
-        console.out() << counted(differences.size(), "difference") << "\n";
+        if (differences.empty()) {
+            console.out() << "No difference in ASIC and shared state.\n";
+        } else {
+            console.print_titled(to_text(show(differences), page_on(console, given)));
+            console.out() << counted(differences.size(), "difference") << "\n";
+        }
+        if (!changes.empty())
+            console.print_titled(to_text(show(changes), page_on(console, given)));
+        console.out() << summary(changes) << "\n";
     }
-    return differences.empty() ? exit_well : exit_found;
+    return differences.empty() && changes.empty() ? exit_well : exit_found;
 }
 
 } // namespace kvnsim

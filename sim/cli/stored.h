@@ -3,6 +3,7 @@
 #include <string>
 
 #include "sim/config/spellings.h"
+#include "sim/service/services.h"
 #include "sim/state/compare.h"
 #include "sim/state/listing.h"
 #include "sim/state/show.h"
@@ -34,6 +35,8 @@ Page page_on(const Console &console, const Arguments &given,
 int print_table(const Snapshot &snapshot, const Arguments &given, Console &console);
 int print_explanation(const Snapshot &snapshot, const Arguments &given, Console &console);
 int print_audit(const Snapshot &snapshot, const Arguments &given, Console &console);
+int print_judgement(const Snapshot &snapshot, const Judgement &judgement, const Arguments &given,
+                    Console &console);
 int print_differences(const Snapshot &before, const Snapshot &after, const Arguments &given,
                       Console &console);
 

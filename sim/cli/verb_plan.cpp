@@ -13,6 +13,7 @@
 #include "sim/cli/interrupt.h"
 #include "sim/cli/outcome.h"
 #include "sim/cli/policy.h"
+#include "sim/cli/stored.h"
 #include "sim/cli/verb.h"
 #include "sim/switch/switch.h"
 
@@ -34,6 +35,7 @@ private:
 /* One configuration as planned and tried. */
 struct Trial : ConfigurationRun {
     std::vector<Change> changes;
+    std::vector<ServiceChange> service_changes;
     std::vector<std::vector<Request>> step_requests;
 };
 
@@ -47,7 +49,8 @@ public:
 
     int run()
     {
-        go_on_from(arguments_, switch_);
+        if (const Snapshot before = go_on_from(arguments_, switch_); arguments_.has("--from"))
+            services_ = judge(before).services;
         instruments_.prepare(arguments_.values("CONFIG"), false);
         configurations_ = read_configurations(arguments_, console_);
         if (interrupt_signal() == 0 &&
@@ -82,8 +85,13 @@ private:
         Trial trial{apply_configuration(switch_, configuration, std::move(steps), console_, true,
                                         [&] { requests.end_step(); }),
                     std::move(effect),
+                    {},
                     {}};
         trial.step_requests = requests.take();
+        ServiceEffect on_services =
+            effect_on(services_, capture(switch_, {}, configuration.findings), trial.changes);
+        services_ = std::move(on_services.services);
+        trial.service_changes = std::move(on_services.changes);
         if (prints_)
             print_trial(trial);
         trials_.push_back(std::move(trial));
@@ -108,6 +116,7 @@ private:
                 out << fmt::format("      {}({})\n", request.entry, request.arguments);
         }
         out << "  tried: " << summary(trial) << "\n";
+        print_effect(trial.service_changes, page_on(console_, arguments_), console_);
     }
 
     void print_json()
@@ -123,6 +132,7 @@ private:
             json.field("applied", false);
             if (trial != trials_.end()) {
                 write(json.key("changes"), show(trial->changes));
+                write(json.key("service_changes"), show(trial->service_changes));
                 write(json, *trial, made_up_for, trial->step_requests);
             }
             json.end_object();
@@ -151,6 +161,7 @@ private:
     const bool json_, prints_;
     Switch switch_; /* before the instruments, which it would reset */
     Instruments instruments_;
+    std::vector<Service> services_; /* as they are */
     std::vector<Configuration> configurations_;
     std::vector<Trial> trials_;
 };

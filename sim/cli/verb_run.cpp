@@ -14,7 +14,6 @@
 #include "sim/cli/tables.h"
 #include "sim/cli/verb.h"
 #include "sim/config/similar.h"
-#include "sim/state/audit.h"
 #include "sim/state/interface_names.h"
 #include "sim/state/show.h"
 #include "sim/state/snapshot.h"
@@ -42,6 +41,10 @@ public:
                 print_json(nullptr, {});
             return exit_input;
         }
+        tells_effects_ =
+            json_ || (!quiet_ && (configurations_.size() > 1 || arguments_.has("--from")));
+        if (tells_effects_ && arguments_.has("--from"))
+            services_ = judge(before_).services;
         const std::string timeline_interface = interface_of_timeline();
         instruments_.open(timeline_interface);
         for (const Configuration &configuration : configurations_) {
@@ -87,6 +90,9 @@ private:
     {
         progress(configuration.file + ": planning");
         Plan plan = switch_.plan(configuration.desired);
+        std::vector<Change> interrupting;
+        if (tells_effects_)
+            interrupting = changes(switch_, configuration.desired, plan);
         console_.clear_progress();
         if (!json_ && !quiet_)
             print_plan(configuration, plan);
@@ -94,6 +100,14 @@ private:
                                                 !instruments_.shows_as_it_happens()));
         if (!json_ && !quiet_)
             console_.out() << "  " << summary(outcomes_.back()) << "\n";
+        if (!tells_effects_)
+            return;
+        ServiceEffect effect =
+            effect_on(services_, capture(switch_, {}, configuration.findings), interrupting);
+        services_ = std::move(effect.services);
+        if (!json_)
+            print_effect(effect.changes, page_on(console_, arguments_), console_);
+        effects_.push_back(std::move(effect.changes));
     }
 
     void print_plan(const Configuration &configuration, const Plan &plan)
@@ -114,11 +128,12 @@ private:
                 : capture(switch_, applied_files(), outcomes_.back().configuration->findings,
                           outcomes_.back().applied.interrupted);
         files_written_ = instruments_.close(snapshot);
-        const std::vector<AuditFinding> findings = policy_.judge(audit(snapshot));
+        const Judgement judgement = judge(snapshot);
+        const std::vector<AuditFinding> findings = policy_.judge(judgement.findings);
         if (json_)
             print_json(&snapshot, findings);
         else if (!quiet_)
-            print_state(snapshot);
+            print_state(snapshot, judgement);
         const bool unused_fault = instruments_.warn_of_unused_faults();
         return status(!findings.empty(), unused_fault);
     }
@@ -131,12 +146,12 @@ private:
         return files;
     }
 
-    void print_state(const Snapshot &snapshot)
+    void print_state(const Snapshot &snapshot, const Judgement &judgement)
     {
         if (arguments_.has("--tables"))
             print_tables(snapshot);
         print_summary(snapshot);
-        print_audit(snapshot, arguments_, console_);
+        print_judgement(snapshot, judgement, arguments_, console_);
     }
 
     void print_tables(const Snapshot &snapshot)
@@ -208,8 +223,11 @@ private:
                 });
             write(json.begin_object(), configuration);
             json.field("applied", found != outcomes_.end());
-            if (found != outcomes_.end())
+            if (found != outcomes_.end()) {
                 write(json, *found, made_up_for);
+                write(json.key("service_changes"),
+                      show(effects_[static_cast<size_t>(found - outcomes_.begin())]));
+            }
             json.end_object();
         }
         json.end_array().field("interrupted", interrupt_signal() != 0);
@@ -235,6 +253,9 @@ private:
     Snapshot before_; /* what --from goes on from; else empty */
     std::vector<Configuration> configurations_;
     std::vector<ConfigurationRun> outcomes_;
+    bool tells_effects_ = false;    /* what each configuration does to the services */
+    std::vector<Service> services_; /* then: as they are */
+    std::vector<std::vector<ServiceChange>> effects_; /* then: of each outcome */
     bool files_written_ = true;
 };
 

@@ -14,7 +14,7 @@
 #include "sim/cli/policy.h"
 #include "sim/cli/source.h"
 #include "sim/cli/verb.h"
-#include "sim/state/audit.h"
+#include "sim/service/services.h"
 #include "sim/state/show.h"
 #include "sim/state/snapshot.h"
 #include "sim/switch/switch.h"
@@ -168,7 +168,7 @@ private:
         const Snapshot snapshot = now();
         if (applies)
             files_written_ &= instruments_.save_database(snapshot);
-        std::set<std::string> found = words_of(policy_.judge(audit(snapshot)));
+        std::set<std::string> found = words_of(policy_.judge(judge(snapshot).findings));
         std::vector<std::string> appeared, gone;
         std::set_difference(found.begin(), found.end(), found_.begin(), found_.end(),
                             std::back_inserter(appeared));
@@ -201,8 +201,7 @@ private:
     {
         std::set<std::string> words;
         for (const AuditFinding &finding : findings)
-            words.insert(
-                fmt::format("{}: {} [{}]", to_text(finding.kind), finding.words, finding.code));
+            words.insert(to_text(finding));
         return words;
     }
 

@@ -43,6 +43,23 @@ function explanationTable(name, explained) {
         body));
 }
 
+/* Which frames are routed for the interface, or arrive by the port. */
+function servicesTable(name) {
+    const columns = [["interface", "Interface"], ["port", "Arrives by"], ["family", "Family"],
+        ["to", "To"], ["vrf", "VRF"], ["mtu", "MTU"], ["state", "State"], ["reason", "Because"]];
+    const body = make("tbody");
+    for (const service of servicesOf.get(name))
+        body.append(make("tr", { className: isGiven(service) ? "" : "differs" },
+            ...columns.map(([key]) => make("td", {}, linkedText(cellText(service[key]))))));
+    return make("div", { className: "scroll", tabIndex: 0, role: "region",
+        "aria-label": `Services of ${name}` },
+    make("table", { className: "explained" },
+        make("caption", { className: "unseen" }, `Services of ${name}`),
+        make("thead", {}, make("tr", {},
+            ...columns.map(([, title]) => make("th", { scope: "col" }, title)))),
+        body));
+}
+
 /* Sub-interfaces and members, which refer to the interface. */
 function dependents(name) {
     const table = tables.get("interfaces");
@@ -76,7 +93,7 @@ function drawDetails(name) {
     if (failureOf.has(name) && !isReported(name, failureOf.get(name)))
         parts.push(notice("bad", "Failed:", failureOf.get(name)));
     for (const finding of findingsOf.get(name) ?? [])
-        parts.push(notice("bad", `${finding.kind}:`, finding.words));
+        parts.push(notice("bad", `${finding.kind}:`, findingWords(finding)));
 
     for (const said of explained?.configuration ?? [])
         parts.push(notice("", "Configuration:", said));
@@ -109,5 +126,8 @@ function drawDetails(name) {
             "There are too many interfaces to explain each on this page. ",
             make("code", {}, `kvnsim explain ${name} --db FILE`), " explains this one."));
     }
+    if (servicesOf.has(name))
+        parts.push(make("h3", {}, "Services"),
+            make("p", { className: "hint" }, `${servicesWords(name)}.`), servicesTable(name));
     body.replaceChildren(...parts);
 }

@@ -20,6 +20,8 @@ function portWords(port) {
         words.push(`MTU ${port.mtu}`);
     if (port.loopback)
         words.push("loopback on");
+    if (servicesOf.has(port.name))
+        words.push(servicesWords(port.name));
     return words.join(" · ");
 }
 

@@ -55,7 +55,7 @@ function isObject(name) {
 
 /* ---- What is wrong ---- */
 
-const findings = records("findings");
+const findings = records("findings").map((finding, i) => ({ ...finding, cost: data.costs[i] }));
 const failures = records("failures");
 
 /* The object of the page that a finding is about; null without one. */
@@ -78,8 +78,32 @@ function isReported(object, message) {
     return (findingsOf.get(object) ?? []).some((finding) => finding.words.includes(message));
 }
 
+/* The services of an interface, and those whose frames arrive by a port. */
+const services = records("services").filter((service) => service.state !== "kept");
+const servicesOf = new Map();
+for (const service of services) {
+    for (const name of new Set([service.interface, service.port])) {
+        if (name === null)
+            continue;
+        if (!servicesOf.has(name))
+            servicesOf.set(name, []);
+        servicesOf.get(name).push(service);
+    }
+}
+
+function isGiven(service) {
+    return service.state === "given";
+}
+
+/* "3 of 4 services given" */
+function servicesWords(name) {
+    const all = servicesOf.get(name) ?? [];
+    return `${all.filter(isGiven).length} of ${counted(all.length, "service")} given`;
+}
+
 function hasTrouble(name) {
-    return findingsOf.has(name) || failureOf.has(name);
+    return findingsOf.has(name) || failureOf.has(name)
+        || (servicesOf.get(name) ?? []).some((service) => !isGiven(service));
 }
 
 const roles = [
@@ -87,7 +111,7 @@ const roles = [
     { name: "member", mark: "PC", says: "in a port-channel" },
     { name: "switched", mark: "L2", says: "switched, in a VLAN" },
     { name: "unused", mark: "–", says: "unused" },
-    { name: "failed", mark: "!", says: "failed, or named by the audit" },
+    { name: "failed", mark: "!", says: "failed, named by the audit, or short of a service" },
 ];
 const roleNamed = new Map(roles.map((role) => [role.name, role]));
 

@@ -24,6 +24,9 @@ function drawOverview() {
             well ? "records, ASIC, database, configuration"
                 : `${counted(findings.length, "finding")}, ${counted(failures.length, "failure")}`,
             "#findings", well ? "good" : "bad"),
+        tile(services.filter(isGiven).length.toLocaleString("en"), "Services given",
+            `of ${counted(services.length, "kind")} of frames to route`, "#tables",
+            services.every(isGiven) ? "" : "bad"),
         tile(used("programmed").toLocaleString("en"), "In the ASIC",
             `of ${counted(routed, "L3 interface")} configured`, "#tables"),
         tile(ports.length.toLocaleString("en"), "Ports",
@@ -39,6 +42,10 @@ function problem(kind, name, words, origins = "") {
     const named = [...text.querySelectorAll("a")].some((link) => link.textContent === name);
     return make("li", {}, make("p", {}, make("span", { className: "badge bad" }, kind), " ",
         named || !isObject(name) ? "" : make("strong", {}, linked(name), ": "), text), origins);
+}
+
+function findingWords(finding) {
+    return `${[finding.words, finding.cost].filter((words) => words !== "").join("; ")} [${finding.code}]`;
 }
 
 function isLeftOut(finding) {
@@ -57,7 +64,7 @@ function problems(are) {
     };
     return [
         ...findings.filter(are).map((finding) => () =>
-            problem(finding.kind, objectOf(finding), `${finding.words} [${finding.code}]`,
+            problem(finding.kind, objectOf(finding), findingWords(finding),
                 finding.requests.length === 0
                 ? "" : make("ul", { className: "origins" }, ...finding.requests.map(origin)))),
         ...(are === isLeftOut ? [] : failures)
@@ -70,7 +77,8 @@ function problems(are) {
 function drawFindings() {
     const body = document.getElementById("findings-body");
     if (findings.length === 0 && failures.length === 0) {
-        body.append(make("p", { className: "well" }, `✓ ${data.verdict}`));
+        body.append(make("p", { className: "well" }, `✓ ${data.verdict}`),
+            make("p", { className: "hint" }, `${data.services}.`));
         return;
     }
     /* What is left out is never behind a button: nothing else on the page shows it. */
@@ -88,7 +96,8 @@ function drawFindings() {
     more.addEventListener("click", () => show(50));
     show(all.length <= 10 ? all.length : 6);
     body.append(make("p", { className: "hint" },
-        `${data.verdict}; ${counted(failures.length, "object")} whose last step failed.`),
+        `${data.verdict}; ${counted(failures.length, "object")} whose last step failed. ` +
+        `${data.services}.`),
     items, more, leftOut);
 }
 

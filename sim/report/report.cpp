@@ -8,6 +8,7 @@
 
 #include "sim/report/graph.h"
 #include "sim/report/page_text.h"
+#include "sim/service/services.h"
 #include "sim/state/explain.h"
 #include "sim/state/interface_names.h"
 
@@ -22,13 +23,17 @@ constexpr const char *edge_kind_names[] = {"programmed", "recorded", "configured
 class DataWriter {
 public:
     DataWriter(const Snapshot &snapshot, const std::vector<ReportTable> &more_tables)
-        : s_(snapshot), more_tables_(more_tables), index_(snapshot), findings_(audit(snapshot))
+        : s_(snapshot), more_tables_(more_tables), index_(snapshot), judgement_(judge(snapshot))
     {}
 
     std::string write()
     {
         json_.begin_object().field("hostname", s_.meta.hostname);
         json_.field("verdict", verdict(s_, findings_));
+        json_.field("services", summary(judgement_.services, s_)).key("costs").begin_array();
+        for (const AuditFinding &finding : findings_) /* in the order of the findings */
+            json_.value(cost_words(finding));
+        json_.end_array();
         json_.field("word_size", s_.meta.word_size).key("files").begin_array();
         for (const FileRow &file : s_.files)
             json_.value(file.file);
@@ -51,6 +56,7 @@ private:
         }
         for (const ReportTable &more : more_tables_)
             table(more.name, more.listing);
+        table("services", show(judgement_.services));
         table("failures", show(s_.failures));
         table("findings", show(findings_));
         table("requests", requests());
@@ -163,7 +169,8 @@ private:
     const Snapshot &s_;
     const std::vector<ReportTable> &more_tables_;
     const Index index_;
-    const std::vector<AuditFinding> findings_;
+    const Judgement judgement_;
+    const std::vector<AuditFinding> &findings_ = judgement_.findings;
     Json json_;
 };
 

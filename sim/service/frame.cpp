@@ -147,11 +147,16 @@ std::string Forwarding::intf_words(uint32_t intf_id) const
     return fmt::format("{} ({}{})", intf_id, kept ? "kept by " : "", owner->name);
 }
 
+std::string Forwarding::condition(const Fate &fate)
+{
+    return fate.if_in_vlan != 0 ? fmt::format(", if the port is in VLAN {}", fate.if_in_vlan) : "";
+}
+
 std::string Forwarding::words(const Fate &fate) const
 {
     if (fate.routed)
-        return fmt::format("routed in {} by SDK interface {}", vpn_words(fate.vpn),
-                           intf_words(fate.intf_id));
+        return fmt::format("routed in {} by SDK interface {}{}", vpn_words(fate.vpn),
+                           intf_words(fate.intf_id), condition(fate));
     return fmt::format("not routed: {}{}", fate.reason,
                        fate.made.request || *fate.made.call != '\0'
                            ? fmt::format(" ({})", fate.made.to_text())
@@ -214,7 +219,7 @@ private:
     }
 
     /* The attribute that decides the present stage. */
-    uint32_t number() const { return attribute_of(stage_, frame_.family, is_multicast(frame_.to)); }
+    uint32_t number() const { return attribute_of(stage_, frame_.family, fate_.to_group); }
     AttributeState attribute() const
     {
         return index_.attribute(attributes_, fate_.intf_id, number());
@@ -292,6 +297,8 @@ private:
                                    frame_.vlan, arrival());
             });
         fate_.intf_id = intf_->intf_id;
+        if (intf_->type == sdk_svi && frame_.front_port != 0)
+            fate_.if_in_vlan = frame_.vlan;
         attributes_ = index_.attributes(intf_->intf_id);
         return passes(
             [&] { return fmt::format("{}: {}", intf_words(), Index::kind_words(*intf_)); },
@@ -351,8 +358,8 @@ private:
 
     bool mac()
     {
-        if (is_multicast(frame_.to))
-            return group();
+        if (is_zero(frame_.to))
+            return passes([] { return std::string("a router MAC, taken as given"); });
         if (const RouterMacRow *row = found_in(of_.router_macs_, as_number(frame_.to))) {
             fate_.peer_mac_id = row->peer_mac_id;
             return passes(
@@ -371,6 +378,8 @@ private:
                 },
                 row->made);
         }
+        if (is_multicast(frame_.to))
+            return group();
         const TrapRow *elsewhere = in_words_ ? trap_elsewhere() : nullptr;
         return ends(
             to_text(frame_.to) + " is none",
@@ -397,7 +406,8 @@ private:
 
     bool group()
     {
-        if (is_group_of(frame_.family, frame_.to))
+        fate_.to_group = is_group_of(frame_.family, frame_.to);
+        if (fate_.to_group)
             return passes([&] {
                 return fmt::format("{} is a group of {}", to_text(frame_.to),
                                    to_text(frame_.family));

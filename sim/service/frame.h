@@ -26,7 +26,7 @@ struct Frame {
     uint32_t front_port = 0; /* by which it arrives, 1..255; 0: a layer-2 port of its VLAN */
     uint32_t vlan = 0;       /* of its tag, 1..4094; 0: untagged */
     Family family = Family::ipv4;
-    Mac to{};
+    Mac to{};          /* zero: a router MAC of the switch, whichever that is */
     uint32_t size = 0; /* of the packet, in bytes as an MTU counts them; 0: whatever fits */
 };
 
@@ -59,7 +59,10 @@ struct Fate {
     /* What the frame met, as far as it went. */
     uint32_t pc_id = no_id, intf_id = no_id, lid_id = no_id;
     uint32_t peer_mac_id = no_id, mac_trap_id = no_id; /* the entry that has its MAC */
+    bool to_group = false;                             /* to a group of its family */
     uint32_t vpn = 0, mtu = 0;
+    /* It came by a front port, and this VLAN's SVI has it: if the port is in that VLAN; else 0. */
+    uint32_t if_in_vlan = 0;
     std::vector<StageResult> stages; /* only when asked for in words */
 };
 
@@ -75,6 +78,8 @@ public:
      * ...)". */
     std::string words(const Fate &fate) const;
 
+    /* ", if the port is in VLAN 100"; empty without a condition */
+    static std::string condition(const Fate &fate);
     /* "VrfBlue", "default"; empty when no VRF has the number */
     std::string vrf_of(uint32_t vpn) const;
     /* "VRF VrfBlue", "VPN 9, which no VRF has" */

@@ -1,6 +1,7 @@
-/* Services are matched by what identifies them. One that is given before and after is interrupted
- * where a change takes down what it needs in between: its interface, the parent, or the port by
- * which its frames arrive. */
+/* Services are matched by what identifies them, those to the router MAC whichever it is. One that
+ * is given before and after is interrupted where a change takes down what it needs in between: its
+ * interface, the parent, or the port by which its frames arrive; and where the router MAC changes.
+ */
 #include "sim/service/service_changes.h"
 
 #include <algorithm>
@@ -12,11 +13,12 @@
 namespace kvnsim {
 namespace {
 
-auto key_of(const Service &service)
-{
-    return std::tie(service.interface, service.port, service.family, service.to);
-}
 using Key = std::tuple<std::string, std::string, std::string, std::string>;
+Key key_of(const Service &service)
+{
+    return {service.interface, service.port, service.family,
+            service.to_router_mac ? std::string() : service.to};
+}
 
 /* Whether the change takes all traffic of the interface down for a while. */
 bool takes_down(ChangeKind kind)
@@ -84,7 +86,11 @@ std::vector<ServiceChange> service_changes(const std::vector<Service> &before,
             tell(service, ServiceChangeKind::added, "");
         } else if (had && has) {
             const std::string words = difference(*was, service);
-            if (const Change *change = interruption(service))
+            if (was->to != service.to)
+                tell(service, ServiceChangeKind::interrupted,
+                     fmt::format("router MAC {} -> {}{}{}", was->to, service.to,
+                                 words.empty() ? "" : "; ", words));
+            else if (const Change *change = interruption(service))
                 tell(service, ServiceChangeKind::interrupted,
                      fmt::format("{} {}{}{}", change->interface, change->words,
                                  words.empty() ? "" : "; ", words));
@@ -97,7 +103,8 @@ std::vector<ServiceChange> service_changes(const std::vector<Service> &before,
             tell(*service, ServiceChangeKind::removed, "no longer wanted");
     }
     std::stable_sort(all.begin(), all.end(), [](const ServiceChange &a, const ServiceChange &b) {
-        return NaturalOrder()(a.interface, b.interface);
+        return a.interface != b.interface ? NaturalOrder()(a.interface, b.interface)
+                                          : NaturalOrder()(a.port, b.port);
     });
     return all;
 }

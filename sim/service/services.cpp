@@ -171,6 +171,17 @@ private:
         return ports;
     }
 
+    /* Without one in the configuration, whichever the switch may have. */
+    Mac router_mac() const
+    {
+        return s_.wanted_router_mac.empty() ? Mac{} : s_.wanted_router_mac.front().mac;
+    }
+
+    static std::string words(const Mac &mac)
+    {
+        return is_zero(mac) ? "a router MAC" : to_text(mac);
+    }
+
     void want(const WantedInterface &wanted)
     {
         if (wanted.kind == InterfaceKind::svi)
@@ -187,9 +198,7 @@ private:
     void want(const WantedInterface &wanted, const std::string &port, uint32_t front_port,
               uint32_t vlan)
     {
-        std::vector<Mac> macs;
-        if (!s_.wanted_router_mac.empty())
-            macs.push_back(s_.wanted_router_mac.front().mac);
+        std::vector<Mac> macs{router_mac()};
         const std::vector<Mac> &more = found_in(virtual_macs_, wanted.name);
         macs.insert(macs.end(), more.begin(), more.end());
         for (const Family family : families) {
@@ -213,7 +222,8 @@ private:
         service.interface = wanted.name;
         service.port = port;
         service.family = to_text(frame.family);
-        service.to = to_text(frame.to);
+        service.to = words(frame.to);
+        service.to_router_mac = frame.to == router_mac();
         service.vrf = wanted.vrf.empty() ? "default" : wanted.vrf;
         service.mtu = wanted.mtu;
         if (judged.fate.routed)
@@ -255,7 +265,8 @@ private:
         const HostRow *owner = index_.owner_of_intf(fate.intf_id);
         if (owner == nullptr || owner->name != wanted.name || owner->kept_intf == fate.intf_id)
             wrong(Stage::sdk_interface,
-                  fmt::format("routed by SDK interface {}", forwarding_.intf_words(fate.intf_id)));
+                  fmt::format("routed by SDK interface {}{}", forwarding_.intf_words(fate.intf_id),
+                              Forwarding::condition(fate)));
         else if (fate.vpn != wanted.vpn)
             wrong(Stage::vpn, fmt::format("routed in {}, not in VRF {}",
                                           forwarding_.vpn_words(fate.vpn), judged.service.vrf));
@@ -330,6 +341,8 @@ private:
             const auto look = [&](const Mac &mac) {
                 look_for_unwanted(intf, {front_port, vlan, family, mac, 0});
             };
+            if (is_zero(router_mac()))
+                look(router_mac());
             for (const RouterMacRow &mac : s_.router_macs)
                 look(mac.mac);
             for (const Mac &mac : found_in(traps_, intf.intf_id))
@@ -353,14 +366,14 @@ private:
         service.interface = owner != nullptr ? owner->name : subject(intf);
         service.port = port != nullptr ? port->name : "";
         service.family =
-            fmt::format("{}{}", to_text(frame.family), is_multicast(frame.to) ? " multicast" : "");
-        service.to = is_multicast(frame.to) ? "groups" : to_text(frame.to);
+            fmt::format("{}{}", to_text(frame.family), judged.fate.to_group ? " multicast" : "");
+        service.to = judged.fate.to_group ? "groups" : words(frame.to);
         service.wanted = false;
         service.vrf = forwarding_.vrf_of(judged.fate.vpn);
         if (service.vrf.empty())
             service.vrf = fmt::format("VPN {}", judged.fate.vpn);
         service.mtu = judged.fate.mtu;
-        const Stage stage = why_unwanted(owner, frame);
+        const Stage stage = why_unwanted(owner, judged);
         std::string reason = fmt::format("not wanted, but {}", forwarding_.words(judged.fate));
         if (owner != nullptr && owner->kept_intf == intf.intf_id)
             fail(judged, ServiceState::kept, stage, std::move(reason));
@@ -375,18 +388,18 @@ private:
     }
 
     /* The stage at which a frame that nobody wants should have ended. */
-    Stage why_unwanted(const HostRow *owner, const Frame &frame) const
+    Stage why_unwanted(const HostRow *owner, const Judged &judged) const
     {
+        const Frame &frame = judged.frame;
         const WantedInterface *wanted = owner != nullptr ? index_.wanted(*owner) : nullptr;
         if (wanted == nullptr || !index_.must_exist(*wanted))
             return Stage::sdk_interface;
         const bool is_family = frame.family == Family::ipv4 ? wanted->ipv4 : wanted->ipv6;
-        if (!is_family || is_multicast(frame.to))
+        if (!is_family || judged.fate.to_group)
             return Stage::family;
         const auto &macs = found_in(virtual_macs_, wanted->name);
         const bool is_mac =
-            (!s_.wanted_router_mac.empty() && s_.wanted_router_mac.front().mac == frame.to) ||
-            std::find(macs.begin(), macs.end(), frame.to) != macs.end();
+            frame.to == router_mac() || std::find(macs.begin(), macs.end(), frame.to) != macs.end();
         return is_mac ? Stage::port_channel : Stage::mac;
     }
 
@@ -445,8 +458,7 @@ private:
         return finding.interface == judged.service.interface &&
                std::any_of(rows.begin(), rows.end(), [&](const AttributeReading &row) {
                    return row.number == attribute_of(finding.property) &&
-                          row.is_read(judged.decided, judged.frame.family,
-                                      is_multicast(judged.frame.to));
+                          row.is_read(judged.decided, judged.frame.family, judged.fate.to_group);
                });
     }
 
@@ -513,23 +525,14 @@ std::string summary(const std::vector<Service> &services, const Snapshot &snapsh
     if (of.kept != 0)
         text += fmt::format("; {} more by SDK interfaces that ports keep", of.kept);
 
-    std::vector<std::string> not_counted;
     const auto left_out = std::count_if(snapshot.reader.begin(), snapshot.reader.end(),
                                         [](const Finding &finding) { return finding.leaves_out; });
-    const auto waiting =
-        std::count_if(snapshot.wanted_interfaces.begin(), snapshot.wanted_interfaces.end(),
-                      [](const WantedInterface &wanted) { return wanted.waits; });
     if (left_out != 0)
-        not_counted.push_back("those of " + counted(static_cast<uint64_t>(left_out), "row") +
-                              " left out");
-    if (waiting != 0)
-        not_counted.push_back("those of " + counted(static_cast<uint64_t>(waiting), "interface") +
-                              " without a member");
-    if (snapshot.wanted_router_mac.empty())
-        not_counted.push_back("those to a router MAC, which is not configured");
-    return text + (not_counted.empty()
-                       ? ""
-                       : fmt::format("; not counted: {}", fmt::join(not_counted, ", ")));
+        text += fmt::format("; those of {} left out are not counted",
+                            counted(static_cast<uint64_t>(left_out), "row"));
+    if (of.wanted != 0 && snapshot.wanted_router_mac.empty())
+        text += "; no router MAC is configured, it is taken as given";
+    return text;
 }
 
 Listing show(const std::vector<Service> &services)

@@ -29,13 +29,14 @@ struct Service {
     std::string interface; /* that routes them; of an orphan, which was made for it */
     std::string port;      /* by which they arrive; empty for an SVI: any port of its VLAN */
     std::string family;    /* "IPv4", "IPv6", "IPv4 multicast", "IPv6 multicast" */
-    std::string to;        /* the MAC; of multicast "groups" */
+    std::string to; /* the MAC; "a router MAC" when none is configured; of multicast "groups" */
     bool wanted = true;
     std::string vrf;  /* wanted; of one that is not wanted, what the ASIC has */
     uint32_t mtu = 0; /* likewise, in bytes */
     ServiceState state = ServiceState::given;
     std::string reason; /* unless given: what decides, with its call and request */
     COLUMNS(interface, port, family, to, wanted, vrf, mtu, state, reason)
+    bool to_router_mac = false; /* the configured one, whichever it is */
     bool is_fault() const
     {
         return state == ServiceState::not_given || state == ServiceState::wrong;
@@ -63,8 +64,8 @@ struct ServiceCount {
 };
 ServiceCount count(const std::vector<Service> &services);
 
-/* The services in a sentence, and in the same breath those that are not counted: "28 services
- * wanted: 26 given, 2 not given; not counted: those of 1 row that is left out". */
+/* The services in a sentence, and in the same breath what is not counted or not known: "28 services
+ * wanted: 26 given, 2 not given; those of 1 row left out are not counted". */
 std::string summary(const std::vector<Service> &services, const Snapshot &snapshot);
 
 Listing show(const std::vector<Service> &services);

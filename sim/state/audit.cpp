@@ -693,26 +693,50 @@ std::vector<AuditFinding> audit(const Snapshot &snapshot)
     return Auditor(snapshot).findings();
 }
 
-std::string verdict(const Snapshot &snapshot, const std::vector<AuditFinding> &findings)
+std::string cost_words(const AuditFinding &finding)
 {
-    const auto plural = [](auto count) { return count == 1 ? "" : "s"; };
+    if (!finding.services)
+        return "";
+    if (*finding.services == 0)
+        return "costs no service";
+    return fmt::format("costs {} service{}", *finding.services, *finding.services == 1 ? "" : "s");
+}
+
+std::string to_text(const AuditFinding &finding)
+{
+    const std::string cost = cost_words(finding);
+    return fmt::format("{}: {}{}{} [{}]", to_text(finding.kind), finding.words,
+                       cost.empty() ? "" : "; ", cost, finding.code);
+}
+
+std::string verdict(const Snapshot &snapshot, const std::vector<AuditFinding> &findings,
+                    const std::string &more)
+{
+    const auto counted = [](auto count, const char *what) {
+        return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+    };
     const auto left_out =
         std::count_if(findings.begin(), findings.end(), [](const AuditFinding &finding) {
             return finding.kind == AuditKind::left_out;
         });
-    const auto others =
-        std::count_if(snapshot.reader.begin(), snapshot.reader.end(), [](const Finding &row) {
-            return !row.leaves_out && row.severity == Finding::Severity::warning;
-        });
     std::string text = "The audit found nothing: records, ASIC, shared database and configuration "
                        "agree";
     if (!findings.empty())
-        text = fmt::format("{} finding{}", findings.size(), plural(findings.size()));
+        text = counted(findings.size(), "finding");
     if (left_out != 0)
         text += fmt::format(", {} of what is configured but left out", left_out);
-    if (others != 0)
-        text += fmt::format("; {} warning{} on the configuration", others, plural(others));
-    return text + (findings.empty() ? "." : "");
+    std::vector<std::string> others;
+    for (const auto &[severity, what] :
+         {std::pair(Finding::Severity::warning, "warning"), {Finding::Severity::note, "note"}}) {
+        const auto count = std::count_if(
+            snapshot.reader.begin(), snapshot.reader.end(),
+            [of = severity](const Finding &row) { return !row.leaves_out && row.severity == of; });
+        if (count != 0)
+            others.push_back(counted(count, what));
+    }
+    if (!others.empty())
+        text += fmt::format("; {} on the configuration", fmt::join(others, " and "));
+    return text + more + (findings.empty() ? "." : "");
 }
 
 } // namespace kvnsim

@@ -99,8 +99,15 @@ struct AuditFinding {
  * is linear in the number of rows. */
 std::vector<AuditFinding> audit(const Snapshot &snapshot);
 
+/* "costs 2 services", "costs no service"; empty when nobody knows. */
+std::string cost_words(const AuditFinding &finding);
+/* "missing: Ethernet4 is wanted ... but has no SDK interface; costs 2 services [KVN-A030]" */
+std::string to_text(const AuditFinding &finding);
+
 /* The result in a sentence, and in the same breath the findings on the configuration that the audit
- * does not repeat: "2 findings, 1 of a row that is left out; 3 warnings on the configuration". */
-std::string verdict(const Snapshot &snapshot, const std::vector<AuditFinding> &findings);
+ * does not repeat, and then more: "2 findings, 1 of what is configured but left out; 3 warnings and
+ * 1 note on the configuration". */
+std::string verdict(const Snapshot &snapshot, const std::vector<AuditFinding> &findings,
+                    const std::string &more = "");
 
 } // namespace kvnsim

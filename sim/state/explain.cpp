@@ -211,8 +211,7 @@ std::string to_text(const Explanation &explanation, const Page &page)
                             row.location.to_text(), row.words());
     for (const AuditFinding &finding : explanation.findings) {
         if (finding.kind != AuditKind::left_out) /* told above */
-            text += fmt::format("audit: {}: {} [{}]\n", to_text(finding.kind), finding.words,
-                                finding.code);
+            text += fmt::format("audit: {}\n", to_text(finding));
     }
     return text;
 }

@@ -25,6 +25,10 @@ inline Cell cell(std::string_view text)
 {
     return text.empty() ? Cell() : Cell(std::string(text));
 }
+inline Cell cell(const char *text) /* which would become a flag */
+{
+    return cell(std::string_view(text));
+}
 inline Cell cell(bool flag)
 {
     return flag;
