@@ -205,7 +205,7 @@ void Workers::end(Child &child)
     Result result;
     if (!take_result(ended_one.received, result.text))
         result.death = ended_one.overdue
-                           ? fmt::format("killed after {} seconds",
+                           ? fmt::format("killed after {} s",
                                          std::chrono::duration<double>(options_.limit).count())
                            : death_of(status);
     done_(ended_one.item, std::move(result));

@@ -43,7 +43,7 @@ public:
     struct Result {
         std::string text;  /* what finish() was given */
         std::string death; /* else how the child ended: "killed by signal 11 (Segmentation fault)",
-                              "ended with status 3", "killed after 60 seconds"; empty */
+                              "ended with status 3", "killed after 60 s"; empty */
     };
     /* Called in the parent within start() and finish_all(), in the order of ending. */
     using Done = std::function<void(uint64_t item, Result result)>;

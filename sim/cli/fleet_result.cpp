@@ -84,6 +84,8 @@ private:
     void apply(const Configuration &configuration)
     {
         Switch one;
+        for (const std::string &limit : options_.limits)
+            set_limit(limit);
         const ConfigurationRun run = carry_out(one, configuration, one.plan(configuration.desired));
         result_.is_applied = true;
         result_.requests = run.requests;

@@ -69,6 +69,7 @@ FleetResult without_result(uint64_t item, const std::string &file, Verdict verdi
 struct FleetOptions {
     const Policy &policy;
     bool only_check = false, keep_going = false;
+    std::vector<std::string> limits = {}; /* capacities, valid for set_limit() */
 };
 
 /* Reads, checks and applies a configuration, on a switch of its own. */

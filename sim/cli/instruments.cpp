@@ -40,9 +40,8 @@ constexpr Option faults_and_limits[] = {
      "make each call that can fail do so with this probability"},
     {"--seed N", Takes::count, Times::optional,
      "for --fail-rate: the same seed gives the same failures (1)"},
-    {"--limit TABLE=N", Takes::limit, Times::any, "capacity of an ASIC table, such as intf=4096"},
-    {"--keep-going", Takes::nothing, Times::optional,
-     "apply the valid rows of a configuration with errors"}};
+    limit_option,
+    keep_going_option};
 
 template <class Options> void append(std::vector<Option> &to, const Options &options)
 {

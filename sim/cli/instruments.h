@@ -19,6 +19,11 @@ namespace kvnsim {
 
 class Console;
 
+constexpr Option limit_option{"--limit TABLE=N", Takes::limit, Times::any,
+                              "capacity of an ASIC table, such as intf=4096"};
+constexpr Option keep_going_option{"--keep-going", Takes::nothing, Times::optional,
+                                   "apply the valid rows of a configuration with errors"};
+
 /* The shared options, placed between the verb's own: --fail, --fail-rate, --seed, --limit,
  * --keep-going; and before them --db, --record, --debug-file, --events, --trace. */
 std::vector<Option> with_faults(std::vector<Option> before, const std::vector<Option> &behind);

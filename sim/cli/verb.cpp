@@ -56,7 +56,8 @@ const std::vector<ExitMeaning> &exit_meanings()
 {
     static const std::vector<ExitMeaning> meanings{
         {exit_well, "success"},
-        {exit_found, "a check, audit, packet, reach, replay, diff or stress found something"},
+        {exit_found,
+         "a check, fleet, audit, packet, reach, replay, diff or stress found something"},
         {exit_usage, "the command line is wrong"},
         {exit_input, "a file cannot be read or written, or its content is wrong"},
         {exit_request, "a request failed, and no later one made up for it"},

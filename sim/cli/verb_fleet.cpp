@@ -14,6 +14,7 @@
 #include "sim/cli/fleet_files.h"
 #include "sim/cli/fleet_formats.h"
 #include "sim/cli/input.h"
+#include "sim/cli/instruments.h"
 #include "sim/cli/interrupt.h"
 #include "sim/cli/policy.h"
 #include "sim/cli/verb.h"
@@ -30,8 +31,6 @@ constexpr Option check_option{"--check", Takes::nothing, Times::optional,
                               "only read and check: apply nothing"};
 constexpr Option format_option{"--format text|json|sarif|junit|github", Takes::choice,
                                Times::optional, "what to print (text)"};
-constexpr Option keep_going_option{"--keep-going", Takes::nothing, Times::optional,
-                                   "apply the valid rows of a configuration with errors"};
 
 std::string line_of(const FleetResult &result)
 {
@@ -67,13 +66,16 @@ public:
     Fleet(const Arguments &arguments, Console &console)
         : arguments_(arguments), console_(console),
           policy_(arguments), options_{policy_, arguments.has(check_option.name()),
-                                       arguments.has(keep_going_option.name())}
+                                       arguments.has(keep_going_option.name()),
+                                       arguments.values(limit_option.name())}
     {}
 
     int run()
     {
         if (options_.only_check && options_.keep_going)
             throw UsageError("--check applies nothing: --keep-going is without it");
+        for (const std::string &limit : options_.limits)
+            refuse<UsageError>(set_limit(limit), "--limit: ");
         const std::string format = format_wanted(arguments_);
         const std::optional<Shard> shard = shard_given(arguments_);
         if (shard && format != "text")
@@ -124,11 +126,13 @@ private:
         };
         add_flag(check_option);
         add_flag(keep_going_option);
-        Words codes = arguments_.values(ignore_option.name());
-        std::sort(codes.begin(), codes.end());
-        codes.erase(std::unique(codes.begin(), codes.end()), codes.end());
-        campaign.options.emplace_back(ignore_option.name(),
-                                      fmt::format("{}", fmt::join(codes, " ")));
+        const auto add_list = [&](const Option &option) {
+            Words values = arguments_.values(option.name());
+            std::sort(values.begin(), values.end());
+            campaign.options.emplace_back(option.name(), fmt::format("{}", fmt::join(values, " ")));
+        };
+        add_list(limit_option);
+        add_list(ignore_option);
         add_flag(strict_option);
         campaign.options.emplace_back(timeout_option.name(),
                                       std::to_string(timeout_given(arguments_).count()));
@@ -212,7 +216,8 @@ private:
 
 int merge_results(const Arguments &arguments, Console &console)
 {
-    refuse_with_merge(arguments, {check_option, keep_going_option, ignore_option, strict_option});
+    refuse_with_merge(
+        arguments, {check_option, keep_going_option, limit_option, ignore_option, strict_option});
     const Results merged =
         merge(arguments.values(files_operand.name()), kind_of_campaign, KVNSIM_VERSION);
     for (const std::string &note : merged.notes)
@@ -231,15 +236,16 @@ int fleet(const Arguments &arguments, Console &console)
 
 } // namespace
 
-const Verb fleet_verb{
-    "fleet",
-    "run or check many configurations, each on a switch of its own",
-    "kvnsim fleet configs/ --jobs 8\n"
-    "kvnsim fleet configs/ --check --format sarif\n"
-    "kvnsim fleet configs/ --shard 2/4 -o results-2.jsonl\n"
-    "kvnsim fleet --merge results-1.jsonl results-2.jsonl results-3.jsonl results-4.jsonl\n",
-    {files_operand, check_option, keep_going_option, format_option, jobs_option, timeout_option,
-     shard_option, results_option, merge_option, ignore_option, strict_option, json_option},
-    fleet};
+const Verb fleet_verb{"fleet",
+                      "run or check many configurations, each on a switch of its own",
+                      "kvnsim fleet examples/leaf.json examples/s*.json\n"
+                      "kvnsim fleet examples/s*.json --check --format sarif\n"
+                      "kvnsim fleet examples/s*.json --shard 1/2 -o results-1.jsonl\n"
+                      "kvnsim fleet examples/s*.json --shard 2/2 -o results-2.jsonl\n"
+                      "kvnsim fleet --merge results-1.jsonl results-2.jsonl\n",
+                      {files_operand, check_option, keep_going_option, limit_option, format_option,
+                       jobs_option, timeout_option, shard_option, results_option, merge_option,
+                       ignore_option, strict_option, json_option},
+                      fleet};
 
 } // namespace kvnsim

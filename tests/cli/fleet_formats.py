@@ -48,8 +48,24 @@ def make_files(folder):
     os.symlink("nowhere", os.path.join(folder, "gone.json"))
     with open(os.path.join(folder, "small.json"), "wb") as file:
         file.write(b'{"PORT": {"Ethernet0": {}}}')
+    with open(os.path.join(folder, "full.json"), "wb") as file:
+        file.write(b'{"PORT": {"Ethernet0": {}, "Ethernet4": {"alias": "a,b"}},\n'
+                   b'"INTERFACE": {"Ethernet0": {}, "Ethernet4": {}}}')
     with open(os.path.join(folder, "noted.json"), "wb") as file:
         file.write(b'{"INTERFACE": {"Ethernet0": {}}}')
+
+
+def points_of(switch):
+    """What formats tell of a switch, as findings."""
+    points = list(switch["findings"])
+    nowhere = {"severity": "error", "line": None, "column": None, "conflicts_with": None}
+    if switch["verdict"] == "unreadable":
+        points = [{**nowhere, "code": "unreadable", "message": "cannot be read: " + switch["problem"]}]
+    points += [{**nowhere, **failure["cause"], "code": "failed-request", "message": failure["message"]}
+               for failure in switch["failures"] if failure["made_up_by"] is None]
+    points += [{**nowhere, **(finding["configured_at"] or {}), "code": finding["code"],
+                "message": finding["words"]} for finding in switch["audit"]]
+    return points
 
 
 def message_of(finding):
@@ -66,10 +82,7 @@ def check_sarif(text, switches, fresh):
     check(len({rule["id"] for rule in rules}) == len(rules), "SARIF: a rule is there twice")
     results = iter(document["results"])
     for switch in switches:
-        findings = switch["findings"]
-        if switch["verdict"] == "unreadable":
-            findings = [{"code": "unreadable", "severity": "error", "line": None, "conflicts_with": None,
-                         "message": "cannot be read: " + switch["problem"]}]
+        findings = points_of(switch)
         for finding in findings:
             result = next(results)
             where = f"SARIF: {switch['file']!r}: {finding['code']}"
@@ -91,7 +104,8 @@ def check_sarif(text, switches, fresh):
 def check_junit(text, switches):
     suite = xml.etree.ElementTree.fromstring(text).find("testsuite")
     cases = suite.findall("testcase")
-    kinds = {"errors": "failure", "findings": "failure", "unreadable": "error", "well": None}
+    kinds = {"errors": "failure", "findings": "failure", "failures": "failure",
+             "unreadable": "error", "well": None}
     check(len(cases) == len(switches), f"JUnit: {len(cases)} cases of {len(switches)}")
     for case, switch in zip(cases, switches):
         where = f"JUnit: {switch['file']!r}"
@@ -103,7 +117,7 @@ def check_junit(text, switches):
         check(found == [kind for kind in [kinds[switch["verdict"]]] if kind], f"{where}: {found}")
         told = (case.find(found[0]) if found else case.find("system-out"))
         told = "" if told is None else told.text
-        for finding in switch["findings"]:
+        for finding in points_of(switch):
             check(f"[{finding['code']}]\n" in told, f"{where}: {finding['code']}")
     for attribute, kind in (("failures", "failure"), ("errors", "error")):
         count = sum(case.find(kind) is not None for case in cases)
@@ -122,10 +136,7 @@ def check_github(text, switches, fresh):
     lines = iter(text.split(b"\n")[:-1])
     commands = {"error": b"error", "warning": b"warning", "note": b"notice"}
     for switch in switches:
-        findings = switch["findings"]
-        if switch["verdict"] == "unreadable":
-            findings = [{"code": "unreadable", "severity": "error", "line": None, "column": None,
-                         "conflicts_with": None, "message": "cannot be read: " + switch["problem"]}]
+        findings = points_of(switch)
         for finding in findings:
             line = next(lines)
             where = f"workflow command: {switch['file']!r}: {finding['code']}"
@@ -145,11 +156,13 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         make_files(folder)
         fresh = {b"./" + name for name in os.listdir(os.fsencode(folder))}
-        for options in ((), ("--check",), ("--keep-going",)):
+        for options in ((), ("--check",), ("--keep-going",), ("--limit", "intf=1")):
             document = json.loads(run(folder, ".", "--json", *options).decode("utf-8"))
             switches = document["switches"]
             check(len(switches) == len(fresh), f"{len(switches)} switches of {len(fresh)} files")
             check(sum(len(one["findings"]) for one in switches) > 3 * len(switches), "few findings")
+            verdicts = {one["verdict"] for one in switches}
+            check(("failures" in verdicts) == ("--limit" in options), f"{options}: {verdicts}")
             check_sarif(run(folder, ".", "--format", "sarif", *options), switches, fresh)
             check_junit(run(folder, ".", "--format", "junit", *options), switches)
             check_github(run(folder, ".", "--format", "github", *options), switches, fresh)

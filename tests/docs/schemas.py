@@ -116,7 +116,7 @@ def main():
         for command in [*documents_of(page), *shown]:
             verb = command.split()[0]
             validate(command, verb + ".json", bench.run(f"kvnsim {command} --json"))
-        for paths in ("examples", "--keep-going examples/broken.json", "--check examples"):
+        for paths in ("examples", "--keep-going --limit intf=9 examples nowhere.json", "--check examples"):
             command = f"fleet {paths} --format sarif"
             validate(command, "fleet-sarif.json", bench.run(f"kvnsim {command}"))
         for command in ("audit none.db", "show nothing leaf.db", "replay none.jsonl"):

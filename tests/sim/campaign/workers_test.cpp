@@ -175,7 +175,7 @@ TEST_F(WorkersTest, AChildThatTakesTooLongIsKilled)
         return "done";
     });
     EXPECT_EQ(results.at(1).text, "done");
-    EXPECT_EQ(results.at(2).death, "killed after 0.5 seconds");
+    EXPECT_EQ(results.at(2).death, "killed after 0.5 s");
     EXPECT_EQ(results.at(3).text, "done");
 }
 
