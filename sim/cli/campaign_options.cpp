@@ -76,17 +76,15 @@ CampaignOutput::CampaignOutput(const Arguments &arguments, const std::vector<std
     check();
 }
 
-void CampaignOutput::close()
+void CampaignOutput::write(std::string_view line)
 {
-    if (file_.empty())
-        return;
-    stream_.close();
+    writer_->write(line);
     check();
 }
 
 void CampaignOutput::check() const
 {
-    if (!stream_)
+    if (!file_.empty() && !stream_)
         throw InputError(fmt::format("cannot write {}: {}", file_, std::strerror(errno)));
 }
 

@@ -43,9 +43,8 @@ public:
     /* Throws UsageError when a file is among the inputs, InputError when it cannot be written. */
     CampaignOutput(const Arguments &arguments, const std::vector<std::string> &inputs,
                    const Campaign &campaign, Console &console);
-    void write(std::string_view line) { writer_->write(line); }
-    /* Throws InputError when not all could be written. */
-    void close();
+    /* A line, at once. Throws InputError. */
+    void write(std::string_view line);
 
 private:
     void check() const;

@@ -93,8 +93,6 @@ public:
             throw UsageError("-o is for the results of --shard");
         work(campaign, output ? &*output : nullptr);
         console_.clear_progress();
-        if (output)
-            output->close();
         FleetResults results;
         for (auto &[item, result] : done_)
             results.all.push_back(std::move(result));
@@ -155,12 +153,13 @@ private:
         options.jobs = jobs_given(arguments_);
         options.limit = timeout_given(arguments_);
         options.stop = is_interrupted;
+        const uint64_t share = share_of(campaign);
         const auto take = [&](const FleetResult &result) {
             const std::string line = line_of(result);
             if (output != nullptr)
                 output->write(line);
             done_[result.item] = result_in(line, result.file);
-            console_.progress("configuration", done_.size(), files_.size());
+            console_.progress("file", done_.size(), share);
         };
         Workers workers(options, [&](uint64_t item, Workers::Result result) {
             if (result.death.empty())
@@ -198,12 +197,18 @@ private:
 
     int interrupted(const Campaign &campaign) const
     {
-        uint64_t share = 0;
-        for (uint64_t item = 1; item <= files_.size(); ++item)
-            share += campaign.shard.has(item);
+        const uint64_t share = share_of(campaign);
         console_.error(fmt::format("kvnsim: interrupted: {} of {} without a result",
                                    share - done_.size(), counted(share, "file")));
         return exit_signal + interrupt_signal();
+    }
+
+    static uint64_t share_of(const Campaign &campaign)
+    {
+        uint64_t items = 0;
+        for (uint64_t item = 1; item <= campaign.items; ++item)
+            items += campaign.shard.has(item);
+        return items;
     }
 
     const Arguments &arguments_;

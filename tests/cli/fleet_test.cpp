@@ -308,6 +308,18 @@ TEST_F(Fleet, AShareEndsWithTheStatusOfItsOwn)
     EXPECT_EQ(found, kvnsim({"fleet", "configs", "--shard", "3/5"}).status);
 }
 
+TEST_F(Fleet, ResultsThatCannotBeWrittenAreAnError)
+{
+    write("a.json", one_port);
+    for (const auto &[file, reason] :
+         std::map<std::string, std::string>{{"/dev/full", "No space left on device"},
+                                            {"nowhere/a.jsonl", "No such file or directory"}}) {
+        const Result result = kvnsim({"fleet", "a.json", "--shard", "1/1", "-o", file});
+        EXPECT_EQ(bad_input, result.status);
+        EXPECT_EQ("kvnsim: cannot write " + file + ": " + reason + "\n", result.err);
+    }
+}
+
 TEST_F(Fleet, MergingNamesWhatADeadMachineLeftOut)
 {
     make_configurations();
