@@ -174,7 +174,8 @@ int print_differences(const Snapshot &before, const Snapshot &after, const Argum
         }
         if (!changes.empty())
             console.print_titled(to_text(show(changes), page_on(console, given)));
-        console.out() << summary(changes) << "\n";
+        if (!changes.empty() || !differences.empty())
+            console.out() << summary(changes) << "\n";
     }
     return differences.empty() && changes.empty() ? exit_well : exit_found;
 }

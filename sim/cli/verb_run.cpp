@@ -128,7 +128,8 @@ private:
                 : capture(switch_, applied_files(), outcomes_.back().configuration->findings,
                           outcomes_.back().applied.interrupted);
         files_written_ = instruments_.close(snapshot);
-        const Judgement judgement = judge(snapshot);
+        const Judgement judgement = quiet_ ? Judgement{audit(snapshot), {}}
+                                           : judge(snapshot); /* nobody asks for services */
         const std::vector<AuditFinding> findings = policy_.judge(judgement.findings);
         if (json_)
             print_json(&snapshot, findings);

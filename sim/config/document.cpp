@@ -4,6 +4,7 @@
 #include "sim/config/document.h"
 
 #include <fmt/format.h>
+#include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
 #include <algorithm>
@@ -49,12 +50,6 @@ private:
     Position at_;
 };
 
-/* The parser copies a StringStream while it reads a token, which hides its position; it does not
- * copy other stream types. */
-struct TextStream : rapidjson::StringStream {
-    explicit TextStream(const char *text) : rapidjson::StringStream(text) {}
-};
-
 bool is_blank(char c)
 {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
@@ -66,7 +61,7 @@ class Builder {
 public:
     using Ch = char;
 
-    Builder(const std::string &text, const TextStream &stream, size_t start)
+    Builder(const std::string &text, const rapidjson::MemoryStream &stream, size_t start)
         : text_(text), stream_(stream), token_end_(start), position_(text, start)
     {}
 
@@ -164,7 +159,7 @@ private:
     }
 
     const std::string &text_;
-    const TextStream &stream_;
+    const rapidjson::MemoryStream &stream_;
     size_t token_end_;
     PositionFinder position_;
     std::vector<DocumentEntry *> open_; /* each is the last entry of the one before */
@@ -416,7 +411,7 @@ Document read_document(const std::string &file, const std::string &text, IsRead 
 {
     const size_t start =
         text.compare(0, byte_order_mark.size(), byte_order_mark) == 0 ? byte_order_mark.size() : 0;
-    TextStream stream(text.c_str());
+    rapidjson::MemoryStream stream(text.data(), text.size());
     while (stream.Tell() < start)
         stream.Take();
     Builder builder(text, stream, start);

@@ -4,7 +4,10 @@
 #include "sim/record/interface_state.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
+#include <optional>
+#include <string_view>
 
 #include <fmt/format.h>
 
@@ -59,11 +62,90 @@ uint32_t number_in(const Value &record, const char *field)
     return value != nullptr ? static_cast<uint32_t>(value->number()) : 0;
 }
 
-HostInterface *interface_in(const Value &record, const char *field)
+/* The interface that a field refers to; empty when there is none such, nullptr for null. */
+std::optional<HostInterface *> interface_in(const Value &record, const char *field)
 {
     const Value *value = record.find(field);
-    return value != nullptr && value->kind() == Value::Kind::integer ? find_interface(*value)
-                                                                     : nullptr;
+    if (value == nullptr || value->kind() == Value::Kind::null)
+        return nullptr;
+    HostInterface *found = value->kind() == Value::Kind::integer ? find_interface(*value) : nullptr;
+    return found != nullptr ? std::optional(found) : std::nullopt;
+}
+
+/* Which numbers and references an interface of a kind has. */
+struct KindRule {
+    uint32_t least, most; /* of its number */
+    bool has_vlan;        /* else 0 */
+    bool has_parent;      /* a port or port-channel, which may be its main_l3lif too */
+    bool joins;           /* its main_l3lif may be a port-channel */
+    uint32_t most_members;
+};
+/* In the order of InterfaceKind. */
+constexpr KindRule kind_rules[] = {{0, max_port, false, false, true, 0},
+                                   {0, max_channel, false, false, false, max_port + 1},
+                                   {1, max_vlan, true, false, false, 0},
+                                   {0, max_sequence, true, true, false, 0}};
+
+/* The host's state of an interface, as a line tells it. */
+struct HostState {
+    InterfaceKind kind = InterfaceKind::port;
+    uint32_t ifindex = 0, vlan = 0, member_count = 0;
+    HostInterface *parent = nullptr, *main = nullptr;
+    /* Of its kind below. */
+    uint32_t number() const { return ifindex & 0x0FFFFFFF; }
+};
+
+bool is_within(const Value &record, const char *field, uint32_t most)
+{
+    const Value *value = record.find(field);
+    return value == nullptr || (value->kind() == Value::Kind::integer && value->number() >= 0 &&
+                                value->number() <= most);
+}
+
+/* The name of what stands for a free number begins so; no recorded one may. */
+constexpr std::string_view placeholder = "(number ";
+
+/* Reads the state; returns the field that no interface of this name can have, or "". Nothing is
+ * changed: what the line would replace is still there. */
+std::string read_state(const std::string &name, const Value &record, HostState &state)
+{
+    if (name.empty() || name.compare(0, placeholder.size(), placeholder) == 0)
+        return "interface";
+    const Value *kind = record.find("kind");
+    const auto named = std::find(std::begin(interface_kind_names), std::end(interface_kind_names),
+                                 kind != nullptr ? kind->string() : "");
+    if (named == std::end(interface_kind_names))
+        return "kind";
+    state.kind = static_cast<InterfaceKind>(named - std::begin(interface_kind_names));
+    const KindRule &rule = kind_rules[static_cast<size_t>(state.kind)];
+    state.ifindex = number_in(record, "ifindex");
+    if (!is_within(record, "ifindex", UINT32_MAX) || state.number() < rule.least ||
+        state.number() > rule.most || ifindex_of(state.kind, state.number()) != state.ifindex)
+        return "ifindex";
+    state.vlan = number_in(record, "vlan");
+    if (!is_within(record, "vlan", rule.has_vlan ? max_vlan : 0) ||
+        (rule.has_vlan && state.vlan == 0) ||
+        (state.kind == InterfaceKind::svi && state.vlan != state.number()))
+        return "vlan";
+    const auto parent = interface_in(record, "parent"), main = interface_in(record, "main_l3lif");
+    const auto carries = [&](const HostInterface &other) {
+        return other.name != name &&
+               (other.kind == InterfaceKind::port || other.kind == InterfaceKind::port_channel);
+    };
+    if (!parent || (*parent != nullptr) != rule.has_parent || (*parent && !carries(**parent)))
+        return "parent";
+    state.parent = *parent;
+    const bool is_own_parent = main && *main != nullptr && *main == state.parent &&
+                               state.parent->kind == InterfaceKind::port;
+    const bool is_joined = main && *main != nullptr && rule.joins && carries(**main) &&
+                           (*main)->kind == InterfaceKind::port_channel;
+    if (!main || (*main != nullptr && !is_own_parent && !is_joined))
+        return "main_l3lif";
+    state.main = *main;
+    state.member_count = number_in(record, "member_count");
+    if (!is_within(record, "member_count", rule.most_members))
+        return "member_count";
+    return "";
 }
 
 /* Removes an interface that the recorded switch no longer had, with all references to it. */
@@ -88,36 +170,32 @@ void evict(HostInterface *gone)
     host().remove(*gone);
 }
 
-/* Adds a sub-interface with exactly this ifindex, which must be free. Lower free numbers are filled
+/* Adds a sub-interface with exactly this number, which must be free. Lower free numbers are filled
  * with placeholders, which are evicted when their number is needed. */
-HostInterface *add_sub_interface(const std::string &name, uint32_t ifindex, HostInterface &parent,
+HostInterface *add_sub_interface(const std::string &name, uint32_t number, HostInterface &parent,
                                  uint32_t vlan)
 {
     HostInterface *made;
     while ((made = host().add_sub_interface(name, parent, vlan)) != nullptr &&
-           made->ifindex != ifindex) {
-        const std::string free_number = fmt::format("(number {})", made->number);
+           made->number != number) {
+        const std::string free_number = fmt::format("{}{})", placeholder, made->number);
         host().remove(*made);
         host().add_sub_interface(free_number, parent, vlan);
     }
     return made;
 }
 
-HostInterface *add(const std::string &name, InterfaceKind kind, uint32_t ifindex,
-                   HostInterface *parent, uint32_t vlan)
+HostInterface *add(const std::string &name, const HostState &state)
 {
-    const uint32_t number = ifindex & 0x0FFFFFFF;
-    switch (kind) {
+    switch (state.kind) {
     case InterfaceKind::port:
-        return host().add_port(name, number);
+        return host().add_port(name, state.number());
     case InterfaceKind::port_channel:
-        return host().add_port_channel(name, number);
+        return host().add_port_channel(name, state.number());
     case InterfaceKind::svi:
-        return host().add_svi(name, number);
+        return host().add_svi(name, state.number());
     case InterfaceKind::sub_interface:
-        return parent != nullptr && number <= max_sequence
-                   ? add_sub_interface(name, ifindex, *parent, vlan)
-                   : nullptr;
+        return add_sub_interface(name, state.number(), *state.parent, state.vlan);
     }
     return nullptr;
 }
@@ -187,35 +265,29 @@ Value library_state(const HostInterface &interface)
 
 std::string restore_interface(const std::string &name, const Value &of_host, const Value &library)
 {
-    const uint32_t ifindex = number_in(of_host, "ifindex");
-    const uint32_t vlan = number_in(of_host, "vlan");
-    HostInterface *const parent = interface_in(of_host, "parent");
-    HostInterface *interface = host().find(ifindex);
-    if (interface == nullptr || interface->name != name || interface->parent != parent ||
-        interface->vlan != vlan) {
-        const Value *kind_text = of_host.find("kind");
-        const auto named =
-            std::find(std::begin(interface_kind_names), std::end(interface_kind_names),
-                      kind_text != nullptr ? kind_text->string() : "");
-        if (named == std::end(interface_kind_names))
-            return "\"kind\": expected port, port-channel, sub-interface or SVI";
+    HostState state;
+    if (const std::string wrong = read_state(name, of_host, state); !wrong.empty())
+        return fmt::format("damaged line: {}: no interface has this \"{}\"", name, wrong);
+    HostInterface *interface = host().find(state.ifindex);
+    if (interface == nullptr || interface->name != name || interface->parent != state.parent ||
+        interface->vlan != state.vlan) {
+        /* Neither the parent nor the port-channel goes with them: both have other names. */
         evict(interface);
         evict(host().find(name));
-        const auto kind = static_cast<InterfaceKind>(named - std::begin(interface_kind_names));
-        interface = add(name, kind, ifindex, parent, vlan);
-        if (interface == nullptr || interface->ifindex != ifindex)
-            return fmt::format("{} cannot be a {} of ifindex {:#x}", name, *named, ifindex);
+        interface = add(name, state);
+        if (interface == nullptr)
+            return fmt::format("damaged line: {} cannot be added", name);
     }
 
     restore_context(*interface, library.find("l3_pd"));
     interface->pd_state = number_in(library, "pd_state");
     /* Set directly: the host's own tasks would count and check. */
     interface->registered = number_in(of_host, "registered") != 0;
-    HostInterface *const main = interface_in(of_host, "main_l3lif");
-    interface->main_l3lif = main;
-    interface->channel =
-        main != nullptr && main->kind == InterfaceKind::port_channel ? main : nullptr;
-    interface->membership.member_count = number_in(of_host, "member_count");
+    interface->main_l3lif = state.main;
+    interface->channel = state.main != nullptr && state.main->kind == InterfaceKind::port_channel
+                             ? state.main
+                             : nullptr;
+    interface->membership.member_count = state.member_count;
     if (const Value *ip = of_host.find("ip_cfg")) {
         interface->ip.ipv4_ucst_en = number_in(*ip, "ipv4_ucst_en");
         interface->ip.ipv4_mcst_en = number_in(*ip, "ipv4_mcst_en");

@@ -101,7 +101,8 @@ def says_at_the_top_how_the_switch_is(browser, pages):
     equal(browser.run("return document.title"), "leaf-1 – kvnsim report")
     equal(browser.text("#hostname"), "leaf-1")
     has(browser.text("#overview"), "All agree", "21", "of 21 L3 interfaces configured", "32\nPorts")
-    has(browser.text("#findings"), "The audit found nothing")
+    has(browser.text("#overview"), "38\nServices given", "of 38 kinds of frames")
+    has(browser.text("#findings"), "The audit found nothing", "38 services wanted, all given.")
 
 
 def draws_each_port_as_what_it_is(browser, pages):
@@ -148,7 +149,9 @@ def a_failed_interface_is_explained(browser, pages):
     browser.click(port("Ethernet12"))
     shows(browser, "Ethernet12")
     has(browser.text("#selected"), "not programmed", "needs attention", "missing:",
-        "libsdk_intf_create: SDK_E_FULL", "≠ differs")
+        "libsdk_intf_create: SDK_E_FULL", "≠ differs", "costs 1 service", "0 of 1 service given",
+        "front port 13 has no SDK interface")
+    has(browser.text("#port-hint"), "0 of 1 service given")
 
 
 def keys_walk_over_the_ports(browser, pages):

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <rapidjson/document.h>
 
+#include "sim/service/services.h"
 #include "sim/state/explain.h"
 #include "tests/sim/state/snapshot_fixture.h"
 
@@ -139,7 +140,24 @@ TEST_F(Report, TellsEachFindingWithTheRequestsBehindIt)
         shown.insert(row[0].GetUint64());
     EXPECT_FALSE(behind.empty());
     EXPECT_EQ(shown, behind);
+    for (const auto &row : table(data, "requests")["rows"].GetArray())
+        EXPECT_THAT(row[1].GetString(), HasSubstr("l3lifpd_kvn_"));
     EXPECT_EQ(table(data, "failures")["rows"].Size(), snapshot.failures.size());
+}
+
+TEST_F(Report, HasTheServicesAndWhatEachFindingCosts)
+{
+    fail("libsdk_intf_create:1=SDK_E_FULL"); /* Ethernet0's, with a sub-interface */
+    sw.apply(wanted(small_network));
+    const Snapshot snapshot = capture(sw);
+    const Judgement judgement = judge(snapshot);
+    const rapidjson::Document data = data_of(snapshot);
+    EXPECT_EQ(table(data, "services")["rows"].Size(), judgement.services.size());
+    EXPECT_EQ(data["services"].GetString(), summary(judgement.services, snapshot));
+    ASSERT_EQ(data["costs"].Size(), judgement.findings.size());
+    for (rapidjson::SizeType i = 0; i < data["costs"].Size(); ++i)
+        EXPECT_EQ(data["costs"][i].GetString(), cost_words(judgement.findings[i]));
+    EXPECT_EQ(data["costs"][0].GetString(), std::string("costs 2 services"));
 }
 
 /* 255 ports with nine sub-interfaces each; the last one's is refused. */

@@ -304,19 +304,19 @@ TEST_F(Requests, SettingsReachTheAsic)
               HasSubstr("l3lif=Vlan10 prop_type=12 value=68) = 0"),
               HasSubstr("  Ethernet0 SdkIntfAttrMtuIdx  value  9100  9216\n"),
               HasSubstr("  Vlan10 SdkIntfAttrMtuIdx     value  9100  68\n"),
-              EndsWith("\n2 differences\n")));
+              EndsWith("\n2 differences\nno service changes\n")));
     EXPECT_EQ(found, result.status) << result.err;
 }
 
 TEST_F(Requests, HostFlushesAfterTheLoopback)
 {
     EXPECT_THAT(on_switch({"mark", "loopback Ethernet0 on", "diff"}),
-                EndsWith("\n8 differences\n"));
+                EndsWith("\n8 differences\nno service changes\n"));
     const std::string off =
         on_switch({"loopback Ethernet0 on", "mark", "call loopback_enable Ethernet0 off", "diff",
                    "flush", "diff"});
     EXPECT_THAT(off, AllOf(HasSubstr("(ifindex=Ethernet0 enable=0) = 0\n" + no_difference),
-                           EndsWith("\n9 differences\n")))
+                           EndsWith("\n9 differences\nno service changes\n")))
         << "without the host, the writes wait for the flush";
 }
 

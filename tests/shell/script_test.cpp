@@ -262,7 +262,13 @@ TEST_F(Script, DiffTellsWhatChangedSinceTheMarkOrSinceADatabase)
         "Differences\n"
         "  Table           Object                       What   A     B\n"
         "  asic_attribute  Ethernet0 SdkIntfAttrMtuIdx  value  9100  68\n"
-        "1 difference\n";
+        "1 difference\n"
+        "Service changes\n"
+        "  Interface  Arrives by  Family  To            Change   Because\n"
+        "  Ethernet0  Ethernet0   IPv4    a router MAC  removed  the MTU is 68, not 9100 "
+        "(libsdk_intf_attr_set in request 3 l3lifpd_kvn_set_l3_property(l3lif=Ethernet0 "
+        "prop_type=12 value=68))\n"
+        "1 service removed\n";
     EXPECT_THAT(
         result.out,
         AllOf(HasSubstr("\nNo difference in ASIC and shared state.\nl3lifpd_kvn_set_l3_"),

@@ -55,6 +55,21 @@ TEST(Robustness, AFileCutShortIsAnErrorAtItsEnd)
     });
 }
 
+/* The parser must not step over the end for the rest of the character. */
+TEST(Robustness, AFileThatEndsWithinACharacterIsAnErrorThere)
+{
+    for (const char *begun : {"\xc3", "\xe2", "\xe2\x82", "\xf0", "\xf0\x9f", "\xf0\x9f\x98"}) {
+        for (size_t before = 0; before < 40; ++before) {
+            const std::string text = "\"" + std::string(before, 'a') + begun;
+            const Configuration configuration = read(std::string(text.begin(), text.end()));
+            ASSERT_EQ(configuration.findings.size(), 1u);
+            EXPECT_TRUE(configuration.has_errors());
+            EXPECT_FALSE(configuration.is_understood);
+            EXPECT_EQ(configuration.findings[0].location.line, 1u);
+        }
+    }
+}
+
 TEST(Robustness, ChangedBytesLeaveWhatIsDesiredSound)
 {
     const std::string whole = leaf();

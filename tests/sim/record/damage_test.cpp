@@ -2,6 +2,8 @@
 
 #include <set>
 
+#include <gmock/gmock.h>
+
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
@@ -123,12 +125,128 @@ TEST_F(Damaged, RequestThatTheLibraryWouldNotSurviveIsNotMade)
         << told(result);
 }
 
-TEST_F(Damaged, SubInterfaceOfAnUnknownParentIsTold)
+/* Lines with the state of an interface. */
+class DamagedState : public Damaged {
+protected:
+    static std::string line(const char *name, const char *kind, uint32_t ifindex,
+                            const std::string &more = "")
+    {
+        return "{\"interface\":\"" + std::string(name) +
+               "\",\"host\":{\"ifindex\":" + std::to_string(ifindex) + ",\"kind\":\"" + kind +
+               "\"" + more + "},\"library\":{}}\n";
+    }
+    static std::string on(uint32_t parent, uint32_t vlan = 5)
+    {
+        return ",\"parent\":" + std::to_string(parent) + ",\"vlan\":" + std::to_string(vlan);
+    }
+    static std::string main(uint32_t ifindex)
+    {
+        return ",\"main_l3lif\":" + std::to_string(ifindex);
+    }
+    static std::string svi(uint32_t vlan, const std::string &more = "")
+    {
+        return line("Vlan", "SVI", 0x30000000 | vlan, ",\"vlan\":" + std::to_string(vlan) + more);
+    }
+    /* The last of these lines, which no switch can have. */
+    static void expect_refused(const std::vector<std::string> &states, const std::string &field)
+    {
+        std::string text = "{\"kvnsim_recording\":1,\"word_size\":64}\n";
+        for (const std::string &state : states)
+            text += state;
+        /* A request about it, to follow what was built. */
+        text += "{\"request\":1,\"entry\":\"l3lifpd_kvn_add_l3port\",\"arguments\":{\"l3lif\":"
+                "268435456,\"create\":1}}\n{\"result\":0,\"failed_calls\":0}\n"
+                "{\"end\":1,\"requests\":1}\n";
+        const Replay result = replayed(text);
+        EXPECT_THAT(result.problem,
+                    testing::MatchesRegex("try.jsonl:" + std::to_string(1 + states.size()) +
+                                          ":1: damaged line: .*: no interface has this \"" + field +
+                                          "\""))
+            << states.back();
+    }
+
+    const std::string ethernet0 = line("Ethernet0", "port", 0x10000000);
+    const std::string channel1 = line("PortChannel1", "port-channel", 0x20000001);
+};
+
+TEST_F(DamagedState, TakesTheNumbersOfItsKind)
 {
-    expect_problem("{\"kvnsim_recording\":1,\"word_size\":64}\n"
-                   "{\"interface\":\"E.1\",\"host\":{\"ifindex\":1073741824,\"kind\":"
-                   "\"sub-interface\",\"parent\":268435456,\"vlan\":1},\"library\":{}}\n",
-                   "try.jsonl:2:1: E.1 cannot be a sub-interface of ifindex 0x40000000");
+    expect_refused({line("E", "tunnel", 0x10000000)}, "kind");
+    for (const uint32_t ifindex : {0u, 255u, 0x100000FFu, 0x20000000u, 0xFFFFFFFFu})
+        expect_refused({line("E", "port", ifindex)}, "ifindex");
+    expect_refused({line("P", "port-channel", 0x20000000 + 10000)}, "ifindex");
+    expect_refused({svi(0)}, "ifindex");
+    expect_refused({svi(4095)}, "ifindex");
+    expect_refused({line("Vlan", "SVI", 0x30000007, ",\"vlan\":8")}, "vlan");
+    expect_refused({line("E", "port", 0x10000000, ",\"vlan\":8")}, "vlan");
+    expect_refused({line("", "port", 0x10000000)}, "interface");
+    expect_refused({line("E", "port", 0x10000000, ",\"member_count\":1")}, "member_count");
+    expect_refused({line("P", "port-channel", 0x20000001, ",\"member_count\":-1")}, "member_count");
+}
+
+TEST_F(DamagedState, OfASubInterfaceIsOneOfItsOwn)
+{
+    expect_refused({ethernet0, line("E.5", "sub-interface", 0, on(0x10000000))}, "ifindex");
+    expect_refused({ethernet0, line("E.5", "sub-interface", 0x40010000, on(0x10000000))},
+                   "ifindex");
+    expect_refused({ethernet0, line("E.5", "sub-interface", 0x40000000, on(0x10000000, 0))},
+                   "vlan");
+    expect_refused({ethernet0, line("E.5", "sub-interface", 0x40000000, on(0x10000000, 4095))},
+                   "vlan");
+    expect_refused({ethernet0, line("(number 0)", "sub-interface", 0x40000000, on(0x10000000))},
+                   "interface");
+}
+
+TEST_F(DamagedState, HasAParentThatIsThereAndCarriesIt)
+{
+    expect_refused({line("E.5", "sub-interface", 0x40000000, on(0x10000000))}, "parent");
+    expect_refused({line("E.5", "sub-interface", 0x40000000)}, "vlan");
+    expect_refused({svi(7), line("E.5", "sub-interface", 0x40000000, on(0x30000007))}, "parent");
+    expect_refused({ethernet0, line("P", "port-channel", 0x20000001, ",\"parent\":268435456")},
+                   "parent");
+    /* It would take its own parent's place. */
+    expect_refused({ethernet0, line("Ethernet0", "sub-interface", 0x40000000, on(0x10000000))},
+                   "parent");
+    const std::string sub = line("E.5", "sub-interface", 0x40000000, on(0x10000000));
+    expect_refused({ethernet0, sub, line("E.6", "sub-interface", 0x40000001, on(0x40000000))},
+                   "parent");
+}
+
+TEST_F(DamagedState, RefersToNoInterfaceInACircle)
+{
+    expect_refused({svi(7), svi(8, main(0x30000007))}, "main_l3lif");
+    expect_refused({svi(7), svi(7, main(0x30000007))}, "main_l3lif");
+    expect_refused({ethernet0, line("Ethernet0", "port", 0x10000000, main(0x10000000))},
+                   "main_l3lif");
+    expect_refused({channel1, line("PortChannel1", "port-channel", 0x20000001, main(0x20000001))},
+                   "main_l3lif");
+    expect_refused({channel1, line("PortChannel1", "port", 0x10000000, main(0x20000001))},
+                   "main_l3lif");
+    expect_refused({ethernet0, channel1,
+                    line("E.5", "sub-interface", 0x40000000, on(0x10000000) + main(0x20000001))},
+                   "main_l3lif");
+    expect_refused({ethernet0, line("Ethernet0", "port", 0x10000000, main(0x20000001))},
+                   "main_l3lif");
+}
+
+/* A parent that is stated anew takes its sub-interfaces and members with it. */
+TEST_F(DamagedState, ThatReplacesOthersLeavesNoneThatReferToThem)
+{
+    const std::string header = "{\"kvnsim_recording\":1,\"word_size\":64}\n";
+    const std::string sub =
+        line("E.5", "sub-interface", 0x40000007, on(0x10000000) + main(0x10000000));
+    const std::string member = line("Ethernet4", "port", 0x10000004, main(0x20000001));
+    const std::string request = "{\"request\":1,\"entry\":\"l3lifpd_kvn_del_subint\","
+                                "\"arguments\":{\"l3lif\":1073741831}}\n"
+                                "{\"result\":0,\"failed_calls\":0}\n";
+    for (const std::string &anew :
+         {line("Other", "port", 0x10000000), line("Ethernet0", "port", 0x10000001),
+          line("E.5", "port-channel", 0x20000002)}) {
+        const Replay result = replayed(header + ethernet0 + channel1 + member + sub + anew +
+                                       "{\"gone\":536870913}\n" + request);
+        EXPECT_EQ(result.problem, "try.jsonl:8:1: damaged line: l3lif: expected an interface, not "
+                                  "0x40000007");
+    }
 }
 
 /* ---- Each change of a line shows ---- */
