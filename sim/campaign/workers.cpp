@@ -198,8 +198,9 @@ void Workers::read_from(Child &child)
 
 void Workers::end(Child &child)
 {
-    const Child ended_one = std::move(child);
-    children_.erase(children_.begin() + (&child - children_.data()));
+    const auto at = children_.begin() + (&child - children_.data());
+    const Child ended_one = std::move(*at);
+    children_.erase(at);
     ::close(ended_one.pipe);
     const int status = ended(ended_one.process);
     Result result;

@@ -1,8 +1,4 @@
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
+#include <map>
 #include <optional>
 
 #include <fmt/format.h>
@@ -55,10 +51,9 @@ std::string format_wanted(const Arguments &arguments)
     return "json";
 }
 
-int print(const FleetResults &results, const Arguments &arguments, Console &console)
+void print(const FleetResults &results, const Arguments &arguments, Console &console)
 {
     console.out() << fleet_format(format_wanted(arguments)).text(results);
-    return results.status();
 }
 
 class Fleet {
@@ -82,6 +77,13 @@ public:
             throw UsageError(fmt::format("--shard writes results to merge: give --merge the "
                                          "format {}",
                                          format));
+        if (!shard && arguments_.has(results_option.name()))
+            throw UsageError("-o is for the results of --shard");
+        Workers::Options options;
+        options.jobs = jobs_given(arguments_);
+        options.limit = timeout_given(arguments_);
+        options.stop = is_interrupted;
+
         files_ = fleet_files(arguments_.values(files_operand.name()));
         const Campaign campaign = identity(shard.value_or(Shard()));
         if (is_interrupted())
@@ -89,18 +91,15 @@ public:
         std::optional<CampaignOutput> output;
         if (shard)
             output.emplace(arguments_, input_names(), campaign, console_);
-        else if (arguments_.has(results_option.name()))
-            throw UsageError("-o is for the results of --shard");
-        work(campaign, output ? &*output : nullptr);
+        work(campaign, options, output ? &*output : nullptr);
         console_.clear_progress();
         FleetResults results;
         for (auto &[item, result] : done_)
             results.all.push_back(std::move(result));
         results.interrupted = is_interrupted();
-        int status = results.status();
         if (!shard)
-            status = print(results, arguments_, console_);
-        return results.interrupted ? interrupted(campaign) : status;
+            print(results, arguments_, console_);
+        return results.interrupted ? interrupted(campaign) : results.status();
     }
 
 private:
@@ -125,9 +124,8 @@ private:
         add_flag(check_option);
         add_flag(keep_going_option);
         const auto add_list = [&](const Option &option) {
-            Words values = arguments_.values(option.name());
-            std::sort(values.begin(), values.end());
-            campaign.options.emplace_back(option.name(), fmt::format("{}", fmt::join(values, " ")));
+            campaign.options.emplace_back(
+                option.name(), fmt::format("{}", fmt::join(arguments_.values(option.name()), " ")));
         };
         add_list(limit_option);
         add_list(ignore_option);
@@ -147,12 +145,8 @@ private:
         return campaign;
     }
 
-    void work(const Campaign &campaign, CampaignOutput *output)
+    void work(const Campaign &campaign, const Workers::Options &options, CampaignOutput *output)
     {
-        Workers::Options options;
-        options.jobs = jobs_given(arguments_);
-        options.limit = timeout_given(arguments_);
-        options.stop = is_interrupted;
         const uint64_t share = share_of(campaign);
         const auto take = [&](const FleetResult &result) {
             const std::string line = line_of(result);
@@ -161,7 +155,7 @@ private:
             done_[result.item] = result_in(line, result.file);
             console_.progress("file", done_.size(), share);
         };
-        Workers workers(options, [&](uint64_t item, Workers::Result result) {
+        Workers workers(options, [&](uint64_t item, const Workers::Result &result) {
             if (result.death.empty())
                 take(result_in(result.text, file(item).name));
             else
@@ -176,19 +170,19 @@ private:
                 take(
                     without_result(item, file(item).name, Verdict::unreadable, file(item).problem));
             else if (workers.start(item))
-                workers.finish(line_of(work_on(item, campaign.files[item - 1].sha256)));
+                workers.finish(line_of(work_on(item, campaign)));
         }
         workers.finish_all();
     }
 
     /* In a process of its own. */
-    FleetResult work_on(uint64_t item, const std::string &sha256) const
+    FleetResult work_on(uint64_t item, const Campaign &campaign) const
     {
         const std::string &name = file(item).name;
         std::string text;
         if (const std::string problem = read_file(name, text); !problem.empty())
             return without_result(item, name, Verdict::unreadable, problem);
-        if (sha256_of(text) != sha256)
+        if (sha256_of(text) != campaign.files[static_cast<size_t>(item - 1)].sha256)
             return without_result(item, name, Verdict::unreadable, "it was changed meanwhile");
         return examine(item, name, text, options_);
     }
@@ -230,7 +224,8 @@ int merge_results(const Arguments &arguments, Console &console)
     FleetResults results;
     for (const auto &[item, line] : merged.lines)
         results.all.push_back(result_in(line, merged.places.at(item)));
-    return print(results, arguments, console);
+    print(results, arguments, console);
+    return results.status();
 }
 
 int fleet(const Arguments &arguments, Console &console)
