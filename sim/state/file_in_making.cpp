@@ -33,7 +33,9 @@ FileInMaking::FileInMaking(const std::string &path) : name_(path), final_(path)
     path_ = name;
     const mode_t mask = ::umask(0);
     ::umask(mask);
-    ::fchmod(file, 0666 & ~mask);
+    struct stat replaced;
+    ::fchmod(file,
+             ::stat(final_.c_str(), &replaced) == 0 ? replaced.st_mode & 07777 : 0666 & ~mask);
     ::close(file);
 }
 

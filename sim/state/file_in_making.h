@@ -13,7 +13,7 @@ public:
 
 /* A file that appears complete or not at all: it is written beside the final one, and deleted
  * unless it was renamed to its final name. A symbolic link is kept; the file it points to is
- * replaced. */
+ * replaced. What replaces a file has its permissions. */
 class FileInMaking {
 public:
     /* Creates it, empty. Throws FileError, as does put_in_place(). */

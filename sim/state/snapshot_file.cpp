@@ -76,7 +76,9 @@ public:
     Database(const std::string &path, int flags, const std::string &name)
         : name_(name), trouble_(flags & SQLITE_OPEN_READONLY ? "damaged: " : "cannot be written: ")
     {
-        const int status = sqlite3_open_v2(path.c_str(), &db_, flags, nullptr);
+        /* Otherwise "file:" and ":memory:" would be more than names. */
+        const std::string plain = path[0] == '/' ? path : "./" + path;
+        const int status = sqlite3_open_v2(plain.c_str(), &db_, flags, nullptr);
         if (status != SQLITE_OK) {
             const std::string reason = db_ != nullptr ? sqlite3_errmsg(db_) : "no memory";
             sqlite3_close(db_);

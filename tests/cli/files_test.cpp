@@ -35,6 +35,27 @@ TEST_F(Files, ASecondRunReplacesTheDatabase)
     EXPECT_THAT(files(), UnorderedElementsAre("one.json", "other.json", "x.db", "y.db"));
 }
 
+TEST_F(Files, ADatabaseMayHaveAnyName)
+{
+    for (const char *name :
+         {"file:x.db", ":memory:", "file:x.db?mode=memory", "x y%20#.db", "-x.db"}) {
+        const std::string option = std::string("--db=") + name;
+        ASSERT_EQ(well, kvnsim({"run", "one.json", "--quiet", option}).status) << name;
+        EXPECT_THAT(files(), testing::Contains(name));
+        EXPECT_EQ(well, kvnsim({"audit", option}).status) << name;
+    }
+}
+
+TEST_F(Files, WhatReplacesAFileHasItsPermissions)
+{
+    ASSERT_EQ(well, kvnsim({"run", "one.json", "--quiet", "--db", "x.db"}).status);
+    ASSERT_EQ(0, chmod(path("x.db").c_str(), 0600));
+    ASSERT_EQ(well, kvnsim({"run", "other.json", "--quiet", "--db", "x.db"}).status);
+    struct stat info;
+    ASSERT_EQ(0, stat(path("x.db").c_str(), &info));
+    EXPECT_EQ(0600u, info.st_mode & 07777);
+}
+
 TEST_F(Files, AFileThatIsNoDatabaseOfKvnsimIsRefusedUntouched)
 {
     expect_untouched(write("notes.txt", "remember the milk\n"), "remember the milk\n");
