@@ -74,7 +74,8 @@ TEST_F(WorkersTest, EveryItemHasItsResult)
 TEST_F(WorkersTest, ResultsOfAnySizeArriveWhole)
 {
     const auto text = [](uint64_t item) {
-        return std::string(item == 1 ? 0 : item * 1000003, static_cast<char>('a' + item)) + '\0';
+        const size_t size = item == 1 ? 0 : static_cast<size_t>(item) * 1000003;
+        return std::string(size, static_cast<char>('a' + item)) + '\0';
     };
     campaign(5, jobs(3), text);
     ASSERT_EQ(results.size(), 5u);
