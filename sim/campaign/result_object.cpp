@@ -79,6 +79,15 @@ uint64_t ResultObject::number(const char *name, uint64_t most) const
     return value.GetUint64();
 }
 
+std::optional<int64_t> ResultObject::integer_or_null(const char *name) const
+{
+    if (is_null(name))
+        return std::nullopt;
+    if (!field(name).IsInt64())
+        expected(name, "a number");
+    return field(name).GetInt64();
+}
+
 bool ResultObject::flag(const char *name) const
 {
     if (!field(name).IsBool())

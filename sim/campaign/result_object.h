@@ -34,6 +34,7 @@ public:
     std::string text(const char *name) const;
     std::string text_or_null(const char *name) const; /* "" for null */
     uint64_t number(const char *name, uint64_t most = INT64_MAX) const;
+    std::optional<int64_t> integer_or_null(const char *name) const;
     bool flag(const char *name) const;
     std::vector<uint64_t> numbers(const char *name) const;
     ResultObject object(const char *name) const;
