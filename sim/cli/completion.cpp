@@ -16,20 +16,35 @@
 namespace kvnsim {
 namespace {
 
-/* The calls that can fail; after an =, the statuses. */
-Words faults(const std::string &begun)
+Words calls_that_can_fail()
 {
     Words words;
-    if (const size_t equals = begun.find('='); equals != begun.npos) {
-        for (const StatusNames::Row &row : sdk_statuses().rows) {
-            if (row.status != SDK_E_NONE)
-                words.push_back(begun.substr(0, equals + 1) + row.name);
-        }
-    }
     for (const ImportedCall *call : ImportedCall::all()) {
         if (call->can_fail())
             words.emplace_back(call->name());
     }
+    return words;
+}
+
+Words failing_statuses()
+{
+    Words words;
+    for (const StatusNames::Row &row : sdk_statuses().rows) {
+        if (row.status != SDK_E_NONE)
+            words.emplace_back(row.name);
+    }
+    return words;
+}
+
+/* The calls; after an =, the statuses. */
+Words faults(const std::string &begun)
+{
+    const size_t equals = begun.find('=');
+    if (equals == begun.npos)
+        return calls_that_can_fail();
+    Words words = failing_statuses();
+    for (std::string &word : words)
+        word.insert(0, begun, 0, equals + 1);
     return words;
 }
 
@@ -43,6 +58,10 @@ Words values_of(const Option &option, const Reading &line, const std::string &be
         return names_of(properties());
     case Takes::attribute:
         return names_of(attributes());
+    case Takes::call:
+        return calls_that_can_fail();
+    case Takes::status:
+        return failing_statuses();
     case Takes::fault:
         return faults(begun);
     case Takes::limit: {

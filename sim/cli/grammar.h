@@ -36,6 +36,8 @@ enum class Takes : uint8_t {
     attribute,       /* an attribute of SDK interfaces */
     entry,           /* an entry point of the library */
     argument,        /* of the entry point before it; may be empty */
+    call,            /* a call that can fail */
+    status,          /* to fail with */
     fault,           /* a call, perhaps with an occurrence and a status */
     limit,           /* a table of the ASIC and its capacity */
     table,           /* what show shows */

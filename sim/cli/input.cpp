@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -79,6 +80,12 @@ Configuration read_one(const std::string &path)
 
 } // namespace
 
+bool same_file(const std::string &a, const std::string &b)
+{
+    std::error_code none;
+    return a == b || std::filesystem::equivalent(a, b, none);
+}
+
 DatabaseUrl database_named(const std::string &url)
 {
     try {
@@ -142,10 +149,10 @@ void write(Json &json, const SourceLocation &location)
     json.text_or_null("table", location.table).text_or_null("key", location.key);
 }
 
-void write(Json &json, const Configuration &configuration)
+void write_findings(Json &json, const std::vector<Finding> &findings)
 {
-    json.field("file", configuration.file).key("findings").begin_array();
-    for (const Finding &finding : configuration.findings) {
+    json.key("findings").begin_array();
+    for (const Finding &finding : findings) {
         json.begin_object().field("severity", to_text(finding.severity));
         write(json, finding.location);
         json.field("code", finding.code)
@@ -161,7 +168,13 @@ void write(Json &json, const Configuration &configuration)
         }
         json.end_object();
     }
-    json.end_array().key("ignored").begin_object();
+    json.end_array();
+}
+
+void write(Json &json, const Configuration &configuration)
+{
+    write_findings(json.field("file", configuration.file), configuration.findings);
+    json.key("ignored").begin_object();
     for (const auto &[table, rows] : configuration.ignored)
         json.field(table, rows);
     json.end_object();
@@ -174,13 +187,11 @@ std::string counted(uint64_t count, const char *what, const char *many)
     return fmt::format("{} {}", count, many);
 }
 
-std::string finding_counts(const Configuration &configuration, const Policy &policy)
+std::string finding_counts(const std::vector<Finding> &findings)
 {
     std::map<Finding::Severity, uint64_t, std::greater<>> counts; /* errors first */
     uint64_t left_out = 0;
-    for (const Finding &finding : configuration.findings) {
-        if (policy.ignores(finding.code))
-            continue;
+    for (const Finding &finding : findings) {
         ++counts[finding.severity];
         left_out += finding.leaves_out;
     }
@@ -189,6 +200,16 @@ std::string finding_counts(const Configuration &configuration, const Policy &pol
         text += (text.empty() ? "" : ", ") + counted(count, to_text(severity));
     if (left_out != 0)
         text += fmt::format("; {} left out", left_out);
+    return text;
+}
+
+std::string finding_counts(const Configuration &configuration, const Policy &policy)
+{
+    std::vector<Finding> findings;
+    std::copy_if(configuration.findings.begin(), configuration.findings.end(),
+                 std::back_inserter(findings),
+                 [&](const Finding &finding) { return !policy.ignores(finding.code); });
+    const std::string text = finding_counts(findings);
     return (text.empty() ? "nothing found" : text) + policy.ignored(configuration.findings);
 }
 

@@ -18,6 +18,8 @@ class Policy;
 std::vector<Configuration> read_configurations(const std::vector<std::string> &files);
 /* Why the file cannot be read; empty on success. */
 std::string read_file(const std::string &path, std::string &text);
+/* Whether both name one file, or will. */
+bool same_file(const std::string &a, const std::string &b);
 /* The parts of a URL; UsageError for a malformed one. */
 DatabaseUrl database_named(const std::string &url);
 
@@ -30,10 +32,15 @@ void print_findings(const Configuration &configuration, const Policy &policy, Co
 
 /* "file", "line", "column", "table", "key", within an object; null for what it does not have. */
 void write(Json &json, const SourceLocation &location);
+/* "findings", within an object. */
+void write_findings(Json &json, const std::vector<Finding> &findings);
 /* "file", "findings" and "ignored" of a configuration, within an object. */
 void write(Json &json, const Configuration &configuration);
 
-/* "2 errors, 1 warning, 3 notes; 1 left out; 1 finding ignored (KVN-C080)"; "nothing found". */
+/* "2 errors, 1 warning, 3 notes; 1 left out"; empty without any. */
+std::string finding_counts(const std::vector<Finding> &findings);
+/* The same of those that are not ignored, or "nothing found", and "; 1 finding ignored (KVN-C080)".
+ */
 std::string finding_counts(const Configuration &configuration, const Policy &policy);
 /* The line "  not applied: LOOPBACK (1 row), BGP_NEIGHBOR (12 rows)"; empty when all tables count.
  */

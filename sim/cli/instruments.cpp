@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <stdexcept>
 
 #include <fmt/format.h>
@@ -20,12 +19,6 @@
 
 namespace kvnsim {
 namespace {
-
-bool same_file(const std::string &a, const std::string &b)
-{
-    std::error_code none;
-    return a == b || std::filesystem::equivalent(a, b, none);
-}
 
 LevelSwitch level_switch(std::string_view level)
 {
@@ -47,9 +40,8 @@ constexpr Option faults_and_limits[] = {
      "make each call that can fail do so with this probability"},
     {"--seed N", Takes::count, Times::optional,
      "for --fail-rate: the same seed gives the same failures (1)"},
-    {"--limit TABLE=N", Takes::limit, Times::any, "capacity of an ASIC table, such as intf=4096"},
-    {"--keep-going", Takes::nothing, Times::optional,
-     "apply the valid rows of a configuration with errors"}};
+    limit_option,
+    keep_going_option};
 
 template <class Options> void append(std::vector<Option> &to, const Options &options)
 {
@@ -211,25 +203,32 @@ std::string set_limit(const std::string &text)
     return Asic::instance().set_limit(text.substr(0, equals), *capacity);
 }
 
-ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration, Plan plan,
-                                     Console &console, bool shows_progress,
-                                     const std::function<void()> &after_step)
+ConfigurationRun carry_out(Switch &to, const Configuration &configuration, Plan plan,
+                           const std::function<bool()> &stop,
+                           const std::function<void(size_t done, size_t of)> &progress)
 {
     Journal &journal = Journal::instance();
     ConfigurationRun outcome{
         &configuration, std::move(plan), {}, journal.requests_made(), journal.calls_made};
-    outcome.applied = to.apply(
-        outcome.plan, std::make_shared<const Desired>(configuration.desired),
-        [] { return interrupt_signal() != 0; },
-        [&](size_t done, size_t of) {
+    outcome.applied = to.apply(outcome.plan, std::make_shared<const Desired>(configuration.desired),
+                               stop, progress);
+    outcome.requests = journal.requests_made() - outcome.requests;
+    outcome.calls = journal.calls_made - outcome.calls;
+    return outcome;
+}
+
+ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration, Plan plan,
+                                     Console &console, bool shows_progress,
+                                     const std::function<void()> &after_step)
+{
+    const ConfigurationRun outcome =
+        carry_out(to, configuration, std::move(plan), is_interrupted, [&](size_t done, size_t of) {
             if (after_step)
                 after_step();
             if (shows_progress)
                 console.progress(configuration.file + ": step", done, of);
         });
     console.clear_progress();
-    outcome.requests = journal.requests_made() - outcome.requests;
-    outcome.calls = journal.calls_made - outcome.calls;
     MadeUpFor made_up_for = outcome.applied.made_up_for;
     for (const Failure &failure : outcome.applied.failures) {
         const uint64_t by = made_up_by(failure, outcome.applied.made_up_for);

@@ -19,6 +19,11 @@ namespace kvnsim {
 
 class Console;
 
+constexpr Option limit_option{"--limit TABLE=N", Takes::limit, Times::any,
+                              "capacity of an ASIC table, such as intf=4096"};
+constexpr Option keep_going_option{"--keep-going", Takes::nothing, Times::optional,
+                                   "apply the valid rows of a configuration with errors"};
+
 /* The shared options, placed between the verb's own: --fail, --fail-rate, --seed, --limit,
  * --keep-going; and before them --db, --record, --debug-file, --events, --trace. */
 std::vector<Option> with_faults(std::vector<Option> before, const std::vector<Option> &behind);
@@ -82,8 +87,12 @@ struct ConfigurationRun {
     uint64_t requests = 0, calls = 0;
 };
 
-/* Carry out the plan made for a configuration; an interrupt ends it after the current step.
- * Reports failures. Calls after_step after each step. */
+/* Carry out the plan made for a configuration; stop and progress as Switch::apply(). */
+ConfigurationRun carry_out(Switch &to, const Configuration &configuration, Plan plan,
+                           const std::function<bool()> &stop = {},
+                           const std::function<void(size_t done, size_t of)> &progress = {});
+/* The same; an interrupt ends it after the current step. Reports failures. Calls after_step after
+ * each step. */
 ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration, Plan plan,
                                      Console &console, bool shows_progress,
                                      const std::function<void()> &after_step = {});

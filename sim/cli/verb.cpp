@@ -28,9 +28,10 @@ std::string help_line(const Option &option)
 const std::vector<const Verb *> &verbs()
 {
     static const std::vector<const Verb *> table{
-        &audit_verb,  &check_verb,  &completion_verb, &diff_verb,   &events_verb,  &explain_verb,
-        &manual_verb, &packet_verb, &plan_verb,       &reach_verb,  &replay_verb,  &report_verb,
-        &run_verb,    &shell_verb,  &show_verb,       &stress_verb, &version_verb, &watch_verb,
+        &audit_verb,   &check_verb,  &completion_verb, &diff_verb,    &events_verb,
+        &explain_verb, &faults_verb, &fleet_verb,      &manual_verb,  &packet_verb,
+        &plan_verb,    &reach_verb,  &replay_verb,     &report_verb,  &run_verb,
+        &shell_verb,   &show_verb,   &stress_verb,     &version_verb, &watch_verb,
     };
     return table;
 }
@@ -55,7 +56,8 @@ const std::vector<ExitMeaning> &exit_meanings()
 {
     static const std::vector<ExitMeaning> meanings{
         {exit_well, "success"},
-        {exit_found, "a check, audit, packet, reach, replay, diff or stress found something"},
+        {exit_found,
+         "a check, fleet, audit, faults, packet, reach, replay, diff or stress found something"},
         {exit_usage, "the command line is wrong"},
         {exit_input, "a file cannot be read or written, or its content is wrong"},
         {exit_request, "a request failed, and no later one made up for it"},

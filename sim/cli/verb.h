@@ -15,13 +15,16 @@ class Console;
 /* The exit status of the process. */
 enum ExitStatus : int {
     exit_well = 0,
-    exit_found = 1,        /* an audit, replay, diff or stress found something */
+    exit_found = 1,        /* an audit, fleet, faults, replay, diff or stress found something */
     exit_usage = 2,        /* the command line is wrong */
     exit_input = 3,        /* a file cannot be read or written, or its content is wrong */
     exit_request = 4,      /* a request failed, and no later one made up for it */
     exit_unused_fault = 5, /* a --fail never took effect */
     exit_signal = 128      /* plus the number of the signal that interrupted the work */
 };
+
+/* The bits of kvnsim and of the library in it. */
+constexpr uint32_t word_size = 8 * sizeof(void *);
 
 /* A file is wrong; the process ends with exit_input, as it does with exit_usage for a UsageError.
  */
@@ -40,8 +43,8 @@ struct Verb {
 
 /* The verbs, each in the file of its name; verb_stored.cpp has those that read a database. */
 extern const Verb audit_verb, check_verb, completion_verb, diff_verb, events_verb, explain_verb,
-    manual_verb, packet_verb, plan_verb, reach_verb, replay_verb, report_verb, run_verb, shell_verb,
-    show_verb, stress_verb, version_verb, watch_verb;
+    faults_verb, fleet_verb, manual_verb, packet_verb, plan_verb, reach_verb, replay_verb,
+    report_verb, run_verb, shell_verb, show_verb, stress_verb, version_verb, watch_verb;
 
 /* All of them, in the order of help. */
 const std::vector<const Verb *> &verbs();

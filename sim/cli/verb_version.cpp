@@ -12,7 +12,6 @@ namespace {
 
 int print_version(const Arguments &arguments, Console &console)
 {
-    constexpr uint32_t word_size = 8 * sizeof(void *);
     const std::string glib =
         fmt::format("{}.{}.{}", glib_major_version, glib_minor_version, glib_micro_version);
     if (arguments.has("--json")) {

@@ -12,9 +12,6 @@ namespace kvnsim {
 
 namespace {
 
-/* The default status of an injected failure: SDK_E_INTERNAL, where it has a name. */
-constexpr int32_t usual_status = -1;
-
 std::string calls_that_can_fail()
 {
     std::string names;
@@ -39,6 +36,16 @@ double next_fraction(uint64_t &state)
 }
 
 } // namespace
+
+std::string Faults::text(const ImportedCall &call, uint64_t occurrence, int32_t status)
+{
+    std::string text = fmt::format("{}:{}", call.name(), occurrence);
+    if (call.has_status() && status != usual_status) {
+        const char *const name = call.names() != nullptr ? call.names()->name(status) : nullptr;
+        text += '=' + (name != nullptr ? std::string(name) : fmt::to_string(status));
+    }
+    return text;
+}
 
 std::string Faults::add(const std::string &text)
 {
@@ -70,14 +77,17 @@ std::string Faults::add(const std::string &text)
         return wrong(
             fmt::format("\"{}\" is not an occurrence; expected 1, 2, ...", *occurrence_text));
     if (status_text) {
+        if (!call->has_status())
+            return wrong(fmt::format("{} has no status: it fails with {}", name,
+                                     call->status_text(usual_status)));
         const StatusNames *names = call->names();
-        if (const auto named = names != nullptr ? names->status(*status_text) : std::nullopt)
-            rule.status = *named;
-        else if (!whole_number(*status_text, rule.status))
+        const std::optional<int32_t> status = call->status_of(*status_text);
+        if (!status)
             return wrong(fmt::format("\"{}\" is not a status; expected {}a number", *status_text,
                                      names != nullptr ? names->form + std::string(" or ") : ""));
-        if (rule.status == 0)
+        if (*status == 0)
             return wrong("status 0 is success; expected a failure");
+        rule.status = *status;
     }
     rules_.push_back(rule);
     return {};
@@ -93,9 +103,11 @@ void Faults::clear()
 {
     rules_.clear();
     rate_ = 0;
+    ask = nullptr;
 }
 
-std::optional<int32_t> Faults::strike(const ImportedCall &call)
+std::optional<int32_t> Faults::strike(const ImportedCall &call,
+                                      std::initializer_list<Argument> arguments)
 {
     if (suspended_ || !call.can_fail())
         return std::nullopt;
@@ -110,8 +122,10 @@ std::optional<int32_t> Faults::strike(const ImportedCall &call)
                 status = rule.status;
         }
     }
-    if (rate_ > 0 && next_fraction(random_) < rate_ && !status)
+    if (rate_ > 0 && call.has_status() && next_fraction(random_) < rate_ && !status)
         status = usual_status;
+    if (ask && !status)
+        status = ask(call, arguments);
     return status;
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <charconv>
 #include <cstring>
 
 #include <fmt/format.h>
@@ -74,19 +75,25 @@ bool operator==(const Origin &a, const Origin &b)
            a.request->subject == b.request->subject && a.request->cause == b.request->cause;
 }
 
-std::string StatusNames::words(int64_t status) const
+const char *StatusNames::name(int64_t status) const
 {
     for (const Row &row : rows) {
         if (row.status == status)
-            return fmt::format("{} ({})", row.name, status);
+            return row.name;
     }
-    return fmt::to_string(status);
+    return nullptr;
 }
 
-std::optional<int32_t> StatusNames::status(std::string_view name) const
+std::string StatusNames::words(int64_t status) const
+{
+    const char *const known = name(status);
+    return known != nullptr ? fmt::format("{} ({})", known, status) : fmt::to_string(status);
+}
+
+std::optional<int32_t> StatusNames::status(std::string_view of) const
 {
     for (const Row &row : rows) {
-        if (row.name == name)
+        if (row.name == of)
             return row.status;
     }
     return std::nullopt;
@@ -115,7 +122,42 @@ const ImportedCall *ImportedCall::find(std::string_view name)
 
 std::string ImportedCall::status_text(int64_t status) const
 {
+    if (result_ == Result::memory)
+        return "no memory";
     return names_ != nullptr ? names_->words(status) : fmt::to_string(status);
+}
+
+std::optional<int32_t> ImportedCall::status_of(std::string_view text) const
+{
+    if (const auto named = names_ != nullptr ? names_->status(text) : std::nullopt)
+        return named;
+    int32_t status = 0;
+    const char *end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, status);
+    return error == std::errc() && stop == end ? std::optional(status) : std::nullopt;
+}
+
+bool ImportedCall::fails() const
+{
+    Journal &journal = Journal::instance();
+    if (journal.answers == nullptr && !journal.faults.armed())
+        return false;
+    InFlight call;
+    std::optional<int64_t> status;
+    if (journal.answers != nullptr)
+        status = journal.answers->answer(*this, {}, false);
+    if (!status && journal.faults.armed()) {
+        status = journal.faults.strike(*this);
+        call.injected = status.has_value();
+    }
+    if (!status)
+        return false;
+    call.outer = std::exchange(journal.current_call_, name_);
+    ++journal.calls_made;
+    if (journal.observed())
+        call.seen = std::make_unique<Call>();
+    end(call, {}, *status, &*status, codec<int64_t>());
+    return true;
 }
 
 std::optional<int64_t>
@@ -134,7 +176,7 @@ ImportedCall::begin(InFlight &call, std::initializer_list<Argument> arguments, b
             return answer;
     }
     if (can_fail() && journal.faults.armed()) {
-        if (const auto status = journal.faults.strike(*this)) {
+        if (const auto status = journal.faults.strike(*this, arguments)) {
             call.injected = true;
             return *status;
         }
@@ -163,8 +205,9 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
         seen.failed = failed;
         seen.injected = call.injected;
         seen.note = journal.note_;
-        seen.result = failed && names_ != nullptr ? Value::named(status, names_->words(status))
-                                                  : result_codec.read(result);
+        seen.result = failed && (names_ != nullptr || !has_status())
+                          ? Value::named(status, status_text(status))
+                          : result_codec.read(result);
         if (!failed)
             spell_out(arguments, true, seen.outputs);
         for (Observer *observer : journal.observers_)

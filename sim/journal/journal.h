@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -129,7 +130,8 @@ template <class T> Argument out(const char *name, T *value, const Codec &with = 
 /* What the result of an imported call means. */
 enum class Result : uint8_t {
     status, /* 0 or non-zero; can be made to fail */
-    value   /* an answer; never fails */
+    value,  /* an answer; never fails */
+    memory  /* or none: can be made to fail, which has no status */
 };
 
 /* The names of a call's statuses; part of the call's definition. */
@@ -143,6 +145,7 @@ struct StatusNames {
     /* "SDK_E_FULL (-5)"; of an unknown one the number alone. */
     std::string words(int64_t status) const;
     std::optional<int32_t> status(std::string_view name) const;
+    const char *name(int64_t status) const; /* nullptr for an unknown one */
 };
 
 /* What a call is for: timelines leave out calls that only ask, unless everything is wanted. */
@@ -176,9 +179,12 @@ public:
     Result result() const { return result_; }
     Purpose purpose() const { return purpose_; }
     bool can_fail() const { return result_ != Result::value; }
+    bool has_status() const { return result_ == Result::status; }
     const StatusNames *names() const { return names_; }
     /* "SDK_E_FULL", or the number of one without a name. */
     std::string status_text(int64_t status) const;
+    /* The status of that name or number; 0, success, is one too. */
+    std::optional<int32_t> status_of(std::string_view text) const;
 
     /* Make the call: an injected failure or a replayed answer replaces the body. R is an
      * integer type, or a pointer type with a codec (its body always runs; a replay compares). A
@@ -200,6 +206,10 @@ public:
         }
         return result;
     }
+
+    /* Of a call that is none of the platform's and is therefore seen only when it fails: whether
+     * it fails now. Then it counts as made. */
+    bool fails() const;
 
     /* All calls that were defined, in the order of their names. */
     static const std::vector<const ImportedCall *> &all();
@@ -261,19 +271,32 @@ public:
 /* Failures to inject. */
 class Faults {
 public:
+    /* The default status of an injected failure: SDK_E_INTERNAL, where it has a name. */
+    static constexpr int32_t usual_status = -1;
+    /* What add() takes for one occurrence: "libsdk_intf_create:2=SDK_E_FULL"; without the status if
+     * it is the usual one. */
+    static std::string text(const ImportedCall &call, uint64_t occurrence, int32_t status);
+
     /* "libsdk_intf_create", "libsdk_intf_create:2", "libsdk_intf_create:2=SDK_E_FULL" or "=7":
      * every occurrence, or the nth from now on (1-based). Empty on success, else the error. */
     std::string add(const std::string &text);
-    /* Each call that can fail fails with this probability (0..1), reproducible by the seed. */
+    /* Each call that returns a status fails with this probability (0..1), reproducible by the seed.
+     */
     void set_rate(double rate, uint64_t seed);
     void clear();
+    /* Asked at each occurrence that add() counts, with the arguments, if no rule makes it fail: the
+     * status to fail with, or none. */
+    using Ask = std::function<std::optional<int32_t>(const ImportedCall &call,
+                                                     std::initializer_list<Argument> arguments)>;
+    Ask ask;
     /* Suspend or resume injection, for the host's own repairs; such calls do not count. Returns
      * whether it was suspended. */
     bool suspend(bool suspended) { return std::exchange(suspended_, suspended); }
     /* Whether any call can be made to fail. */
-    bool armed() const { return !suspended_ && (!rules_.empty() || rate_ > 0); }
+    bool armed() const { return !suspended_ && (!rules_.empty() || rate_ > 0 || ask); }
     /* The status to fail with now, if the call is to fail. Counts the occurrence. */
-    std::optional<int32_t> strike(const ImportedCall &call);
+    std::optional<int32_t> strike(const ImportedCall &call,
+                                  std::initializer_list<Argument> arguments = {});
     /* The texts of add() that never took effect, for a message at the end. */
     std::vector<std::string> unused() const;
 

@@ -46,6 +46,10 @@ template <class T> Cell cell(const std::optional<T> &value)
 {
     return value ? cell(*value) : Cell();
 }
+inline Cell cell(const std::vector<std::string> &texts)
+{
+    return texts;
+}
 Cell cell(const std::vector<RequestRef> &requests); /* their numbers */
 /* An identifier, nothing for "none". */
 Cell id_cell(uint32_t id);

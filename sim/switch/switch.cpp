@@ -12,6 +12,7 @@
 
 #include "l3lifpd_kavelin.h"
 #include "sim/sdk/asic.h"
+#include "sim/switch/allocations.h"
 #include "sim/switch/choreography.h"
 #include "sim/switch/cursor.h"
 #include "sim/switch/virtual_macs.h"
@@ -20,6 +21,7 @@ namespace kvnsim {
 
 Switch::Switch()
 {
+    watch_allocations();
     forget_virtual_macs();
     Host::instance().reset();
     Asic::instance().reset();

@@ -33,7 +33,8 @@ TEST_F(Usage, HelpNamesEveryVerbAndTheExitStatuses)
     EXPECT_THAT(verbs(), IsSupersetOf({"run", "check", "show", "explain", "audit", "events",
                                        "replay", "diff", "version"}));
     EXPECT_THAT(help.out, HasSubstr("4  a request failed"));
-    EXPECT_THAT(help.out, HasSubstr("1  a check, audit, packet, reach, replay"));
+    EXPECT_THAT(help.out, HasSubstr("1  a check, fleet, audit, faults, packet, reach, replay, diff "
+                                    "or stress found something"));
     EXPECT_THAT(help.out, HasSubstr("3  a file cannot be read or written"));
     EXPECT_THAT(help.out, HasSubstr("143  interrupted by SIGTERM"));
     EXPECT_THAT(kvnsim({"manual"}).out, HasSubstr("XDG_STATE_HOME"));

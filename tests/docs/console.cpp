@@ -109,7 +109,9 @@ int status_told_by(const Lines &output)
         {std::regex("exit status [0-9]+"), 0}, /* of the command that printed it */
         {std::regex(".*: failed to .*|  = .* calls? failed: .*"), 4},
         {std::regex(".*: [0-9]+ errors?(, .*)?"), 3},
-        {std::regex("not routed: .*|.* services? wanted.*(not given|given wrongly|not wanted).*"), 1},
+        {std::regex("not routed: .*|.* services? wanted.*(not given|given wrongly|not wanted).*"),
+         1},
+        {std::regex(".* tried: .* heal, [1-9][0-9]* do not.*"), 1},
         {std::regex("[0-9]+ findings?([,;].*)?|[0-9]+ differences?|.*; [0-9]+ left out(;.*)?"), 1},
     };
     for (const auto &[line, status] : told) {

@@ -215,6 +215,8 @@ TEST(ShownOutput, TellsTheExitStatus)
     EXPECT_EQ(docs::status_told_by({"one", "2 findings"}), 1);
     EXPECT_EQ(docs::status_told_by({"1 difference"}), 1);
     EXPECT_EQ(docs::status_told_by({"a.json: 1 error, 1 warning"}), 3);
+    EXPECT_EQ(docs::status_told_by({"20 failures tried: 18 heal, 2 do not"}), 1);
+    EXPECT_EQ(docs::status_told_by({"20 failures tried: 20 heal, 0 do not"}), 0);
     EXPECT_EQ(docs::status_told_by({"a.json:1:1: PORT|Ethernet0: failed to do it", "1 finding"}),
               4);
     EXPECT_EQ(docs::status_told_by({"a.json: 2 errors", "exit status 3"}), 0);

@@ -41,7 +41,7 @@ def read_schemas():
 def with_definitions(schema, definitions):
     """The same without references to another file."""
     whole = json.loads(json.dumps(schema).replace("definitions.json#", "#"))
-    return {**whole, "$defs": definitions["$defs"]}
+    return {**whole, "$defs": {**definitions["$defs"], **whole.get("$defs", {})}}
 
 
 def open_objects(schema, path):
@@ -116,6 +116,9 @@ def main():
         for command in [*documents_of(page), *shown]:
             verb = command.split()[0]
             validate(command, verb + ".json", bench.run(f"kvnsim {command} --json"))
+        for paths in ("examples", "--keep-going --limit intf=9 examples nowhere.json", "--check examples"):
+            command = f"fleet {paths} --format sarif"
+            validate(command, "fleet-sarif.json", bench.run(f"kvnsim {command}"))
         for command in ("audit none.db", "show nothing leaf.db", "replay none.jsonl"):
             validate(command, "error.json", bench.run(f"kvnsim {command} --json"))
     check(seen == set(schemas), f"documents and schemas differ: {seen ^ set(schemas)}")

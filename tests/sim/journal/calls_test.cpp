@@ -210,3 +210,31 @@ TEST_F(Calls, AreUnseenByAnObserverThatLeft)
     call_question(1);
     EXPECT_EQ(stays.calls.size(), 1u);
 }
+
+TEST_F(Calls, OfMemoryAreSeenOnlyWhenTheyFail)
+{
+    Watcher watcher;
+    journal.begin(std::make_shared<Request>());
+    EXPECT_FALSE(fake_memory.fails());
+    EXPECT_EQ(journal.calls_made, 0u);
+    ASSERT_EQ(journal.faults.add("fake_memory:2"), "");
+    EXPECT_FALSE(fake_memory.fails());
+    EXPECT_TRUE(fake_memory.fails());
+    EXPECT_FALSE(fake_memory.fails());
+    EXPECT_EQ(journal.calls_made, 1u);
+    const RequestRef request = journal.end(-1);
+    EXPECT_EQ(request->first_failure().words, "fake_memory: no memory");
+    EXPECT_EQ(request->injected_failures, 1u);
+    ASSERT_EQ(watcher.calls.size(), 1u);
+    EXPECT_TRUE(watcher.calls[0].failed);
+    EXPECT_EQ(watcher.calls[0].result.to_text(), "no memory");
+}
+
+TEST_F(Calls, OfMemoryFailWhereAReplaySaysSo)
+{
+    Scripted scripted;
+    journal.answers = &scripted;
+    EXPECT_FALSE(fake_memory.fails());
+    scripted.results["fake_memory"] = -1;
+    EXPECT_TRUE(fake_memory.fails());
+}

@@ -8,6 +8,7 @@ const StatusNames names{"FAKE_E_...", {{0, "FAKE_E_NONE"}, {-5, "FAKE_E_FULL"}}}
 
 const ImportedCall fake_named_call{"fake_named_call", Result::status, Purpose::programs, &names};
 const ImportedCall fake_host_call{"fake_host_call", Result::status, Purpose::programs};
+const ImportedCall fake_memory{"fake_memory", Result::memory, Purpose::programs};
 const ImportedCall fake_question{"fake_question", Result::value, Purpose::asks};
 
 int32_t call_named(uint32_t asked, uint32_t *doubled, int32_t status)

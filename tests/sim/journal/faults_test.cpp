@@ -81,6 +81,7 @@ TEST(Faults, SayWhatIsWrongWithASpecification)
         {"fake_named_call=99999999999", "\"99999999999\" is not a status"},
         {"fake_named_call=0", "status 0 is success"},
         {"fake_named_call=FAKE_E_NONE", "status 0 is success"},
+        {"fake_memory=-1", "fake_memory has no status: it fails with no memory"},
     };
     for (const auto &row : rows) {
         const std::string complaint = faults.add(row.text);
@@ -159,4 +160,59 @@ TEST(Faults, AtARateNeverMakeAQuestionFail)
     EXPECT_EQ(faults.strike(fake_question), std::nullopt);
     faults.set_rate(0, 1);
     EXPECT_EQ(faults.strike(fake_named_call), std::nullopt);
+}
+
+TEST(Faults, AtARateSpareWhatHasNoStatus)
+{
+    Faults faults;
+    faults.set_rate(1.0, 1);
+    EXPECT_EQ(faults.strike(fake_memory), std::nullopt);
+}
+
+TEST(Faults, AskAtEachOccurrenceThatCounts)
+{
+    Faults faults;
+    std::vector<std::string> asked;
+    faults.ask = [&](const ImportedCall &call,
+                     std::initializer_list<Argument> arguments) -> std::optional<int32_t> {
+        asked.push_back(call.name() + std::string(arguments.size(), '+'));
+        return asked.size() == 2 ? std::optional(-7) : std::nullopt;
+    };
+    EXPECT_TRUE(faults.armed());
+    const uint32_t number = 1;
+    EXPECT_EQ(faults.strike(fake_named_call, {in("number", number)}), std::nullopt);
+    EXPECT_EQ(faults.strike(fake_memory), -7);
+    faults.strike(fake_question);
+    faults.suspend(true);
+    faults.strike(fake_named_call);
+    EXPECT_FALSE(faults.armed());
+    faults.suspend(false);
+    ASSERT_EQ(faults.add("fake_host_call=5"), "");
+    EXPECT_EQ(faults.strike(fake_host_call), 5) << "what add() says comes first";
+    EXPECT_THAT(asked, ElementsAre("fake_named_call+", "fake_memory"));
+    faults.clear();
+    EXPECT_FALSE(faults.armed());
+}
+
+TEST(Faults, SayAnOccurrenceAsItIsAdded)
+{
+    const struct {
+        const ImportedCall &call;
+        int32_t status;
+        const char *text;
+    } rows[] = {
+        {fake_named_call, Faults::usual_status, "fake_named_call:3"},
+        {fake_named_call, -5, "fake_named_call:3=FAKE_E_FULL"},
+        {fake_named_call, -77, "fake_named_call:3=-77"},
+        {fake_host_call, -5, "fake_host_call:3=-5"},
+        {fake_memory, -5, "fake_memory:3"},
+    };
+    for (const auto &row : rows) {
+        const std::string text = Faults::text(row.call, 3, row.status);
+        EXPECT_EQ(text, row.text);
+        Faults faults;
+        ASSERT_EQ(faults.add(text), "");
+        EXPECT_THAT(strikes(faults, row.call, 3).back(),
+                    row.call.has_status() ? row.status : Faults::usual_status);
+    }
 }

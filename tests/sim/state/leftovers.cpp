@@ -66,7 +66,8 @@ void Leftovers::request_begins(const Request &request)
     made_intf_.reset();
     made_pc_.reset();
     made_lid_.reset();
-    path_added_ = lid_bound_ = tag_set_ = false;
+    made_virtual_mac_.reset();
+    path_added_ = lid_bound_ = tag_set_ = no_memory_ = false;
     const HostInterface *interface = Host::instance().find(subject_);
     channel_ = interface != nullptr && interface->channel != nullptr ? interface->channel->name
                                                                      : std::string();
@@ -78,9 +79,10 @@ void Leftovers::request_begins(const Request &request)
 
 void Leftovers::call_made(const Call &call)
 {
+    const std::string_view name = call.what->name();
+    no_memory_ |= name == "malloc";
     if (call.failed || request_ == nullptr)
         return;
-    const std::string_view name = call.what->name();
     const auto in = [&](std::string_view field) { return number(call.inputs, field); };
     const auto out = [&](std::string_view field) { return number(call.outputs, field); };
 
@@ -118,8 +120,7 @@ void Leftovers::call_made(const Call &call)
         router_macs_.erase(in("peer_mac_id"));
         router_mac_.reset();
     } else if (name == "libsdk_intf_router_mac_trap_create") {
-        const std::string mac = request_->arguments.substr(4, 17);
-        virtual_macs_[{subject_, mac}] = out("mac_trap_id");
+        made_virtual_mac_ = {{subject_, request_->arguments.substr(4, 17)}, out("mac_trap_id")};
         traps_[out("mac_trap_id")] = in("intf_id");
     } else if (name == "libsdk_intf_router_mac_trap_destroy") {
         traps_.erase(in("mac_trap_id"));
@@ -175,7 +176,7 @@ void Leftovers::request_ends(const Request &request)
                 lid_of_[subject_] = lid->second;
         }
     } else if (entry == "l3lifpd_kvn_add_l3pc") {
-        if (made_pc_ && made_lid_ && path_added_)
+        if (made_pc_ && made_lid_ && path_added_ && !no_memory_)
             channels_[channel_] = {*made_pc_, *made_lid_};
         /* The failure of the interface is not passed on. */
         if (made_intf_ && lid_bound_ && tag_set_) {
@@ -193,6 +194,9 @@ void Leftovers::request_ends(const Request &request)
             labels_.erase(subject_);
             published_.erase(subject_);
         }
+    } else if (entry == "l3lifpd_kvn_fhrp_mac_add") {
+        if (made_virtual_mac_ && !no_memory_)
+            virtual_macs_.insert(*made_virtual_mac_);
     } else if (entry == "host: give port its LID") {
         if (made_lid_ && lids_.count(*made_lid_) != 0)
             port_lid_[subject_] = *made_lid_;

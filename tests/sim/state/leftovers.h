@@ -88,7 +88,8 @@ private:
     const Request *request_ = nullptr;
     std::string subject_, channel_;
     std::optional<uint32_t> made_intf_, made_pc_, made_lid_;
-    bool path_added_ = false, lid_bound_ = false, tag_set_ = false;
+    std::optional<std::pair<VirtualMacKey, uint32_t>> made_virtual_mac_;
+    bool path_added_ = false, lid_bound_ = false, tag_set_ = false, no_memory_ = false;
 };
 
 } // namespace kvnsim
