@@ -54,7 +54,7 @@ class ResultsFiles : public testing::Test {
 protected:
     std::string write(const std::string &name, const std::string &text)
     {
-        const std::string path = testing::TempDir() + "kvnsim_results_" + name;
+        const std::string path = prefix() + name;
         std::ofstream(path, std::ios::binary) << text;
         paths_.push_back(path);
         return path;
@@ -79,13 +79,19 @@ protected:
     }
     static std::string without_folder(std::string text)
     {
-        const std::string folder = testing::TempDir() + "kvnsim_results_";
-        for (size_t at = 0; (at = text.find(folder)) != text.npos;)
-            text.erase(at, folder.size());
+        for (size_t at = 0; (at = text.find(prefix())) != text.npos;)
+            text.erase(at, prefix().size());
         return text;
     }
 
 private:
+    /* Tests run at the same time. */
+    static std::string prefix()
+    {
+        return fmt::format("{}kvnsim_results_{}_", testing::TempDir(),
+                           testing::UnitTest::GetInstance()->current_test_info()->name());
+    }
+
     std::vector<std::string> paths_;
 };
 
