@@ -20,6 +20,7 @@
 #include "sim/config/names.h"
 #include "sim/faults/fault_campaign.h"
 #include "sim/faults/fault_groups.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -103,16 +104,23 @@ FaultOptions options_of(const Arguments &arguments, Console &console)
 
 /* ---- Which results they are ---- */
 
-std::vector<CampaignFile> files_of(const Arguments &arguments)
+/* Every share must read the same. */
+void refuse_what_is_no_file(const Arguments &arguments)
+{
+    for (const std::string &name : arguments.values(configurations_operand.name())) {
+        if (name == "-" || is_database_url(name))
+            throw UsageError("--shard: expected files: every share must read the same");
+    }
+}
+
+std::vector<CampaignFile> files_of(const std::vector<Configuration> &configurations)
 {
     std::vector<CampaignFile> files;
-    for (const std::string &name : arguments.values(configurations_operand.name())) {
+    for (const Configuration &one : configurations) {
         std::string text;
-        const bool is_file = name != "-" && !is_database_url(name);
-        if (!is_file && arguments.has(shard_option.name()))
-            throw UsageError("--shard: expected files: every share must read the same");
-        const std::string problem = is_file ? read_file(name, text) : "";
-        files.push_back({name, is_file && problem.empty() ? sha256_of(text) : ""});
+        const bool is_read =
+            one.file != "-" && !is_database_url(one.file) && read_file(one.file, text).empty();
+        files.push_back({one.file, is_read ? sha256_of(text) : ""});
     }
     return files;
 }
@@ -228,7 +236,8 @@ private:
         std::vector<std::string> parts;
         if (const auto calls = list_option(campaign_, no_call_key); !calls.empty())
             parts.push_back(fmt::format("{} that these configurations never lead to ({})",
-                                        counted(calls.size(), "call"), fmt::join(calls, ", ")));
+                                        counted(calls.size(), "call"),
+                                        visible(fmt::format("{}", fmt::join(calls, ", ")))));
         const auto add = [&](uint64_t number, const char *why) {
             if (number != 0)
                 parts.push_back(fmt::format("{} {}", number, why));
@@ -315,13 +324,15 @@ int faults(const Arguments &arguments, Console &console)
                                          printed.name()));
     }
     const FaultOptions options = options_of(arguments, console);
-    std::vector<CampaignFile> files = files_of(arguments);
+    if (is_share)
+        refuse_what_is_no_file(arguments);
     const Policy policy(arguments);
     const std::vector<Configuration> configurations = read_configurations(arguments, console);
     if (are_refused(configurations, policy, arguments, console))
         return exit_input;
     FaultCampaign campaign(configurations, options);
-    const Campaign identity = campaign_of(arguments, options, campaign.count(), std::move(files));
+    const Campaign identity =
+        campaign_of(arguments, options, campaign.count(), files_of(configurations));
     if (is_share)
         return write_share(arguments, console, campaign, identity);
     std::vector<FaultRow> rows;
