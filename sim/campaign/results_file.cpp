@@ -302,7 +302,7 @@ private:
     {
         std::string text;
         for (const std::string &note : results_.notes)
-            text += note + "\n";
+            text += note + "; ";
         return text;
     }
 

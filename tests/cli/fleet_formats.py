@@ -132,6 +132,18 @@ def unescaped(text, properties):
     return text.replace(b"%25", b"%")
 
 
+def shown(name):
+    """As kvnsim shows a name's bytes that steer a terminal or are no UTF-8, but for the ends of
+    lines, which workflow commands escape in their own way."""
+    def byte(character):
+        code = ord(character)
+        if 0xDC80 <= code <= 0xDCFF:
+            return b"\\x%02x" % (code - 0xDC00)
+        steers = (code < 0x20 and character not in "\r\n") or 0x7F <= code < 0xA0
+        return b"\\x%02x" % code if steers else character.encode()
+    return b"".join(byte(character) for character in name.decode("utf-8", "surrogateescape"))
+
+
 def check_github(text, switches, fresh):
     lines = iter(text.split(b"\n")[:-1])
     commands = {"error": b"error", "warning": b"warning", "note": b"notice"}
@@ -144,7 +156,7 @@ def check_github(text, switches, fresh):
             check(line.startswith(b"::") and command == commands[finding["severity"]], where)
             options, message = options.split(b"::", 1)
             properties = dict(option.split(b"=", 1) for option in options.split(b","))
-            check(unescaped(properties[b"file"], True) in fresh, f"{where}: {properties[b'file']!r}")
+            check(unescaped(properties[b"file"], True) in map(shown, fresh), f"{where}: {properties[b'file']!r}")
             check(unescaped(properties[b"title"], True) == finding["code"].encode(), where)
             check(properties.get(b"line") == (finding["line"] and b"%d" % finding["line"]), where)
             check(properties.get(b"col") == (finding["line"] and b"%d" % finding["column"]), where)

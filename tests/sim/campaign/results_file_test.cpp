@@ -148,7 +148,7 @@ TEST_F(ResultsFiles, TheCutLineOfADeadMachineIsPassedOver)
     for (size_t cut : {size_t{1}, size_t{5}}) {
         const std::string cut_one = whole.substr(0, whole.size() - cut);
         EXPECT_EQ(problem({share(a_campaign(), "1/2"), cut_one}),
-                  "2:4: passed over: the line is cut\nitem 2 is missing: run --shard 2/2 again");
+                  "2:4: passed over: the line is cut; item 2 is missing: run --shard 2/2 again");
     }
     const Results results = merge(
         {write("a", whole.substr(0, whole.size() - 3)), write("b", share(a_campaign(), "1/1"))},
@@ -161,9 +161,9 @@ TEST_F(ResultsFiles, TheCutLineOfADeadMachineIsPassedOver)
 TEST_F(ResultsFiles, AFileCutInItsFirstLineIsPassedOver)
 {
     EXPECT_EQ(problem({share(a_campaign(), "1/2"), "{\"kvnsim_results\":1,\"ki", ""}),
-              "2:1: passed over: the line is cut\n3: passed over: the file is empty\n"
+              "2:1: passed over: the line is cut; 3: passed over: the file is empty; "
               "items 2, 4, 6 are missing: run --shard 2/2 again");
-    EXPECT_EQ(problem({""}), "1: passed over: the file is empty\nthere are no results");
+    EXPECT_EQ(problem({""}), "1: passed over: the file is empty; there are no results");
 }
 
 TEST_F(ResultsFiles, AnotherResultOfTheSameItemIsRefused)

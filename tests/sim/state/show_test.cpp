@@ -95,7 +95,7 @@ TEST(ListingText, CountsPlacesOfTheTerminal)
               "  Name  Count  List\n"
               "  漢字      1  x\n"
               "  e\u0301         1  x\n"
-              "  \xff         1  x\n");
+              "  \\xff      1  x\n");
 }
 
 TEST(ListingJson, HasAnObjectForEachRowWithTheValuesAsTheyAre)

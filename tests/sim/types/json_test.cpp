@@ -54,8 +54,17 @@ TEST(JsonText, IsEscaped)
 
 TEST(JsonText, KeepsCharactersOfEveryLength)
 {
-    const std::string text = "a \xC2\x80 Z\xC3\xBCrich \xE2\x82\xAC \xED\x9F\xBF \xF0\x9F\x94\x8C "
+    const std::string text = "a \xC2\xA0 Z\xC3\xBCrich \xE2\x82\xAC \xED\x9F\xBF \xF0\x9F\x94\x8C "
                              "\xF4\x8F\xBF\xBF";
+    EXPECT_EQ(written(text), '"' + text + '"');
+}
+
+TEST(JsonText, EscapesWhatCouldSteerATerminal)
+{
+    EXPECT_EQ(written("\x7f \xC2\x9b \xD8\x9C \xE2\x80\xAE \xE2\x81\xA6 \xE2\x80\xA9"),
+              R"("\u007f \u009b \u061c \u202e \u2066 \u2029")");
+    /* Their neighbours are kept. */
+    const std::string text = "\xC2\xA1 \xD8\x9D \xE2\x80\xB0 \xE2\x81\xAA \xC3\x82 \xE2\x82\xAE";
     EXPECT_EQ(written(text), '"' + text + '"');
 }
 
