@@ -90,7 +90,9 @@ int check(Session &session, const Arguments &given)
     print_findings(configuration, Policy({}), session.console);
     session.console.out() << visible(configuration.file) << ": "
                           << finding_counts(configuration, Policy({})) << "\n";
-    return configuration.has_errors() ? exit_input : exit_well;
+    if (configuration.has_errors())
+        return exit_input;
+    return Policy({}).leaves_out(configuration) ? exit_found : exit_well;
 }
 
 int save_database(Session &session, const Arguments &given)

@@ -13,6 +13,7 @@
 #include "sim/cli/instruments.h"
 #include "sim/cli/interrupt.h"
 #include "sim/cli/outcome.h"
+#include "sim/cli/page_file.h"
 #include "sim/cli/policy.h"
 #include "sim/cli/stored.h"
 #include "sim/cli/verb.h"
@@ -20,6 +21,7 @@
 #include "sim/config/names.h"
 #include "sim/faults/fault_campaign.h"
 #include "sim/faults/fault_groups.h"
+#include "sim/report/report.h"
 #include "sim/types/text.h"
 
 namespace kvnsim {
@@ -41,6 +43,8 @@ constexpr Option sample_option{"--sample N", Takes::count, Times::optional,
                                "N of all, chosen by --seed"};
 constexpr Option seed_option{"--seed N", Takes::count, Times::optional,
                              "for --sample: the same seed chooses the same failures (1)"};
+constexpr Option report_option{"--report HTML", Takes::file, Times::optional,
+                               "the same as a page too, one file that needs no network"};
 constexpr Option all_option{"--all", Takes::nothing, Times::optional,
                             "each failure on a line of its own"};
 
@@ -207,6 +211,8 @@ public:
             print_json();
         else
             print_text();
+        if (arguments_.has(report_option.name()))
+            write_page(arguments_.value(report_option.name()), page(), console_);
         return summary_.do_not_heal != 0 ? exit_found : exit_well;
     }
 
@@ -218,6 +224,29 @@ private:
                 arguments_.has(all_option.name()) ? show(rows_) : show(groups_of(rows_));
             console_.print_titled(to_text(listing, page_on(console_, arguments_)));
         }
+        console_.out() << verdict() << '\n';
+    }
+
+    std::string page() const
+    {
+        FaultsPage page;
+        for (const CampaignFile &file : campaign_.files)
+            page.configurations.push_back(file.name);
+        page.verdict = verdict();
+        page.pairs = is_pairs_;
+        page.tried = summary_.tried;
+        page.heal = summary_.heal;
+        page.do_not_heal = summary_.do_not_heal;
+        for (const FaultRow &row : rows_)
+            page.most_services = std::max(page.most_services, uint64_t{row.services.size()});
+        page.groups = show(groups_of(rows_));
+        page.failures = show(rows_);
+        return faults_page(page);
+    }
+
+    /* How many were tried and heal, and in the same breath what was not tried. */
+    std::string verdict() const
+    {
         std::string line =
             fmt::format("{} tried: {} heal, {} do not",
                         is_pairs_ ? counted(summary_.tried, "pair of failures", "pairs of failures")
@@ -228,7 +257,7 @@ private:
         const std::vector<std::string> left_out = not_tried();
         line += left_out.empty() ? "; nothing was left out"
                                  : fmt::format("; not tried: {}", fmt::join(left_out, ", "));
-        console_.out() << line << '\n';
+        return line;
     }
 
     std::vector<std::string> not_tried() const
@@ -318,7 +347,7 @@ int faults(const Arguments &arguments, Console &console)
     const bool is_share = arguments.has(shard_option.name());
     if (arguments.has(results_option.name()) && !is_share)
         throw UsageError("-o is for the results of --shard");
-    for (const Option &printed : {json_option, all_option}) {
+    for (const Option &printed : {json_option, all_option, report_option}) {
         if (is_share && arguments.has(printed.name()))
             throw UsageError(fmt::format("--shard writes results to merge: give --merge the {}",
                                          printed.name()));
@@ -359,7 +388,7 @@ const Verb faults_verb{
     "kvnsim faults --merge 1.jsonl 2.jsonl\n",
     {configurations_operand, calls_option, status_option, pairs_option, sample_option, seed_option,
      jobs_option, timeout_option, shard_option, results_option, merge_option, keep_going_option,
-     all_option, wide_option, json_option},
+     report_option, all_option, wide_option, json_option},
     faults};
 
 } // namespace kvnsim

@@ -1,5 +1,5 @@
-# Writes OUTPUT: page.html with the style sheet and the scripts in the places that it leaves for
-# them, as a C++ text. SOURCES are page.html, the style sheet and the scripts in order.
+# Writes OUTPUT, the text NAME: a page with the style sheet and the scripts in the places that it leaves for
+# them, as a C++ text. SOURCES are the page, the style sheet and the scripts in order.
 list(POP_FRONT SOURCES html_file css_file)
 file(READ "${html_file}" page)
 file(READ "${css_file}" css)
@@ -10,5 +10,5 @@ foreach(file IN LISTS SOURCES)
 endforeach()
 string(REPLACE "/*STYLE*/\n" "${css}" page "${page}")
 string(REPLACE "/*SCRIPTS*/\n" "${scripts}" page "${page}")
-file(WRITE "${OUTPUT}" "#include \"sim/report/page_text.h\"\n
-const char kvnsim::page_text[] = R\"kvn_page(${page})kvn_page\";\n")
+file(WRITE "${OUTPUT}" "#include \"sim/report/page.h\"\n
+const char kvnsim::${NAME}[] = R\"kvn_page(${page})kvn_page\";\n")

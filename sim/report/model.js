@@ -101,6 +101,11 @@ function servicesWords(name) {
     return `${all.filter(isGiven).length} of ${counted(all.length, "service")} given`;
 }
 
+/* Whether a table marks the row. */
+function isMarked(table, row) {
+    return hasTrouble(row[0]);
+}
+
 function hasTrouble(name) {
     return findingsOf.has(name) || failureOf.has(name)
         || (servicesOf.get(name) ?? []).some((service) => !isGiven(service));
@@ -117,34 +122,6 @@ const roleNamed = new Map(roles.map((role) => [role.name, role]));
 
 function roleOf(port) {
     return roleNamed.get(hasTrouble(port.name) ? "failed" : port.role);
-}
-
-/* ---- Words ---- */
-
-function counted(number, what, many = what + "s") {
-    return `${number.toLocaleString("en")} ${number === 1 ? what : many}`;
-}
-
-function cellText(cell) {
-    if (cell === null || cell === false || cell === "" || cell.length === 0)
-        return "–";
-    if (cell === true)
-        return "yes";
-    return Array.isArray(cell) ? cell.join(", ") : String(cell);
-}
-
-/* ---- Making elements. Text is never parsed as HTML. ---- */
-
-function make(tag, properties = {}, ...children) {
-    const element = document.createElement(tag);
-    for (const [name, value] of Object.entries(properties)) {
-        if (name in element && !name.includes("-"))
-            element[name] = value;
-        else
-            element.setAttribute(name, value);
-    }
-    element.append(...children);
-    return element;
 }
 
 function address(name) {

@@ -7,7 +7,7 @@
 #include <unordered_set>
 
 #include "sim/report/graph.h"
-#include "sim/report/page_text.h"
+#include "sim/report/page.h"
 #include "sim/service/services.h"
 #include "sim/state/explain.h"
 #include "sim/state/interface_names.h"
@@ -63,21 +63,7 @@ private:
         json_.end_array();
     }
 
-    void table(std::string_view name, const Listing &listing)
-    {
-        json_.begin_object().field("name", name).field("title", listing.title);
-        json_.key("columns").begin_array();
-        for (const Column &column : listing.columns)
-            json_.value(std::vector{column.key, column.title});
-        json_.end_array().key("rows").begin_array();
-        for (const auto &row : listing.rows) {
-            json_.begin_array();
-            for (const Cell &cell : row)
-                kvnsim::write(json_, cell);
-            json_.end_array();
-        }
-        json_.end_array().end_object();
-    }
+    void table(std::string_view name, const Listing &listing) { write_table(json_, name, listing); }
 
     /* The requests behind the findings. */
     Listing requests() const
@@ -178,19 +164,24 @@ private:
 
 std::string report_data(const Snapshot &snapshot, const std::vector<ReportTable> &more_tables)
 {
-    const std::string json = DataWriter(snapshot, more_tables).write();
-    std::string safe;
-    safe.reserve(json.size());
-    for (const char character : json)
-        safe += character == '<' ? std::string_view("\\u003c") : std::string_view(&character, 1);
-    return safe;
+    return safe_in_page(DataWriter(snapshot, more_tables).write());
 }
 
 std::string report_page(const Snapshot &snapshot, const std::vector<ReportTable> &more_tables)
 {
-    std::string page = page_text;
-    return page.replace(page.find(page_data_mark), std::size(page_data_mark) - 1,
-                        report_data(snapshot, more_tables));
+    return filled(page_text, DataWriter(snapshot, more_tables).write());
+}
+
+std::string faults_page(const FaultsPage &page)
+{
+    Json json;
+    json.begin_object().field("configurations", page.configurations);
+    json.field("verdict", page.verdict).field("pairs", page.pairs).field("tried", page.tried);
+    json.field("heal", page.heal).field("do_not_heal", page.do_not_heal);
+    json.field("most_services", page.most_services).key("tables").begin_array();
+    write_table(json, "groups", page.groups);
+    write_table(json, "failures", page.failures);
+    return filled(faults_page_text, json.end_array().end_object().text());
 }
 
 } // namespace kvnsim

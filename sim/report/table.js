@@ -126,7 +126,7 @@ class TableView {
     }
 
     line(row) {
-        const line = make("tr", { className: hasTrouble(row[0]) ? "trouble" : "" });
+        const line = make("tr", { className: isMarked(this.table, row) ? "trouble" : "" });
         this.columns.forEach((column, position) => {
             const cell = row[column.i];
             const element = make(position === 0 ? "th" : "td", {

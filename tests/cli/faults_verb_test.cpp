@@ -50,6 +50,22 @@ std::string text_of(const rapidjson::Value &value)
 
 } // namespace
 
+TEST_F(FaultsVerb, APageHasTheSameAsTheText)
+{
+    const Result text = kvnsim({"faults", svi, "--report", "f.html"});
+    EXPECT_EQ(found, text.status);
+    const std::string page = read("f.html");
+    EXPECT_THAT(page, StartsWith("<!DOCTYPE html>"));
+    EXPECT_THAT(page, HasSubstr(lines(text.out).back()));
+    EXPECT_THAT(page, HasSubstr("\"tried\":75,\"heal\":51,\"do_not_heal\":24"));
+    EXPECT_EQ(bad_input, kvnsim({"faults", svi, "--report", "no/such/folder.html"}).status);
+    const Result share = kvnsim({"faults", svi, "--shard", "1/2", "--report", "g.html"});
+    EXPECT_EQ(usage, share.status);
+    /* Merged results have the same page. */
+    EXPECT_EQ(found, merged(shares(), {"--report", "merged.html"}).status);
+    EXPECT_EQ(page, read("merged.html"));
+}
+
 TEST_F(FaultsVerb, GroupsSumUpToSingleFailures)
 {
     const Result result = kvnsim({"faults", svi, "--json"});

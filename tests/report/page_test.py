@@ -63,6 +63,13 @@ class Pages:
             "PORT": {port: {} for port in ports}, "INTERFACE": {port: {} for port in ports},
             "VLAN_SUB_INTERFACE": {f"{port}.{vlan}": {} for port in ports for vlan in range(1, 11)}})
 
+    def failures(self):
+        page = os.path.join(self.folder, "failures.html")
+        if not os.path.exists(page):
+            subprocess.run([self.kvnsim, "faults", os.path.join(self.examples, "svi_gateway.json"),
+                            "--report", page], stdout=subprocess.DEVNULL, check=False)
+        return "file://" + page
+
     def empty(self):
         return self._made("empty", {})
 
@@ -324,6 +331,23 @@ def a_big_switch_stays_usable(browser, pages):
     equal(len(browser.texts("#graph-view .node")), 4)
 
 
+def a_page_of_failures_shows_what_does_not_heal(browser, pages):
+    browser.open(pages.failures())
+    has(browser.run("return document.title"), "svi_gateway.json – kvnsim")
+    has(browser.text("#overview"), "75\nFailures", "51\nHeal", "24\nDo not heal")
+    has(browser.text("#verdict"), "75 failures tried: 51 heal, 24 do not; not tried:")
+    heals = "return [...document.querySelectorAll('#table-panel tbody tr')].map((row) => " \
+            "[row.className, row.children[3].textContent])"
+    for marked, healed in browser.run(heals):
+        equal(marked, "" if healed == "yes" else "trouble")
+    browser.click("#orphans")
+    assert all("orphan" in row for row in browser.texts("#table-panel tbody tr"))
+    browser.click("#tab-failures")
+    has(browser.text(".count"), "75 rows")
+    browser.type("#table-panel .filter", "malloc:3")
+    equal(first_cells(browser), ["--fail malloc:3"])
+
+
 def an_empty_switch_has_a_page(browser, pages):
     browser.open(pages.empty())
     has(browser.text("#front-panel"), "There are no ports.")
@@ -385,7 +409,8 @@ ON_A_DESK = (
     a_table_is_sorted_by_a_column, numbers_are_sorted_as_numbers_and_nothing_comes_last,
     a_table_is_filtered_by_words, the_finder_selects_by_name,
     the_selection_can_be_linked_to_and_gone_back_from, markup_in_names_stays_text,
-    a_big_switch_stays_usable, an_empty_switch_has_a_page, can_be_read_in_its_colours)
+    a_big_switch_stays_usable, an_empty_switch_has_a_page,
+    a_page_of_failures_shows_what_does_not_heal, can_be_read_in_its_colours)
 SETTINGS = (("light", {}, ON_A_DESK),
             ("dark", {"dark": True}, (can_be_read_in_its_colours,)),
             ("phone", {"width": NARROW, "height": 780}, (fits_a_phone, can_be_read_in_its_colours)))
