@@ -148,7 +148,9 @@ TEST_F(Terminal, CtrlCBetweenStepsKeepsWhatCameAboutInASoundDatabase)
     /* What is there agrees; the ports that are missing are told. */
     const Result audit = kvnsim({"audit", "--db", "x.db"});
     EXPECT_EQ(found, audit.status);
-    EXPECT_THAT(audit.out, MatchesRegex("(missing: [^\n]*\n)+[0-9]+ findings?\n[^\n]*services wanted[^\n]*\n"));
+    EXPECT_THAT(
+        audit.out,
+        MatchesRegex("(missing: [^\n]*\n)+[0-9]+ findings?\n[^\n]*services wanted[^\n]*\n"));
 }
 
 TEST_F(Terminal, CtrlCWhileReadingAppliesNothing)
