@@ -16,6 +16,7 @@ list(REMOVE_DUPLICATES run_path)
 set_target_properties(kvnsim PROPERTIES INSTALL_RPATH "${run_path}" BUILD_WITH_INSTALL_RPATH ON)
 set_target_properties(kvnsim_sdk kvnsim_fwm PROPERTIES INSTALL_RPATH $ORIGIN
     BUILD_WITH_INSTALL_RPATH ON)
+set_target_properties(l3lifpdkavelin PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
 # So the libraries of a sysroot must be beside them too.
 foreach(folder ${CMAKE_BUILD_RPATH})
     file(GLOB libraries ${folder}/*.so.*)

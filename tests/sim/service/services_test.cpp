@@ -305,11 +305,6 @@ void expect_as_configured(const std::string &file)
             return finding.leaves_out || finding.severity == Finding::Severity::error;
         });
     const auto configured = configured_services(file);
-    if (!whole || !configured) {
-        std::printf("%s: left out of the comparison, it has rows that are not applied\n",
-                    file.c_str());
-        return;
-    }
     Switch sw;
     sw.apply(read.desired);
     std::set<std::string> services;
@@ -317,7 +312,11 @@ void expect_as_configured(const std::string &file)
         EXPECT_EQ(service.state, ServiceState::given) << identity(service) << service.reason;
         services.insert(identity(service));
     }
-    EXPECT_EQ(services, *configured);
+    if (whole && configured) {
+        EXPECT_EQ(services, *configured);
+    } else {
+        std::printf("%s: not compared, it has rows that are not applied\n", file.c_str());
+    }
 }
 
 TEST(ConfiguredServices, OfTheExamplesAreThoseOfTheFileAndGiven)
