@@ -40,8 +40,11 @@ std::chrono::seconds timeout_given(const Arguments &arguments)
 
 std::optional<Shard> shard_given(const Arguments &arguments)
 {
-    if (!arguments.has(shard_option.name()))
+    if (!arguments.has(shard_option.name())) {
+        if (arguments.has(results_option.name()))
+            throw UsageError("-o is for the results of --shard");
         return {};
+    }
     try {
         return parse_shard(arguments.value(shard_option.name()));
     } catch (const std::invalid_argument &error) {

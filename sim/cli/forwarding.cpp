@@ -118,6 +118,11 @@ Frame frame_of(const Index &index, const Arguments &given)
 
 /* ---- What becomes of it ---- */
 
+std::string not_modelled_line()
+{
+    return fmt::format("Not modelled: {}.\n", fmt::join(not_modelled(), ", "));
+}
+
 Listing show(const std::vector<StageResult> &stages)
 {
     Listing listing{"Stages",
@@ -156,23 +161,25 @@ void print_json(const Forwarding &forwarding, const Frame &frame, const Fate &fa
     else
         json.null();
     json.text_or_null("vrf", fate.routed ? forwarding.vrf_of(fate.vpn) : "");
-    json.key("not_modelled").begin_array();
-    for (const char *what : not_modelled())
-        json.value(what);
-    console.out() << json.end_array().end_object().document();
+    json.field("not_modelled", not_modelled());
+    console.out() << json.end_object().document();
 }
 
 } // namespace
 
-std::vector<Option> packet_options()
+std::vector<Option> with_frame(std::vector<Option> before, const std::vector<Option> &behind)
 {
-    return {{"--vlan N", Takes::count, Times::optional,
-             "the VLAN of its tag; untagged without (of a sub-interface or SVI: its own)"},
-            {"--to MAC", Takes::text, Times::optional, "the destination (the switch's router MAC)"},
-            {"--ipv4", Takes::nothing, Times::optional, "it carries IPv4 (the default)"},
-            {"--ipv6", Takes::nothing, Times::optional, "it carries IPv6"},
-            {"--size BYTES", Takes::count, Times::optional,
-             "size of the packet, as MTUs count it (whatever fits)"}};
+    before.insert(
+        before.end(),
+        {{"--vlan N", Takes::count, Times::optional,
+          "the VLAN of its tag; untagged without (of a sub-interface or SVI: its own)"},
+         {"--to MAC", Takes::text, Times::optional, "the destination (the switch's router MAC)"},
+         {"--ipv4", Takes::nothing, Times::optional, "it carries IPv4 (the default)"},
+         {"--ipv6", Takes::nothing, Times::optional, "it carries IPv6"},
+         {"--size BYTES", Takes::count, Times::optional,
+          "size of the packet, as MTUs count it (whatever fits)"}});
+    before.insert(before.end(), behind.begin(), behind.end());
+    return before;
 }
 
 int print_packet(const Snapshot &snapshot, const Arguments &given, Console &console)
@@ -185,8 +192,7 @@ int print_packet(const Snapshot &snapshot, const Arguments &given, Console &cons
         print_json(forwarding, frame, fate, console);
     } else {
         console.print_titled(to_text(show(fate.stages), page_on(console, given)));
-        console.out() << fmt::format("Not modelled: {}.\n", fmt::join(not_modelled(), ", "))
-                      << forwarding.words(fate) << "\n";
+        console.out() << not_modelled_line() << forwarding.words(fate) << "\n";
     }
     return fate.routed ? exit_well : exit_found;
 }
@@ -213,15 +219,12 @@ int print_services(const Snapshot &snapshot, const Arguments &given, Console &co
         json.field("not_given", total.not_given).field("given_wrongly", total.wrong);
         json.field("not_wanted", total.unwanted).field("kept", total.kept);
         json.field("verdict", summary(judgement.services, snapshot));
-        json.key("not_modelled").begin_array();
-        for (const char *what : not_modelled())
-            json.value(what);
-        console.out() << json.end_array().end_object().document();
+        json.field("not_modelled", not_modelled());
+        console.out() << json.end_object().document();
     } else {
         if (!told.empty())
             console.print_titled(to_text(show(told), page_on(console, given)));
-        console.out() << summary(judgement.services, snapshot) << ".\n"
-                      << fmt::format("Not modelled: {}.\n", fmt::join(not_modelled(), ", "));
+        console.out() << summary(judgement.services, snapshot) << ".\n" << not_modelled_line();
     }
     return total.any_fault() ? exit_found : exit_well;
 }

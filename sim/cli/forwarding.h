@@ -9,8 +9,8 @@ namespace kvnsim {
 
 class Console;
 
-/* The arguments behind IF. */
-std::vector<Option> packet_options();
+/* The options of packet that say what the frame is, placed between others. */
+std::vector<Option> with_frame(std::vector<Option> before, const std::vector<Option> &behind);
 
 /* Print, and return the exit status: exit_found when the frame is not routed, or when a service is
  * not given or given wrongly. */

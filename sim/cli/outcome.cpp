@@ -56,14 +56,6 @@ Snapshot go_on_from(const Arguments &arguments, Switch &into)
     return saved;
 }
 
-ServiceEffect effect_on(const std::vector<Service> &before, const Snapshot &after,
-                        const std::vector<Change> &changes)
-{
-    ServiceEffect effect{judge(after).services, {}};
-    effect.changes = service_changes(before, effect.services, changes);
-    return effect;
-}
-
 void print_effect(const std::vector<ServiceChange> &changes, const Page &page, Console &console)
 {
     std::vector<ServiceChange> told;

@@ -29,13 +29,6 @@ bool are_refused(const std::vector<Configuration> &configurations, const Policy 
  * snapshot. Call before capacities are set. Throws SnapshotError. */
 Snapshot go_on_from(const Arguments &arguments, Switch &into);
 
-/* What a configuration does to the services, given what they were. */
-struct ServiceEffect {
-    std::vector<Service> services; /* afterwards */
-    std::vector<ServiceChange> changes;
-};
-ServiceEffect effect_on(const std::vector<Service> &before, const Snapshot &after,
-                        const std::vector<Change> &changes);
 /* The changes but for what is added, and how many of each kind. */
 void print_effect(const std::vector<ServiceChange> &changes, const Page &page, Console &console);
 

@@ -120,16 +120,6 @@ int of_switch(Session &session, const Arguments &given)
     return print(session.now(), given, session.console);
 }
 
-std::vector<Option> packet_command_options()
-{
-    std::vector<Option> options{{"IF", Takes::interface}};
-    for (const Option &option : packet_options())
-        options.push_back(option);
-    options.push_back(json_option);
-    options.push_back(wide_option);
-    return options;
-}
-
 int mark(Session &session, const Arguments &)
 {
     session.mark = session.now();
@@ -223,8 +213,8 @@ const CommandGroup looking_commands{
       of_switch<print_audit>,
       "After manual requests the switch no longer matches its configuration: the audit reports\n"
       "differences, and apply works from what it did itself.\n"},
-     {"packet", "follow a frame through the ASIC's tables", packet_command_options(),
-      of_switch<print_packet>},
+     {"packet", "follow a frame through the ASIC's tables",
+      with_frame({{"IF", Takes::interface}}, {json_option, wide_option}), of_switch<print_packet>},
      {"reach",
       "follow every kind of frame that the configuration wants routed",
       {{"IF", Takes::interface, Times::any},

@@ -345,8 +345,6 @@ int faults(const Arguments &arguments, Console &console)
     if (arguments.has(merge_option.name()))
         return merge_results(arguments, console);
     const bool is_share = arguments.has(shard_option.name());
-    if (arguments.has(results_option.name()) && !is_share)
-        throw UsageError("-o is for the results of --shard");
     for (const Option &printed : {json_option, all_option, report_option}) {
         if (is_share && arguments.has(printed.name()))
             throw UsageError(fmt::format("--shard writes results to merge: give --merge the {}",

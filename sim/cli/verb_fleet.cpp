@@ -77,8 +77,6 @@ public:
             throw UsageError(fmt::format("--shard writes results to merge: give --merge the "
                                          "format {}",
                                          format));
-        if (!shard && arguments_.has(results_option.name()))
-            throw UsageError("-o is for the results of --shard");
         Workers::Options options;
         options.jobs = jobs_given(arguments_);
         options.limit = timeout_given(arguments_);

@@ -89,10 +89,9 @@ private:
                     {},
                     {}};
         trial.step_requests = requests.take();
-        ServiceEffect on_services =
-            effect_on(services_, capture(switch_, {}, configuration.findings), trial.changes);
-        services_ = std::move(on_services.services);
-        trial.service_changes = std::move(on_services.changes);
+        std::vector<Service> now = judge(capture(switch_, {}, configuration.findings)).services;
+        trial.service_changes = service_changes(services_, now, trial.changes);
+        services_ = std::move(now);
         if (prints_)
             print_trial(trial);
         trials_.push_back(std::move(trial));

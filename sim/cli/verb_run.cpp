@@ -45,7 +45,7 @@ public:
         tells_effects_ =
             json_ || (!quiet_ && (configurations_.size() > 1 || arguments_.has("--from")));
         if (tells_effects_ && arguments_.has("--from"))
-            services_ = judge(before_).services;
+            judgement_ = judge(before_);
         const std::string timeline_interface = interface_of_timeline();
         instruments_.open(timeline_interface);
         for (const Configuration &configuration : configurations_) {
@@ -103,12 +103,12 @@ private:
             console_.out() << "  " << summary(outcomes_.back()) << "\n";
         if (!tells_effects_)
             return;
-        ServiceEffect effect =
-            effect_on(services_, capture(switch_, {}, configuration.findings), interrupting);
-        services_ = std::move(effect.services);
+        Judgement now = judge(
+            capture(switch_, {}, configuration.findings, outcomes_.back().applied.interrupted));
+        effects_.push_back(service_changes(judgement_.services, now.services, interrupting));
+        judgement_ = std::move(now);
         if (!json_)
-            print_effect(effect.changes, page_on(console_, arguments_), console_);
-        effects_.push_back(std::move(effect.changes));
+            print_effect(effects_.back(), page_on(console_, arguments_), console_);
     }
 
     void print_plan(const Configuration &configuration, const Plan &plan)
@@ -129,13 +129,15 @@ private:
                 : capture(switch_, applied_files(), outcomes_.back().configuration->findings,
                           outcomes_.back().applied.interrupted);
         files_written_ = instruments_.close(snapshot);
-        const Judgement judgement = quiet_ ? Judgement{audit(snapshot), {}}
-                                           : judge(snapshot); /* nobody asks for services */
-        const std::vector<AuditFinding> findings = policy_.judge(judgement.findings);
+        if (quiet_)
+            judgement_ = {audit(snapshot), {}}; /* nobody asks for services */
+        else if (effects_.empty())
+            judgement_ = judge(snapshot);
+        const std::vector<AuditFinding> findings = policy_.judge(judgement_.findings);
         if (json_)
             print_json(&snapshot, findings);
         else if (!quiet_)
-            print_state(snapshot, judgement);
+            print_state(snapshot);
         const bool unused_fault = instruments_.warn_of_unused_faults();
         return status(!findings.empty(), unused_fault);
     }
@@ -148,12 +150,12 @@ private:
         return files;
     }
 
-    void print_state(const Snapshot &snapshot, const Judgement &judgement)
+    void print_state(const Snapshot &snapshot)
     {
         if (arguments_.has("--tables"))
             print_tables(snapshot);
         print_summary(snapshot);
-        print_judgement(snapshot, judgement, arguments_, console_);
+        print_judgement(snapshot, judgement_, arguments_, console_);
     }
 
     void print_tables(const Snapshot &snapshot)
@@ -255,8 +257,8 @@ private:
     Snapshot before_; /* what --from goes on from; else empty */
     std::vector<Configuration> configurations_;
     std::vector<ConfigurationRun> outcomes_;
-    bool tells_effects_ = false;    /* what each configuration does to the services */
-    std::vector<Service> services_; /* then: as they are */
+    bool tells_effects_ = false; /* what each configuration does to the services */
+    Judgement judgement_;        /* the last one made */
     std::vector<std::vector<ServiceChange>> effects_; /* then: of each outcome */
     bool files_written_ = true;
 };

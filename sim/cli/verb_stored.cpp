@@ -19,14 +19,6 @@ int show_of_database(const Arguments &given, Console &console)
     return of_database<print_table>(given, console);
 }
 
-std::vector<Option> between(std::vector<Option> before, const std::vector<Option> &options,
-                            const std::vector<Option> &behind)
-{
-    before.insert(before.end(), options.begin(), options.end());
-    before.insert(before.end(), behind.begin(), behind.end());
-    return before;
-}
-
 int compare(const Arguments &given, Console &console)
 {
     const Snapshot before = load(given.value("A"));
@@ -74,10 +66,10 @@ const Verb packet_verb{
     "packet", "follow a frame through the ASIC's tables: routed where, or why not",
     "kvnsim packet Ethernet0 leaf.db\n"
     "kvnsim packet Ethernet36 --vlan 100 --to 00:00:5e:00:53:01 --ipv4 --size 9000 --db leaf.db\n",
-    between({{"IF", Takes::interface, Times::required,
-              "the port by which it arrives; or an interface, for a frame of its port and VLAN"},
-             db_operand},
-            packet_options(), {db_option, json_option, wide_option}),
+    with_frame({{"IF", Takes::interface, Times::required,
+                 "the port by which it arrives; or an interface, for a frame of its port and VLAN"},
+                db_operand},
+               {db_option, json_option, wide_option}),
     of_database<print_packet>};
 
 const Verb reach_verb{

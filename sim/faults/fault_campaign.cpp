@@ -47,24 +47,15 @@ bool same_service(const Service &a, const Service &b)
     return a.wanted == b.wanted && a.vrf == b.vrf && a.mtu == b.mtu && a.state == b.state;
 }
 
-/* What the switch does, and what is wrong with it. */
-struct Observation {
-    std::vector<AuditFinding> findings;
-    std::vector<Service> services;
-};
-Observation observe(const Switch &of, const std::vector<Finding> &reader)
+Judgement observe(const Switch &of, const std::vector<Finding> &reader)
 {
-    const Snapshot snapshot = capture(of, {}, reader);
-    Observation seen;
-    seen.findings = audit(snapshot);
-    seen.services = services(snapshot, seen.findings);
-    return seen;
+    return judge(capture(of, {}, reader));
 }
 
 /* What a run without failures does at the end of a configuration. */
 class Reference {
 public:
-    explicit Reference(Observation seen) : seen_(std::move(seen))
+    explicit Reference(Judgement seen) : seen_(std::move(seen))
     {
         for (const AuditFinding &finding : seen_.findings)
             findings_.insert(key_of(finding));
@@ -99,7 +90,7 @@ public:
         return all;
     }
 
-    bool is_like(const Observation &other) const
+    bool is_like(const Judgement &other) const
     {
         return other.findings.size() == seen_.findings.size() && beyond(other.findings).empty() &&
                other.services.size() == seen_.services.size() &&
@@ -114,7 +105,7 @@ private:
         return found != services_.end() && same_service(*found->second, service);
     }
 
-    Observation seen_;
+    Judgement seen_;
     std::unordered_multiset<std::string> findings_;
     std::unordered_map<std::string, const Service *> services_;
 };
@@ -439,7 +430,7 @@ private:
             if (requests_[i] != nullptr)
                 row.places[i].result = requests_[i]->result;
         }
-        Observation seen = observe(*switch_, reader);
+        Judgement seen = observe(*switch_, reader);
         row.left = reference.beyond(seen.findings);
         row.services = reference.lost(seen.services);
         const auto &wanted = configuration().wanted;

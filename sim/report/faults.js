@@ -22,7 +22,7 @@ function drawPage() {
     document.getElementById("verdict").textContent = `${data.verdict}.`;
     drawTiles();
     drawTables();
-    /* What does not heal, at a touch: a filter of its own would only repeat the words. */
+    /* The buttons write into the table's own filter. */
     const filter = (word) => () => {
         const input = document.querySelector("#table-panel .filter");
         input.value = word;

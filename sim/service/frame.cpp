@@ -147,6 +147,13 @@ std::string Forwarding::intf_words(uint32_t intf_id) const
     return fmt::format("{} ({}{})", intf_id, kept ? "kept by " : "", owner->name);
 }
 
+std::string Forwarding::reason(const Fate &fate)
+{
+    return fate.made.request || *fate.made.call != '\0'
+               ? fmt::format("{} ({})", fate.reason, fate.made.to_text())
+               : fate.reason;
+}
+
 std::string Forwarding::condition(const Fate &fate)
 {
     return fate.if_in_vlan != 0 ? fmt::format(", if the port is in VLAN {}", fate.if_in_vlan) : "";
@@ -157,10 +164,7 @@ std::string Forwarding::words(const Fate &fate) const
     if (fate.routed)
         return fmt::format("routed in {} by SDK interface {}{}", vpn_words(fate.vpn),
                            intf_words(fate.intf_id), condition(fate));
-    return fmt::format("not routed: {}{}", fate.reason,
-                       fate.made.request || *fate.made.call != '\0'
-                           ? fmt::format(" ({})", fate.made.to_text())
-                           : "");
+    return "not routed: " + reason(fate);
 }
 
 /* One frame on its way. */
@@ -180,7 +184,8 @@ public:
         fate_.routed = true;
         for (size_t i = 0; i < std::size(stages) && fate_.routed; ++i) {
             stage_ = static_cast<Stage>(i);
-            fate_.routed = (this->*stages[i])();
+            const Ask ask = stages[i];
+            fate_.routed = (this->*ask)();
         }
         return std::move(fate_);
     }

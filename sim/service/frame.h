@@ -78,6 +78,8 @@ public:
      * ...)". */
     std::string words(const Fate &fate) const;
 
+    /* Why it is not routed, with the call behind it. */
+    static std::string reason(const Fate &fate);
     /* ", if the port is in VLAN 100"; empty without a condition */
     static std::string condition(const Fate &fate);
     /* "VrfBlue", "default"; empty when no VRF has the number */

@@ -10,6 +10,7 @@
 #include <set>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 #include <fmt/format.h>
 
@@ -211,13 +212,12 @@ private:
 
     void want(const WantedInterface &wanted, const std::string &port, const Frame &frame)
     {
-        if (!wanted_frames_.emplace(frame, judged_.size()).second)
+        if (!wanted_frames_.insert(frame).second)
             return; /* a virtual MAC that is the router MAC too */
         Judged &judged = judged_.emplace_back();
         judged.frame = frame;
         judged.parent = wanted.parent;
         judged.fate = forwarding_.follow(frame, false);
-        judged.decided = judged.fate.decided;
         Service &service = judged.service;
         service.interface = wanted.name;
         service.port = port;
@@ -229,14 +229,8 @@ private:
         if (judged.fate.routed)
             compare(judged, wanted);
         else
-            fail(judged, ServiceState::not_given, Stage(judged.fate.decided), reason_of(judged));
-    }
-
-    std::string reason_of(const Judged &judged) const
-    {
-        Fate fate = forwarding_.follow(judged.frame);
-        return fate.reason +
-               (fate.made.request ? fmt::format(" ({})", fate.made.to_text()) : std::string());
+            fail(judged, ServiceState::not_given, judged.fate.decided,
+                 Forwarding::reason(forwarding_.follow(frame)));
     }
 
     static void fail(Judged &judged, ServiceState state, Stage decided, std::string reason)
@@ -471,7 +465,7 @@ private:
     std::unordered_map<uint32_t, std::vector<uint32_t>> joined_;          /* by pc_id */
     std::unordered_map<uint32_t, std::vector<Mac>> traps_;                /* by intf_id */
     std::map<AsicObject, const AuditFinding *> broken_;
-    std::unordered_map<Frame, size_t, FrameHash, SameFrame> wanted_frames_;
+    std::unordered_set<Frame, FrameHash, SameFrame> wanted_frames_;
     std::vector<Judged> judged_;
 };
 

@@ -1,5 +1,7 @@
 #include "sim/types/text.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 namespace kvnsim {
@@ -10,6 +12,14 @@ std::string shown(std::string_view text, bool keep_lines)
     std::string all;
     all.reserve(text.size());
     while (!text.empty()) {
+        /* Most texts are all of these. */
+        const auto other = std::find_if(text.begin(), text.end(),
+                                        [](unsigned char c) { return c < 0x20 || c >= 0x7F; });
+        const auto plain = static_cast<size_t>(other - text.begin());
+        all += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (text.empty())
+            break;
         const size_t length = character_length(text);
         const std::string_view character = text.substr(0, length == 0 ? 1 : length);
         const bool is_kept = keep_lines && (text[0] == '\n' || text[0] == '\t');

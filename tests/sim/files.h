@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -44,7 +45,8 @@ class ScratchFile {
 public:
     explicit ScratchFile(const std::string &name)
         : path(testing::TempDir() + "kvnsim_" +
-               testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + name)
+               testing::UnitTest::GetInstance()->current_test_info()->name() + "_" +
+               std::to_string(getpid()) + "_" + name)
     {
         std::remove(path.c_str());
     }

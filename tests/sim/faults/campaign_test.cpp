@@ -447,7 +447,7 @@ TEST(FaultCampaign, EndsWhenStopped)
     options.stop = [&] { return stop; };
     FaultCampaign campaign(small_change(), options);
     uint64_t done = 0;
-    EXPECT_FALSE(campaign.run([&](const FaultRow &) { stop = ++done == 3; }));
+    EXPECT_FALSE(campaign.run([&](const FaultRow &) { stop = ++done >= 3; }));
     EXPECT_LT(done, campaign.count().items);
 }
 

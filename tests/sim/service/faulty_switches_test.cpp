@@ -10,6 +10,7 @@
 #include "sim/sdk/attributes.h"
 #include "sim/sdk/kvnsim_sdk.h"
 #include "sim/stress/random_desired.h"
+#include "tests/sim/call_count.h"
 #include "tests/sim/state/snapshot_fixture.h"
 
 namespace kvnsim {
@@ -128,16 +129,6 @@ void expect_as_read_simply(const Snapshot &s, const Judgement &judgement)
         most += finding.services.value_or(0);
     EXPECT_GE(most, lost) << words(judgement.findings);
 }
-
-class CallCount : public Observer {
-public:
-    void call_made(const Call &call) override
-    {
-        if (call.what->can_fail())
-            counts[call.what->name()]++;
-    }
-    std::map<std::string, uint32_t> counts;
-};
 
 std::vector<std::string> examples()
 {

@@ -1,3 +1,4 @@
+#include "tests/sim/call_count.h"
 #include "tests/sim/state/leftovers.h"
 #include "tests/sim/state/snapshot_fixture.h"
 
@@ -37,17 +38,6 @@ std::map<std::string, std::vector<Desired>> scenarios()
     }
     return all;
 }
-
-/* How often each call that can fail is made. */
-class CallCount : public Observer {
-public:
-    void call_made(const Call &call) override
-    {
-        if (call.what->can_fail())
-            counts[call.what->name()]++;
-    }
-    std::map<std::string, uint32_t> counts;
-};
 
 std::vector<std::string> found(const Switch &sw)
 {
