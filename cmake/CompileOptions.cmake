@@ -8,6 +8,12 @@ endif()
 
 add_compile_options(-Wall -Wextra -Wconversion -Wshadow -Wformat=2 -Werror)
 
+# The same files wherever the sources and the build are; of two that fit, the last holds.
+if(NOT KVN_COVERAGE)
+    add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
+        -ffile-prefix-map=${PROJECT_BINARY_DIR}=.)
+endif()
+
 # Programs read what strangers wrote. The sanitizers, and code that is not optimised, go without.
 if(NOT (KVN_SANITIZE OR KVN_FUZZ OR KVN_COVERAGE))
     add_compile_options(-fstack-protector-strong -fcf-protection)
