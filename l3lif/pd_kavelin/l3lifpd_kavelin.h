@@ -10,6 +10,9 @@
  * (l3lif_find_lif_from_ifindex) before it is handed in. Nothing is rolled back: what a failing call
  * made before it failed stays. Every failure and every step worth following is traced.
  *
+ * A pointer that is said to be not NULL is read as it comes: NULL crashes the call. For the others
+ * the result of NULL is given.
+ *
  * Interface indexes are 32-bit. 0xFFFF stands for "none" in intf_id, lid_id and pc_id alike, also
  * where the field is 32 bits wide.
  */
@@ -98,7 +101,7 @@ uint32_t l3lifpd_kvn_get_intf_id_for_ifindex(uint32_t ifindex);
 /*
  * Make the interface's l3_pd, or find it made.
  *
- * l3lif      the interface; its pd_ctxt is filled here
+ * l3lif      the interface, not NULL; its pd_ctxt is filled here
  * overwrite  non-zero sets intf_id, lid_id and pc_id to 0xFFFF, also in a record that exists;
  *            with 0 a new record starts with the three at 0 and an old one is left alone
  * Returns 0   the l3_pd is there
@@ -110,13 +113,14 @@ int32_t l3lifpd_kvn_l3pd_init(struct l3lif *l3lif, int32_t overwrite);
  * Write one line with the interface's identifiers.
  *
  * cli_ctx  the command's output for cmd_prt, or NULL to trace the line at debug level
- * prefix   text at the start of the line, NUL-terminated
+ * prefix   text at the start of the line, NUL-terminated, not NULL
  * l3lif    the interface, not NULL
  * Returns 0, always. The line stays in l3lifpd_dump_one_line, cut to 254 characters.
  */
 uint32_t l3lifpd_kvn_dump_l3lif(void *cli_ctx, const char *prefix, struct l3lif *l3lif);
 
-/* Write the 6 bytes of mac as "0011.2233.4455" into buf (20 bytes at least); returns buf. */
+/* Write the 6 bytes of mac as "0011.2233.4455" into buf, of 20 bytes at least; neither is NULL.
+ * Returns buf. */
 char *l3lifpd_dump_format_mac_bytes(const uint8_t *mac, char *buf);
 
 /* ---- Interfaces ---- */
@@ -149,7 +153,7 @@ int32_t l3lifpd_kvn_destroy_l3_intf(struct l3lif *l3lif);
 /* The delete events: trace, then l3lifpd_kvn_destroy_l3_intf, whose result they return. */
 int32_t l3lifpd_kvn_del_l3port(struct l3lif *l3lif);
 int32_t l3lifpd_kvn_del_svi(struct l3lif *l3lif);
-int32_t l3lifpd_kvn_del_subint(struct l3lif *l3lif); /* l3lif must not be NULL */
+int32_t l3lifpd_kvn_del_subint(struct l3lif *l3lif); /* l3lif is not NULL */
 
 /* Tunnels are not programmed by this platform: both return 0 and do nothing. */
 int32_t l3lifpd_kvn_add_l3tun(struct l3lif *l3lif, int32_t create);
@@ -194,7 +198,8 @@ int32_t l3lifpd_kvn_set_l3_property(struct l3lif *l3lif, int32_t prop_type, uint
 
 /*
  * Give a new interface its defaults: IPv4 unicast and multicast where ip_cfg asks for them, the
- * MTU (1500 if unset) and the IPv4 same-interface property. The interface must have its intf_id.
+ * MTU (1500 if unset) and the IPv4 same-interface property. The interface is not NULL and must have
+ * its intf_id.
  *
  * Returns 0, always.
  */
@@ -228,10 +233,11 @@ int32_t l3lifpd_kvn_loopback_enable(uint32_t ifindex, int32_t enable);
  * Make a routed port-channel in the ASIC: SDK port-channel and LID entry (or those that the
  * forwarding manager holds already) and the SDK interface.
  *
- * l3lif   the port-channel; pc_membership must be set and its member_count be 1
+ * l3lif   the port-channel; its pc_membership is not NULL, and member_count there must be 1
  * create  passed on to l3lifpd_kvn_add_l3port
- * Returns 0   made, or already there; also when only the shared database or the SDK interface
- * failed -1  l3lif is NULL, member_count is not 1, or the SDK refused the port-channel or LID entry
+ * Returns 0   made, or already there; also when the shared database or the SDK interface failed
+ *         -1  l3lif is NULL, member_count is not 1, or the SDK refused the port-channel or the
+ *             LID entry
  *         rc  of l3lifpd_kvn_l3pd_init when the context cannot be made
  */
 int32_t l3lifpd_kvn_alloc_l3pc_add(struct l3lif *l3lif, int32_t create);
@@ -247,8 +253,7 @@ int32_t l3lifpd_kvn_alloc_l3pc_add(struct l3lif *l3lif, int32_t create);
  */
 int32_t l3lifpd_kvn_add_l3pc(struct l3lif *l3lif, int32_t create);
 
-/* Member events without a programming of their own: trace ifindex and return 0. first is not read.
- */
+/* Member events without a programming of their own: trace ifindex, return 0; first is not read. */
 int32_t l3lifpd_kvn_add_l3pc_member(uint32_t first, uint32_t ifindex);
 int32_t l3lifpd_kvn_del_l3pc_member(uint32_t first, uint32_t ifindex);
 
@@ -264,11 +269,11 @@ int32_t l3lifpd_kvn_pc_SupPortMask_set(struct l3lif *l3lif, struct l3lif *main_l
  * destroy  non-zero with the last member: LID entry, SDK interface and SDK port-channel go too
  * Returns 0   done
  *         -1  l3lif or its main_l3lif is NULL, the port is a routed interface of its own, or the
- * SDK refused a step; the later steps are not attempted
+ *             SDK refused a step; the later steps are not attempted
  */
 int32_t l3lifpd_kvn_del_l3pc(struct l3lif *l3lif, int32_t destroy);
 
-/* ---- Router and virtual MACs: 6 bytes in transmission order ---- */
+/* ---- Router and virtual MACs: 6 bytes in transmission order, never NULL ---- */
 
 /*
  * Make the MAC a router MAC of the whole switch; the rmac functions are the same under another

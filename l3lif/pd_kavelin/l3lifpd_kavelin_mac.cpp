@@ -157,7 +157,7 @@ int32_t l3lifpd_kvn_fhrp_mac_add(const uint8_t *mac, uint32_t ifindex)
     if (intf_id == L3LIFPD_NO_ID)
         return -1;
 
-    uint32_t mac_trap_id;
+    uint32_t mac_trap_id = L3LIFPD_NO_ID;
     const sdk_mac words = sdk_mac_of(mac);
     /* A trap that the SDK refuses is reported as success: nothing is stored, nobody is told. */
     if (libsdk_intf_router_mac_trap_create(L3LIFPD_DEV_INST, intf_id, words.lo, words.hi,

@@ -217,14 +217,14 @@ TEST_F(VirtualMac, WhoseTrapIsRefusedIsDeliberatelyReportedAsAdded)
     bench.answer("libsdk_intf_router_mac_trap_create", 8, 1);
     EXPECT_EQ(0, add(vrrp1, svi10));
     EXPECT_TRUE(bench.did({entered("fhrp_mac_add", vrrp1, svi10), trap_made(vrrp1, svi10, 40),
-                           trap_id("fhrp_mac_add", 71)}));
+                           trap_id("fhrp_mac_add", 65535)}));
     EXPECT_EQ(nullptr, fhrp_mac_hash);
 
     EXPECT_EQ(-1, remove(vrrp1, svi10));
     EXPECT_TRUE(bench.did({entered("fhrp_mac_del", vrrp1, svi10), lookup_failed(vrrp1, svi10)}));
 
     EXPECT_EQ(0, add(vrrp1, svi10));
-    EXPECT_TRUE(bench.did(first_added(vrrp1, svi10, 40, 72)));
+    EXPECT_TRUE(bench.did(first_added(vrrp1, svi10, 40, 71)));
 }
 
 TEST_F(VirtualMac, WithoutMemoryForItsEntryFailsAndKeepsTheTrap)

@@ -699,13 +699,15 @@ int32_t libsdk_switch_router_mac_destroy(int32_t dev_inst, uint32_t peer_mac_id)
     return platform().call(__func__, text("dev_inst=%d, peer_mac_id=%u", dev_inst, peer_mac_id));
 }
 
-/* Writes the out word also when it fails: the library prints that word in any case. */
 int32_t libsdk_intf_router_mac_trap_create(int32_t dev_inst, uint32_t intf_id, uint32_t mac_lo,
                                            uint16_t mac_hi, uint32_t *mac_trap_id)
 {
-    *mac_trap_id = platform().next_id(__func__);
-    return platform().call(__func__, text("dev_inst=%d, intf_id=%u, mac_lo=%#x, mac_hi=%#x",
-                                          dev_inst, intf_id, mac_lo, mac_hi));
+    const int32_t status =
+        platform().call(__func__, text("dev_inst=%d, intf_id=%u, mac_lo=%#x, mac_hi=%#x", dev_inst,
+                                       intf_id, mac_lo, mac_hi));
+    if (status == 0)
+        *mac_trap_id = platform().next_id(__func__);
+    return status;
 }
 
 int32_t libsdk_intf_router_mac_trap_destroy(int32_t dev_inst, uint32_t mac_trap_id)
