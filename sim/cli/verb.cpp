@@ -27,12 +27,11 @@ std::string help_line(const Option &option)
 
 const std::vector<const Verb *> &verbs()
 {
+#define VERB(name) &name##_verb,
     static const std::vector<const Verb *> table{
-        &audit_verb,   &check_verb,  &completion_verb, &diff_verb,    &events_verb,
-        &explain_verb, &faults_verb, &fleet_verb,      &manual_verb,  &packet_verb,
-        &plan_verb,    &reach_verb,  &replay_verb,     &report_verb,  &run_verb,
-        &shell_verb,   &show_verb,   &stress_verb,     &version_verb, &watch_verb,
+#include "sim/cli/verbs.def"
     };
+#undef VERB
     return table;
 }
 

@@ -41,10 +41,9 @@ struct Verb {
     int (*run)(const Arguments &arguments, Console &console);
 };
 
-/* The verbs, each in the file of its name; verb_stored.cpp has those that read a database. */
-extern const Verb audit_verb, check_verb, completion_verb, diff_verb, events_verb, explain_verb,
-    faults_verb, fleet_verb, manual_verb, packet_verb, plan_verb, reach_verb, replay_verb,
-    report_verb, run_verb, shell_verb, show_verb, stress_verb, version_verb, watch_verb;
+#define VERB(name) extern const Verb name##_verb;
+#include "sim/cli/verbs.def"
+#undef VERB
 
 /* All of them, in the order of help. */
 const std::vector<const Verb *> &verbs();

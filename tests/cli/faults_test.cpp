@@ -1,4 +1,4 @@
-#include <set>
+#include <map>
 #include <sstream>
 
 #include "tests/cli/kvnsim.h"
@@ -23,11 +23,14 @@ public:
     }
 };
 
-/* Made by requests that no configuration asks for: loopbacks, members of an interface of its own
- * channel, lookups by a packet's interface. */
-static const std::set<std::string> beyond_configurations{
-    "fwmpd_kvn_reset_pd_pc", "l3lif_get_iif_for_ifindex_new", "libsdk_intf_attr_get",
-    "libsdk_intf_attr_set_batch", "sse_call2"};
+/* Calls that no configuration leads to, and the requests that make them. */
+static const std::map<std::string, std::string> beyond_configurations{
+    {"fwmpd_kvn_reset_pd_pc", "a port joins a port-channel that the host held"},
+    {"l3lif_get_iif_for_ifindex_new", "a loopback"},
+    {"libsdk_intf_attr_get", "a change of the DF mask"},
+    {"libsdk_intf_attr_set_batch", "a loopback"},
+    {"sse_call2", "a loopback"},
+};
 
 TEST_F(Faults, EveryCallThatFailsIsNamedWithItsRequestAndItsRow)
 {

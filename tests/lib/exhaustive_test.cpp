@@ -533,7 +533,7 @@ const Scenario scenarios[] = {
     property("property_df_mask_clear", 15, 3),
     property("property_nat", 17, 1),
     property("property_snooping_label", 19, 2),
-    property("property_unknown", 16, 1),
+    property("property_unknown", static_cast<int32_t>(unknown_types().front()), 1),
     /* the interface info; then the command and nine attributes either way */
     plain(
         "loopback_on", [] { return l3lifpd_kvn_loopback_enable(0x10000, 1); },

@@ -90,70 +90,108 @@ Steps context_kept(const l3lif &lif)
                  line_no, lif.ifindex);
 }
 
-const std::vector<PropertyRow> property_rows = {
-    {1, 36, "Setting ipv4_ucst_en=%d in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with IPV4_UCST_EN=%d failed for sdk_intf %d.\n"},
-    {2, 37, "Setting ipv4_mcst_en=%d in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with IPV4_MCST_EN=%d failed for sdk_intf %d.\n"},
-    {3, 44, "Setting ipv4_vpn=%d in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with IPV4_VPN=%d failed for sdk_intf %d.\n"},
-    {4, 42, "Setting ipv4_rpf_mode=%d in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with ipv4_rpf_mode=%d failed for sdk_intf %d.\n"},
-    {5, 58, "Setting ipv4_same_if_check=%d in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with ipv4_same_if_check=%d failed for sdk_intf %d.\n"},
-    {6, 38, "Setting ipv6_ucst_en=%d in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with IPV6_UCST_EN=%d failed for sdk_intf %d.\n"},
-    {7, 39, "Setting ipv6_mcst_en=%d in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with IPV6_MCST_EN=%d failed for sdk_intf %d.\n"},
-    {8, 59, "Setting ipv6_same_if_check=%d in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with ipv6_same_if_check=%d failed for sdk_intf %d.\n"},
-    {9, 45, "Setting ipv6_vpn=%d in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with IPV6_VPN=%d failed for sdk_intf %d.\n"},
-    {10, 52, "Setting acl_bd_label=%#x in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with acl_bd_label=%d failed for sdk_intf %d.\n"},
-    {11, 0, "Setting Qos_label=%d in libsdk for intf %d.\n", nullptr},
-    {12, 60, "Setting mtu=%d in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with mtu_idx=%d failed for sdk_intf %d.\n"},
-    {13, 56, "Setting vlan_table_miss=%d in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with vlan_table_miss=%d failed for sdk_intf %d.\n"},
-    {14, 46, "Setting df_mask=%#x in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with df_mask=%#x failed for sdk_intf %d.\n"},
-    {15, 46, "Setting df_mask=%#x in libsdk for intf %d.\n",
-     "%s[%d]: libsdk_intf_attr_set with df_mask=%#x failed for sdk_intf %d.\n"},
-    {19, 54, "Setting igmp_snoop_label=%d in libsdk for intf %d.\n",
-     "SdkIntfAttrIngTblIgmpSnoopLabel is failed for intf %d. st%d \n"},
-};
+const std::vector<PropertyRow> &property_rows()
+{
+    static const std::vector<PropertyRow> rows = {
+        {1, 36, Written::value, "Setting ipv4_ucst_en=%d in libsdk for intf %d.\n", Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with IPV4_UCST_EN=%d failed for sdk_intf %d.\n", nullptr},
+        {2, 37, Written::value, "Setting ipv4_mcst_en=%d in libsdk for intf %d.\n", Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with IPV4_MCST_EN=%d failed for sdk_intf %d.\n", nullptr},
+        {3, 44, Written::value, "Setting ipv4_vpn=%d in libsdk for intf %d.\n", Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with IPV4_VPN=%d failed for sdk_intf %d.\n",
+         "Storing v4_vpn_id=%d in l3lif_sdb for ifindex %#x.\n"},
+        {4, 42, Written::value, "Setting ipv4_rpf_mode=%d in libsdk for intf %d.\n", Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with ipv4_rpf_mode=%d failed for sdk_intf %d.\n", nullptr},
+        {5, 58, Written::inverted, "Setting ipv4_same_if_check=%d in libsdk for intf %d.\n",
+         Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with ipv4_same_if_check=%d failed for sdk_intf %d.\n",
+         nullptr},
+        {6, 38, Written::value, "Setting ipv6_ucst_en=%d in libsdk for intf %d.\n", Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with IPV6_UCST_EN=%d failed for sdk_intf %d.\n", nullptr},
+        {7, 39, Written::value, "Setting ipv6_mcst_en=%d in libsdk for intf %d.\n", Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with IPV6_MCST_EN=%d failed for sdk_intf %d.\n", nullptr},
+        {8, 59, Written::inverted, "Setting ipv6_same_if_check=%d in libsdk for intf %d.\n",
+         Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with ipv6_same_if_check=%d failed for sdk_intf %d.\n",
+         nullptr},
+        {9, 45, Written::value, "Setting ipv6_vpn=%d in libsdk for intf %d.\n", Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with IPV6_VPN=%d failed for sdk_intf %d.\n", nullptr},
+        {10, 52, Written::value, "Setting acl_bd_label=%#x in libsdk for intf %d.\n",
+         Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with acl_bd_label=%d failed for sdk_intf %d.\n", nullptr},
+        {11, 0, Written::nowhere, "Setting Qos_label=%d in libsdk for intf %d.\n", Refused::value,
+         nullptr, nullptr},
+        {12, 60, Written::value, "Setting mtu=%d in libsdk for intf %d.\n", Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with mtu_idx=%d failed for sdk_intf %d.\n",
+         "Storing MTU=%d in l3lif_sdb for ifindex %#x.\n"},
+        {13, 56, Written::value, "Setting vlan_table_miss=%d in libsdk for intf %d.\n",
+         Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with vlan_table_miss=%d failed for sdk_intf %d.\n", nullptr},
+        {14, 46, Written::bits_set, "Setting df_mask=%#x in libsdk for intf %d.\n", Refused::value,
+         "%s[%d]: libsdk_intf_attr_set with df_mask=%#x failed for sdk_intf %d.\n", nullptr},
+        {15, 46, Written::bits_cleared, "Setting df_mask=%#x in libsdk for intf %d.\n",
+         Refused::value, "%s[%d]: libsdk_intf_attr_set with df_mask=%#x failed for sdk_intf %d.\n",
+         nullptr},
+        {17, 0, Written::unknown, nullptr, Refused::value, nullptr,
+         "Storing IF_NAT=%d in l3lif_sdb for ifindex %#x.\n"},
+        {19, 54, Written::value, "Setting igmp_snoop_label=%d in libsdk for intf %d.\n",
+         Refused::status, "SdkIntfAttrIngTblIgmpSnoopLabel is failed for intf %d. st%d \n",
+         nullptr},
+    };
+    return rows;
+}
 
 void PrintTo(const PropertyRow &row, std::ostream *out)
 {
     *out << "type " << row.type;
 }
 
-const PropertyRow &property_row(uint32_t type)
+namespace {
+
+const PropertyRow *find_property(uint32_t type)
 {
-    for (const PropertyRow &row : property_rows)
+    for (const PropertyRow &row : property_rows())
         if (row.type == type)
-            return row;
-    ADD_FAILURE() << "no property of type " << type;
-    return property_rows.front();
+            return &row;
+    return nullptr;
 }
 
-uint32_t written_word(uint32_t type, uint32_t value)
+} // namespace
+
+const PropertyRow &property_row(uint32_t type)
 {
-    return type == 5 || type == 8 ? value == 0 : value;
+    const PropertyRow *const row = find_property(type);
+    EXPECT_NE(row, nullptr) << "no property of type " << type;
+    return row != nullptr ? *row : property_rows().front();
+}
+
+std::vector<uint32_t> unknown_types()
+{
+    std::vector<uint32_t> types{0x7FFFFFFF, 0xFFFFFFFF};
+    for (uint32_t type = 0; type < 512; ++type)
+        if (find_property(type) == nullptr)
+            types.push_back(type);
+    for (const PropertyRow &row : property_rows())
+        types.insert(types.end(), {row.type | 0x10000, row.type | 0x80000000});
+    return types;
+}
+
+uint32_t written_word(const PropertyRow &row, uint32_t value)
+{
+    return row.written == Written::inverted ? value == 0 : value;
 }
 
 Steps property_written(uint32_t intf_id, uint32_t type, uint32_t value)
 {
-    if (type == 17)
+    const PropertyRow *const row = find_property(type);
+    if (row == nullptr || row->written == Written::unknown)
         return debug("set_single_l3_property", "[%d]: Unknown property type %d.\n", line_no, type);
-    const PropertyRow &row = property_row(type);
-    const uint32_t word = type == 11 ? value : written_word(type, value);
-    Steps steps = row_record(debug_level, "set_single_l3_property", row.setting, word, intf_id);
-    if (row.attribute)
+    const uint32_t word = written_word(*row, value);
+    Steps steps = row_record(debug_level, "set_single_l3_property", row->setting, word, intf_id);
+    if (row->attribute)
         steps = {steps, call("libsdk_intf_attr_set(dev_inst=0, intf_id=%u, attr=%u, "
                              "value={%u, 0, 0})",
-                             intf_id, row.attribute, word)};
+                             intf_id, row->attribute, word)};
     return steps;
 }
 
@@ -162,19 +200,11 @@ Steps property_set(const l3lif &lif, uint32_t intf_id, uint32_t type, uint32_t v
     Steps steps = {debug("set_l3_property", "l3lif=%#x, Property type=%d, value=%d.\n", lif.ifindex,
                          type, value),
                    intf_id_found(lif.ifindex, intf_id), property_written(intf_id, type, value)};
-    Steps stored;
-    if (type == 12)
-        stored = debug("set_l3_property", "Storing MTU=%d in l3lif_sdb for ifindex %#x.\n", value,
-                       lif.ifindex);
-    if (type == 3)
-        stored = debug("set_l3_property", "Storing v4_vpn_id=%d in l3lif_sdb for ifindex %#x.\n",
-                       value, lif.ifindex);
-    if (type == 17)
-        stored = debug("set_l3_property", "Storing IF_NAT=%d in l3lif_sdb for ifindex %#x.\n",
-                       value, lif.ifindex);
-    if (!stored.empty())
-        stored = {stored, call("l3lif_update_sdb_for_intf(l3lif=%#x)", lif.ifindex)};
-    return {steps, stored, debug("set_l3_property", "Exiting.\n")};
+    const PropertyRow *const row = find_property(type);
+    if (row != nullptr && row->stored != nullptr)
+        steps = {steps, row_record(debug_level, "set_l3_property", row->stored, value, lif.ifindex),
+                 call("l3lif_update_sdb_for_intf(l3lif=%#x)", lif.ifindex)};
+    return {steps, debug("set_l3_property", "Exiting.\n")};
 }
 
 Steps default_properties(const l3lif &lif, uint32_t intf_id)

@@ -47,20 +47,39 @@ Steps context_kept(const l3lif &lif);  /* the record was there and is left alone
 
 /* ---- properties ---- */
 
+/* What becomes of a property's value. */
+enum class Written {
+    value,
+    inverted, /* 1 for 0, else 0 */
+    bits_set, /* into the attribute as it is read */
+    bits_cleared,
+    nowhere, /* only traced */
+    unknown  /* traced as an unknown type; the host may still be told to publish it */
+};
+
+/* What an error record of a refused write takes. */
+enum class Refused { value, status };
+
 /* One row of the property table. */
 struct PropertyRow {
     uint32_t type;
-    uint32_t attribute;  /* 0: nothing is written */
+    uint32_t attribute; /* 0: nothing is written */
+    Written written;
     const char *setting; /* debug record: the word written, the interface */
+    Refused takes;
     const char *failure; /* error record */
+    const char
+        *stored; /* debug record before the host publishes it; nullptr: it is not published */
 };
 /* How a test names the row it failed on. */
 void PrintTo(const PropertyRow &row, std::ostream *out);
-extern const std::vector<PropertyRow> property_rows;
+const std::vector<PropertyRow> &property_rows();
 const PropertyRow &property_row(uint32_t type);
+/* Numbers that no row has: all small ones, and those that are known in fewer bits. */
+std::vector<uint32_t> unknown_types();
 
-/* The word that a property's attribute gets, but for the DF masks. */
-uint32_t written_word(uint32_t type, uint32_t value);
+/* The word that a property's attribute gets; not for the DF masks. */
+uint32_t written_word(const PropertyRow &row, uint32_t value);
 
 /* The single property's own steps, nothing failing; not for the DF masks. */
 Steps property_written(uint32_t intf_id, uint32_t type, uint32_t value);
