@@ -14,7 +14,8 @@ tree = build/$(TARGET)
 # Configured once; after that the build itself sees when the CMake files change.
 configure = [ -e $(tree)/build.ninja ] || cmake --preset $(TARGET) >build/$(TARGET).log || \
 	{ cat build/$(TARGET).log; exit 1; }
-build = $(configure) && cmake --build $(tree) -j $(JOBS)
+# One at a time in each tree: a second build waits, and then has nothing left to do.
+build = flock build/$(TARGET).lock sh -c '$(configure) && cmake --build $(tree) -j $(JOBS) $(1)'
 
 .DEFAULT_GOAL := help
 .PHONY: help setup build run test check lint coverage bench fuzz install package clean
@@ -38,13 +39,13 @@ setup:
 	@scripts/setup build $(TARGET)
 
 build: setup
-	@$(build) --target product
+	@$(call build,--target product)
 
 run: build
 	@$(tree)/bin/kvnsim run $(CONFIG)
 
 test: setup
-	@$(build)
+	@$(call build)
 	@ctest --test-dir $(tree) -j $(JOBS) --output-on-failure --no-tests=error \
 	    --output-junit tests.xml
 
@@ -78,9 +79,9 @@ fuzz:
 
 .PHONY: bench-targets fuzz-targets
 bench-targets:
-	@$(build) --target bench_switch
+	@$(call build,--target bench_switch)
 fuzz-targets:
-	@$(build) --target configuration_fuzz
+	@$(call build,--target configuration_fuzz)
 
 install: build
 	@cmake --install $(tree) --prefix $(PREFIX)
