@@ -6,25 +6,25 @@
 namespace kvnsim {
 namespace {
 
-std::string text_of(const rapidjson::Value &value)
+std::string text_of(const rapid::Value &value)
 {
     return {value.GetString(), value.GetStringLength()};
 }
 
 } // namespace
 
-rapidjson::Document parse_line(const std::string &line, const std::string &place)
+rapid::Document parse_line(const std::string &line, const std::string &place)
 {
     constexpr unsigned flags =
         rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
-    rapidjson::Document json;
+    rapid::Document json;
     if (json.Parse<flags>(line.data(), line.size()).HasParseError())
         throw ResultsError(fmt::format("{}:{}: damaged line: {}", place, json.GetErrorOffset() + 1,
                                        rapidjson::GetParseError_En(json.GetParseError())));
     return json;
 }
 
-ResultObject::ResultObject(const rapidjson::Value &object, const std::string &place)
+ResultObject::ResultObject(const rapid::Value &object, const std::string &place)
     : object_(&object), place_(&place)
 {
     if (!object.IsObject())
@@ -46,7 +46,7 @@ bool ResultObject::has(const char *name) const
     return object_->HasMember(name);
 }
 
-const rapidjson::Value &ResultObject::field(const char *name) const
+const rapid::Value &ResultObject::field(const char *name) const
 {
     const auto found = object_->FindMember(name);
     if (found == object_->MemberEnd())
@@ -73,7 +73,7 @@ std::string ResultObject::text_or_null(const char *name) const
 
 uint64_t ResultObject::number(const char *name, uint64_t most) const
 {
-    const rapidjson::Value &value = field(name);
+    const rapid::Value &value = field(name);
     if (!value.IsUint64() || value.GetUint64() > most)
         expected(name, fmt::format("a number up to {}", most));
     return value.GetUint64();
@@ -100,7 +100,7 @@ std::vector<uint64_t> ResultObject::numbers(const char *name) const
     if (!field(name).IsArray())
         expected(name, "a list");
     std::vector<uint64_t> all;
-    for (const rapidjson::Value &value : field(name).GetArray()) {
+    for (const rapid::Value &value : field(name).GetArray()) {
         if (!value.IsUint64())
             expected(name, "a list of numbers");
         all.push_back(value.GetUint64());
@@ -125,7 +125,7 @@ std::vector<ResultObject> ResultObject::objects(const char *name) const
     if (!field(name).IsArray())
         expected(name, "a list");
     std::vector<ResultObject> all;
-    for (const rapidjson::Value &value : field(name).GetArray()) {
+    for (const rapid::Value &value : field(name).GetArray()) {
         if (!value.IsObject())
             expected(name, "a list of objects");
         all.emplace_back(value, *place_);

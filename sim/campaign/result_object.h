@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include <rapidjson/document.h>
+#include "sim/types/rapid_document.h"
 
 namespace kvnsim {
 
@@ -21,13 +21,13 @@ public:
 
 /* The JSON of a line, parsed; ResultsError for what is no object. The place is that of the line:
  * "a.jsonl:17". Texts are UTF-8. */
-rapidjson::Document parse_line(const std::string &line, const std::string &place);
+rapid::Document parse_line(const std::string &line, const std::string &place);
 
 /* An object in a line, which may hold anything: each function throws ResultsError when the field is
  * not there or not what it should be. Document and place must outlive it. */
 class ResultObject {
 public:
-    ResultObject(const rapidjson::Value &object, const std::string &place);
+    ResultObject(const rapid::Value &object, const std::string &place);
 
     bool has(const char *name) const; /* whatever it is */
     bool is_null(const char *name) const;
@@ -47,10 +47,10 @@ public:
     [[noreturn]] void damaged(const std::string &what) const;
 
 private:
-    const rapidjson::Value &field(const char *name) const;
+    const rapid::Value &field(const char *name) const;
     [[noreturn]] void expected(const char *name, const std::string &what) const;
 
-    const rapidjson::Value *object_;
+    const rapid::Value *object_;
     const std::string *place_;
 };
 

@@ -14,14 +14,14 @@
 #include <glib.h>
 
 #include "sim/config/names.h"
+#include "sim/types/lines.h"
 
 namespace kvnsim {
 namespace {
 
-constexpr const char *version_key = "kvnsim_results", *item_key = "item";
+constexpr const char *item_key = "item";
 
 /* Longer than any campaign needs; stops endless input from using all memory. */
-constexpr size_t longest_line = size_t{256} << 20;
 
 /* A message lists no more ranges of items, nor shares. */
 constexpr size_t most_listed = 20;
@@ -33,12 +33,12 @@ constexpr size_t most_listed = 20;
 
 Campaign campaign_in(const std::string &line, const std::string &place)
 {
-    const rapidjson::Document json = parse_line(line, place);
+    const rapid::Document json = parse_line(line, place);
     const ResultObject header(json, place);
-    if (!header.has(version_key))
+    if (!header.has(results_key))
         refuse(place, fmt::format("no results of a campaign: expected {{\"{}\":{},...}}",
-                                  version_key, results_version));
-    if (const uint64_t format = header.number(version_key); format != results_version)
+                                  results_key, results_version));
+    if (const uint64_t format = header.number(results_key); format != results_version)
         refuse(place, fmt::format("results of version {}; only version {} can be read", format,
                                   results_version));
     Campaign campaign;
@@ -200,20 +200,16 @@ public:
             cannot_be_read();
     }
 
-    enum class End : uint8_t { whole, cut, none };
-    End next(std::string &line)
+    /* How the line ended; never too_long, which is refused. */
+    LineEnd next(std::string &line)
     {
-        line.clear();
         ++number_;
-        int got = 0;
-        while ((got = ::getc_unlocked(file_.get())) != EOF && got != '\n') {
-            if (line.size() == longest_line)
-                refuse(place(), fmt::format("the line is longer than {} MiB", longest_line >> 20));
-            line += static_cast<char>(got);
-        }
+        const LineEnd end = read_line(line, [&] { return ::getc_unlocked(file_.get()); });
+        if (end == LineEnd::too_long)
+            refuse(place(), line_is_too_long());
         if (std::ferror(file_.get()) != 0)
             cannot_be_read();
-        return got == '\n' ? End::whole : line.empty() ? End::none : End::cut;
+        return end;
     }
     uint64_t number() const { return number_; }
     std::string place() const { return fmt::format("{}:{}", name_, number_); }
@@ -236,14 +232,14 @@ public:
         Lines lines(file);
         Campaign campaign;
         std::string line;
-        Lines::End end = lines.next(line);
-        for (; end == Lines::End::whole; end = lines.next(line)) {
+        LineEnd end = lines.next(line);
+        for (; end == LineEnd::whole; end = lines.next(line)) {
             if (lines.number() == 1)
                 campaign = begin(line, lines.place());
             else
                 add_item(line, lines.place(), campaign);
         }
-        if (end == Lines::End::cut)
+        if (end == LineEnd::cut)
             results_.notes.push_back(lines.place() + ": passed over: the line is cut");
         else if (lines.number() == 1)
             results_.notes.push_back(file + ": passed over: the file is empty");
@@ -282,7 +278,7 @@ private:
 
     void add_item(const std::string &line, const std::string &place, const Campaign &campaign)
     {
-        const rapidjson::Document json = parse_line(line, place);
+        const rapid::Document json = parse_line(line, place);
         const ResultObject object(json, place);
         const uint64_t item = object.number(item_key);
         if (item == 0 || item > campaign.items)
@@ -329,7 +325,7 @@ void begin_item(Json &json, uint64_t item)
 ResultsWriter::ResultsWriter(std::ostream &out, const Campaign &campaign) : out_(out)
 {
     Json json;
-    json.begin_object().field(version_key, results_version);
+    json.begin_object().field(results_key, results_version);
     json.field("kind", campaign.kind).field("version", campaign.version);
     json.field("word_size", campaign.word_size).key("options").begin_object();
     for (const auto &[name, value] : campaign.options)

@@ -17,6 +17,8 @@
 namespace kvnsim {
 
 constexpr int64_t results_version = 1;
+/* The first field of the first line. */
+constexpr const char *results_key = "kvnsim_results";
 
 /* A configuration of a campaign. */
 struct CampaignFile {

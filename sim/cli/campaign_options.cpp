@@ -8,6 +8,7 @@
 
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
+#include "sim/cli/output_file.h"
 #include "sim/cli/verb.h"
 
 namespace kvnsim {
@@ -74,6 +75,7 @@ CampaignOutput::CampaignOutput(const Arguments &arguments, const std::vector<std
         if (same_file(file_, input))
             throw UsageError(fmt::format("-o {}: the file is already in use", file_));
     }
+    check_overwrites(arguments, results_option, OutputKind::results);
     stream_.open(file_, std::ios::binary);
     writer_.emplace(stream_, campaign);
     check();

@@ -23,19 +23,21 @@
 namespace kvnsim {
 namespace {
 
-/* Larger than any switch needs; stops endless input from using all memory. */
-constexpr size_t largest_configuration = size_t{256} << 20;
+constexpr size_t largest_file = size_t{256} << 20;
 
 /* Why the file cannot be read; empty on success. */
 std::string read_all(std::FILE *file, std::string &text)
 {
     char block[65536];
-    while (const size_t got = std::fread(block, 1, sizeof block, file)) {
+    while (!is_interrupted()) {
+        const size_t got = std::fread(block, 1, sizeof block, file);
         text.append(block, got);
-        if (text.size() > largest_configuration)
-            return fmt::format("larger than {} MiB", largest_configuration >> 20);
+        if (got == 0)
+            break;
+        if (text.size() > largest_file)
+            return fmt::format("larger than {} MiB", largest_file >> 20);
     }
-    if (interrupt_signal() != 0)
+    if (is_interrupted())
         return "interrupted";
     return std::ferror(file) != 0 ? std::strerror(errno) : "";
 }

@@ -16,7 +16,8 @@ class Policy;
  * URLs of running configuration databases. What cannot be read has one finding, an error without a
  * line. UsageError for a malformed URL. */
 std::vector<Configuration> read_configurations(const std::vector<std::string> &files);
-/* Why the file cannot be read; empty on success. */
+/* Why the file cannot be read; empty on success. "-" is standard input. At most 256 MiB are read:
+ * no file here is larger, and an endless one must not take all memory. */
 std::string read_file(const std::string &path, std::string &text);
 /* Whether both name one file, or will. */
 bool same_file(const std::string &a, const std::string &b);

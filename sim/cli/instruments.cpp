@@ -13,6 +13,7 @@
 #include "sim/cli/console.h"
 #include "sim/cli/input.h"
 #include "sim/cli/interrupt.h"
+#include "sim/cli/output_file.h"
 #include "sim/config/names.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/sdk/asic.h"
@@ -25,12 +26,19 @@ LevelSwitch level_switch(std::string_view level)
     return {level == "error" || level == "debug", level == "debug"};
 }
 
+constexpr Option record_option{
+    "--record FILE", Takes::file, Times::optional,
+    "record requests, calls and traces as JSON lines, for `kvnsim replay`"};
+constexpr Option debug_file_option{"--debug-file FILE", Takes::file, Times::optional,
+                                   "write the library's debug file"};
+constexpr Option events_option{"--events FILE", Takes::file, Times::optional,
+                               "write the event history, for `kvnsim events`"};
 constexpr Option outputs[] = {
     {"--db FILE", Takes::file, Times::optional, "save the shared database and the ASIC's tables"},
-    {"--record FILE", Takes::file, Times::optional,
-     "record requests, calls and traces as JSON lines, for `kvnsim replay`"},
-    {"--debug-file FILE", Takes::file, Times::optional, "write the library's debug file"},
-    {"--events FILE", Takes::file, Times::optional, "write the event history, for `kvnsim events`"},
+    record_option,
+    debug_file_option,
+    events_option,
+    force_option,
     {"--trace debug|error", Takes::choice, Times::optional,
      "show trace records: all, or errors only"}};
 constexpr Option faults_and_limits[] = {
@@ -95,8 +103,13 @@ void Instruments::prepare(const std::vector<std::string> &inputs, bool writes_fi
         }
         taken.push_back(file);
     }
-    if (writes_files && arguments_.has("--db"))
+    if (!writes_files)
+        return;
+    if (arguments_.has("--db"))
         check_can_save(arguments_.value("--db"));
+    check_overwrites(arguments_, record_option, OutputKind::recording);
+    check_overwrites(arguments_, debug_file_option, OutputKind::debug_file);
+    check_overwrites(arguments_, events_option, OutputKind::event_history);
 }
 
 void Instruments::open(const std::string &timeline_interface)

@@ -1,6 +1,7 @@
 #include "sim/cli/interrupt.h"
 
 #include <csignal>
+#include <initializer_list>
 
 namespace kvnsim {
 namespace {
@@ -20,9 +21,18 @@ void catch_interrupts()
     action.sa_handler = on_interrupt;
     action.sa_flags =
         static_cast<int>(SA_RESETHAND); /* no SA_RESTART: a signal also ends reading */
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before = {};
+        sigaction(signal, nullptr, &before);
+        if (before.sa_handler != SIG_IGN)
+            sigaction(signal, &action, nullptr);
+    }
+}
+
+void make_write_signals_errors()
+{
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void forget_interrupt()

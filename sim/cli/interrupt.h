@@ -2,9 +2,13 @@
 
 namespace kvnsim {
 
-/* Ctrl-C and SIGTERM end the work at the next opportunity, the second one at once. Writing to a
- * closed pipe is an ordinary error, so that the work is completed. Call once, at the start. */
+/* Ctrl-C, SIGTERM and SIGHUP end the work at the next opportunity, the second one at once; those
+ * that whoever started the process has it ignore stay ignored. */
 void catch_interrupts();
+
+/* Writing to a closed pipe, or beyond the limit of a file's size, is an ordinary error. Call once,
+ * at the start. */
+void make_write_signals_errors();
 
 /* The signal received, or 0. */
 int interrupt_signal();

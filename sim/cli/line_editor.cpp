@@ -12,6 +12,8 @@
 #include <cwchar>
 #include <exception>
 #include <filesystem>
+#include <fstream>
+#include <string>
 
 #include <fmt/format.h>
 #include <histedit.h>
@@ -155,12 +157,33 @@ struct LineEditor::State {
     }
 };
 
+namespace {
+
+/* Only a history, or nothing yet, is read and written: what is no file, as a pipe or a device, and
+ * what holds something else is left alone. */
+bool can_be_history(const std::string &path)
+{
+    constexpr uintmax_t largest = uintmax_t{16} << 20;
+    std::error_code none;
+    if (path.empty() || !std::filesystem::exists(path, none))
+        return !path.empty();
+    if (!std::filesystem::is_regular_file(path, none) ||
+        std::filesystem::file_size(path, none) > largest)
+        return false;
+    std::string line;
+    std::ifstream file(path);
+    return !std::getline(file, line) || line == "_HiStOrY_V2_"; /* editline's own first line */
+}
+
+} // namespace
+
 LineEditor::LineEditor(std::FILE *terminal, std::string history_file, Completer completer)
     : state_(new State)
 {
     std::setlocale(LC_CTYPE, "");
     state_->terminal = terminal;
-    state_->file = std::move(history_file);
+    if (can_be_history(history_file))
+        state_->file = std::move(history_file);
     state_->completer = std::move(completer);
     HistEvent event;
     history(state_->history.get(), &event, H_SETSIZE, history_size);
@@ -205,6 +228,7 @@ std::optional<std::string> LineEditor::read(const char *prompt)
     sigemptyset(&held_back);
     sigaddset(&held_back, SIGINT);
     sigaddset(&held_back, SIGTERM);
+    sigaddset(&held_back, SIGHUP);
     sigprocmask(SIG_BLOCK, &held_back, &state_->while_waiting);
     el_set(state_->editor.get(), EL_PREP_TERM, 1); /* accept keys once the prompt is shown */
     int length = 0;

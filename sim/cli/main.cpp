@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -64,6 +65,8 @@ int run(Words words, Console &console)
         console.out() << help(verb);
         return exit_well;
     }
+    if (verb.completes)
+        catch_interrupts();
     try {
         return verb.run(parse(verb.options, words), console);
     } catch (const UsageError &error) {
@@ -94,8 +97,9 @@ int guarded(const Words &words, Console &console)
         const int status = fail(exit_usage, error.what(), words, console);
         console.note(fmt::format("Try `{}`.", error.help));
         return status;
+    } catch (const std::bad_alloc &) {
+        return fail(exit_input, "out of memory", words, console);
     } catch (const std::exception &error) {
-        /* InputError, SnapshotError, or out of memory. */
         return fail(exit_input, error.what(), words, console);
     }
 }
@@ -106,7 +110,7 @@ int guarded(const Words &words, Console &console)
 int main(int argc, char **argv)
 {
     using namespace kvnsim;
-    catch_interrupts();
+    make_write_signals_errors();
     Console console;
     const int status = guarded(Words(argv + 1, argv + argc), console);
     const int problem = console.finish();

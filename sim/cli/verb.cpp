@@ -61,6 +61,7 @@ const std::vector<ExitMeaning> &exit_meanings()
         {exit_input, "a file cannot be read or written, or its content is wrong"},
         {exit_request, "a request failed, and no later one made up for it"},
         {exit_unused_fault, "a --fail never took effect"},
+        {exit_signal + SIGHUP, "interrupted by SIGHUP: the terminal is gone"},
         {exit_signal + SIGINT, "interrupted by Ctrl-C"},
         {exit_signal + SIGPIPE, "standard output was closed before its end"},
         {exit_signal + SIGTERM, "interrupted by SIGTERM"},

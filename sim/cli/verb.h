@@ -39,6 +39,8 @@ struct Verb {
     const char *example; /* command lines for --help, each ended by a newline */
     std::vector<Option> options;
     int (*run)(const Arguments &arguments, Console &console);
+    /* A signal ends it once what it has done is whole, saved and told; the others end at once. */
+    bool completes = false;
 };
 
 #define VERB(name) extern const Verb name##_verb;

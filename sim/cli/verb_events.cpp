@@ -1,29 +1,24 @@
-#include <ctime>
-
 #include <fmt/format.h>
 
 #include "sim/cli/console.h"
+#include "sim/cli/input.h"
 #include "sim/cli/verb.h"
 #include "sim/config/names.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/fwm/event_file.h"
 #include "sim/types/json.h"
+#include "sim/types/utc_time.h"
 
 namespace kvnsim {
 namespace {
 
-constexpr int64_t ns_per_second = 1000000000;
-
 /* "2026-11-21T03:23:28.000000001Z" */
 std::string time_text(int64_t time_ns)
 {
-    const int64_t fraction = (time_ns % ns_per_second + ns_per_second) % ns_per_second;
-    const auto seconds = static_cast<std::time_t>((time_ns - fraction) / ns_per_second);
-    std::tm parts{};
-    char text[40] = "?";
-    if (gmtime_r(&seconds, &parts) != nullptr)
-        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
-    return fmt::format("{}.{:09}Z", text, fraction);
+    const UtcTime time = utc_time(time_ns);
+    char text[40];
+    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &time.parts);
+    return fmt::format("{}.{:09}Z", text, time.nanoseconds);
 }
 
 std::string level_text(int32_t level)
@@ -49,7 +44,10 @@ void print_json(const EventFile &file, Console &console)
 int decode(const Arguments &arguments, Console &console)
 {
     const std::string &path = arguments.value("FILE");
-    const EventFile file = read_events(path);
+    std::string bytes;
+    if (const std::string problem = read_file(path, bytes); !problem.empty())
+        throw InputError(fmt::format("{}: cannot be read: {}", path, problem));
+    const EventFile file = parse_events(bytes);
     if (arguments.has("--json"))
         print_json(file, console);
     for (const Event &event : file.events) {
@@ -66,13 +64,13 @@ int decode(const Arguments &arguments, Console &console)
 
 } // namespace
 
-const Verb events_verb{
-    "events",
-    "decode an event-history file",
-    "kvnsim run examples/leaf.json --events leaf.events\n"
-    "kvnsim events leaf.events\n",
-    {{"FILE", Takes::file, Times::required, "the file that `kvnsim run --events FILE` wrote"},
-     json_option},
-    decode};
+const Verb events_verb{"events",
+                       "decode an event-history file",
+                       "kvnsim run examples/leaf.json --events leaf.events\n"
+                       "kvnsim events leaf.events\n",
+                       {{"FILE", Takes::file, Times::required,
+                         "the file that `kvnsim run --events FILE` wrote; - is standard input"},
+                        json_option},
+                       decode};
 
 } // namespace kvnsim

@@ -13,7 +13,7 @@
 #include "sim/cli/instruments.h"
 #include "sim/cli/interrupt.h"
 #include "sim/cli/outcome.h"
-#include "sim/cli/page_file.h"
+#include "sim/cli/output_file.h"
 #include "sim/cli/policy.h"
 #include "sim/cli/stored.h"
 #include "sim/cli/verb.h"
@@ -342,6 +342,7 @@ int write_share(const Arguments &arguments, Console &console, FaultCampaign &cam
 
 int faults(const Arguments &arguments, Console &console)
 {
+    check_overwrites(arguments, report_option, OutputKind::page);
     if (arguments.has(merge_option.name()))
         return merge_results(arguments, console);
     const bool is_share = arguments.has(shard_option.name());
@@ -386,7 +387,8 @@ const Verb faults_verb{
     "kvnsim faults --merge 1.jsonl 2.jsonl\n",
     {configurations_operand, calls_option, status_option, pairs_option, sample_option, seed_option,
      jobs_option, timeout_option, shard_option, results_option, merge_option, keep_going_option,
-     report_option, all_option, wide_option, json_option},
-    faults};
+     report_option, force_option, all_option, wide_option, json_option},
+    faults,
+    true};
 
 } // namespace kvnsim

@@ -12,6 +12,7 @@
 #include "sim/cli/input.h"
 #include "sim/cli/instruments.h"
 #include "sim/cli/interrupt.h"
+#include "sim/cli/output_file.h"
 #include "sim/cli/policy.h"
 #include "sim/cli/verb.h"
 
@@ -37,7 +38,7 @@ std::string line_of(const FleetResult &result)
 
 FleetResult result_in(const std::string &line, const std::string &place)
 {
-    const rapidjson::Document json = parse_line(line, place);
+    const rapid::Document json = parse_line(line, place);
     return read_fleet_result(ResultObject(json, place));
 }
 
@@ -242,8 +243,9 @@ const Verb fleet_verb{"fleet",
                       "kvnsim fleet examples/s*.json --shard 2/2 -o results-2.jsonl\n"
                       "kvnsim fleet --merge results-1.jsonl results-2.jsonl\n",
                       {files_operand, check_option, keep_going_option, limit_option, format_option,
-                       jobs_option, timeout_option, shard_option, results_option, merge_option,
-                       ignore_option, strict_option, json_option},
-                      fleet};
+                       jobs_option, timeout_option, shard_option, results_option, force_option,
+                       merge_option, ignore_option, strict_option, json_option},
+                      fleet,
+                      true};
 
 } // namespace kvnsim

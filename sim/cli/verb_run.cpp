@@ -272,7 +272,8 @@ int run(const Arguments &arguments, Console &console)
 } // namespace
 
 const Verb run_verb{
-    "run", "apply configurations one after another, and show the result",
+    "run",
+    "apply configurations one after another, and show the result",
     "kvnsim run examples/leaf.json --db leaf.db\n"
     "kvnsim run examples/small_change_before.json examples/small_change_after.json --timeline\n"
     "kvnsim run examples/leaf.json --fail libsdk_lid_entry_create:2=SDK_E_FULL\n",
@@ -290,6 +291,7 @@ const Verb run_verb{
          strict_option,
          json_option,
          {"--quiet", Takes::nothing, Times::optional, "errors, warnings and failures only"}}),
-    run};
+    run,
+    true};
 
 } // namespace kvnsim

@@ -1,9 +1,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -16,24 +14,10 @@
 #include "sim/cli/shell.h"
 #include "sim/cli/words.h"
 #include "sim/config/database_url.h"
+#include "sim/types/lines.h"
 
 namespace kvnsim {
 namespace {
-
-/* The next line of a script; nothing at its end or after a signal. */
-std::optional<std::string> read_line(std::FILE *file)
-{
-    char *line = nullptr;
-    size_t capacity = 0;
-    const ssize_t length = ::getline(&line, &capacity, file);
-    const std::unique_ptr<char, void (*)(void *)> owned(line, std::free);
-    if (length < 0)
-        return std::nullopt;
-    std::string text(line, static_cast<size_t>(length));
-    if (!text.empty() && text.back() == '\n')
-        text.pop_back();
-    return text;
-}
 
 class ShellRun {
 public:
@@ -85,11 +69,15 @@ private:
 
     void follow_script()
     {
+        std::string line;
         while (!session_.ended && interrupt_signal() == 0) {
-            const auto line = read_line(stdin);
-            if (!line)
+            const LineEnd end =
+                read_line(line, [] { return is_interrupted() ? EOF : ::getc_unlocked(stdin); });
+            if (end == LineEnd::none || is_interrupted())
                 break;
-            const int status = follow(*line);
+            if (end == LineEnd::too_long)
+                throw InputError(fmt::format("-:{}: {}", line_number_ + 1, line_is_too_long()));
+            const int status = follow(line);
             did(status);
             if (status != exit_well && arguments_.has("--stop"))
                 break;
@@ -155,12 +143,14 @@ int run(const Arguments &arguments, Console &console)
 } // namespace
 
 const Verb shell_verb{
-    "shell", "operate a switch at a prompt or by a script on standard input",
+    "shell",
+    "operate a switch at a prompt or by a script on standard input",
     "kvnsim shell examples/leaf.json\n"
     "echo 'set Ethernet0 mtu 9216' | kvnsim shell examples/leaf.json\n",
     with_instruments(
         {{"CONFIG", Takes::file, Times::optional, "a config_db.json file to begin with"}},
         {{"--stop", Takes::nothing, Times::optional, "end a script at the first line that fails"}}),
-    run};
+    run,
+    true};
 
 } // namespace kvnsim

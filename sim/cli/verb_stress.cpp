@@ -99,6 +99,7 @@ const Verb stress_verb{
      {"--fail-rate P", Takes::probability, Times::optional,
       "make each call that can fail do so with this probability (0.01)"},
      json_option},
-    churn};
+    churn,
+    true};
 
 } // namespace kvnsim

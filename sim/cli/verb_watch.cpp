@@ -295,7 +295,8 @@ int watch(const Arguments &arguments, Console &console)
 } // namespace
 
 const Verb watch_verb{
-    "watch", "bring a switch up from a configuration and follow its changes",
+    "watch",
+    "bring a switch up from a configuration and follow its changes",
     "kvnsim watch examples/leaf.json --bursts 0 --db leaf.db\n",
     with_instruments(
         {{"SOURCE", Takes::file, Times::required,
@@ -312,6 +313,7 @@ const Verb watch_verb{
          {"--json", Takes::nothing, Times::optional,
           "a JSON document on a line of its own for each burst"},
          {"--quiet", Takes::nothing, Times::optional, "errors, warnings and failures only"}}),
-    watch};
+    watch,
+    true};
 
 } // namespace kvnsim

@@ -5,7 +5,6 @@
 
 #include <fmt/format.h>
 #include <rapidjson/memorystream.h>
-#include <rapidjson/reader.h>
 
 #include <algorithm>
 #include <map>
@@ -17,6 +16,7 @@
 
 #include "sim/config/findings.h"
 #include "sim/config/names.h"
+#include "sim/types/rapid_document.h"
 
 namespace kvnsim {
 
@@ -427,7 +427,7 @@ Document read_document(const std::string &file, const std::string &text, IsRead 
     constexpr unsigned flags = rapidjson::kParseIterativeFlag |
                                rapidjson::kParseValidateEncodingFlag |
                                rapidjson::kParseNumbersAsStringsFlag;
-    rapidjson::Reader reader;
+    rapid::Reader reader;
     const rapidjson::ParseResult result = reader.Parse<flags>(stream, builder);
     Repetitions repetitions(file, is_read, findings);
     if (result.IsError()) {

@@ -67,7 +67,7 @@ std::string to_line(const FaultRow &row)
 
 FaultRow fault_row(const std::string &line, const std::string &place)
 {
-    const rapidjson::Document json = parse_line(line, place);
+    const rapid::Document json = parse_line(line, place);
     const ResultObject object(json, place);
     FaultRow row;
     read_row(object, row);

@@ -7,11 +7,11 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <ctime>
 #include <utility>
 
 #include "sim/fwm/event_file.h"
 #include "sim/types/bad_row.h"
+#include "sim/types/utc_time.h"
 
 namespace kvnsim {
 namespace {
@@ -172,13 +172,11 @@ void Diagnostics::add_error(const char *function, int32_t line, const char *form
 
 const char *Diagnostics::time_text()
 {
-    const int64_t now = now_ns();
-    const std::time_t seconds = static_cast<std::time_t>(now / 1000000000);
-    std::tm utc;
-    gmtime_r(&seconds, &utc);
-    const size_t length = std::strftime(time_text_, sizeof time_text_, "%Y-%m-%d %H:%M:%S", &utc);
+    const UtcTime now = utc_time(now_ns());
+    const size_t length =
+        std::strftime(time_text_, sizeof time_text_, "%Y-%m-%d %H:%M:%S", &now.parts);
     std::snprintf(time_text_ + length, sizeof time_text_ - length, ".%06d",
-                  static_cast<int>(now % 1000000000 / 1000));
+                  static_cast<int>(now.nanoseconds / 1000));
     return time_text_;
 }
 

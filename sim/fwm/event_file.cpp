@@ -1,12 +1,10 @@
 #include "sim/fwm/event_file.h"
 
-#include <cerrno>
-#include <cstring>
+#include <algorithm>
 
 namespace kvnsim {
 namespace {
 
-constexpr std::string_view magic = "KVNEVENT";
 constexpr uint32_t version = 1;
 constexpr size_t header_size = 16, event_head_size = 16;
 /* A record is its level, up to 511 characters and the NUL. */
@@ -34,11 +32,11 @@ uint32_t get_word(std::string_view from, size_t at)
 /* What is wrong with the header; empty when it is valid. */
 std::string header_problem(std::string_view bytes)
 {
-    if (bytes.substr(0, magic.size()) != magic)
+    if (bytes.substr(0, event_file_magic.size()) != event_file_magic)
         return "at byte 0: not an event-history file";
     if (bytes.size() < header_size)
         return "at byte 8: the file ends inside its header";
-    const uint32_t found = get_word(bytes, magic.size());
+    const uint32_t found = get_word(bytes, event_file_magic.size());
     if (found != version)
         return "at byte 8: version " + std::to_string(found) + ", expected " +
                std::to_string(version);
@@ -78,8 +76,8 @@ bool operator==(const Event &a, const Event &b)
 bool write_event_header(std::FILE *file)
 {
     char header[header_size] = {};
-    magic.copy(header, magic.size());
-    put_little_endian(header + magic.size(), version, 4);
+    event_file_magic.copy(header, event_file_magic.size());
+    put_little_endian(header + event_file_magic.size(), version, 4);
     return std::fwrite(header, sizeof header, 1, file) == 1;
 }
 
@@ -111,23 +109,6 @@ EventFile parse_events(std::string_view bytes)
             result.problem = "at byte " + std::to_string(at) + ": " + problem;
     }
     return result;
-}
-
-EventFile read_events(const std::string &path)
-{
-    std::FILE *file = std::fopen(path.c_str(), "rb");
-    if (!file)
-        return {{}, "cannot be opened: " + std::string(std::strerror(errno))};
-    std::string bytes;
-    char block[65536];
-    while (const size_t got = std::fread(block, 1, sizeof block, file))
-        bytes.append(block, got);
-    const bool failed = std::ferror(file) != 0;
-    const int reason = errno;
-    std::fclose(file);
-    if (failed)
-        return {{}, "cannot be read: " + std::string(std::strerror(reason))};
-    return parse_events(bytes);
 }
 
 } // namespace kvnsim

@@ -12,6 +12,9 @@
  *               then length bytes: 32-bit level, the text, its NUL */
 namespace kvnsim {
 
+/* How an event-history file begins. */
+constexpr std::string_view event_file_magic = "KVNEVENT";
+
 struct Event {
     int64_t time_ns = 0;
     uint32_t event = 0; /* 0x730000 for the library's trace records */
@@ -31,8 +34,7 @@ bool write_event_header(std::FILE *file);
 bool write_event(std::FILE *file, int64_t time_ns, uint32_t event, int32_t level,
                  std::string_view text);
 
-/* Decode a file, or bytes in memory. Any bytes are accepted. */
-EventFile read_events(const std::string &path);
+/* Decode the bytes of a file. Any bytes are accepted. */
 EventFile parse_events(std::string_view bytes);
 
 } // namespace kvnsim

@@ -4,11 +4,12 @@
 #include <iterator>
 
 #include <fmt/format.h>
-#include <rapidjson/document.h>
 #include <rapidjson/error/en.h>
 
 #include "sim/record/interface_state.h"
 #include "sim/switch/entry_points.h"
+#include "sim/types/lines.h"
+#include "sim/types/rapid_document.h"
 
 namespace kvnsim {
 namespace {
@@ -30,7 +31,7 @@ struct Form {
 
 /* In the order of LineKind. */
 const Form forms[] = {
-    {"kvnsim_recording", {{"kvnsim_recording", a_number}, {"word_size", a_number}}},
+    {recording_key, {{recording_key, a_number}, {"word_size", a_number}}},
     {"sinks", {{"sinks", an_object}}},
     {"power_on", {}},
     {"virtual_mac", {{"virtual_mac", a_text}, {"ifindex", a_number}, {"mac_trap_id", a_number}}},
@@ -69,7 +70,7 @@ constexpr int64_t hex_from = 0x10000000;
 /* No recorded value is nested deeper. */
 constexpr int max_depth = 8;
 
-Value read_json(const rapidjson::Value &json, int depth = 0)
+Value read_json(const rapid::Value &json, int depth = 0)
 {
     if (json.IsInt64()) {
         const int64_t read = json.GetInt64();
@@ -97,7 +98,8 @@ const char *expected(Value::Kind kind)
 std::string what_is_wrong(const Line &line)
 {
     if (line.number == 1 && line.kind != LineKind::header)
-        return "not a recording: expected {\"kvnsim_recording\":1,...}";
+        return fmt::format("not a recording: expected {{\"{}\":{},...}}", recording_key,
+                           recording_version);
     if (line.value.kind() != an_object)
         return "damaged line: expected an object";
     for (const auto &[name, kind] : forms[static_cast<size_t>(line.kind)].required) {
@@ -239,7 +241,7 @@ Line line_of(const Value &value)
 Line as_read(const Value &value)
 {
     const std::string text = value.to_json();
-    rapidjson::Document json;
+    rapid::Document json;
     json.Parse(text.data(), text.size());
     return line_of(read_json(json));
 }
@@ -247,9 +249,17 @@ Line as_read(const Value &value)
 std::optional<Line> RecordingReader::next()
 {
     std::string text;
-    while (problem_.empty() && std::getline(in_, text)) {
+    const auto next_byte = [&] { return in_.rdbuf()->sbumpc(); };
+    while (problem_.empty()) {
+        const LineEnd end = read_line(text, next_byte);
+        if (end == LineEnd::none)
+            break;
         ++number_;
-        rapidjson::Document json;
+        if (end == LineEnd::too_long) {
+            report(line_is_too_long());
+            return std::nullopt;
+        }
+        rapid::Document json;
         if (json.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size()).HasParseError()) {
             problem_ =
                 fmt::format("{}:{}:{}: damaged line: {}", name_, number_, json.GetErrorOffset() + 1,

@@ -15,6 +15,8 @@
 namespace kvnsim {
 
 constexpr int64_t recording_version = 1;
+/* The first field of the first line. */
+constexpr const char *recording_key = "kvnsim_recording";
 
 /* The kinds of line. */
 enum class LineKind : uint8_t {

@@ -18,6 +18,12 @@ std::string safe_in_page(std::string_view json)
     return safe;
 }
 
+std::string_view page_beginning()
+{
+    const std::string_view page = page_text;
+    return page.substr(0, page.find("<meta name=\"viewport\""));
+}
+
 std::string filled(const char *page, std::string_view json)
 {
     std::string text = page;

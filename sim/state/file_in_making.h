@@ -13,7 +13,7 @@ public:
 
 /* A file that appears complete or not at all: it is written beside the final one, and deleted
  * unless it was renamed to its final name. A symbolic link is kept; the file it points to is
- * replaced. What replaces a file has its permissions. */
+ * replaced. What replaces a file has its permissions. What a killed process left is removed. */
 class FileInMaking {
 public:
     /* Creates it, empty. Throws FileError, as does put_in_place(). */
@@ -30,6 +30,7 @@ public:
 private:
     const std::string name_; /* as given */
     std::string final_, path_;
+    int file_ = -1; /* keeps the lock */
 };
 
 } // namespace kvnsim

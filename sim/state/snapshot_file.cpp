@@ -8,6 +8,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <new>
 #include <set>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -71,6 +72,9 @@ template <class T> int width_of()
 
 /* ---- SQLite ---- */
 
+/* Bytes of a text or blob. */
+constexpr int longest_value = 64 << 20;
+
 class Database {
 public:
     Database(const std::string &path, int flags, const std::string &name)
@@ -80,10 +84,13 @@ public:
         const std::string plain = path[0] == '/' ? path : "./" + path;
         const int status = sqlite3_open_v2(plain.c_str(), &db_, flags, nullptr);
         if (status != SQLITE_OK) {
-            const std::string reason = db_ != nullptr ? sqlite3_errmsg(db_) : "no memory";
+            if (db_ == nullptr)
+                throw std::bad_alloc();
+            const std::string reason = sqlite3_errmsg(db_);
             sqlite3_close(db_);
             fail(name_, trouble_ + reason);
         }
+        sqlite3_limit(db_, SQLITE_LIMIT_LENGTH, longest_value);
     }
     ~Database() { sqlite3_close(db_); }
     Database(const Database &) = delete;
@@ -95,7 +102,14 @@ public:
             refuse();
     }
     int number(const char *pragma);
-    [[noreturn]] void refuse() { fail(name_, trouble_ + sqlite3_errmsg(db_)); }
+    [[noreturn]] void refuse()
+    {
+        if (sqlite3_errcode(db_) == SQLITE_NOMEM)
+            throw std::bad_alloc();
+        fail(name_, trouble_ + sqlite3_errmsg(db_));
+    }
+    /* A view or a virtual table of that name could answer without an end. */
+    void require_plain(const char *table);
     const std::string &name() const { return name_; }
 
 private:
@@ -212,6 +226,8 @@ public:
     {
         expect(SQLITE_TEXT);
         const auto *data = reinterpret_cast<const char *>(sqlite3_column_text(statement_, at_));
+        if (data == nullptr)
+            throw std::bad_alloc();
         text.assign(data, static_cast<size_t>(sqlite3_column_bytes(statement_, at_)));
         ++at_;
     }
@@ -295,6 +311,19 @@ int Database::number(const char *pragma)
     return answer;
 }
 
+void Database::require_plain(const char *table)
+{
+    Statement asked(*this,
+                    fmt::format("SELECT ifnull(type = 'table' AND sql LIKE 'CREATE TABLE %', 0) "
+                                "FROM sqlite_schema WHERE name = '{}'",
+                                table));
+    int is_plain = 1;
+    if (asked.step())
+        asked.get(is_plain);
+    if (is_plain == 0)
+        fail(name_, fmt::format("{}{} is no plain table", trouble_, table));
+}
+
 template <class Row> void put_rows(Database &db, const std::vector<Row> &rows)
 {
     const std::vector<std::string> columns = column_names<Row>();
@@ -311,6 +340,7 @@ template <class Row> void put_rows(Database &db, const std::vector<Row> &rows)
 
 template <class Row> std::vector<Row> get_rows(Database &db, const Requests *requests = nullptr)
 {
+    db.require_plain(Row::table);
     std::vector<Row> rows;
     Statement select(db,
                      fmt::format("SELECT {} FROM \"{}\" ORDER BY rowid",

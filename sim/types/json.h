@@ -6,8 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
+#include "sim/types/rapid.h"
 
 namespace kvnsim {
 
@@ -56,8 +55,8 @@ public:
 private:
     Json &after(bool) { return *this; } /* writing to memory does not fail */
 
-    rapidjson::StringBuffer buffer_;
-    rapidjson::Writer<rapidjson::StringBuffer> writer_{buffer_};
+    rapid::StringBuffer buffer_;
+    rapid::Writer writer_{buffer_};
 };
 
 } // namespace kvnsim

@@ -167,3 +167,18 @@ TEST_F(Terminal, CtrlCWhileReadingAppliesNothing)
     EXPECT_EQ(128 + SIGINT, wait_for(process));
     EXPECT_FALSE(exists("x.db"));
 }
+
+TEST_F(Terminal, AHangUpEndsARunAsSigtermDoes)
+{
+    ASSERT_EQ(0, mkfifo(path("slow.json").c_str(), 0600));
+    const int nothing = open("/dev/null", O_RDWR);
+    const pid_t process = start({"run", "slow.json", "--db", "x.db"}, nothing, nothing, nothing);
+    /* Opening waits for the reader. */
+    const int writer = open(path("slow.json").c_str(), O_WRONLY);
+    ASSERT_LE(0, writer);
+    ASSERT_EQ(0, kill(process, SIGHUP));
+    close(writer);
+    close(nothing);
+    EXPECT_EQ(128 + SIGHUP, wait_for(process));
+    EXPECT_FALSE(exists("x.db"));
+}

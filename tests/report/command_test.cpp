@@ -43,17 +43,19 @@ TEST_F(ReportCommand, HasTheTablesOfRunBesideThoseOfShow)
 
 TEST_F(ReportCommand, ReplacesAnOlderPage)
 {
-    write("leaf.html", "old");
+    const std::string page = kvnsim({"report", "--db", "leaf.db", "-o", "-"}).out;
+    write("leaf.html", page.substr(0, 1000));
     EXPECT_EQ(well, kvnsim({"report", "--db", "leaf.db", "-o", "leaf.html"}).status);
-    EXPECT_THAT(read("leaf.html"), StartsWith("<!DOCTYPE html>"));
+    EXPECT_EQ(page, read("leaf.html"));
 }
 
 TEST_F(ReportCommand, ReplacesTheFileBehindALink)
 {
-    write("page.html", "old");
+    const std::string page = kvnsim({"report", "--db", "leaf.db", "-o", "-"}).out;
+    write("page.html", page.substr(0, 1000));
     ASSERT_EQ(0, symlink("page.html", path("link.html").c_str()));
     EXPECT_EQ(well, kvnsim({"report", "--db", "leaf.db", "-o", "link.html"}).status);
-    EXPECT_THAT(read("page.html"), StartsWith("<!DOCTYPE html>"));
+    EXPECT_EQ(page, read("page.html"));
     struct stat link {};
     ASSERT_EQ(0, lstat(path("link.html").c_str(), &link));
     EXPECT_TRUE(S_ISLNK(link.st_mode));

@@ -70,6 +70,18 @@ class Pages:
                             "--report", page], stdout=subprocess.DEVNULL, check=False)
         return "file://" + page
 
+    def altered(self, page):
+        """The page with a script, a handler and a style that are not its own."""
+        path = page.removeprefix("file://")
+        with open(path, encoding="utf-8") as file:
+            text = file.read()
+        altered = os.path.join(self.folder, "altered.html")
+        with open(altered, "w", encoding="utf-8") as file:
+            file.write(text.replace("</body>", "<script>window.taken = 1</script>"
+                                    "<style>h1 { display: none }</style>"
+                                    "<img src=x onerror='window.taken = 1'></body>"))
+        return "file://" + altered
+
     def empty(self):
         return self._made("empty", {})
 
@@ -316,6 +328,15 @@ def markup_in_names_stays_text(browser, pages):
     equal(browser.run("return document.images.length"), 0)
 
 
+def no_script_or_style_but_its_own_takes_effect(browser, pages):
+    for page in (pages.sound(), pages.failures()):
+        browser.open(pages.altered(page))
+        equal(browser.run("return document.images.length"), 1)
+        equal(browser.run("return window.taken ?? null"), None)
+        equal(browser.run("return getComputedStyle(document.querySelector('h1')).display"), "block")
+        has("\n".join(map(str, browser.console_errors())), "Content Security Policy")
+
+
 def a_big_switch_stays_usable(browser, pages):
     browser.open(pages.big())
     has(browser.text("#graph-says"), "too many to draw together")
@@ -409,6 +430,7 @@ ON_A_DESK = (
     a_table_is_sorted_by_a_column, numbers_are_sorted_as_numbers_and_nothing_comes_last,
     a_table_is_filtered_by_words, the_finder_selects_by_name,
     the_selection_can_be_linked_to_and_gone_back_from, markup_in_names_stays_text,
+    no_script_or_style_but_its_own_takes_effect,
     a_big_switch_stays_usable, an_empty_switch_has_a_page,
     a_page_of_failures_shows_what_does_not_heal, can_be_read_in_its_colours)
 SETTINGS = (("light", {}, ON_A_DESK),

@@ -5,6 +5,7 @@
 
 #include <poll.h>
 #include <pty.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "tests/shell/shell.h"
@@ -178,6 +179,30 @@ TEST_F(Prompt, RemembersLinesFromOneTimeToTheNext)
     shown_until("show summary");
     type("\n");
     EXPECT_THAT(shown_until("ports configured"), HasSubstr("Summary"));
+}
+
+TEST_F(Prompt, LeavesAHistoryThatIsNoneAlone)
+{
+    std::filesystem::create_directories(path("state/kvnsim"));
+    const std::string history = path("state/kvnsim/history");
+    write("state/kvnsim/history", "precious notes\n");
+    begin();
+    shown_until(prompt);
+    answer("show summary");
+    type("quit\n");
+    EXPECT_EQ(well, end());
+    EXPECT_EQ("precious notes\n", read("state/kvnsim/history"));
+
+    /* Opening a pipe would wait for the other end. */
+    std::filesystem::remove(history);
+    ASSERT_EQ(0, mkfifo(history.c_str(), 0644));
+    begin();
+    shown_until(prompt);
+    answer("show summary");
+    type("quit\n");
+    EXPECT_EQ(well, end());
+    EXPECT_TRUE(std::filesystem::is_fifo(history));
+    EXPECT_EQ(0644U, static_cast<unsigned>(std::filesystem::status(history).permissions()));
 }
 
 TEST_F(Prompt, ScriptLeavesNoHistory)

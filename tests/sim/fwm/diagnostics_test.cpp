@@ -85,7 +85,7 @@ TEST_F(DiagnosticSinks, AllOnAndOffInEveryCombination)
         EXPECT_EQ(written.find("ERR: l3lifpd_kvn_add_l3port(20): failure\n") != written.npos,
                   debug_file);
         std::vector<std::string> events;
-        for (const Event &event : read_events(event_path.path).events)
+        for (const Event &event : parse_events(content_of(event_path.path)).events)
             events.push_back(event.text);
         EXPECT_EQ(events.size(), size_t{sinks.events.error} + size_t{sinks.events.debug});
         EXPECT_EQ(content_of(console_path.path),
@@ -308,7 +308,7 @@ TEST_F(DiagnosticSinks, FilesGoOnWhenOtherSinksChange)
     error("after\n");
     EXPECT_THAT(content_of(debug_path.path), HasSubstr("before\n"));
     EXPECT_THAT(content_of(debug_path.path), HasSubstr("after\n"));
-    EXPECT_EQ(read_events(event_path.path).events.size(), 2u);
+    EXPECT_EQ(parse_events(content_of(event_path.path)).events.size(), 2u);
 }
 
 TEST_F(DiagnosticSinks, AFileThatCannotBeWrittenChangesNothing)
@@ -370,7 +370,7 @@ TEST_F(DiagnosticSinks, TheEventFileHoldsEachEvent)
     configure(sinks);
     debug("Entered.\n");
     error("l3lif is NULL.\n");
-    const EventFile file = read_events(path.path);
+    const EventFile file = parse_events(content_of(path.path));
     EXPECT_EQ(file.problem, "");
     EXPECT_EQ(file.events, (std::vector<Event>{{noon, 0x730000, 104, "Entered.\n"},
                                                {noon, 0x730000, 102, "l3lif is NULL.\n"}}));
@@ -384,7 +384,7 @@ TEST_F(DiagnosticSinks, AnEventOf600CharactersIsCutAt511)
     configure(sinks);
     error(std::string(600, 'x').c_str());
     error("");
-    const EventFile file = read_events(path.path);
+    const EventFile file = parse_events(content_of(path.path));
     ASSERT_EQ(file.events.size(), 2u) << file.problem;
     EXPECT_EQ(file.events[0].text, std::string(511, 'x'));
     EXPECT_EQ(file.events[1].text, "");
@@ -401,7 +401,7 @@ TEST_F(DiagnosticSinks, AnEventOfImpossibleLengthIsNotRecorded)
     sdwrap_hist_event(0x730000, sizeof record + 1, &record);
     sdwrap_hist_event(0x730000, 5, nullptr);
     ASSERT_EQ(diagnostics.flush(), "");
-    EXPECT_THAT(read_events(path.path).events, IsEmpty());
+    EXPECT_THAT(parse_events(content_of(path.path)).events, IsEmpty());
 }
 
 /* ---- Debug switches ---- */

@@ -104,17 +104,6 @@ TEST(EventFile, StopsAtATextThatEndsEarly)
               "at byte 16: the event's text does not end where its length says");
 }
 
-TEST(EventFile, ThatIsNotThereIsAProblem)
-{
-    const EventFile file = read_events(testing::TempDir() + "kvnsim_no_such_file");
-    EXPECT_EQ(file.problem, "cannot be opened: No such file or directory");
-}
-
-TEST(EventFile, ThatIsAFolderIsAProblem)
-{
-    EXPECT_EQ(read_events(testing::TempDir()).problem, "cannot be read: Is a directory");
-}
-
 TEST(EventFileProperty, AnyTextWithoutNulComesBack)
 {
     rc::check([](int64_t time, uint32_t event, int32_t level) {

@@ -196,6 +196,22 @@ TEST_F(SnapshotFile, WithoutOneOfItsTablesOrColumnsIsDamaged)
     EXPECT_EQ(why_not_loaded(), file.path + ": damaged: table meta needs one row");
 }
 
+TEST_F(SnapshotFile, WithAQueryInThePlaceOfATableIsDamaged)
+{
+    const char *const endless = "CREATE VIEW asic_trap AS WITH RECURSIVE n(i) AS "
+                                "(SELECT 1 UNION ALL SELECT i FROM n) SELECT * FROM n";
+    const char *const virtual_one = "CREATE VIRTUAL TABLE asic_trap USING fts5(mac)";
+    for (const char *sql : {endless, virtual_one}) {
+        save(small_switch(), file.path);
+        run_sql("DROP TABLE asic_trap");
+        run_sql(sql);
+        EXPECT_EQ(why_not_loaded(), file.path + ": damaged: asic_trap is no plain table");
+    }
+    save(small_switch(), file.path);
+    run_sql("CREATE VIEW of_a_user AS SELECT * FROM asic_trap");
+    EXPECT_EQ(why_not_loaded(), "loaded");
+}
+
 TEST_F(SnapshotFile, WithAValueOfTheWrongKindIsDamaged)
 {
     const struct {
