@@ -91,7 +91,7 @@ uninstall:
 
 package: build
 	@scripts/setup package $(TARGET)
-	@scripts/package $(TARGET)
+	@scripts/package $(tree)
 
 clean:
 	@for tree in i386 native asan coverage bench fuzz; do rm -rf build/$$tree build/$$tree.log; done
