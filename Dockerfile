@@ -3,5 +3,5 @@
 FROM debian:12
 WORKDIR /setup
 COPY scripts/setup scripts/setup
-RUN scripts/setup build i386 && scripts/setup check native && scripts/setup coverage native
+RUN scripts/setup build i386 && scripts/setup check native
 WORKDIR /work
