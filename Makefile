@@ -31,7 +31,7 @@ help:
 	@echo "make install   library, headers and kvnsim into PREFIX=$(PREFIX)"
 	@echo "make uninstall remove from PREFIX what make install put there"
 	@echo "make package   the same as Debian packages and an archive in build/$(TARGET)/packages"
-	@echo "make clean     remove what was built; the 32-bit libraries stay"
+	@echo "make clean     remove what was built; what was downloaded stays"
 	@echo
 	@echo "Each takes TARGET=i386 (the product as it ships) or TARGET=native; here: $(TARGET)."
 

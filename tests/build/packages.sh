@@ -107,14 +107,14 @@ contents)
         says kvnsim Depends "(^|, )${package//+/\\+} \(>= [0-9]"
     done
 
-    control libl3lifpdkavelin symbols | grep -q '^ l3lifpd_kvn_add_l3port@Base 0\.1\.0$' ||
+    control libl3lifpdkavelin symbols | grep '^ l3lifpd_kvn_add_l3port@Base 0\.1\.0$' >/dev/null ||
         complain "libl3lifpdkavelin has no list of symbols"
     for library in kvnsim_sdk kvnsim_fwm; do
-        control libkvnsim0 shlibs | grep -q "^lib$library 0 libkvnsim0 (>= $version)$" ||
+        control libkvnsim0 shlibs | grep "^lib$library 0 libkvnsim0 (>= $version)$" >/dev/null ||
             complain "libkvnsim0 says not what programs with lib$library depend on"
     done
     for package in libl3lifpdkavelin libkvnsim0; do
-        control $package triggers | grep -q '^activate-noawait ldconfig$' ||
+        control $package triggers | grep '^activate-noawait ldconfig$' >/dev/null ||
             complain "$package leaves the loader's list of libraries as it was"
     done
     ;;
@@ -131,9 +131,9 @@ symbols)
         id=$(readelf --notes "$file" | sed -n 's/.*Build ID: //p')
         debug=$work/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug
         [ -e "$debug" ] || complain "$file: no debug symbols for its build id $id"
-        readelf --sections --wide "$debug" | grep -q ' \.debug_info ' ||
+        readelf --sections --wide "$debug" | grep ' \.debug_info ' >/dev/null ||
             complain "$debug has no debug symbols"
-        ! readelf --sections --wide "$file" | grep -q -e ' \.debug_' -e ' \.symtab ' ||
+        ! readelf --sections --wide "$file" | grep -e ' \.debug_' -e ' \.symtab ' >/dev/null ||
             complain "$file has debug symbols"
         ! readelf --dynamic "$file" | grep -E 'R(UN)?PATH' || complain "$file has a run path"
     done
