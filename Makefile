@@ -18,7 +18,7 @@ configure = [ -e $(tree)/build.ninja ] || cmake --preset $(TARGET) >build/$(TARG
 build = flock build/$(TARGET).lock sh -c '$(configure) && cmake --build $(tree) -j $(JOBS) $(1)'
 
 .DEFAULT_GOAL := help
-.PHONY: help setup build run test check lint coverage bench fuzz install package clean
+.PHONY: help setup build run test check lint coverage bench fuzz install uninstall package clean
 
 help:
 	@echo "make build     the library and kvnsim into build/$(TARGET)"
@@ -30,8 +30,9 @@ help:
 	@echo "make bench     measure the life of a switch of 1,000 and of 65,000 interfaces"
 	@echo "make fuzz      feed the configuration reader for FUZZ_SECONDS=$(FUZZ_SECONDS)"
 	@echo "make install   library, headers and kvnsim into PREFIX=$(PREFIX)"
-	@echo "make package   the same as an archive and a Debian package in build/$(TARGET)"
-	@echo "make clean     remove what was built; the 32-bit libraries stay"
+	@echo "make uninstall remove from PREFIX what make install put there"
+	@echo "make package   the same as Debian packages and an archive in build/$(TARGET)/packages"
+	@echo "make clean     remove what was built; what was downloaded stays"
 	@echo
 	@echo "Each takes TARGET=i386 (the product as it ships) or TARGET=native; here: $(TARGET)."
 
@@ -84,10 +85,14 @@ fuzz-targets:
 	@$(call build,--target configuration_fuzz)
 
 install: build
-	@cmake --install $(tree) --prefix $(PREFIX)
+	@scripts/install $(tree) "$(PREFIX)"
+
+uninstall:
+	@scripts/uninstall "$(PREFIX)"
 
 package: build
-	@cpack --config $(tree)/CPackConfig.cmake -B $(tree)
+	@scripts/setup package $(TARGET)
+	@scripts/package $(tree)
 
 clean:
 	@for tree in i386 native asan coverage bench fuzz; do rm -rf build/$$tree build/$$tree.log; done

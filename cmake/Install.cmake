@@ -3,6 +3,8 @@
 
 file(MAKE_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(library_targets l3lifpdkavelin kvnsim_sdk kvnsim_fwm)
+# Their C++ types are no interface; programs that use the C one need this number.
+set_target_properties(kvnsim_sdk kvnsim_fwm PROPERTIES SOVERSION 0)
 install(TARGETS ${library_targets} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS kvnsim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
@@ -30,24 +32,42 @@ set(headers ${PROJECT_SOURCE_DIR}/l3lif/pd_kavelin)
 install(FILES ${headers}/l3lifpd_kavelin.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/l3lifpd_kavelin)
 install(DIRECTORY ${headers}/platform_api
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/l3lifpd_kavelin)
-file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-configure_file(${CMAKE_CURRENT_LIST_DIR}/l3lifpdkavelin.pc.in l3lifpdkavelin.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/l3lifpdkavelin.pc
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/schemas
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/kvnsim)
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/kvnsim PATTERN host EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/host
+    DESTINATION ${KVN_LIBRARY_DOCDIR}/examples OPTIONAL)
 
-set(CPACK_GENERATOR TGZ DEB)
-set(CPACK_PACKAGE_NAME l3lifpd-kavelin)
-set(CPACK_PACKAGE_CONTACT "The maintainers <maintainers@localhost>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+# What hosts' builds find the libraries by: pkg-config files and a CMake package into FOLDER, for
+# libraries in LIBDIR below a prefix. The prefix of pkg-config files may be relative to them.
+include(CMakePackageConfigHelpers)
+function(kvn_write_package_files folder libdir prefix)
+    foreach(name l3lifpdkavelin kvnsim-sdk kvnsim-fwm)
+        configure_file(${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in
+            ${folder}/pkgconfig/${name}.pc @ONLY)
+    endforeach()
+    file(RELATIVE_PATH includes_from_config
+        /${libdir}/cmake/kavelin-l3 /${CMAKE_INSTALL_INCLUDEDIR})
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/kavelin-l3-config.cmake.in
+        ${folder}/cmake/kavelin-l3/kavelin-l3-config.cmake @ONLY)
+    write_basic_package_version_file(${folder}/cmake/kavelin-l3/kavelin-l3-config-version.cmake
+        COMPATIBILITY SameMinorVersion)
+endfunction()
+
+file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" prefix_from_pc ${prefix_from_pc})
+kvn_write_package_files(${CMAKE_BINARY_DIR}/prefix ${CMAKE_INSTALL_LIBDIR}
+    "\${pcfiledir}/${prefix_from_pc}")
+install(DIRECTORY ${CMAKE_BINARY_DIR}/prefix/ DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# For the Debian packages, whose libraries of all word sizes lie beside each other.
+kvn_write_package_files(${CMAKE_BINARY_DIR}/system lib/${CMAKE_LIBRARY_ARCHITECTURE} /usr)
+
+# The archive. Debian packages are made by debian/rules.
+set(CPACK_GENERATOR TGZ)
+set(CPACK_PACKAGE_NAME kavelin-l3)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS
-    "libc6, libstdc++6, libglib2.0-0, libsqlite3-0, libfmt9, libedit2, libhiredis0.14")
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
     set(CPACK_SYSTEM_NAME linux-i386)
+else()
+    set(CPACK_SYSTEM_NAME linux-${CMAKE_SYSTEM_PROCESSOR})
 endif()
 include(CPack)

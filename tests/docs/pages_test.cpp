@@ -16,7 +16,7 @@ using docs::Lines;
 
 std::vector<std::string> pages()
 {
-    std::vector<std::string> pages{"README.md", "CONTRIBUTING.md"};
+    std::vector<std::string> pages{"README.md", "CONTRIBUTING.md", "CHANGELOG.md", "SECURITY.md"};
     for (const auto &entry : std::filesystem::directory_iterator(KVN_SOURCE "/docs")) {
         if (entry.path().extension() == ".md")
             pages.push_back("docs/" + entry.path().filename().string());
