@@ -34,6 +34,10 @@ file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/l3lifpdkavelin.pc.in l3lifpdkavelin.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/l3lifpdkavelin.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/sim/sdk/include/kvnsim
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+configure_file(${CMAKE_CURRENT_LIST_DIR}/kvnsim-sdk.pc.in kvnsim-sdk.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/kvnsim-sdk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/schemas
     DESTINATION ${CMAKE_INSTALL_DATADIR}/kvnsim)
 

@@ -27,17 +27,32 @@ env -i LD_LIBRARY_PATH="$library_path" bin/kvnsim run "$example" >installed.txt
 [ -s installed.txt ] || complain "the installed kvnsim says nothing"
 diff built.txt installed.txt || complain "the installed kvnsim says something else than the built one"
 
-cat >host.c <<'EOF'
-#include <l3lifpd_kavelin.h>
-#include <platform_api/l3lif.h>
-
-/* An interface that nobody has made is a member of nothing. */
-int main(void)
-{
-    struct l3lif l3lif = {0};
-    return (int)l3lifpd_kvn_is_lif_pc_member(&l3lif);
-}
+# The example host builds against what is installed and nothing else, and so do its tests. Where a
+# switch would have 32-bit libraries, this machine has those of the sysroot.
+word_size=$(grep -o -e '-m32' <<<"$*" || true)
+export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
+if [ -n "$library_path" ]; then
+    export PKG_CONFIG_LIBDIR=$prefix/glib
+    mkdir glib
+    cat >glib/glib-2.0.pc <<EOF
+Name: glib
+Description: of the sysroot
+Version: 2
+Cflags: ${*:2}
+Libs: -L${library_path%%:*} -lglib-2.0
 EOF
-"$@" -Wall -Wextra -Werror -Iinclude/l3lifpd_kavelin host.c -o host \
-    -Llib -ll3lifpdkavelin -lkvnsim_fwm -lkvnsim_sdk "-Wl,-rpath-link,$library_path"
-env -i LD_LIBRARY_PATH="lib:$library_path" ./host || complain "the host's program fails"
+fi
+cp -r "$(find share -type d -path '*/examples/host')" host
+cd host
+options=(CC="$1" CFLAGS="$word_size -O1 -Werror" CXXFLAGS="$word_size -O1 -Werror"
+    LDFLAGS="-Wl,-rpath-link,$library_path"
+    gtest="-isystem /usr/src/googletest/googletest/include $tree/lib/libgtest_main.a \
+        $tree/lib/libgtest.a -pthread")
+make -s "${options[@]}" host host_test || complain "the example host does not build"
+env -i LD_LIBRARY_PATH="$library_path" ./host >life.txt 2>&1 ||
+    complain "the example host fails"
+[ "$(tail -n 1 life.txt)" = "nothing stayed" ] || complain "something stays of the example host"
+env -i LD_LIBRARY_PATH="$library_path" ./host_test >tests.txt 2>&1 || {
+    cat tests.txt >&2
+    complain "the example host's tests fail"
+}
