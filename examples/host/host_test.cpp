@@ -177,6 +177,18 @@ TEST_F(Host, KeepsTheMtuThatTheAsicKeeps)
     expect_nothing_stays();
 }
 
+TEST_F(Host, FlushesTheBatchBeforeAnInterfaceIsDestroyed)
+{
+    EXPECT_EQ(0, route(ports[0]));
+    EXPECT_EQ(0, create(svi));
+    EXPECT_EQ(0, l3lifpd_kvn_loopback_enable(ports[0]->l3lif.ifindex, 1));
+    kvnsim_sdk_pending_write write{};
+    EXPECT_EQ(1, kvnsim_sdk_next_pending_write(&write, sizeof write));
+    EXPECT_EQ(0, destroy(svi));
+    EXPECT_EQ(0, stop_routing(ports[0]));
+    expect_nothing_stays();
+}
+
 TEST_F(Host, TellsARouterMacFromARefusal)
 {
     int32_t id = 0;

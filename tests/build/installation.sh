@@ -56,3 +56,13 @@ env -i LD_LIBRARY_PATH="$library_path" ./host_test >tests.txt 2>&1 || {
     cat tests.txt >&2
     complain "the example host's tests fail"
 }
+
+# The same with CMake, whose package for the sysroot's libraries would need a toolchain file too.
+if [ -z "$library_path" ] && [ -d "$prefix/lib/cmake/kavelin-l3" ]; then
+    cmake -S . -B cmake -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_COMPILER="$1" >cmake.txt ||
+        complain "CMake does not find the packages of the example host"
+    cmake --build cmake --target host >>cmake.txt || complain "CMake does not build the example host"
+    cmake/host >/dev/null 2>&1 || complain "the example host that CMake built fails"
+else
+    echo "not tried: the example host's CMake build"
+fi
