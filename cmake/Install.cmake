@@ -3,8 +3,6 @@
 
 file(MAKE_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(library_targets l3lifpdkavelin kvnsim_sdk kvnsim_fwm)
-# Their C++ types are no interface; programs that use the C one need this number.
-set_target_properties(kvnsim_sdk kvnsim_fwm PROPERTIES SOVERSION 0)
 install(TARGETS ${library_targets} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS kvnsim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
@@ -32,10 +30,12 @@ set(headers ${PROJECT_SOURCE_DIR}/l3lif/pd_kavelin)
 install(FILES ${headers}/l3lifpd_kavelin.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/l3lifpd_kavelin)
 install(DIRECTORY ${headers}/platform_api
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/l3lifpd_kavelin)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/sim/sdk/include/kvnsim
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/schemas
     DESTINATION ${CMAKE_INSTALL_DATADIR}/kvnsim PATTERN host EXCLUDE)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/host
-    DESTINATION ${KVN_LIBRARY_DOCDIR}/examples OPTIONAL)
+    DESTINATION ${KVN_LIBRARY_DOCDIR}/examples)
 
 # What hosts' builds find the libraries by: pkg-config files and a CMake package into FOLDER, for
 # libraries in LIBDIR below a prefix. The prefix of pkg-config files may be relative to them.

@@ -10,9 +10,9 @@
 
 #include <fmt/format.h>
 
+#include "kvnsim/sdk.h"
 #include "l3lifpd_kavelin.h"
 #include "platform_api/libsdk.h"
-#include "sim/sdk/kvnsim_sdk.h"
 #include "sim/types/bad_row.h"
 
 namespace kvnsim {

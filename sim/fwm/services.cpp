@@ -2,6 +2,7 @@
  * they are shown. The answers are Host's. */
 #include <cerrno>
 
+#include "kvnsim/sdk.h"
 #include "l3lifpd_kavelin.h"
 #include "platform_api/fwm.h"
 #include "platform_api/if_index.h"
@@ -9,7 +10,6 @@
 #include "platform_api/sse.h"
 #include "sim/fwm/command_output.h"
 #include "sim/fwm/host.h"
-#include "sim/sdk/kvnsim_sdk.h"
 
 /* ---- How records are shown ---- */
 

@@ -1,6 +1,7 @@
 /* Fault injection. Each rule counts the occurrences of its call since the rule was added, also
  * those at which another rule applies; the first rule that applies decides the status. With a rate,
  * the random sequence advances at each call that can fail, so that a seed reproduces a run. */
+#include <algorithm>
 #include <charconv>
 
 #include <fmt/format.h>
@@ -27,6 +28,16 @@ template <class T> bool whole_number(std::string_view text, T &number)
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number);
     return error == std::errc() && stop == end;
+}
+
+void count_injected(std::vector<Faults::Injected> &injected, const ImportedCall &call)
+{
+    auto at = std::find_if(injected.begin(), injected.end(), [&](const Faults::Injected &row) {
+        return std::string_view(row.call->name()) >= call.name();
+    });
+    if (at == injected.end() || at->call != &call)
+        at = injected.insert(at, {&call, 0});
+    ++at->count;
 }
 
 /* The next number of the sequence, evenly spread over 0..1, 1 excluded. */
@@ -126,6 +137,8 @@ std::optional<int32_t> Faults::strike(const ImportedCall &call,
         status = usual_status;
     if (ask && !status)
         status = ask(call, arguments);
+    if (status)
+        count_injected(injected_, call);
     return status;
 }
 

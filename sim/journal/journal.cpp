@@ -58,7 +58,7 @@ std::string Request::failure_text() const
 std::string Origin::to_text() const
 {
     if (!request)
-        return fmt::format("{} before any request", *call ? call : "made");
+        return *call ? call : "made before any request";
     return fmt::format("{}{}request {} {}({})", call, *call ? " in " : "", request->number,
                        request->entry, request->arguments);
 }
@@ -135,6 +135,19 @@ std::optional<int32_t> ImportedCall::status_of(std::string_view text) const
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, status);
     return error == std::errc() && stop == end ? std::optional(status) : std::nullopt;
+}
+
+std::string to_text(const Call &call)
+{
+    std::string text =
+        fmt::format("{}({}) = {}", call.what->name(), to_text(call.inputs), call.result.to_text());
+    if (!call.outputs.empty())
+        text += " " + to_text(call.outputs);
+    if (call.injected)
+        text += " (injected)";
+    else if (call.failed && !call.note.empty())
+        text += ": " + call.note;
+    return text;
 }
 
 bool ImportedCall::fails() const

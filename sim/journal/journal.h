@@ -164,6 +164,10 @@ struct Call {
     std::string note;      /* why it was refused, if known */
 };
 
+/* "libsdk_intf_create(dev_inst=0 intf_type=3 params={param1=10}) = 0 intf_id=2"; the note behind a
+ * failed one. */
+std::string to_text(const Call &call);
+
 /* The definition of an imported call: one static object per call, at namespace scope so that it is
  * known from the start. The function body runs through it; counting, fault injection, recording,
  * replay and printing need nothing else. */
@@ -299,6 +303,12 @@ public:
                                   std::initializer_list<Argument> arguments = {});
     /* The texts of add() that never took effect, for a message at the end. */
     std::vector<std::string> unused() const;
+    /* The calls that were made to fail, and how often each; also before clear(). */
+    struct Injected {
+        const ImportedCall *call;
+        uint64_t count;
+    };
+    const std::vector<Injected> &injected() const { return injected_; }
 
 private:
     struct Rule {
@@ -310,6 +320,7 @@ private:
         bool struck;
     };
     std::vector<Rule> rules_;
+    std::vector<Injected> injected_; /* in the order of the names */
     double rate_ = 0;
     uint64_t random_ = 0;
     bool suspended_ = false;

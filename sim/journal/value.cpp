@@ -106,4 +106,12 @@ bool operator==(const Field &a, const Field &b)
     return a.name == b.name && a.value == b.value;
 }
 
+std::string to_text(const std::vector<Field> &fields)
+{
+    std::string text;
+    for (const Field &field : fields)
+        text += fmt::format("{}{}={}", text.empty() ? "" : " ", field.name, field.value.to_text());
+    return text;
+}
+
 } // namespace kvnsim

@@ -55,4 +55,7 @@ struct Field {
 
 bool operator==(const Field &a, const Field &b);
 
+/* "intf_id=3 value={param1=1}" */
+std::string to_text(const std::vector<Field> &fields);
+
 } // namespace kvnsim

@@ -204,14 +204,6 @@ Value result_line(const Request &request)
                 {{"failed_calls", number(request.failed_calls)}});
 }
 
-std::string to_text(const std::vector<Field> &fields)
-{
-    std::string text;
-    for (const Field &field : fields)
-        text += fmt::format("{}{}={}", text.empty() ? "" : " ", field.name, field.value.to_text());
-    return text;
-}
-
 std::string Line::to_text() const
 {
     switch (kind) {

@@ -78,7 +78,4 @@ private:
     std::string problem_;
 };
 
-/* The fields as "a=1 b={c=2}". */
-std::string to_text(const std::vector<Field> &fields);
-
 } // namespace kvnsim

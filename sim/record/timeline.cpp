@@ -71,18 +71,9 @@ void Timeline::call_made(const Call &call)
 {
     if (!shown_ || (call.what->purpose() == Purpose::asks && !call.failed && !options_.questions))
         return;
-    std::string text =
-        fmt::format("{}({}) = {}", call.what->name(), to_text(call.inputs), call.result.to_text());
-    if (!call.outputs.empty())
-        text += " " + to_text(call.outputs);
-    if (call.failed) {
-        if (call.injected)
-            text += " (injected)";
-        else if (!call.note.empty())
-            text += ": " + call.note;
-        text = painted(call.injected ? yellow : red, text);
-    }
-    out_ << event_indent << text << '\n';
+    const std::string text = to_text(call);
+    out_ << event_indent << (call.failed ? painted(call.injected ? yellow : red, text) : text)
+         << '\n';
 }
 
 void Timeline::trace_emitted(const TraceRecord &record)

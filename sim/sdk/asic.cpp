@@ -12,7 +12,6 @@
 #include <fmt/format.h>
 
 #include "sim/sdk/attributes.h"
-#include "sim/sdk/kvnsim_sdk.h"
 #include "sim/sdk/table.h"
 #include "sim/types/bad_row.h"
 
@@ -104,16 +103,6 @@ const LidPathRow *channel_path(const Lid &lid)
     return at == lid.paths.end() ? nullptr : &*at;
 }
 
-/* Where an interface with these parameters is; only one can be there. */
-std::string place(const IntfRow &intf)
-{
-    if (intf.type == sdk_svi)
-        return fmt::format("VLAN {}", intf.param1);
-    if (intf.type == sdk_sub_interface)
-        return fmt::format("VLAN {} of interface {}", intf.param2, intf.param1);
-    return fmt::format("{} {}", intf.param3 == 1 ? "port-channel" : "front port", intf.param1);
-}
-
 /* Where the attribute is, or would be inserted. */
 auto place_of(std::vector<AttributeValueRow> &attributes, uint32_t number)
 {
@@ -129,6 +118,15 @@ AttributeValueRow *written(Interface &row, uint32_t number)
 }
 
 } // namespace
+
+std::string place(const IntfRow &intf)
+{
+    if (intf.type == sdk_svi)
+        return fmt::format("VLAN {}", intf.param1);
+    if (intf.type == sdk_sub_interface)
+        return fmt::format("VLAN {} of interface {}", intf.param2, intf.param1);
+    return fmt::format("{} {}", intf.param3 == 1 ? "port-channel" : "front port", intf.param1);
+}
 
 template <class Row> using Visit = std::function<void(const Row &)>;
 
@@ -230,6 +228,69 @@ struct Asic::State {
     {
         for (const auto &[name, description, largest, use] : tables())
             visit({name, description, use->used, use->high_water, use->capacity});
+    }
+
+    const IntfRow *after(const RowKey &key, const IntfRow *) { return row_after(intf, key); }
+    const LidRow *after(const RowKey &key, const LidRow *) { return row_after(lid, key); }
+    const PortChannelRow *after(const RowKey &key, const PortChannelRow *)
+    {
+        return row_after(pc, key);
+    }
+    const RouterMacRow *after(const RowKey &key, const RouterMacRow *)
+    {
+        return row_after(rmac, key);
+    }
+    const TrapRow *after(const RowKey &key, const TrapRow *) { return row_after(trap, key); }
+    const PendingRow *after(const RowKey &key, const PendingRow *)
+    {
+        return key.id < pending.size() ? &pending[key.id] : nullptr;
+    }
+    const AttributeValueRow *after(const RowKey &key, const AttributeValueRow *)
+    {
+        return part_after(intf, key, [](const Interface &row, uint32_t number) {
+            const auto at =
+                std::find_if(row.attributes.begin(), row.attributes.end(),
+                             [&](const AttributeValueRow &value) { return value.number > number; });
+            return at == row.attributes.end() ? nullptr : &*at;
+        });
+    }
+    const LidPathRow *after(const RowKey &key, const LidPathRow *)
+    {
+        return part_after(lid, key, [](const Lid &row, uint32_t count) {
+            return count < row.paths.size() ? &row.paths[count] : nullptr;
+        });
+    }
+    const MemberRow *after(const RowKey &key, const MemberRow *)
+    {
+        return part_after(pc, key, [this](const PortChannel &row, uint32_t front_port) {
+            const auto at = std::find_if(port.begin(), port.end(), [&](const FrontPort &any) {
+                return any.member.pc_id == row.pc_id && any.member.front_port > front_port;
+            });
+            return at == port.end() ? nullptr : &at->member;
+        });
+    }
+
+private:
+    template <class Row> static const Row *row_after(Table<Row> &table, const RowKey &key)
+    {
+        for (uint64_t id = uint64_t{key.id} + 1; id < table.end_id(); ++id) {
+            if (const Row *row = table.find(static_cast<uint32_t>(id)))
+                return row;
+        }
+        return nullptr;
+    }
+    /* find gives the object's part behind that number, or nullptr. */
+    template <class Row, class Find>
+    static auto part_after(Table<Row> &table, const RowKey &key, const Find &find)
+        -> decltype(find(table[0], 0))
+    {
+        for (uint32_t id = std::max(key.id, first_id); id < table.end_id(); ++id) {
+            const Row *row = table.find(id);
+            auto *const part = row != nullptr ? find(*row, id == key.id ? key.part : 0) : nullptr;
+            if (part != nullptr)
+                return part;
+        }
+        return nullptr;
     }
 };
 
@@ -825,6 +886,57 @@ template void Asic::each(const Visit<TrapRow> &) const;
 template void Asic::each(const Visit<PendingRow> &) const;
 template void Asic::each(const Visit<TableUse> &) const;
 
+template <class Row> const Row *Asic::after(const RowKey &key) const
+{
+    return state_->after(key, static_cast<const Row *>(nullptr));
+}
+template const IntfRow *Asic::after(const RowKey &) const;
+template const AttributeValueRow *Asic::after(const RowKey &) const;
+template const LidRow *Asic::after(const RowKey &) const;
+template const LidPathRow *Asic::after(const RowKey &) const;
+template const PortChannelRow *Asic::after(const RowKey &) const;
+template const MemberRow *Asic::after(const RowKey &) const;
+template const RouterMacRow *Asic::after(const RowKey &) const;
+template const TrapRow *Asic::after(const RowKey &) const;
+template const PendingRow *Asic::after(const RowKey &) const;
+
+void Asic::each_holder(const SdkObject &object, const Visit<SdkObject> &visit) const
+{
+    State &s = *state_;
+    switch (object.kind) {
+    case KVNSIM_SDK_INTF:
+        if (const Interface *row = s.intf.find(object.id)) {
+            for (const uint32_t id : row->children)
+                visit({KVNSIM_SDK_INTF, id});
+            for (const uint32_t id : row->traps)
+                visit({KVNSIM_SDK_TRAP, id});
+            for (const PendingRow &write : s.pending)
+                visit({KVNSIM_SDK_PENDING_WRITE, write.position + 1});
+        }
+        break;
+    case KVNSIM_SDK_LID:
+        if (const Lid *row = s.lid.find(object.id)) {
+            for (const uint32_t id : row->bound)
+                visit({KVNSIM_SDK_INTF, id});
+        }
+        break;
+    case KVNSIM_SDK_PORT_CHANNEL:
+        if (const PortChannel *row = s.pc.find(object.id)) {
+            for (const FrontPort &port : s.port) {
+                if (port.member.pc_id == object.id)
+                    visit({KVNSIM_SDK_MEMBER_PORT, port.member.front_port});
+            }
+            if (row->intf_id != 0)
+                visit({KVNSIM_SDK_INTF, row->intf_id});
+            for (const uint32_t id : row->lids)
+                visit({KVNSIM_SDK_LID, id});
+        }
+        break;
+    default: /* nothing holds the others */
+        break;
+    }
+}
+
 const IntfRow *Asic::find_interface(uint32_t intf_id) const
 {
     return state_->intf.find(intf_id);
@@ -1139,6 +1251,11 @@ Asic::~Asic() = default;
 SdkStatus Asic::refuse(SdkStatus status, std::string reason)
 {
     return state_->refuse(status, std::move(reason));
+}
+
+void Asic::made_to_fail(std::string words)
+{
+    state_->last_refusal = std::move(words);
 }
 
 const std::string &Asic::last_refusal() const

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "kvnsim/sdk.h"
 #include "platform_api/libsdk.h"
 #include "sim/journal/journal.h"
 #include "sim/sdk/sdk_status.h"
@@ -22,7 +23,11 @@ namespace kvnsim {
 /* "None" in identifiers; never handed out. */
 constexpr uint32_t no_id = 0xFFFF;
 
-enum SdkIntfType : uint32_t { sdk_routed_port = 1, sdk_sub_interface = 2, sdk_svi = 3 };
+enum SdkIntfType : uint32_t {
+    sdk_routed_port = KVNSIM_SDK_ROUTED_PORT,
+    sdk_sub_interface = KVNSIM_SDK_SUB_INTERFACE,
+    sdk_svi = KVNSIM_SDK_SVI
+};
 
 /* Rows of the ASIC's tables. */
 
@@ -99,6 +104,17 @@ struct TableUse {
     TABLE_ROW("asic_table", name, description, used, high_water, capacity)
 };
 
+/* Where a walk over a table stands: the row's identifier; of an object's parts (attributes, paths,
+ * members), the object's and the part's number. Paths and pending writes count from 1. */
+struct RowKey {
+    uint32_t id = 0, part = 0;
+};
+
+/* An object that can be destroyed, or what keeps one from it. */
+struct SdkObject {
+    uint32_t kind = 0, id = 0; /* enum kvnsim_sdk_kind */
+};
+
 /* All rows of an ASIC, each table as Asic::each gives it. */
 struct AsicRows {
     const std::vector<IntfRow> &intfs;
@@ -148,6 +164,8 @@ public:
 
     /* Refuse for a reason found outside the tables (a null pointer, another device). */
     SdkStatus refuse(SdkStatus status, std::string reason);
+    /* Take down that an operation was made to fail, instead of the last refusal. */
+    void made_to_fail(std::string words);
     /* The reason of the last refusal: "port-channel 3 is held by LID entry 7 (made by ...)". */
     const std::string &last_refusal() const;
 
@@ -161,6 +179,14 @@ public:
         each<Row>([&](const Row &row) { all.push_back(row); });
         return all;
     }
+
+    /* The row that follows in the order of each(), nullptr behind the last; valid until the next
+     * operation. A key of zeros is before the first. Allocates nothing. */
+    template <class Row> const Row *after(const RowKey &key) const;
+
+    /* Call visit for whatever keeps the object from being destroyed. */
+    void each_holder(const SdkObject &object,
+                     const std::function<void(const SdkObject &)> &visit) const;
 
     /* One row, nullptr when there is none of that identifier; valid until the next operation. */
     const IntfRow *find_interface(uint32_t intf_id) const;
@@ -183,5 +209,8 @@ private:
     struct State;
     std::unique_ptr<State> state_;
 };
+
+/* Where an interface with these parameters is, "VLAN 10"; only one can be there. */
+std::string place(const IntfRow &intf);
 
 } // namespace kvnsim

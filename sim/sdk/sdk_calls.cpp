@@ -1,12 +1,12 @@
 /* The SDK's calls, each defined here and nowhere else: its name, its arguments as they are shown,
  * recorded and replayed, and what it does to the ASIC. */
 #include <cstring>
+#include <new>
 
 #include <fmt/format.h>
 
 #include "platform_api/libsdk.h"
 #include "sim/sdk/asic.h"
-#include "sim/sdk/kvnsim_sdk.h"
 #include "sim/sdk/sdk_codecs.h"
 
 using namespace kvnsim;
@@ -41,12 +41,15 @@ const ImportedCall switch_router_mac_destroy = programs("libsdk_switch_router_ma
 const ImportedCall intf_router_mac_trap_create = programs("libsdk_intf_router_mac_trap_create");
 const ImportedCall intf_router_mac_trap_destroy = programs("libsdk_intf_router_mac_trap_destroy");
 
-/* Make the call; what every SDK call checks is checked here. The first argument is the device. */
+/* Make the call; what every SDK call checks is checked here. The first argument is the device. The
+ * caller may be C code, which no exception may reach. */
 template <class Body>
 int32_t run(const ImportedCall &call, std::initializer_list<Argument> arguments, Body &&body)
-{
-    return call(arguments, [&]() -> int32_t {
-        Asic &asic = Asic::instance();
+try {
+    Asic &asic = Asic::instance();
+    bool asked = false;
+    const int32_t status = call(arguments, [&]() -> int32_t {
+        asked = true;
         for (const Argument &argument : arguments) {
             if (!argument.data)
                 return asic.refuse(SDK_E_PARAM, fmt::format("{} is a null pointer", argument.name));
@@ -56,6 +59,13 @@ int32_t run(const ImportedCall &call, std::initializer_list<Argument> arguments,
                                fmt::format("there is no device {}, only device 0", device));
         return body(asic);
     });
+    if (status != SDK_E_NONE && !asked)
+        asic.made_to_fail(
+            fmt::format("{} was made to fail: {}", call.name(), sdk_statuses().words(status)));
+    return status;
+} catch (const std::bad_alloc &) {
+    Asic::instance().made_to_fail("no memory");
+    return SDK_E_INTERNAL;
 }
 
 std::array<uint8_t, 6> mac_of(uint32_t mac_lo, uint16_t mac_hi)
@@ -207,9 +217,4 @@ int32_t libsdk_intf_router_mac_trap_destroy(int32_t dev_inst, uint32_t mac_trap_
     return run(intf_router_mac_trap_destroy,
                {in("dev_inst", dev_inst), in("mac_trap_id", mac_trap_id)},
                [&](Asic &asic) { return asic.trap_destroy(mac_trap_id); });
-}
-
-uint32_t kvnsim_sdk_batch_flush(void)
-{
-    return Asic::instance().batch_flush();
 }

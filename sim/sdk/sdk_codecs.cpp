@@ -5,8 +5,8 @@
 
 #include <fmt/format.h>
 
+#include "kvnsim/sdk.h"
 #include "sim/sdk/attributes.h"
-#include "sim/sdk/kvnsim_sdk.h"
 
 namespace kvnsim {
 

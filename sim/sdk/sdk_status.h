@@ -2,21 +2,22 @@
 
 #include <cstdint>
 
+#include "kvnsim/sdk.h"
 #include "sim/journal/journal.h"
 
 namespace kvnsim {
 
-/* The SDK's results. Failures are negative, to distinguish them from identifiers in one word. */
+/* The SDK's results, as kvnsim/sdk.h describes them, by the names that people know. */
 enum SdkStatus : int32_t {
-    SDK_E_NONE = 0,       /* success */
-    SDK_E_INTERNAL = -1,  /* the device failed */
-    SDK_E_PARAM = -2,     /* an argument is invalid */
-    SDK_E_NOT_FOUND = -3, /* an identifier names nothing */
-    SDK_E_EXISTS = -4,    /* it already exists */
-    SDK_E_FULL = -5,      /* a table has no room */
-    SDK_E_BUSY = -6,      /* something refers to the object, or the pending batch is not flushed */
-    SDK_E_UNAVAIL = -7,   /* the device does not have this */
-    SDK_E_TIMEOUT = -8    /* the device did not answer */
+    SDK_E_NONE = KVNSIM_SDK_E_NONE,
+    SDK_E_INTERNAL = KVNSIM_SDK_E_INTERNAL,
+    SDK_E_PARAM = KVNSIM_SDK_E_PARAM,
+    SDK_E_NOT_FOUND = KVNSIM_SDK_E_NOT_FOUND,
+    SDK_E_EXISTS = KVNSIM_SDK_E_EXISTS,
+    SDK_E_FULL = KVNSIM_SDK_E_FULL,
+    SDK_E_BUSY = KVNSIM_SDK_E_BUSY,
+    SDK_E_UNAVAIL = KVNSIM_SDK_E_UNAVAIL,
+    SDK_E_TIMEOUT = KVNSIM_SDK_E_TIMEOUT
 };
 
 /* Every status, success first. */

@@ -70,6 +70,8 @@ public:
         released_.push(id);
         occupancy.use(occupancy.used - 1);
     }
+    /* Beyond all identifiers in use. */
+    uint32_t end_id() const { return static_cast<uint32_t>(rows_.size()); }
     Row *find(uint32_t id) { return id < rows_.size() && rows_[id] ? &*rows_[id] : nullptr; }
     Row &operator[](uint32_t id) { return *rows_[id]; }
 

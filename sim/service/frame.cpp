@@ -7,10 +7,10 @@
 
 #include <fmt/format.h>
 
+#include "kvnsim/sdk.h"
 #include "platform_api/libsdk.h"
 #include "sim/config/names.h"
 #include "sim/sdk/attributes.h"
-#include "sim/sdk/kvnsim_sdk.h"
 
 namespace kvnsim {
 namespace {

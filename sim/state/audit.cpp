@@ -12,10 +12,10 @@
 
 #include <fmt/format.h>
 
+#include "kvnsim/sdk.h"
 #include "platform_api/libsdk.h"
 #include "sim/config/names.h"
 #include "sim/sdk/asic.h"
-#include "sim/sdk/kvnsim_sdk.h"
 #include "sim/state/index.h"
 #include "sim/types/text.h"
 

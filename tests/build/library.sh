@@ -36,6 +36,17 @@ exports)
         complain "does not export what it should ('<' missing, '>' too much)"
     ;;
 
+# c_interface PREFIX HEADER...: the exported names that are no C++ names are the functions with the
+# prefix, each declared in one of the headers.
+c_interface)
+    prefix=$1
+    shift
+    found=$(dynamic_symbols "$library" | awk '$1 != "UND" && $5 !~ /^_Z/ { print $5 }' | sort)
+    declared=$(grep -h -o -E "\b($prefix)[a-z0-9_]*\(" "$@" | tr -d '(' | sort -u)
+    diff <(echo "$declared") <(echo "$found") >&2 ||
+        complain "does not export what it should ('<' missing, '>' too much)"
+    ;;
+
 # needs LIBRARY...
 needs)
     wanted=$(printf '%s\n' "$@" | sort)

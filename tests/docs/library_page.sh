@@ -1,10 +1,11 @@
 #!/bin/bash
-# What library.md says of the library as built: every imported name is in it, and its samples compile.
-# library_page.sh SOURCE LIBRARY COMPILER [FLAG...]
+# What library.md says of the library as built: every imported name is in it, its samples compile, those
+# that are programs print what it says, and its table names every function of the bench.
+# library_page.sh SOURCE LIBRARY BENCH COMPILER [FLAG...]
 set -euo pipefail
 
-source=$1 library=$2
-shift 2
+source=$1 library=$2 bench=$3
+shift 3
 page=$source/docs/library.md
 failed=0
 
@@ -30,11 +31,30 @@ samples=$(mktemp -d)
 trap 'rm -rf "$samples"' EXIT
 awk -v folder="$samples" '
     /^```c$/ { inside = 1; file = folder "/sample" ++count ".c"; next }
+    /^```$/ && !inside { inside = 1; file = folder "/sample" count ".txt"; next }
     /^```$/ { inside = 0 }
     inside { print > file }' "$page"
 [ -e "$samples/sample1.c" ] || complain "there are no samples"
 for sample in "$samples"/*.c; do
-    "$@" -std=c99 -Wall -Wextra -Werror -I "$source/l3lif/pd_kavelin" -fsyntax-only "$sample" ||
-        complain "a sample does not compile"
+    compile=("$@" -std=c99 -Wall -Wextra -Werror -I "$source/l3lif/pd_kavelin"
+        -I "$source/sim/sdk/include" "$sample")
+    printed=${sample%.c}.txt
+    if [ -e "$printed" ]; then
+        "${compile[@]}" "$bench" "-Wl,-rpath,${bench%/*}" -o "$samples/program" ||
+            complain "a program does not build"
+        "$samples/program" >"$samples/found" || complain "a program fails"
+        diff "$printed" "$samples/found" >&2 || complain "a program prints something else"
+    else
+        "${compile[@]}" -fsyntax-only || complain "a sample does not compile"
+    fi
 done
+[ -e "$samples/program" ] || complain "there is no program"
+
+functions=$(grep -o '^[a-z].*\bkvnsim_sdk_[a-z_]*(' "$source/sim/sdk/include/kvnsim/sdk.h" |
+    grep -o 'kvnsim_sdk_[a-z_]*(' | tr -d '(')
+[ "$(wc -w <<<"$functions")" -gt 20 ] || complain "hardly a function of the bench"
+table=$(awk -F '|' '/^\| For \| Functions/ { inside = 1; next } /^$/ { inside = 0 }
+    inside { print $3 }' "$page" | grep -o $'`[a-z_]*`' | tr -d $'`' | sed 's/^/kvnsim_sdk_/')
+diff <(sort <<<"$functions") <(sort <<<"$table") >&2 ||
+    complain "its table of the bench differs from kvnsim/sdk.h"
 exit $failed

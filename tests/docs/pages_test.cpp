@@ -175,11 +175,6 @@ TEST(Map, HasEveryFolderAndNoOther)
     there.erase("");
     if (there.empty())
         GTEST_SKIP() << "not a git checkout";
-    /* A folder that has folders is told by them. */
-    for (const std::string &folder : std::set<std::string>(there)) {
-        if (const size_t slash = folder.find('/'); slash != folder.npos)
-            there.erase(folder.substr(0, slash));
-    }
 
     const std::regex row(R"(\| `([^`]+)` \| .+ \|)");
     bool inside = false;
@@ -189,6 +184,12 @@ TEST(Map, HasEveryFolderAndNoOther)
             inside = line == "## The folders";
         else if (inside && std::regex_match(line, found, row))
             mapped.insert(found[1]);
+    }
+    /* A folder that has folders is told by them; it may have a row of its own. */
+    for (const std::string &folder : std::set<std::string>(there)) {
+        const std::string parent = folder.substr(0, folder.find('/'));
+        if (parent != folder && mapped.count(parent) == 0)
+            there.erase(parent);
     }
     EXPECT_EQ(mapped, there);
 }

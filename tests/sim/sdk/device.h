@@ -8,10 +8,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "kvnsim/sdk.h"
 #include "platform_api/libsdk.h"
 #include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"
-#include "sim/sdk/kvnsim_sdk.h"
 
 /* A device as after power-on, used through the SDK's calls. The makers give the identifier and
  * expect success. */

@@ -188,7 +188,7 @@ TEST_F(Interfaces, HaveARoutedPortOrPortChannelAsParent)
     sub_interface(pc, 100);
     uint32_t id = 77;
     expect_refusal("SDK_E_PARAM",
-                   "interface 3 is that of VLAN 10 (libsdk_intf_create before any request): only "
+                   "interface 3 is that of VLAN 10 (libsdk_intf_create): only "
                    "routed ports and port-channels have sub-interfaces",
                    [&] {
                        return create(2, {vlan, 100, 0, 0, 0}, &id);
@@ -257,5 +257,5 @@ TEST_F(Interfaces, RememberWhoMadeThem)
     svi(11);
     EXPECT_EQ(asic.find_interface(1)->made.to_text(),
               "libsdk_intf_create in request 1 l3lifpd_kvn_add_svi()");
-    EXPECT_EQ(asic.find_interface(2)->made.to_text(), "libsdk_intf_create before any request");
+    EXPECT_EQ(asic.find_interface(2)->made.to_text(), "libsdk_intf_create");
 }

@@ -45,6 +45,15 @@ public:
             RC_ASSERT(table.used <= table.high_water);
             RC_ASSERT(table.used <= table.capacity);
         }
+        walk<IntfRow>([](const IntfRow &row) -> RowKey { return {row.intf_id, 0}; });
+        walk<AttributeValueRow>([](const AttributeValueRow &row) -> RowKey {
+            return {row.intf_id, row.number};
+        });
+        walk<LidPathRow>([](const LidPathRow &row) -> RowKey {
+            return {row.lid_id, row.position + 1};
+        });
+        walk<MemberRow>([](const MemberRow &row) -> RowKey { return {row.pc_id, row.front_port}; });
+        walk<PendingRow>([](const PendingRow &row) -> RowKey { return {row.position + 1, 0}; });
         RC_ASSERT(use_of("attr") == attributes_written());
         RC_ASSERT(use_of("path") == paths());
     }
@@ -75,6 +84,26 @@ public:
     Asic asic;
 
 private:
+    /* A walk from row to row gives the rows that there are, in their order. */
+    template <class Row, class KeyOf> void walk(const KeyOf &key_of)
+    {
+        RowKey key;
+        for (const Row &row : asic.rows<Row>()) {
+            const Row *next = asic.after<Row>(key);
+            RC_ASSERT(next != nullptr);
+            RC_ASSERT(next->columns() == row.columns());
+            key = key_of(row);
+        }
+        RC_ASSERT(asic.after<Row>(key) == nullptr);
+    }
+    /* Whether the ASIC says that something keeps the object from being destroyed. */
+    bool has_holder(uint32_t kind, uint32_t id)
+    {
+        bool has = false;
+        asic.each_holder({kind, id}, [&](const SdkObject &) { has = true; });
+        return has;
+    }
+
     static uint32_t pick() { return *rc::gen::inRange<uint32_t>(1, few + 1); }
     static uint32_t pick_id() { return *rc::gen::inRange<uint32_t>(0, table_limit + 2); }
 
@@ -140,6 +169,7 @@ private:
         const SdkStatus expected = !asic.find_interface(id) ? SDK_E_NOT_FOUND
                                    : busy                   ? SDK_E_BUSY
                                                             : SDK_E_NONE;
+        RC_ASSERT(has_holder(KVNSIM_SDK_INTF, id) == (expected == SDK_E_BUSY));
         RC_ASSERT(asic.intf_destroy(id) == expected);
         RC_ASSERT((asic.find_interface(id) != nullptr) == (expected == SDK_E_BUSY));
     }
@@ -207,6 +237,7 @@ private:
             const bool of_port_channel = row.type == sdk_routed_port && row.param3 == 1;
             return !of_port_channel && bound && bound->value == id;
         });
+        RC_ASSERT(has_holder(KVNSIM_SDK_LID, id) == held);
         RC_ASSERT(asic.lid_destroy(id) == (!asic.find_lid(id) && !held ? SDK_E_NOT_FOUND
                                            : held                      ? SDK_E_BUSY
                                                                        : SDK_E_NONE));
@@ -259,6 +290,7 @@ private:
                                                  intf.param1 == id;
                                       }) ||
                                   !rows_of(asic, &LidPathRow::pc_id, id).empty());
+        RC_ASSERT(has_holder(KVNSIM_SDK_PORT_CHANNEL, id) == held);
         RC_ASSERT(asic.portchannel_destroy(id) == (!row   ? SDK_E_NOT_FOUND
                                                    : held ? SDK_E_BUSY
                                                           : SDK_E_NONE));

@@ -127,8 +127,8 @@ TEST_F(Tables, OfAttributesMayBeFullWhenTheBatchIsFlushed)
     EXPECT_EQ(use("attr").used, 0u);
     EXPECT_EQ(kvnsim_sdk_batch_flush(), 1u);
     EXPECT_THAT(asic.last_refusal(),
-                HasSubstr("SdkIntfAttrIpv4UcstEn to interface 1 (libsdk_intf_attr_set_batch before "
-                          "any request) is dropped: no room for another attribute value"));
+                HasSubstr("SdkIntfAttrIpv4UcstEn to interface 1 (libsdk_intf_attr_set_batch) is "
+                          "dropped: no room for another attribute value"));
     EXPECT_EQ(get(one, SdkIntfAttrMtuIdx), 8000u);
     EXPECT_EQ(use("attr").used, 1u);
 }

@@ -6,9 +6,9 @@
 
 #include <map>
 
+#include "kvnsim/sdk.h"
 #include "sim/config/names.h"
 #include "sim/sdk/attributes.h"
-#include "sim/sdk/kvnsim_sdk.h"
 #include "sim/stress/random_desired.h"
 #include "tests/sim/call_count.h"
 #include "tests/sim/state/snapshot_fixture.h"

@@ -4,10 +4,10 @@
 
 #include <fstream>
 
+#include "kvnsim/sdk.h"
 #include "l3lifpd_kavelin.h"
 #include "sim/config/names.h"
 #include "sim/sdk/attributes.h"
-#include "sim/sdk/kvnsim_sdk.h"
 #include "sim/switch/request.h"
 #include "tests/sim/state/snapshot_fixture.h"
 

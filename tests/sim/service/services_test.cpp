@@ -2,9 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include "kvnsim/sdk.h"
 #include "l3lifpd_kavelin.h"
 #include "sim/config/names.h"
-#include "sim/sdk/kvnsim_sdk.h"
 #include "tests/sim/service/configured.h"
 #include "tests/sim/state/snapshot_fixture.h"
 
