@@ -71,16 +71,15 @@ contents)
 
     lib=/usr/lib/$multiarch
     holds libl3lifpdkavelin "$lib/libl3lifpdkavelin.so"
-    holds libkvnsim0 "$lib/libkvnsim_fwm.so.0" "$lib/libkvnsim_sdk.so.0"
+    holds libkvnsim0 "$lib"/libkvnsim_{fwm,sdk}.so.{0,"$version"}
     holds libl3lifpdkavelin-dev "$lib"/libkvnsim_{fwm,sdk}.so \
         "$lib"/pkgconfig/{l3lifpdkavelin,kvnsim-sdk,kvnsim-fwm}.pc \
         "$lib"/cmake/kavelin-l3/kavelin-l3-config{,-version}.cmake
     has libl3lifpdkavelin-dev /usr/include/l3lifpd_kavelin/l3lifpd_kavelin.h
     has libl3lifpdkavelin-dev /usr/include/l3lifpd_kavelin/platform_api/libsdk.h
     has libl3lifpdkavelin-dev /usr/share/doc/libl3lifpdkavelin-dev/library.md
-    if [ -d "$source/examples/host" ]; then
-        has libl3lifpdkavelin-dev /usr/share/doc/libl3lifpdkavelin-dev/examples/host/
-    fi
+    has libl3lifpdkavelin-dev /usr/include/kvnsim/sdk.h
+    has libl3lifpdkavelin-dev /usr/share/doc/libl3lifpdkavelin-dev/examples/host/
     holds kvnsim /usr/bin/kvnsim /usr/share/man/man1/kvnsim.1.gz \
         /usr/share/bash-completion/completions/kvnsim /usr/share/zsh/vendor-completions/_kvnsim
     for file in doc/kvnsim/kvnsim.md kvnsim/examples/leaf.json kvnsim/schemas/run.json; do

@@ -372,8 +372,8 @@ TEST_F(Services, AFlushThatLosesAWriteFailsAndSaysWhich)
     libsdk_intf_attr_set_batch(0, intf_id, SdkIntfAttrLid, &value);
     libsdk_lid_entry_destroy(0, lid_id);
     EXPECT_EQ(reason_of([] { return fwmpd_kavelin_batch_flush(); }),
-              "the write of SdkIntfAttrLid to interface 1 (libsdk_intf_attr_set_batch before any "
-              "request) is dropped: there is no LID entry 1");
+              "the write of SdkIntfAttrLid to interface 1 (libsdk_intf_attr_set_batch) is dropped: "
+              "there is no LID entry 1");
     EXPECT_EQ(fwmpd_kavelin_batch_flush(), 0) << "nothing is left to lose";
 }
 
