@@ -160,7 +160,8 @@ lintian)
 # side_by_side OTHER_TREE: files that the packages of both word sizes have are the same.
 side_by_side)
     other=$1/packages
-    [ -d "$other" ] || skip "there are no packages of the other word size"
+    cmp -s "$packages.sources" "$other.sources" ||
+        skip "there are no packages of the other word size from the same sources"
     work=$(mktemp -d)
     trap 'rm -rf "$work"' EXIT
     for folder in "$packages" "$other"; do
