@@ -12,7 +12,8 @@ FUZZ_SECONDS ?= 60
 
 tree = build/$(TARGET)
 # Configured once; after that the build itself sees when the CMake files change.
-configure = [ -e $(tree)/build.ninja ] || cmake --preset $(TARGET) >build/$(TARGET).log || \
+configure = [ -e $(tree)/build.ninja ] || \
+	cmake --preset $(TARGET) $(CMAKE_OPTIONS) >build/$(TARGET).log || \
 	{ cat build/$(TARGET).log; exit 1; }
 # One at a time in each tree: a second build waits, and then has nothing left to do.
 build = flock build/$(TARGET).lock sh -c '$(configure) && cmake --build $(tree) -j $(JOBS) $(1)'

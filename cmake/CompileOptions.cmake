@@ -8,6 +8,11 @@ endif()
 
 add_compile_options(-Wall -Wextra -Wconversion -Wshadow -Wformat=2 -Werror)
 
+# Many files as one compile in a third of the time. What is local to each they then share.
+if(CMAKE_UNITY_BUILD)
+    add_compile_options(-Wno-shadow $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
+endif()
+
 # The same files wherever the sources and the build are; of two that fit, the last holds.
 if(NOT KVN_COVERAGE)
     add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.

@@ -33,8 +33,8 @@ Shard parse_shard(std::string_view text)
             return {*index, *of};
     }
     throw std::invalid_argument(
-        fmt::format("{}: expected I/N, the Ith of N shares, such as 2/4 (N up to {})", quoted(text),
-                    most_shards));
+        fmt::format("{}: expected I/N, the Ith of N shares, such as 2/4 (N up to {})",
+                    in_quotes(text), most_shards));
 }
 
 } // namespace kvnsim

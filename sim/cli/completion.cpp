@@ -12,6 +12,7 @@
 #include "sim/sdk/sdk_status.h"
 #include "sim/state/show.h"
 #include "sim/switch/entry_points.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -81,9 +82,7 @@ Words values_of(const Option &option, const Reading &line, const std::string &be
 
 Words beginning_with(const std::string &begun, Words names)
 {
-    const auto is_other = [&](const std::string &name) {
-        return name.compare(0, begun.size(), begun) != 0;
-    };
+    const auto is_other = [&](const std::string &name) { return !starts_with(name, begun); };
     names.erase(std::remove_if(names.begin(), names.end(), is_other), names.end());
     return names;
 }

@@ -88,7 +88,7 @@ Mac destination(const Snapshot &snapshot, const Arguments &given)
         const std::optional<Mac> mac = parse_mac(given.value("--to"));
         if (!mac)
             throw UsageError(
-                fmt::format("--to: {} is no MAC address", quoted(given.value("--to"))));
+                fmt::format("--to: {} is no MAC address", in_quotes(given.value("--to"))));
         return *mac;
     }
     if (snapshot.router_macs.empty())

@@ -33,7 +33,8 @@ std::string problem(const Option &option, const std::string &value)
     const auto expected = [&](const std::string &what) {
         const bool says_it = option.is_operand() && option.takes == Takes::choice;
         return fmt::format("{}expected {}{}{}, not {}", says_it ? "" : option.name() + ": ", what,
-                           *option.instead != '\0' ? ", or " : "", option.instead, quoted(value));
+                           *option.instead != '\0' ? ", or " : "", option.instead,
+                           in_quotes(value));
     };
     if (!value.empty() && value == option.instead)
         return "";

@@ -15,6 +15,7 @@
 #include "sim/sdk/asic.h"
 #include "sim/sdk/attributes.h"
 #include "sim/switch/choreography.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -29,8 +30,8 @@ Found &known(Found *found, const char *what, const std::string &name, const Rows
 {
     if (found != nullptr)
         return *found;
-    throw UsageError(
-        fmt::format("there is no {} {}{}", what, quoted(name), did_you_mean(name, names_of(rows))));
+    throw UsageError(fmt::format("there is no {} {}{}", what, in_quotes(name),
+                                 did_you_mean(name, names_of(rows))));
 }
 
 HostInterface &interface_named(const std::string &name)
@@ -55,7 +56,7 @@ int64_t number_of(const std::string &word)
         std::from_chars(digits.data(), digits.data() + digits.size(), number, hex ? 16 : 10);
     if (error != std::errc() || end != digits.data() + digits.size() ||
         (negative && number > 0x80000000))
-        throw UsageError(fmt::format("expected a number of 32 bits, not {}", quoted(word)));
+        throw UsageError(fmt::format("expected a number of 32 bits, not {}", in_quotes(word)));
     return negative ? -int64_t{number} : int64_t{number};
 }
 
@@ -68,8 +69,8 @@ Mac mac_of(const std::string &word)
 {
     const auto mac = parse_mac(word);
     if (!mac)
-        throw UsageError(
-            fmt::format("expected a MAC address such as 00:00:5e:00:01:0a, not {}", quoted(word)));
+        throw UsageError(fmt::format("expected a MAC address such as 00:00:5e:00:01:0a, not {}",
+                                     in_quotes(word)));
     return *mac;
 }
 
@@ -77,7 +78,7 @@ Value value_of(const Parameter &parameter, std::string word)
 {
     /* As timelines print it: create=1. */
     const std::string named = std::string(parameter.name) + '=';
-    if (word.compare(0, named.size(), named) == 0)
+    if (starts_with(word, named))
         word.erase(0, named.size());
     switch (parameter.kind) {
     case ParameterKind::interface:
@@ -193,7 +194,7 @@ int create(Session &session, const Arguments &given)
     HostInterface *interface = Host::instance().find(name);
     const auto parsed = parse_interface_name(name);
     if (interface == nullptr && !parsed)
-        throw UsageError(fmt::format("expected the name of an interface, not {}", quoted(name)));
+        throw UsageError(fmt::format("expected the name of an interface, not {}", in_quotes(name)));
     uint32_t vlan = 0;
     if (!vlan_word.empty())
         vlan = static_cast<uint32_t>(number_of(vlan_word));

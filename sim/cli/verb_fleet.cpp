@@ -212,7 +212,7 @@ private:
     std::map<uint64_t, FleetResult> done_;
 };
 
-int merge_results(const Arguments &arguments, Console &console)
+int merge_fleet(const Arguments &arguments, Console &console)
 {
     refuse_with_merge(
         arguments, {check_option, keep_going_option, limit_option, ignore_option, strict_option});
@@ -229,7 +229,7 @@ int merge_results(const Arguments &arguments, Console &console)
 
 int fleet(const Arguments &arguments, Console &console)
 {
-    return arguments.has(merge_option.name()) ? merge_results(arguments, console)
+    return arguments.has(merge_option.name()) ? merge_fleet(arguments, console)
                                               : Fleet(arguments, console).run();
 }
 

@@ -135,7 +135,7 @@ private:
     uint64_t line_number_ = 0;
 };
 
-int run(const Arguments &arguments, Console &console)
+int run_shell(const Arguments &arguments, Console &console)
 {
     return ShellRun(arguments, console).run();
 }
@@ -150,7 +150,7 @@ const Verb shell_verb{
     with_instruments(
         {{"CONFIG", Takes::file, Times::optional, "a config_db.json file to begin with"}},
         {{"--stop", Takes::nothing, Times::optional, "end a script at the first line that fails"}}),
-    run,
+    run_shell,
     true};
 
 } // namespace kvnsim

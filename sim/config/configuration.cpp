@@ -105,16 +105,16 @@ private:
             };
             if (std::any_of(table.entries.begin(), table.entries.end(), is_known))
                 return draft_.tell(FindingId::tables_one_level_down, location(table),
-                                   quoted(table.name));
+                                   in_quotes(table.name));
         }
         for (const DocumentTable &table : given) {
             const std::vector<std::string> near = similar_names(table.name, known);
             if (!near.empty())
                 return draft_.tell(FindingId::no_known_table_but, location(table),
-                                   quoted(table.name), near.front());
+                                   in_quotes(table.name), near.front());
         }
         return draft_.tell(FindingId::no_known_table, location(given.front()),
-                           quoted(given.front().name));
+                           in_quotes(given.front().name));
     }
 
     /* A member that is listed in the row of its port-channel or VLAN counts as a row of the table
@@ -193,7 +193,8 @@ private:
                                   (!find(known.name) && differ_in_one(table.name, known.name));
             if (!is_meant)
                 continue;
-            draft_.tell(FindingId::unknown_table, location(table), quoted(table.name), known.name);
+            draft_.tell(FindingId::unknown_table, location(table), in_quotes(table.name),
+                        known.name);
             draft_.leave_out(known.name, location(table));
         }
     }
@@ -268,15 +269,16 @@ private:
         const size_t parts = table.key.size();
         row.is_address_row = table.has_address_rows && row.parts.size() == parts + 1;
         if (row.parts.size() != parts && !row.is_address_row)
-            return tell_key(row, FindingId::key_form, quoted(source.name), key_form(table));
+            return tell_key(row, FindingId::key_form, in_quotes(source.name), key_form(table));
         for (size_t i = 0; i < parts; ++i) {
             const std::string &part = row.parts[i];
             if (!has_form(table.key[i], part)) {
                 const TableSchema *const other = where_it_belongs(table, part);
-                return other ? draft_.tell(FindingId::key_of_another_table, row.location,
-                                           quoted(part), expected(table.key[i]), part, other->name)
-                             : tell_key(row, FindingId::key_part, quoted(part),
-                                        expected(table.key[i]));
+                return other
+                           ? draft_.tell(FindingId::key_of_another_table, row.location,
+                                         in_quotes(part), expected(table.key[i]), part, other->name)
+                           : tell_key(row, FindingId::key_part, in_quotes(part),
+                                      expected(table.key[i]));
             }
             const bool is_interface = parse_interface_name(part).has_value();
             if (is_interface && part.size() > most_name_characters &&
@@ -284,7 +286,7 @@ private:
                 draft_.tell(FindingId::long_name, row.location, part, most_name_characters);
         }
         if (row.is_address_row && !parse_address(row.address()))
-            return draft_.tell(FindingId::address_form, row.location, quoted(row.address()));
+            return draft_.tell(FindingId::address_form, row.location, in_quotes(row.address()));
         return true;
     }
 
@@ -308,7 +310,7 @@ private:
                 sound &= take_field(row, *declared, field);
             else if (const TableField *meant = find_field(row.fields(), name))
                 draft_.tell(FindingId::unknown_field, moved(row.location, field.at),
-                            quoted(field.name), meant->name);
+                            in_quotes(field.name), meant->name);
             else if (row.is_address_row && find_field(row.table.fields, name))
                 draft_.tell(FindingId::field_of_address_row, moved(row.location, field.at), name,
                             fmt::format("{}|{}", row.table.name, row.name()));
@@ -357,12 +359,12 @@ private:
             parse_field(declared, is_list ? joined(field) : std::string(trimmed(field.text)));
         if (!value) {
             draft_.tell(is_applied ? FindingId::value : FindingId::unused_value, where,
-                        declared.name, quoted(field.text), expected(declared));
+                        declared.name, in_quotes(field.text), expected(declared));
             return !is_applied;
         }
         if (declared.use == Use::not_modelled &&
             (declared.type != FieldType::boolean || value->number != 0))
-            draft_.tell(FindingId::field_not_modelled, where, declared.name, quoted(field.text));
+            draft_.tell(FindingId::field_not_modelled, where, declared.name, in_quotes(field.text));
         if (declared.type == FieldType::group_mac && is_multicast(value->mac))
             draft_.tell(FindingId::multicast_mac, where, declared.name, value->text);
         value->at = field.value_at;

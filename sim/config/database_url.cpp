@@ -8,24 +8,20 @@
 #include <fmt/format.h>
 
 #include "sim/config/names.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
 
-constexpr std::string_view network = "redis://", local = "redis+unix://";
+constexpr std::string_view network_scheme = "redis://", local_scheme = "redis+unix://";
 constexpr std::string_view database_parameter = "?db=";
 constexpr const char *forms = "redis://HOST[:PORT][/DATABASE] or redis+unix:///PATH[?db=DATABASE], "
                               "with [USER]:PASSWORD@ before HOST or /PATH where it takes one";
 
-bool starts_with(std::string_view text, std::string_view start)
-{
-    return text.substr(0, start.size()) == start;
-}
-
 /* The scheme that a text begins with; empty for none. */
 std::string_view scheme_of(std::string_view text)
 {
-    for (const std::string_view scheme : {network, local}) {
+    for (const std::string_view scheme : {network_scheme, local_scheme}) {
         if (starts_with(text, scheme))
             return scheme;
     }
@@ -128,10 +124,10 @@ bool take_credentials(std::string_view text, DatabaseUrl &url)
 std::string DatabaseUrl::name() const
 {
     if (!socket.empty())
-        return fmt::format("{}{}{}{}", local, socket, database_parameter, database);
+        return fmt::format("{}{}{}{}", local_scheme, socket, database_parameter, database);
     const bool is_v6 = host.find(':') != host.npos;
-    return fmt::format("{}{}{}{}:{}/{}", network, is_v6 ? "[" : "", host, is_v6 ? "]" : "", port,
-                       database);
+    return fmt::format("{}{}{}{}:{}/{}", network_scheme, is_v6 ? "[" : "", host, is_v6 ? "]" : "",
+                       port, database);
 }
 
 bool is_database_url(std::string_view text)
@@ -147,7 +143,7 @@ DatabaseUrl parse_database_url(const std::string &text)
     const std::string_view credentials = credentials_of(rest);
     const auto refuse = [&] {
         return std::invalid_argument(
-            fmt::format("expected {}, not {}", forms, quoted(masked(scheme, rest))));
+            fmt::format("expected {}, not {}", forms, in_quotes(masked(scheme, rest))));
     };
 
     DatabaseUrl url;
@@ -158,7 +154,7 @@ DatabaseUrl parse_database_url(const std::string &text)
             throw refuse();
     }
     if (place.find_first_of(blanks) != place.npos ||
-        !(scheme == local ? take_local(place, url) : take_network(place, url)))
+        !(scheme == local_scheme ? take_local(place, url) : take_network(place, url)))
         throw refuse();
     return url;
 }

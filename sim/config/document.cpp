@@ -17,6 +17,7 @@
 #include "sim/config/findings.h"
 #include "sim/config/names.h"
 #include "sim/types/rapid_document.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 
@@ -179,7 +180,7 @@ std::string found_at(const std::string &text, size_t offset)
     size_t end = offset + 1;
     while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80)
         ++end;
-    return quoted(std::string_view(text).substr(offset, end - offset));
+    return in_quotes(std::string_view(text).substr(offset, end - offset));
 }
 
 /* By the parser's code; {found} is what stands at the place, {byte} its first byte. */
@@ -328,8 +329,8 @@ public:
                 continue;
             erase_repeated(row.entries,
                            [&](const DocumentField &last, const DocumentField &earlier) {
-                               report(FindingId::duplicate_field, {quoted(last.name)}, table.name,
-                                      row.name, last.at, earlier.at);
+                               report(FindingId::duplicate_field, {in_quotes(last.name)},
+                                      table.name, row.name, last.at, earlier.at);
                            });
         }
     }
@@ -409,8 +410,7 @@ Document make_document(const std::string &file, std::vector<DocumentEntry> entri
 Document read_document(const std::string &file, const std::string &text, IsRead is_read,
                        std::vector<Finding> &findings)
 {
-    const size_t start =
-        text.compare(0, byte_order_mark.size(), byte_order_mark) == 0 ? byte_order_mark.size() : 0;
+    const size_t start = starts_with(text, byte_order_mark) ? byte_order_mark.size() : 0;
     rapidjson::MemoryStream stream(text.data(), text.size());
     while (stream.Tell() < start)
         stream.Take();

@@ -30,11 +30,6 @@ struct ShortForm {
 };
 constexpr ShortForm short_forms[] = {{"Eth", "Ethernet"}, {"Po", "PortChannel"}};
 
-bool starts_with(std::string_view text, std::string_view prefix)
-{
-    return text.substr(0, prefix.size()) == prefix;
-}
-
 bool is_in(std::string_view word, std::initializer_list<std::string_view> words)
 {
     return std::find(words.begin(), words.end(), word) != words.end();
@@ -315,7 +310,7 @@ std::string printable(std::string_view text, size_t most_characters)
     return visible(text.substr(0, end)) + (end < text.size() ? "..." : "");
 }
 
-std::string quoted(std::string_view text)
+std::string in_quotes(std::string_view text)
 {
     return '"' + printable(text) + '"';
 }

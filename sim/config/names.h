@@ -102,6 +102,6 @@ std::string spelling(std::string_view text);
 constexpr size_t most_printed = 80;
 std::string printable(std::string_view text, size_t most_characters = most_printed);
 /* The same in double quotes. */
-std::string quoted(std::string_view text);
+std::string in_quotes(std::string_view text);
 
 } // namespace kvnsim

@@ -24,6 +24,7 @@
 #include "sim/config/findings.h"
 #include "sim/config/names.h"
 #include "sim/config/tables.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -55,7 +56,7 @@ struct Reply {
     }
     bool is_error(std::string_view code) const
     {
-        return type == REDIS_REPLY_ERROR && text.compare(0, code.size(), code) == 0;
+        return type == REDIS_REPLY_ERROR && starts_with(text, code);
     }
 };
 
@@ -332,7 +333,7 @@ private:
     static void refuse_error(const Reply &reply)
     {
         if (reply.is_error(""))
-            throw DatabaseError("the server answered " + quoted(reply.text));
+            throw DatabaseError("the server answered " + in_quotes(reply.text));
     }
 
     /* The next one among what has been received. */

@@ -7,6 +7,7 @@
 
 #include "sim/config/names.h"
 #include "sim/config/similar.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -51,28 +52,25 @@ Meant Spellings::meant(const std::string &written, const char *what) const
         const Names &names = found->second;
         if (names.size() == 1)
             return {*names.begin(), ""};
-        return {"", fmt::format("{} is ambiguous: {}", quoted(written), fmt::join(names, ", "))};
+        return {"", fmt::format("{} is ambiguous: {}", in_quotes(written), fmt::join(names, ", "))};
     }
     std::vector<std::string> known(names_.begin(), names_.end());
     for (const auto &[alias, names] : aliases_)
         known.push_back(alias);
-    return {"", fmt::format("there is no {} {}{}", what, quoted(written),
+    return {"", fmt::format("there is no {} {}{}", what, in_quotes(written),
                             did_you_mean(written, known))};
 }
 
 std::vector<std::string> Spellings::beginning_with(const std::string &begun) const
 {
     std::vector<std::string> found;
-    const auto begins = [](const std::string &text, const std::string &with) {
-        return text.compare(0, with.size(), with) == 0;
-    };
     for (const std::string &name : names_) {
-        if (begins(name, begun))
+        if (starts_with(name, begun))
             found.push_back(name);
     }
     /* The rest of a spelling completes what was begun in another case. */
     const auto offer_rest = [&](const std::string &whole) {
-        if (!begins(spelling(whole), spelling(begun)) || whole.size() < begun.size())
+        if (!starts_with(spelling(whole), spelling(begun)) || whole.size() < begun.size())
             return;
         const std::string candidate = begun + whole.substr(begun.size());
         if (std::find(found.begin(), found.end(), candidate) == found.end())

@@ -58,7 +58,7 @@ void read_device_metadata(Draft &draft, const Row &row)
     constexpr const char *itself = "localhost";
     if (row.name() != itself) {
         if (spelling(row.name()) == itself)
-            draft.tell(FindingId::unknown_row, row.location, quoted(row.name()), itself);
+            draft.tell(FindingId::unknown_row, row.location, in_quotes(row.name()), itself);
         return;
     }
     draft.desired.hostname = row.text("hostname");
@@ -82,7 +82,7 @@ void read_vrf(Draft &draft, const Row &row)
 void read_sag(Draft &draft, const Row &row)
 {
     if (row.name() != "GLOBAL") {
-        draft.tell(FindingId::unknown_row, row.location, quoted(row.name()), "GLOBAL");
+        draft.tell(FindingId::unknown_row, row.location, in_quotes(row.name()), "GLOBAL");
         return;
     }
     if (row.given("gateway_mac"))

@@ -13,6 +13,7 @@
 
 #include "l3lifpd_kavelin.h"
 #include "sim/switch/entry_points.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -109,7 +110,7 @@ constexpr std::string_view placeholder = "(number ";
  * changed: what the line would replace is still there. */
 std::string read_state(const std::string &name, const Value &record, HostState &state)
 {
-    if (name.empty() || name.compare(0, placeholder.size(), placeholder) == 0)
+    if (name.empty() || starts_with(name, placeholder))
         return "interface";
     const Value *kind = record.find("kind");
     const auto named = std::find(std::begin(interface_kind_names), std::end(interface_kind_names),

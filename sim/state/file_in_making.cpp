@@ -16,6 +16,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "sim/types/text.h"
+
 namespace kvnsim {
 namespace {
 
@@ -39,8 +41,7 @@ void remove_left_behind(const std::filesystem::path &final)
     for (std::filesystem::directory_iterator entry(folder, none), end; entry != end;
          entry.increment(none)) {
         const std::string name = entry->path().filename().string();
-        if (name.size() != begin.size() + unique.size() ||
-            name.compare(0, begin.size(), begin) != 0)
+        if (name.size() != begin.size() + unique.size() || !starts_with(name, begin))
             continue;
         const int file =
             ::open(entry->path().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);

@@ -250,7 +250,7 @@ void check_identifiers(const Snapshot &from)
         const auto parsed = parse_interface_name(row.name);
         if (!parsed || parsed->kind != row.kind)
             refuse("name",
-                   fmt::format("no {} has the name {}", to_text(row.kind), quoted(row.name)));
+                   fmt::format("no {} has the name {}", to_text(row.kind), in_quotes(row.name)));
         check(row.port_lid, "lid", "port_lid");
         check(row.held_pc, "pc", "held_pc");
         check(row.held_lid, "lid", "held_lid");

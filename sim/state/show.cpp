@@ -30,7 +30,7 @@ template <class Row, class T> Cell id_of(const Row *row, T Row::*column)
 {
     return row != nullptr ? id_cell(row->*column) : Cell();
 }
-template <class Row> Cell maker_of(const Row *row)
+template <class Row> Cell maker_cell(const Row *row)
 {
     return row != nullptr ? Cell(row->made.to_text()) : Cell();
 }
@@ -345,10 +345,11 @@ Listing show_attributes(const Snapshot &snapshot, const std::string &interface)
         return listing;
     for (const AttributeRow &row : attributes()) {
         const AttributeState now = index.attribute(context->intf_id, row.number);
-        listing.rows.push_back(
-            {cell(row.number), std::string(row.name), std::string(row.description), cell(now.value),
-             row.hex ? Cell(fmt::format("{:#x}", now.value)) : Cell(), cell(row.initial),
-             cell_of(now.waits, &PendingRow::value), maker_of(now.written), maker_of(now.waits)});
+        listing.rows.push_back({cell(row.number), std::string(row.name),
+                                std::string(row.description), cell(now.value),
+                                row.hex ? Cell(fmt::format("{:#x}", now.value)) : Cell(),
+                                cell(row.initial), cell_of(now.waits, &PendingRow::value),
+                                maker_cell(now.written), maker_cell(now.waits)});
     }
     return listing;
 }

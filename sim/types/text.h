@@ -8,6 +8,11 @@
 /* Texts from elsewhere: of files, of arguments, of databases. */
 namespace kvnsim {
 
+inline bool starts_with(std::string_view text, std::string_view start)
+{
+    return text.substr(0, start.size()) == start;
+}
+
 /* The length in bytes of the UTF-8 character at the front of a text, 0 when there is none. */
 size_t character_length(std::string_view text);
 /* The number of such a character. */

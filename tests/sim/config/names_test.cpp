@@ -188,7 +188,7 @@ TEST(Booleans, ComeInSeveralDialects)
 
 TEST(Printable, IsOneShortLine)
 {
-    EXPECT_EQ(quoted("a\nb\x7f"), "\"a\\x0ab\\x7f\"");
+    EXPECT_EQ(in_quotes("a\nb\x7f"), "\"a\\x0ab\\x7f\"");
     EXPECT_EQ(printable(std::string(100, 'x')), std::string(80, 'x') + "...");
     EXPECT_EQ(printable("gr\xc3\xbc\xc3\x9f"), "gr\xc3\xbc\xc3\x9f");
 }

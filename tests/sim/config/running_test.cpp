@@ -114,7 +114,7 @@ TEST(RunningRows, ThatAreNoRowsAreCounted)
     EXPECT_THAT(told(read({{"PORT|Ethernet0", no_fields}}, 3)),
                 ElementsAre("redis://h:1/4: note: keys that are not hashes named TABLE|key are not "
                             "read: 3"));
-    EXPECT_THAT(told(read({})), ElementsAre("redis://h:1/4: the database has no rows"));
+    EXPECT_THAT(told(read(Rows())), ElementsAre("redis://h:1/4: the database has no rows"));
 }
 
 TEST(RunningRows, ThatAreNotTextAreNotUnderstood)
