@@ -9,6 +9,7 @@ JOBS ?= $(shell nproc)
 CONFIG ?= examples/leaf.json
 PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
+FUZZ ?= $(notdir $(wildcard fuzz/corpus/*))
 
 tree = build/$(TARGET)
 # Configured once; after that the build itself sees when the CMake files change.
@@ -29,7 +30,7 @@ help:
 	@echo "make lint      formatting, headers on their own, shellcheck and clang-tidy"
 	@echo "make coverage  which lines the tests execute, as pages in build/coverage/report"
 	@echo "make bench     measure the life of a switch of 1,000 and of 65,000 interfaces"
-	@echo "make fuzz      feed the configuration reader for FUZZ_SECONDS=$(FUZZ_SECONDS)"
+	@echo "make fuzz      feed the readers FUZZ=... (all) for FUZZ_SECONDS=$(FUZZ_SECONDS) each"
 	@echo "make install   library, headers and kvnsim into PREFIX=$(PREFIX)"
 	@echo "make uninstall remove from PREFIX what make install put there"
 	@echo "make package   the same as Debian packages and an archive in build/$(TARGET)/packages"
@@ -71,19 +72,16 @@ bench:
 	@$(MAKE) --no-print-directory bench-targets TARGET=bench
 	@build/bench/bin/bench/bench_switch
 
-# The same inputs are kept and built upon from run to run.
 fuzz:
 	@scripts/setup fuzz native
 	@$(MAKE) --no-print-directory fuzz-targets TARGET=fuzz
-	@mkdir -p build/fuzz/corpus
-	@cd build/fuzz && bin/configuration_fuzz -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
-	    corpus ../../examples $(subst :, ,$(KVN_SAMPLES))
+	@scripts/fuzz $(FUZZ_SECONDS) $(FUZZ)
 
 .PHONY: bench-targets fuzz-targets
 bench-targets:
 	@$(call build,--target bench_switch)
 fuzz-targets:
-	@$(call build,--target configuration_fuzz)
+	@$(call build,--target $(FUZZ:=_fuzz))
 
 install: build
 	@scripts/install $(tree) "$(PREFIX)"

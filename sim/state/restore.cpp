@@ -390,6 +390,16 @@ void put(const Snapshot &from, Switch &into)
 
 } // namespace
 
+void check_references(const Snapshot &snapshot, const std::string &name)
+{
+    try {
+        check_requests(snapshot);
+        memory_of(snapshot);
+    } catch (const BadRow &bad) {
+        throw SnapshotError(name + ": " + bad.what());
+    }
+}
+
 void restore(const Snapshot &snapshot, Switch &into, const std::string &name)
 {
     const Snapshot before = capture(into);

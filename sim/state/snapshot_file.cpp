@@ -18,6 +18,7 @@
 
 #include "sim/config/names.h"
 #include "sim/state/file_in_making.h"
+#include "sim/state/restore.h"
 #include "sim/state/snapshot.h"
 
 namespace kvnsim {
@@ -455,6 +456,7 @@ Snapshot load(const std::string &path)
         using Row = typename std::remove_reference_t<decltype(table)>::value_type;
         table = get_rows<Row>(db, &requests);
     });
+    check_references(snapshot, path);
     return snapshot;
 }
 

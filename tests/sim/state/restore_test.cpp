@@ -51,7 +51,7 @@ protected:
     std::string why_not_restored()
     {
         try {
-            restore(load(file.path), sw, "switch.db");
+            restore(load(file.path), sw, file.path);
         } catch (const SnapshotError &error) {
             return error.what();
         }
@@ -385,8 +385,8 @@ TEST_F(Restored, IsRefusedWhereTheRowsContradictThemselves)
     for (const Contradiction &each : cases) {
         save(saved, file.path);
         run_sql(each.sql);
-        EXPECT_THAT(why_not_restored(),
-                    testing::AllOf(testing::StartsWith("switch.db: table "), HasSubstr(each.told)))
+        EXPECT_THAT(why_not_restored(), testing::AllOf(testing::StartsWith(file.path + ": table "),
+                                                       HasSubstr(each.told)))
             << each.sql;
         ASSERT_TRUE(capture_of(sw) == saved) << each.sql;
     }

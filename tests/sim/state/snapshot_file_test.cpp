@@ -243,6 +243,32 @@ TEST_F(SnapshotFile, WithAValueOfTheWrongKindIsDamaged)
     }
 }
 
+TEST_F(SnapshotFile, WhoseTablesContradictEachOtherIsRefusedByTableAndRow)
+{
+    const struct {
+        const char *sql, *told;
+    } cases[] = {{"UPDATE wanted_member SET port_channel = 'PortChannel99'",
+                  "table wanted_member, row 1, column port_channel: there is no such port-channel"},
+                 {"UPDATE wanted_vlan_member SET vlan = 'Vlan99'",
+                  "table wanted_vlan_member, row 1, column vlan: there is no such VLAN"},
+                 {"INSERT INTO wanted_interface SELECT * FROM wanted_interface LIMIT 1",
+                  "column name: it is there twice"},
+                 {"UPDATE wanted_port SET mtu = 70000",
+                  "table wanted_port, row 1, column mtu: 70000 is not 0 to 65535"},
+                 {"UPDATE meta SET requests_made = 0", ", but 0 requests were made"}};
+    bring_about(with_ports(R"("PORTCHANNEL": {"PortChannel7": {}},
+"PORTCHANNEL_MEMBER": {"PortChannel7|Ethernet8": {}}, "PORTCHANNEL_INTERFACE": {"PortChannel7": {}},
+"VLAN": {"Vlan10": {}}, "VLAN_MEMBER": {"Vlan10|Ethernet12": {"tagging_mode": "tagged"}})"));
+    const Snapshot snapshot = capture(sw);
+    for (const auto &c : cases) {
+        save(snapshot, file.path);
+        run_sql(c.sql);
+        EXPECT_THAT(why_not_loaded(),
+                    testing::AllOf(testing::StartsWith(file.path + ": table "), HasSubstr(c.told)))
+            << c.sql;
+    }
+}
+
 TEST_F(SnapshotFile, WithoutARequestThatRowsNameIsDamaged)
 {
     const Snapshot snapshot = small_switch();
