@@ -65,7 +65,13 @@ coverage:
 	@$(MAKE) --no-print-directory test TARGET=coverage
 	@mkdir -p build/coverage/report
 	@gcovr --root . --filter l3lif/ --filter sim/ --object-directory build/coverage \
-	    --html-details build/coverage/report/index.html --print-summary
+	    --html-details build/coverage/report/index.html
+	@echo "The library: all of its lines and branches"
+	@gcovr --root . --filter l3lif/ --object-directory build/coverage/l3lif build/coverage/l3lif \
+	    --output /dev/null --print-summary --fail-under-line 100 --fail-under-branch 100
+	@echo "kvnsim: 95 of 100 lines"
+	@gcovr --root . --filter sim/ --object-directory build/coverage build/coverage \
+	    --output /dev/null --print-summary --fail-under-line 95
 
 bench:
 	@scripts/setup bench native

@@ -121,7 +121,7 @@ int32_t l3lifpd_kvn_set_single_l3_property(uint32_t intf_id, uint32_t prop_type,
     }
 
     sdk_intf_attr_value holder = {};
-    switch (row->write) {
+    switch (row->write) { /* each has a case: GCOVR_EXCL_BR_LINE */
     case Write::Value:
     case Write::NotProgrammed:
         holder.param1 = value;

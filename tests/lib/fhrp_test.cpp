@@ -284,6 +284,27 @@ TEST_F(VirtualMac, CannotBeRemovedTwice)
                            lookup_failed(vrrp1, svi10)}));
 }
 
+/* The table is the host's to see, and to take away. */
+TEST_F(VirtualMac, WhoseTableGoesWithItsTrapIsNotLookedForAgain)
+{
+    add(vrrp1, svi10);
+    bench.forget();
+    GHashTable *table = nullptr;
+    bench.decide = [&](const std::string &call, int32_t status) {
+        if (call == "libsdk_intf_router_mac_trap_destroy")
+            std::swap(table, fhrp_mac_hash);
+        return status;
+    };
+    EXPECT_EQ(0, remove(vrrp1, svi10));
+    bench.decide = nullptr;
+    EXPECT_TRUE(bench.did({entered("fhrp_mac_del", vrrp1, svi10), looked_up(vrrp1, svi10),
+                           trap_destroyed(71), debug("fhrp_mac_remove", "Entered.\n"),
+                           debug("fhrp_mac_remove", "Exiting.\n"),
+                           debug("fhrp_mac_del", "%s:Exiting.\n", "l3lifpd_kvn_fhrp_mac_del")}));
+    std::swap(table, fhrp_mac_hash);
+    EXPECT_EQ(1u, entries());
+}
+
 TEST_F(VirtualMac, WhoseTrapStaysKeepsItsEntrySoThatTheRemovalCanBeRepeated)
 {
     add(vrrp1, svi10);
