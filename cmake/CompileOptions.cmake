@@ -10,7 +10,7 @@ add_compile_options(-Wall -Wextra -Wconversion -Wshadow -Wformat=2 -Werror)
 
 # Many files as one compile in a third of the time. What is local to each they then share.
 if(CMAKE_UNITY_BUILD)
-    add_compile_options(-Wno-shadow $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
+    add_compile_options(-Wno-shadow $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
 endif()
 
 # The same files wherever the sources and the build are; of two that fit, the last holds.

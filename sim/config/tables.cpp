@@ -681,7 +681,8 @@ std::vector<TableSchema> make_tables()
 bool is_short_line(const std::string &text, size_t most_characters)
 {
     size_t characters = 0;
-    for (const unsigned char byte : text) {
+    for (const char each : text) {
+        const auto byte = static_cast<unsigned char>(each);
         if (byte < 0x20 || byte == 0x7f)
             return false;
         characters += (byte & 0xc0) != 0x80;

@@ -12,7 +12,7 @@ namespace {
 
 Platform *installed = nullptr;
 
-std::string vtext(const char *format, va_list args)
+__attribute__((format(printf, 1, 0))) std::string vtext(const char *format, va_list args)
 {
     va_list again;
     va_copy(again, args);

@@ -151,7 +151,7 @@ gboolean g_hash_table_remove(GHashTable *table, gconstpointer key)
     return real(table, key);
 }
 
-int backtrace(void **buffer, int size) noexcept
+int backtrace(void **buffer, int size)
 {
     static const auto real = next(backtrace, "backtrace");
     if (!LIBRARY_CALLS())

@@ -370,7 +370,9 @@ void Leftovers::gone(std::vector<std::string> &found) const
 
 void Leftovers::settings(const Switch &of, std::vector<std::string> &found) const
 {
-    for (const auto &[name, id] : recorded_) {
+    for (const auto &recorded : recorded_) {
+        const std::string &name = recorded.first;
+        const uint32_t id = recorded.second;
         if (!may_exist(name))
             continue;
         uint32_t mtu = 0;
@@ -506,9 +508,9 @@ void Leftovers::not_wanted(std::vector<std::string> &found) const
         }
     }
     for (const auto &[key, trap] : virtual_macs_) {
-        const bool wanted =
-            std::any_of(want_.virtual_macs.begin(), want_.virtual_macs.end(), [&](const auto &e) {
-                return e.first.interface == key.first && to_text(e.first.mac) == key.second;
+        const bool wanted = std::any_of(
+            want_.virtual_macs.begin(), want_.virtual_macs.end(), [&, &mac = key](const auto &e) {
+                return e.first.interface == mac.first && to_text(e.first.mac) == mac.second;
             });
         if (!wanted)
             found.push_back("unwanted " + virtual_mac(key.second, key.first));
