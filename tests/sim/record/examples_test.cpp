@@ -56,7 +56,7 @@ TEST_P(Example, ReplaysAsRecorded)
 
 TEST_P(Example, ReplaysAsRecordedWithFailingCalls)
 {
-    for (const uint64_t seed : {1, 2, 3, 4, 5}) {
+    for (const uint64_t seed : {1U, 2U, 3U, 4U, 5U}) {
         faults.set_rate(0.1, seed);
         const Replay result = replayed(recorded([this] { up_and_down(); }));
         EXPECT_TRUE(result.same()) << "seed " << seed << '\n' << told(result);

@@ -8,7 +8,7 @@
 static char text[4096];
 static size_t length;
 
-static void add(const char *format, ...)
+__attribute__((format(printf, 1, 2))) static void add(const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);

@@ -238,20 +238,22 @@ private:
             return !of_port_channel && bound && bound->value == id;
         });
         RC_ASSERT(has_holder(KVNSIM_SDK_LID, id) == held);
-        RC_ASSERT(asic.lid_destroy(id) == (!asic.find_lid(id) && !held ? SDK_E_NOT_FOUND
-                                           : held                      ? SDK_E_BUSY
-                                                                       : SDK_E_NONE));
+        const SdkStatus expected = held                ? SDK_E_BUSY
+                                   : asic.find_lid(id) ? SDK_E_NONE
+                                                       : SDK_E_NOT_FOUND;
+        RC_ASSERT(asic.lid_destroy(id) == expected);
     }
     void add_path()
     {
         const uint32_t lid_id = pick_id(), pc_id = pick_id();
         const bool possible = asic.find_lid(lid_id) && asic.find_port_channel(pc_id);
         const bool is_full = paths() == path_limit;
-        RC_ASSERT(asic.lid_path_add(lid_id, {SdkPortTypeChannel, 0, {}, pc_id}) ==
-                  (!possible                                                      ? SDK_E_NOT_FOUND
-                   : has_path(lid_id, &LidPathRow::port_type, SdkPortTypeChannel) ? SDK_E_EXISTS
-                   : is_full                                                      ? SDK_E_FULL
-                                                                                  : SDK_E_NONE));
+        const SdkStatus expected = !possible ? SDK_E_NOT_FOUND
+                                   : has_path(lid_id, &LidPathRow::port_type, SdkPortTypeChannel)
+                                       ? SDK_E_EXISTS
+                                   : is_full ? SDK_E_FULL
+                                             : SDK_E_NONE;
+        RC_ASSERT(asic.lid_path_add(lid_id, {SdkPortTypeChannel, 0, {}, pc_id}) == expected);
     }
     bool has_path(uint32_t lid_id, uint32_t LidPathRow::*field, uint32_t is)
     {
@@ -308,10 +310,10 @@ private:
     {
         const uint32_t pc_id = pick_id(), port = pick();
         const bool taken = is_any_member(port);
-        RC_ASSERT(asic.member_add(pc_id, mask_of({port})) == (!asic.find_port_channel(pc_id)
-                                                                  ? SDK_E_NOT_FOUND
-                                                              : taken ? SDK_E_EXISTS
-                                                                      : SDK_E_NONE));
+        const SdkStatus expected = !asic.find_port_channel(pc_id) ? SDK_E_NOT_FOUND
+                                   : taken                        ? SDK_E_EXISTS
+                                                                  : SDK_E_NONE;
+        RC_ASSERT(asic.member_add(pc_id, mask_of({port})) == expected);
     }
     void delete_member()
     {
