@@ -13,8 +13,8 @@ namespace kvnsim {
  * themselves or belong to another word size. */
 void restore(const Snapshot &snapshot, Switch &into, const std::string &name);
 
-/* Throws SnapshotError, in the same form, where rows are there twice or refer to rows or requests that
- * are not there. Says nothing of what only the model can tell, such as the ASIC's rows among
+/* Throws SnapshotError, in the same form, where rows are there twice or refer to rows or requests
+ * that are not there. Says nothing of what only the model can tell, such as the ASIC's rows among
  * themselves. */
 void check_references(const Snapshot &snapshot, const std::string &name);
 
