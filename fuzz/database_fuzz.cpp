@@ -39,10 +39,7 @@ class SavedSwitch {
 public:
     SavedSwitch()
     {
-        char folder[] = "/tmp/database_fuzz.XXXXXX";
-        if (::mkdtemp(folder) == nullptr)
-            wrong("no folder to run in");
-        path_ = std::string(folder) + "/switch.db";
+        path_ = scratch_folder() + "/switch.db";
         Switch power;
         Journal::instance().faults.add("libsdk_intf_attr_set:20");
         power.apply(read_configuration("leaf.json", configuration).desired);

@@ -18,10 +18,8 @@ namespace {
 /* The commands print, and read and write files: all into a folder of its own, and nowhere. */
 void confine()
 {
-    char folder[] = "/tmp/shell_fuzz.XXXXXX";
     const int nowhere = ::open("/dev/null", O_WRONLY);
-    if (::mkdtemp(folder) == nullptr || ::chdir(folder) != 0 || nowhere < 0 ||
-        ::dup2(nowhere, STDOUT_FILENO) < 0)
+    if (::chdir(scratch_folder().c_str()) != 0 || nowhere < 0 || ::dup2(nowhere, STDOUT_FILENO) < 0)
         wrong("no folder to run in");
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 #include "sim/service/services.h"
 #include "sim/state/explain.h"
@@ -16,6 +17,14 @@ void wrong(const std::string &what)
 {
     fprintf(stderr, "%s\n", what.c_str());
     abort();
+}
+
+std::string scratch_folder()
+{
+    std::string folder = std::filesystem::temp_directory_path() / "kvnsim_fuzz.XXXXXX";
+    if (::mkdtemp(folder.data()) == nullptr)
+        wrong("no folder to run in");
+    return folder;
 }
 
 void expect_visible(const std::string &text)

@@ -17,6 +17,7 @@
 #include "sim/switch/entry_points.h"
 #include "sim/switch/switch.h"
 #include "sim/switch/virtual_macs.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -356,7 +357,7 @@ private:
         const std::string &name = recorded.request.value.find("entry")->string();
         const EntryPoint *entry = EntryPoint::find(name);
         if (entry == nullptr) {
-            if (name.rfind("host", 0) == 0)
+            if (starts_with(name, "host"))
                 ++result_.host_tasks;
             else
                 reader_.report(recorded.request, "the library has no entry point " + name);
