@@ -20,7 +20,7 @@ configure = [ -e $(tree)/build.ninja ] || \
 build = flock build/$(TARGET).lock sh -c '$(configure) && cmake --build $(tree) -j $(JOBS) $(1)'
 
 .DEFAULT_GOAL := help
-.PHONY: help setup build run test check lint coverage bench fuzz install uninstall package clean
+.PHONY: help setup build run test check lint coverage bench floor fuzz install uninstall package clean
 
 help:
 	@echo "make build     the library and kvnsim into build/$(TARGET)"
@@ -30,6 +30,7 @@ help:
 	@echo "make lint      formatting, headers on their own, shellcheck and clang-tidy"
 	@echo "make coverage  which lines the tests execute, as pages in build/coverage/report"
 	@echo "make bench     measure the life of a switch of 1,000 and of 65,000 interfaces"
+	@echo "make floor     count the library's instructions beside those of its calls alone"
 	@echo "make fuzz      feed the readers FUZZ=... (all) for FUZZ_SECONDS=$(FUZZ_SECONDS) each"
 	@echo "make install   library, headers and kvnsim into PREFIX=$(PREFIX)"
 	@echo "make uninstall remove from PREFIX what make install put there"
@@ -78,12 +79,22 @@ bench:
 	@$(MAKE) --no-print-directory bench-targets TARGET=bench
 	@build/bench/bin/bench/bench_switch
 
+# In the trees of the tests: what is counted is the library as it ships.
+FLOOR ?=
+floor:
+	@scripts/setup bench native
+	@for target in native $(filter i386,$(TARGET)); do \
+	    $(MAKE) --no-print-directory setup floor-targets TARGET=$$target || exit; done
+	@bench/floor/measure $(FLOOR) build/native $(if $(filter i386,$(TARGET)),build/i386)
+
 fuzz:
 	@scripts/setup fuzz native
 	@$(MAKE) --no-print-directory fuzz-targets TARGET=fuzz
 	@scripts/fuzz $(FUZZ_SECONDS) $(FUZZ)
 
-.PHONY: bench-targets fuzz-targets
+.PHONY: bench-targets floor-targets fuzz-targets
+floor-targets:
+	@$(call build,--target floor)
 bench-targets:
 	@$(call build,--target bench_switch)
 fuzz-targets:

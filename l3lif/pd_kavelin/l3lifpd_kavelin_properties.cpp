@@ -103,13 +103,33 @@ static constexpr bool property_texts_fit()
 }
 static_assert(property_texts_fit(), "a property's text does not fit its arguments");
 
+static constexpr uint32_t last_property()
+{
+    uint32_t last = 0;
+    for (const property_row &row : property_rows) {
+        if (row.type > last)
+            last = row.type;
+    }
+    return last;
+}
+
+/* The rows by type: setting properties is most of what making an interface does. */
+struct property_index {
+    const property_row *row[last_property() + 1];
+};
+
+static constexpr property_index index_properties()
+{
+    property_index index = {};
+    for (const property_row &row : property_rows)
+        index.row[row.type] = &row;
+    return index;
+}
+static constexpr property_index properties = index_properties();
+
 static const property_row *find_property(uint32_t prop_type)
 {
-    for (const property_row &row : property_rows) {
-        if (row.type == prop_type)
-            return &row;
-    }
-    return nullptr;
+    return prop_type <= last_property() ? properties.row[prop_type] : nullptr;
 }
 
 int32_t l3lifpd_kvn_set_single_l3_property(uint32_t intf_id, uint32_t prop_type, uint32_t value)

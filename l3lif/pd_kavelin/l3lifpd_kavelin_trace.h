@@ -34,6 +34,7 @@ struct l3lifpd_trace_intf_id_now {
     uint32_t ifindex;
 };
 
+/* An argument as a sink gets it. */
 template <typename T> inline T l3lifpd_trace_argument(T value)
 {
     return value;
@@ -43,6 +44,34 @@ inline uint32_t l3lifpd_trace_argument(l3lifpd_trace_intf_id_now now)
     return l3lifpd_kvn_get_intf_id_for_ifindex(now.ifindex);
 }
 
+/* An argument as it is handed on until then: types that come to the same in a variable argument
+ * list become one, so that few functions serve all records. */
+template <typename T> constexpr uint32_t l3lifpd_trace_carried(T word)
+{
+    static_assert(sizeof(T) <= sizeof(uint32_t), "records carry 32-bit words");
+    return (uint32_t)word;
+}
+constexpr const char *l3lifpd_trace_carried(const char *text)
+{
+    return text;
+}
+constexpr const char *l3lifpd_trace_carried(char *text)
+{
+    return text;
+}
+constexpr l3lifpd_trace_intf_id_now l3lifpd_trace_carried(l3lifpd_trace_intf_id_now now)
+{
+    return now;
+}
+
+/* Where a record is emitted. */
+struct l3lifpd_trace_site {
+    const char *function;
+    int32_t line;
+};
+
+#define L3LIFPD_INLINE __attribute__((always_inline)) inline
+
 /* Never called: lets the compiler check a record's format against its arguments. */
 void l3lifpd_trace_check(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
@@ -51,29 +80,106 @@ void l3lifpd_trace_check(const char *format, ...) __attribute__((format(printf, 
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 
+/* The sinks, one by one; the last three of them can be off. */
 template <typename... Arguments>
-__attribute__((noinline)) void l3lifpd_trace_emit(int32_t level, const char *function, int32_t line,
-                                                  const char *format, Arguments... arguments)
+L3LIFPD_INLINE void l3lifpd_trace_to_buffer(const l3lifpd_trace_site &site, const char *format,
+                                            Arguments... arguments)
 {
-    fwm_ds_trace_add(L3LIFPD_TRACE_FILE, function, line, 0, format,
+    fwm_ds_trace_add(L3LIFPD_TRACE_FILE, site.function, site.line, 0, format,
                      l3lifpd_trace_argument(arguments)...);
-    if (level == L3LIFPD_TRACE_ERROR)
-        fwm_ds_add(L3LIFPD_TRACE_FILE, function, line, format,
-                   l3lifpd_trace_argument(arguments)...);
-    if (dbg_out_file != nullptr) {
-        const char *const now = fwm_ctime();
-        fprintf(dbg_out_file, "[%s]%s: %s(%d): ", now, fwm_debug_elem_descr(level), function, line);
-        fprintf(dbg_out_file, format, l3lifpd_trace_argument(arguments)...);
-        fwm_check_flush_dbg_out_file();
-    }
-    if (sdwrap_hist_event_subtype_check(L3LIFPD_TRACE_EVENT, level) == 0) {
-        sdwrap_hist_event_record record;
-        record.level = level;
-        snprintf(record.text, sizeof record.text, format, l3lifpd_trace_argument(arguments)...);
-        sdwrap_hist_event(L3LIFPD_TRACE_EVENT, (uint32_t)strlen(record.text) + 5, &record);
-    }
+}
+
+inline bool l3lifpd_trace_file_is_on()
+{
+    return dbg_out_file != nullptr;
+}
+template <typename... Arguments>
+L3LIFPD_INLINE void l3lifpd_trace_to_file(int32_t level, const l3lifpd_trace_site &site,
+                                          const char *format, Arguments... arguments)
+{
+    const char *const now = fwm_ctime();
+    fprintf(dbg_out_file, "[%s]%s: %s(%d): ", now, fwm_debug_elem_descr(level), site.function,
+            site.line);
+    fprintf(dbg_out_file, format, l3lifpd_trace_argument(arguments)...);
+    fwm_check_flush_dbg_out_file();
+}
+
+inline bool l3lifpd_trace_history_is_on(int32_t level)
+{
+    return sdwrap_hist_event_subtype_check(L3LIFPD_TRACE_EVENT, level) == 0;
+}
+template <typename... Arguments>
+L3LIFPD_INLINE void l3lifpd_trace_to_history(int32_t level, const char *format,
+                                             Arguments... arguments)
+{
+    sdwrap_hist_event_record record;
+    record.level = level;
+    snprintf(record.text, sizeof record.text, format, l3lifpd_trace_argument(arguments)...);
+    sdwrap_hist_event(L3LIFPD_TRACE_EVENT, (uint32_t)strlen(record.text) + 5, &record);
+}
+
+template <typename... Arguments>
+L3LIFPD_INLINE void l3lifpd_trace_to_console(int32_t level, const char *format,
+                                             Arguments... arguments)
+{
     if (sdwrap_chk_int(level, 0, 0, 1) != 0)
         buginf(1, sdwrap_dbg_modname, 0, format, l3lifpd_trace_argument(arguments)...);
+}
+
+/* The rest of a debug record's way, from the first sink that was found on. */
+template <typename... Arguments>
+__attribute__((noinline)) void l3lifpd_trace_from_file_on(const l3lifpd_trace_site &site,
+                                                          const char *format,
+                                                          Arguments... arguments)
+{
+    l3lifpd_trace_to_file(L3LIFPD_TRACE_DEBUG, site, format, arguments...);
+    if (l3lifpd_trace_history_is_on(L3LIFPD_TRACE_DEBUG))
+        l3lifpd_trace_to_history(L3LIFPD_TRACE_DEBUG, format, arguments...);
+    l3lifpd_trace_to_console(L3LIFPD_TRACE_DEBUG, format, arguments...);
+}
+
+template <typename... Arguments>
+__attribute__((noinline)) void l3lifpd_trace_from_history_on(const char *format,
+                                                             Arguments... arguments)
+{
+    l3lifpd_trace_to_history(L3LIFPD_TRACE_DEBUG, format, arguments...);
+    l3lifpd_trace_to_console(L3LIFPD_TRACE_DEBUG, format, arguments...);
+}
+
+/* In line, for most of what the library does is to emit debug records: while the sinks are off, a
+ * record costs little more than the calls that ask. */
+template <typename... Arguments>
+L3LIFPD_INLINE void l3lifpd_trace_emit_debug(const l3lifpd_trace_site &site, const char *format,
+                                             Arguments... arguments)
+{
+    l3lifpd_trace_to_buffer(site, format, arguments...);
+    if (__builtin_expect(l3lifpd_trace_file_is_on(), false))
+        l3lifpd_trace_from_file_on(site, format, l3lifpd_trace_carried(arguments)...);
+    else if (__builtin_expect(l3lifpd_trace_history_is_on(L3LIFPD_TRACE_DEBUG), false))
+        l3lifpd_trace_from_history_on(format, l3lifpd_trace_carried(arguments)...);
+    else
+        l3lifpd_trace_to_console(L3LIFPD_TRACE_DEBUG, format, arguments...);
+}
+
+template <typename... Arguments>
+__attribute__((noinline, cold)) void
+l3lifpd_trace_to_all(const l3lifpd_trace_site &site, const char *format, Arguments... arguments)
+{
+    l3lifpd_trace_to_buffer(site, format, arguments...);
+    fwm_ds_add(L3LIFPD_TRACE_FILE, site.function, site.line, format,
+               l3lifpd_trace_argument(arguments)...);
+    if (l3lifpd_trace_file_is_on())
+        l3lifpd_trace_to_file(L3LIFPD_TRACE_ERROR, site, format, arguments...);
+    if (l3lifpd_trace_history_is_on(L3LIFPD_TRACE_ERROR))
+        l3lifpd_trace_to_history(L3LIFPD_TRACE_ERROR, format, arguments...);
+    l3lifpd_trace_to_console(L3LIFPD_TRACE_ERROR, format, arguments...);
+}
+
+template <typename... Arguments>
+L3LIFPD_INLINE void l3lifpd_trace_emit_error(const l3lifpd_trace_site &site, const char *format,
+                                             Arguments... arguments)
+{
+    l3lifpd_trace_to_all(site, format, l3lifpd_trace_carried(arguments)...);
 }
 
 #pragma GCC diagnostic pop
@@ -82,21 +188,24 @@ __attribute__((noinline)) void l3lifpd_trace_emit(int32_t level, const char *fun
  * stands in a call that runs over several lines, which __LINE__ is not. */
 #define L3LIFPD_LINE __builtin_LINE()
 
-#define L3LIFPD_TRACE(level, ...)                                                                  \
+/* A text out of a table, which a static_assert beside the table has checked. */
+#define L3LIFPD_TRACE_TEXT(emit, ...)                                                              \
+    do {                                                                                           \
+        static constexpr l3lifpd_trace_site site = {__func__, L3LIFPD_LINE};                       \
+        emit(site, __VA_ARGS__);                                                                   \
+    } while (0)
+
+#define L3LIFPD_TRACE(emit, ...)                                                                   \
     do {                                                                                           \
         if (false)                                                                                 \
             l3lifpd_trace_check(__VA_ARGS__);                                                      \
-        l3lifpd_trace_emit(level, __func__, L3LIFPD_LINE, __VA_ARGS__);                            \
+        L3LIFPD_TRACE_TEXT(emit, __VA_ARGS__);                                                     \
     } while (0)
 
-#define l3lifpd_trace_debug(...) L3LIFPD_TRACE(L3LIFPD_TRACE_DEBUG, __VA_ARGS__)
-#define l3lifpd_trace_error(...) L3LIFPD_TRACE(L3LIFPD_TRACE_ERROR, __VA_ARGS__)
-
-/* The same for a text out of a table, which a static_assert beside the table has checked. */
-#define l3lifpd_trace_debug_text(...)                                                              \
-    l3lifpd_trace_emit(L3LIFPD_TRACE_DEBUG, __func__, L3LIFPD_LINE, __VA_ARGS__)
-#define l3lifpd_trace_error_text(...)                                                              \
-    l3lifpd_trace_emit(L3LIFPD_TRACE_ERROR, __func__, L3LIFPD_LINE, __VA_ARGS__)
+#define l3lifpd_trace_debug(...) L3LIFPD_TRACE(l3lifpd_trace_emit_debug, __VA_ARGS__)
+#define l3lifpd_trace_error(...) L3LIFPD_TRACE(l3lifpd_trace_emit_error, __VA_ARGS__)
+#define l3lifpd_trace_debug_text(...) L3LIFPD_TRACE_TEXT(l3lifpd_trace_emit_debug, __VA_ARGS__)
+#define l3lifpd_trace_error_text(...) L3LIFPD_TRACE_TEXT(l3lifpd_trace_emit_error, __VA_ARGS__)
 
 /* The conversions of a format in order ("sxd"), flags and widths aside, are the expected ones. */
 constexpr bool l3lifpd_trace_format_takes(const char *format, const char *conversions)

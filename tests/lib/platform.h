@@ -182,6 +182,9 @@ Platform &platform();
 bool has_platform();
 void install(Platform *platform);
 
+/* The system's functions are noted for this loaded library too, in the place of an earlier one. */
+void note_calls_of(const char *library_name);
+
 /* printf into a string. */
 std::string text(const char *format, ...) __attribute__((format(printf, 1, 2)));
 std::string quoted(const std::string &text);
