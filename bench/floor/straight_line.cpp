@@ -22,11 +22,17 @@
 #define INLINE __attribute__((always_inline)) static inline
 #define EXPORT extern "C" __attribute__((visibility("default")))
 
+/* What a function returns that leaves the main path. */
+struct Failure {
+    operator int32_t() const { return -1; }
+    operator uint32_t() const { return 0xFFFF; }
+};
+
 /* A condition that holds on the main path; returns from the function where it is looked at. */
 #define REQUIRE(condition)                                                                         \
     do {                                                                                           \
         if (STRAIGHT_LINE_CHECKS && !(condition))                                                  \
-            return -1;                                                                             \
+            return Failure();                                                                      \
     } while (0)
 /* A call whose status is 0 on the main path. */
 #define CALL(...)                                                                                  \

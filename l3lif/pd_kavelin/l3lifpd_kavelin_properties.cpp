@@ -103,19 +103,20 @@ static constexpr bool property_texts_fit()
 }
 static_assert(property_texts_fit(), "a property's text does not fit its arguments");
 
-static constexpr uint32_t last_property()
+static constexpr uint32_t count_types()
 {
-    uint32_t last = 0;
+    uint32_t count = 0;
     for (const property_row &row : property_rows) {
-        if (row.type > last)
-            last = row.type;
+        if (row.type >= count)
+            count = row.type + 1;
     }
-    return last;
+    return count;
 }
+enum : uint32_t { PROPERTY_TYPES = count_types() };
 
 /* The rows by type: setting properties is most of what making an interface does. */
 struct property_index {
-    const property_row *row[last_property() + 1];
+    const property_row *row[PROPERTY_TYPES];
 };
 
 static constexpr property_index index_properties()
@@ -129,7 +130,7 @@ static constexpr property_index properties = index_properties();
 
 static const property_row *find_property(uint32_t prop_type)
 {
-    return prop_type <= last_property() ? properties.row[prop_type] : nullptr;
+    return prop_type < PROPERTY_TYPES ? properties.row[prop_type] : nullptr;
 }
 
 int32_t l3lifpd_kvn_set_single_l3_property(uint32_t intf_id, uint32_t prop_type, uint32_t value)

@@ -70,7 +70,10 @@ struct l3lifpd_trace_site {
     int32_t line;
 };
 
+/* A build that counts branches has the functions' own, not those of each call. */
+#ifndef L3LIFPD_INLINE
 #define L3LIFPD_INLINE __attribute__((always_inline)) inline
+#endif
 
 /* Never called: lets the compiler check a record's format against its arguments. */
 void l3lifpd_trace_check(const char *format, ...) __attribute__((format(printf, 1, 2)));
