@@ -635,6 +635,14 @@ TEST_P(EveryPath, IsTheSameWithAllSinksOnAndUnexaminedResultsBad)
     EXPECT_EQ(GetParam().paths, explore(-1, {true, true, true}));
 }
 
+/* From the first sink that is on, a record goes on by ways of their own. */
+TEST_P(EveryPath, IsTheSameWithOneSinkOn)
+{
+    for (const Sinks &sinks :
+         {Sinks{true, false, false}, Sinks{false, true, false}, Sinks{false, false, true}})
+        EXPECT_EQ(GetParam().paths, explore(0, sinks));
+}
+
 INSTANTIATE_TEST_SUITE_P(, EveryPath, testing::ValuesIn(scenarios),
                          [](const auto &scenario) { return std::string(scenario.param.name); });
 

@@ -33,8 +33,10 @@ struct Mac {
     }
 };
 
-const Mac vrrp1 = {{0x00, 0x00, 0x5e, 0x00, 0x01, 0x01}};
-const Mac vrrp2 = {{0x00, 0x00, 0x5e, 0x00, 0x01, 0x02}};
+/* Six different bytes, so that none can be taken for another. */
+const Mac mac1 = {{0x02, 0x1b, 0x5e, 0xa0, 0x0c, 0x01}};
+constexpr guint sum_of_mac1 = 0x02 + 0x1b + 0x5e + 0xa0 + 0x0c + 0x01;
+const Mac mac2 = {{0x02, 0x1b, 0x5e, 0xa0, 0x0c, 0x03}};
 
 class VirtualMac : public testing::Test {
 protected:
@@ -136,46 +138,46 @@ protected:
 TEST_F(VirtualMac, TheFirstOneMakesTheTable)
 {
     EXPECT_EQ(nullptr, fhrp_mac_hash);
-    EXPECT_EQ(0, add(vrrp1, svi10));
-    EXPECT_TRUE(bench.did(first_added(vrrp1, svi10, 40, 71)));
+    EXPECT_EQ(0, add(mac1, svi10));
+    EXPECT_TRUE(bench.did(first_added(mac1, svi10, 40, 71)));
     ASSERT_NE(nullptr, fhrp_mac_hash);
     EXPECT_EQ(1u, entries());
 }
 
 TEST_F(VirtualMac, AFurtherOneUsesTheTable)
 {
-    add(vrrp1, svi10);
+    add(mac1, svi10);
     bench.forget();
-    EXPECT_EQ(0, add(vrrp2, svi10));
-    EXPECT_TRUE(bench.did(added(vrrp2, svi10, 40, 72)));
+    EXPECT_EQ(0, add(mac2, svi10));
+    EXPECT_TRUE(bench.did(added(mac2, svi10, 40, 72)));
     EXPECT_EQ(2u, entries());
 }
 
 TEST_F(VirtualMac, OnTwoInterfacesHasTwoEntriesAndTwoTraps)
 {
-    add(vrrp1, svi10);
+    add(mac1, svi10);
     bench.forget();
-    EXPECT_EQ(0, add(vrrp1, svi20));
-    EXPECT_TRUE(bench.did(added(vrrp1, svi20, 41, 72)));
-    EXPECT_EQ(0, remove(vrrp1, svi10));
-    EXPECT_TRUE(bench.did(removed(vrrp1, svi10, 71, 1)));
-    EXPECT_EQ(0, remove(vrrp1, svi20));
-    EXPECT_TRUE(bench.did(removed(vrrp1, svi20, 72, 2)));
+    EXPECT_EQ(0, add(mac1, svi20));
+    EXPECT_TRUE(bench.did(added(mac1, svi20, 41, 72)));
+    EXPECT_EQ(0, remove(mac1, svi10));
+    EXPECT_TRUE(bench.did(removed(mac1, svi10, 71, 1)));
+    EXPECT_EQ(0, remove(mac1, svi20));
+    EXPECT_TRUE(bench.did(removed(mac1, svi20, 72, 2)));
     EXPECT_EQ(0u, entries());
     EXPECT_NE(nullptr, fhrp_mac_hash);
 }
 
 TEST_F(VirtualMac, AddedTwiceIsProgrammedOnce)
 {
-    add(vrrp1, svi10);
+    add(mac1, svi10);
     bench.forget();
-    EXPECT_EQ(0, add(vrrp1, svi10));
+    EXPECT_EQ(0, add(mac1, svi10));
     EXPECT_TRUE(
-        bench.did({entered("fhrp_mac_add", vrrp1, svi10), looked_up(vrrp1, svi10),
+        bench.did({entered("fhrp_mac_add", mac1, svi10), looked_up(mac1, svi10),
                    debug("fhrp_mac_add",
                          "fhrp mac (%02x:%02x:%02x:%02x:%02x:%02x) already exists on intf %#x with "
                          "mac-trap-id %d\n",
-                         0x00, 0x00, 0x5e, 0x00, 0x01, 0x01, svi10.ifindex, 71)}));
+                         0x02, 0x1b, 0x5e, 0xa0, 0x0c, 0x01, svi10.ifindex, 71)}));
     EXPECT_EQ(1u, entries());
 }
 
@@ -184,110 +186,110 @@ TEST_F(VirtualMac, OfAMemberTrapsOnThePortChannelsInterface)
     Interface &po1 = bench.port_channel(1);
     Interface &eth1 = bench.member(1, po1);
     bench.give_context(po1, 60, 1, 1);
-    EXPECT_EQ(0, add(vrrp1, eth1));
-    EXPECT_TRUE(bench.did(first_added(vrrp1, eth1, 60, 71)));
+    EXPECT_EQ(0, add(mac1, eth1));
+    EXPECT_TRUE(bench.did(first_added(mac1, eth1, 60, 71)));
 }
 
 TEST_F(VirtualMac, OnInterfaceZeroIsAdded)
 {
     bench.give_context(svi10, 0, none, none);
-    EXPECT_EQ(0, add(vrrp1, svi10));
-    EXPECT_TRUE(bench.did(first_added(vrrp1, svi10, 0, 71)));
+    EXPECT_EQ(0, add(mac1, svi10));
+    EXPECT_TRUE(bench.did(first_added(mac1, svi10, 0, 71)));
 }
 
 TEST_F(VirtualMac, OnAnInterfaceThatTheAsicDoesNotHaveFails)
 {
     Interface &svi30 = bench.svi(30);
-    EXPECT_EQ(-1, add(vrrp1, svi30));
-    EXPECT_TRUE(bench.did({entered("fhrp_mac_add", vrrp1, svi30), no_intf_id(svi30.ifindex)}));
+    EXPECT_EQ(-1, add(mac1, svi30));
+    EXPECT_TRUE(bench.did({entered("fhrp_mac_add", mac1, svi30), no_intf_id(svi30.ifindex)}));
 
     bench.give_context(svi30, none, none, none);
-    EXPECT_EQ(-1, add(vrrp1, svi30));
+    EXPECT_EQ(-1, add(mac1, svi30));
     EXPECT_TRUE(
-        bench.did({entered("fhrp_mac_add", vrrp1, svi30), intf_id_found(svi30.ifindex, 65535)}));
+        bench.did({entered("fhrp_mac_add", mac1, svi30), intf_id_found(svi30.ifindex, 65535)}));
 
     svi10.registered = false;
-    EXPECT_EQ(-1, add(vrrp1, svi10));
-    EXPECT_TRUE(bench.did({entered("fhrp_mac_add", vrrp1, svi10), no_intf_id(svi10.ifindex)}));
+    EXPECT_EQ(-1, add(mac1, svi10));
+    EXPECT_TRUE(bench.did({entered("fhrp_mac_add", mac1, svi10), no_intf_id(svi10.ifindex)}));
     EXPECT_EQ(nullptr, fhrp_mac_hash);
 }
 
 TEST_F(VirtualMac, WhoseTrapIsRefusedIsDeliberatelyReportedAsAdded)
 {
     bench.answer("libsdk_intf_router_mac_trap_create", 8, 1);
-    EXPECT_EQ(0, add(vrrp1, svi10));
-    EXPECT_TRUE(bench.did({entered("fhrp_mac_add", vrrp1, svi10), trap_made(vrrp1, svi10, 40),
+    EXPECT_EQ(0, add(mac1, svi10));
+    EXPECT_TRUE(bench.did({entered("fhrp_mac_add", mac1, svi10), trap_made(mac1, svi10, 40),
                            trap_id("fhrp_mac_add", 65535)}));
     EXPECT_EQ(nullptr, fhrp_mac_hash);
 
-    EXPECT_EQ(-1, remove(vrrp1, svi10));
-    EXPECT_TRUE(bench.did({entered("fhrp_mac_del", vrrp1, svi10), lookup_failed(vrrp1, svi10)}));
+    EXPECT_EQ(-1, remove(mac1, svi10));
+    EXPECT_TRUE(bench.did({entered("fhrp_mac_del", mac1, svi10), lookup_failed(mac1, svi10)}));
 
-    EXPECT_EQ(0, add(vrrp1, svi10));
-    EXPECT_TRUE(bench.did(first_added(vrrp1, svi10, 40, 71)));
+    EXPECT_EQ(0, add(mac1, svi10));
+    EXPECT_TRUE(bench.did(first_added(mac1, svi10, 40, 71)));
 }
 
 TEST_F(VirtualMac, WithoutMemoryForItsEntryFailsAndKeepsTheTrap)
 {
     bench.answer("malloc", 1, 1);
-    EXPECT_EQ(-1, add(vrrp1, svi10));
-    EXPECT_TRUE(bench.did({entered("fhrp_mac_add", vrrp1, svi10), trap_made(vrrp1, svi10, 40),
+    EXPECT_EQ(-1, add(mac1, svi10));
+    EXPECT_TRUE(bench.did({entered("fhrp_mac_add", mac1, svi10), trap_made(mac1, svi10, 40),
                            debug("fhrp_mac_insert", "Entered.\n"), call("malloc(16)"),
-                           insertion_failed(vrrp1, svi10, 71)}));
+                           insertion_failed(mac1, svi10, 71)}));
     EXPECT_EQ(nullptr, fhrp_mac_hash);
 }
 
 TEST_F(VirtualMac, WithoutMemoryForTheTableFreesItsEntryAndKeepsTheTrap)
 {
     bench.answer("g_hash_table_new", 1, 1);
-    EXPECT_EQ(-1, add(vrrp1, svi10));
-    EXPECT_TRUE(bench.did({entered("fhrp_mac_add", vrrp1, svi10), trap_made(vrrp1, svi10, 40),
+    EXPECT_EQ(-1, add(mac1, svi10));
+    EXPECT_TRUE(bench.did({entered("fhrp_mac_add", mac1, svi10), trap_made(mac1, svi10, 40),
                            debug("fhrp_mac_insert", "Entered.\n"), call("malloc(16)"),
                            call("g_hash_table_new()"), call("free(allocation 1)"),
-                           insertion_failed(vrrp1, svi10, 71)}));
+                           insertion_failed(mac1, svi10, 71)}));
     EXPECT_EQ(nullptr, fhrp_mac_hash);
 
-    EXPECT_EQ(0, add(vrrp1, svi10));
-    EXPECT_TRUE(bench.did(first_added(vrrp1, svi10, 40, 72)));
+    EXPECT_EQ(0, add(mac1, svi10));
+    EXPECT_TRUE(bench.did(first_added(mac1, svi10, 40, 72)));
 }
 
 TEST_F(VirtualMac, IsRemovedByAKeyOfItsOwnAndItsEntryFreed)
 {
-    add(vrrp1, svi10);
+    add(mac1, svi10);
     bench.forget();
-    EXPECT_EQ(0, remove(vrrp1, svi10));
-    EXPECT_TRUE(bench.did(removed(vrrp1, svi10, 71, 1)));
+    EXPECT_EQ(0, remove(mac1, svi10));
+    EXPECT_TRUE(bench.did(removed(mac1, svi10, 71, 1)));
     EXPECT_EQ(0u, entries());
 }
 
 TEST_F(VirtualMac, ThatWasNeverAddedCannotBeRemoved)
 {
-    EXPECT_EQ(-1, remove(vrrp1, svi10));
-    EXPECT_TRUE(bench.did({entered("fhrp_mac_del", vrrp1, svi10), lookup_failed(vrrp1, svi10)}));
+    EXPECT_EQ(-1, remove(mac1, svi10));
+    EXPECT_TRUE(bench.did({entered("fhrp_mac_del", mac1, svi10), lookup_failed(mac1, svi10)}));
     EXPECT_EQ(nullptr, fhrp_mac_hash);
 
-    add(vrrp2, svi10);
+    add(mac2, svi10);
     bench.forget();
-    EXPECT_EQ(-1, remove(vrrp1, svi10));
-    EXPECT_TRUE(bench.did({entered("fhrp_mac_del", vrrp1, svi10), looked_up(vrrp1, svi10),
-                           lookup_failed(vrrp1, svi10)}));
+    EXPECT_EQ(-1, remove(mac1, svi10));
+    EXPECT_TRUE(bench.did({entered("fhrp_mac_del", mac1, svi10), looked_up(mac1, svi10),
+                           lookup_failed(mac1, svi10)}));
     EXPECT_EQ(1u, entries());
 }
 
 TEST_F(VirtualMac, CannotBeRemovedTwice)
 {
-    add(vrrp1, svi10);
-    EXPECT_EQ(0, remove(vrrp1, svi10));
+    add(mac1, svi10);
+    EXPECT_EQ(0, remove(mac1, svi10));
     bench.forget();
-    EXPECT_EQ(-1, remove(vrrp1, svi10));
-    EXPECT_TRUE(bench.did({entered("fhrp_mac_del", vrrp1, svi10), looked_up(vrrp1, svi10),
-                           lookup_failed(vrrp1, svi10)}));
+    EXPECT_EQ(-1, remove(mac1, svi10));
+    EXPECT_TRUE(bench.did({entered("fhrp_mac_del", mac1, svi10), looked_up(mac1, svi10),
+                           lookup_failed(mac1, svi10)}));
 }
 
 /* The table is the host's to see, and to take away. */
 TEST_F(VirtualMac, WhoseTableGoesWithItsTrapIsNotLookedForAgain)
 {
-    add(vrrp1, svi10);
+    add(mac1, svi10);
     bench.forget();
     GHashTable *table = nullptr;
     bench.decide = [&](const std::string &call, int32_t status) {
@@ -295,62 +297,62 @@ TEST_F(VirtualMac, WhoseTableGoesWithItsTrapIsNotLookedForAgain)
             std::swap(table, fhrp_mac_hash);
         return status;
     };
-    EXPECT_EQ(0, remove(vrrp1, svi10));
+    EXPECT_EQ(0, remove(mac1, svi10));
     bench.decide = nullptr;
-    EXPECT_TRUE(bench.did({entered("fhrp_mac_del", vrrp1, svi10), looked_up(vrrp1, svi10),
-                           trap_destroyed(71), debug("fhrp_mac_remove", "Entered.\n"),
-                           debug("fhrp_mac_remove", "Exiting.\n"),
-                           debug("fhrp_mac_del", "%s:Exiting.\n", "l3lifpd_kvn_fhrp_mac_del")}));
+    EXPECT_TRUE(
+        bench.did({entered("fhrp_mac_del", mac1, svi10), looked_up(mac1, svi10), trap_destroyed(71),
+                   debug("fhrp_mac_remove", "Entered.\n"), debug("fhrp_mac_remove", "Exiting.\n"),
+                   debug("fhrp_mac_del", "%s:Exiting.\n", "l3lifpd_kvn_fhrp_mac_del")}));
     std::swap(table, fhrp_mac_hash);
     EXPECT_EQ(1u, entries());
 }
 
 TEST_F(VirtualMac, WhoseTrapStaysKeepsItsEntrySoThatTheRemovalCanBeRepeated)
 {
-    add(vrrp1, svi10);
+    add(mac1, svi10);
     bench.forget();
     bench.answer("libsdk_intf_router_mac_trap_destroy", 8, 1);
-    EXPECT_EQ(-1, remove(vrrp1, svi10));
-    EXPECT_TRUE(bench.did(
-        {entered("fhrp_mac_del", vrrp1, svi10), looked_up(vrrp1, svi10), trap_destroyed(71),
-         error("fhrp_mac_del",
-               "%s: fhrp mac (%02x:%02x:%02x:%02x:%02x:%02x) deletion on intf %#x with "
-               "mac-trap-id %d.\n",
-               "l3lifpd_kvn_fhrp_mac_del", 0x00, 0x00, 0x5e, 0x00, 0x01, 0x01, svi10.ifindex,
-               71)}));
+    EXPECT_EQ(-1, remove(mac1, svi10));
+    EXPECT_TRUE(
+        bench.did({entered("fhrp_mac_del", mac1, svi10), looked_up(mac1, svi10), trap_destroyed(71),
+                   error("fhrp_mac_del",
+                         "%s: fhrp mac (%02x:%02x:%02x:%02x:%02x:%02x) deletion on intf %#x with "
+                         "mac-trap-id %d.\n",
+                         "l3lifpd_kvn_fhrp_mac_del", 0x02, 0x1b, 0x5e, 0xa0, 0x0c, 0x01,
+                         svi10.ifindex, 71)}));
     EXPECT_EQ(1u, entries());
-    EXPECT_EQ(0, remove(vrrp1, svi10));
-    EXPECT_TRUE(bench.did(removed(vrrp1, svi10, 71, 1)));
+    EXPECT_EQ(0, remove(mac1, svi10));
+    EXPECT_TRUE(bench.did(removed(mac1, svi10, 71, 1)));
 }
 
 TEST_F(VirtualMac, OutlivesItsInterface)
 {
-    add(vrrp1, svi10);
+    add(mac1, svi10);
     EXPECT_EQ(0, l3lifpd_kvn_del_svi(&svi10));
     EXPECT_EQ(1u, entries());
     bench.forget();
-    EXPECT_EQ(0, remove(vrrp1, svi10));
-    EXPECT_TRUE(bench.did(removed(vrrp1, svi10, 71, 1)));
+    EXPECT_EQ(0, remove(mac1, svi10));
+    EXPECT_TRUE(bench.did(removed(mac1, svi10, 71, 1)));
 }
 
 TEST_F(VirtualMac, SwappedBytesCollideButAreAnotherKey)
 {
-    const Mac swapped = {{0x00, 0x00, 0x00, 0x5e, 0x01, 0x01}};
-    add(vrrp1, svi10);
+    const Mac swapped = {{0x02, 0x1b, 0xa0, 0x5e, 0x0c, 0x01}};
+    add(mac1, svi10);
     bench.forget();
     EXPECT_EQ(0, add(swapped, svi10));
     EXPECT_TRUE(bench.did(added(swapped, svi10, 40, 72)));
     EXPECT_EQ(2u, entries());
     EXPECT_EQ(0, remove(swapped, svi10));
     EXPECT_TRUE(bench.did(removed(swapped, svi10, 72, 2)));
-    EXPECT_EQ(0, remove(vrrp1, svi10));
-    EXPECT_TRUE(bench.did(removed(vrrp1, svi10, 71, 1)));
+    EXPECT_EQ(0, remove(mac1, svi10));
+    EXPECT_TRUE(bench.did(removed(mac1, svi10, 71, 1)));
 }
 
 TEST_F(VirtualMac, EntryIsTheInterfaceTheMacAndTheTrap)
 {
-    add(vrrp1, svi10);
-    add(vrrp2, svi20);
+    add(mac1, svi10);
+    add(mac2, svi20);
     struct Entry {
         uint32_t ifindex;
         uint8_t mac[6];
@@ -360,11 +362,11 @@ TEST_F(VirtualMac, EntryIsTheInterfaceTheMacAndTheTrap)
     static_assert(sizeof(Entry) == 16);
     Entry key{};
     key.ifindex = svi20.ifindex;
-    memcpy(key.mac, vrrp2.byte, 6);
+    memcpy(key.mac, mac2.byte, 6);
     const auto *entry = static_cast<const Entry *>(g_hash_table_lookup(fhrp_mac_hash, &key));
     ASSERT_NE(nullptr, entry);
     EXPECT_EQ(svi20.ifindex, entry->ifindex);
-    EXPECT_EQ(0, memcmp(vrrp2.byte, entry->mac, 6));
+    EXPECT_EQ(0, memcmp(mac2.byte, entry->mac, 6));
     EXPECT_EQ(0xA5A5u, entry->pad); /* not written: as the memory came */
     EXPECT_EQ(72u, entry->mac_trap_id);
 }
@@ -395,7 +397,7 @@ protected:
         }
     };
 
-    VirtualMacKey() { add(vrrp1, svi10); }
+    VirtualMacKey() { add(mac1, svi10); }
 
     guint hash(uint32_t ifindex, const Mac &mac)
     {
@@ -406,7 +408,7 @@ protected:
 
 TEST_F(VirtualMacKey, HashIsTheSumOfInterfaceAndBytes)
 {
-    EXPECT_EQ(112u, hash(16, vrrp1));
+    EXPECT_EQ(16u + sum_of_mac1, hash(16, mac1));
     EXPECT_EQ(16u, hash(16, {{0, 0, 0, 0, 0, 0}}));
     EXPECT_EQ(6u * 255u, hash(0, {{255, 255, 255, 255, 255, 255}}));
     for (int i = 0; i < 6; ++i) {
@@ -419,7 +421,7 @@ TEST_F(VirtualMacKey, HashIsTheSumOfInterfaceAndBytes)
 TEST_F(VirtualMacKey, HashWrapsIn32Bits)
 {
     EXPECT_EQ(0u, hash(0xFFFFFFFF, {{0, 0, 0, 0, 0, 1}}));
-    EXPECT_EQ(0x80000000u + 96u, hash(0x80000000, vrrp1));
+    EXPECT_EQ(0x80000000u + sum_of_mac1, hash(0x80000000, mac1));
 }
 
 TEST_F(VirtualMacKey, HashOfSwappedBytesIsTheSame)
