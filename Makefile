@@ -20,7 +20,7 @@ configure = [ -e $(tree)/build.ninja ] || \
 build = flock build/$(TARGET).lock sh -c '$(configure) && cmake --build $(tree) -j $(JOBS) $(1)'
 
 .DEFAULT_GOAL := help
-.PHONY: help setup build run test check lint coverage bench floor fuzz install uninstall package clean
+.PHONY: help setup build run test check lint coverage bench floor fuzz mutants install uninstall package clean
 
 help:
 	@echo "make build     the library and kvnsim into build/$(TARGET)"
@@ -32,6 +32,7 @@ help:
 	@echo "make bench     measure the life of a switch of 1,000 and of 65,000 interfaces"
 	@echo "make floor     count the library's instructions beside those of its calls alone"
 	@echo "make fuzz      feed the readers FUZZ=... (all) for FUZZ_SECONDS=$(FUZZ_SECONDS) each"
+	@echo "make mutants   change the library in one place at a time: do its tests notice?"
 	@echo "make install   library, headers and kvnsim into PREFIX=$(PREFIX)"
 	@echo "make uninstall remove from PREFIX what make install put there"
 	@echo "make package   the same as Debian packages and an archive in build/$(TARGET)/packages"
@@ -92,7 +93,14 @@ fuzz:
 	@$(MAKE) --no-print-directory fuzz-targets TARGET=fuzz
 	@scripts/fuzz $(FUZZ_SECONDS) $(FUZZ)
 
-.PHONY: bench-targets floor-targets fuzz-targets
+mutants:
+	@scripts/setup bench native
+	@$(MAKE) --no-print-directory mutants-targets TARGET=native
+	@tests/lib/mutants.py --jobs $(JOBS) build/native
+
+.PHONY: bench-targets mutants-targets floor-targets fuzz-targets
+mutants-targets:
+	@$(call build,--target lib_test lib_interpose_test lib_objects_test)
 floor-targets:
 	@$(call build,--target floor)
 bench-targets:

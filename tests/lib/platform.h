@@ -110,6 +110,8 @@ public:
     Journal queries;
     /* Names of the calls that failed, as they were made. */
     std::vector<std::string> failures;
+    /* What lay on the stack when the library called abort, as a core file would show it. */
+    std::string stack_at_abort;
     const l3lif *pushed = nullptr; /* by the last l3lif_update_sdb_for_intf */
     std::vector<void *> allocated; /* by the library, in order; freed ones stay in the list */
     GHashFunc hash = nullptr;      /* as g_hash_table_new received them */

@@ -175,6 +175,8 @@ void abort() noexcept
 {
     if (LIBRARY_CALLS() && platform().on_abort) {
         platform().call("abort", "");
+        const char *const stack = static_cast<const char *>(__builtin_frame_address(0));
+        platform().stack_at_abort.assign(stack, 2048); /* the caller's frame is about half of it */
         longjmp(*platform().on_abort, 1);
     }
     next(abort, "abort")();

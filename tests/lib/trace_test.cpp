@@ -202,5 +202,47 @@ TEST_F(AssertionDeathTest, EndsTheProcessByTheAbortSignal)
         "(.|\n)*assert failure 'lid_id != 0xFFFF'");
 }
 
+/* ---- the stack's addresses, for whoever opens the core file ---- */
+
+class AddressesInTheCore : public Assertion {
+protected:
+    /* The text that lies on the stack when the condition has failed, up to its end. */
+    testing::AssertionResult hold(const std::string &addresses)
+    {
+        EXPECT_TRUE(aborts([&] { l3lifpd_kvn_add_subint(&orphan, 100, 1); }));
+        if (bench.stack_at_abort.find(addresses + '\0') != std::string::npos)
+            return testing::AssertionSuccess();
+        return testing::AssertionFailure() << "no " << addresses;
+    }
+    void add(uintptr_t address) { bench.stack.push_back(reinterpret_cast<void *>(address)); }
+};
+
+TEST_F(AddressesInTheCore, StandInOrder)
+{
+    add(0x1234);
+    add(0xabc);
+    add(0x56);
+    EXPECT_TRUE(hold("0x1234 0xabc 0x56 "));
+}
+
+/* Of the 500 characters that there are, each of the first ones takes so many that five are left. */
+TEST_F(AddressesInTheCore, ThatDoNotFitAreLeftOutAndSmallerOnesAreNot)
+{
+    const bool wide = sizeof(void *) == 8;
+    const uintptr_t address = static_cast<uintptr_t>(wide ? 0x7ffffffffff1 : 0xfffffff1);
+    const int count = wide ? 33 : 45; /* of 15 and of 11 characters */
+    std::string expected;
+    for (int i = 0; i < count; ++i) {
+        add(address);
+        expected += wide ? "0x7ffffffffff1 " : "0xfffffff1 ";
+    }
+    add(address);
+    add(0x123); /* one character too many */
+    add(0x45);
+    add(0x6);
+    ASSERT_EQ(495u, expected.size());
+    EXPECT_TRUE(hold(expected + "0x45 "));
+}
+
 } // namespace
 } // namespace kvntest
