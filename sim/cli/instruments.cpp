@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
 
 #include <fmt/format.h>
@@ -114,14 +115,20 @@ void Instruments::prepare(const std::vector<std::string> &inputs, bool writes_fi
 
 void Instruments::open(const std::string &timeline_interface)
 {
+    /* When one cannot be opened, none has lost what it held. */
+    const std::string &recording = arguments_.value(record_option.name());
+    if (!recording.empty()) {
+        recording_.open(recording, std::ios::app);
+        check_recording();
+    }
     Sinks sinks;
     sinks.debug_file = arguments_.value("--debug-file");
     sinks.event_file = arguments_.value("--events");
     sinks.console = level_switch(arguments_.value("--trace"));
     refuse<InputError>(Diagnostics::instance().configure(sinks));
-    if (arguments_.has("--record")) {
-        recording_.open(arguments_.value("--record"));
-        check_recording();
+    if (recording_.is_open()) {
+        if (std::filesystem::is_regular_file(recording))
+            std::filesystem::resize_file(recording, 0);
         recorder_.emplace(recording_);
     }
     if (arguments_.has("--timeline"))

@@ -24,6 +24,7 @@
 #include "sim/cli/interrupt.h"
 #include "sim/cli/words.h"
 #include "sim/config/database_url.h"
+#include "sim/state/file_in_making.h"
 
 namespace kvnsim {
 namespace {
@@ -175,6 +176,22 @@ bool can_be_history(const std::string &path)
     return !std::getline(file, line) || line == "_HiStOrY_V2_"; /* editline's own first line */
 }
 
+/* The file stays as it is when the new one cannot be written. */
+void save_history(History *from, const std::string &path)
+{
+    try {
+        FileInMaking made(path);
+        std::FILE *file = std::fopen(made.path().c_str(), "w");
+        if (file == nullptr)
+            return;
+        HistEvent event;
+        const bool saved = history(from, &event, H_SAVE_FP, file) >= 0 && std::ferror(file) == 0;
+        if (std::fclose(file) == 0 && saved)
+            made.put_in_place();
+    } catch (const std::exception &) {
+    }
+}
+
 } // namespace
 
 LineEditor::LineEditor(std::FILE *terminal, std::string history_file, Completer completer)
@@ -213,8 +230,7 @@ LineEditor::~LineEditor()
     std::error_code none;
     std::filesystem::create_directories(std::filesystem::path(state_->file).parent_path(), none);
     const mode_t mask = ::umask(077); /* the history is private to its user */
-    HistEvent event;
-    history(state_->history.get(), &event, H_SAVE, state_->file.c_str());
+    save_history(state_->history.get(), state_->file);
     ::umask(mask);
 }
 

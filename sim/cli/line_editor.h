@@ -16,7 +16,7 @@ using Completer = std::function<std::vector<std::string>(const std::vector<std::
 class LineEditor {
 public:
     /* Takes the history from the file and adds to it; an empty name keeps none. A file that
-     * cannot be read or written is ignored. */
+     * cannot be read is ignored; one that cannot be written stays as it is. */
     LineEditor(std::FILE *terminal, std::string history_file, Completer completer);
     ~LineEditor(); /* writes the history */
 

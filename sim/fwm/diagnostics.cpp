@@ -9,6 +9,9 @@
 #include <cstring>
 #include <utility>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "sim/fwm/event_file.h"
 #include "sim/types/bad_row.h"
 #include "sim/types/utc_time.h"
@@ -19,16 +22,26 @@ namespace {
 /* The debug file is flushed after this many messages, and after each error. */
 constexpr uint32_t messages_per_flush = 64;
 
-/* Opens the file for writing unless it is off or the same as before. */
+/* Opens the file for writing unless it is off or the same as before. What it holds stays until
+ * begin(). */
 struct Opening {
-    Opening(const std::string &path, const std::string &path_before, std::FILE *before,
-            const char *mode)
+    Opening(const std::string &path, const std::string &path_before, std::FILE *before)
         : file(path == path_before ? before : nullptr)
     {
         if (path.empty() || file)
             return;
-        file = opened = std::fopen(path.c_str(), mode);
-        if (!file)
+        file = opened = std::fopen(path.c_str(), "ab");
+        check(opened != nullptr, path);
+    }
+    void begin(const std::string &path)
+    {
+        struct stat info;
+        if (opened && ::fstat(::fileno(opened), &info) == 0 && S_ISREG(info.st_mode))
+            check(::ftruncate(::fileno(opened), 0) == 0, path);
+    }
+    void check(bool done, const std::string &path)
+    {
+        if (!done)
             problem = "cannot write " + path + ": " + std::strerror(errno);
     }
 
@@ -72,10 +85,14 @@ Diagnostics::~Diagnostics()
 
 std::string Diagnostics::configure(const Sinks &sinks)
 {
-    Opening debug(sinks.debug_file, sinks_.debug_file, dbg_out_file, "w");
-    Opening events(sinks.event_file, sinks_.event_file, events_, "wb");
-    if (events.opened && !write_event_header(events.opened))
-        events.problem = "cannot write " + sinks.event_file + ": " + std::strerror(errno);
+    Opening debug(sinks.debug_file, sinks_.debug_file, dbg_out_file);
+    Opening events(sinks.event_file, sinks_.event_file, events_);
+    if (debug.problem.empty() && events.problem.empty()) {
+        debug.begin(sinks.debug_file);
+        events.begin(sinks.event_file);
+        if (events.opened)
+            events.check(write_event_header(events.opened), sinks.event_file);
+    }
     if (!debug.problem.empty() || !events.problem.empty()) {
         close_unless(debug.opened, nullptr);
         close_unless(events.opened, nullptr);

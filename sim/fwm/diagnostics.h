@@ -58,7 +58,8 @@ public:
 
     /* Switch to these sinks. A file open under the same path is continued, any other is started
      * anew, and so is an error store of another size. Empty on success; else the error ("cannot
-     * write FILE: reason"), and the sinks are unchanged. */
+     * write FILE: reason"), and the sinks are unchanged. A file that cannot be opened leaves the
+     * other one as it is. */
     std::string configure(const Sinks &sinks);
     const Sinks &sinks() const { return sinks_; }
 

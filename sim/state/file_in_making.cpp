@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <string_view>
 #include <system_error>
 
@@ -33,10 +34,23 @@ bool lock(int file)
     return ::flock(file, LOCK_EX | LOCK_NB) == 0;
 }
 
+/* Where a symbolic link leads; else the path itself. */
+std::string target_of(const std::string &path)
+{
+    const std::unique_ptr<char, void (*)(void *)> target(::realpath(path.c_str(), nullptr),
+                                                         std::free);
+    return target ? target.get() : path;
+}
+
+std::string parent_of(const std::filesystem::path &final)
+{
+    return final.has_parent_path() ? final.parent_path() : ".";
+}
+
 void remove_left_behind(const std::filesystem::path &final)
 {
     const std::string begin = final.filename().string() + std::string(mark);
-    const std::filesystem::path folder = final.has_parent_path() ? final.parent_path() : ".";
+    const std::string folder = parent_of(final);
     std::error_code none;
     for (std::filesystem::directory_iterator entry(folder, none), end; entry != end;
          entry.increment(none)) {
@@ -55,12 +69,13 @@ void remove_left_behind(const std::filesystem::path &final)
 
 } // namespace
 
-FileInMaking::FileInMaking(const std::string &path) : name_(path), final_(path)
+std::string FileInMaking::folder_of(const std::string &path)
 {
-    if (char *target = ::realpath(path.c_str(), nullptr)) {
-        final_ = target;
-        std::free(target);
-    }
+    return parent_of(target_of(path));
+}
+
+FileInMaking::FileInMaking(const std::string &path) : name_(path), final_(target_of(path))
+{
     remove_left_behind(final_);
     /* Another process may remove it before it is locked. */
     struct stat made {};

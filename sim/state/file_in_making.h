@@ -22,6 +22,9 @@ public:
     FileInMaking(const FileInMaking &) = delete;
     FileInMaking &operator=(const FileInMaking &) = delete;
 
+    /* The folder that it is written in, which must be writable. */
+    static std::string folder_of(const std::string &path);
+
     /* Where to write. */
     const std::string &path() const { return path_; }
     /* Renames it to its final name, once it is written and closed. */

@@ -79,7 +79,8 @@ constexpr int longest_value = 64 << 20;
 class Database {
 public:
     Database(const std::string &path, int flags, const std::string &name)
-        : name_(name), trouble_(flags & SQLITE_OPEN_READONLY ? "damaged: " : "cannot be written: ")
+        : is_read_(flags & SQLITE_OPEN_READONLY), name_(name),
+          trouble_(is_read_ ? "damaged: " : "cannot be written: ")
     {
         /* Otherwise "file:" and ":memory:" would be more than names. */
         const std::string plain = path[0] == '/' ? path : "./" + path;
@@ -87,9 +88,9 @@ public:
         if (status != SQLITE_OK) {
             if (db_ == nullptr)
                 throw std::bad_alloc();
-            const std::string reason = sqlite3_errmsg(db_);
+            const std::string problem = this->problem();
             sqlite3_close(db_);
-            fail(name_, trouble_ + reason);
+            fail(name_, problem);
         }
         sqlite3_limit(db_, SQLITE_LIMIT_LENGTH, longest_value);
     }
@@ -107,7 +108,7 @@ public:
     {
         if (sqlite3_errcode(db_) == SQLITE_NOMEM)
             throw std::bad_alloc();
-        fail(name_, trouble_ + sqlite3_errmsg(db_));
+        fail(name_, problem());
     }
     /* A view or a virtual table of that name could answer without an end. */
     void require_plain(const char *table);
@@ -115,7 +116,22 @@ public:
 
 private:
     friend class Statement;
+    /* The system's own reason says more than SQLite's, and is no damage. */
+    std::string problem() const
+    {
+        const std::string message = trouble_ + sqlite3_errmsg(db_);
+        int reason = 0;
+        if (sqlite3_errcode(db_) == SQLITE_CANTOPEN)
+            reason = sqlite3_system_errno(db_);
+        else if (sqlite3_errcode(db_) == SQLITE_IOERR)
+            sqlite3_file_control(db_, nullptr, SQLITE_FCNTL_LAST_ERRNO, &reason);
+        if (reason == 0)
+            return message;
+        return (is_read_ ? "cannot be read: " : trouble_) + std::strerror(reason);
+    }
+
     sqlite3 *db_ = nullptr;
+    const bool is_read_;
     std::string name_, trouble_;
 };
 
@@ -408,16 +424,16 @@ void write(const Snapshot &snapshot, const std::string &path, const std::string 
 
 void check_can_save(const std::string &path)
 {
-    if (is_absent_or_empty(path)) {
-        const size_t slash = path.rfind('/');
-        const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-        if (::access(folder.c_str(), W_OK | X_OK) != 0)
-            fail(path, "cannot be written: " + folder + ": " + std::strerror(errno));
-        return;
+    if (!is_absent_or_empty(path)) {
+        const std::string why_not = why_not_snapshot(path);
+        if (!why_not.empty())
+            fail(path, why_not + ", and is not overwritten");
     }
-    const std::string why_not = why_not_snapshot(path);
-    if (!why_not.empty())
-        fail(path, why_not + ", and is not overwritten");
+    if (::access(path.c_str(), W_OK) != 0 && errno != ENOENT)
+        fail(path, std::string("cannot be written: ") + std::strerror(errno));
+    const std::string folder = FileInMaking::folder_of(path);
+    if (::access(folder.c_str(), W_OK | X_OK) != 0)
+        fail(path, "cannot be written: " + folder + ": " + std::strerror(errno));
 }
 
 void save(const Snapshot &snapshot, const std::string &path)
