@@ -38,19 +38,6 @@ void add_virtual_mac(Draft &draft, const Row &row, const std::string &interface,
                    to_text(mac));
 }
 
-/* Why a port-channel is not in the ASIC: "PortChannel1 has no member", and the row behind it; empty
- * if it is. */
-std::optional<std::pair<std::string, SourceLocation>>
-why_absent(const Desired &desired, const std::string &name, const DesiredPortChannel &channel)
-{
-    if (desired.has_member_that_joins(channel))
-        return {};
-    if (channel.members.empty())
-        return std::make_pair(name + " has no member", channel.location);
-    return std::make_pair(name + " has no member that is not routed",
-                          desired.routed_ports.at(channel.members.begin()->first).location);
-}
-
 /* ---- The switch as a whole ---- */
 
 void read_device_metadata(Draft &draft, const Row &row)
@@ -410,7 +397,7 @@ bool stands(Draft &draft, const Row &row, const std::string &name)
     const auto found = draft.desired.port_channels.find(name);
     if (found == draft.desired.port_channels.end())
         return true;
-    const auto absence = why_absent(draft.desired, name, found->second);
+    const auto &absence = draft.absence(name, found->second);
     return !absence || draft.tell(FindingId::no_interface_for_virtual_mac,
                                   {row.location, absence->second}, absence->first);
 }
@@ -1043,6 +1030,21 @@ void Draft::check_addresses()
     }
 }
 
+const std::optional<Draft::Absence> &Draft::absence(const std::string &name,
+                                                    const DesiredPortChannel &channel)
+{
+    const auto [there, is_new] = absences_.try_emplace(name);
+    std::optional<Absence> &why = there->second;
+    if (!is_new || desired.has_member_that_joins(channel))
+        return why;
+    if (channel.members.empty())
+        why.emplace(name + " has no member", channel.location);
+    else
+        why.emplace(name + " has no member that is not routed",
+                    desired.routed_ports.at(channel.members.begin()->first).location);
+    return why;
+}
+
 void Draft::check_members()
 {
     for (const auto &[name, channel] : desired.port_channels) {
@@ -1061,16 +1063,16 @@ void Draft::check_waiting()
         const auto channel = desired.port_channels.find(sub.parent);
         if (channel == desired.port_channels.end())
             continue;
-        if (const auto absence = why_absent(desired, sub.parent, channel->second)) {
+        if (const auto &why = absence(sub.parent, channel->second)) {
             sub.waits = true;
-            tell(FindingId::waits, {sub.location, absence->second}, absence->first);
+            tell(FindingId::waits, {sub.location, why->second}, why->first);
         }
     }
     for (const auto &[name, channel] : desired.port_channels) {
         if (!channel.l3 || channel.l3_implied)
             continue;
-        if (const auto absence = why_absent(desired, name, channel))
-            tell(FindingId::waits, {channel.l3_location, absence->second}, absence->first);
+        if (const auto &why = absence(name, channel))
+            tell(FindingId::waits, {channel.l3_location, why->second}, why->first);
     }
 }
 

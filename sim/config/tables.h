@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
@@ -184,6 +185,11 @@ public:
      * none. The number follows from the ports of this configuration alone: the index of a port
      * where no other has it, else the number in its name, counted from 1, else the lowest free. */
     void number_ports();
+    /* Why a port-channel is not in the ASIC: "PortChannel1 has no member", and the row behind it;
+     * empty if it is. Only when all members and routed ports are read: the answer stands. */
+    using Absence = std::pair<std::string, SourceLocation>;
+    const std::optional<Absence> &absence(const std::string &name,
+                                          const DesiredPortChannel &channel);
     /* An address of an interface, for check_addresses. */
     void add_address(const Row &row, const Address &address, const std::string &vrf);
     /* After the last row: the order of the rows makes no difference. */
@@ -195,7 +201,8 @@ public:
 
 private:
     std::vector<Finding> &findings_;
-    std::map<std::string, SourceLocation> left_out_; /* by "table|name" or "table" */
+    std::map<std::string, SourceLocation> left_out_;         /* by "table|name" or "table" */
+    std::map<std::string, std::optional<Absence>> absences_; /* by port-channel */
     struct PlacedAddress {
         std::string domain; /* VRF and VNET: within one of them addresses must differ */
         Address address;

@@ -285,6 +285,7 @@ private:
 
     /* ---- Settings ---- */
 
+    /* A new VRF gets the lowest number that is free. None is given back before the last step. */
     uint32_t vpn_number(const std::string &vrf)
     {
         if (vrf.empty())
@@ -292,11 +293,14 @@ private:
         const auto found = switch_.vpns_.find(vrf);
         if (found != switch_.vpns_.end())
             return found->second;
-        uint32_t number = 1;
-        while (std::any_of(switch_.vpns_.begin(), switch_.vpns_.end(),
-                           [&](const auto &vpn) { return vpn.second == number; }))
-            ++number;
-        return switch_.vpns_[vrf] = number;
+        if (last_vpn_ == 0) {
+            for (const auto &[name, number] : switch_.vpns_)
+                taken_vpns_.insert(number);
+        }
+        do
+            ++last_vpn_;
+        while (taken_vpns_.count(last_vpn_) != 0);
+        return switch_.vpns_[vrf] = last_vpn_;
     }
 
     void set_record(HostInterface &interface, const Settings &to)
@@ -617,6 +621,8 @@ private:
     Applied &applied_;
     Host &host_ = Host::instance();
     std::vector<uint64_t> retried_; /* failed requests whose work the step repeats */
+    uint32_t last_vpn_ = 0;         /* the last that was given to a new VRF */
+    std::set<uint32_t> taken_vpns_; /* before the first was */
     Cursor<ByName<Settings>> settings_{switch_.settings_};
     Cursor<ByName<DesiredSubInterface>> sub_interfaces_{have_.sub_interfaces};
     Cursor<ByName<DesiredSvi>> svis_{have_.svis};

@@ -152,8 +152,11 @@ TEST_F(Applying, VpnNumbersAreTheLowestFreeAndComeBackWhenAVrfGoes)
     bring_about(with_ports(in_vrf("Ethernet0", "VrfBlue")));
     EXPECT_EQ(sw.vpn_of("VrfBlue"), 2U);
     EXPECT_EQ(sw.vpns().count("VrfRed"), 0U);
-    bring_about(with_ports(in_vrf("Ethernet0", "VrfGreen")));
+    bring_about(with_ports(R"("INTERFACE": {"Ethernet0": {"vrf_name": "VrfBlue"},
+        "Ethernet4": {"vrf_name": "VrfGreen"}, "Ethernet8": {"vrf_name": "VrfWhite"}})"));
+    EXPECT_EQ(sw.vpn_of("VrfBlue"), 2U);
     EXPECT_EQ(sw.vpn_of("VrfGreen"), 1U);
+    EXPECT_EQ(sw.vpn_of("VrfWhite"), 3U);
 }
 
 /* ---- Members that are routed ports themselves ---- */
