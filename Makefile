@@ -9,6 +9,7 @@ JOBS ?= $(shell nproc)
 CONFIG ?= examples/leaf.json
 PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
+BENCH_SIZES ?= 1000,10000,65000
 FUZZ ?= $(notdir $(wildcard fuzz/corpus/*))
 
 tree = build/$(TARGET)
@@ -29,7 +30,7 @@ help:
 	@echo "make check     the tests of every build, with sanitizers, then lint"
 	@echo "make lint      formatting, headers on their own, shellcheck and clang-tidy"
 	@echo "make coverage  which lines the tests execute, as pages in build/coverage/report"
-	@echo "make bench     measure the life of a switch of 1,000 and of 65,000 interfaces"
+	@echo "make bench     measure switches of 1,000 to 65,000 interfaces: their life, and each verb"
 	@echo "make floor     count the library's instructions beside those of its calls alone"
 	@echo "make fuzz      feed the readers FUZZ=... (all) for FUZZ_SECONDS=$(FUZZ_SECONDS) each"
 	@echo "make mutants   change the library in one place at a time: do its tests notice?"
@@ -79,6 +80,8 @@ bench:
 	@scripts/setup bench native
 	@$(MAKE) --no-print-directory bench-targets TARGET=bench
 	@build/bench/bin/bench/bench_switch
+	@python3 -B bench/verbs.py build/bench/bin/kvnsim $(BENCH_SIZES) build/bench/verbs \
+	    $(if $(KVN_UPDATE_DOCS),docs)
 
 # In the trees of the tests: what is counted is the library as it ships.
 FLOOR ?=
@@ -104,7 +107,7 @@ mutants-targets:
 floor-targets:
 	@$(call build,--target floor)
 bench-targets:
-	@$(call build,--target bench_switch)
+	@$(call build,--target bench_switch --target kvnsim)
 fuzz-targets:
 	@$(call build,--target $(FUZZ:=_fuzz))
 

@@ -276,8 +276,14 @@ private:
                     "remove virtual MAC " + to_text(mac.mac) + " from " + mac.interface, location)
                     .mac = mac.mac;
         }
+        const std::string *interface = nullptr; /* those of one follow each other */
+        bool exists = false;
         for (const auto &[mac, location] : want_.virtual_macs) {
-            if (!will_exist(mac.interface))
+            if (interface == nullptr || *interface != mac.interface) {
+                interface = &mac.interface;
+                exists = will_exist(mac.interface);
+            }
+            if (!exists)
                 continue;
             if (have_.virtual_macs.count(mac) == 0 || gone_.count(mac.interface) != 0)
                 add(StepKind::add_virtual_mac, mac.interface,
@@ -290,11 +296,7 @@ private:
     bool will_exist(const std::string &interface) const
     {
         const DesiredPortChannel *port_channel = find_in(want_.port_channels, interface);
-        if (port_channel == nullptr)
-            return true;
-        return std::any_of(
-            port_channel->members.begin(), port_channel->members.end(),
-            [&](const auto &member) { return want_.routed_ports.count(member.first) == 0; });
+        return port_channel == nullptr || want_.has_member_that_joins(*port_channel);
     }
 
     void router_mac()
