@@ -30,7 +30,7 @@ help:
 	@echo "make check     the tests of every build, with sanitizers, then lint"
 	@echo "make lint      formatting, headers on their own, shellcheck and clang-tidy"
 	@echo "make coverage  which lines the tests execute, as pages in build/coverage/report"
-	@echo "make bench     measure switches of 1,000 to 65,000 interfaces: their life, and each verb"
+	@echo "make bench     measure switches of 1,000 to 65,000 interfaces: their life, limits, each verb"
 	@echo "make floor     count the library's instructions beside those of its calls alone"
 	@echo "make fuzz      feed the readers FUZZ=... (all) for FUZZ_SECONDS=$(FUZZ_SECONDS) each"
 	@echo "make mutants   change the library in one place at a time: do its tests notice?"
@@ -80,6 +80,7 @@ bench:
 	@scripts/setup bench native
 	@$(MAKE) --no-print-directory bench-targets TARGET=bench
 	@build/bench/bin/bench/bench_switch
+	@bench/limits.sh build/bench
 	@python3 -B bench/verbs.py build/bench/bin/kvnsim $(BENCH_SIZES) build/bench/verbs \
 	    $(if $(KVN_UPDATE_DOCS),docs)
 
@@ -107,7 +108,7 @@ mutants-targets:
 floor-targets:
 	@$(call build,--target floor)
 bench-targets:
-	@$(call build,--target bench_switch --target kvnsim)
+	@$(call build,--target bench_switch --target bench_limits --target kvnsim)
 fuzz-targets:
 	@$(call build,--target $(FUZZ:=_fuzz))
 
