@@ -348,6 +348,9 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
 
 void read_sub_interface(Draft &draft, const Row &row)
 {
+    ByName<DesiredSubInterface> &subs = draft.desired.sub_interfaces;
+    const auto place = subs.lower_bound(row.name());
+    const bool is_there = place != subs.end() && place->first == row.name();
     const auto create = [&]() -> L3Settings * {
         const InterfaceName name = *parse_interface_name(row.name());
         uint32_t vlan = name.number;
@@ -361,18 +364,18 @@ void read_sub_interface(Draft &draft, const Row &row)
             draft.tell(FindingId::no_vlan_after_dot, row.location, vlan, to_text(vlan_range));
             return nullptr;
         }
-        if (const auto there = draft.encapsulations.find({name.parent, vlan});
-            there != draft.encapsulations.end()) {
-            draft.tell(FindingId::encapsulation_used, {row.location, there->second}, vlan,
+        const auto key = std::make_pair(name.parent, vlan);
+        const auto there = draft.encapsulations.lower_bound(key);
+        if (there != draft.encapsulations.end() && there->first == key) {
+            draft.tell(FindingId::encapsulation_used, {row.location, *there->second}, vlan,
                        name.parent);
             return nullptr;
         }
         const uint16_t parent_mtu = prepare_parent(draft, row, name.parent);
         if (parent_mtu == 0)
             return nullptr;
-        draft.encapsulations.emplace(std::make_pair(name.parent, vlan), row.location);
-
-        DesiredSubInterface &sub = draft.desired.sub_interfaces[row.name()];
+        DesiredSubInterface &sub = subs.try_emplace(place, row.name())->second;
+        draft.encapsulations.emplace_hint(there, key, &sub.location);
         sub.parent = name.parent;
         sub.vlan = vlan;
         sub.mtu = parent_mtu;
@@ -386,7 +389,7 @@ void read_sub_interface(Draft &draft, const Row &row)
         }
         return &sub.l3;
     };
-    read_l3_row(draft, row, find_l3(draft.desired.sub_interfaces, row.name()), create);
+    read_l3_row(draft, row, is_there ? &place->second.l3 : nullptr, create);
 }
 
 /* ---- First-hop redundancy ---- */
@@ -995,9 +998,12 @@ void Draft::check_addresses()
         return std::tie(placed.domain, placed.address.ipv6, placed.network,
                         placed.address.prefix_length);
     };
+    std::vector<const PlacedAddress *> in_order;
+    for (const PlacedAddress &placed : addresses_)
+        in_order.push_back(&placed);
     std::stable_sort(
-        addresses_.begin(), addresses_.end(),
-        [&](const PlacedAddress &a, const PlacedAddress &b) { return place(a) < place(b); });
+        in_order.begin(), in_order.end(),
+        [&](const PlacedAddress *a, const PlacedAddress *b) { return place(*a) < place(*b); });
     const auto holds = [](const PlacedAddress &outer, const PlacedAddress &inner) {
         return outer.domain == inner.domain && outer.address.ipv6 == inner.address.ipv6 &&
                outer.network == network(inner.network, outer.address.prefix_length);
@@ -1005,7 +1011,8 @@ void Draft::check_addresses()
     std::map<std::tuple<std::string, bool, AddressBytes>, const PlacedAddress *> seen;
     /* Each within the one before; of each network at most two, of two interfaces. */
     std::vector<const PlacedAddress *> around;
-    for (const PlacedAddress &placed : addresses_) {
+    for (const PlacedAddress *each : in_order) {
+        const PlacedAddress &placed = *each;
         while (!around.empty() && !holds(*around.back(), placed))
             around.pop_back();
         const auto [there, is_new] =

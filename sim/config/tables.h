@@ -164,8 +164,8 @@ public:
     std::map<std::string, std::string> lanes;   /* lane -> the first port that has it */
     std::vector<SourceLocation> ports_without_lanes;
     std::map<std::string, uint32_t> port_indexes; /* port -> its index */
-    /* (parent, VLAN) -> the sub-interface's row */
-    std::map<std::pair<std::string, uint32_t>, SourceLocation> encapsulations;
+    /* (parent, VLAN) -> the sub-interface's row, as desired has it */
+    std::map<std::pair<std::string, uint32_t>, const SourceLocation *> encapsulations;
 
     /* Add a finding; see make_finding for the values. Returns false, for a check to return. */
     template <class... Values> bool tell(FindingId id, const Place &place, const Values &...values)

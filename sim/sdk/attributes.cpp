@@ -1,7 +1,5 @@
 #include "sim/sdk/attributes.h"
 
-#include <algorithm>
-
 #include "platform_api/libsdk.h"
 
 namespace kvnsim {
@@ -60,11 +58,13 @@ const std::vector<AttributeRow> &attributes()
 
 const AttributeRow *find_attribute(uint32_t number)
 {
-    const auto &rows = attributes();
-    const auto at = std::lower_bound(
-        rows.begin(), rows.end(), number,
-        [](const AttributeRow &row, uint32_t wanted) { return row.number < wanted; });
-    return at != rows.end() && at->number == number ? &*at : nullptr;
+    static const std::vector<const AttributeRow *> by_number = [] {
+        std::vector<const AttributeRow *> found(attributes().back().number + 1);
+        for (const AttributeRow &row : attributes())
+            found[row.number] = &row;
+        return found;
+    }();
+    return number < by_number.size() ? by_number[number] : nullptr;
 }
 
 const AttributeRow *find_attribute(std::string_view name)

@@ -199,18 +199,19 @@ private:
             fate_.stages.push_back({stage_, words(), true, made});
         return true;
     }
-    /* reason() tells the whole, found is what the stage has instead of what it needs. */
-    template <class Reason>
-    bool ends(const std::string &found, const Reason &reason, const Origin &made = {})
+    /* reason() tells the whole, found() what the stage has instead of what it needs. */
+    template <class Found, class Reason>
+    bool ends(const Found &found, const Reason &reason, const Origin &made = {})
     {
         fate_.decided = stage_;
         fate_.made = made;
         if (in_words_) {
             fate_.reason = reason();
-            fate_.stages.push_back({stage_, found, false, made});
+            fate_.stages.push_back({stage_, found(), false, made});
         }
         return false;
     }
+    static std::string nothing() { return "none"; }
 
     std::string intf_words() const { return of_.intf_words(fate_.intf_id); }
     std::string arrival() const
@@ -248,7 +249,7 @@ private:
     bool front_port()
     {
         if (frame_.front_port == 0 && frame_.vlan == 0)
-            return ends("none", [] { return std::string("it arrives by no front port"); });
+            return ends(nothing, [] { return std::string("it arrives by no front port"); });
         return passes([&] {
             return frame_.front_port == 0
                        ? fmt::format("a layer-2 port of VLAN {}", frame_.vlan)
@@ -293,7 +294,7 @@ private:
     {
         intf_ = selected();
         if (intf_ == nullptr)
-            return ends("none", [&] {
+            return ends(nothing, [&] {
                 if (frame_.front_port == 0)
                     return fmt::format("there is no SVI for VLAN {}", frame_.vlan);
                 if (frame_.vlan == 0)
@@ -324,14 +325,16 @@ private:
             return passes([] { return std::string("an SVI needs none"); });
         const AttributeState bound = attribute();
         if (bound.written == nullptr)
-            return ends("none" + waiting(bound), [&] {
-                return fmt::format("SDK interface {} is bound to no LID entry", intf_words());
-            });
+            return ends([&] { return "none" + waiting(bound); },
+                        [&] {
+                            return fmt::format("SDK interface {} is bound to no LID entry",
+                                               intf_words());
+                        });
         fate_.lid_id = bound.value;
         const LidRow *lid = index_.lid(bound.value);
         if (lid == nullptr)
             return ends(
-                fmt::format("{}, which is gone{}", bound.value, waiting(bound)),
+                [&] { return fmt::format("{}, which is gone{}", bound.value, waiting(bound)); },
                 [&] {
                     return fmt::format("SDK interface {} is bound to LID entry {}, which is gone",
                                        intf_words(), bound.value);
@@ -339,14 +342,17 @@ private:
                 bound.written->made);
         const auto paths = find_rows(index_.snapshot().lid_paths, &LidPathRow::lid_id, bound.value);
         if (paths.empty())
-            return ends(
-                fmt::format("{}, without a path", bound.value),
-                [&] { return fmt::format("LID entry {} has no path", bound.value); }, lid->made);
+            return ends([&] { return fmt::format("{}, without a path", bound.value); },
+                        [&] { return fmt::format("LID entry {} has no path", bound.value); },
+                        lid->made);
         const auto path = std::find_if(paths.begin(), paths.end(),
                                        [&](const LidPathRow &row) { return leads_here(row); });
         if (path == paths.end())
             return ends(
-                fmt::format("{}, path to {}", bound.value, Index::path_words(*paths.begin())),
+                [&] {
+                    return fmt::format("{}, path to {}", bound.value,
+                                       Index::path_words(*paths.begin()));
+                },
                 [&] {
                     return fmt::format("LID entry {} of SDK interface {} leads to {}, not to {}",
                                        bound.value, intf_words(), Index::path_words(*paths.begin()),
@@ -386,19 +392,19 @@ private:
         if (is_multicast(frame_.to))
             return group();
         const TrapRow *elsewhere = in_words_ ? trap_elsewhere() : nullptr;
-        return ends(
-            to_text(frame_.to) + " is none",
-            [&] {
-                const std::string none = fmt::format(
-                    "{} is no router MAC of the switch and no MAC trap of SDK interface "
-                    "{}",
-                    to_text(frame_.to), intf_words());
-                return elsewhere == nullptr ? none
-                                            : fmt::format("{}, but MAC trap {} of SDK interface {}",
-                                                          none, elsewhere->mac_trap_id,
-                                                          of_.intf_words(elsewhere->intf_id));
-            },
-            elsewhere != nullptr ? elsewhere->made : Origin());
+        return ends([&] { return to_text(frame_.to) + " is none"; },
+                    [&] {
+                        const std::string none = fmt::format(
+                            "{} is no router MAC of the switch and no MAC trap of SDK interface "
+                            "{}",
+                            to_text(frame_.to), intf_words());
+                        return elsewhere == nullptr
+                                   ? none
+                                   : fmt::format("{}, but MAC trap {} of SDK interface {}", none,
+                                                 elsewhere->mac_trap_id,
+                                                 of_.intf_words(elsewhere->intf_id));
+                    },
+                    elsewhere != nullptr ? elsewhere->made : Origin());
     }
 
     const TrapRow *trap_elsewhere() const
@@ -417,25 +423,29 @@ private:
                 return fmt::format("{} is a group of {}", to_text(frame_.to),
                                    to_text(frame_.family));
             });
-        return ends(to_text(frame_.to) + " is none", [&] {
-            return fmt::format("{} is a group address, but none of {} multicast",
-                               to_text(frame_.to), to_text(frame_.family));
-        });
+        return ends([&] { return to_text(frame_.to) + " is none"; },
+                    [&] {
+                        return fmt::format("{} is a group address, but none of {} multicast",
+                                           to_text(frame_.to), to_text(frame_.family));
+                    });
     }
 
     bool family()
     {
         const AttributeState enabled = attribute();
-        const char *what = find_attribute(number())->description;
+        const auto what = [&] { return find_attribute(number())->description; };
         if (enabled.value == 0)
             return ends(
-                fmt::format("{} is off{}{}", what, unless_written(enabled), waiting(enabled)),
                 [&] {
-                    return fmt::format("{} of SDK interface {} is off{}", what, intf_words(),
+                    return fmt::format("{} is off{}{}", what(), unless_written(enabled),
+                                       waiting(enabled));
+                },
+                [&] {
+                    return fmt::format("{} of SDK interface {} is off{}", what(), intf_words(),
                                        unless_written(enabled));
                 },
                 writer(enabled));
-        return passes([&] { return fmt::format("{} is on{}", what, waiting(enabled)); },
+        return passes([&] { return fmt::format("{} is on{}", what(), waiting(enabled)); },
                       writer(enabled));
     }
 
@@ -458,7 +468,10 @@ private:
         fate_.mtu = mtu.value;
         if (frame_.size > mtu.value)
             return ends(
-                fmt::format("{}, the packet has {}{}", mtu.value, frame_.size, waiting(mtu)),
+                [&] {
+                    return fmt::format("{}, the packet has {}{}", mtu.value, frame_.size,
+                                       waiting(mtu));
+                },
                 [&] {
                     return fmt::format("the packet has {} bytes, the MTU of SDK interface {} is "
                                        "{}{}",

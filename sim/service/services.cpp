@@ -6,6 +6,7 @@
 #include "sim/service/services.h"
 
 #include <algorithm>
+#include <deque>
 #include <map>
 #include <set>
 #include <string_view>
@@ -466,7 +467,7 @@ private:
     std::unordered_map<uint32_t, std::vector<Mac>> traps_;                /* by intf_id */
     std::map<AsicObject, const AuditFinding *> broken_;
     std::unordered_set<Frame, FrameHash, SameFrame> wanted_frames_;
-    std::vector<Judged> judged_;
+    std::deque<Judged> judged_;
 };
 
 } // namespace

@@ -153,11 +153,12 @@ private:
 
     void check_properties(InterfaceRows rows)
     {
+        Sides verdict; /* one for all properties: only the mismatch is looked at */
         for (const Property &property : interface_properties()) {
-            Sides verdict;
             property.look(rows, verdict, attribute_of(property.id));
             if (!verdict.mismatch)
                 continue;
+            verdict.mismatch.reset();
             Sides sides;
             rows.tells = true;
             property.look(rows, sides, attribute_of(property.id));

@@ -32,6 +32,15 @@ template <class Row, class Visit> void each_row(const std::vector<Row> &rows, co
 
 constexpr const char *twice = "it is there twice";
 
+/* Rows come in the order of their keys, so that each belongs behind those before it. false when the
+ * key is there already. */
+template <class Map, class Key, class Value> bool append(Map &map, Key &&key, Value &&value)
+{
+    const size_t before = map.size();
+    map.emplace_hint(map.end(), std::forward<Key>(key), std::forward<Value>(value));
+    return map.size() != before;
+}
+
 /* ---- What was wanted or applied ---- */
 
 template <class Refuse> uint16_t to_mtu(uint32_t mtu, const Refuse &refuse)
@@ -76,16 +85,15 @@ Desired desired_of(const std::vector<Port> &ports, const std::vector<Interface> 
 {
     Desired desired;
     each_row(ports, [&](const Port &row, const auto &refuse) {
-        if (!desired.ports
-                 .emplace(row.name, DesiredPort{row.front_port, to_mtu(row.mtu, refuse),
-                                                row.admin_up, row.alias, row.location})
-                 .second)
+        if (!append(desired.ports, row.name,
+                    DesiredPort{row.front_port, to_mtu(row.mtu, refuse), row.admin_up, row.alias,
+                                row.location}))
             refuse("name", twice);
     });
     each_row(interfaces, [&](const Interface &row, const auto &refuse) {
         const uint16_t mtu = to_mtu(row.mtu, refuse);
         const auto put = [&](auto &into, auto value) {
-            if (!into.emplace(row.name, std::move(value)).second)
+            if (!append(into, row.name, std::move(value)))
                 refuse("name", twice);
         };
         switch (row.kind) {
@@ -106,11 +114,11 @@ Desired desired_of(const std::vector<Port> &ports, const std::vector<Interface> 
         const auto channel = desired.port_channels.find(row.port_channel);
         if (channel == desired.port_channels.end())
             return refuse("port_channel", "there is no such port-channel");
-        if (!channel->second.members.emplace(row.port, row.location).second)
+        if (!append(channel->second.members, row.port, row.location))
             refuse("port", twice);
     });
     each_row(virtual_macs, [&](const VirtualMacRow &row, const auto &refuse) {
-        if (!desired.virtual_macs.emplace(VirtualMac{row.interface, row.mac}, row.location).second)
+        if (!append(desired.virtual_macs, VirtualMac{row.interface, row.mac}, row.location))
             refuse("mac", twice);
     });
     each_row(router_mac, [&](const RouterMac &row, const auto &refuse) {
@@ -131,18 +139,18 @@ Desired wanted_of(const Snapshot &from)
         DesiredVlan vlan;
         vlan.vlan = row.vlan;
         vlan.location = row.location;
-        if (!want.vlans.emplace(row.name, std::move(vlan)).second)
+        if (!append(want.vlans, row.name, std::move(vlan)))
             refuse("name", twice);
     });
     each_row(from.wanted_vlan_members, [&](const WantedVlanMember &row, const auto &refuse) {
         const auto vlan = want.vlans.find(row.vlan);
         if (vlan == want.vlans.end())
             return refuse("vlan", "there is no such VLAN");
-        if (!vlan->second.members.emplace(row.member, row.location).second)
+        if (!append(vlan->second.members, row.member, row.location))
             refuse("member", twice);
     });
     each_row(from.wanted_vrfs, [&](const WantedVrf &row, const auto &refuse) {
-        if (!want.vrfs.emplace(row.name, row.location).second)
+        if (!append(want.vrfs, row.name, row.location))
             refuse("name", twice);
     });
     return want;
@@ -166,7 +174,7 @@ SwitchMemory memory_of(const Snapshot &from)
         Settings settings{{}, row.ipv4, row.ipv6, row.vrf, row.nat_zone};
         if (row.mtu)
             settings.mtu = to_mtu(*row.mtu, refuse);
-        if (!memory.settings.emplace(row.name, std::move(settings)).second)
+        if (!append(memory.settings, row.name, std::move(settings)))
             refuse("name", twice);
     });
     std::map<uint32_t, std::string> numbers;
@@ -197,21 +205,22 @@ SwitchMemory memory_of(const Snapshot &from)
 /* Requests have numbers up to that of the last one. */
 void check_requests(const Snapshot &from)
 {
-    const auto check = [&](uint64_t number, const std::string &column, const auto &refuse) {
+    const auto check = [&](uint64_t number, std::string_view column, const char *part,
+                           const auto &refuse) {
         if (number > from.meta.requests_made)
-            refuse(column,
+            refuse(std::string(column) + part,
                    fmt::format("{}, but {} requests were made", number, from.meta.requests_made));
     };
     Snapshot::tables([&](auto rows) {
         each_row(from.*rows, [&](const auto &row, const auto &refuse) {
             each_column(row, [&](std::string_view name, const auto &value) {
                 if constexpr (std::is_same_v<decltype(value), const Origin &>)
-                    check(value.number(), std::string(name) + "_request", refuse);
+                    check(value.number(), name, "_request", refuse);
             });
         });
     });
     each_row(from.errors, [&](const ErrorGroup &row, const auto &refuse) {
-        check(row.last_request, "last_request", refuse);
+        check(row.last_request, "last_request", "", refuse);
     });
 }
 

@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 namespace kvnsim {
 namespace {
 
@@ -27,6 +31,51 @@ TEST(NaturalOrder, KeepsNamesApartThatDifferInLeadingZerosOnly)
     EXPECT_FALSE(before("PortChannel01", "PortChannel01"));
     EXPECT_TRUE(before("PortChannel01", "PortChannel2"));
     EXPECT_TRUE(before("PortChannel1", "PortChannel02"));
+}
+
+/* A number, or one other character. */
+std::vector<std::string> parts_of(const std::string &text)
+{
+    std::vector<std::string> parts;
+    for (const char c : text) {
+        const bool is_digit = c >= '0' && c <= '9';
+        if (is_digit && !parts.empty() && parts.back()[0] >= '0' && parts.back()[0] <= '9')
+            parts.back() += c;
+        else
+            parts.emplace_back(1, c);
+    }
+    return parts;
+}
+
+bool is_before(const std::string &a, const std::string &b)
+{
+    const std::vector<std::string> x = parts_of(a), y = parts_of(b);
+    for (size_t i = 0; i < std::min(x.size(), y.size()); ++i) {
+        const auto is_number = [](const std::string &part) {
+            return part.find_first_of("0123456789") == 0;
+        };
+        if (is_number(x[i]) && is_number(y[i])) {
+            if (std::stoul(x[i]) != std::stoul(y[i]))
+                return std::stoul(x[i]) < std::stoul(y[i]);
+        } else if (x[i][0] != y[i][0]) {
+            return x[i][0] < y[i][0];
+        }
+    }
+    return x.size() != y.size() ? x.size() < y.size() : a < b;
+}
+
+TEST(NaturalOrder, ComparesPartByPart)
+{
+    std::vector<std::string> texts{"", "Ethernet1", "PortChannel0010"};
+    for (size_t i = 0; i < texts.size() && texts.size() < 500; ++i) {
+        for (const char c : {'a', '.', '0', '1', '9'})
+            texts.push_back(texts[i] + c);
+    }
+    const NaturalOrder before;
+    for (const std::string &a : texts) {
+        for (const std::string &b : texts)
+            ASSERT_EQ(before(a, b), is_before(a, b)) << a << " " << b;
+    }
 }
 
 TEST(InterfaceNames, OfPortsHaveNoLeadingZeros)
