@@ -303,8 +303,8 @@ LIMIT limit_requests(const std::vector<Request> &requests)
 {
     for (const Request &request : requests) {
         if (request.make(request) != 0)
-            throw std::runtime_error(fmt::format(
-                "request {} of the library failed", 1 + &request - requests.data()));
+            throw std::runtime_error(
+                fmt::format("request {} of the library failed", 1 + &request - requests.data()));
     }
 }
 

@@ -11,7 +11,6 @@
 #include "sim/config/similar.h"
 #include "sim/service/service_changes.h"
 #include "sim/state/audit.h"
-#include "sim/state/explain.h"
 #include "sim/state/interface_names.h"
 #include "sim/state/show.h"
 
@@ -70,13 +69,18 @@ std::string database_of(const Arguments &given)
     return variable != nullptr ? variable : "";
 }
 
-Snapshot load_database(const Arguments &given)
+std::string required_database(const Arguments &given)
 {
-    const std::string database = database_of(given);
+    std::string database = database_of(given);
     if (database.empty())
         throw UsageError(fmt::format("the database is missing: give DB or --db FILE, or set {}",
                                      database_variable));
-    return load(database);
+    return database;
+}
+
+Snapshot load_database(const Arguments &given)
+{
+    return load(required_database(given));
 }
 
 std::string interface_meant(const Spellings &names, const std::string &written)
@@ -113,7 +117,12 @@ int print_table(const Snapshot &snapshot, const Arguments &given, Console &conso
 int print_explanation(const Snapshot &snapshot, const Arguments &given, Console &console)
 {
     const std::string name = interface_meant(interface_names(snapshot), given.value("IF"));
-    const Explanation explanation = explain(Index(snapshot), judge(snapshot).findings, name);
+    return print_explanation(explain(Index(snapshot), judge(snapshot).findings, name), given,
+                             console);
+}
+
+int print_explanation(const Explanation &explanation, const Arguments &given, Console &console)
+{
     if (given.has("--json")) {
         Json document;
         write(document, explanation);

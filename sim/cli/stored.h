@@ -5,6 +5,7 @@
 #include "sim/config/spellings.h"
 #include "sim/service/services.h"
 #include "sim/state/compare.h"
+#include "sim/state/explain.h"
 #include "sim/state/listing.h"
 #include "sim/state/show.h"
 #include "sim/state/snapshot.h"
@@ -17,7 +18,9 @@ class Console;
 
 /* The database: an operand or --db, but not both, or else KVNSIM_DB; empty without any. */
 std::string database_of(const Arguments &given);
-/* What it holds; UsageError when none is given. */
+/* The same; UsageError when none is given. */
+std::string required_database(const Arguments &given);
+/* What it holds. */
 Snapshot load_database(const Arguments &given);
 
 /* The table of that name; UsageError with the names of all. */
@@ -34,6 +37,7 @@ Page page_on(const Console &console, const Arguments &given,
  * findings or differences. A table is given by TABLE and NAME, an interface by IF. */
 int print_table(const Snapshot &snapshot, const Arguments &given, Console &console);
 int print_explanation(const Snapshot &snapshot, const Arguments &given, Console &console);
+int print_explanation(const Explanation &explanation, const Arguments &given, Console &console);
 int print_audit(const Snapshot &snapshot, const Arguments &given, Console &console);
 int print_judgement(const Snapshot &snapshot, const Judgement &judgement, const Arguments &given,
                     Console &console);

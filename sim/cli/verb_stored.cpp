@@ -1,7 +1,10 @@
+#include <algorithm>
+
 #include "sim/cli/forwarding.h"
 #include "sim/cli/policy.h"
 #include "sim/cli/stored.h"
 #include "sim/cli/verb.h"
+#include "sim/config/names.h"
 
 /* The verbs that read a database. */
 namespace kvnsim {
@@ -15,8 +18,40 @@ int of_database(const Arguments &given, Console &console)
 
 int show_of_database(const Arguments &given, Console &console)
 {
-    show_kind_named(given.value("TABLE")); /* before the database is read */
+    const ShowKind &kind = show_kind_named(given.value("TABLE")); /* before the database is read */
+    if (kind.is_of_parts && !given.values("NAME").empty()) {
+        if (const auto part = load_about(required_database(given), given.values("NAME")))
+            return print_table(part->snapshot, given, console);
+    }
     return of_database<print_table>(given, console);
+}
+
+/* The services that a finding costs may be those of any interface. */
+bool has_findings_with_costs(const Explanation &explanation)
+{
+    return std::any_of(
+        explanation.findings.begin(), explanation.findings.end(),
+        [](const AuditFinding &finding) { return finding.kind != AuditKind::left_out; });
+}
+
+int explain_of_database(const Arguments &given, Console &console)
+{
+    if (const auto part = load_about(required_database(given), {given.value("IF")})) {
+        const Explanation explanation = explain(part->snapshot, part->names.front());
+        if (!has_findings_with_costs(explanation))
+            return print_explanation(explanation, given, console);
+    }
+    const Snapshot snapshot = load_database(given);
+    return print_explanation(snapshot, given, console);
+}
+
+int packet_of_database(const Arguments &given, Console &console)
+{
+    const FrameKey frame{parse_number(given.value("--vlan"), vlan_range).value_or(0),
+                         parse_mac(given.value("--to"))};
+    if (const auto part = load_about(required_database(given), {given.value("IF")}, frame))
+        return print_packet(part->snapshot, given, console);
+    return of_database<print_packet>(given, console);
 }
 
 int compare(const Arguments &given, Console &console)
@@ -54,7 +89,7 @@ const Verb explain_verb{
      db_option,
      json_option,
      wide_option},
-    of_database<print_explanation>};
+    explain_of_database};
 
 const Verb audit_verb{"audit",
                       "cross-check records, ASIC, shared database and configuration",
@@ -70,7 +105,7 @@ const Verb packet_verb{
                  "the port by which it arrives; or an interface, for a frame of its port and VLAN"},
                 db_operand},
                {db_option, json_option, wide_option}),
-    of_database<print_packet>};
+    packet_of_database};
 
 const Verb reach_verb{
     "reach",

@@ -149,6 +149,34 @@ std::string interface_key(std::string_view text)
     return is_digits(number) ? fmt::format("{}.{}", key, without_leading_zeros(number)) : "";
 }
 
+std::vector<std::string> names_of_key(const std::string &key)
+{
+    std::vector<std::string> names;
+    const auto add = [&](std::string_view key_prefix, std::string_view prefix) {
+        const std::string start = lower_case(key_prefix);
+        if (!starts_with(key, start))
+            return;
+        std::string rest = key.substr(start.size());
+        std::transform(rest.begin(), rest.end(), rest.begin(),
+                       [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+        for (size_t zeros = 0; zeros < most_channel_digits; ++zeros) {
+            std::string name = fmt::format("{}{}{}", prefix, std::string(zeros, '0'), rest);
+            if (parse_interface_name(name))
+                names.push_back(std::move(name));
+        }
+    };
+    for (const ShortForm &form : short_forms) {
+        add(form.prefix, form.full);
+        add(form.prefix, form.prefix);
+    }
+    for (const NameForm &form : name_forms) {
+        if (std::none_of(std::begin(short_forms), std::end(short_forms),
+                         [&](const ShortForm &other) { return other.full == form.prefix; }))
+            add(form.prefix, form.prefix);
+    }
+    return names;
+}
+
 std::optional<uint32_t> parse_number(std::string_view text, uint32_t min, uint32_t max)
 {
     constexpr size_t digits_of_largest = 10;
@@ -304,6 +332,8 @@ std::string spelling(std::string_view text)
 
 std::string printable(std::string_view text, size_t most_characters)
 {
+    if (text.size() <= most_characters)
+        return visible(text);
     size_t end = 0;
     for (size_t characters = 0; end < text.size() && characters < most_characters; ++characters)
         end += std::max(character_length(text.substr(end)), size_t{1});

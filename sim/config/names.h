@@ -47,6 +47,10 @@ std::optional<InterfaceName> parse_interface_name(std::string_view text);
  * PortChannel0001.10, Po1.10 and PO01.10. Empty when the text does not have the form of a name. */
 std::string interface_key(std::string_view text);
 
+/* The names that interfaces can have among them: "PortChannel1.10", "PortChannel01.10" ...
+ * "Po0001.10" for "po1.10". */
+std::vector<std::string> names_of_key(const std::string &key);
+
 /* Decimal digits only. */
 std::optional<uint32_t> parse_number(std::string_view text, uint32_t min, uint32_t max);
 inline std::optional<uint32_t> parse_number(std::string_view text, const Range &range)

@@ -264,4 +264,23 @@ void check_can_save(const std::string &path);
 /* Loads a saved snapshot, equal to the original. Throws SnapshotError. */
 Snapshot load(const std::string &path);
 
+/* A frame, as far as what it meets must be loaded. */
+struct FrameKey {
+    uint32_t vlan = 0;          /* of its tag, 0 for none */
+    std::optional<Mac> to = {}; /* its destination, if it is given */
+};
+/* What a saved snapshot holds of some interfaces: enough to show, explain and audit them, and to
+ * follow a frame that arrives for the first one. Of other interfaces there may be some rows. */
+struct SnapshotPart {
+    Snapshot snapshot;
+    std::vector<std::string> names; /* of these interfaces */
+};
+/* Loads it, the interfaces given by any of their spellings. What it takes depends on their members
+ * and parents and on the number of ports, not on how many interfaces the switch has. The rows that
+ * are read are checked as load() checks them, the others are not. Empty where all must be read: for
+ * a name that is not that of one interface, and for whatever load() has to report. */
+std::optional<SnapshotPart> load_about(const std::string &path,
+                                       const std::vector<std::string> &written,
+                                       const FrameKey &frame = {});
+
 } // namespace kvnsim
