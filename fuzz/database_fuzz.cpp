@@ -125,6 +125,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static SavedSwitch saved;
     const std::string &path = saved.with(std::string(reinterpret_cast<const char *>(data), size));
+    for (const char *name : {"PortChannel1", "Ethernet4.10", "Vlan100"}) {
+        if (const std::optional<SnapshotPart> part = load_about(path, {name}, {10, {}}))
+            look_at(part->snapshot);
+    }
     try {
         const Snapshot snapshot = load(path);
         look_at(snapshot);
