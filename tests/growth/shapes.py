@@ -68,6 +68,7 @@ def ports_beyond_the_front_panel(count):
     return made
 
 
+@at_most(ALL_PORTS)
 def routed_ports_without_ports(count):
     made = Configuration()
     for number in range(count):
