@@ -1,10 +1,12 @@
 # How this project's own sources are compiled and linked, whatever the target.
 
+# What is given holds, nothing at all (-DCMAKE_CXX_COMPILER_LAUNCHER=) too.
 find_program(CCACHE ccache)
-if(CCACHE)
-    set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
-endif()
+foreach(language C CXX)
+    if(CCACHE AND NOT DEFINED CMAKE_${language}_COMPILER_LAUNCHER)
+        set(CMAKE_${language}_COMPILER_LAUNCHER ${CCACHE})
+    endif()
+endforeach()
 
 add_compile_options(-Wall -Wextra -Wconversion -Wshadow -Wformat=2 -Werror)
 
