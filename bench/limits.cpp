@@ -2,11 +2,9 @@
  * the library's requests, storing the rows. bench/limits.sh counts the instructions of these parts,
  * and those of kvnsim:
  *
- *     bench_limits configuration COUNT   prints a configuration of COUNT interfaces
  *     bench_limits json CONFIG           reads it, event by event, and keeps nothing
  *     bench_limits requests RECORDING    makes its requests on a platform that does nothing
  *     bench_limits rows DB               stores its rows in a new database
- *     bench_limits peak COMMAND...       prints the command's peak memory, in KiB
  *
  * What counts is in the functions named limit_...: all that they need is prepared before. */
 #include <algorithm>
@@ -21,10 +19,6 @@
 #include <string_view>
 #include <unordered_map>
 #include <vector>
-
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <fmt/format.h>
 #include <rapidjson/document.h>
@@ -51,76 +45,6 @@ std::string content_of(const std::string &path)
     if (!file)
         throw std::runtime_error(path + " cannot be read");
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-/* ---- The configuration ---- */
-
-/* A table's rows; appends "key": {fields}. */
-class Table {
-public:
-    template <class... Parts> void add(std::string_view fields, Parts &&...key)
-    {
-        fmt::format_to(std::back_inserter(rows_), "{}\n        \"{}\": {{{}}}",
-                       rows_.empty() ? "" : ",", fmt::format(std::forward<Parts>(key)...), fields);
-    }
-    std::string text(const char *name) const
-    {
-        return fmt::format("    \"{}\": {{{}\n    }}", name, rows_);
-    }
-
-private:
-    std::string rows_;
-};
-
-/* The mixture of bench/life.cpp: of 65,000 there are 200 routed ports, 25 routed port-channels of
- * two members, 4,000 SVIs, and sub-interfaces on ports and port-channels. Each has an address. */
-void print_configuration(uint32_t count)
-{
-    const auto share = [count](uint32_t of_65000) {
-        return std::max<uint32_t>(1, count * of_65000 / 65000);
-    };
-    const uint32_t routed = share(200), channels = share(25), svis = share(4000);
-    Table device, ports, routed_ports, port_channels, members, routed_channels, vlans, vlan_l3,
-        subs;
-    std::vector<std::string> parents;
-    uint32_t addresses = 0x0A000000;
-    const auto add_routed = [&](Table &table, const std::string &name) {
-        ++addresses;
-        table.add("", "{}", name);
-        table.add("", "{}|{}.{}.{}.{}/32", name, addresses >> 24, addresses >> 16 & 0xFF,
-                  addresses >> 8 & 0xFF, addresses & 0xFF);
-    };
-    device.add(R"("hostname": "bench", "mac": "00:00:5e:00:53:01")", "localhost");
-    for (uint32_t port = 0; port < routed + 2 * channels; ++port)
-        ports.add(R"("admin_status": "up", "mtu": "9100")", "Ethernet{}", port);
-    for (uint32_t port = 0; port < routed; ++port) {
-        add_routed(routed_ports, fmt::format("Ethernet{}", port));
-        parents.push_back(fmt::format("Eth{}", port));
-    }
-    for (uint32_t channel = 0; channel < channels; ++channel) {
-        port_channels.add(R"("admin_status": "up")", "PortChannel{}", channel);
-        add_routed(routed_channels, fmt::format("PortChannel{}", channel));
-        for (const uint32_t member : {0, 1})
-            members.add("", "PortChannel{}|Ethernet{}", channel, routed + 2 * channel + member);
-        parents.push_back(fmt::format("Po{}", channel));
-    }
-    for (uint32_t vlan = 2; vlan < 2 + svis; ++vlan) {
-        vlans.add(fmt::format(R"("vlanid": "{}")", vlan), "Vlan{}", vlan);
-        add_routed(vlan_l3, fmt::format("Vlan{}", vlan));
-    }
-    for (uint32_t made = routed + channels + svis, number = 0; made < count; ++made, ++number) {
-        const uint32_t vlan = 1 + number / static_cast<uint32_t>(parents.size());
-        const std::string name = fmt::format("{}.{}", parents[number % parents.size()], vlan);
-        ++addresses;
-        subs.add(fmt::format(R"("admin_status": "up", "vlan": "{}")", vlan), "{}", name);
-        subs.add("", "{}|{}.{}.{}.{}/32", name, addresses >> 24, addresses >> 16 & 0xFF,
-                 addresses >> 8 & 0xFF, addresses & 0xFF);
-    }
-    fmt::print("{{\n{},\n{},\n{},\n{},\n{},\n{},\n{},\n{},\n{}\n}}\n",
-               device.text("DEVICE_METADATA"), ports.text("PORT"), routed_ports.text("INTERFACE"),
-               port_channels.text("PORTCHANNEL"), members.text("PORTCHANNEL_MEMBER"),
-               routed_channels.text("PORTCHANNEL_INTERFACE"), vlans.text("VLAN"),
-               vlan_l3.text("VLAN_INTERFACE"), subs.text("VLAN_SUB_INTERFACE"));
 }
 
 /* ---- JSON ---- */
@@ -409,21 +333,6 @@ LIMIT limit_rows(const std::vector<StoredTable> &tables, const std::string &path
 
 /* ---- What is asked for ---- */
 
-int measure_peak(char **command)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        execvp(command[0], command);
-        _exit(127);
-    }
-    int status = 0;
-    rusage usage{};
-    if (child < 0 || wait4(child, &status, 0, &usage) != child || status != 0)
-        throw std::runtime_error("the command failed");
-    std::fprintf(stderr, "%ld\n", usage.ru_maxrss);
-    return 0;
-}
-
 void make_requests(const std::string &path)
 {
     const Recorded recorded = read_recording(path);
@@ -433,18 +342,14 @@ void make_requests(const std::string &path)
                                              platform.calls, recorded.calls));
 }
 
-int carry_out(const std::string &what, char **arguments)
+int carry_out(const std::string &what, const std::string &file)
 {
-    if (what == "configuration")
-        print_configuration(static_cast<uint32_t>(std::stoul(arguments[0])));
-    else if (what == "json")
-        limit_json(content_of(arguments[0]));
+    if (what == "json")
+        limit_json(content_of(file));
     else if (what == "requests")
-        make_requests(arguments[0]);
+        make_requests(file);
     else if (what == "rows")
-        limit_rows(read_rows(arguments[0]), arguments[0] + std::string(".copy"));
-    else if (what == "peak")
-        return measure_peak(arguments);
+        limit_rows(read_rows(file), file + ".copy");
     else
         return 2;
     return 0;
@@ -640,9 +545,9 @@ int32_t sse_call2(uint32_t, const port_cmd_msg *, uint32_t)
 int main(int argc, char **argv)
 {
     try {
-        if (const int status = argc > 2 ? carry_out(argv[1], argv + 2) : 2; status != 2)
+        if (const int status = argc == 3 ? carry_out(argv[1], argv[2]) : 2; status != 2)
             return status;
-        std::fputs("usage: bench_limits configuration|json|requests|rows|peak ...\n", stderr);
+        std::fputs("usage: bench_limits json|requests|rows FILE\n", stderr);
         return 2;
     } catch (const std::exception &error) {
         std::fprintf(stderr, "bench_limits: %s\n", error.what());

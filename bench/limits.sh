@@ -5,6 +5,7 @@
 #   bench/limits.sh TREE [COUNT]     the build, as build/bench; how many interfaces (65000)
 set -euo pipefail
 
+here=$(realpath "$(dirname "$0")")
 tree=$(realpath "$1")
 count=${2:-65000}
 kvnsim=$tree/bin/kvnsim
@@ -25,14 +26,15 @@ millions() { echo $((($1 + 500000) / 1000000)); }
 ratio() { echo "$((10 * $1 / $2 / 10)).$((10 * $1 / $2 % 10))"; }
 line() { printf '  %-42s %8s\n' "$@"; }
 
-"$limits" configuration "$count" >big.json
+python3 -B "$here/configuration.py" "$count" big.json
 "$kvnsim" run big.json --db big.db --record big.jsonl --quiet
 json=$(instructions limit_json "$limits" json big.json)
 requests=$(instructions limit_requests "$limits" requests big.jsonl)
 rows=$(instructions limit_rows "$limits" rows big.db)
 run=$(instructions all "$kvnsim" run big.json)
 run_db=$(instructions all "$kvnsim" run big.json --db again.db)
-peak=$("$limits" peak "$kvnsim" run big.json --db again.db 2>&1 >/dev/null)
+command time -f %M -o peak "$kvnsim" run big.json --db again.db >log 2>&1 || { cat log >&2; exit 1; }
+peak=$(cat peak)
 
 echo "kvnsim run of $count interfaces, in millions of instructions"
 line 'JSON, read alone' "$(millions "$json")"

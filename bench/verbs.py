@@ -16,7 +16,7 @@ import sys
 import tempfile
 
 import work
-from configuration import Configuration, address
+from configuration import switch
 
 # Verb -> its words. switch.json is the configuration, switch.db and switch.jsonl what a run of it
 # saved and recorded, changed.db a switch on which one sub-interface in ten has another MTU.
@@ -36,44 +36,6 @@ VERBS = {
 }
 STATUSES = {"diff": (1,)}
 BEGIN, END = "<!-- measured -->\n", "<!-- end of measured -->\n"
-
-
-def switch(count, is_changed=False):
-    """So many L3 interfaces, in the same mixture for each count: of 65,000 there are 200 routed
-    ports, 25 routed port-channels of two members, 4,000 SVIs, and sub-interfaces on ports and
-    port-channels. Each has an IPv4 address."""
-    def share(of_65000):
-        return max(1, count * of_65000 // 65000)
-
-    routed, channels, svis = share(200), share(25), share(4000)
-    made = Configuration()
-    made.add("DEVICE_METADATA", "localhost", ("mac", "00:00:5e:00:53:01"))
-    addresses = iter(range(count))
-
-    def route(table, name, *fields):
-        made.add(table, name, *fields)
-        made.add(table, f"{name}|{address(next(addresses))}")
-
-    for number in range(routed + 2 * channels):
-        made.add("PORT", f"Ethernet{number}", ("mtu", "9216"), ("admin_status", "up"))
-    for number in range(routed):
-        route("INTERFACE", f"Ethernet{number}")
-    for number in range(channels):
-        made.add("PORTCHANNEL", f"PortChannel{number}", ("mtu", "9216"))
-        for member in (routed + 2 * number, routed + 2 * number + 1):
-            made.add("PORTCHANNEL_MEMBER", f"PortChannel{number}|Ethernet{member}")
-        route("PORTCHANNEL_INTERFACE", f"PortChannel{number}")
-    for vlan in range(2, 2 + svis):
-        made.add("VLAN", f"Vlan{vlan}", ("vlanid", str(vlan)))
-        route("VLAN_INTERFACE", f"Vlan{vlan}")
-    parents = [f"Ethernet{number}" for number in range(routed)]
-    parents += [f"Po{number}" for number in range(channels)]
-    for number in range(count - routed - channels - svis):
-        vlan = 1 + number // len(parents)
-        mtu = 1500 if is_changed and number % 10 == 0 else 9100
-        route("VLAN_SUB_INTERFACE", f"{parents[number % len(parents)]}.{vlan}",
-              ("vlan", str(vlan)), ("mtu", str(mtu)), ("admin_status", "up"))
-    return made
 
 
 def prepare(kvnsim, count, folder):
