@@ -20,6 +20,6 @@ void l3lifpd_assert_failed(const char *function, int32_t line, const char *condi
     /* The stack's addresses go to no sink: they are there for whoever opens the core file. */
     __asm__ volatile("" : : "g"(text) : "memory");
 
-    l3lifpd_trace_emit_error({function, line}, "assert failure '%s'\n", condition);
+    l3lifpd_trace_to_all({function, line, "assert failure '%s'\n"}, condition);
     abort();
 }

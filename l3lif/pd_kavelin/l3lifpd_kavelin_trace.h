@@ -64,10 +64,11 @@ constexpr l3lifpd_trace_intf_id_now l3lifpd_trace_carried(l3lifpd_trace_intf_id_
     return now;
 }
 
-/* Where a record is emitted. */
-struct l3lifpd_trace_site {
+/* What a record is but for its arguments: where it is emitted, and its text. */
+struct l3lifpd_trace_record {
     const char *function;
     int32_t line;
+    const char *format;
 };
 
 /* A build that counts branches has the functions' own, not those of each call. */
@@ -85,10 +86,10 @@ void l3lifpd_trace_check(const char *format, ...) __attribute__((format(printf, 
 
 /* The sinks, one by one; the last three of them can be off. */
 template <typename... Arguments>
-L3LIFPD_INLINE void l3lifpd_trace_to_buffer(const l3lifpd_trace_site &site, const char *format,
+L3LIFPD_INLINE void l3lifpd_trace_to_buffer(const l3lifpd_trace_record &record,
                                             Arguments... arguments)
 {
-    fwm_ds_trace_add(L3LIFPD_TRACE_FILE, site.function, site.line, 0, format,
+    fwm_ds_trace_add(L3LIFPD_TRACE_FILE, record.function, record.line, 0, record.format,
                      l3lifpd_trace_argument(arguments)...);
 }
 
@@ -97,13 +98,13 @@ inline bool l3lifpd_trace_file_is_on()
     return dbg_out_file != nullptr;
 }
 template <typename... Arguments>
-L3LIFPD_INLINE void l3lifpd_trace_to_file(int32_t level, const l3lifpd_trace_site &site,
-                                          const char *format, Arguments... arguments)
+L3LIFPD_INLINE void l3lifpd_trace_to_file(int32_t level, const l3lifpd_trace_record &record,
+                                          Arguments... arguments)
 {
     const char *const now = fwm_ctime();
-    fprintf(dbg_out_file, "[%s]%s: %s(%d): ", now, fwm_debug_elem_descr(level), site.function,
-            site.line);
-    fprintf(dbg_out_file, format, l3lifpd_trace_argument(arguments)...);
+    fprintf(dbg_out_file, "[%s]%s: %s(%d): ", now, fwm_debug_elem_descr(level), record.function,
+            record.line);
+    fprintf(dbg_out_file, record.format, l3lifpd_trace_argument(arguments)...);
     fwm_check_flush_dbg_out_file();
 }
 
@@ -112,77 +113,76 @@ inline bool l3lifpd_trace_history_is_on(int32_t level)
     return sdwrap_hist_event_subtype_check(L3LIFPD_TRACE_EVENT, level) == 0;
 }
 template <typename... Arguments>
-L3LIFPD_INLINE void l3lifpd_trace_to_history(int32_t level, const char *format,
+L3LIFPD_INLINE void l3lifpd_trace_to_history(int32_t level, const l3lifpd_trace_record &record,
                                              Arguments... arguments)
 {
-    sdwrap_hist_event_record record;
-    record.level = level;
-    snprintf(record.text, sizeof record.text, format, l3lifpd_trace_argument(arguments)...);
-    sdwrap_hist_event(L3LIFPD_TRACE_EVENT, (uint32_t)strlen(record.text) + 5, &record);
+    sdwrap_hist_event_record event;
+    event.level = level;
+    snprintf(event.text, sizeof event.text, record.format, l3lifpd_trace_argument(arguments)...);
+    sdwrap_hist_event(L3LIFPD_TRACE_EVENT, (uint32_t)strlen(event.text) + 5, &event);
 }
 
 template <typename... Arguments>
-L3LIFPD_INLINE void l3lifpd_trace_to_console(int32_t level, const char *format,
+L3LIFPD_INLINE void l3lifpd_trace_to_console(int32_t level, const l3lifpd_trace_record &record,
                                              Arguments... arguments)
 {
     if (sdwrap_chk_int(level, 0, 0, 1) != 0)
-        buginf(1, sdwrap_dbg_modname, 0, format, l3lifpd_trace_argument(arguments)...);
+        buginf(1, sdwrap_dbg_modname, 0, record.format, l3lifpd_trace_argument(arguments)...);
 }
 
 /* The rest of a debug record's way, from the first sink that was found on. */
 template <typename... Arguments>
-__attribute__((noinline)) void l3lifpd_trace_from_file_on(const l3lifpd_trace_site &site,
-                                                          const char *format,
+__attribute__((noinline)) void l3lifpd_trace_from_file_on(const l3lifpd_trace_record &record,
                                                           Arguments... arguments)
 {
-    l3lifpd_trace_to_file(L3LIFPD_TRACE_DEBUG, site, format, arguments...);
+    l3lifpd_trace_to_file(L3LIFPD_TRACE_DEBUG, record, arguments...);
     if (l3lifpd_trace_history_is_on(L3LIFPD_TRACE_DEBUG))
-        l3lifpd_trace_to_history(L3LIFPD_TRACE_DEBUG, format, arguments...);
-    l3lifpd_trace_to_console(L3LIFPD_TRACE_DEBUG, format, arguments...);
+        l3lifpd_trace_to_history(L3LIFPD_TRACE_DEBUG, record, arguments...);
+    l3lifpd_trace_to_console(L3LIFPD_TRACE_DEBUG, record, arguments...);
 }
 
 template <typename... Arguments>
-__attribute__((noinline)) void l3lifpd_trace_from_history_on(const char *format,
+__attribute__((noinline)) void l3lifpd_trace_from_history_on(const l3lifpd_trace_record &record,
                                                              Arguments... arguments)
 {
-    l3lifpd_trace_to_history(L3LIFPD_TRACE_DEBUG, format, arguments...);
-    l3lifpd_trace_to_console(L3LIFPD_TRACE_DEBUG, format, arguments...);
+    l3lifpd_trace_to_history(L3LIFPD_TRACE_DEBUG, record, arguments...);
+    l3lifpd_trace_to_console(L3LIFPD_TRACE_DEBUG, record, arguments...);
 }
 
 /* In line, for most of what the library does is to emit debug records: while the sinks are off, a
  * record costs little more than the calls that ask. */
 template <typename... Arguments>
-L3LIFPD_INLINE void l3lifpd_trace_emit_debug(const l3lifpd_trace_site &site, const char *format,
+L3LIFPD_INLINE void l3lifpd_trace_emit_debug(const l3lifpd_trace_record &record, const char *,
                                              Arguments... arguments)
 {
-    l3lifpd_trace_to_buffer(site, format, arguments...);
+    l3lifpd_trace_to_buffer(record, arguments...);
     if (__builtin_expect(l3lifpd_trace_file_is_on(), false))
-        l3lifpd_trace_from_file_on(site, format, l3lifpd_trace_carried(arguments)...);
+        l3lifpd_trace_from_file_on(record, l3lifpd_trace_carried(arguments)...);
     else if (__builtin_expect(l3lifpd_trace_history_is_on(L3LIFPD_TRACE_DEBUG), false))
-        l3lifpd_trace_from_history_on(format, l3lifpd_trace_carried(arguments)...);
+        l3lifpd_trace_from_history_on(record, l3lifpd_trace_carried(arguments)...);
     else
-        l3lifpd_trace_to_console(L3LIFPD_TRACE_DEBUG, format, arguments...);
+        l3lifpd_trace_to_console(L3LIFPD_TRACE_DEBUG, record, arguments...);
 }
 
 template <typename... Arguments>
-__attribute__((noinline, cold)) void
-l3lifpd_trace_to_all(const l3lifpd_trace_site &site, const char *format, Arguments... arguments)
+__attribute__((noinline, cold)) void l3lifpd_trace_to_all(const l3lifpd_trace_record &record,
+                                                          Arguments... arguments)
 {
-    l3lifpd_trace_to_buffer(site, format, arguments...);
-    fwm_ds_add(L3LIFPD_TRACE_FILE, site.function, site.line, format,
+    l3lifpd_trace_to_buffer(record, arguments...);
+    fwm_ds_add(L3LIFPD_TRACE_FILE, record.function, record.line, record.format,
                l3lifpd_trace_argument(arguments)...);
     if (l3lifpd_trace_file_is_on())
-        l3lifpd_trace_to_file(L3LIFPD_TRACE_ERROR, site, format, arguments...);
+        l3lifpd_trace_to_file(L3LIFPD_TRACE_ERROR, record, arguments...);
     if (l3lifpd_trace_history_is_on(L3LIFPD_TRACE_ERROR))
-        l3lifpd_trace_to_history(L3LIFPD_TRACE_ERROR, format, arguments...);
-    l3lifpd_trace_to_console(L3LIFPD_TRACE_ERROR, format, arguments...);
+        l3lifpd_trace_to_history(L3LIFPD_TRACE_ERROR, record, arguments...);
+    l3lifpd_trace_to_console(L3LIFPD_TRACE_ERROR, record, arguments...);
 }
 
 template <typename... Arguments>
-L3LIFPD_INLINE void l3lifpd_trace_emit_error(const l3lifpd_trace_site &site, const char *format,
+L3LIFPD_INLINE void l3lifpd_trace_emit_error(const l3lifpd_trace_record &record, const char *,
                                              Arguments... arguments)
 {
-    l3lifpd_trace_to_all(site, format, l3lifpd_trace_carried(arguments)...);
+    l3lifpd_trace_to_all(record, l3lifpd_trace_carried(arguments)...);
 }
 
 #pragma GCC diagnostic pop
@@ -191,22 +191,23 @@ L3LIFPD_INLINE void l3lifpd_trace_emit_error(const l3lifpd_trace_site &site, con
  * stands in a call that runs over several lines, which __LINE__ is not. */
 #define L3LIFPD_LINE __builtin_LINE()
 
-/* A text out of a table, which a static_assert beside the table has checked. */
-#define L3LIFPD_TRACE_TEXT(emit, ...)                                                              \
-    do {                                                                                           \
-        static constexpr l3lifpd_trace_site site = {__func__, L3LIFPD_LINE};                       \
-        emit(site, __VA_ARGS__);                                                                   \
-    } while (0)
+#define L3LIFPD_TRACE_FORMAT(format, ...) format
 
-#define L3LIFPD_TRACE(emit, ...)                                                                   \
+#define L3LIFPD_TRACE_RECORD(emit, ...)                                                            \
     do {                                                                                           \
         if (false)                                                                                 \
             l3lifpd_trace_check(__VA_ARGS__);                                                      \
-        L3LIFPD_TRACE_TEXT(emit, __VA_ARGS__);                                                     \
+        static constexpr l3lifpd_trace_record record = {__func__, L3LIFPD_LINE,                    \
+                                                        L3LIFPD_TRACE_FORMAT(__VA_ARGS__, )};      \
+        emit(record, __VA_ARGS__);                                                                 \
     } while (0)
 
-#define l3lifpd_trace_debug(...) L3LIFPD_TRACE(l3lifpd_trace_emit_debug, __VA_ARGS__)
-#define l3lifpd_trace_error(...) L3LIFPD_TRACE(l3lifpd_trace_emit_error, __VA_ARGS__)
+/* A text out of a table, which a static_assert beside the table has checked. */
+#define L3LIFPD_TRACE_TEXT(emit, ...)                                                              \
+    emit({__func__, L3LIFPD_LINE, L3LIFPD_TRACE_FORMAT(__VA_ARGS__, )}, __VA_ARGS__)
+
+#define l3lifpd_trace_debug(...) L3LIFPD_TRACE_RECORD(l3lifpd_trace_emit_debug, __VA_ARGS__)
+#define l3lifpd_trace_error(...) L3LIFPD_TRACE_RECORD(l3lifpd_trace_emit_error, __VA_ARGS__)
 #define l3lifpd_trace_debug_text(...) L3LIFPD_TRACE_TEXT(l3lifpd_trace_emit_debug, __VA_ARGS__)
 #define l3lifpd_trace_error_text(...) L3LIFPD_TRACE_TEXT(l3lifpd_trace_emit_error, __VA_ARGS__)
 
