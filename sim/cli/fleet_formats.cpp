@@ -41,7 +41,7 @@ struct Point {
     /* "INTERFACE|Ethernet0: the words" */
     std::string with_row() const
     {
-        return place && !place->table.empty() ? printable(place->row()) + ": " + words : words;
+        return place && !place->table().empty() ? printable(place->row()) + ": " + words : words;
     }
     /* "leaf.json:12:5: INTERFACE|Ethernet0: warning: the words [KVN-C080]" */
     std::string with_place(const FleetResult &of) const
@@ -323,7 +323,7 @@ private:
                 .field("startColumn", place.column)
                 .end_object();
         json_.end_object();
-        if (!place.table.empty())
+        if (!place.table().empty())
             json_.key("logicalLocations")
                 .begin_array()
                 .begin_object()

@@ -51,7 +51,7 @@ public:
         : result_(result), options_(options)
     {}
 
-    void of(const Configuration &configuration)
+    void of(Configuration configuration)
     {
         const Policy &policy = options_.policy;
         for (const Finding &finding : configuration.findings) {
@@ -81,7 +81,7 @@ private:
     /* The worst counts. */
     void is(Verdict verdict) { result_.verdict = std::min(result_.verdict, verdict); }
 
-    void apply(const Configuration &configuration)
+    void apply(Configuration &configuration)
     {
         Switch one;
         for (const std::string &limit : options_.limits)
@@ -101,9 +101,9 @@ private:
 
     void judge(const Snapshot &snapshot)
     {
-        Judgement judgement = kvnsim::judge(snapshot);
-        result_.services = count(judgement.services);
         const Index index(snapshot);
+        Judgement judgement = kvnsim::judge(index);
+        result_.services = count(judgement.services);
         for (const AuditFinding &finding : judgement.findings) {
             if (options_.policy.ignores(finding.code)) {
                 if (finding.kind != AuditKind::left_out) /* counted as the reader's */
@@ -160,15 +160,14 @@ private:
 
 SourceLocation read_location(const ResultObject &object)
 {
-    SourceLocation location;
-    location.file = object.text("file");
+    std::string file = object.text("file");
+    uint32_t line = 0, column = 0;
     if (!object.is_null("line")) {
-        location.line = static_cast<uint32_t>(object.number("line", UINT32_MAX));
-        location.column = static_cast<uint32_t>(object.number("column", UINT32_MAX));
+        line = static_cast<uint32_t>(object.number("line", UINT32_MAX));
+        column = static_cast<uint32_t>(object.number("column", UINT32_MAX));
     }
-    location.table = object.text_or_null("table");
-    location.key = object.text_or_null("key");
-    return location;
+    std::string table = object.text_or_null("table");
+    return {std::move(file), line, column, std::move(table), object.text_or_null("key")};
 }
 
 std::optional<SourceLocation> read_location(const std::optional<ResultObject> &object)

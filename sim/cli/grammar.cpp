@@ -112,7 +112,9 @@ std::string Option::value() const
 
 Words Option::choices() const
 {
-    return split(value(), '|');
+    const std::string all = value();
+    const std::vector<std::string_view> choices = split(all, '|');
+    return {choices.begin(), choices.end()};
 }
 
 const Words &Arguments::values(std::string_view name) const

@@ -60,7 +60,7 @@ Configuration unreadable(const std::string &file, const std::string &problem)
     Configuration configuration;
     configuration.file = file;
     Finding &finding = configuration.findings.emplace_back();
-    finding.location.file = file;
+    finding.location = {file, 0, 0, {}, {}};
     finding.message = "cannot be read: " + problem;
     return configuration;
 }
@@ -143,12 +143,12 @@ void print_findings(const Configuration &configuration, const Policy &policy, Co
 
 void write(Json &json, const SourceLocation &location)
 {
-    json.field("file", location.file);
+    json.field("file", location.file());
     if (location.line == 0)
         json.key("line").null().key("column").null();
     else
         json.field("line", location.line).field("column", location.column);
-    json.text_or_null("table", location.table).text_or_null("key", location.key);
+    json.text_or_null("table", location.table()).text_or_null("key", location.key());
 }
 
 void write_findings(Json &json, const std::vector<Finding> &findings)

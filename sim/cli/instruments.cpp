@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -223,21 +224,22 @@ std::string set_limit(const std::string &text)
     return Asic::instance().set_limit(text.substr(0, equals), *capacity);
 }
 
-ConfigurationRun carry_out(Switch &to, const Configuration &configuration, Plan plan,
+ConfigurationRun carry_out(Switch &to, Configuration &configuration, Plan plan,
                            const std::function<bool()> &stop,
                            const std::function<void(size_t done, size_t of)> &progress)
 {
     Journal &journal = Journal::instance();
     ConfigurationRun outcome{
         &configuration, std::move(plan), {}, journal.requests_made(), journal.calls_made};
-    outcome.applied = to.apply(outcome.plan, std::make_shared<const Desired>(configuration.desired),
-                               stop, progress);
+    outcome.applied = to.apply(
+        outcome.plan, std::make_shared<const Desired>(std::exchange(configuration.desired, {})),
+        stop, progress);
     outcome.requests = journal.requests_made() - outcome.requests;
     outcome.calls = journal.calls_made - outcome.calls;
     return outcome;
 }
 
-ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration, Plan plan,
+ConfigurationRun apply_configuration(Switch &to, Configuration &configuration, Plan plan,
                                      Console &console, bool shows_progress,
                                      const std::function<void()> &after_step)
 {

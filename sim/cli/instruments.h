@@ -87,13 +87,14 @@ struct ConfigurationRun {
     uint64_t requests = 0, calls = 0;
 };
 
-/* Carry out the plan made for a configuration; stop and progress as Switch::apply(). */
-ConfigurationRun carry_out(Switch &to, const Configuration &configuration, Plan plan,
+/* Carry out the plan made for a configuration; stop and progress as Switch::apply(). What the
+ * configuration wants is the switch's then, and no longer in the configuration. */
+ConfigurationRun carry_out(Switch &to, Configuration &configuration, Plan plan,
                            const std::function<bool()> &stop = {},
                            const std::function<void(size_t done, size_t of)> &progress = {});
 /* The same; an interrupt ends it after the current step. Reports failures. Calls after_step after
  * each step. */
-ConfigurationRun apply_configuration(Switch &to, const Configuration &configuration, Plan plan,
+ConfigurationRun apply_configuration(Switch &to, Configuration &configuration, Plan plan,
                                      Console &console, bool shows_progress,
                                      const std::function<void()> &after_step = {});
 

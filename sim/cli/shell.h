@@ -9,6 +9,7 @@
 #include "sim/cli/verb.h"
 #include "sim/config/spellings.h"
 #include "sim/state/snapshot.h"
+#include "sim/switch/entry_points.h"
 #include "sim/switch/switch.h"
 
 /* The shell's commands, as data: checking, completion and help follow from a command's row. */

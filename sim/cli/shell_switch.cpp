@@ -50,7 +50,7 @@ int apply(Session &session, const Arguments &given)
     if (!given.has("FILE") && session.files.empty())
         throw UsageError("nothing was applied yet: reload which FILE?");
     const std::string source = given.has("FILE") ? given.value("FILE") : session.source;
-    const Configuration configuration = read_and_tell(session, source);
+    Configuration configuration = read_and_tell(session, source);
     const std::string &file = configuration.file;
     if (is_refused(session, configuration))
         return exit_input;

@@ -117,8 +117,8 @@ int print_table(const Snapshot &snapshot, const Arguments &given, Console &conso
 int print_explanation(const Snapshot &snapshot, const Arguments &given, Console &console)
 {
     const std::string name = interface_meant(interface_names(snapshot), given.value("IF"));
-    return print_explanation(explain(Index(snapshot), judge(snapshot).findings, name), given,
-                             console);
+    const Index index(snapshot);
+    return print_explanation(explain(index, judge(index).findings, name), given, console);
 }
 
 int print_explanation(const Explanation &explanation, const Arguments &given, Console &console)

@@ -69,9 +69,9 @@ Listing attribute_values(const Snapshot &snapshot)
     return listing;
 }
 
-Listing interface_counts(const Snapshot &snapshot)
+Listing interface_counts(const Index &index)
 {
-    const Index index(snapshot);
+    const Snapshot &snapshot = index.snapshot();
     std::map<std::pair<InterfaceKind, std::string>, int64_t> counts;
     for (const WantedInterface &wanted : snapshot.wanted_interfaces)
         ++counts[{wanted.kind, index.state(wanted.name)}];
@@ -86,9 +86,9 @@ Listing interface_counts(const Snapshot &snapshot)
     return listing;
 }
 
-Listing needing_attention(const Snapshot &snapshot)
+Listing needing_attention(const Index &index)
 {
-    const Index index(snapshot);
+    const Snapshot &snapshot = index.snapshot();
     Listing listing{"Needs attention",
                     {{"object", "Object", rank_name},
                      {"kind", "Kind", rank_detail},

@@ -12,9 +12,9 @@ Listing attribute_values(const Snapshot &snapshot);
 Listing shared_database(const Snapshot &snapshot);
 
 /* How many interfaces of each kind are in each state. */
-Listing interface_counts(const Snapshot &snapshot);
+Listing interface_counts(const Index &index);
 
 /* Interfaces that are not as wanted, and what else failed. */
-Listing needing_attention(const Snapshot &snapshot);
+Listing needing_attention(const Index &index);
 
 } // namespace kvnsim

@@ -60,7 +60,7 @@ public:
                 print_json();
             return exit_input;
         }
-        for (const Configuration &configuration : configurations_) {
+        for (Configuration &configuration : configurations_) {
             if (interrupt_signal() != 0)
                 break;
             plan(configuration);
@@ -74,7 +74,7 @@ public:
     }
 
 private:
-    void plan(const Configuration &configuration)
+    void plan(Configuration &configuration)
     {
         console_.progress(configuration.file + ": planning");
         Plan steps = switch_.plan(configuration.desired);

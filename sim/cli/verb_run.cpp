@@ -48,7 +48,7 @@ public:
             judgement_ = judge(before_);
         const std::string timeline_interface = interface_of_timeline();
         instruments_.open(timeline_interface);
-        for (const Configuration &configuration : configurations_) {
+        for (Configuration &configuration : configurations_) {
             if (interrupt_signal() != 0)
                 break;
             apply(configuration);
@@ -87,7 +87,7 @@ private:
             console_.progress(what);
     }
 
-    void apply(const Configuration &configuration)
+    void apply(Configuration &configuration)
     {
         progress(configuration.file + ": planning");
         Plan plan = switch_.plan(configuration.desired);
@@ -101,6 +101,8 @@ private:
                                                 !instruments_.shows_as_it_happens()));
         if (!json_ && !quiet_)
             console_.out() << "  " << summary(outcomes_.back()) << "\n";
+        if (!json_)
+            outcomes_.back().plan = {}; /* only the document has its steps */
         if (!tells_effects_)
             return;
         Judgement now = judge(
@@ -129,15 +131,18 @@ private:
                 : capture(switch_, applied_files(), outcomes_.back().configuration->findings,
                           outcomes_.back().applied.interrupted);
         files_written_ = instruments_.close(snapshot);
+        is_open_ = any_open(outcomes_, switch_);
+        switch_.power_off(); /* the snapshot has all that is told from here on */
+        const Index index(snapshot);
         if (quiet_)
-            judgement_ = {audit(snapshot), {}}; /* nobody asks for services */
+            judgement_ = {audit(index), {}}; /* nobody asks for services */
         else if (effects_.empty())
-            judgement_ = judge(snapshot);
+            judgement_ = judge(index);
         const std::vector<AuditFinding> findings = policy_.judge(judgement_.findings);
         if (json_)
             print_json(&snapshot, findings);
         else if (!quiet_)
-            print_state(snapshot);
+            print_state(index);
         const bool unused_fault = instruments_.warn_of_unused_faults();
         return status(!findings.empty(), unused_fault);
     }
@@ -150,12 +155,12 @@ private:
         return files;
     }
 
-    void print_state(const Snapshot &snapshot)
+    void print_state(const Index &index)
     {
         if (arguments_.has("--tables"))
-            print_tables(snapshot);
-        print_summary(snapshot);
-        print_judgement(snapshot, judgement_, arguments_, console_);
+            print_tables(index.snapshot());
+        print_summary(index);
+        print_judgement(index.snapshot(), judgement_, arguments_, console_);
     }
 
     void print_tables(const Snapshot &snapshot)
@@ -168,10 +173,10 @@ private:
     }
 
     /* How many interfaces are in which state, and what needs attention. */
-    void print_summary(const Snapshot &snapshot)
+    void print_summary(const Index &index)
     {
-        print(interface_counts(snapshot));
-        print(needing_attention(snapshot));
+        print(interface_counts(index));
+        print(needing_attention(index));
         console_.out() << "\n";
         for (const Configuration &configuration : configurations_) {
             if (has_more_than_notes(configuration))
@@ -206,7 +211,7 @@ private:
         if (interrupt_signal() != 0)
             return interrupted(arguments_.has("--db") ? "the database holds what was done"
                                                       : "the rest was not applied");
-        if (any_open(outcomes_, switch_))
+        if (is_open_)
             return exit_request;
         if (policy_.refuses_any(configurations_) || !files_written_)
             return exit_input;
@@ -261,6 +266,7 @@ private:
     Judgement judgement_;        /* the last one made */
     std::vector<std::vector<ServiceChange>> effects_; /* then: of each outcome */
     bool files_written_ = true;
+    bool is_open_ = false; /* what failed was not made up for */
 };
 
 int run(const Arguments &arguments, Console &console)

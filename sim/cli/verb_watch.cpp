@@ -151,7 +151,7 @@ private:
 
     /* ---- A burst of changes ---- */
 
-    void take_up(const Configuration &configuration)
+    void take_up(Configuration configuration)
     {
         tell_new_findings(configuration);
         const bool applies = configuration.is_understood &&

@@ -22,7 +22,7 @@ namespace kvnsim {
 namespace {
 
 /* The table of routed interfaces of another kind that takes a name; nullptr for none. */
-const TableSchema *where_it_belongs(const TableSchema &table, const std::string &name)
+const TableSchema *where_it_belongs(const TableSchema &table, std::string_view name)
 {
     if (table.has_address_rows)
         for (const TableSchema &other : tables())
@@ -67,11 +67,11 @@ public:
 private:
     SourceLocation location(const DocumentTable &table) const
     {
-        return {configuration_.file, table.at.line, table.at.column, table.name, {}};
+        return {configuration_.file, table.at.line, table.at.column, std::string(table.name), {}};
     }
-    SourceLocation location(const TableSchema &table, const DocumentRow &row) const
+    static SourceLocation location(const SourceLocation &of_table, const DocumentRow &row)
     {
-        return {configuration_.file, row.at.line, row.at.column, table.name, row.name};
+        return {of_table, row.at.line, row.at.column, std::string(row.name)};
     }
 
     void note_place(size_t table)
@@ -79,7 +79,7 @@ private:
         if (document_.tables[table].kind == ValueKind::object)
             places_[document_.tables[table].name] = table;
     }
-    DocumentTable *find(const std::string &name)
+    DocumentTable *find(std::string_view name)
     {
         const auto place = places_.find(name);
         return place == places_.end() ? nullptr : &document_.tables[place->second];
@@ -125,7 +125,7 @@ private:
         if (!owner_table)
             return;
         std::vector<DocumentRow> listed;
-        std::set<std::string> known;
+        std::set<std::string_view> known;
         const DocumentTable *member_table = find(members);
         for (const DocumentRow &row : member_table ? member_table->entries : listed)
             known.insert(row.name);
@@ -134,15 +134,14 @@ private:
                 if (field.name != "members")
                     continue;
                 for (const DocumentEntry &member : elements_of(field)) {
-                    const std::string name{trimmed(member.text)};
-                    std::string key = row.name + "|" + name;
-                    if (!name.empty() && known.insert(key).second)
-                        listed.push_back({std::move(key),
-                                          member.value_at,
-                                          ValueKind::object,
-                                          {},
-                                          member.value_at,
-                                          {}});
+                    const std::string_view name = trimmed(member.text);
+                    std::string key = fmt::format("{}|{}", row.name, name);
+                    if (name.empty() || known.count(key) != 0)
+                        continue;
+                    const std::string_view kept = document_.texts.keep(std::move(key));
+                    known.insert(kept);
+                    listed.push_back(
+                        {kept, member.value_at, ValueKind::object, {}, member.value_at, {}});
                 }
             }
         }
@@ -161,7 +160,7 @@ private:
         if (field.kind == ValueKind::list)
             return field.entries;
         std::vector<DocumentEntry> elements;
-        for (const std::string &element : split(field.text, ','))
+        for (const std::string_view element : split(field.text, ','))
             elements.push_back({{}, {}, ValueKind::text, element, field.value_at, {}});
         return elements;
     }
@@ -169,11 +168,12 @@ private:
     /* Interfaces that are not modelled: each is named once, at its first row. */
     void name_interfaces(const TableSchema &table, const DocumentTable &source)
     {
-        std::set<std::string> named;
+        std::set<std::string_view> named;
+        const SourceLocation of_table = location(source);
         for (const DocumentRow &row : source.entries) {
-            const std::string name = split(row.name, '|').front();
+            const std::string_view name = split(row.name, '|').front();
             if (named.insert(name).second)
-                draft_.tell(FindingId::interface_not_modelled, location(table, row),
+                draft_.tell(FindingId::interface_not_modelled, location(of_table, row),
                             printable(name), table.meaning);
         }
     }
@@ -187,7 +187,8 @@ private:
             draft_.leave_out(table.name, location(table));
             return;
         }
-        configuration_.ignored[table.name] += static_cast<uint32_t>(table.entries.size());
+        configuration_.ignored[std::string(table.name)] +=
+            static_cast<uint32_t>(table.entries.size());
         for (const TableSchema &known : tables()) {
             const bool is_meant = spelling(table.name) == spelling(known.name) ||
                                   (!find(known.name) && differ_in_one(table.name, known.name));
@@ -209,17 +210,19 @@ private:
             const TableSchema *const table = find_table(source.name);
             if (!table || table->key[0] == KeyPart::any)
                 continue;
+            const SourceLocation of_table = location(source);
             for (const DocumentRow &row : source.entries) {
-                for (const std::string &part : split(row.name, '|')) {
+                for (const std::string_view part : split(row.name, '|')) {
                     auto name = parse_interface_name(part);
-                    const std::string whole =
-                        name && name->kind == InterfaceKind::sub_interface ? name->parent : part;
+                    const std::string whole = name && name->kind == InterfaceKind::sub_interface
+                                                  ? name->parent
+                                                  : std::string(part);
                     name = parse_interface_name(whole);
                     if (!name || name->kind != InterfaceKind::port)
                         continue;
                     DesiredPort port;
                     port.admin_up = true;
-                    port.location = location(*table, row);
+                    port.location = location(of_table, row);
                     ports.emplace(whole, std::move(port));
                 }
             }
@@ -240,19 +243,22 @@ private:
             defaults.push_back(declared.fallback ? *parse_field(declared, declared.fallback)
                                                  : FieldValue{});
         const std::vector<FieldValue> none(address_fields().size());
+        std::vector<const DocumentRow *> own, with_address;
+        for (const DocumentRow &row : source.entries) {
+            const auto bars = std::count(row.name.begin(), row.name.end(), '|');
+            (static_cast<size_t>(bars) < table.key.size() ? own : with_address).push_back(&row);
+        }
+        const SourceLocation of_table = location(source);
 
         /* An interface's own row first; address rows add to it. */
-        for (const bool with_address : {false, true}) {
-            std::vector<std::pair<std::string, SourceLocation>> unsound;
-            for (const DocumentRow &source_row : source.entries) {
-                const auto bars = static_cast<size_t>(
-                    std::count(source_row.name.begin(), source_row.name.end(), '|'));
-                if ((bars >= table.key.size()) != with_address)
-                    continue;
-                Row row(table, location(table, source_row));
-                const bool has_key = take_key(row, source_row);
+        Row row(table);
+        for (const auto *rows : {&own, &with_address}) {
+            std::vector<std::pair<std::string_view, SourceLocation>> unsound;
+            for (const DocumentRow *source_row : *rows) {
+                row.location = location(of_table, *source_row);
+                const bool has_key = take_key(row, *source_row);
                 row.values = row.is_address_row ? none : defaults;
-                if (has_key && take_fields(row, source_row))
+                if (has_key && take_fields(row, *source_row))
                     table.read(draft_, row);
                 else
                     unsound.emplace_back(trimmed(row.name()), row.location);
@@ -271,8 +277,9 @@ private:
         if (row.parts.size() != parts && !row.is_address_row)
             return tell_key(row, FindingId::key_form, in_quotes(source.name), key_form(table));
         for (size_t i = 0; i < parts; ++i) {
-            const std::string &part = row.parts[i];
-            if (!has_form(table.key[i], part)) {
+            const std::string_view part = row.parts[i];
+            std::optional<InterfaceName> interface = parse_interface_name(part);
+            if (!has_form(table.key[i], part, interface)) {
                 const TableSchema *const other = where_it_belongs(table, part);
                 return other
                            ? draft_.tell(FindingId::key_of_another_table, row.location,
@@ -280,12 +287,14 @@ private:
                            : tell_key(row, FindingId::key_part, in_quotes(part),
                                       expected(table.key[i]));
             }
-            const bool is_interface = parse_interface_name(part).has_value();
-            if (is_interface && part.size() > most_name_characters &&
-                long_names_.insert(part).second)
+            if (interface && part.size() > most_name_characters && long_names_.insert(part).second)
                 draft_.tell(FindingId::long_name, row.location, part, most_name_characters);
+            if (i == 0)
+                row.interface = std::move(interface);
         }
-        if (row.is_address_row && !parse_address(row.address()))
+        if (row.is_address_row)
+            row.ip = parse_address(row.address());
+        if (row.is_address_row && !row.ip)
             return draft_.tell(FindingId::address_form, row.location, in_quotes(row.address()));
         return true;
     }
@@ -305,10 +314,12 @@ private:
             return draft_.tell(FindingId::no_object_of_fields, row.location, to_text(source.kind));
         bool sound = true;
         for (const DocumentField &field : source.entries) {
-            const std::string name = spelling(field.name);
-            if (const TableField *declared = find_field(row.fields(), field.name))
+            if (const TableField *declared = find_field(row.fields(), field.name)) {
                 sound &= take_field(row, *declared, field);
-            else if (const TableField *meant = find_field(row.fields(), name))
+                continue;
+            }
+            const std::string name = spelling(field.name);
+            if (const TableField *meant = find_field(row.fields(), name))
                 draft_.tell(FindingId::unknown_field, moved(row.location, field.at),
                             in_quotes(field.name), meant->name);
             else if (row.is_address_row && find_field(row.table.fields, name))
@@ -319,7 +330,7 @@ private:
     }
 
     static const TableField *find_field(const std::vector<TableField> &fields,
-                                        const std::string &name)
+                                        std::string_view name)
     {
         for (const TableField &field : fields)
             if (name == field.name)
@@ -355,8 +366,8 @@ private:
                 return !is_applied;
             }
         }
-        auto value =
-            parse_field(declared, is_list ? joined(field) : std::string(trimmed(field.text)));
+        auto value = parse_field(declared, is_list ? document_.texts.keep(joined(field))
+                                                   : trimmed(field.text));
         if (!value) {
             draft_.tell(is_applied ? FindingId::value : FindingId::unused_value, where,
                         declared.name, in_quotes(field.text), expected(declared));
@@ -368,7 +379,7 @@ private:
         if (declared.type == FieldType::group_mac && is_multicast(value->mac))
             draft_.tell(FindingId::multicast_mac, where, declared.name, value->text);
         value->at = field.value_at;
-        row.values[static_cast<size_t>(&declared - row.fields().data())] = std::move(*value);
+        row.values[static_cast<size_t>(&declared - row.fields().data())] = *value;
         return true;
     }
 
@@ -376,15 +387,15 @@ private:
     {
         std::string text;
         for (const DocumentEntry &element : list.entries)
-            text += element.text + ',';
+            text.append(element.text) += ',';
         return text;
     }
 
     Configuration &configuration_;
     Document document_;
-    std::unordered_map<std::string, size_t> places_; /* of the tables that are objects */
+    std::unordered_map<std::string_view, size_t> places_; /* of the tables that are objects */
     Draft draft_;
-    std::set<std::string> long_names_;
+    std::set<std::string_view> long_names_;
 };
 
 } // namespace

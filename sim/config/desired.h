@@ -2,9 +2,11 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "sim/types/columns.h"
@@ -13,27 +15,49 @@
 /* What a configuration wants of the switch, by name, with defaults filled in. */
 namespace kvnsim {
 
-/* A place in a configuration. */
-struct SourceLocation {
+/* A place in a configuration. Copies share the names of its row. */
+class SourceLocation {
+public:
+    SourceLocation() = default;
+    SourceLocation(std::string file, uint32_t line, uint32_t column, std::string table,
+                   std::string key);
+    /* The same, in the table of another location: with its file, too. */
+    SourceLocation(const SourceLocation &table, uint32_t line, uint32_t column, std::string key);
+
+    uint32_t line = 0, column = 0; /* 1-based; 0 where there are none, as in a database */
+
     /* As given on the command line, "-" for standard input; of a running configuration database its
      * URL, without a password. */
-    std::string file;
-    uint32_t line = 0, column = 0; /* 1-based; 0 where there are none, as in a database */
-    std::string table, key;        /* "INTERFACE", "Ethernet0|10.0.0.1/31" */
-    std::string row() const { return key.empty() ? table : table + "|" + key; }
+    const std::string &file() const { return row_ ? row_->table->file : none(); }
+    const std::string &table() const { return row_ ? row_->table->name : none(); } /* "INTERFACE" */
+    const std::string &key() const
+    {
+        return row_ ? row_->key : none();
+    } /* "Ethernet0|10.0.0.1/31" */
+    static constexpr std::string_view column_names = "file, line, column, table, key";
+
+    std::string row() const { return key().empty() ? table() : table() + "|" + key(); }
     std::string to_text() const; /* "leaf.json:12:5: INTERFACE|Ethernet0"; without line and column
                                     "redis://127.0.0.1:6379/4: INTERFACE|Ethernet0" */
-    COLUMNS(file, line, column, table, key)
-    friend bool operator==(const SourceLocation &a, const SourceLocation &b)
-    {
-        return same_row(a, b);
-    }
+    friend bool operator==(const SourceLocation &a, const SourceLocation &b);
+
+private:
+    struct Table {
+        std::string file, name;
+    };
+    struct Row {
+        std::shared_ptr<const Table> table;
+        std::string key;
+    };
+    static const std::string &none();
+
+    std::shared_ptr<const Row> row_;
 };
 
 /* Natural order of interface names: Ethernet2 before Ethernet10. */
 struct NaturalOrder {
     using is_transparent = void;
-    bool operator()(const std::string &a, const std::string &b) const;
+    bool operator()(std::string_view a, std::string_view b) const;
 };
 template <class T> using ByName = std::map<std::string, T, NaturalOrder>;
 

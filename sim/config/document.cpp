@@ -4,7 +4,7 @@
 #include "sim/config/document.h"
 
 #include <fmt/format.h>
-#include <rapidjson/memorystream.h>
+#include <rapidjson/stream.h>
 
 #include <algorithm>
 #include <map>
@@ -51,19 +51,15 @@ private:
     Position at_;
 };
 
-bool is_blank(char c)
-{
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
-}
-
 /* Takes the parser's events. Tables, rows, fields and the elements of lists are kept; what is
  * deeper is passed over. */
 class Builder {
 public:
     using Ch = char;
 
-    Builder(const std::string &text, const rapidjson::MemoryStream &stream, size_t start)
-        : text_(text), stream_(stream), token_end_(start), position_(text, start)
+    /* Of a text from its start on, which the stream decodes in place. */
+    Builder(const std::string &text, rapidjson::InsituStringStream &stream, size_t start)
+        : stream_(stream), position_(text, start)
     {}
 
     DocumentEntry root;
@@ -73,15 +69,19 @@ public:
     size_t level() const { return open_.size(); }
 
     // NOLINTBEGIN(readability-identifier-naming): the parser names its events.
-    bool Null() { return value(ValueKind::null, {}); }
-    bool Bool(bool b) { return value(ValueKind::boolean, b ? "true" : "false"); }
+    bool Null() { return word(ValueKind::null, "null", {}); }
+    bool Bool(bool b)
+    {
+        const std::string_view text = b ? "true" : "false";
+        return word(ValueKind::boolean, text, text);
+    }
     bool RawNumber(const char *s, rapidjson::SizeType length, bool)
     {
-        return value(ValueKind::number, {s, length});
+        return value(ValueKind::number, offset_of(s), {s, length});
     }
     bool String(const char *s, rapidjson::SizeType length, bool)
     {
-        return value(ValueKind::text, {s, length});
+        return value(ValueKind::text, offset_of(s) - 1, {s, length});
     }
     /* Numbers come as text. */
     bool Int(int) { return false; }
@@ -92,11 +92,10 @@ public:
 
     bool Key(const char *s, rapidjson::SizeType length, bool)
     {
-        const Position at = token_start(false);
         if (passed_over_ == 0) {
             DocumentEntry &entry = open_.back()->entries.emplace_back();
-            entry.name.assign(s, length);
-            entry.at = at;
+            entry.name = {s, length};
+            entry.at = position_.move_to(offset_of(s) - 1);
         }
         return true;
     }
@@ -110,9 +109,18 @@ public:
 private:
     static constexpr size_t most_kept = 4; /* the root, tables, rows, fields */
 
+    /* Of a string the place after its quotes. */
+    size_t offset_of(const char *s) const { return static_cast<size_t>(s - stream_.head_); }
+
+    /* The parser reports a word after reading it, a bracket before. */
+    bool word(ValueKind kind, std::string_view word, std::string_view text)
+    {
+        return value(kind, stream_.Tell() - word.size(), text);
+    }
+
     bool opens(ValueKind kind)
     {
-        value(kind, {});
+        value(kind, stream_.Tell(), {});
         if (passed_over_ > 0 || open_.size() == most_kept)
             ++passed_over_;
         else
@@ -123,7 +131,6 @@ private:
 
     bool closes()
     {
-        token_start(true);
         if (passed_over_ > 0)
             --passed_over_;
         else
@@ -131,20 +138,8 @@ private:
         return true;
     }
 
-    /* The parser reports a string, number or word after reading it, a bracket before. In either
-     * case the token begins after the previous one. */
-    Position token_start(bool is_bracket)
+    bool value(ValueKind kind, size_t offset, std::string_view text)
     {
-        while (is_blank(text_[token_end_]) || text_[token_end_] == ',' || text_[token_end_] == ':')
-            ++token_end_;
-        const Position at = position_.move_to(token_end_);
-        token_end_ = is_bracket ? token_end_ + 1 : stream_.Tell();
-        return at;
-    }
-
-    bool value(ValueKind kind, std::string_view text)
-    {
-        const Position at = token_start(kind == ValueKind::object || kind == ValueKind::list);
         if (passed_over_ > 0)
             return true;
         if (open_.empty())
@@ -155,13 +150,11 @@ private:
             last_ = &open_.back()->entries.back();
         last_->kind = kind;
         last_->text = text;
-        last_->value_at = at;
+        last_->value_at = position_.move_to(offset);
         return true;
     }
 
-    const std::string &text_;
-    const rapidjson::MemoryStream &stream_;
-    size_t token_end_;
+    rapidjson::InsituStringStream &stream_;
     PositionFinder position_;
     std::vector<DocumentEntry *> open_; /* each is the last entry of the one before */
     DocumentEntry *last_ = nullptr;     /* whose value was read last */
@@ -212,7 +205,7 @@ std::string explain(rapidjson::ParseErrorCode code, const std::string &text, siz
 {
     const char found = offset < text.size() ? text[offset] : '\0';
     size_t before = offset;
-    while (before > 0 && is_blank(text[before - 1]))
+    while (before > 0 && is_space(text[before - 1]))
         --before;
     if ((found == '}' || found == ']') && before > 0 && text[before - 1] == ',')
         return fmt::format("there is a comma before '{}': expected none after the last entry",
@@ -233,30 +226,41 @@ std::string explain(rapidjson::ParseErrorCode code, const std::string &text, siz
 }
 
 /* "INTERFACE|Ethernet0|10.0.0.0/31" as table and key; empty for a table's name. */
-std::optional<std::pair<std::string, std::string>> split_flat_name(const std::string &name)
+std::optional<std::pair<std::string_view, std::string_view>> split_flat_name(std::string_view name)
 {
     const size_t bar = name.find('|');
     if (bar == name.npos)
         return {};
-    return std::make_pair(std::string(trimmed(std::string_view(name).substr(0, bar))),
-                          name.substr(bar + 1));
+    return std::make_pair(trimmed(name.substr(0, bar)), name.substr(bar + 1));
 }
 
 Finding syntax_error(const std::string &file, const std::string &text, size_t start, size_t offset,
                      std::string message, const Builder &builder)
 {
-    SourceLocation location = location_of(file, PositionFinder(text, start).move_to(offset));
+    const Position at = PositionFinder(text, start).move_to(offset);
+    std::string_view table, key;
     if (builder.level() >= 2) {
-        const DocumentEntry &table = builder.root.entries.back();
-        if (const auto flat = split_flat_name(table.name)) {
-            std::tie(location.table, location.key) = *flat;
+        const DocumentEntry &entry = builder.root.entries.back();
+        if (const auto flat = split_flat_name(entry.name)) {
+            std::tie(table, key) = *flat;
         } else {
-            location.table = table.name;
-            if (builder.level() >= 3 && !table.entries.empty())
-                location.key = table.entries.back().name;
+            table = entry.name;
+            if (builder.level() >= 3 && !entry.entries.empty())
+                key = entry.entries.back().name;
         }
     }
-    return make_finding(FindingId::syntax, std::move(location), {std::move(message)});
+    return make_finding(FindingId::syntax,
+                        {file, at.line, at.column, std::string(table), std::string(key)},
+                        {std::move(message)});
+}
+
+bool all_differ(const std::vector<DocumentEntry> &entries)
+{
+    for (auto entry = entries.begin(); entry != entries.end(); ++entry)
+        if (std::any_of(entries.begin(), entry,
+                        [&](const DocumentEntry &earlier) { return earlier.name == entry->name; }))
+            return false;
+    return true;
 }
 
 /* Calls repeats(last, earlier) for every entry that a later one of its name replaces, then erases
@@ -264,7 +268,10 @@ Finding syntax_error(const std::string &file, const std::string &text, size_t st
 template <class Repeats>
 void erase_repeated(std::vector<DocumentEntry> &entries, const Repeats &repeats)
 {
-    std::unordered_map<std::string_view, size_t> last;
+    constexpr size_t few = 8; /* compared with one another: faster than looking them up */
+    if (entries.size() <= few && all_differ(entries))
+        return;
+    std::unordered_map<std::string_view, size_t> last(entries.size());
     for (size_t i = 0; i < entries.size(); ++i)
         last[entries[i].name] = i;
     if (last.size() == entries.size())
@@ -295,11 +302,10 @@ void read_flat_fields(DocumentRow &row)
         field.name = trimmed(field.name);
         if (field.name.size() < 2 || field.name.back() != '@' || field.kind != ValueKind::text)
             continue;
-        field.name.pop_back();
+        field.name.remove_suffix(1);
         field.kind = ValueKind::list;
-        for (std::string &element : split(std::exchange(field.text, {}), ','))
-            field.entries.push_back(
-                {{}, {}, ValueKind::text, std::move(element), field.value_at, {}});
+        for (const std::string_view element : split(std::exchange(field.text, {}), ','))
+            field.entries.push_back({{}, {}, ValueKind::text, element, field.value_at, {}});
     }
 }
 
@@ -336,12 +342,12 @@ public:
     }
 
 private:
-    void report(FindingId id, std::initializer_list<std::string> values, const std::string &table,
-                const std::string &key, Position last, Position earlier)
+    void report(FindingId id, std::initializer_list<std::string> values, std::string_view table,
+                std::string_view key, Position last, Position earlier)
     {
         if (!is_read_(table))
             return;
-        const SourceLocation at{file_, 0, 0, table, key};
+        const SourceLocation at{file_, 0, 0, std::string(table), std::string(key)};
         findings_.push_back(make_finding(id, moved(at, last), values, moved(at, earlier)));
     }
 
@@ -356,8 +362,12 @@ bool stands_before(const DocumentEntry &a, const DocumentEntry &b)
 }
 
 /* The tables of both forms, with names as they are looked up. */
-std::vector<DocumentTable> fold(std::vector<DocumentEntry> entries, Repetitions &repetitions)
+std::vector<DocumentTable> fold(std::vector<DocumentEntry> entries, KeptTexts &texts,
+                                Repetitions &repetitions)
 {
+    const auto key_of = [&](std::string_view name) -> std::string_view {
+        return has_blanks(name) ? texts.keep(without_blanks_beside_bars(name)) : name;
+    };
     std::vector<DocumentTable> tables, flat_rows;
     for (DocumentEntry &entry : entries) {
         if (entry.name.find('|') != entry.name.npos) {
@@ -366,11 +376,11 @@ std::vector<DocumentTable> fold(std::vector<DocumentEntry> entries, Repetitions 
         }
         entry.name = trimmed(entry.name);
         for (DocumentRow &row : entry.entries)
-            row.name = without_blanks_beside_bars(row.name);
+            row.name = key_of(row.name);
         tables.push_back(std::move(entry));
     }
     repetitions.remove_from(tables);
-    std::unordered_map<std::string, size_t> place;
+    std::unordered_map<std::string_view, size_t> place;
     for (size_t i = 0; i < tables.size(); ++i)
         place[tables[i].name] = i;
     for (DocumentRow &row : flat_rows) {
@@ -378,7 +388,7 @@ std::vector<DocumentTable> fold(std::vector<DocumentEntry> entries, Repetitions 
         const auto [at, is_new] = place.try_emplace(table, tables.size());
         if (is_new)
             tables.push_back({table, row.at, ValueKind::object, {}, row.value_at, {}});
-        row.name = without_blanks_beside_bars(key);
+        row.name = key_of(key);
         tables[at->second].entries.push_back(std::move(row));
     }
     for (DocumentTable &table : tables) {
@@ -404,14 +414,20 @@ Document make_document(const std::string &file, std::vector<DocumentEntry> entri
                        std::vector<Finding> &findings)
 {
     Repetitions repetitions(file, is_read, findings);
-    return {fold(std::move(entries), repetitions), true, nowhere};
+    KeptTexts texts;
+    std::vector<DocumentTable> tables = fold(std::move(entries), texts, repetitions);
+    return {std::move(tables), true, nowhere, std::move(texts)};
 }
 
 Document read_document(const std::string &file, const std::string &text, IsRead is_read,
                        std::vector<Finding> &findings)
 {
     const size_t start = starts_with(text, byte_order_mark) ? byte_order_mark.size() : 0;
-    rapidjson::MemoryStream stream(text.data(), text.size());
+    KeptTexts texts;
+    /* The parser takes characters whole: where the text ends within one, from behind its end. */
+    constexpr size_t longest_character = 4;
+    rapidjson::InsituStringStream stream(
+        texts.keep(text + std::string(longest_character, '\0')).data());
     while (stream.Tell() < start)
         stream.Take();
     Builder builder(text, stream, start);
@@ -424,7 +440,7 @@ Document read_document(const std::string &file, const std::string &text, IsRead 
     }
 
     /* Without recursion: the file may nest to any depth. */
-    constexpr unsigned flags = rapidjson::kParseIterativeFlag |
+    constexpr unsigned flags = rapidjson::kParseIterativeFlag | rapidjson::kParseInsituFlag |
                                rapidjson::kParseValidateEncodingFlag |
                                rapidjson::kParseNumbersAsStringsFlag;
     rapid::Reader reader;
@@ -436,7 +452,7 @@ Document read_document(const std::string &file, const std::string &text, IsRead 
                                   : explain(result.Code(), text, result.Offset());
         findings.push_back(
             syntax_error(file, text, start, result.Offset(), std::move(message), builder));
-        fold(std::move(builder.root.entries), repetitions);
+        fold(std::move(builder.root.entries), texts, repetitions);
         return {};
     }
     if (builder.root.kind != ValueKind::object) {
@@ -445,7 +461,8 @@ Document read_document(const std::string &file, const std::string &text, IsRead 
                                         {to_text(builder.root.kind)}));
         return {};
     }
-    return {fold(std::move(builder.root.entries), repetitions), true, {}};
+    std::vector<DocumentTable> tables = fold(std::move(builder.root.entries), texts, repetitions);
+    return {std::move(tables), true, {}, std::move(texts)};
 }
 
 } // namespace kvnsim

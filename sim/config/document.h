@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "sim/config/desired.h"
@@ -27,12 +30,25 @@ inline SourceLocation moved(SourceLocation location, Position to)
 enum class ValueKind : uint8_t { text, number, boolean, null, list, object };
 const char *to_text(ValueKind kind); /* "a string", "a number", ... */
 
-/* A name with its value: a table, a row or a field; an element of a list has no name. */
+/* Texts that stay where they are, also when all of them are moved. */
+class KeptTexts {
+public:
+    KeptTexts() = default;
+    KeptTexts(KeptTexts &&) = default;
+    KeptTexts &operator=(KeptTexts &&) = default;
+    std::string &keep(std::string text) { return texts_.emplace_back(std::move(text)); }
+
+private:
+    std::deque<std::string> texts_;
+};
+
+/* A name with its value: a table, a row or a field; an element of a list has no name. Names and
+ * texts are parts of what their document keeps, or of what it was made of. */
 struct DocumentEntry {
-    std::string name;
+    std::string_view name;
     Position at;
     ValueKind kind = ValueKind::null;
-    std::string text; /* of a string, number or boolean */
+    std::string_view text; /* of a string, number or boolean */
     Position value_at;
     std::vector<DocumentEntry> entries; /* of an object or list */
 };
@@ -45,10 +61,11 @@ struct Document {
     std::vector<DocumentTable> tables;
     bool is_object = false; /* false: a syntax error or another value; no tables */
     Position at;
+    KeptTexts texts;
 };
 
 /* Whether duplicates in a table matter. */
-using IsRead = bool (*)(const std::string &table);
+using IsRead = bool (*)(std::string_view table);
 
 /* Parse text, in the nested form {"PORT": {"Ethernet0": {...}}} or in the flat one of a database's
  * dump, {"PORT|Ethernet0": {...}}, which may be mixed. Formal errors go to findings: at most one
@@ -57,7 +74,8 @@ using IsRead = bool (*)(const std::string &table);
 Document read_document(const std::string &file, const std::string &text, IsRead is_read,
                        std::vector<Finding> &findings);
 
-/* The same of entries that are parsed already; those of a database are in the flat form. */
+/* The same of entries that are parsed already; those of a database are in the flat form. What their
+ * names and texts are parts of must outlive the document. */
 Document make_document(const std::string &file, std::vector<DocumentEntry> entries, IsRead is_read,
                        std::vector<Finding> &findings);
 

@@ -35,11 +35,15 @@ bool is_in(std::string_view word, std::initializer_list<std::string_view> words)
     return std::find(words.begin(), words.end(), word) != words.end();
 }
 
+char to_lower(char c)
+{
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+}
+
 std::string lower_case(std::string_view text)
 {
     std::string lower{text};
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::transform(lower.begin(), lower.end(), lower.begin(), to_lower);
     return lower;
 }
 
@@ -245,16 +249,16 @@ std::optional<Address> parse_address(std::string_view text)
 {
     const size_t slash = text.find('/');
     const std::string host{text.substr(0, slash)};
+    const bool ipv6 = host.find(':') != host.npos;
     if (host.find('\0') != host.npos)
         return {};
 
     Address address;
+    address.ipv6 = ipv6;
     address.has_prefix_length = slash != text.npos;
-    if (inet_pton(AF_INET6, host.c_str(), address.bytes.data()) == 1)
-        address.ipv6 = true;
-    else if (inet_pton(AF_INET, host.c_str(), address.bytes.data()) != 1)
+    if (inet_pton(ipv6 ? AF_INET6 : AF_INET, host.c_str(), address.bytes.data()) != 1)
         return {};
-    address.prefix_length = address.ipv6 ? 128 : 32;
+    address.prefix_length = ipv6 ? 128 : 32;
     if (!address.has_prefix_length)
         return address;
     const auto given = parse_number(text.substr(slash + 1), 0, address.prefix_length);
@@ -294,13 +298,17 @@ std::optional<bool> parse_boolean(std::string_view text)
 
 std::string_view trimmed(std::string_view text)
 {
-    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-    return text.substr(0, text.find_last_not_of(blanks) + 1);
+    while (!text.empty() && is_space(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && is_space(text.back()))
+        text.remove_suffix(1);
+    return text;
 }
 
-std::vector<std::string> split(const std::string &text, char separator)
+std::vector<std::string_view> split(std::string_view text, char separator)
 {
-    std::vector<std::string> parts;
+    std::vector<std::string_view> parts;
+    parts.reserve(1 + static_cast<size_t>(std::count(text.begin(), text.end(), separator)));
     size_t begin = 0;
     for (size_t end; (end = text.find(separator, begin)) != text.npos; begin = end + 1)
         parts.push_back(text.substr(begin, end - begin));
@@ -314,12 +322,18 @@ bool is_flat_name(const std::string &name)
     return bar != name.npos && bar > 0 && bar + 1 < name.size();
 }
 
-std::string without_blanks_beside_bars(const std::string &key)
+bool has_blanks(std::string_view text)
 {
-    if (key.find_first_of(blanks) == key.npos)
-        return key;
+    for (const char each : text)
+        if (is_space(each))
+            return true;
+    return false;
+}
+
+std::string without_blanks_beside_bars(std::string_view key)
+{
     std::string without;
-    for (const std::string &part : split(key, '|'))
+    for (const std::string_view part : split(key, '|'))
         without.append(trimmed(part)) += '|';
     without.pop_back();
     return without;
@@ -328,6 +342,14 @@ std::string without_blanks_beside_bars(const std::string &key)
 std::string spelling(std::string_view text)
 {
     return lower_case(trimmed(text));
+}
+
+bool same_spelling(std::string_view a, std::string_view b)
+{
+    a = trimmed(a);
+    b = trimmed(b);
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y) { return to_lower(x) == to_lower(y); });
 }
 
 std::string printable(std::string_view text, size_t most_characters)

@@ -90,17 +90,23 @@ bool is_link_local(const Address &address); /* IPv6 */
 /* enable, enabled, true, yes, on and their opposites, in upper or lower case. */
 std::optional<bool> parse_boolean(std::string_view text);
 
-/* "Vlan10|Ethernet0" gives both names, for '|'. */
-std::vector<std::string> split(const std::string &text, char separator);
+/* "Vlan10|Ethernet0" gives both names, for '|': parts of the text. */
+std::vector<std::string_view> split(std::string_view text, char separator);
 /* Whether it is of the form TABLE|key. */
 bool is_flat_name(const std::string &name);
-std::string without_blanks_beside_bars(const std::string &key);
+std::string without_blanks_beside_bars(std::string_view key);
 
 constexpr const char *blanks = " \t\n\v\f\r";
+bool has_blanks(std::string_view text);
+constexpr bool is_space(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
 /* Without blanks at both ends. */
 std::string_view trimmed(std::string_view text);
 /* The same in lower case, to recognise a misspelt name. */
 std::string spelling(std::string_view text);
+bool same_spelling(std::string_view a, std::string_view b);
 
 /* The text as visible() shows it, cut to a message's length. */
 constexpr size_t most_printed = 80;

@@ -140,7 +140,7 @@ Configuration read_configuration(const std::string &name, const RunningRows &row
     const SourceLocation whole{name, 0, 0, {}, {}};
     std::vector<Finding> findings;
     bool is_understood = !rows.rows.empty();
-    std::map<std::string, const Fields *, NaturalOrder> sorted;
+    std::map<std::string_view, const Fields *, NaturalOrder> sorted;
     uint64_t other_keys = rows.other_keys;
     for (const auto &[key, fields] : rows.rows) {
         if (!is_flat_name(key)) {

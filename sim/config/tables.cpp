@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cstring>
 #include <functional>
+#include <iterator>
 #include <set>
 #include <tuple>
 
@@ -18,7 +18,7 @@ constexpr const char *untagged = "untagged";
 /* The object that a row refers to; nullptr, with a finding, if it is missing. */
 template <class Object>
 Object *referred(Draft &draft, const Row &row, ByName<Object> &objects, const char *table,
-                 const std::string &name, FindingId missing = FindingId::no_row)
+                 std::string_view name, FindingId missing = FindingId::no_row)
 {
     if (const auto found = objects.find(name); found != objects.end())
         return &found->second;
@@ -29,10 +29,10 @@ Object *referred(Draft &draft, const Row &row, ByName<Object> &objects, const ch
     return nullptr;
 }
 
-void add_virtual_mac(Draft &draft, const Row &row, const std::string &interface, const Mac &mac)
+void add_virtual_mac(Draft &draft, const Row &row, std::string_view interface, const Mac &mac)
 {
     const auto [there, is_new] =
-        draft.desired.virtual_macs.try_emplace({interface, mac}, row.location);
+        draft.desired.virtual_macs.try_emplace({std::string(interface), mac}, row.location);
     if (!is_new)
         draft.tell(FindingId::virtual_mac_twice, {row.location, there->second}, interface,
                    to_text(mac));
@@ -90,15 +90,16 @@ void read_port(Draft &draft, const Row &row)
         draft.port_indexes.emplace(row.name(), row.number("index"));
     if (!row.given("lanes"))
         draft.ports_without_lanes.push_back(row.location);
-    std::map<std::string, std::vector<std::string>> shared; /* port -> lanes that it has, too */
-    for (const std::string &lane : row.elements("lanes")) {
+    std::map<std::string_view, std::vector<std::string_view>>
+        shared; /* port -> lanes that it has, too */
+    for (const std::string_view lane : row.elements("lanes")) {
         const auto [there, is_new] = draft.lanes.try_emplace(lane, row.name());
         if (!is_new && there->second != row.name())
             shared[there->second].push_back(lane);
     }
     for (const auto &[other, lanes] : shared)
         draft.tell(FindingId::lane_twice,
-                   {row.location_of("lanes"), draft.desired.ports.at(other).location},
+                   {row.location_of("lanes"), draft.desired.ports.find(other)->second.location},
                    fmt::format("lane{} {}", lanes.size() == 1 ? "" : "s",
                                printable(fmt::format("{}", fmt::join(lanes, ", ")))),
                    other);
@@ -106,15 +107,15 @@ void read_port(Draft &draft, const Row &row)
 
 void read_port_channel(Draft &draft, const Row &row)
 {
-    const uint32_t number = parse_interface_name(row.name())->number;
+    const uint32_t number = row.interface->number;
     const auto [there, is_new] = draft.channel_numbers.try_emplace(number, row.location);
     if (!is_new) {
         draft.tell(FindingId::channel_number_used, {row.location, there->second}, number,
-                   there->second.key);
+                   there->second.key());
         draft.leave_out(row.table.name, row.name(), row.location);
         return;
     }
-    DesiredPortChannel &channel = draft.desired.port_channels[row.name()];
+    DesiredPortChannel &channel = draft.desired.port_channels[std::string(row.name())];
     channel.number = number;
     channel.mtu = static_cast<uint16_t>(row.number("mtu"));
     channel.admin_up = row.flag("admin_status");
@@ -123,7 +124,7 @@ void read_port_channel(Draft &draft, const Row &row)
 
 void read_port_channel_member(Draft &draft, const Row &row)
 {
-    const std::string &port = row.parts[1];
+    const std::string_view port = row.parts[1];
     DesiredPortChannel *channel =
         referred(draft, row, draft.desired.port_channels, "PORTCHANNEL", row.name());
     if (!channel ||
@@ -138,11 +139,11 @@ void read_port_channel_member(Draft &draft, const Row &row)
 
 void read_vlan(Draft &draft, const Row &row)
 {
-    const uint32_t number = parse_interface_name(row.name())->number;
+    const uint32_t number = row.interface->number;
     if (row.given("vlanid") && row.number("vlanid") != number)
         draft.tell(FindingId::value_unlike_key, row.location_of("vlanid"), "vlanid",
                    row.text("vlanid"), number);
-    DesiredVlan &vlan = draft.desired.vlans[row.name()];
+    DesiredVlan &vlan = draft.desired.vlans[std::string(row.name())];
     vlan.vlan = number;
     vlan.mtu = static_cast<uint16_t>(row.number("mtu"));
     vlan.location = row.location;
@@ -150,7 +151,7 @@ void read_vlan(Draft &draft, const Row &row)
 
 void read_vlan_member(Draft &draft, const Row &row)
 {
-    const std::string &member = row.parts[1];
+    const std::string_view member = row.parts[1];
     DesiredVlan *vlan =
         referred(draft, row, draft.desired.vlans, "VLAN", row.name(), FindingId::left_out_no_row);
     if (!vlan)
@@ -176,7 +177,7 @@ void read_vlan_member(Draft &draft, const Row &row)
 /* ---- Routed interfaces ---- */
 
 /* A routed interface does not take part in a VLAN. */
-void warn_of_vlan(Draft &draft, const Row &row, const std::string &routed)
+void warn_of_vlan(Draft &draft, const Row &row, std::string_view routed)
 {
     if (const auto bridged = draft.bridged.find(routed); bridged != draft.bridged.end())
         draft.tell(FindingId::routed_member, {row.location, bridged->second}, routed);
@@ -184,25 +185,25 @@ void warn_of_vlan(Draft &draft, const Row &row, const std::string &routed)
 
 void add_address(Draft &draft, const Row &row, L3Settings &l3)
 {
-    const Address address = *parse_address(row.address());
+    const Address &address = *row.ip;
     if (const char *unusable = unusable_class(address))
         draft.tell(FindingId::unusable_address, row.location, row.address(), unusable);
     const char *const family = address.ipv6 ? "IPv6" : "IPv4";
     if (row.given("family") && row.text("family") != family)
         draft.tell(FindingId::value_unlike_key, row.location_of("family"), "family",
                    row.text("family"), family);
-    draft.add_address(row, address, l3.vrf);
+    draft.add_address(row, l3.vrf);
     if (!address.has_prefix_length)
         draft.tell(FindingId::no_prefix_length, row.location, row.address());
     (address.ipv6 ? l3.ipv6 : l3.ipv4) = true;
-    l3.addresses.push_back(row.address());
+    l3.addresses.emplace_back(row.address());
 }
 
 void set_l3(Draft &draft, const Row &row, L3Settings &l3)
 {
     l3.ipv6 = row.flag("ipv6_use_link_local_only");
     l3.nat_zone = row.number("nat_zone");
-    const std::string &vrf = row.text("vrf_name");
+    const std::string vrf{row.text("vrf_name")};
     if (vrf == "default")
         return;
     l3.vrf = vrf;
@@ -219,11 +220,12 @@ void check_vnet(Draft &draft, const Row &row)
         draft.tell(FindingId::no_vnet, row.location_of("vnet_name"), row.text("vnet_name"));
 }
 
-/* Common to the rows of all routed interfaces: l3 is nullptr if the interface does not exist yet;
- * create makes it, or returns nullptr with a finding. */
-template <class Create>
-void read_l3_row(Draft &draft, const Row &row, L3Settings *l3, Create &&create)
+/* Common to the rows of all routed interfaces: create makes the interface if it does not exist yet,
+ * or returns nullptr with a finding. */
+template <class Create> void read_l3_row(Draft &draft, const Row &row, Create &&create)
 {
+    const auto known = draft.l3_settings.find(row.name());
+    L3Settings *l3 = known == draft.l3_settings.end() ? nullptr : known->second;
     if (!l3) {
         if (draft.left_out(row.table.name, row.name()))
             return;
@@ -232,6 +234,7 @@ void read_l3_row(Draft &draft, const Row &row, L3Settings *l3, Create &&create)
             draft.leave_out(row.table.name, row.name(), row.location);
             return;
         }
+        draft.l3_settings.emplace(row.name(), l3);
         if (row.is_address_row)
             draft.tell(FindingId::no_row_of_its_own, row.location, row.name(),
                        fmt::format("{}|{}", row.table.name, row.name()));
@@ -244,12 +247,6 @@ void read_l3_row(Draft &draft, const Row &row, L3Settings *l3, Create &&create)
     }
 }
 
-template <class Object> L3Settings *find_l3(ByName<Object> &objects, const std::string &name)
-{
-    const auto found = objects.find(name);
-    return found == objects.end() ? nullptr : &found->second.l3;
-}
-
 void read_interface(Draft &draft, const Row &row)
 {
     Desired &desired = draft.desired;
@@ -257,18 +254,16 @@ void read_interface(Draft &draft, const Row &row)
         if (!referred(draft, row, desired.ports, "PORT", row.name()))
             return nullptr;
         warn_of_vlan(draft, row, row.name());
-        DesiredRoutedPort &port = desired.routed_ports[row.name()];
+        DesiredRoutedPort &port = desired.routed_ports[std::string(row.name())];
         port.location = row.location;
         return &port.l3;
     };
-    read_l3_row(draft, row, find_l3(desired.routed_ports, row.name()), create);
+    read_l3_row(draft, row, create);
 }
 
 void read_port_channel_interface(Draft &draft, const Row &row)
 {
     auto &channels = draft.desired.port_channels;
-    const auto found = channels.find(row.name());
-    const bool is_routed = found != channels.end() && found->second.l3;
     const auto create = [&]() -> L3Settings * {
         DesiredPortChannel *channel = referred(draft, row, channels, "PORTCHANNEL", row.name());
         if (!channel)
@@ -277,7 +272,7 @@ void read_port_channel_interface(Draft &draft, const Row &row)
         channel->l3_location = row.location;
         return &channel->l3.emplace();
     };
-    read_l3_row(draft, row, is_routed ? &*found->second.l3 : nullptr, create);
+    read_l3_row(draft, row, create);
 }
 
 void read_vlan_interface(Draft &draft, const Row &row)
@@ -287,16 +282,16 @@ void read_vlan_interface(Draft &draft, const Row &row)
         const DesiredVlan *vlan = referred(draft, row, desired.vlans, "VLAN", row.name());
         if (!vlan)
             return nullptr;
-        DesiredSvi &svi = desired.svis[row.name()];
+        DesiredSvi &svi = desired.svis[std::string(row.name())];
         svi.vlan = vlan->vlan;
         svi.mtu = vlan->mtu;
         svi.location = row.location;
         return &svi.l3;
     };
-    read_l3_row(draft, row, find_l3(desired.svis, row.name()), create);
+    read_l3_row(draft, row, create);
 
     if (row.is_address_row || !row.flag("static_anycast_gateway") ||
-        !desired.svis.count(row.name()))
+        desired.svis.count(row.name()) == 0)
         return;
     if (draft.gateway_mac)
         add_virtual_mac(draft, row, row.name(), *draft.gateway_mac);
@@ -304,8 +299,8 @@ void read_vlan_interface(Draft &draft, const Row &row)
         draft.tell(FindingId::no_gateway_mac, row.location_of("static_anycast_gateway"));
 }
 
-/* The parent of a sub-interface: routed, if necessary because of the sub-interface, and with a LID
- * to share. Returns its MTU; 0, with a finding, when it cannot be a parent. */
+/* Make the parent of a sub-interface routed, if necessary because of the sub-interface, and with a
+ * LID to share. Returns its MTU; 0, with a finding, when it cannot be a parent. */
 uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
 {
     Desired &desired = draft.desired;
@@ -346,13 +341,23 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
     return port->mtu;
 }
 
+/* The parent of a sub-interface, prepared; nullptr, with a finding, when it cannot be one. */
+Draft::Parent *parent_of(Draft &draft, const Row &row, const std::string &name)
+{
+    const auto known = draft.parents.find(name);
+    if (known != draft.parents.end())
+        return &known->second;
+    const uint16_t mtu = prepare_parent(draft, row, name);
+    if (mtu == 0)
+        return nullptr;
+    return &draft.parents.emplace(name, Draft::Parent{mtu, {}, draft.desired.sub_interfaces.end()})
+                .first->second;
+}
+
 void read_sub_interface(Draft &draft, const Row &row)
 {
-    ByName<DesiredSubInterface> &subs = draft.desired.sub_interfaces;
-    const auto place = subs.lower_bound(row.name());
-    const bool is_there = place != subs.end() && place->first == row.name();
     const auto create = [&]() -> L3Settings * {
-        const InterfaceName name = *parse_interface_name(row.name());
+        const InterfaceName &name = *row.interface;
         uint32_t vlan = name.number;
         if (!row.is_address_row && row.given("vlan")) {
             vlan = row.number("vlan");
@@ -364,49 +369,52 @@ void read_sub_interface(Draft &draft, const Row &row)
             draft.tell(FindingId::no_vlan_after_dot, row.location, vlan, to_text(vlan_range));
             return nullptr;
         }
-        const auto key = std::make_pair(name.parent, vlan);
-        const auto there = draft.encapsulations.lower_bound(key);
-        if (there != draft.encapsulations.end() && there->first == key) {
+        Draft::Parent *const parent = parent_of(draft, row, name.parent);
+        if (!parent)
+            return nullptr;
+        const auto [there, is_new] = parent->vlans.try_emplace(vlan);
+        if (!is_new) {
             draft.tell(FindingId::encapsulation_used, {row.location, *there->second}, vlan,
                        name.parent);
             return nullptr;
         }
-        const uint16_t parent_mtu = prepare_parent(draft, row, name.parent);
-        if (parent_mtu == 0)
-            return nullptr;
-        DesiredSubInterface &sub = subs.try_emplace(place, row.name())->second;
-        draft.encapsulations.emplace_hint(there, key, &sub.location);
+        /* Mostly they come in order: behind the one before. */
+        ByName<DesiredSubInterface> &subs = draft.desired.sub_interfaces;
+        const auto hint = parent->newest == subs.end() ? subs.end() : std::next(parent->newest);
+        parent->newest = subs.try_emplace(hint, std::string(row.name()));
+        DesiredSubInterface &sub = parent->newest->second;
+        there->second = &sub.location;
         sub.parent = name.parent;
         sub.vlan = vlan;
-        sub.mtu = parent_mtu;
+        sub.mtu = parent->mtu;
         sub.location = row.location;
         if (!row.is_address_row && row.given("mtu")) {
             const auto mtu = static_cast<uint16_t>(row.number("mtu"));
-            sub.mtu = std::min(mtu, parent_mtu);
-            if (mtu > parent_mtu)
-                draft.tell(FindingId::mtu_capped, row.location_of("mtu"), mtu, parent_mtu,
+            sub.mtu = std::min(mtu, parent->mtu);
+            if (mtu > parent->mtu)
+                draft.tell(FindingId::mtu_capped, row.location_of("mtu"), mtu, parent->mtu,
                            name.parent);
         }
         return &sub.l3;
     };
-    read_l3_row(draft, row, is_there ? &place->second.l3 : nullptr, create);
+    read_l3_row(draft, row, create);
 }
 
 /* ---- First-hop redundancy ---- */
 
 /* Whether the ASIC has an interface or the parent of one; if not, says why. */
-bool stands(Draft &draft, const Row &row, const std::string &name)
+bool stands(Draft &draft, const Row &row, std::string_view name)
 {
     const auto found = draft.desired.port_channels.find(name);
     if (found == draft.desired.port_channels.end())
         return true;
-    const auto &absence = draft.absence(name, found->second);
+    const auto &absence = draft.absence(found->first, found->second);
     return !absence || draft.tell(FindingId::no_interface_for_virtual_mac,
                                   {row.location, absence->second}, absence->first);
 }
 
 /* Whether the interface is one that a virtual MAC can be set on; if not, says why. */
-bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
+bool takes_virtual_mac(Draft &draft, const Row &row, std::string_view name)
 {
     Desired &desired = draft.desired;
     switch (parse_interface_name(name)->kind) {
@@ -435,7 +443,7 @@ bool takes_virtual_mac(Draft &draft, const Row &row, const std::string &name)
     return stands(draft, row, name);
 }
 
-void add_virtual_router(Draft &draft, const Row &row, const std::string &interface, bool ipv6,
+void add_virtual_router(Draft &draft, const Row &row, std::string_view interface, bool ipv6,
                         uint32_t vrid)
 {
     if (takes_virtual_mac(draft, row, interface))
@@ -668,7 +676,7 @@ std::vector<TableSchema> make_tables()
 }
 
 /* Whether the text has at most so many characters, and no control characters. */
-bool is_short_line(const std::string &text, size_t most_characters)
+bool is_short_line(std::string_view text, size_t most_characters)
 {
     size_t characters = 0;
     for (const char each : text) {
@@ -681,7 +689,7 @@ bool is_short_line(const std::string &text, size_t most_characters)
 }
 
 /* "tagged, untagged or priority_tagged" */
-std::string in_words(const std::vector<std::string> &choices)
+std::string in_words(const std::vector<std::string_view> &choices)
 {
     return fmt::format("{} or {}", fmt::join(choices.begin(), choices.end() - 1, ", "),
                        choices.back());
@@ -742,10 +750,10 @@ bool is_inner_port(const std::string &name)
 /* The address with zeros after so many bits. */
 AddressBytes network(AddressBytes bytes, uint32_t bits)
 {
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        const auto first = static_cast<uint32_t>(8 * i);
-        if (bits < first + 8)
-            bytes[i] &= static_cast<uint8_t>(bits <= first ? 0 : 0xff00U >> (bits - first));
+    const size_t whole = bits / 8;
+    if (whole < bytes.size()) {
+        bytes[whole] &= static_cast<uint8_t>(0xff00U >> bits % 8);
+        std::fill(bytes.begin() + whole + 1, bytes.end(), uint8_t{0});
     }
     return bytes;
 }
@@ -769,7 +777,7 @@ const std::vector<TableSchema> &tables()
     return all;
 }
 
-const TableSchema *find_table(const std::string &name)
+const TableSchema *find_table(std::string_view name)
 {
     for (const TableSchema &table : tables())
         if (name == table.name)
@@ -777,7 +785,7 @@ const TableSchema *find_table(const std::string &name)
     return nullptr;
 }
 
-bool is_known_table(const std::string &name)
+bool is_known_table(std::string_view name)
 {
     return find_table(name) != nullptr;
 }
@@ -814,7 +822,12 @@ std::string expected(KeyPart part)
     return form_of(part).expected;
 }
 
-bool has_form(KeyPart part, const std::string &text)
+bool has_form(KeyPart part, std::string_view text)
+{
+    return has_form(part, text, parse_interface_name(text));
+}
+
+bool has_form(KeyPart part, std::string_view text, const std::optional<InterfaceName> &interface)
 {
     switch (part) {
     case KeyPart::any:
@@ -826,9 +839,8 @@ bool has_form(KeyPart part, const std::string &text)
     case KeyPart::virtual_router:
         return parse_virtual_router_name(text).has_value();
     default:
-        const auto name = parse_interface_name(text);
         const std::vector<InterfaceKind> &kinds = form_of(part).kinds;
-        return name && std::find(kinds.begin(), kinds.end(), name->kind) != kinds.end();
+        return interface && std::find(kinds.begin(), kinds.end(), interface->kind) != kinds.end();
     }
 }
 
@@ -840,7 +852,7 @@ std::string key_form(const TableSchema &table)
     return table.has_address_rows ? form + " or " + form + "|address" : form;
 }
 
-std::optional<FieldValue> parse_field(const TableField &field, const std::string &text)
+std::optional<FieldValue> parse_field(const TableField &field, std::string_view text)
 {
     FieldValue value;
     value.given = true;
@@ -861,11 +873,10 @@ std::optional<FieldValue> parse_field(const TableField &field, const std::string
         take_number(parse_boolean(text));
         break;
     case FieldType::choice: {
-        const std::vector<std::string> choices = split(field.choices, '|');
+        const std::vector<std::string_view> choices = split(field.choices, '|');
         const auto chosen =
-            std::find_if(choices.begin(), choices.end(), [&](const std::string &choice) {
-                return spelling(choice) == spelling(text);
-            });
+            std::find_if(choices.begin(), choices.end(),
+                         [&](std::string_view choice) { return same_spelling(choice, text); });
         is_valid = chosen != choices.end();
         value.number = static_cast<uint32_t>(chosen - choices.begin());
         value.text = is_valid ? *chosen : text;
@@ -885,9 +896,6 @@ std::optional<FieldValue> parse_field(const TableField &field, const std::string
         break;
     case FieldType::list:
         is_valid = true;
-        for (const std::string &element : split(text, ','))
-            if (!trimmed(element).empty())
-                value.elements.emplace_back(trimmed(element));
         break;
     case FieldType::elsewhere:
         break;
@@ -895,33 +903,43 @@ std::optional<FieldValue> parse_field(const TableField &field, const std::string
     return is_valid ? std::optional(value) : std::nullopt;
 }
 
-const FieldValue &Row::value(const char *field) const
+std::vector<std::string_view> Row::elements(std::string_view field) const
 {
+    std::vector<std::string_view> elements;
+    for (const std::string_view element : split(text(field), ','))
+        if (!trimmed(element).empty())
+            elements.push_back(trimmed(element));
+    return elements;
+}
+
+const FieldValue &Row::value(std::string_view field) const
+{
+    const std::vector<TableField> &all = fields();
     for (size_t i = 0; i < values.size(); ++i)
-        if (std::strcmp(fields()[i].name, field) == 0)
+        if (all[i].name == field)
             return values[i];
     assert(!"a field of the table");
     static const FieldValue none;
     return none;
 }
 
-void Draft::leave_out(const std::string &table, const std::string &name, const SourceLocation &row)
+void Draft::leave_out(std::string_view table, std::string_view name, const SourceLocation &row)
 {
-    left_out_.try_emplace(table + "|" + name, row);
+    left_out_.try_emplace(fmt::format("{}|{}", table, name), row);
 }
 
-void Draft::leave_out(const std::string &table, const SourceLocation &location)
+void Draft::leave_out(std::string_view table, const SourceLocation &location)
 {
-    left_out_.try_emplace(table, location);
+    left_out_.try_emplace(std::string(table), location);
 }
 
-const SourceLocation *Draft::left_out(const std::string &table, const std::string &name) const
+const SourceLocation *Draft::left_out(std::string_view table, std::string_view name) const
 {
     if (left_out_.empty())
         return nullptr;
-    auto found = left_out_.find(table + "|" + name);
+    auto found = left_out_.find(fmt::format("{}|{}", table, name));
     if (found == left_out_.end())
-        found = left_out_.find(table);
+        found = left_out_.find(std::string(table));
     return found == left_out_.end() ? nullptr : &found->second;
 }
 
@@ -965,14 +983,15 @@ void Draft::number_ports()
             tell(FindingId::no_lanes, port);
 }
 
-void Draft::add_address(const Row &row, const Address &address, const std::string &vrf)
+void Draft::add_address(const Row &row, const std::string &vrf)
 {
+    const Address &address = *row.ip;
     if (is_link_local(address) || unusable_class(address) != nullptr)
         return;
     const auto vnet = vnet_of.find(row.name());
-    addresses_.push_back({vnet == vnet_of.end() ? vrf : vrf + '|' + vnet->second, address,
-                          network(address.bytes, address.prefix_length), row.name(), row.address(),
-                          row.location});
+    addresses_.push_back({vnet == vnet_of.end() ? vrf : fmt::format("{}|{}", vrf, vnet->second),
+                          address, network(address.bytes, address.prefix_length), row.name(),
+                          row.address(), row.location});
 }
 
 void Draft::sort_addresses()
@@ -1008,21 +1027,24 @@ void Draft::check_addresses()
         return outer.domain == inner.domain && outer.address.ipv6 == inner.address.ipv6 &&
                outer.network == network(inner.network, outer.address.prefix_length);
     };
-    std::map<std::tuple<std::string, bool, AddressBytes>, const PlacedAddress *> seen;
+    std::map<std::tuple<std::string_view, bool, AddressBytes>, const PlacedAddress *> seen;
     /* Each within the one before; of each network at most two, of two interfaces. */
     std::vector<const PlacedAddress *> around;
     for (const PlacedAddress *each : in_order) {
         const PlacedAddress &placed = *each;
         while (!around.empty() && !holds(*around.back(), placed))
             around.pop_back();
-        const auto [there, is_new] =
-            seen.try_emplace({placed.domain, placed.address.ipv6, placed.address.bytes}, &placed);
+        /* Mostly behind all others. */
+        const PlacedAddress &first =
+            *seen.try_emplace(seen.end(),
+                              {placed.domain, placed.address.ipv6, placed.address.bytes}, &placed)
+                 ->second;
         const auto other =
             std::find_if(around.rbegin(), around.rend(), [&](const PlacedAddress *outer) {
                 return outer->interface != placed.interface;
             });
-        if (!is_new)
-            tell(FindingId::address_twice, {placed.location, there->second->location}, placed.text);
+        if (&first != &placed)
+            tell(FindingId::address_twice, {placed.location, first.location}, placed.text);
         else if (other != around.rend())
             tell(FindingId::subnets_overlap, {placed.location, (*other)->location}, placed.text,
                  (*other)->text, (*other)->interface);

@@ -4,6 +4,8 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -40,7 +42,7 @@ enum class Use : uint8_t {
 };
 
 struct TableField {
-    const char *name;
+    std::string_view name;
     FieldType type;
     uint32_t min, max;
     const char *fallback; /* default; nullptr: see meaning */
@@ -79,38 +81,42 @@ struct TableSchema {
 
 /* In the order in which they are read: rows refer to rows of tables before their own. */
 const std::vector<TableSchema> &tables();
-const TableSchema *find_table(const std::string &name);
-bool is_known_table(const std::string &name);
+const TableSchema *find_table(std::string_view name);
+bool is_known_table(std::string_view name);
 
 /* In words, for messages and for the reference: "a number 68..9216", "EthernetN". */
 std::string expected(const TableField &field);
 std::string expected(KeyPart part);
 std::string key_form(const TableSchema &table);
 /* Whether a part of a key is such a name or number. */
-bool has_form(KeyPart part, const std::string &text);
+bool has_form(KeyPart part, std::string_view text);
+/* The same of a text that is parsed as an interface's name already. */
+bool has_form(KeyPart part, std::string_view text, const std::optional<InterfaceName> &interface);
 
 struct FieldValue {
-    bool given = false;  /* by the row or by the field's default */
-    uint32_t number = 0; /* of a number; 1 for true; of a choice its place among them */
-    std::string text;
+    bool given = false;    /* by the row or by the field's default */
+    uint32_t number = 0;   /* of a number; 1 for true; of a choice its place among them */
+    std::string_view text; /* a part of the field's, or a choice; of a list with commas */
     Mac mac{};
-    std::vector<std::string> elements; /* of a list */
-    Position at;                       /* in the row */
+    Position at; /* in the row */
 };
 /* The value of a field's text; empty when it is invalid or the field is not read. */
-std::optional<FieldValue> parse_field(const TableField &field, const std::string &text);
+std::optional<FieldValue> parse_field(const TableField &field, std::string_view text);
 /* The fields that address rows have. */
 const std::vector<TableField> &address_fields();
 
-/* A row with its key split and its fields checked. Only fields of its table may be asked for. */
+/* A row with its key split and its fields checked. Only fields of its table may be asked for. Its
+ * texts are parts of the document. */
 class Row {
 public:
-    Row(const TableSchema &of, SourceLocation where) : table(of), location(std::move(where)) {}
+    explicit Row(const TableSchema &of) : table(of) {}
 
     const TableSchema &table;
     SourceLocation location;
-    std::vector<std::string> parts; /* the key's, the address included */
-    std::vector<FieldValue> values; /* as fields() */
+    std::vector<std::string_view> parts;    /* the key's, the address included */
+    std::optional<InterfaceName> interface; /* the first part, if it is the name of one */
+    std::optional<Address> ip;              /* of an address row */
+    std::vector<FieldValue> values;         /* as fields() */
     bool is_address_row = false;
 
     const std::vector<TableField> &fields() const
@@ -118,22 +124,22 @@ public:
         return is_address_row ? address_fields() : table.fields;
     }
 
-    const std::string &name() const { return parts[0]; }
-    const std::string &address() const { return parts.back(); }
-    bool given(const char *field) const { return value(field).given; }
-    uint32_t number(const char *field) const { return value(field).number; }
-    bool flag(const char *field) const { return value(field).number != 0; }
-    const std::string &text(const char *field) const { return value(field).text; }
-    const std::vector<std::string> &elements(const char *field) const
-    {
-        return value(field).elements;
-    }
-    const Mac &mac(const char *field) const { return value(field).mac; }
+    std::string_view name() const { return parts[0]; }
+    std::string_view address() const { return parts.back(); }
+    bool given(std::string_view field) const { return value(field).given; }
+    uint32_t number(std::string_view field) const { return value(field).number; }
+    bool flag(std::string_view field) const { return value(field).number != 0; }
+    std::string_view text(std::string_view field) const { return value(field).text; }
+    std::vector<std::string_view> elements(std::string_view field) const; /* of a list */
+    const Mac &mac(std::string_view field) const { return value(field).mac; }
     /* The field's place; only for fields that the row has. */
-    SourceLocation location_of(const char *field) const { return moved(location, value(field).at); }
+    SourceLocation location_of(std::string_view field) const
+    {
+        return moved(location, value(field).at);
+    }
 
 private:
-    const FieldValue &value(const char *field) const;
+    const FieldValue &value(std::string_view field) const;
 };
 
 /* Where a finding is, and the row it conflicts with. */
@@ -145,7 +151,8 @@ struct Place {
     std::optional<SourceLocation> other;
 };
 
-/* A configuration while it is read. */
+/* A configuration while it is read. Texts that are not its own are parts of the document, which
+ * outlives it. */
 class Draft {
 public:
     explicit Draft(Configuration &configuration)
@@ -155,17 +162,23 @@ public:
     Desired &desired;
     std::optional<Mac> gateway_mac;                     /* of static anycast gateways */
     std::map<uint32_t, SourceLocation> channel_numbers; /* port-channel number -> its row */
-    std::map<std::string, SourceLocation>
-        joined; /* port -> the row that puts it into a port-channel */
-    std::map<std::string, SourceLocation> bridged;  /* member -> a row that puts it into a VLAN */
-    std::map<std::string, SourceLocation> untagged; /* member -> its VLAN without tag */
-    std::map<std::string, SourceLocation> vnets;
-    std::map<std::string, std::string> vnet_of; /* interface -> its VNET */
-    std::map<std::string, std::string> lanes;   /* lane -> the first port that has it */
+    template <class T> using ByText = std::unordered_map<std::string_view, T>;
+    ByText<SourceLocation> joined;   /* port -> the row that puts it into a port-channel */
+    ByText<SourceLocation> bridged;  /* member -> a row that puts it into a VLAN */
+    ByText<SourceLocation> untagged; /* member -> its VLAN without tag */
+    ByText<SourceLocation> vnets;
+    ByText<std::string_view> vnet_of; /* interface -> its VNET */
+    ByText<std::string_view> lanes;   /* lane -> the first port that has it */
     std::vector<SourceLocation> ports_without_lanes;
-    std::map<std::string, uint32_t> port_indexes; /* port -> its index */
-    /* (parent, VLAN) -> the sub-interface's row, as desired has it */
-    std::map<std::pair<std::string, uint32_t>, const SourceLocation *> encapsulations;
+    ByText<uint32_t> port_indexes;    /* port -> its index */
+    ByText<L3Settings *> l3_settings; /* of the interfaces that have a row of their own */
+    /* What a port or port-channel is to its sub-interfaces. */
+    struct Parent {
+        uint16_t mtu = 0;
+        std::unordered_map<uint32_t, const SourceLocation *> vlans; /* -> the rows that have them */
+        ByName<DesiredSubInterface>::iterator newest; /* of its sub-interfaces; the end if none */
+    };
+    std::unordered_map<std::string, Parent> parents;
 
     /* Add a finding; see make_finding for the values. Returns false, for a check to return. */
     template <class... Values> bool tell(FindingId id, const Place &place, const Values &...values)
@@ -177,9 +190,9 @@ public:
 
     /* What is missing because of an error in its row or table. Only for missing objects: another
      * row may be valid. */
-    void leave_out(const std::string &table, const std::string &name, const SourceLocation &row);
-    void leave_out(const std::string &table, const SourceLocation &location);
-    const SourceLocation *left_out(const std::string &table, const std::string &name) const;
+    void leave_out(std::string_view table, std::string_view name, const SourceLocation &row);
+    void leave_out(std::string_view table, const SourceLocation &location);
+    const SourceLocation *left_out(std::string_view table, std::string_view name) const;
 
     /* After the last port: give each its number on the front panel, and leave out those that find
      * none. The number follows from the ports of this configuration alone: the index of a port
@@ -191,7 +204,7 @@ public:
     const std::optional<Absence> &absence(const std::string &name,
                                           const DesiredPortChannel &channel);
     /* An address of an interface, for check_addresses. */
-    void add_address(const Row &row, const Address &address, const std::string &vrf);
+    void add_address(const Row &row, const std::string &vrf);
     /* After the last row: the order of the rows makes no difference. */
     void sort_addresses();
     /* After the last row: what several rows together do. */
@@ -207,7 +220,7 @@ private:
         std::string domain; /* VRF and VNET: within one of them addresses must differ */
         Address address;
         AddressBytes network; /* its start */
-        std::string interface, text;
+        std::string_view interface, text;
         SourceLocation location;
     };
     std::vector<PlacedAddress> addresses_;

@@ -15,6 +15,7 @@
 #include "sim/campaign/workers.h"
 #include "sim/faults/sample.h"
 #include "sim/fwm/diagnostics.h"
+#include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"
 #include "sim/sdk/sdk_codecs.h"
 #include "sim/service/services.h"

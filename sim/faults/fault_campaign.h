@@ -11,7 +11,7 @@
 #include "sim/campaign/shard.h"
 #include "sim/config/desired.h"
 #include "sim/faults/fault_row.h"
-#include "sim/journal/journal.h"
+#include "sim/journal/faults.h"
 
 /* Fails each call that can fail, and each allocation of the library, once at each of its
  * occurrences while configurations are applied one after another. */

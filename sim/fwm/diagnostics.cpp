@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "sim/fwm/event_file.h"
+#include "sim/journal/journal.h"
 #include "sim/types/bad_row.h"
 #include "sim/types/utc_time.h"
 

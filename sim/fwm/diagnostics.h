@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "platform_api/fwm.h"
-#include "sim/journal/journal.h"
+#include "sim/journal/trace_record.h"
 #include "sim/types/columns.h"
 
 /* The host's diagnostic services: where trace records go. */

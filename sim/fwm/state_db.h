@@ -7,7 +7,7 @@
 #include <tuple>
 #include <vector>
 
-#include "sim/journal/journal.h"
+#include "sim/journal/request.h"
 #include "sim/types/columns.h"
 
 /* The shared state database: what the switch's other programs see of the interfaces. One table for
@@ -59,10 +59,9 @@ struct MemberIntfRow {
 
 class StateDb {
 public:
-    /* Replace the interface's row; its origin is Journal::origin(), whatever it had. */
+    /* Replace the interface's row. */
     template <class Row> void store(Row row)
     {
-        row.made = Journal::instance().origin();
         table<Row>().insert_or_assign(row.ifindex, std::move(row));
     }
     /* Put a row back as it was; false, and nothing done, when its interface has one. */

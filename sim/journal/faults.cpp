@@ -1,12 +1,13 @@
 /* Fault injection. Each rule counts the occurrences of its call since the rule was added, also
  * those at which another rule applies; the first rule that applies decides the status. With a rate,
  * the random sequence advances at each call that can fail, so that a seed reproduces a run. */
+#include "sim/journal/faults.h"
+
 #include <algorithm>
 #include <charconv>
 
 #include <fmt/format.h>
 
-#include "sim/journal/journal.h"
 #include "sim/journal/random.h"
 
 namespace kvnsim {

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "sim/fwm/host.h"
-#include "sim/journal/journal.h"
+#include "sim/journal/request.h"
 
 /* The state of interfaces before and after a request. */
 namespace kvnsim {

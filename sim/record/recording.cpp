@@ -148,8 +148,11 @@ std::string trace_text(const Value &line)
 
 Value line(LineKind kind, Value first, std::vector<Field> others)
 {
-    others.insert(others.begin(), {forms[static_cast<size_t>(kind)].name, std::move(first)});
-    return Value::record(std::move(others));
+    std::vector<Field> fields;
+    fields.reserve(1 + others.size());
+    fields.push_back({forms[static_cast<size_t>(kind)].name, std::move(first)});
+    std::move(others.begin(), others.end(), std::back_inserter(fields));
+    return Value::record(std::move(fields));
 }
 
 Value sinks_line(const Sinks &sinks)
@@ -225,9 +228,10 @@ std::string Line::to_text() const
     }
 }
 
-Line line_of(const Value &value)
+Line line_of(Value value)
 {
-    return {kind_of(value), value, 0};
+    const LineKind kind = kind_of(value);
+    return {kind, std::move(value), 0};
 }
 
 Line as_read(const Value &value)

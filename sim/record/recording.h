@@ -8,7 +8,9 @@
 
 #include "sim/fwm/diagnostics.h"
 #include "sim/fwm/host.h"
-#include "sim/journal/journal.h"
+#include "sim/journal/imported_call.h"
+#include "sim/journal/request.h"
+#include "sim/journal/trace_record.h"
 
 /* The lines of a recording: each is a record, identified by the name of its first field. See
  * docs/recording.md for the format. Recorder and replay share these functions. */
@@ -53,7 +55,7 @@ struct Line {
 };
 
 /* A line as made, and as read back: without the names of numbers. */
-Line line_of(const Value &value);
+Line line_of(Value value);
 Line as_read(const Value &value);
 
 /* Reads a recording line by line. */

@@ -12,6 +12,7 @@
 
 #include "sim/config/names.h"
 #include "sim/fwm/diagnostics.h"
+#include "sim/journal/journal.h"
 #include "sim/record/interface_state.h"
 #include "sim/record/recording.h"
 #include "sim/switch/entry_points.h"
@@ -49,11 +50,12 @@ std::string field_difference(const std::string &path, const Value &recorded, con
 std::string field_difference(const Line &recorded, const Line &now,
                              std::initializer_list<const char *> fields)
 {
+    static const Value none;
     for (const char *field : fields) {
         const Value *a = recorded.value.find(field), *b = now.value.find(field);
-        const std::string difference = field_difference(field, a ? *a : Value(), b ? *b : Value());
-        if (!difference.empty())
-            return difference;
+        const Value &was = a != nullptr ? *a : none, &is = b != nullptr ? *b : none;
+        if (was != is)
+            return field_difference(field, was, is);
     }
     return "";
 }
@@ -94,7 +96,7 @@ std::string trace_difference(const Line &recorded, const Line &now, const Line *
         return difference;
     const std::string &was = recorded.value.find("text")->string();
     const std::string &is = now.value.find("text")->string();
-    if (without_source_lines(was) == without_source_lines(is) ||
+    if (was == is || without_source_lines(was) == without_source_lines(is) ||
         (tells_unset_trap(before, was) && tells_unset_trap(before, is)))
         return "";
     return field_difference(recorded, now, {"text"});
@@ -197,15 +199,16 @@ private:
         return difference_of(expected(), now, at_ > 0 ? &recorded_.events[at_ - 1] : nullptr);
     }
 
-    bool matches(const Value &happened)
+    bool matches(Value happened)
     {
         if (result_.difference)
             return false;
-        if (what_differs(line_of(happened)).empty()) {
+        const Line made = line_of(std::move(happened));
+        if (what_differs(made).empty()) {
             ++at_;
             return true;
         }
-        const Line now = as_read(happened); /* to be shown as the recorded line is */
+        const Line now = as_read(made.value); /* to be shown as the recorded line is */
         Mismatch difference;
         difference.location = reader_.location(expected());
         difference.request = recorded_.request.to_text();
@@ -336,7 +339,7 @@ private:
 
         RecordedRequest recorded{line, {}};
         do {
-            const auto event = reader_.next();
+            auto event = reader_.next();
             if (!event) {
                 if (reader_.problem().empty())
                     reader_.report(line, fmt::format("the recording ends within request {}, which "
@@ -347,7 +350,7 @@ private:
             if (event->kind < LineKind::call || event->kind > LineKind::result)
                 return reader_.report(
                     *event, fmt::format("damaged recording: request {} has no result", number));
-            recorded.events.push_back(*event);
+            recorded.events.push_back(std::move(*event));
         } while (recorded.events.back().kind != LineKind::result);
         make(recorded);
     }

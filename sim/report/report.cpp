@@ -23,7 +23,7 @@ constexpr const char *edge_kind_names[] = {"programmed", "recorded", "configured
 class DataWriter {
 public:
     DataWriter(const Snapshot &snapshot, const std::vector<ReportTable> &more_tables)
-        : s_(snapshot), more_tables_(more_tables), index_(snapshot), judgement_(judge(snapshot))
+        : s_(snapshot), more_tables_(more_tables), index_(snapshot), judgement_(judge(index_))
     {}
 
     std::string write()

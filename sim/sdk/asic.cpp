@@ -11,6 +11,7 @@
 
 #include <fmt/format.h>
 
+#include "sim/journal/journal.h"
 #include "sim/sdk/attributes.h"
 #include "sim/sdk/table.h"
 #include "sim/types/bad_row.h"
@@ -23,7 +24,7 @@ constexpr uint32_t ports = 256; /* front ports 1..255 by their number */
 constexpr uint32_t first_vlan = 1, last_vlan = 4094;
 constexpr uint32_t switch_config_lid_ifmap = 38;
 constexpr uint32_t first_ifmap_idx = 0x1000;
-constexpr size_t usual_attributes = 8; /* that the library writes to an interface */
+constexpr size_t usual_attributes = 4; /* that the library writes to most interfaces */
 constexpr uint32_t usual_lids = 16384;
 constexpr uint32_t most_paths = last_id * ports; /* each LID entry to each port and a channel */
 

@@ -10,7 +10,7 @@
 
 #include "kvnsim/sdk.h"
 #include "platform_api/libsdk.h"
-#include "sim/journal/journal.h"
+#include "sim/journal/request.h"
 #include "sim/sdk/sdk_status.h"
 #include "sim/types/columns.h"
 #include "sim/types/mac.h"

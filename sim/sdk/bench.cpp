@@ -15,6 +15,7 @@
 
 #include <fmt/format.h>
 
+#include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"
 #include "sim/sdk/attributes.h"
 

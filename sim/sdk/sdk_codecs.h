@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform_api/libsdk.h"
-#include "sim/journal/journal.h"
+#include "sim/journal/imported_call.h"
 
 /* How the SDK's own records and words are shown and recorded. */
 /* {port_type=SdkPortTypeChannel front_port=0 pc_id=3} */

@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "kvnsim/sdk.h"
-#include "sim/journal/journal.h"
+#include "sim/journal/imported_call.h"
 
 namespace kvnsim {
 

@@ -49,14 +49,26 @@ bool is_group_of(Family family, const Mac &mac)
                : mac[0] == 0x33 && mac[1] == 0x33;
 }
 
-/* The attribute that decides a stage. */
+/* The attribute that decides a stage; the stage needs one. */
 uint32_t attribute_of(Stage stage, Family family, bool group)
 {
-    const auto &rows = attribute_readings();
-    return std::find_if(
-               rows.begin(), rows.end(),
-               [&](const AttributeReading &row) { return row.is_read(stage, family, group); })
-        ->number;
+    struct Numbers {
+        uint32_t of[std::size(stage_names)][std::size(family_names)][2];
+    };
+    static const Numbers numbers = [] {
+        Numbers found{};
+        for (const AttributeReading &row : attribute_readings()) {
+            for (const Family read : {Family::ipv4, Family::ipv6}) {
+                for (const bool to_group : {false, true}) {
+                    if (row.stage && row.is_read(*row.stage, read, to_group))
+                        found.of[static_cast<size_t>(*row.stage)][static_cast<size_t>(read)]
+                                [to_group] = row.number;
+                }
+            }
+        }
+        return found;
+    }();
+    return numbers.of[static_cast<size_t>(stage)][static_cast<size_t>(family)][group];
 }
 
 } // namespace
@@ -125,6 +137,24 @@ const IntfRow *Forwarding::created_with(uint32_t type, uint32_t param1, uint32_t
     return row != nullptr && row->type == type && row->param1 == param1 && second_of(*row) == second
                ? row
                : nullptr;
+}
+
+const RouterMacRow *Forwarding::router_mac(const Mac &mac) const
+{
+    return found_in(router_macs_, as_number(mac));
+}
+
+const TrapRow *Forwarding::trap(uint32_t intf_id, const Mac &mac) const
+{
+    return found_in(traps_, trap_key(intf_id, mac));
+}
+
+bool Forwarding::is_on(const IntfRow &intf, Family family, const Mac &to) const
+{
+    const bool to_group =
+        is_group_of(family, to) && router_mac(to) == nullptr && trap(intf.intf_id, to) == nullptr;
+    const uint32_t number = attribute_of(Stage::family, family, to_group);
+    return index_.attribute(intf.intf_id, number).value != 0;
 }
 
 std::string Forwarding::vrf_of(uint32_t vpn) const
@@ -204,8 +234,8 @@ private:
     bool ends(const Found &found, const Reason &reason, const Origin &made = {})
     {
         fate_.decided = stage_;
-        fate_.made = made;
         if (in_words_) {
+            fate_.made = made;
             fate_.reason = reason();
             fate_.stages.push_back({stage_, found(), false, made});
         }
@@ -235,9 +265,10 @@ private:
         return state.waits != nullptr ? fmt::format("; {} waits for the flush", state.waits->value)
                                       : "";
     }
-    static Origin writer(const AttributeState &state)
+    static const Origin &writer(const AttributeState &state)
     {
-        return state.written != nullptr ? state.written->made : Origin();
+        static const Origin nobody;
+        return state.written != nullptr ? state.written->made : nobody;
     }
     static const char *unless_written(const AttributeState &state)
     {
@@ -371,7 +402,7 @@ private:
     {
         if (is_zero(frame_.to))
             return passes([] { return std::string("a router MAC, taken as given"); });
-        if (const RouterMacRow *row = found_in(of_.router_macs_, as_number(frame_.to))) {
+        if (const RouterMacRow *row = of_.router_mac(frame_.to)) {
             fate_.peer_mac_id = row->peer_mac_id;
             return passes(
                 [&] {
@@ -380,7 +411,7 @@ private:
                 },
                 row->made);
         }
-        if (const TrapRow *row = found_in(of_.traps_, trap_key(fate_.intf_id, frame_.to))) {
+        if (const TrapRow *row = of_.trap(fate_.intf_id, frame_.to)) {
             fate_.mac_trap_id = row->mac_trap_id;
             return passes(
                 [&] {

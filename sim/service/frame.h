@@ -54,8 +54,8 @@ struct StageResult {
 struct Fate {
     bool routed = false;
     Stage decided = Stage::front_port; /* when not routed: by this stage */
-    std::string reason;                /* then: "IPv4 unicast routing is off" */
-    Origin made;                       /* then: of the value that decides, if it has one */
+    std::string reason;                /* then, in words: "IPv4 unicast routing is off" */
+    Origin made; /* then, in words: of the value that decides, if it has one */
     /* What the frame met, as far as it went. */
     uint32_t pc_id = no_id, intf_id = no_id, lid_id = no_id;
     uint32_t peer_mac_id = no_id, mac_trap_id = no_id; /* the entry that has its MAC */
@@ -73,6 +73,8 @@ public:
 
     /* Constant time. in_words: fill in stages and texts; else only what decides. */
     Fate follow(const Frame &frame, bool in_words = true) const;
+    /* Whether such frames are on; if not, the interface routes none of them. */
+    bool is_on(const IntfRow &intf, Family family, const Mac &to) const;
     /* "routed in VRF VrfBlue by SDK interface 18 (Ethernet36.100)", or "not routed: IPv4 unicast
      * routing of SDK interface 18 (Ethernet36.100) is off (libsdk_intf_attr_set in request 12
      * ...)". */
@@ -95,6 +97,8 @@ private:
     friend class Walk;
     /* The interface that was created with these parameters; nullptr without one. */
     const IntfRow *created_with(uint32_t type, uint32_t param1, uint32_t second) const;
+    const RouterMacRow *router_mac(const Mac &mac) const;
+    const TrapRow *trap(uint32_t intf_id, const Mac &mac) const;
 
     const Index &index_;
     std::unordered_map<uint64_t, const IntfRow *> intfs_; /* by place_key() */

@@ -6,7 +6,6 @@
 #include "sim/service/services.h"
 
 #include <algorithm>
-#include <deque>
 #include <map>
 #include <set>
 #include <string_view>
@@ -98,20 +97,24 @@ uint8_t stages_of(const AuditFinding &finding)
     return stages_of(finding.property);
 }
 
-/* A service with what decides it. */
+/* What decides a service. */
 struct Judged {
-    Service service;
     Frame frame;
     Fate fate;
-    std::string parent; /* of a sub-interface */
     Stage decided = Stage::front_port;
+    std::string_view parent = {}; /* of a sub-interface */
+    size_t service = 0;           /* its position */
 };
 
 class Judge {
 public:
-    Judge(const Snapshot &snapshot, std::vector<AuditFinding> &findings)
-        : s_(snapshot), index_(snapshot), forwarding_(index_), findings_(findings)
+    Judge(const Index &index, std::vector<AuditFinding> &findings)
+        : s_(index.snapshot()), index_(index), forwarding_(index_), findings_(findings)
     {
+        /* Without one in the configuration, whichever the switch may have. */
+        if (!s_.wanted_router_mac.empty())
+            router_mac_ = s_.wanted_router_mac.front().mac;
+        router_mac_words_ = words(router_mac_);
         for (const WantedMember &member : s_.wanted_members) {
             if (!member.declined && index_.wanted(member.port) == nullptr)
                 members_[member.port_channel].push_back(&member.port);
@@ -132,23 +135,22 @@ public:
 
     std::vector<Service> judge()
     {
+        services_.reserve(s_.wanted_interfaces.size());
+        wanted_frames_.reserve(s_.wanted_interfaces.size());
         for (const WantedInterface &wanted : s_.wanted_interfaces) {
             if (index_.must_exist(wanted))
                 want(wanted);
         }
-        const size_t wanted = judged_.size();
+        const size_t wanted = services_.size();
         for (const IntfRow &intf : s_.intfs)
             look_for_unwanted(intf);
         charge_findings();
-        if (judged_.size() != wanted)
-            std::stable_sort(judged_.begin(), judged_.end(), [](const Judged &a, const Judged &b) {
-                return NaturalOrder()(a.service.interface, b.service.interface);
-            });
-        std::vector<Service> services;
-        services.reserve(judged_.size());
-        for (Judged &judged : judged_)
-            services.push_back(std::move(judged.service));
-        return services;
+        if (services_.size() != wanted)
+            std::stable_sort(services_.begin(), services_.end(),
+                             [](const Service &a, const Service &b) {
+                                 return NaturalOrder()(a.interface, b.interface);
+                             });
+        return std::move(services_);
     }
 
 private:
@@ -162,21 +164,23 @@ private:
         return wanted != nullptr ? wanted->front_port : 0;
     }
 
-    /* The ports by which frames for the interface arrive. */
-    std::vector<std::string> entries(const WantedInterface &wanted) const
+    /* A port by which frames arrive. */
+    struct Entry {
+        const std::string *port;
+        uint32_t front_port;
+    };
+    /* Those for the interface. Its sub-interfaces ask one after another. */
+    const std::vector<Entry> &entries(const WantedInterface &wanted)
     {
-        std::vector<std::string> ports;
+        if (entered_ == &wanted)
+            return entries_;
+        entered_ = &wanted;
+        entries_.clear();
         if (wanted.kind == InterfaceKind::port)
-            ports.push_back(wanted.name);
+            entries_.push_back({&wanted.name, front_port_of(wanted.name)});
         for (const std::string *member : found_in(members_, wanted.name))
-            ports.push_back(*member);
-        return ports;
-    }
-
-    /* Without one in the configuration, whichever the switch may have. */
-    Mac router_mac() const
-    {
-        return s_.wanted_router_mac.empty() ? Mac{} : s_.wanted_router_mac.front().mac;
+            entries_.push_back({member, front_port_of(*member)});
+        return entries_;
     }
 
     static std::string words(const Mac &mac)
@@ -189,24 +193,23 @@ private:
         if (wanted.kind == InterfaceKind::svi)
             return want(wanted, "", 0, wanted.number);
         if (wanted.kind != InterfaceKind::sub_interface) {
-            for (const std::string &port : entries(wanted))
-                want(wanted, port, front_port_of(port), 0);
+            for (const Entry &entry : entries(wanted))
+                want(wanted, *entry.port, entry.front_port, 0);
         } else if (const WantedInterface *parent = index_.wanted(wanted.parent)) {
-            for (const std::string &port : entries(*parent))
-                want(wanted, port, front_port_of(port), wanted.number);
+            for (const Entry &entry : entries(*parent))
+                want(wanted, *entry.port, entry.front_port, wanted.number);
         }
     }
 
     void want(const WantedInterface &wanted, const std::string &port, uint32_t front_port,
               uint32_t vlan)
     {
-        std::vector<Mac> macs{router_mac()};
-        const std::vector<Mac> &more = found_in(virtual_macs_, wanted.name);
-        macs.insert(macs.end(), more.begin(), more.end());
+        const std::vector<Mac> &virtual_macs = found_in(virtual_macs_, wanted.name);
         for (const Family family : families) {
             if (!(family == Family::ipv4 ? wanted.ipv4 : wanted.ipv6))
                 continue;
-            for (const Mac &mac : macs)
+            want(wanted, port, {front_port, vlan, family, router_mac_, 0});
+            for (const Mac &mac : virtual_macs)
                 want(wanted, port, {front_port, vlan, family, mac, 0});
         }
     }
@@ -215,16 +218,14 @@ private:
     {
         if (!wanted_frames_.insert(frame).second)
             return; /* a virtual MAC that is the router MAC too */
-        Judged &judged = judged_.emplace_back();
-        judged.frame = frame;
+        Judged judged{frame, forwarding_.follow(frame, false)};
         judged.parent = wanted.parent;
-        judged.fate = forwarding_.follow(frame, false);
-        Service &service = judged.service;
+        Service &service = services_.emplace_back();
         service.interface = wanted.name;
         service.port = port;
         service.family = to_text(frame.family);
-        service.to = words(frame.to);
-        service.to_router_mac = frame.to == router_mac();
+        service.to_router_mac = frame.to == router_mac_;
+        service.to = service.to_router_mac ? router_mac_words_ : words(frame.to);
         service.vrf = wanted.vrf.empty() ? "default" : wanted.vrf;
         service.mtu = wanted.mtu;
         if (judged.fate.routed)
@@ -234,11 +235,17 @@ private:
                  Forwarding::reason(forwarding_.follow(frame)));
     }
 
-    static void fail(Judged &judged, ServiceState state, Stage decided, std::string reason)
+    /* The last service. */
+    void fail(Judged &judged, ServiceState state, Stage decided, std::string reason)
     {
-        judged.service.state = state;
-        judged.service.reason = std::move(reason);
+        Service &service = services_.back();
+        service.state = state;
+        service.reason = std::move(reason);
+        if (!service.is_fault())
+            return;
         judged.decided = decided;
+        judged.service = services_.size() - 1;
+        faults_.push_back(std::move(judged));
     }
 
     std::string writer(const Judged &judged, Stage stage) const
@@ -264,7 +271,7 @@ private:
                               Forwarding::condition(fate)));
         else if (fate.vpn != wanted.vpn)
             wrong(Stage::vpn, fmt::format("routed in {}, not in VRF {}",
-                                          forwarding_.vpn_words(fate.vpn), judged.service.vrf));
+                                          forwarding_.vpn_words(fate.vpn), services_.back().vrf));
         else if (fate.mtu != wanted.mtu)
             wrong(Stage::mtu, fmt::format("the MTU is {}, not {}", fate.mtu, wanted.mtu));
         else if (const AuditFinding *finding = break_in(fate))
@@ -305,6 +312,8 @@ private:
     /* An orphan or dangling reference on the way; nullptr without one. */
     const AuditFinding *break_in(const Fate &fate) const
     {
+        if (broken_.empty())
+            return nullptr;
         for (const AsicObject &object : objects(fate)) {
             const auto at = broken_.find(object);
             if (at != broken_.end())
@@ -334,10 +343,11 @@ private:
     {
         for (const Family family : families) {
             const auto look = [&](const Mac &mac) {
-                look_for_unwanted(intf, {front_port, vlan, family, mac, 0});
+                if (forwarding_.is_on(intf, family, mac))
+                    look_for_unwanted(intf, {front_port, vlan, family, mac, 0});
             };
-            if (is_zero(router_mac()))
-                look(router_mac());
+            if (is_zero(router_mac_))
+                look(router_mac_);
             for (const RouterMacRow &mac : s_.router_macs)
                 look(mac.mac);
             for (const Mac &mac : found_in(traps_, intf.intf_id))
@@ -350,14 +360,12 @@ private:
     {
         if (wanted_frames_.count(frame) != 0)
             return;
-        Judged judged;
-        judged.frame = frame;
-        judged.fate = forwarding_.follow(frame, false);
+        Judged judged{frame, forwarding_.follow(frame, false)};
         if (!judged.fate.routed || judged.fate.intf_id != intf.intf_id)
             return;
         const HostRow *owner = index_.owner_of_intf(intf.intf_id);
         const HostRow *port = index_.owner_of_front_port(frame.front_port);
-        Service &service = judged.service;
+        Service &service = services_.emplace_back();
         service.interface = owner != nullptr ? owner->name : subject(intf);
         service.port = port != nullptr ? port->name : "";
         service.family =
@@ -374,7 +382,6 @@ private:
             fail(judged, ServiceState::kept, stage, std::move(reason));
         else
             fail(judged, ServiceState::wrong, stage, reason + writer(judged, stage));
-        judged_.push_back(std::move(judged));
     }
 
     static std::string subject(const IntfRow &intf)
@@ -394,7 +401,7 @@ private:
             return Stage::family;
         const auto &macs = found_in(virtual_macs_, wanted->name);
         const bool is_mac =
-            frame.to == router_mac() || std::find(macs.begin(), macs.end(), frame.to) != macs.end();
+            frame.to == router_mac_ || std::find(macs.begin(), macs.end(), frame.to) != macs.end();
         return is_mac ? Stage::port_channel : Stage::mac;
     }
 
@@ -405,15 +412,14 @@ private:
         std::map<AsicObject, std::vector<size_t>> by_object;
         std::unordered_map<std::string_view, std::vector<size_t>> by_name;
         std::vector<size_t> all;
-        for (size_t i = 0; i < judged_.size(); ++i) {
-            const Judged &judged = judged_[i];
-            if (!judged.service.is_fault())
-                continue;
+        for (size_t i = 0; i < faults_.size(); ++i) {
+            const Judged &judged = faults_[i];
+            const Service &service = services_[judged.service];
             all.push_back(i);
             for (const AsicObject &object : objects(judged.fate))
                 by_object[object].push_back(i);
-            for (const std::string_view name : std::set<std::string_view>{
-                     judged.service.interface, judged.service.port, judged.parent}) {
+            for (const std::string_view name :
+                 std::set<std::string_view>{service.interface, service.port, judged.parent}) {
                 if (!name.empty())
                     by_name[name].push_back(i);
             }
@@ -424,9 +430,9 @@ private:
             std::set<size_t> costs;
             if (const auto at = by_object.find(finding.about); at != by_object.end())
                 costs.insert(at->second.begin(), at->second.end());
-            const auto add = [&](const std::vector<size_t> &services) {
-                for (const size_t i : services) {
-                    if (is_reason(finding, judged_[i]))
+            const auto add = [&](const std::vector<size_t> &faults) {
+                for (const size_t i : faults) {
+                    if (is_reason(finding, faults_[i]))
                         costs.insert(i);
                 }
             };
@@ -440,7 +446,7 @@ private:
     }
 
     /* Of a finding that concerns the interface. */
-    static bool is_reason(const AuditFinding &finding, const Judged &judged)
+    bool is_reason(const AuditFinding &finding, const Judged &judged) const
     {
         if ((stages_of(finding) & bit(judged.decided)) == 0)
             return false;
@@ -450,7 +456,7 @@ private:
             return true;
         /* An attribute is its own interface's, and of one family. */
         const auto &rows = attribute_readings();
-        return finding.interface == judged.service.interface &&
+        return finding.interface == services_[judged.service].interface &&
                std::any_of(rows.begin(), rows.end(), [&](const AttributeReading &row) {
                    return row.number == attribute_of(finding.property) &&
                           row.is_read(judged.decided, judged.frame.family, judged.fate.to_group);
@@ -458,7 +464,7 @@ private:
     }
 
     const Snapshot &s_;
-    const Index index_;
+    const Index &index_;
     const Forwarding forwarding_;
     std::vector<AuditFinding> &findings_;
     std::unordered_map<std::string_view, std::vector<const std::string *>> members_;
@@ -467,21 +473,36 @@ private:
     std::unordered_map<uint32_t, std::vector<Mac>> traps_;                /* by intf_id */
     std::map<AsicObject, const AuditFinding *> broken_;
     std::unordered_set<Frame, FrameHash, SameFrame> wanted_frames_;
-    std::deque<Judged> judged_;
+    Mac router_mac_{};
+    std::string router_mac_words_;
+    const WantedInterface *entered_ = nullptr; /* whose entries these are */
+    std::vector<Entry> entries_;
+    std::vector<Service> services_;
+    std::vector<Judged> faults_;
 };
 
 } // namespace
 
 std::vector<Service> services(const Snapshot &snapshot, std::vector<AuditFinding> &findings)
 {
-    return Judge(snapshot, findings).judge();
+    return services(Index(snapshot), findings);
+}
+
+std::vector<Service> services(const Index &index, std::vector<AuditFinding> &findings)
+{
+    return Judge(index, findings).judge();
 }
 
 Judgement judge(const Snapshot &snapshot)
 {
+    return judge(Index(snapshot));
+}
+
+Judgement judge(const Index &index)
+{
     Judgement judgement;
-    judgement.findings = audit(snapshot);
-    judgement.services = services(snapshot, judgement.findings);
+    judgement.findings = audit(index);
+    judgement.services = services(index, judgement.findings);
     return judgement;
 }
 

@@ -49,6 +49,7 @@ struct Service {
  * by an orphan or through a dangling reference is given wrongly. Each finding gets the number of
  * services that it costs. Linear in the number of services. */
 std::vector<Service> services(const Snapshot &snapshot, std::vector<AuditFinding> &findings);
+std::vector<Service> services(const Index &index, std::vector<AuditFinding> &findings);
 
 /* The audit and the services of a snapshot. */
 struct Judgement {
@@ -56,6 +57,7 @@ struct Judgement {
     std::vector<Service> services;
 };
 Judgement judge(const Snapshot &snapshot);
+Judgement judge(const Index &index);
 
 struct ServiceCount {
     uint64_t wanted = 0, given = 0, not_given = 0, wrong = 0; /* wrong: of the wanted ones */

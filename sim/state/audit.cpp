@@ -26,7 +26,7 @@ constexpr PropertyId lid_entry = attribute_property(SdkIntfAttrLid);
 
 class Auditor {
 public:
-    explicit Auditor(const Snapshot &snapshot) : s_(snapshot), index_(snapshot)
+    explicit Auditor(const Index &index) : s_(index.snapshot()), index_(index)
     {
         for (const WantedMember &member : s_.wanted_members)
             wanted_members_.insert({member.port_channel, member.port});
@@ -302,19 +302,19 @@ private:
     /* A port's record names its port's LID entry, a sub-interface's its parent's. */
     void check_recorded_lid(const HostRow &host, const ContextRow &context)
     {
-        const auto tell_lid = [&](const std::string &whose, uint32_t right) {
+        const auto compare = [&](uint32_t right, const char *whose, const std::string &name) {
             if (context.lid_id != right)
                 tell(AuditId::recorded_lid_differs, host, lid_entry,
-                     fmt::format("{} is recorded with LID entry {}, {} with {}", host.name,
-                                 id_words(context.lid_id), whose, id_words(right)));
+                     fmt::format("{} is recorded with LID entry {}, {}{} with {}", host.name,
+                                 id_words(context.lid_id), whose, name, id_words(right)));
         };
         if (host.kind == InterfaceKind::port)
-            tell_lid("its port", host.port_lid.value_or(no_id));
+            compare(host.port_lid.value_or(no_id), "its port", "");
         if (host.kind != InterfaceKind::sub_interface || !host.parent)
             return;
         const HostRow *parent = index_.host(*host.parent);
         if (const ContextRow *served = index_.serving_context(parent))
-            tell_lid("its parent " + parent->name, served->lid_id);
+            compare(served->lid_id, "its parent ", parent->name);
     }
 
     static std::string id_words(uint32_t id)
@@ -376,16 +376,16 @@ private:
     void check(const IntfRow &intf)
     {
         const HostRow *owner = index_.owner_of_intf(intf.intf_id);
-        const std::string interface = owner != nullptr ? owner->name : interface_of(intf);
+        const auto interface = [&] { return owner != nullptr ? owner->name : interface_of(intf); };
         if (owner == nullptr)
             tell_orphan(AuditId::orphan_interface, {AsicTable::interface, intf.intf_id},
                         fmt::format("SDK interface {}", intf.intf_id),
-                        fmt::format(" ({})", Index::kind_words(intf)), "interface", interface,
+                        fmt::format(" ({})", Index::kind_words(intf)), "interface", interface(),
                         intf.made);
         const AttributeValueRow *bound = index_.attribute(intf.intf_id, SdkIntfAttrLid).written;
         if (bound != nullptr && index_.lid(bound->value) == nullptr)
             tell_made(AuditId::bound_to_gone_lid, fmt::format("SDK interface {}", intf.intf_id),
-                      owner != nullptr ? lid_entry : PropertyId::binding, interface,
+                      owner != nullptr ? lid_entry : PropertyId::binding, interface(),
                       fmt::format("SDK interface {} is bound to LID entry {}, which is gone",
                                   index_.intf_words(intf.intf_id), bound->value),
                       bound->made, "bound", &intf.made)
@@ -670,7 +670,7 @@ private:
             finding.kind = AuditKind::left_out;
             finding.code = row.code;
             finding.object = row.location.row();
-            finding.interface = named_by(row.location.key);
+            finding.interface = named_by(row.location.key());
             finding.words = fmt::format("{}: {}", row.location.to_text(), row.without_code());
         }
     }
@@ -683,7 +683,7 @@ private:
     }
 
     const Snapshot &s_;
-    const Index index_;
+    const Index &index_;
     std::set<std::pair<std::string, std::string>> wanted_members_;
     std::vector<AuditFinding> findings_;
 };
@@ -692,7 +692,12 @@ private:
 
 std::vector<AuditFinding> audit(const Snapshot &snapshot)
 {
-    return Auditor(snapshot).findings();
+    return audit(Index(snapshot));
+}
+
+std::vector<AuditFinding> audit(const Index &index)
+{
+    return Auditor(index).findings();
 }
 
 std::string cost_words(const AuditFinding &finding)

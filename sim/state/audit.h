@@ -98,6 +98,7 @@ struct AuditFinding {
  * port-channels) is not a finding. Rows of the last configuration that were left out are. Run time
  * is linear in the number of rows. */
 std::vector<AuditFinding> audit(const Snapshot &snapshot);
+std::vector<AuditFinding> audit(const Index &index);
 
 /* "costs 2 services", "costs no service"; empty when nobody knows. */
 std::string cost_words(const AuditFinding &finding);

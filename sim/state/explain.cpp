@@ -177,7 +177,8 @@ Listing properties_of(const Explanation &explanation)
 
 Explanation explain(const Snapshot &snapshot, const std::string &interface)
 {
-    return explain(Index(snapshot), audit(snapshot), interface);
+    const Index index(snapshot);
+    return explain(index, audit(index), interface);
 }
 
 Explanation explain(const Index &index, const std::vector<AuditFinding> &findings,

@@ -85,6 +85,9 @@ Index::Index(const Snapshot &snapshot) : s_(snapshot)
         else
             declined_[row.port_channel].push_back(row.port);
     }
+    must_exist_.reserve(snapshot.wanted_interfaces.size());
+    for (const WantedInterface &row : snapshot.wanted_interfaces)
+        must_exist_.push_back(has_what_it_needs(row));
     for (const WantedVlanMember &row : snapshot.wanted_vlan_members)
         vlans_[row.member].push_back(row.vlan);
     for (const FailureRow &row : snapshot.failures)
@@ -112,7 +115,7 @@ const HostRow *Index::owner_of_front_port(uint32_t front_port) const
     return found ? &*at : nullptr;
 }
 
-bool Index::must_exist(const WantedInterface &wanted) const
+bool Index::has_what_it_needs(const WantedInterface &wanted) const
 {
     if (wanted.kind == InterfaceKind::sub_interface) {
         const WantedInterface *parent = this->wanted(wanted.parent);

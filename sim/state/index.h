@@ -128,7 +128,10 @@ public:
         return found_in(reader_, name);
     }
     /* Must be in the ASIC: routed and, for a port-channel, with a member that joins. */
-    bool must_exist(const WantedInterface &wanted) const;
+    bool must_exist(const WantedInterface &wanted) const
+    {
+        return must_exist_[static_cast<size_t>(&wanted - s_.wanted_interfaces.data())];
+    }
     /* What a port is configured for: "routed", "member", "switched", "unused". */
     const char *role(std::string_view port) const;
     /* A port's configured membership, not declined; nullptr without one. */
@@ -199,6 +202,7 @@ public:
     const FailureRow &failure(std::string_view object) const;
 
 private:
+    bool has_what_it_needs(const WantedInterface &wanted) const;
     std::string state_of_missing(const WantedInterface &interface) const;
     std::string state_of_port(std::string_view port) const;
     bool not_reached(std::string_view name) const;
@@ -211,6 +215,7 @@ private:
     Lookup<std::string_view, const WantedInterface *> wanted_without_host_{&memory_};
     std::vector<const WantedInterface *> wanted_of_; /* by position of the host's row */
     std::vector<const HostRow *> host_of_;           /* by position of the wanted row */
+    std::vector<bool> must_exist_;                   /* likewise */
     std::vector<size_t> attributes_of_;              /* start of each SDK interface's attributes */
     Lookup<std::string_view, const WantedPort *> wanted_ports_{&memory_};
     Lookup<std::string_view, const WantedVlan *> wanted_vlans_{&memory_};

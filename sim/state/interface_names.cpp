@@ -28,7 +28,7 @@ Spellings interface_names(const Snapshot &snapshot)
 std::vector<std::string_view> interfaces_of(const SourceLocation &row)
 {
     std::vector<std::string_view> names;
-    std::string_view rest = row.key;
+    std::string_view rest = row.key();
     while (!rest.empty()) {
         const size_t bar = std::min(rest.find('|'), rest.size());
         if (parse_interface_name(rest.substr(0, bar)))

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "sim/config/desired.h"
-#include "sim/journal/journal.h"
+#include "sim/journal/request.h"
 #include "sim/types/columns.h"
 #include "sim/types/json.h"
 

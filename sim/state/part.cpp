@@ -5,7 +5,8 @@
  * interfaces is found in the part too; what it finds there about others means nothing.
  *
  * The rows of large tables are found by the order of their first columns or by an index; without
- * one, as in a database of an older kvnsim, SQLite searches the table. */
+ * one, as in a database of an older kvnsim and in tables with a few rows for each port, SQLite
+ * searches the table. */
 #include <set>
 #include <tuple>
 #include <type_traits>
@@ -131,15 +132,20 @@ private:
             find_ends();
         if (low_ > high_)
             return {};
-        /* Most tables have a row for each number. */
-        const auto rows = static_cast<uint64_t>(high_) - static_cast<uint64_t>(low_);
-        if (value >= lowest_ && value - lowest_ <= rows) {
-            const auto guess = static_cast<int64_t>(static_cast<uint64_t>(low_) + value - lowest_);
-            if (probe(guess).second == value && (guess == low_ || probe(guess - 1).second < value))
-                return guess;
+        int64_t low = low_, high = high_;
+        /* Most tables have a row for nearly each number: it is a little before its likely place. */
+        if (std::optional<int64_t> place = likely_place(value)) {
+            for (uint64_t back = 1; probe(*place).second >= value; back *= 2) {
+                high = *place;
+                const uint64_t left = static_cast<uint64_t>(high) - static_cast<uint64_t>(low);
+                if (left == 0)
+                    break;
+                place = static_cast<int64_t>(static_cast<uint64_t>(high) - std::min(back, left));
+            }
+            low = *place;
         }
         std::optional<int64_t> found;
-        for (int64_t low = low_, high = high_; low <= high;) {
+        while (low <= high) {
             const auto half = (static_cast<uint64_t>(high) - static_cast<uint64_t>(low)) / 2;
             const auto middle = static_cast<int64_t>(static_cast<uint64_t>(low) + half);
             const auto [id, key] = probe(middle);
@@ -267,8 +273,7 @@ public:
     {
         part_.meta = get_meta(db);
         read_all<FileRow, Finding, WantedPort, WantedMember, WantedRouterMac, AppliedRouterMac,
-                 VrfNumber, OwnedRouterMac, LidRow, LidPathRow, PortChannelRow, MemberRow,
-                 RouterMacRow, PendingRow, PmRow, PcRow, MemberIntfRow, FailureRow>();
+                 VrfNumber, OwnedRouterMac, RouterMacRow, PendingRow, FailureRow>();
         constexpr uint32_t first = ifindex_of(InterfaceKind::port, 0),
                            behind = ifindex_of(InterfaceKind::svi, 0);
         ports_and_channels_ = tables_.of<HostRow>().between(first, behind - 1);
@@ -378,6 +383,11 @@ private:
             add_place("made_request = ?", number);
             for (const TrapRow *trap : tables_.of<TrapRow>().where("made_request = ?", number))
                 add_trap(trap->mac_trap_id);
+            for (const LidRow *lid : tables_.of<LidRow>().where("made_request = ?", number))
+                add_lid(lid->lid_id);
+            for (const PortChannelRow *made :
+                 tables_.of<PortChannelRow>().where("made_request = ?", number))
+                add_port_channel(made->pc_id);
         }
     }
 
@@ -385,6 +395,7 @@ private:
     {
         if (const ContextRow *context = tables_.of<ContextRow>().find(row.ifindex)) {
             add_intf(context->intf_id);
+            add_lid(context->lid_id);
             if (row.kind == InterfaceKind::port_channel)
                 add_port_channel(context->pc_id);
         }
@@ -392,6 +403,13 @@ private:
             add_intf(*row.kept_intf);
         if (row.held_pc)
             add_port_channel(*row.held_pc);
+        for (const std::optional<uint32_t> &lid : {row.port_lid, row.held_lid}) {
+            if (lid)
+                add_lid(*lid);
+        }
+        tables_.of<PmRow>().where("ifindex = ?", row.ifindex);
+        tables_.of<PcRow>().where("ifindex = ?", row.ifindex);
+        tables_.of<MemberIntfRow>().where("ifindex = ?", row.ifindex);
         tables_.of<L3lifRow>().find(row.ifindex);
         tables_.of<LabelRow>().find(row.ifindex);
         for (const FhrpRow *entry : tables_.of<FhrpRow>().between(row.ifindex, row.ifindex))
@@ -413,32 +431,28 @@ private:
     void add_front_port(uint32_t front_port)
     {
         add_place("type = ? AND param1 = ?", uint32_t{sdk_routed_port}, front_port);
-        for (const MemberRow &member : part_.members) {
-            if (member.front_port == front_port)
-                add_port_channel(member.pc_id);
-        }
+        for (const MemberRow *member : tables_.of<MemberRow>().where("front_port = ?", front_port))
+            add_port_channel(member->pc_id);
     }
 
     void add_port_channel(uint32_t pc_id)
     {
         if (pc_id == no_id || !port_channels_.insert(pc_id).second)
             return;
+        tables_.of<PortChannelRow>().where("pc_id = ?", pc_id);
         add_place("type = ? AND param1 = ?", uint32_t{sdk_routed_port}, pc_id);
         for (const ContextRow *context : channel_contexts_) {
             if (context->pc_id == pc_id)
                 add_owner(context->ifindex);
         }
+        std::set<uint32_t> joined;
+        for (const MemberRow *member : tables_.of<MemberRow>().where("pc_id = ?", pc_id))
+            joined.insert(member->front_port);
         for (const HostRow *row : ports_and_channels_) {
-            if (row->held_pc == pc_id || (row->kind == InterfaceKind::port && is_in(*row, pc_id)))
+            if (row->held_pc == pc_id ||
+                (row->kind == InterfaceKind::port && joined.count(row->number + 1) != 0))
                 to_add_.push_back(row->name);
         }
-    }
-
-    bool is_in(const HostRow &port, uint32_t pc_id) const
-    {
-        return std::any_of(part_.members.begin(), part_.members.end(), [&](const MemberRow &row) {
-            return row.pc_id == pc_id && row.front_port == port.number + 1;
-        });
     }
 
     void add_owner(uint32_t ifindex)
@@ -459,7 +473,10 @@ private:
         if (id == no_id || !intfs_.insert(id).second)
             return;
         read_claims(id);
-        tables_.of<AttributeValueRow>().between(id, id);
+        for (const AttributeValueRow *row : tables_.of<AttributeValueRow>().between(id, id)) {
+            if (row->number == SdkIntfAttrLid)
+                add_lid(row->value);
+        }
         for (const TrapRow *trap : tables_.of<TrapRow>().where("intf_id = ?", id))
             add_trap(trap->mac_trap_id);
         const IntfRow *const row = tables_.of<IntfRow>().find(id);
@@ -474,6 +491,15 @@ private:
             host(claim->ifindex);
     }
 
+    void add_lid(uint32_t id)
+    {
+        if (!lids_.insert(id).second)
+            return;
+        tables_.of<LidRow>().where("lid_id = ?", id);
+        for (const LidPathRow *path : tables_.of<LidPathRow>().where("lid_id = ?", id))
+            tables_.of<PortChannelRow>().where("pc_id = ?", path->pc_id);
+    }
+
     void add_trap(uint32_t id)
     {
         tables_.of<TrapRow>().find(id);
@@ -484,14 +510,15 @@ private:
     Database &db_;
     FoundRequests requests_;
     Tables<WantedInterface, WantedVlan, WantedVlanMember, WantedVirtualMac, HostRow, ContextRow,
-           FhrpRow, IntfRow, AttributeValueRow, TrapRow, L3lifRow, LabelRow>
+           FhrpRow, IntfRow, AttributeValueRow, LidRow, LidPathRow, PortChannelRow, MemberRow,
+           TrapRow, PmRow, PcRow, L3lifRow, LabelRow, MemberIntfRow>
         tables_;
     Snapshot part_;
     std::vector<const HostRow *> ports_and_channels_;
     std::vector<const ContextRow *> channel_contexts_;
     std::vector<std::string> to_add_;
     std::set<std::string> added_;
-    std::set<uint32_t> intfs_, port_channels_, vlans_;
+    std::set<uint32_t> intfs_, lids_, port_channels_, vlans_;
 };
 
 } // namespace
@@ -501,6 +528,7 @@ load_about(const std::string &path, const std::vector<std::string> &written, con
 {
     try {
         const std::unique_ptr<Database> db = open_snapshot(path);
+        db->run("BEGIN"); /* otherwise each look-up locks the file and unlocks it */
         Part part(*db);
         SnapshotPart loaded;
         for (const std::string &word : written) {

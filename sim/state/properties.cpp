@@ -439,23 +439,51 @@ template <class Row, size_t count> const Row *row_of(const Row (&rows)[count], u
     return at != std::end(rows) ? at : nullptr;
 }
 
+/* What is known of an attribute. */
+struct AttributeFacts {
+    const AttributeRow *row;
+    const AttributeSides *sides;       /* or nullptr */
+    const LoopbackAttribute *loopback; /* likewise */
+};
+const AttributeFacts &facts_of(uint32_t attribute)
+{
+    static const std::vector<AttributeFacts> by_number = [] {
+        std::vector<AttributeFacts> facts(attributes().back().number + 1);
+        for (const AttributeRow &row : attributes())
+            facts[row.number] = {&row, row_of(attribute_sides, row.number),
+                                 row_of(loopback_attributes, row.number)};
+        return facts;
+    }();
+    return by_number[attribute];
+}
+
+bool is_written(const InterfaceRows &of, uint32_t attribute)
+{
+    return std::any_of(of.attributes.begin(), of.attributes.end(),
+                       [&](const AttributeValueRow &row) { return row.number == attribute; });
+}
+
 void attribute(const InterfaceRows &of, Sides &sides, uint32_t attribute)
 {
     if (of.host == nullptr || (of.intf == nullptr && !(of.tells && of.must_exist)))
         return;
-    const AttributeSides *known = row_of(attribute_sides, attribute);
+    const AttributeFacts &facts = facts_of(attribute);
+    const AttributeSides *known = facts.sides;
     if (known != nullptr && (known->kinds & bit(of.host->kind)) == 0)
         known = nullptr;
-    const AttributeRow &row = *find_attribute(attribute);
+    const LoopbackAttribute *loopback = of.host->loopback ? facts.loopback : nullptr;
+    const bool is_decided = known != nullptr || loopback != nullptr;
+    /* One that is as in a new interface, as most are. */
+    if (!is_decided && !of.tells && of.index.snapshot().pending.empty() &&
+        !is_written(of, attribute))
+        return;
+    const AttributeRow &row = *facts.row;
     const Form form = known != nullptr ? known->form : row.hex ? Form::hex : Form::number;
     const WantedInterface *wanted = of.tells ? of.wanted : of.judged;
     if (wanted != nullptr && !wanted->routed)
         wanted = nullptr;
 
     const bool is_configured = known != nullptr && known->configured != nullptr;
-    const LoopbackAttribute *loopback =
-        of.host->loopback ? row_of(loopback_attributes, attribute) : nullptr;
-    const bool is_decided = known != nullptr || loopback != nullptr;
     const uint32_t right = loopback != nullptr ? loopback->value
                            : known == nullptr  ? row.initial
                            : is_configured ? (wanted != nullptr ? known->configured(*wanted) : 0)

@@ -489,17 +489,16 @@ Listing show(const std::vector<Finding> &findings)
     for (const Finding &finding : findings) {
         const SourceLocation &at = finding.location;
         const bool has_place = at.line != 0;
-        listing.rows.push_back({cell(finding.severity), cell(finding.code), at.file,
+        listing.rows.push_back({cell(finding.severity), cell(finding.code), at.file(),
                                 has_place ? cell(at.line) : Cell(),
-                                has_place ? cell(at.column) : Cell(), cell(at.table), cell(at.key),
-                                finding.without_code()});
+                                has_place ? cell(at.column) : Cell(), cell(at.table()),
+                                cell(at.key()), finding.without_code()});
     }
     return listing;
 }
 
 Listing show_waiting(const Snapshot &snapshot)
 {
-    const Index index(snapshot);
     Listing listing{"Waiting for the flush"};
     listing.columns = {{"intf_id", "intf_id", rank_detail},
                        {"interface", "Interface", rank_name},
@@ -507,6 +506,9 @@ Listing show_waiting(const Snapshot &snapshot)
                        {"value", "Value"},
                        {"waits", "Waits"},
                        {"queued_by", "Queued by", rank_origin}};
+    if (snapshot.pending.empty())
+        return listing;
+    const Index index(snapshot);
     for (const PendingRow &write : snapshot.pending) {
         const HostRow *owner = index.owner_of_intf(write.intf_id);
         const AttributeRow *attribute = find_attribute(write.number);

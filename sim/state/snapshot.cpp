@@ -5,11 +5,10 @@
 
 #include <algorithm>
 
-#include <fmt/format.h>
-
 #include "l3lifpd_kavelin.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/fwm/host.h"
+#include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"
 #include "sim/switch/switch.h"
 
@@ -18,7 +17,10 @@ namespace {
 
 std::string joined(const std::vector<std::string> &texts)
 {
-    return fmt::format("{}", fmt::join(texts, " "));
+    std::string all;
+    for (const std::string &text : texts)
+        all.append(&text == &texts.front() ? "" : " ").append(text);
+    return all;
 }
 
 /* The rows of a Desired, which is what is wanted or what has been applied. */
@@ -121,6 +123,7 @@ void capture_applied(const Switch &of, Snapshot &into)
 {
     capture_desired(of.have(), of, into.applied_ports, into.applied_interfaces,
                     into.applied_members, into.applied_virtual_macs, into.applied_router_mac);
+    into.settings.reserve(of.settings().size());
     for (const auto &[name, settings] : of.settings())
         into.settings.push_back(
             {name, settings.mtu, settings.ipv4, settings.ipv6, settings.vrf, settings.nat_zone});

@@ -11,7 +11,7 @@
 #include "sim/fwm/diagnostics.h"
 #include "sim/fwm/host.h"
 #include "sim/fwm/state_db.h"
-#include "sim/journal/journal.h"
+#include "sim/journal/request.h"
 #include "sim/sdk/asic.h"
 #include "sim/switch/switch.h"
 #include "sim/switch/virtual_macs.h"

@@ -1,5 +1,6 @@
 #include "sim/state/snapshot_database.h"
 
+#include <algorithm>
 #include <cstring>
 #include <set>
 
@@ -44,14 +45,13 @@ int Database::number(const char *pragma)
 
 void Database::require_plain(const char *table)
 {
-    Statement asked(*this,
-                    fmt::format("SELECT ifnull(type = 'table' AND sql LIKE 'CREATE TABLE %', 0) "
-                                "FROM sqlite_schema WHERE name = '{}'",
-                                table));
-    int is_plain = 1;
-    if (asked.step())
-        asked.get(is_plain);
-    if (is_plain == 0)
+    if (!not_plain_) {
+        Statement asked(*this, "SELECT lower(name) FROM sqlite_schema GROUP BY 1 HAVING NOT "
+                               "max(ifnull(type = 'table' AND sql LIKE 'CREATE TABLE %', 0))");
+        for (not_plain_.emplace(); asked.step();)
+            asked.get(not_plain_->emplace_back());
+    }
+    if (std::find(not_plain_->begin(), not_plain_->end(), table) != not_plain_->end())
         refuse_file(name_, fmt::format("{}{} is no plain table", trouble_, table));
 }
 

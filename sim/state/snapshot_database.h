@@ -111,6 +111,7 @@ private:
     sqlite3 *db_ = nullptr;
     const bool is_read_;
     std::string name_, trouble_;
+    std::optional<std::vector<std::string>> not_plain_; /* once asked for */
 };
 
 /* The requests that rows name, each stored once: rows share one object after loading, too. */
@@ -140,12 +141,11 @@ public:
         const auto at = by_number_.find(number);
         return at != by_number_.end() ? at->second : nullptr;
     }
-    std::vector<Request> rows() const
+    /* Call visit for each, in the order of their numbers. */
+    template <class Visit> void each(const Visit &visit) const
     {
-        std::vector<Request> rows;
         for (const auto &[number, request] : by_number_)
-            rows.push_back(*request);
-        return rows;
+            visit(*request);
     }
 
 private:
@@ -204,7 +204,14 @@ public:
     {
         std::apply([&](const auto &...value) { (put(value), ...); }, row.columns());
     }
-    void put(const SourceLocation &location) { put_row(location); }
+    void put(const SourceLocation &location)
+    {
+        put(location.file());
+        put(location.line);
+        put(location.column);
+        put(location.table());
+        put(location.key());
+    }
     void put(const Origin &origin)
     {
         put(origin.number());
@@ -250,7 +257,21 @@ public:
     {
         std::apply([&](auto &...value) { (get(value), ...); }, row.columns());
     }
-    void get(SourceLocation &location) { get_row(location); }
+    void get(SourceLocation &location)
+    {
+        std::string file, table, key;
+        uint32_t line = 0, column = 0;
+        get(file);
+        get(line);
+        get(column);
+        get(table);
+        get(key);
+        const bool is_same_table = file == last_.file() && table == last_.table();
+        location = is_same_table ? SourceLocation(last_, line, column, std::move(key))
+                                 : SourceLocation(std::move(file), line, column, std::move(table),
+                                                  std::move(key));
+        last_ = location;
+    }
     void get(InterfaceKind &kind) { get_enum(kind, interface_kind_names); }
     void get(Finding::Severity &severity) { get_enum(severity, severity_names); }
     void get(StepKind &step) { get_enum(step, step_kind_names); }
@@ -304,6 +325,7 @@ private:
     Requests *requests_;
     sqlite3_stmt *statement_ = nullptr;
     int at_ = 0;
+    SourceLocation last_; /* that was read: consecutive rows often share a table */
 };
 
 template <class Row> std::vector<Row> get_rows(Database &db, Requests *requests = nullptr)

@@ -1,6 +1,7 @@
 /* A snapshot as an SQLite file: a table for each row type, whose SQL follows from its columns. What
  * is loaded equals what was saved; every value is checked on the way in, so a damaged file is
  * reported, never half loaded. The file is written under another name and renamed when complete. */
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <iterator>
@@ -34,18 +35,23 @@ constexpr const char *indexes[] = {
     "wanted_vlan(name)",
 };
 
-template <class Row> void put_rows(Database &db, const std::vector<Row> &rows)
+/* each calls the visitor that it is given for each row. */
+template <class Row, class Each> void put_rows(Database &db, const Each &each)
 {
     const std::vector<std::string> columns = column_names<Row>();
     db.run(fmt::format("CREATE TABLE \"{}\" ({})", Row::table, fmt::join(columns, ", ")));
     Statement insert(db,
                      fmt::format("INSERT INTO \"{}\" VALUES ({})", Row::table,
                                  fmt::join(std::vector<const char *>(columns.size(), "?"), ", ")));
-    for (const Row &row : rows) {
+    each([&](const Row &row) {
         insert.put_row(row);
         insert.step();
         insert.again();
-    }
+    });
+}
+template <class Row> void put_rows(Database &db, const std::vector<Row> &rows)
+{
+    put_rows<Row>(db, [&](const auto &put) { std::for_each(rows.begin(), rows.end(), put); });
 }
 
 /* ---- Files ---- */
@@ -96,7 +102,7 @@ void write(const Snapshot &snapshot, const std::string &path, const std::string 
         for (const auto &row : snapshot.*rows)
             std::apply([&](const auto &...value) { (requests.add(value), ...); }, row.columns());
     });
-    put_rows(db, requests.rows());
+    put_rows<Request>(db, [&](const auto &put) { requests.each(put); });
     for (size_t i = 0; i < std::size(indexes); ++i)
         db.run(fmt::format("CREATE INDEX index_{} ON {}", i + 1, indexes[i]));
     db.run("COMMIT");

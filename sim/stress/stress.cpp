@@ -12,6 +12,7 @@
 
 #include "l3lifpd_kavelin.h"
 #include "sim/fwm/diagnostics.h"
+#include "sim/journal/journal.h"
 #include "sim/journal/random.h"
 #include "sim/sdk/asic.h"
 #include "sim/state/audit.h"

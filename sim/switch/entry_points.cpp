@@ -10,6 +10,7 @@
 
 #include "platform_api/libsdk.h"
 #include "sim/config/names.h"
+#include "sim/journal/journal.h"
 
 namespace kvnsim {
 namespace {
@@ -139,6 +140,11 @@ Response EntryPoint::call(const std::vector<Value> &values) const
 Response EntryPoint::would_abort(const std::string &reason) const
 {
     return not_made(std::string(name_) + " refused, the library would abort: " + reason);
+}
+
+void EntryPoint::begin(std::shared_ptr<Request> request)
+{
+    Journal::instance().begin(std::move(request));
 }
 
 Response EntryPoint::end(int64_t result) const

@@ -99,6 +99,7 @@ protected:
 
     virtual Response call(const std::vector<Value> &values, Storage &storage) const = 0;
     Response would_abort(const std::string &reason) const;
+    static void begin(std::shared_ptr<Request> request);
     Response end(int64_t result) const;
 
     static Value value_of(const Parameter &parameter, int64_t argument);
@@ -146,7 +147,7 @@ private:
         request->entry = name();
         [[maybe_unused]] auto parameter = parameters().begin();
         ((describe(*request, *parameter, value_of(*parameter, arguments)), ++parameter), ...);
-        Journal::instance().begin(std::move(request));
+        begin(std::move(request));
         if constexpr (std::is_pointer_v<R>) {
             std::string text = function_(arguments...);
             Response response = end(0);

@@ -1,4 +1,5 @@
 #include "sim/switch/request.h"
+#include "sim/journal/journal.h"
 
 #include <optional>
 #include <utility>

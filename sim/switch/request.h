@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "sim/journal/journal.h"
+#include "sim/journal/request.h"
 
 /* Requests to the library, tasks of the host, and their results. */
 namespace kvnsim {

@@ -11,10 +11,12 @@
 #include <unordered_map>
 
 #include "l3lifpd_kavelin.h"
+#include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"
 #include "sim/switch/allocations.h"
 #include "sim/switch/choreography.h"
 #include "sim/switch/cursor.h"
+#include "sim/switch/entry_points.h"
 #include "sim/switch/virtual_macs.h"
 
 namespace kvnsim {
@@ -37,6 +39,13 @@ void Switch::resume(SwitchMemory memory)
     vpns_ = std::move(memory.vpns);
     failures_ = std::move(memory.failures);
     router_mac_id_ = memory.router_mac_id;
+}
+
+void Switch::power_off()
+{
+    resume({});
+    Host::instance().reset();
+    Asic::instance().reset();
 }
 
 uint32_t Switch::vpn_of(const std::string &vrf) const

@@ -12,7 +12,7 @@
 
 #include "sim/config/desired.h"
 #include "sim/fwm/host.h"
-#include "sim/switch/entry_points.h"
+#include "sim/switch/request.h"
 
 /* The switch: applies configurations by requests to the library, and keeps the results. */
 namespace kvnsim {
@@ -171,6 +171,9 @@ public:
 
     /* Remember this instead. Host and ASIC must be as they were then. */
     void resume(SwitchMemory memory);
+
+    /* Forget everything, in host and ASIC too: nothing more can be done with it. */
+    void power_off();
 
 private:
     friend class Planner;

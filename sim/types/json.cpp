@@ -9,6 +9,12 @@
 namespace kvnsim {
 namespace {
 
+bool is_ascii(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
 std::string valid_utf8(std::string_view text)
 {
     std::string valid;
@@ -24,20 +30,23 @@ std::string valid_utf8(std::string_view text)
 
 Json &Json::value(std::string_view text)
 {
-    const std::string valid = valid_utf8(text);
-    return after(writer_.String(valid.data(), static_cast<rapidjson::SizeType>(valid.size())));
+    const std::string valid = is_ascii(text) ? "" : valid_utf8(text);
+    if (!valid.empty())
+        text = valid;
+    return after(writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size())));
 }
 
 std::string Json::text() const
 {
-    /* In a text all control characters are escaped already but these, which are no ASCII or DEL. */
+    /* In a text all control characters are escaped already but DEL and those that are no ASCII. */
+    const auto may_steer = [](char c) { return static_cast<unsigned char>(c) >= 0x7F; };
     std::string_view rest(buffer_.GetString(), buffer_.GetSize());
     std::string all;
     all.reserve(rest.size());
     while (!rest.empty()) {
-        const size_t next = std::min(rest.find_first_of("\x7f\xc2\xd8\xe2"), rest.size());
-        all += rest.substr(0, next);
-        rest.remove_prefix(next);
+        const auto next = std::find_if(rest.begin(), rest.end(), may_steer);
+        all.append(rest.begin(), next);
+        rest.remove_prefix(static_cast<size_t>(next - rest.begin()));
         const std::string_view character = rest.substr(0, character_length(rest));
         if (!character.empty() && steers_terminal(character))
             all += fmt::format("\\u{:04x}", code_point(character));

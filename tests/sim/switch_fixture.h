@@ -7,6 +7,7 @@
 
 #include "sim/config/desired.h"
 #include "sim/fwm/diagnostics.h"
+#include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"
 #include "sim/switch/choreography.h"
 #include "sim/switch/switch.h"

@@ -34,7 +34,7 @@ Document read_sound(const std::string &text)
 {
     std::vector<Finding> found;
     Document document = read_document(
-        "c.json", text, [](const std::string &) { return true; }, found);
+        "c.json", text, [](std::string_view) { return true; }, found);
     for (const Finding &finding : found)
         ADD_FAILURE() << finding.to_text();
     return document;
@@ -70,6 +70,32 @@ TEST(Document, KnowsWhereEachTokenStands)
     EXPECT_EQ(at(fields[3].at), (At{4, 34}));
     EXPECT_EQ(at(fields[3].value_at), (At{4, 40}));
     EXPECT_EQ(fields[3].kind, ValueKind::boolean);
+}
+
+TEST(Document, KnowsWhereTokensStandBehindEscapes)
+{
+    const std::string text =
+        R"({"T": {"\u0041\"\\": {"\/q": null, "b" : false, "c": [-7 , "\/"], "d": "\t", "e": 1}}})";
+    const Document document = read_sound(text);
+    const auto place = [&](const char *token) {
+        return At{1, static_cast<uint32_t>(text.find(token) + 1)};
+    };
+    const DocumentRow &row = document.tables[0].entries[0];
+    EXPECT_EQ(row.name, "A\"\\");
+    EXPECT_EQ(at(row.value_at), place(R"({"\/q")"));
+    ASSERT_EQ(row.entries.size(), 5u);
+    EXPECT_EQ(row.entries[0].name, "/q");
+    EXPECT_EQ(at(row.entries[0].value_at), place("null"));
+    EXPECT_EQ(at(row.entries[1].value_at), place("false"));
+    EXPECT_EQ(at(row.entries[2].value_at), place("["));
+    EXPECT_EQ(row.entries[2].entries[0].text, "-7");
+    EXPECT_EQ(at(row.entries[2].entries[0].value_at), place("-7"));
+    EXPECT_EQ(row.entries[2].entries[1].text, "/");
+    EXPECT_EQ(at(row.entries[2].entries[1].value_at), place(R"("\/")"));
+    EXPECT_EQ(row.entries[3].text, "\t");
+    EXPECT_EQ(at(row.entries[3].value_at), place(R"("\t")"));
+    EXPECT_EQ(at(row.entries[4].at), place(R"("e")"));
+    EXPECT_EQ(row.entries[4].text, "1");
 }
 
 TEST(Document, CountsCharactersNotBytes)

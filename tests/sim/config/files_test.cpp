@@ -346,8 +346,8 @@ bool is_named(const Configuration &configuration, const std::string &table, cons
 {
     return std::any_of(configuration.findings.begin(), configuration.findings.end(),
                        [&](const Finding &finding) {
-                           const std::string &key = finding.location.key;
-                           return finding.location.table == table &&
+                           const std::string &key = finding.location.key();
+                           return finding.location.table() == table &&
                                   key.substr(0, key.find('|')) == name && finding.location.line > 0;
                        });
 }

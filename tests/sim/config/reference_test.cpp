@@ -156,7 +156,7 @@ TEST(Reference, HasTableNamesAndFieldsOnceEach)
         EXPECT_EQ(table.read != nullptr, table.use != Use::not_modelled) << table.name;
         std::vector<std::string> fields;
         for (const TableField &field : table.fields) {
-            fields.push_back(field.name);
+            fields.emplace_back(field.name);
             EXPECT_EQ(field.name, spelling(field.name)) << "misspelt fields are compared with it";
             if (field.fallback) {
                 EXPECT_TRUE(parse_field(field, field.fallback))

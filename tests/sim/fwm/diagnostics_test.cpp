@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "sim/fwm/event_file.h"
+#include "sim/journal/journal.h"
 #include "tests/sim/fwm/host_fixture.h"
 
 namespace kvnsim {

@@ -13,6 +13,7 @@
 #include "platform_api/sdwrap.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/fwm/host.h"
+#include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"
 #include "tests/sim/files.h"
 

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "sim/config/names.h"
+#include "sim/journal/journal.h"
 #include "sim/service/frame.h"
 #include "sim/state/explain.h"
 #include "sim/state/interface_names.h"
@@ -15,25 +16,43 @@
 namespace kvnsim {
 namespace {
 
-/* What kvnsim tells of one interface, by a whole snapshot or by a part. */
-std::string explained(const Snapshot &snapshot, const std::string &name)
-{
-    Json json;
-    write(json, explain(snapshot, name));
-    return json.document();
-}
-
-std::string shown(const Snapshot &snapshot, const std::string &name)
-{
-    std::string text;
-    for (const ShowKind &kind : show_kinds()) {
-        if (!kind.is_of_parts)
-            continue;
-        text += to_text(kind.of_interface ? kind.make(snapshot, name)
-                                          : rows_about(kind, kind.make(snapshot, {}), Names{name}));
+/* What kvnsim tells of interfaces, by a whole snapshot or by a part. */
+class Told {
+public:
+    explicit Told(const Snapshot &snapshot)
+        : s_(snapshot), index_(snapshot), findings_(audit(index_))
+    {
+        for (const ShowKind &kind : show_kinds()) {
+            if (kind.is_of_parts && !kind.of_interface)
+                tables_.emplace_back(&kind, kind.make(snapshot, {}));
+        }
     }
-    return text;
-}
+
+    std::string explained(const std::string &name) const
+    {
+        Json json;
+        write(json, explain(index_, findings_, name));
+        return json.document();
+    }
+
+    std::string shown(const std::string &name) const
+    {
+        std::string text;
+        for (const auto &[kind, table] : tables_)
+            text += to_text(rows_about(*kind, table, Names{name}));
+        for (const ShowKind &kind : show_kinds()) {
+            if (kind.is_of_parts && kind.of_interface)
+                text += to_text(kind.make(s_, name));
+        }
+        return text;
+    }
+
+private:
+    const Snapshot &s_;
+    const Index index_;
+    const std::vector<AuditFinding> findings_;
+    std::vector<std::pair<const ShowKind *, Listing>> tables_;
+};
 
 Frame frame_for(const Snapshot &snapshot, const std::string &name, uint32_t vlan, const Mac &to)
 {
@@ -68,12 +87,14 @@ protected:
     {
         SCOPED_TRACE(what);
         const Snapshot whole = load(file.path);
+        const Told of_whole(whole);
         const Spellings known = interface_names(whole);
         for (const std::string &name : known.names()) {
             const std::optional<SnapshotPart> part = load_about(file.path, {name});
             ASSERT_TRUE(part) << name;
-            EXPECT_EQ(explained(part->snapshot, name), explained(whole, name));
-            EXPECT_EQ(shown(part->snapshot, name), shown(whole, name));
+            const Told of_part(part->snapshot);
+            EXPECT_EQ(of_part.explained(name), of_whole.explained(name));
+            EXPECT_EQ(of_part.shown(name), of_whole.shown(name));
             for (const auto &[vlan, to] : {std::pair(0u, "00:00:5e:00:53:01"),
                                            {10u, "00:00:5e:00:01:01"},
                                            {100u, "00:00:5e:00:01:01"}}) {
@@ -136,8 +157,11 @@ TEST_F(PartOfSnapshot, TellsTheSameOfAChangedDatabase)
         {"asic_attribute", {"number", "value", "made_request"}},
         {"asic_lid", {"made_request"}},
         {"asic_lid_path", {"port_type", "front_port", "pc_id"}},
+        {"asic_port_channel", {"made_request"}},
         {"asic_member", {"front_port"}},
         {"asic_trap", {"intf_id", "made_request"}},
+        {"pm_sdb", {"ifmap_idx"}},
+        {"pc_sdb", {"pc_id"}},
         {"l3lif_sdb", {"mtu"}},
         {"label_sdb", {"enabled", "svi"}},
         {"request", {"subject"}}};

@@ -7,6 +7,7 @@
 
 #include "l3lifpd_kavelin.h"
 #include "platform_api/libsdk.h"
+#include "sim/journal/journal.h"
 #include "sim/state/compare.h"
 #include "sim/state/restore.h"
 #include "sim/stress/random_desired.h"

@@ -55,6 +55,16 @@ TEST_F(SnapshotFile, ComesBackAsItWasSaved)
     EXPECT_TRUE(load(file.path) == snapshot);
 }
 
+TEST_F(SnapshotFile, ComesBackWithPlacesThatNameNoFile)
+{
+    Snapshot snapshot = small_switch();
+    Finding nowhere = conflict();
+    nowhere.location = {};
+    snapshot.reader = {nowhere, conflict(), nowhere};
+    save(snapshot, file.path);
+    EXPECT_TRUE(load(file.path) == snapshot);
+}
+
 TEST_F(SnapshotFile, ComesBackWithFailuresKeptInterfacesHeldChannelsAndPendingWrites)
 {
     small_switch();
@@ -200,8 +210,10 @@ TEST_F(SnapshotFile, WithAQueryInThePlaceOfATableIsDamaged)
 {
     const char *const endless = "CREATE VIEW asic_trap AS WITH RECURSIVE n(i) AS "
                                 "(SELECT 1 UNION ALL SELECT i FROM n) SELECT * FROM n";
+    const char *const of_the_same_name = "CREATE VIEW ASIC_TRAP AS SELECT 1";
+    const char *const index = "CREATE INDEX asic_trap ON asic_lid(lid_id)";
     const char *const virtual_one = "CREATE VIRTUAL TABLE asic_trap USING fts5(mac)";
-    for (const char *sql : {endless, virtual_one}) {
+    for (const char *sql : {endless, of_the_same_name, index, virtual_one}) {
         save(small_switch(), file.path);
         run_sql("DROP TABLE asic_trap");
         run_sql(sql);

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"
 
 namespace kvnsim {

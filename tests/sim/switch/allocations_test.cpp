@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include "sim/journal/journal.h"
 #include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {

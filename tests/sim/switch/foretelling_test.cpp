@@ -42,8 +42,8 @@ bool is_left_out(const Configuration &configuration, const std::string &table,
                  const std::string &name)
 {
     for (const Finding &finding : configuration.findings)
-        if (finding.leaves_out && finding.location.table == table &&
-            first_part(finding.location.key) == name)
+        if (finding.leaves_out && finding.location.table() == table &&
+            first_part(finding.location.key()) == name)
             return true;
     return false;
 }

@@ -1,3 +1,4 @@
+#include "sim/journal/journal.h"
 #include "tests/sim/hand_operated.h"
 
 namespace kvnsim {

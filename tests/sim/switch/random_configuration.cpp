@@ -102,9 +102,9 @@ Texts values(const TableField &field)
                 text("False"), "false",       "null", text("maybe"),  "1"};
     case FieldType::choice: {
         Texts all;
-        for (const std::string &choice : split(field.choices, '|')) {
-            all.push_back(text(choice));
-            all.push_back(text(' ' + choice));
+        for (const std::string_view choice : split(field.choices, '|')) {
+            all.push_back(text(std::string(choice)));
+            all.push_back(text(' ' + std::string(choice)));
         }
         all.push_back(text("neither"));
         return all;

@@ -1,5 +1,6 @@
 #include "l3lifpd_kavelin.h"
 #include "platform_api/libsdk.h"
+#include "sim/journal/journal.h"
 #include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {
@@ -88,6 +89,17 @@ TEST_F(Applying, CreatedDestroyedAndCreatedAgainLeavesNothingBehind)
         EXPECT_TRUE(Host::instance().db().rows<LabelRow>().empty());
         EXPECT_TRUE(Host::instance().db().rows<MemberIntfRow>().empty());
     }
+}
+
+TEST_F(Applying, ASwitchThatIsPoweredOffKeepsNothing)
+{
+    bring_about(with_ports(R"("VLAN": {"Vlan100": {}}, "VLAN_INTERFACE": {"Vlan100": {}})"));
+    sw.power_off();
+    EXPECT_TRUE(sw.have().svis.empty());
+    EXPECT_TRUE(sw.wanted().svis.empty());
+    EXPECT_TRUE(sw.settings().empty());
+    EXPECT_TRUE(Host::instance().interfaces().empty());
+    EXPECT_TRUE(Asic::instance().rows<IntfRow>().empty());
 }
 
 TEST_F(Applying, APortThatIsNoLongerRoutedKeepsItsSdkInterfaceUntilItIsRoutedAgain)

@@ -1,0 +1,46 @@
+#include "sim/journal/request.h"
+
+#include <fmt/format.h>
+
+namespace kvnsim {
+
+const FailedCall &Request::first_failure() const
+{
+    static const FailedCall none;
+    return failed_first != nullptr ? *failed_first : none;
+}
+
+std::string Request::failure_text() const
+{
+    std::string text = fmt::format("request {} {}", number, entry);
+    if (result)
+        text += fmt::format("({}) returned {}{}", arguments, *result,
+                            *result == 0 ? ", but a call in it failed" : "");
+    if (failed_first != nullptr)
+        text += ": " + failed_first->words;
+    if (!first_failure().reason.empty())
+        text += " (" + first_failure().reason + ")";
+    return text;
+}
+
+std::string Origin::to_text() const
+{
+    if (!request)
+        return *call ? call : "made before any request";
+    return fmt::format("{}{}request {} {}({})", call, *call ? " in " : "", request->number,
+                       request->entry, request->arguments);
+}
+
+bool operator==(const Origin &a, const Origin &b)
+{
+    if (std::strcmp(a.call, b.call) != 0)
+        return false;
+    if (a.request == b.request)
+        return true;
+    return a.request && b.request && a.request->number == b.request->number &&
+           std::strcmp(a.request->entry, b.request->entry) == 0 &&
+           a.request->arguments == b.request->arguments &&
+           a.request->subject == b.request->subject && a.request->cause == b.request->cause;
+}
+
+} // namespace kvnsim

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sim/journal/value.h"
+#include "sim/types/columns.h"
+
+/* What is asked of the library, and who made what the switch holds. */
+namespace kvnsim {
+
+struct Request;
+using RequestRef = std::shared_ptr<const Request>;
+
+/* A call that failed within a request. */
+struct FailedCall {
+    const char *name = ""; /* "libsdk_intf_create" */
+    int64_t status = 0;
+    std::string words;             /* "libsdk_intf_create: SDK_E_FULL (-5)" */
+    std::string reason;            /* why: the refusal's reason, or "injected"; may be empty */
+    std::vector<RequestRef> named; /* the requests that the reason names: they made the obstacle */
+};
+
+/* A request: one call of a library entry point, or one task that the host does by itself. */
+struct Request {
+    uint64_t number = 0;           /* 1, 2, ... in the order made */
+    const char *entry = "";        /* the entry point's name, or "host ..."; lives as the process */
+    std::string arguments;         /* "l3lif=Ethernet0 create=1" */
+    std::string subject;           /* the interface concerned, by name; empty when there is none */
+    std::string cause;             /* the configuration row or command: "INTERFACE|Ethernet0" */
+    std::vector<Field> values;     /* the arguments as values; filled only when observed */
+    std::optional<int64_t> result; /* set at the end; stays empty for a task of the host */
+    uint32_t failed_calls = 0;     /* calls with a failing status, injected ones included */
+    uint32_t injected_failures = 0;                 /* of these, the injected ones */
+    std::shared_ptr<const FailedCall> failed_first; /* the first of them; null without one */
+    /* The same; an empty one when no call failed. */
+    const FailedCall &first_failure() const;
+    /* "request 3 l3lifpd_kvn_add_svi(...) returned -1: libsdk_intf_create: SDK_E_FULL (reason)",
+     * "request 4 host: release port-channel: libsdk_lid_entry_destroy: SDK_E_BUSY (reason)" */
+    std::string failure_text() const;
+    TABLE_ROW("request", number, entry, arguments, subject, cause)
+};
+
+/* Who made an object or wrote a value. */
+struct Origin {
+    RequestRef request;    /* null: before any request */
+    const char *call = ""; /* the call within it; lives as long as the process */
+    /* "libsdk_intf_create in request 12 l3lifpd_kvn_add_l3port(l3lif=Ethernet8 create=1)" */
+    std::string to_text() const;
+    uint64_t number() const { return request ? request->number : 0; }
+    /* The same call of an equal request, which need not be the same object. */
+    friend bool operator==(const Origin &a, const Origin &b);
+};
+
+} // namespace kvnsim
