@@ -4,6 +4,7 @@
 #include "l3lifpd_kavelin.h"
 #include "platform_api/libsdk.h"
 #include "sim/journal/journal.h"
+#include "sim/switch/entry_points.h"
 #include "tests/sim/switch_fixture.h"
 
 namespace kvnsim {
