@@ -607,7 +607,7 @@ int32_t Host::keep_intf(uint32_t ifindex, uint32_t intf_id, int32_t flag)
     if (!port)
         return refuse_ifindex(ifindex, "port");
     if (flag == 1 && intf_id < no_id) {
-        db_.store(MemberIntfRow{ifindex, intf_id, Journal::instance().origin()});
+        db_.store(MemberIntfRow{ifindex, intf_id, {}});
         port->kept_intf = intf_id;
         return 0;
     }
@@ -634,9 +634,16 @@ int32_t Host::publish(const l3lif *record)
     if (interface != record || !interface->registered)
         return refuse_ifindex(record->ifindex, "registered interface");
     const l3lif_ip_cfg &ip = interface->ip;
-    db_.store(L3lifRow{interface->ifindex, interface->name, ip.mtu, ip.ipv4_ucst_en,
-                       ip.ipv4_mcst_en, ip.ipv4_same_if, interface->v4_vpn_id, interface->v6_vpn_id,
-                       interface->nat_zone, Journal::instance().origin()});
+    db_.store(L3lifRow{interface->ifindex,
+                       interface->name,
+                       ip.mtu,
+                       ip.ipv4_ucst_en,
+                       ip.ipv4_mcst_en,
+                       ip.ipv4_same_if,
+                       interface->v4_vpn_id,
+                       interface->v6_vpn_id,
+                       interface->nat_zone,
+                       {}});
     return 0;
 }
 
@@ -648,8 +655,7 @@ int32_t Host::store_port_binding(const fwm_pm_sdb_key *key, const fwm_pm_sdb_dat
         return refuse(EINVAL, fmt::format("{} is no kind of port record", key->kind));
     if (!find(key->ifindex, InterfaceKind::port))
         return refuse_ifindex(key->ifindex, "port");
-    db_.store(PmRow{key->kind, key->ifindex, data->ifmap_idx, data->word1, data->half2,
-                    Journal::instance().origin()});
+    db_.store(PmRow{key->kind, key->ifindex, data->ifmap_idx, data->word1, data->half2, {}});
     return 0;
 }
 
@@ -657,7 +663,7 @@ int32_t Host::store_pc_id(uint32_t ifindex, uint32_t pc_id)
 {
     if (!find(ifindex, InterfaceKind::port_channel))
         return refuse_ifindex(ifindex, "port-channel");
-    db_.store(PcRow{ifindex, pc_id, Journal::instance().origin()});
+    db_.store(PcRow{ifindex, pc_id, {}});
     return 0;
 }
 
@@ -665,7 +671,7 @@ int32_t Host::store_label(uint32_t ifindex, bool enable, bool svi)
 {
     if (!find(ifindex))
         return refuse_ifindex(ifindex, "interface");
-    db_.store(LabelRow{ifindex, enable, svi, Journal::instance().origin()});
+    db_.store(LabelRow{ifindex, enable, svi, {}});
     return 0;
 }
 

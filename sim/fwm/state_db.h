@@ -59,9 +59,10 @@ struct MemberIntfRow {
 
 class StateDb {
 public:
-    /* Replace the interface's row. */
+    /* Replace the interface's row; its origin is that of what is made now, whatever it had. */
     template <class Row> void store(Row row)
     {
+        row.made = Origin::now();
         table<Row>().insert_or_assign(row.ifindex, std::move(row));
     }
     /* Put a row back as it was; false, and nothing done, when its interface has one. */

@@ -42,9 +42,10 @@ RequestRef Journal::end(std::optional<int64_t> result)
     return std::exchange(current_, nullptr);
 }
 
-Origin Journal::origin() const
+Origin Origin::now()
 {
-    return {current_, current_call_};
+    const Journal &journal = Journal::instance();
+    return {journal.current_, journal.current_call_};
 }
 
 void Journal::trace(const TraceRecord &record)

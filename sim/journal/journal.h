@@ -54,7 +54,6 @@ public:
     void begin(std::shared_ptr<Request> request); /* numbers it and gives it the cause */
     RequestRef end(std::optional<int64_t> result);
     RequestRef current() const { return current_; }
-    Origin origin() const; /* of what is made now */
     uint64_t requests_made() const { return made_; }
 
     void trace(const TraceRecord &record);
@@ -80,6 +79,7 @@ public:
 
 private:
     friend class ImportedCall;
+    friend struct Origin;
     friend class Observer;
     friend class UnseenScope;
     std::vector<Observer *> observers_;

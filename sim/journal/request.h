@@ -48,6 +48,8 @@ struct Request {
 struct Origin {
     RequestRef request;    /* null: before any request */
     const char *call = ""; /* the call within it; lives as long as the process */
+    /* Of what is made now: the journal's current request and the call in flight. */
+    static Origin now();
     /* "libsdk_intf_create in request 12 l3lifpd_kvn_add_l3port(l3lif=Ethernet8 create=1)" */
     std::string to_text() const;
     uint64_t number() const { return request ? request->number : 0; }

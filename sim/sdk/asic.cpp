@@ -64,11 +64,6 @@ void remove(std::vector<uint32_t> &ids, uint32_t id)
     ids.erase(std::find(ids.begin(), ids.end(), id));
 }
 
-Origin now()
-{
-    return Journal::instance().origin();
-}
-
 uint64_t as_number(const Mac &mac)
 {
     uint64_t number = 0;
@@ -464,8 +459,14 @@ SdkStatus Asic::intf_create(uint32_t type, const sdk_intf_create_params &params,
 {
     State &s = *state_;
     Interface row;
-    static_cast<IntfRow &>(row) = {
-        0, type, params.param1, params.param2, params.param3, params.param4, params.param5, now()};
+    static_cast<IntfRow &>(row) = {0,
+                                   type,
+                                   params.param1,
+                                   params.param2,
+                                   params.param3,
+                                   params.param4,
+                                   params.param5,
+                                   Origin::now()};
     const SdkStatus status = s.check_interface(row);
     if (status != SDK_E_NONE)
         return status;
@@ -556,7 +557,7 @@ SdkStatus Asic::attr_set(uint32_t intf_id, uint32_t attribute, uint32_t value)
 {
     const SdkStatus status = state_->check_write(intf_id, attribute, value);
     if (status == SDK_E_NONE)
-        state_->write({intf_id, attribute, value, now()});
+        state_->write({intf_id, attribute, value, Origin::now()});
     return status;
 }
 
@@ -580,7 +581,7 @@ SdkStatus Asic::attr_set_batch(uint32_t intf_id, uint32_t attribute, uint32_t va
     const SdkStatus status = s.check_write(intf_id, attribute, value);
     if (status == SDK_E_NONE)
         s.pending.push_back(
-            {static_cast<uint32_t>(s.pending.size()), intf_id, attribute, value, now()});
+            {static_cast<uint32_t>(s.pending.size()), intf_id, attribute, value, Origin::now()});
     return status;
 }
 
@@ -622,7 +623,7 @@ SdkStatus Asic::portchannel_create(uint32_t &pc_id)
     if (s.pc.occupancy.full())
         return s.full("port-channel", s.pc.occupancy);
     pc_id = s.pc.take({});
-    static_cast<PortChannelRow &>(s.pc[pc_id]) = {pc_id, now()};
+    static_cast<PortChannelRow &>(s.pc[pc_id]) = {pc_id, Origin::now()};
     return SDK_E_NONE;
 }
 
@@ -691,7 +692,7 @@ SdkStatus Asic::member_add(uint32_t pc_id, const sdk_port_mask &mask)
                                                 "members",
                                                 numbers.size(), pc_id, members, s.member.capacity));
     for (const uint32_t number : numbers)
-        s.port[number].member = {pc_id, number, now()};
+        s.port[number].member = {pc_id, number, Origin::now()};
     members += static_cast<uint32_t>(numbers.size());
     s.member.use(std::max(s.member.used, members));
     return SDK_E_NONE;
@@ -727,7 +728,7 @@ SdkStatus Asic::lid_create(uint32_t &lid_id)
     if (s.lid.occupancy.full())
         return s.full("LID entry", s.lid.occupancy);
     lid_id = s.lid.take({});
-    static_cast<LidRow &>(s.lid[lid_id]) = {lid_id, first_ifmap_idx + lid_id, now()};
+    static_cast<LidRow &>(s.lid[lid_id]) = {lid_id, first_ifmap_idx + lid_id, Origin::now()};
     return SDK_E_NONE;
 }
 
@@ -785,7 +786,7 @@ SdkStatus Asic::lid_path_add(uint32_t lid_id, const sdk_lid_path &path)
     if (s.path.full())
         return s.full("LID path", s.path);
     row->paths.push_back({lid_id, static_cast<uint32_t>(row->paths.size()), path.port_type,
-                          path.front_port, path.pc_id, now()});
+                          path.front_port, path.pc_id, Origin::now()});
     s.path.use(s.path.used + 1);
     if (path.port_type == SdkPortTypeChannel)
         s.pc[path.pc_id].lids.insert(lid_id);
@@ -814,7 +815,7 @@ SdkStatus Asic::router_mac_create(const Mac &mac, uint32_t &peer_mac_id)
     if (s.rmac.occupancy.full())
         return s.full("router MAC", s.rmac.occupancy);
     peer_mac_id = s.rmac.take({});
-    s.rmac[peer_mac_id] = {peer_mac_id, mac, now()};
+    s.rmac[peer_mac_id] = {peer_mac_id, mac, Origin::now()};
     s.router_macs[as_number(mac)] = peer_mac_id;
     return SDK_E_NONE;
 }
@@ -852,7 +853,7 @@ SdkStatus Asic::trap_create(uint32_t intf_id, const Mac &mac, uint32_t &mac_trap
     if (s.trap.occupancy.full())
         return s.full("MAC trap", s.trap.occupancy);
     mac_trap_id = s.trap.take({});
-    s.trap[mac_trap_id] = {mac_trap_id, intf_id, mac, now()};
+    s.trap[mac_trap_id] = {mac_trap_id, intf_id, mac, Origin::now()};
     s.traps[trap_key(intf_id, mac)] = mac_trap_id;
     s.intf[intf_id].traps.push_back(mac_trap_id);
     return SDK_E_NONE;

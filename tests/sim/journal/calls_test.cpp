@@ -150,17 +150,17 @@ TEST_F(Calls, WithinACallEndBeforeIt)
     Origin inner, outer;
     fake_host_call({}, [&] {
         call_question(1);
-        outer = journal.origin();
+        outer = Origin::now();
         return 0;
     });
     fake_question({}, [&] {
-        inner = journal.origin();
+        inner = Origin::now();
         return 0;
     });
     EXPECT_THAT(watcher.events, ElementsAre("fake_question", "fake_host_call", "fake_question"));
     EXPECT_STREQ(outer.call, "fake_host_call");
     EXPECT_STREQ(inner.call, "fake_question");
-    EXPECT_STREQ(journal.origin().call, "");
+    EXPECT_STREQ(Origin::now().call, "");
 }
 
 TEST_F(Calls, MadeToFailDoNothing)

@@ -120,15 +120,15 @@ TEST_F(Requests, NameTheOriginOfWhatIsMadeInThem)
     Origin origin;
     journal.begin(request("l3lifpd_kvn_add_l3port", "l3lif=Ethernet0 create=1"));
     fake_host_call({}, [&] {
-        origin = journal.origin();
+        origin = Origin::now();
         return 0;
     });
-    const Origin host = journal.origin();
+    const Origin host = Origin::now();
     journal.end(0);
     EXPECT_EQ(origin.to_text(),
               "fake_host_call in request 1 l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1)");
     EXPECT_EQ(host.to_text(), "request 1 l3lifpd_kvn_add_l3port(l3lif=Ethernet0 create=1)");
-    EXPECT_EQ(journal.origin().to_text(), "made before any request");
+    EXPECT_EQ(Origin::now().to_text(), "made before any request");
 }
 
 TEST_F(Requests, AreSeenWithTheirCallsAndTracesInOrder)
