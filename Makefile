@@ -1,6 +1,6 @@
 # Every target sets up what it needs and takes TARGET=i386, the product as it ships, or
-# TARGET=native. The trees are build/i386, build/native, build/asan, build/coverage,
-# build/bench, build/fuzz.
+# TARGET=native; TARGET=dev is the latter compiled faster, for the work on it. The trees are
+# build/i386, build/native, build/dev, build/asan, build/coverage, build/bench, build/fuzz.
 
 ifeq ($(origin TARGET), undefined)
 TARGET := $(shell scripts/target)
@@ -123,4 +123,4 @@ package: build
 	@scripts/package $(tree)
 
 clean:
-	@for tree in i386 native asan coverage bench fuzz; do rm -rf build/$$tree build/$$tree.log; done
+	@for tree in i386 native dev asan coverage bench fuzz; do rm -rf build/$$tree build/$$tree.log; done

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <string>
 
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 
 namespace {
 

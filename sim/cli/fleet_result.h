@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "sim/campaign/result_object.h"
-#include "sim/config/desired.h"
+#include "sim/config/finding.h"
 #include "sim/service/services.h"
 #include "sim/types/json.h"
 

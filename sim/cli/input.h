@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "sim/config/configuration.h"
 #include "sim/config/database_url.h"
-#include "sim/config/desired.h"
 #include "sim/types/json.h"
 
 namespace kvnsim {

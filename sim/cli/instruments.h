@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "sim/cli/verb.h"
+#include "sim/config/configuration.h"
 #include "sim/record/recorder.h"
 #include "sim/record/timeline.h"
 #include "sim/state/snapshot.h"

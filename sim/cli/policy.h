@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "sim/cli/grammar.h"
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 #include "sim/state/audit.h"
 
 /* What findings mean to the caller: --ignore and --strict. */

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 
 /* A configuration that changes: a file, or the rows of a running configuration database. */
 namespace kvnsim {

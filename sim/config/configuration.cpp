@@ -11,7 +11,7 @@
 #include <tuple>
 #include <unordered_map>
 
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 #include "sim/config/document.h"
 #include "sim/config/names.h"
 #include "sim/config/similar.h"
@@ -421,6 +421,13 @@ Configuration read_configuration(const std::string &file, Document document,
                                 std::tie(b.location.line, b.location.column);
                      });
     return configuration;
+}
+
+bool Configuration::has_errors() const
+{
+    return std::any_of(findings.begin(), findings.end(), [](const Finding &finding) {
+        return finding.severity == Finding::Severity::error;
+    });
 }
 
 } // namespace kvnsim

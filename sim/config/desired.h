@@ -2,64 +2,16 @@
 
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <optional>
-#include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "sim/types/columns.h"
+#include "sim/config/source_location.h"
 #include "sim/types/mac.h"
+#include "sim/types/natural_order.h"
 
 /* What a configuration wants of the switch, by name, with defaults filled in. */
 namespace kvnsim {
-
-/* A place in a configuration. Copies share the names of its row. */
-class SourceLocation {
-public:
-    SourceLocation() = default;
-    SourceLocation(std::string file, uint32_t line, uint32_t column, std::string table,
-                   std::string key);
-    /* The same, in the table of another location: with its file, too. */
-    SourceLocation(const SourceLocation &table, uint32_t line, uint32_t column, std::string key);
-
-    uint32_t line = 0, column = 0; /* 1-based; 0 where there are none, as in a database */
-
-    /* As given on the command line, "-" for standard input; of a running configuration database its
-     * URL, without a password. */
-    const std::string &file() const { return row_ ? row_->table->file : none(); }
-    const std::string &table() const { return row_ ? row_->table->name : none(); } /* "INTERFACE" */
-    const std::string &key() const
-    {
-        return row_ ? row_->key : none();
-    } /* "Ethernet0|10.0.0.1/31" */
-    static constexpr std::string_view column_names = "file, line, column, table, key";
-
-    std::string row() const { return key().empty() ? table() : table() + "|" + key(); }
-    std::string to_text() const; /* "leaf.json:12:5: INTERFACE|Ethernet0"; without line and column
-                                    "redis://127.0.0.1:6379/4: INTERFACE|Ethernet0" */
-    friend bool operator==(const SourceLocation &a, const SourceLocation &b);
-
-private:
-    struct Table {
-        std::string file, name;
-    };
-    struct Row {
-        std::shared_ptr<const Table> table;
-        std::string key;
-    };
-    static const std::string &none();
-
-    std::shared_ptr<const Row> row_;
-};
-
-/* Natural order of interface names: Ethernet2 before Ethernet10. */
-struct NaturalOrder {
-    using is_transparent = void;
-    bool operator()(std::string_view a, std::string_view b) const;
-};
-template <class T> using ByName = std::map<std::string, T, NaturalOrder>;
 
 /* L3 settings that every kind of routed interface has. */
 struct L3Settings {
@@ -134,47 +86,5 @@ struct Desired {
      * routed ports. */
     bool has_member_that_joins(const DesiredPortChannel &channel) const;
 };
-
-/* An error, warning or note of the reader. */
-struct Finding {
-    enum class Severity : uint8_t { note, warning, error };
-    Severity severity = Severity::error;
-    std::string code;        /* "KVN-C012"; empty when the file cannot be read */
-    bool leaves_out = false; /* what the row asks for is not applied, or not yet */
-    SourceLocation location;
-    std::string message;                 /* what is wrong and what was expected */
-    std::optional<SourceLocation> other; /* the row it conflicts with */
-    TABLE_ROW("configuration_finding", severity, code, leaves_out, location, message, other)
-    /* The message and the row it conflicts with: "... (see leaf.json:12:5: PORT|Ethernet0)". */
-    std::string without_code() const;
-    /* The same and the code: "... [KVN-C012]". */
-    std::string words() const;
-    /* "file:line:column: table|key: message (see file:line:column: table|key) [KVN-C012]";
-     * "warning: " or "note: " precedes the message of a finding that is not an error. Always one
-     * line. */
-    std::string to_text() const;
-};
-
-constexpr const char *severity_names[] = {"note", "warning", "error"};
-inline const char *to_text(Finding::Severity severity)
-{
-    return severity_names[static_cast<size_t>(severity)];
-}
-
-/* A configuration as read: what it wants, findings, ignored tables. */
-struct Configuration {
-    std::string file;
-    Desired desired;                         /* valid rows only */
-    std::vector<Finding> findings;           /* in the order of their places */
-    std::map<std::string, uint32_t> ignored; /* tables that are not applied, with their rows */
-    /* False after a syntax error, or when the file cannot be read: then what it wants is unknown,
-     * which is not the same as nothing. */
-    bool is_understood = false;
-    bool has_errors() const;
-};
-
-/* Read a configuration; text is the file's whole content. Never throws on bad input. Rows with an
- * error are left out, and so is what refers to them. */
-Configuration read_configuration(const std::string &file, const std::string &text);
 
 } // namespace kvnsim

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 
 /* A configuration as written: tables of rows of fields, each with its position. */
 namespace kvnsim {

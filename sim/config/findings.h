@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "sim/config/desired.h"
+#include "sim/config/finding.h"
 
 /* Everything that the reader may say about a configuration, as data: the checks, the messages and
  * the reference come from the same rows. */

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "sim/config/desired.h"
 #include "sim/types/interface_kind.h"
+#include "sim/types/mac.h"
 
 /* The formats in configurations: names, numbers, addresses. */
 namespace kvnsim {

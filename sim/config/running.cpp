@@ -8,6 +8,7 @@
 #include <cstring>
 #include <iterator>
 #include <new>
+#include <set>
 #include <string_view>
 #include <utility>
 #include <vector>

@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "sim/config/configuration.h"
 #include "sim/config/database_url.h"
-#include "sim/config/desired.h"
 
 /* The configuration in a running configuration database. */
 namespace kvnsim {

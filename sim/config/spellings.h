@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "sim/config/desired.h"
+#include "sim/types/natural_order.h"
 
 /* Names as people write them. */
 namespace kvnsim {

@@ -11,7 +11,7 @@
 
 #include <fmt/format.h>
 
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 #include "sim/config/document.h"
 #include "sim/config/findings.h"
 #include "sim/config/names.h"

@@ -21,6 +21,7 @@
 #include "sim/service/services.h"
 #include "sim/state/audit.h"
 #include "sim/state/snapshot.h"
+#include "sim/switch/switch.h"
 
 namespace kvnsim {
 namespace {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "sim/campaign/shard.h"
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 #include "sim/faults/fault_row.h"
 #include "sim/journal/faults.h"
 

@@ -15,6 +15,7 @@
 #include <fmt/format.h>
 
 #include "sim/config/names.h"
+#include "sim/types/natural_order.h"
 
 namespace kvnsim {
 namespace {

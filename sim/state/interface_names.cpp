@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "sim/config/desired.h"
 #include "sim/config/names.h"
 
 namespace kvnsim {

@@ -9,6 +9,8 @@
 /* The interface names that commands accept. */
 namespace kvnsim {
 
+struct Desired;
+
 /* Every interface, port and VLAN that is wanted, known to the host, or left out of the
  * configuration, with the aliases of ports. */
 Spellings interface_names(const Snapshot &snapshot);

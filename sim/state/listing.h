@@ -8,7 +8,6 @@
 #include <variant>
 #include <vector>
 
-#include "sim/config/desired.h"
 #include "sim/journal/request.h"
 #include "sim/types/columns.h"
 #include "sim/types/json.h"

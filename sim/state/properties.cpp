@@ -11,6 +11,7 @@
 
 #include "platform_api/libsdk.h"
 #include "sim/sdk/attributes.h"
+#include "sim/types/natural_order.h"
 
 namespace kvnsim {
 namespace {

@@ -14,6 +14,7 @@
 #include "l3lifpd_kavelin.h"
 #include "sim/config/names.h"
 #include "sim/journal/journal.h"
+#include "sim/switch/switch.h"
 #include "sim/types/bad_row.h"
 
 namespace kvnsim {

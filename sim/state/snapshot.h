@@ -7,13 +7,14 @@
 #include <string_view>
 #include <vector>
 
-#include "sim/config/desired.h"
+#include "sim/config/finding.h"
+#include "sim/config/source_location.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/fwm/host.h"
 #include "sim/fwm/state_db.h"
 #include "sim/journal/request.h"
 #include "sim/sdk/asic.h"
-#include "sim/switch/switch.h"
+#include "sim/switch/plan.h"
 #include "sim/switch/virtual_macs.h"
 #include "sim/types/columns.h"
 #include "sim/types/interface_kind.h"
@@ -21,6 +22,8 @@
 /* The state of the switch at one moment, as plain rows: what is wanted, what the host, the library,
  * the ASIC and the shared database hold, and the request that made each row. */
 namespace kvnsim {
+
+class Switch;
 
 /* Rows of the ASIC, the host and the shared database are declared beside their models; rows of what
  * is wanted and of the library are here. To add a table, add a row type and its vector in

@@ -2,7 +2,7 @@
 #include <filesystem>
 #include <set>
 
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 #include "tests/cli/kvnsim.h"
 #include "tests/sim/files.h"
 

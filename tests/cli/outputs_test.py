@@ -214,8 +214,8 @@ def check_killed():
             output.put(output.old)
             before = output.seen()
             process, wait = output.start("new")
-            if number % 2 == 0:
-                time.sleep(chance.random() * 1.2 * whole)
+            if number % 2 == 0:  # the first before it does anything
+                time.sleep(chance.random() * 1.2 * whole if number > 0 else 0)
             else:  # while it writes
                 while process.poll() is None and output.seen() == before:
                     pass

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"

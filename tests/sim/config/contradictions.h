@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 
 namespace kvnsim {
 

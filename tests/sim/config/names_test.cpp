@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "sim/types/natural_order.h"
+
 namespace kvnsim {
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 
 /* Reading a configuration given as text, for tests. */
 namespace kvnsim::test {

@@ -3,7 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 #include "sim/faults/fault_campaign.h"
 #include "tests/sim/files.h"
 

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "sim/config/desired.h"
+#include "sim/config/configuration.h"
 #include "tests/sim/files.h"
 
 namespace kvnsim {

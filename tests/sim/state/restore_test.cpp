@@ -11,6 +11,7 @@
 #include "sim/state/compare.h"
 #include "sim/state/restore.h"
 #include "sim/stress/random_desired.h"
+#include "sim/switch/entry_points.h"
 
 namespace kvnsim {
 namespace {

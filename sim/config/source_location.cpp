@@ -1,0 +1,48 @@
+#include "sim/config/source_location.h"
+
+#include <fmt/format.h>
+
+#include <tuple>
+#include <utility>
+
+#include "sim/config/names.h"
+
+namespace kvnsim {
+
+SourceLocation::SourceLocation(std::string file, uint32_t at_line, uint32_t at_column,
+                               std::string table, std::string key)
+    : line(at_line), column(at_column),
+      row_(std::make_shared<const Row>(Row{
+          std::make_shared<const Table>(Table{std::move(file), std::move(table)}), std::move(key)}))
+{}
+
+SourceLocation::SourceLocation(const SourceLocation &table, uint32_t at_line, uint32_t at_column,
+                               std::string key)
+    : line(at_line), column(at_column),
+      row_(std::make_shared<const Row>(
+          Row{table.row_ ? table.row_->table : std::make_shared<const Table>(), std::move(key)}))
+{}
+
+const std::string &SourceLocation::none()
+{
+    static const std::string empty;
+    return empty;
+}
+
+bool operator==(const SourceLocation &a, const SourceLocation &b)
+{
+    const auto columns = [](const SourceLocation &of) {
+        return std::tie(of.line, of.column, of.file(), of.table(), of.key());
+    };
+    return columns(a) == columns(b);
+}
+
+std::string SourceLocation::to_text() const
+{
+    std::string text = printable(file(), file().size());
+    if (line != 0)
+        text += fmt::format(":{}:{}", line, column);
+    return table().empty() ? text : text + ": " + printable(row());
+}
+
+} // namespace kvnsim
