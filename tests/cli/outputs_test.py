@@ -203,6 +203,7 @@ def limit(what, most):
 
 def check_killed():
     chance = random.Random(1)
+    all_killed = {"old": 0, "new": 0, "begun": 0}
     for output in OUTPUTS:
         output.put(output.old)
         started = time.monotonic()
@@ -214,8 +215,8 @@ def check_killed():
             output.put(output.old)
             before = output.seen()
             process, wait = output.start("new")
-            if number % 2 == 0:  # the first before it does anything
-                time.sleep(chance.random() * 1.2 * whole if number > 0 else 0)
+            if number % 2 == 0:
+                time.sleep(chance.random() * 1.2 * whole)
             else:  # while it writes
                 while process.poll() is None and output.seen() == before:
                     pass
@@ -231,12 +232,15 @@ def check_killed():
             else:
                 assert output.is_new(), where
         print(f"{output.name}: {killed}")
-        assert killed["old"] > 0, output.name
+        for left, number in killed.items():
+            all_killed[left] += number
         output.put(output.old)
         output.run("new")
         assert output.is_new(), output.name
         assert files() == there, f"{output.name}: left {files() - there}"
         output.put(None)
+    # Of a single output all kills may come too late on a busy machine, of all outputs not.
+    assert all_killed["old"] > 0 and all_killed["begun"] > 0, all_killed
 
 
 # ---- Limits of the process ----
