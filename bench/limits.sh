@@ -23,7 +23,10 @@ instructions() {
     sed -n 's/^totals: //p' counts
 }
 millions() { echo $((($1 + 500000) / 1000000)); }
-ratio() { echo "$((10 * $1 / $2 / 10)).$((10 * $1 / $2 % 10))"; }
+ratio() {
+    local hundredths=$(((100 * $1 + $2 / 2) / $2))
+    printf '%d.%02d' $((hundredths / 100)) $((hundredths % 100))
+}
 line() { printf '  %-42s %8s\n' "$@"; }
 
 python3 -B "$here/configuration.py" "$count" big.json

@@ -1,7 +1,5 @@
 #include "sim/config/source_location.h"
 
-#include <fmt/format.h>
-
 #include <tuple>
 #include <utility>
 
@@ -41,8 +39,10 @@ std::string SourceLocation::to_text() const
 {
     std::string text = printable(file(), file().size());
     if (line != 0)
-        text += fmt::format(":{}:{}", line, column);
-    return table().empty() ? text : text + ": " + printable(row());
+        text.append(":").append(std::to_string(line)).append(":").append(std::to_string(column));
+    if (!table().empty())
+        text.append(": ").append(printable(row()));
+    return text;
 }
 
 } // namespace kvnsim

@@ -69,6 +69,8 @@ public:
         : is_read_(flags & SQLITE_OPEN_READONLY), name_(name),
           trouble_(is_read_ ? "damaged: " : "cannot be written: ")
     {
+        /* Nobody asks how much memory SQLite uses, and counting it takes a mutex each time. */
+        [[maybe_unused]] static const int uncounted = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
         /* Otherwise "file:" and ":memory:" would be more than names. */
         const std::string plain = path[0] == '/' ? path : "./" + path;
         /* One thread uses it: no mutex. */
