@@ -202,7 +202,7 @@ public:
 private:
     Host() = default;
     ~Host() = default;
-    Host &operator=(Host &&) = default;
+    Host &operator=(Host &&) = default; // NOLINT(readability-identifier-naming): the compiler's
     using Slot = std::unique_ptr<HostInterface>;
 
     std::vector<Slot> &table_of(InterfaceKind kind) { return tables_[static_cast<size_t>(kind)]; }

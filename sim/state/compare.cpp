@@ -3,6 +3,7 @@
  * the same configuration do not differ. */
 #include "sim/state/compare.h"
 
+#include <cassert>
 #include <map>
 #include <type_traits>
 
@@ -167,6 +168,7 @@ std::string identity(const Seen &seen)
 void compare(const char *table, const Rows &a, const Rows &b, std::vector<Difference> &into)
 {
     walk(a, b, [&](const std::string &object, const Seen *x, const Seen *y) {
+        assert(x != nullptr || y != nullptr);
         if (x == nullptr || y == nullptr) {
             const Seen &only = x != nullptr ? *x : *y;
             if (only.is_initial)

@@ -33,10 +33,12 @@ const char *lasting(std::string_view word);
 
 /* Types stored in several SQL columns, each named COLUMN_PART. */
 template <class T> constexpr std::string_view parts_of = {};
-template <> constexpr std::string_view parts_of<SourceLocation> = SourceLocation::column_names;
 template <>
-constexpr std::string_view parts_of<std::optional<SourceLocation>> = SourceLocation::column_names;
-template <> constexpr std::string_view parts_of<Origin> = "request, call";
+inline constexpr std::string_view parts_of<SourceLocation> = SourceLocation::column_names;
+template <>
+inline constexpr std::string_view parts_of<std::optional<SourceLocation>> =
+    SourceLocation::column_names;
+template <> inline constexpr std::string_view parts_of<Origin> = "request, call";
 
 template <class Row> std::vector<std::string> column_names()
 {

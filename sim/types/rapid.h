@@ -13,6 +13,7 @@ namespace kvnsim::rapid {
 
 class Allocator {
 public:
+    // NOLINTBEGIN(readability-identifier-naming): as RapidJSON calls them
     static constexpr bool kNeedFree = true;
     void *Malloc(size_t size) { return size == 0 ? nullptr : given(std::malloc(size)); }
     void *Realloc(void *original, size_t, size_t size)
@@ -23,6 +24,7 @@ public:
         return nullptr;
     }
     static void Free(void *memory) { std::free(memory); }
+    // NOLINTEND(readability-identifier-naming)
 
 private:
     static void *given(void *memory)
