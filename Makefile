@@ -39,7 +39,8 @@ help:
 	@echo "make package   the same as Debian packages and an archive in build/$(TARGET)/packages"
 	@echo "make clean     remove what was built; what was downloaded stays"
 	@echo
-	@echo "Each takes TARGET=i386 (the product as it ships) or TARGET=native; here: $(TARGET)."
+	@echo "Each takes TARGET=i386 (the product as it ships), TARGET=native, or TARGET=dev, which"
+	@echo "compiles faster; here: $(TARGET)."
 
 setup:
 	@scripts/setup build $(TARGET)

@@ -1,6 +1,7 @@
 /* No password leaves this file but in DatabaseUrl::password: names and messages are masked. */
 #include "sim/config/database_url.h"
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <stdexcept>
@@ -153,7 +154,7 @@ DatabaseUrl parse_database_url(const std::string &text)
         if (!take_credentials(credentials, url))
             throw refuse();
     }
-    if (place.find_first_of(blanks) != place.npos ||
+    if (has_blanks(place) ||
         !(scheme == local_scheme ? take_local(place, url) : take_network(place, url)))
         throw refuse();
     return url;
@@ -169,7 +170,8 @@ std::string without_passwords(std::string_view text)
             text.remove_prefix(1);
             continue;
         }
-        const std::string_view word = text.substr(0, text.find_first_of(blanks));
+        const auto end = std::find_if(text.begin(), text.end(), is_space);
+        const std::string_view word = text.substr(0, static_cast<size_t>(end - text.begin()));
         plain += masked(scheme, word.substr(scheme.size()));
         text.remove_prefix(word.size());
     }

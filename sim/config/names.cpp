@@ -324,10 +324,7 @@ bool is_flat_name(const std::string &name)
 
 bool has_blanks(std::string_view text)
 {
-    for (const char each : text)
-        if (is_space(each))
-            return true;
-    return false;
+    return std::any_of(text.begin(), text.end(), is_space);
 }
 
 std::string without_blanks_beside_bars(std::string_view key)

@@ -96,12 +96,12 @@ std::vector<std::string_view> split(std::string_view text, char separator);
 bool is_flat_name(const std::string &name);
 std::string without_blanks_beside_bars(std::string_view key);
 
-constexpr const char *blanks = " \t\n\v\f\r";
-bool has_blanks(std::string_view text);
+/* A blank, a tab or what ends a line. */
 constexpr bool is_space(char c)
 {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
+bool has_blanks(std::string_view text);
 /* Without blanks at both ends. */
 std::string_view trimmed(std::string_view text);
 /* The same in lower case, to recognise a misspelt name. */

@@ -1,5 +1,7 @@
 #include "sim/journal/request.h"
 
+#include <cstring>
+
 #include <fmt/format.h>
 
 namespace kvnsim {

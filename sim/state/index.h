@@ -127,7 +127,8 @@ public:
     {
         return found_in(reader_, name);
     }
-    /* Must be in the ASIC: routed and, for a port-channel, with a member that joins. */
+    /* Of a row of the snapshot: it must be in the ASIC, being routed and, for a port-channel, with
+     * a member that joins. */
     bool must_exist(const WantedInterface &wanted) const
     {
         return must_exist_[static_cast<size_t>(&wanted - s_.wanted_interfaces.data())];

@@ -1,8 +1,9 @@
 #include "sim/switch/request.h"
-#include "sim/journal/journal.h"
 
 #include <optional>
 #include <utility>
+
+#include "sim/journal/journal.h"
 
 namespace kvnsim {
 std::string Response::failure() const

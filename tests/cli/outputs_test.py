@@ -203,7 +203,6 @@ def limit(what, most):
 
 def check_killed():
     chance = random.Random(1)
-    all_killed = {"old": 0, "new": 0, "begun": 0}
     for output in OUTPUTS:
         output.put(output.old)
         started = time.monotonic()
@@ -211,7 +210,10 @@ def check_killed():
         whole = time.monotonic() - started
         killed = {"old": 0, "new": 0, "begun": 0}
         there = files()
-        for number in range(120 if output is OUTPUTS[0] else 20):
+        least = 120 if output is OUTPUTS[0] else 20
+        for number in range(10 * least):
+            if number >= least and killed["old"] > 0:
+                break  # on a busy machine more of them come too late
             output.put(output.old)
             before = output.seen()
             process, wait = output.start("new")
@@ -232,15 +234,12 @@ def check_killed():
             else:
                 assert output.is_new(), where
         print(f"{output.name}: {killed}")
-        for left, number in killed.items():
-            all_killed[left] += number
+        assert killed["old"] > 0, output.name
         output.put(output.old)
         output.run("new")
         assert output.is_new(), output.name
         assert files() == there, f"{output.name}: left {files() - there}"
         output.put(None)
-    # Of a single output all kills may come too late on a busy machine, of all outputs not.
-    assert all_killed["old"] > 0 and all_killed["begun"] > 0, all_killed
 
 
 # ---- Limits of the process ----
