@@ -15,6 +15,8 @@ const char *sdwrap_dbg_modname = "l3lif";
 void fwm_ds_trace_add(const char *, const char *function, int32_t line, int32_t, const char *format,
                       ...)
 {
+    if (!Diagnostics::instance().takes_traces())
+        return;
     va_list arguments;
     va_start(arguments, format);
     Diagnostics::instance().add_trace(function, line, format, arguments);

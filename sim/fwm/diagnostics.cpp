@@ -73,11 +73,7 @@ bool LevelSwitch::on(int32_t level) const
     return level == trace_level_error ? error : level == trace_level_debug && debug;
 }
 
-Diagnostics &Diagnostics::instance()
-{
-    static Diagnostics diagnostics;
-    return diagnostics;
-}
+Diagnostics Diagnostics::instance_;
 
 Diagnostics::~Diagnostics()
 {
@@ -153,11 +149,14 @@ void Diagnostics::level_known(int32_t level)
     Journal::instance().trace(pending_);
 }
 
+bool Diagnostics::takes_traces() const
+{
+    return !muted_ && (is_pending_ || Journal::instance().observed());
+}
+
 void Diagnostics::add_trace(const char *function, int32_t line, const char *format,
                             va_list arguments)
 {
-    if (muted_)
-        return;
     level_known(trace_level_debug);
     if (!Journal::instance().observed())
         return;

@@ -52,7 +52,7 @@ struct ErrorGroup {
 /* Single-threaded, like everything at the library's boundary. */
 class Diagnostics {
 public:
-    static Diagnostics &instance();
+    static Diagnostics &instance() { return instance_; }
     Diagnostics(const Diagnostics &) = delete;
     Diagnostics &operator=(const Diagnostics &) = delete;
 
@@ -76,6 +76,8 @@ public:
     void reset();
 
     /* ---- What the C services do; messages are printf-style. ---- */
+    /* Whether a trace record must be added: somebody observes, or another one waits. */
+    bool takes_traces() const;
     void add_trace(const char *function, int32_t line, const char *format, va_list arguments)
         FWM_PRINTF(4, 0);
     void add_error(const char *function, int32_t line, const char *format, va_list arguments)
@@ -97,6 +99,7 @@ private:
 
     friend class MutedScope;
 
+    static Diagnostics instance_;
     Sinks sinks_;
     bool muted_ = false;
     std::string scratch_ = std::string(1024, '\0'); /* of formatted() */

@@ -10,6 +10,7 @@
 #include "platform_api/sse.h"
 #include "sim/fwm/command_output.h"
 #include "sim/fwm/host.h"
+#include "sim/journal/journal.h"
 
 /* ---- How records are shown ---- */
 

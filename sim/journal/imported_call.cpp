@@ -1,5 +1,5 @@
-/* Every imported call passes begin() and end() here. A call's note lasts until the call ends; calls
- * may nest. */
+/* What the calls do that are watched or fail; the others pass by. A call's note lasts until the
+ * call ends; calls may nest. */
 #include "sim/journal/imported_call.h"
 
 #include <algorithm>
@@ -127,11 +127,11 @@ bool ImportedCall::fails() const
     }
     if (!status)
         return false;
-    call.outer = std::exchange(journal.current_call_, name_);
-    ++journal.calls_made;
+    const char *const outer = journal.enter(name_);
     if (journal.observed())
         call.seen = std::make_unique<Call>();
     end(call, {}, *status, &*status, codec<int64_t>());
+    journal.leave(outer);
     return true;
 }
 
@@ -139,8 +139,6 @@ std::optional<int64_t>
 ImportedCall::begin(InFlight &call, std::initializer_list<Argument> arguments, bool body_runs) const
 {
     Journal &journal = Journal::instance();
-    call.outer = std::exchange(journal.current_call_, name_);
-    ++journal.calls_made;
     if (journal.observed()) {
         call.seen = std::make_unique<Call>();
         spell_out(arguments, false, call.seen->inputs);
@@ -163,7 +161,7 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
                        const void *result, const Codec &result_codec) const
 {
     Journal &journal = Journal::instance();
-    const bool failed = can_fail() && status != 0;
+    const bool failed = fails_with(status);
     if (failed && call.injected)
         journal.note_ = "injected";
     if (failed && journal.current_) {
@@ -174,23 +172,20 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
                            journal.note_, std::move(journal.named_)});
         request.injected_failures += call.injected;
     }
-    if (call.seen) {
-        Call &seen = *call.seen;
-        seen.what = this;
-        seen.failed = failed;
-        seen.injected = call.injected;
-        seen.note = journal.note_;
-        seen.result = failed && (names_ != nullptr || !has_status())
-                          ? Value::named(status, status_text(status))
-                          : result_codec.read(result);
-        if (!failed)
-            spell_out(arguments, true, seen.outputs);
-        for (Observer *observer : journal.observers_)
-            observer->call_made(seen);
-    }
-    journal.note_.clear();
-    journal.named_.clear();
-    journal.current_call_ = call.outer;
+    if (!call.seen)
+        return;
+    Call &seen = *call.seen;
+    seen.what = this;
+    seen.failed = failed;
+    seen.injected = call.injected;
+    seen.note = journal.note_;
+    seen.result = failed && (names_ != nullptr || !has_status())
+                      ? Value::named(status, status_text(status))
+                      : result_codec.read(result);
+    if (!failed)
+        spell_out(arguments, true, seen.outputs);
+    for (Observer *observer : journal.observers_)
+        observer->call_made(seen);
 }
 
 } // namespace kvnsim

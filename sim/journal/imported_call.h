@@ -137,6 +137,7 @@ public:
     Purpose purpose() const { return purpose_; }
     bool can_fail() const { return result_ != Result::value; }
     bool has_status() const { return result_ == Result::status; }
+    bool fails_with(int64_t status) const { return can_fail() && status != 0; }
     const StatusNames *names() const { return names_; }
     /* "SDK_E_FULL", or the number of one without a name. */
     std::string status_text(int64_t status) const;
@@ -145,24 +146,11 @@ public:
 
     /* Make the call: an injected failure or a replayed answer replaces the body. R is an
      * integer type, or a pointer type with a codec (its body always runs; a replay compares). A
-     * record that is both input and output is given twice, as in and as out. */
+     * record that is both input and output is given twice, as in and as out. Defined in journal.h.
+     */
     template <class Body>
     auto operator()(std::initializer_list<Argument> arguments, Body &&body) const
-        -> std::invoke_result_t<Body>
-    {
-        using R = std::invoke_result_t<Body>;
-        InFlight call;
-        R result{};
-        const std::optional<int64_t> stand_in = begin(call, arguments, std::is_pointer_v<R>);
-        if constexpr (std::is_pointer_v<R>) {
-            result = body();
-            end(call, arguments, 0, &result, codec<R>());
-        } else {
-            result = stand_in ? static_cast<R>(*stand_in) : body();
-            end(call, arguments, static_cast<int64_t>(result), &result, codec<R>());
-        }
-        return result;
-    }
+        -> std::invoke_result_t<Body>;
 
     /* Of a call that is none of the platform's and is therefore seen only when it fails: whether
      * it fails now. Then it counts as made. */
@@ -174,13 +162,13 @@ public:
 
 private:
     struct InFlight {
-        const char *outer = ""; /* the call that this one is made within */
         bool injected = false;
         std::unique_ptr<Call> seen; /* only when observed */
     };
-    /* The result that replaces the body's, if any. */
+    /* Before the body of a call that is watched: the result that replaces the body's, if any. */
     std::optional<int64_t> begin(InFlight &call, std::initializer_list<Argument> arguments,
                                  bool body_runs) const;
+    /* After a call that failed or is seen. */
     void end(InFlight &call, std::initializer_list<Argument> arguments, int64_t status,
              const void *result, const Codec &result_codec) const;
 

@@ -6,11 +6,7 @@
 
 namespace kvnsim {
 
-Journal &Journal::instance()
-{
-    static Journal journal;
-    return journal;
-}
+Journal Journal::instance_;
 
 Observer::Observer()
 {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -46,7 +47,7 @@ public:
 
 class Journal {
 public:
-    static Journal &instance();
+    static Journal &instance() { return instance_; }
 
     bool observed() const { return !observers_.empty(); }
 
@@ -82,6 +83,27 @@ private:
     friend struct Origin;
     friend class Observer;
     friend class UnseenScope;
+
+    /* Whether someone wants to see the call or to change its result. */
+    bool watches(const ImportedCall &call) const
+    {
+        return observed() || answers != nullptr || (call.can_fail() && faults.armed());
+    }
+    /* A call begins: returns the one that it is made within, "" for none. */
+    const char *enter(const char *call)
+    {
+        ++calls_made;
+        return std::exchange(current_call_, call);
+    }
+    /* It ended, and its note with it. */
+    void leave(const char *outer)
+    {
+        note_.clear();
+        named_.clear();
+        current_call_ = outer;
+    }
+
+    static Journal instance_;
     std::vector<Observer *> observers_;
     std::shared_ptr<Request> current_;
     const char *current_call_ = "";
@@ -89,6 +111,32 @@ private:
     std::vector<RequestRef> named_; /* by the note */
     uint64_t made_ = 0;
 };
+
+/* Most calls are neither watched nor fail: they cost little more than their body. */
+template <class Body>
+auto ImportedCall::operator()(std::initializer_list<Argument> arguments, Body &&body) const
+    -> std::invoke_result_t<Body>
+{
+    using R = std::invoke_result_t<Body>;
+    Journal &journal = Journal::instance();
+    const char *const outer = journal.enter(name_);
+    InFlight call;
+    std::optional<int64_t> stand_in;
+    if (journal.watches(*this))
+        stand_in = begin(call, arguments, std::is_pointer_v<R>);
+    R result{};
+    int64_t status = 0;
+    if constexpr (std::is_pointer_v<R>) {
+        result = body();
+    } else {
+        result = stand_in ? static_cast<R>(*stand_in) : body();
+        status = static_cast<int64_t>(result);
+    }
+    if (call.seen || fails_with(status))
+        end(call, arguments, status, &result, codec<R>());
+    journal.leave(outer);
+    return result;
+}
 
 /* Requests made during its lifetime have its text as their cause. Scopes nest; the inner one wins.
  */

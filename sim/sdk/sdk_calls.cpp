@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "platform_api/libsdk.h"
+#include "sim/journal/journal.h"
 #include "sim/sdk/asic.h"
 #include "sim/sdk/sdk_codecs.h"
 
