@@ -13,6 +13,7 @@
 #include "sim/config/findings.h"
 #include "sim/config/names.h"
 #include "sim/state/audit.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -46,7 +47,7 @@ struct Point {
     /* "leaf.json:12:5: INTERFACE|Ethernet0: warning: the words [KVN-C080]" */
     std::string with_place(const FleetResult &of) const
     {
-        const std::string where = place ? place->to_text() : printable(of.file, of.file.size());
+        const std::string where = place ? place->to_text() : visible(of.file);
         return fmt::format("{}: {}: {} [{}]", where, to_text(severity), words, rule);
     }
 };
@@ -111,9 +112,9 @@ std::string of_services(const ServiceCount &services)
 std::string verdict_of(const FleetResult &result)
 {
     if (result.verdict == Verdict::unreadable)
-        return "cannot be read: " + printable(result.problem, result.problem.size());
+        return "cannot be read: " + visible(result.problem);
     if (result.verdict == Verdict::no_result)
-        return "no result: " + printable(result.problem, result.problem.size());
+        return "no result: " + visible(result.problem);
     std::string text =
         result.is_understood ? counted(result.interfaces, "interface") : "not understood";
     if (result.is_applied)
@@ -172,7 +173,7 @@ std::string not_read(const FleetResults &results)
     const size_t all = names.size();
     names.resize(std::min(all, most_named));
     for (std::string &name : names)
-        name = printable(name, name.size());
+        name = visible(name);
     return fmt::format("not read: {}: {}{}\n", counted(all, "other file"), fmt::join(names, ", "),
                        all > most_named ? fmt::format(" and {} more", all - most_named) : "");
 }
@@ -182,8 +183,7 @@ std::string as_text(const FleetResults &results)
     std::string text;
     for (const FleetResult &result : results.all)
         if (result.verdict != Verdict::not_read)
-            text += fmt::format("{}: {}\n", printable(result.file, result.file.size()),
-                                verdict_of(result));
+            text += fmt::format("{}: {}\n", visible(result.file), verdict_of(result));
     text += counted(switches_in(results), "switch", "switches");
     const char *separator = ": ";
     const std::map<Verdict, uint64_t> counts = verdicts_of(results);

@@ -243,12 +243,13 @@ ConfigurationRun apply_configuration(Switch &to, Configuration &configuration, P
                                      Console &console, bool shows_progress,
                                      const std::function<void()> &after_step)
 {
+    const std::string step = configuration.file + ": step";
     const ConfigurationRun outcome =
         carry_out(to, configuration, std::move(plan), is_interrupted, [&](size_t done, size_t of) {
             if (after_step)
                 after_step();
             if (shows_progress)
-                console.progress(configuration.file + ": step", done, of);
+                console.progress(step, done, of);
         });
     console.clear_progress();
     MadeUpFor made_up_for = outcome.applied.made_up_for;

@@ -7,6 +7,7 @@
 #include "sim/fwm/diagnostics.h"
 #include "sim/fwm/event_file.h"
 #include "sim/types/json.h"
+#include "sim/types/text.h"
 #include "sim/types/utc_time.h"
 
 namespace kvnsim {
@@ -53,8 +54,7 @@ int decode(const Arguments &arguments, Console &console)
     for (const Event &event : file.events) {
         if (!arguments.has("--json"))
             console.out() << fmt::format("{} {:#x} {} {}\n", time_text(event.time_ns), event.event,
-                                         level_text(event.level),
-                                         printable(trimmed(event.text), SIZE_MAX));
+                                         level_text(event.level), visible(trimmed(event.text)));
     }
     if (file.problem.empty())
         return exit_well;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "sim/config/names.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 
@@ -35,13 +36,26 @@ bool operator==(const SourceLocation &a, const SourceLocation &b)
     return columns(a) == columns(b);
 }
 
+std::string SourceLocation::row() const
+{
+    std::string text;
+    text.reserve(table().size() + key().size() + sizeof '|');
+    text += table();
+    if (!key().empty())
+        (text += '|') += key();
+    return text;
+}
+
 std::string SourceLocation::to_text() const
 {
-    std::string text = printable(file(), file().size());
+    std::string text;
+    text.reserve(file().size() + table().size() + key().size() +
+                 sizeof ":4294967295:4294967295: |");
+    append_visible(text, file());
     if (line != 0)
         text.append(":").append(std::to_string(line)).append(":").append(std::to_string(column));
     if (!table().empty())
-        text.append(": ").append(printable(row()));
+        append_printable(text.append(": "), row());
     return text;
 }
 

@@ -26,7 +26,7 @@ public:
     const std::string &key() const { return row_ ? row_->key : none(); }
     static constexpr std::string_view column_names = "file, line, column, table, key";
 
-    std::string row() const { return key().empty() ? table() : table() + "|" + key(); }
+    std::string row() const;     /* "INTERFACE|Ethernet0" */
     std::string to_text() const; /* "leaf.json:12:5: INTERFACE|Ethernet0"; without line and column
                                     "redis://127.0.0.1:6379/4: INTERFACE|Ethernet0" */
     friend bool operator==(const SourceLocation &a, const SourceLocation &b);

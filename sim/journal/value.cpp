@@ -73,7 +73,7 @@ std::string Value::to_text() const
     case Kind::integer:
         if (!text_.empty())
             return text_;
-        return style_ == Style::hex ? fmt::format("{:#x}", number_) : fmt::format("{}", number_);
+        return style_ == Style::hex ? fmt::format("{:#x}", number_) : std::to_string(number_);
     case Kind::text:
         return to_json();
     case Kind::record:

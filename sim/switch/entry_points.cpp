@@ -111,6 +111,9 @@ std::string joined_without_context(l3lif *member, int32_t create)
 
 } // namespace
 
+/* "l3lif=Ethernet100.1000 encap_vlan=1000 create=1" */
+constexpr size_t usual_arguments = 48;
+
 HostInterface *find_interface(const Value &value)
 {
     const Host &host = Host::instance();
@@ -247,10 +250,18 @@ void EntryPoint::describe(Request &request, const Parameter &parameter, Value va
     if (interface != nullptr && request.subject.empty())
         request.subject = interface->name;
     const bool bare = value.kind() == Value::Kind::text && parameter.kind != ParameterKind::text;
-    request.arguments.append(request.arguments.empty() ? "" : " ").append(parameter.name) += '=';
-    request.arguments += interface != nullptr ? interface->name
-                         : bare               ? value.string()
-                                              : value.to_text();
+    std::string &text = request.arguments;
+    if (text.empty())
+        text.reserve(usual_arguments);
+    else
+        text += ' ';
+    text.append(parameter.name) += '=';
+    if (interface != nullptr)
+        text += interface->name;
+    else if (bare)
+        text += value.string();
+    else
+        text += value.to_text();
     if (Journal::instance().observed())
         request.values.push_back({parameter.name, std::move(value)});
 }

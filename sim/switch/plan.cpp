@@ -36,19 +36,25 @@ std::string vrf_name(const std::string &vrf)
     return vrf.empty() ? "default" : vrf;
 }
 
+void append_words(std::string &to, const Settings &settings)
+{
+    to.append("MTU ").append(std::to_string(*settings.mtu));
+    if (*settings.ipv4)
+        to += ", IPv4";
+    if (*settings.ipv6)
+        to += ", IPv6";
+    if (!settings.vrf->empty())
+        to.append(", VRF ").append(*settings.vrf);
+    if (*settings.nat_zone != 0)
+        to.append(", NAT zone ").append(std::to_string(*settings.nat_zone));
+}
+
 } // namespace
 
 std::string in_words(const Settings &settings)
 {
-    std::string text = "MTU " + std::to_string(*settings.mtu);
-    if (*settings.ipv4)
-        text += ", IPv4";
-    if (*settings.ipv6)
-        text += ", IPv6";
-    if (!settings.vrf->empty())
-        text += ", VRF " + *settings.vrf;
-    if (*settings.nat_zone != 0)
-        text += ", NAT zone " + std::to_string(*settings.nat_zone);
+    std::string text;
+    append_words(text, settings);
     return text;
 }
 
@@ -76,6 +82,9 @@ std::vector<SettingChange> difference(const Settings &from, const Settings &to)
     change(Setting::nat_zone, "NAT zone ", from.nat_zone, to.nat_zone, number);
     return changes;
 }
+
+/* "create sub-interface Ethernet100.1000 on Ethernet100, VLAN 1000: MTU 9100, IPv4" */
+constexpr size_t usual_words = 95;
 
 /* Compares what the switch has with what is wanted. */
 class Planner {
@@ -118,10 +127,11 @@ private:
         return steps.back();
     }
 
-    void add_interface(StepKind kind, const std::string &name, const std::string &start,
+    void add_interface(StepKind kind, const std::string &name, std::string words,
                        const SourceLocation &cause, Settings settings)
     {
-        add(kind, name, start + ": " + in_words(settings), cause).settings = std::move(settings);
+        append_words(words.append(": "), settings);
+        add(kind, name, std::move(words), cause).settings = std::move(settings);
     }
 
     bool routed(const DesiredPortChannel *port_channel) const
@@ -222,9 +232,9 @@ private:
 
     /* Interfaces whose identity cannot change: they are deleted and recreated instead. like(has,
      * wants) tells whether the two differ in settings only. */
-    template <class Map, class Like, class Words>
+    template <class Map, class Like>
     void compare(const Map &have, const Map &want, StepKind removal, StepKind creation,
-                 const std::string &what, const Like &like, const Words &creation_words)
+                 const std::string &what, const Like &like)
     {
         Cursor settings(switch_.settings_);
         walk(have, want, [&](const std::string &name, const auto *has, const auto *wants) {
@@ -235,9 +245,13 @@ private:
                               wants->location);
             if (has != nullptr)
                 add(removal, name, "delete " + what + name, has->location);
-            if (wants != nullptr)
-                add_interface(creation, name, "create " + what + name + creation_words(*wants),
-                              wants->location, settings_of(wants->l3, wants->mtu));
+            if (wants != nullptr) {
+                std::string words;
+                words.reserve(usual_words);
+                append_identity(words.append("create ").append(what).append(name), *wants);
+                add_interface(creation, name, std::move(words), wants->location,
+                              settings_of(wants->l3, wants->mtu));
+            }
             if (has != nullptr && wants != nullptr)
                 gone_.insert(name);
         });
@@ -245,27 +259,28 @@ private:
 
     static bool waits(const DesiredSubInterface &sub) { return sub.waits; }
     static bool waits(const DesiredSvi &) { return false; }
+    /* What the name does not say. */
+    static void append_identity(std::string &to, const DesiredSubInterface &sub)
+    {
+        to.append(" on ").append(sub.parent).append(", VLAN ").append(std::to_string(sub.vlan));
+    }
+    static void append_identity(std::string &, const DesiredSvi &) {}
 
     void sub_interfaces()
     {
-        compare(
-            have_.sub_interfaces, want_.sub_interfaces, StepKind::delete_sub_interface,
-            StepKind::add_sub_interface, "sub-interface ",
-            [&](const DesiredSubInterface &has, const DesiredSubInterface &wants) {
-                return wants.parent == has.parent && wants.vlan == has.vlan &&
-                       gone_.count(has.parent) == 0;
-            },
-            [](const DesiredSubInterface &wants) {
-                return " on " + wants.parent + ", VLAN " + std::to_string(wants.vlan);
-            });
+        compare(have_.sub_interfaces, want_.sub_interfaces, StepKind::delete_sub_interface,
+                StepKind::add_sub_interface, "sub-interface ",
+                [&](const DesiredSubInterface &has, const DesiredSubInterface &wants) {
+                    return wants.parent == has.parent && wants.vlan == has.vlan &&
+                           gone_.count(has.parent) == 0;
+                });
     }
 
     void svis()
     {
         compare(
             have_.svis, want_.svis, StepKind::delete_svi, StepKind::add_svi, "SVI ",
-            [](const DesiredSvi &has, const DesiredSvi &wants) { return wants.vlan == has.vlan; },
-            [](const DesiredSvi &) { return ""; });
+            [](const DesiredSvi &has, const DesiredSvi &wants) { return wants.vlan == has.vlan; });
     }
 
     void virtual_macs()

@@ -7,10 +7,8 @@
 namespace kvnsim {
 namespace {
 
-std::string shown(std::string_view text, bool keep_lines)
+void append_shown(std::string &all, std::string_view text, bool keep_lines)
 {
-    std::string all;
-    all.reserve(text.size());
     while (!text.empty()) {
         /* Most texts are all of these. */
         const auto other = std::find_if(text.begin(), text.end(),
@@ -33,6 +31,13 @@ std::string shown(std::string_view text, bool keep_lines)
         }
         text.remove_prefix(character.size());
     }
+}
+
+std::string shown(std::string_view text, bool keep_lines)
+{
+    std::string all;
+    all.reserve(text.size());
+    append_shown(all, text, keep_lines);
     return all;
 }
 
@@ -84,6 +89,11 @@ bool steers_terminal(std::string_view character)
 std::string visible(std::string_view text)
 {
     return shown(text, false);
+}
+
+void append_visible(std::string &to, std::string_view text)
+{
+    append_shown(to, text, false);
 }
 
 std::string visible_lines(std::string_view text)

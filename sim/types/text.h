@@ -24,6 +24,7 @@ bool steers_terminal(std::string_view character);
 /* The text as a terminal can show it, on one line: characters that steer it as \x1b or \u202e,
  * bytes that are not UTF-8 as \xff. */
 std::string visible(std::string_view text);
+void append_visible(std::string &to, std::string_view text);
 /* The same for whole lines: the ends of lines and tabs stay. */
 std::string visible_lines(std::string_view text);
 
