@@ -125,14 +125,13 @@ private:
     int finish()
     {
         instruments_.stop_timeline();
-        const Snapshot snapshot =
-            outcomes_.empty()
-                ? capture(switch_, applied_files(), before_.reader, before_.meta.interrupted)
-                : capture(switch_, applied_files(), outcomes_.back().configuration->findings,
-                          outcomes_.back().applied.interrupted);
-        files_written_ = instruments_.close(snapshot);
         is_open_ = any_open(outcomes_, switch_);
-        switch_.power_off(); /* the snapshot has all that is told from here on */
+        const bool any = !outcomes_.empty();
+        const Snapshot snapshot = capture_and_power_off(
+            switch_, applied_files(),
+            any ? outcomes_.back().configuration->findings : before_.reader,
+            any ? outcomes_.back().applied.interrupted : before_.meta.interrupted);
+        files_written_ = instruments_.close(snapshot);
         const Index index(snapshot);
         if (quiet_)
             judgement_ = {audit(index), {}}; /* nobody asks for services */

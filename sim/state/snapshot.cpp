@@ -142,17 +142,11 @@ void capture_failures(const Switch &of, Snapshot &into)
     }
 }
 
-void capture_host(Snapshot &into)
+void capture_switch(const Switch &of, Snapshot &into)
 {
-    const Host &host = Host::instance();
-    into.host.reserve(host.size());
-    into.contexts.reserve(host.size());
-    for (const HostInterface *interface : host.interfaces()) {
-        into.host.push_back(host.row(*interface));
-        if (const l3_pd *context = interface->context())
-            into.contexts.push_back({interface->ifindex, context->intf_id, context->old_intf_id,
-                                     context->lid_id, context->pc_id});
-    }
+    capture_wanted(of, into);
+    capture_applied(of, into);
+    capture_failures(of, into);
 }
 
 /* Rows that are copied unchanged from a model. */
@@ -175,11 +169,36 @@ void capture_asic(Snapshot &into)
               into.members, into.router_macs, into.traps, into.pending);
 }
 
-void capture_database(Snapshot &into)
+void capture_host(Snapshot &into)
 {
+    const Host &host = Host::instance();
+    into.host.reserve(host.size());
+    into.contexts.reserve(host.size());
+    for (const HostInterface *interface : host.interfaces()) {
+        into.host.push_back(host.row(*interface));
+        if (const l3_pd *context = interface->context())
+            into.contexts.push_back({interface->ifindex, context->intf_id, context->old_intf_id,
+                                     context->lid_id, context->pc_id});
+    }
     into.l3lif.reserve(into.host.size());
     into.label.reserve(into.host.size());
     take_rows(Host::instance().db(), into.pm, into.pc, into.l3lif, into.label, into.member_intf);
+}
+
+/* What belongs to no part of the switch. */
+Snapshot begun(const std::vector<std::string> &files, const std::vector<Finding> &findings,
+               bool interrupted)
+{
+    Snapshot snapshot;
+    snapshot.meta.word_size = 8 * sizeof(void *);
+    for (const std::string &file : files)
+        snapshot.files.push_back({file});
+    snapshot.reader = findings;
+    snapshot.meta.interrupted = interrupted;
+    snapshot.meta.requests_made = Journal::instance().requests_made();
+    snapshot.virtual_macs = library_virtual_macs();
+    snapshot.errors = Diagnostics::instance().errors();
+    return snapshot;
 }
 
 } // namespace
@@ -206,21 +225,23 @@ bool operator==(const Snapshot &a, const Snapshot &b)
 Snapshot capture(const Switch &of, const std::vector<std::string> &files,
                  const std::vector<Finding> &findings, bool interrupted)
 {
-    Snapshot snapshot;
-    snapshot.meta.word_size = 8 * sizeof(void *);
-    for (const std::string &file : files)
-        snapshot.files.push_back({file});
-    snapshot.reader = findings;
-    snapshot.meta.interrupted = interrupted;
-    snapshot.meta.requests_made = Journal::instance().requests_made();
-    capture_wanted(of, snapshot);
-    capture_applied(of, snapshot);
-    capture_host(snapshot);
-    snapshot.virtual_macs = library_virtual_macs();
-    capture_failures(of, snapshot);
+    Snapshot snapshot = begun(files, findings, interrupted);
+    capture_switch(of, snapshot);
     capture_asic(snapshot);
-    capture_database(snapshot);
-    snapshot.errors = Diagnostics::instance().errors();
+    capture_host(snapshot);
+    return snapshot;
+}
+
+Snapshot capture_and_power_off(Switch &of, const std::vector<std::string> &files,
+                               const std::vector<Finding> &findings, bool interrupted)
+{
+    Snapshot snapshot = begun(files, findings, interrupted);
+    capture_switch(of, snapshot);
+    of.resume({});
+    capture_asic(snapshot);
+    Asic::instance().reset();
+    capture_host(snapshot);
+    Host::instance().reset();
     return snapshot;
 }
 

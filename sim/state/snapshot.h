@@ -258,6 +258,11 @@ public:
 Snapshot capture(const Switch &of, const std::vector<std::string> &files = {},
                  const std::vector<Finding> &findings = {}, bool interrupted = false);
 
+/* The same of a switch with which nothing more is done: it is powered off. Each part is given up as
+ * soon as its rows are taken, so that memory holds switch or snapshot, not both. */
+Snapshot capture_and_power_off(Switch &of, const std::vector<std::string> &files,
+                               const std::vector<Finding> &findings, bool interrupted);
+
 /* Saves it as an SQLite file, complete or not at all: on failure an older file stays unchanged.
  * An existing file is replaced only if it holds a snapshot. Throws SnapshotError. */
 void save(const Snapshot &snapshot, const std::string &path);

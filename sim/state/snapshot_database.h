@@ -128,9 +128,11 @@ public:
 
     void add(const Origin &origin)
     {
-        if (origin.request && last_ != origin.request.get())
-            by_number_.emplace(origin.request->number, origin.request);
-        last_ = origin.request.get();
+        const bool any = at_ != by_number_.end();
+        if (origin.request == nullptr || (any && at_->second == origin.request))
+            return;
+        at_ = by_number_.try_emplace(any ? std::next(at_) : at_, origin.request->number,
+                                     origin.request);
     }
     template <class T> void add(const T &) {} /* other columns name no request */
     /* false when there is one of that number. */
@@ -153,8 +155,10 @@ public:
     }
 
 private:
-    std::map<uint64_t, RequestRef> by_number_;
-    const Request *last_ = nullptr; /* consecutive rows often share a request */
+    using ByNumber = std::map<uint64_t, RequestRef>;
+    ByNumber by_number_;
+    /* The one added last: the next row often has the same request, or the one after it. */
+    ByNumber::iterator at_ = by_number_.end();
 };
 
 class Statement {

@@ -5,6 +5,7 @@
 #include "sim/switch/switch.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <optional>
 #include <string_view>
@@ -39,13 +40,6 @@ void Switch::resume(SwitchMemory memory)
     vpns_ = std::move(memory.vpns);
     failures_ = std::move(memory.failures);
     router_mac_id_ = memory.router_mac_id;
-}
-
-void Switch::power_off()
-{
-    resume({});
-    Host::instance().reset();
-    Asic::instance().reset();
 }
 
 uint32_t Switch::vpn_of(const std::string &vrf) const
@@ -510,8 +504,8 @@ private:
 
     bool create(const Step &step, HostInterface &interface)
     {
-        const Response creation = create_interface(interface, interface.vlan,
-                                                   [&] { set_record(interface, step.settings); });
+        const auto prepare = [&] { set_record(interface, step.settings); };
+        const Response creation = create_interface(interface, interface.vlan, std::cref(prepare));
         if (!done(own(step), creation))
             return false;
         if (creation.request != nullptr)

@@ -102,9 +102,6 @@ public:
     /* Remember this instead. Host and ASIC must be as they were then. */
     void resume(SwitchMemory memory);
 
-    /* Forget everything, in host and ASIC too: nothing more can be done with it. */
-    void power_off();
-
 private:
     friend class Planner;
     friend class Executor;

@@ -92,17 +92,6 @@ TEST_F(Applying, CreatedDestroyedAndCreatedAgainLeavesNothingBehind)
     }
 }
 
-TEST_F(Applying, ASwitchThatIsPoweredOffKeepsNothing)
-{
-    bring_about(with_ports(R"("VLAN": {"Vlan100": {}}, "VLAN_INTERFACE": {"Vlan100": {}})"));
-    sw.power_off();
-    EXPECT_TRUE(sw.have().svis.empty());
-    EXPECT_TRUE(sw.wanted().svis.empty());
-    EXPECT_TRUE(sw.settings().empty());
-    EXPECT_TRUE(Host::instance().interfaces().empty());
-    EXPECT_TRUE(Asic::instance().rows<IntfRow>().empty());
-}
-
 TEST_F(Applying, APortThatIsNoLongerRoutedKeepsItsSdkInterfaceUntilItIsRoutedAgain)
 {
     const Desired routed = with_ports(R"("INTERFACE": {"Ethernet0": {}})");
