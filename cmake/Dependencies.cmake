@@ -1,6 +1,6 @@
 # What the build takes from Debian, as targets that are the same for every word size:
-#   kvn::glib kvn::sqlite kvn::fmt kvn::edit kvn::hiredis kvn::rapidjson
-#   kvn::rapidcheck kvn::benchmark GTest::gtest GTest::gtest_main GTest::gmock
+#   kvn::glib kvn::sqlite kvn::fmt kvn::edit kvn::hiredis kvn::mimalloc
+#   kvn::rapidjson kvn::rapidcheck kvn::benchmark GTest::gtest GTest::gtest_main GTest::gmock
 
 find_package(Threads REQUIRED)
 
@@ -32,6 +32,7 @@ kvn_dependency(sqlite LIBRARY sqlite3 HEADERS sqlite3.h)
 kvn_dependency(fmt LIBRARY fmt HEADERS fmt/format.h)
 kvn_dependency(edit LIBRARY edit HEADERS histedit.h)
 kvn_dependency(hiredis LIBRARY hiredis HEADERS hiredis/hiredis.h)
+kvn_dependency(mimalloc LIBRARY mimalloc HEADERS mimalloc.h)
 kvn_dependency(rapidjson HEADERS rapidjson/reader.h)
 kvn_dependency(rapidcheck LIBRARY rapidcheck HEADERS rapidcheck.h)
 kvn_dependency(benchmark LIBRARY benchmark HEADERS benchmark/benchmark.h LINK Threads::Threads)
