@@ -7,7 +7,11 @@
 #include <rapidjson/stream.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <iterator>
 #include <map>
+#include <memory_resource>
 #include <optional>
 #include <string_view>
 #include <tuple>
@@ -26,28 +30,63 @@ namespace {
 constexpr uint32_t max_depth = 64;
 constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
 
+/* Whether each byte is a character: then none of them needs to be checked. */
+bool is_ascii(std::string_view text)
+{
+    uint64_t all = 0;
+    for (uint64_t eight; text.size() >= sizeof eight; text.remove_prefix(sizeof eight)) {
+        std::memcpy(&eight, text.data(), sizeof eight);
+        all |= eight;
+    }
+    return (all & 0x8080808080808080) == 0 &&
+           std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+}
+
+/* A file's text. */
+struct Source {
+    explicit Source(std::string_view of)
+        : text(of), start(starts_with(of, byte_order_mark) ? byte_order_mark.size() : 0),
+          is_ascii(kvnsim::is_ascii(text.substr(start)))
+    {}
+
+    const std::string_view text;
+    const size_t start; /* behind its byte order mark */
+    const bool is_ascii;
+};
+
 /* Moves forward through the text and counts lines and columns. */
 class PositionFinder {
 public:
-    PositionFinder(const std::string &text, size_t offset) : text_(text), offset_(offset) {}
+    explicit PositionFinder(const Source &source)
+        : source_(source), offset_(source.start), line_end_(source.text.find('\n', offset_))
+    {}
 
     Position move_to(size_t offset)
     {
-        for (; offset_ < offset; ++offset_) {
-            const auto byte = static_cast<unsigned char>(text_[offset_]);
-            if (byte == '\n') {
-                ++at_.line;
-                at_.column = 1;
-            } else if ((byte & 0xc0) != 0x80 /* not within a character */) {
-                ++at_.column;
-            }
+        while (line_end_ < offset) {
+            ++at_.line;
+            at_.column = 1;
+            offset_ = line_end_ + 1;
+            line_end_ = source_.text.find('\n', offset_);
         }
+        at_.column += static_cast<uint32_t>(characters_before(offset));
+        offset_ = offset;
         return at_;
     }
 
 private:
-    const std::string &text_;
+    size_t characters_before(size_t offset) const
+    {
+        if (source_.is_ascii)
+            return offset - offset_;
+        const auto begins = [](char c) { return (c & 0xc0) != 0x80; };
+        const char *const text = source_.text.data();
+        return static_cast<size_t>(std::count_if(text + offset_, text + offset, begins));
+    }
+
+    const Source &source_;
     size_t offset_;
+    size_t line_end_; /* the first at offset_ or behind; npos for none */
     Position at_;
 };
 
@@ -57,16 +96,23 @@ class Builder {
 public:
     using Ch = char;
 
-    /* Of a text from its start on, which the stream decodes in place. */
-    Builder(const std::string &text, rapidjson::InsituStringStream &stream, size_t start)
-        : stream_(stream), position_(text, start)
+    /* Of a text that the stream decodes in place. */
+    Builder(const Source &source, rapidjson::InsituStringStream &stream)
+        : stream_(stream), position_(source)
     {}
 
-    DocumentEntry root;
     bool too_deep = false;
 
     /* Open objects and lists whose entries are kept: 1 among tables, 2 rows, 3 fields. */
     size_t level() const { return open_.size(); }
+
+    /* The text's value; what is still open has what was read of it. */
+    DocumentEntry take_root()
+    {
+        while (!open_.empty())
+            close();
+        return read_.empty() ? DocumentEntry() : std::move(read_.front());
+    }
 
     // NOLINTBEGIN(readability-identifier-naming): the parser names its events.
     bool Null() { return word(ValueKind::null, "null", {}); }
@@ -93,7 +139,7 @@ public:
     bool Key(const char *s, rapidjson::SizeType length, bool)
     {
         if (passed_over_ == 0) {
-            DocumentEntry &entry = open_.back()->entries.emplace_back();
+            DocumentEntry &entry = read_.emplace_back();
             entry.name = {s, length};
             entry.at = position_.move_to(offset_of(s) - 1);
         }
@@ -124,7 +170,7 @@ private:
         if (passed_over_ > 0 || open_.size() == most_kept)
             ++passed_over_;
         else
-            open_.push_back(last_);
+            open_.push_back(read_.size());
         too_deep = open_.size() + passed_over_ > max_depth;
         return !too_deep;
     }
@@ -134,31 +180,40 @@ private:
         if (passed_over_ > 0)
             --passed_over_;
         else
-            open_.pop_back();
+            close();
         return true;
+    }
+
+    /* The entries of what was opened last move into it. */
+    void close()
+    {
+        const auto first = read_.begin() + static_cast<std::ptrdiff_t>(open_.back());
+        open_.pop_back();
+        if (first == read_.end())
+            return;
+        std::prev(first)->entries.assign(std::make_move_iterator(first),
+                                         std::make_move_iterator(read_.end()));
+        read_.erase(first, read_.end());
     }
 
     bool value(ValueKind kind, size_t offset, std::string_view text)
     {
         if (passed_over_ > 0)
             return true;
-        if (open_.empty())
-            last_ = &root;
-        else if (open_.back()->kind == ValueKind::list)
-            last_ = &open_.back()->entries.emplace_back();
-        else
-            last_ = &open_.back()->entries.back();
-        last_->kind = kind;
-        last_->text = text;
-        last_->value_at = position_.move_to(offset);
+        if (open_.empty() || read_[open_.back() - 1].kind == ValueKind::list)
+            read_.emplace_back();
+        DocumentEntry &entry = read_.back();
+        entry.kind = kind;
+        entry.text = text;
+        entry.value_at = position_.move_to(offset);
         return true;
     }
 
     rapidjson::InsituStringStream &stream_;
     PositionFinder position_;
-    std::vector<DocumentEntry *> open_; /* each is the last entry of the one before */
-    DocumentEntry *last_ = nullptr;     /* whose value was read last */
-    size_t passed_over_ = 0;            /* open objects and lists that are passed over */
+    std::vector<DocumentEntry> read_; /* the root, and entries of what is open */
+    std::vector<size_t> open_;        /* where the entries of each begin, behind itself */
+    size_t passed_over_ = 0;          /* open objects and lists that are passed over */
 };
 
 SourceLocation location_of(const std::string &file, Position at)
@@ -234,18 +289,19 @@ std::optional<std::pair<std::string_view, std::string_view>> split_flat_name(std
     return std::make_pair(trimmed(name.substr(0, bar)), name.substr(bar + 1));
 }
 
-Finding syntax_error(const std::string &file, const std::string &text, size_t start, size_t offset,
-                     std::string message, const Builder &builder)
+/* root is what was read of the text, level how many objects and lists are open. */
+Finding syntax_error(const std::string &file, const Source &source, size_t offset,
+                     std::string message, const DocumentEntry &root, size_t level)
 {
-    const Position at = PositionFinder(text, start).move_to(offset);
+    const Position at = PositionFinder(source).move_to(offset);
     std::string_view table, key;
-    if (builder.level() >= 2) {
-        const DocumentEntry &entry = builder.root.entries.back();
+    if (level >= 2) {
+        const DocumentEntry &entry = root.entries.back();
         if (const auto flat = split_flat_name(entry.name)) {
             std::tie(table, key) = *flat;
         } else {
             table = entry.name;
-            if (builder.level() >= 3 && !entry.entries.empty())
+            if (level >= 3 && !entry.entries.empty())
                 key = entry.entries.back().name;
         }
     }
@@ -269,9 +325,10 @@ template <class Repeats>
 void erase_repeated(std::vector<DocumentEntry> &entries, const Repeats &repeats)
 {
     constexpr size_t few = 8; /* compared with one another: faster than looking them up */
-    if (entries.size() <= few && all_differ(entries))
+    if (entries.size() < 2 || (entries.size() <= few && all_differ(entries)))
         return;
-    std::unordered_map<std::string_view, size_t> last(entries.size());
+    std::pmr::monotonic_buffer_resource memory;
+    std::pmr::unordered_map<std::string_view, size_t> last(entries.size(), &memory);
     for (size_t i = 0; i < entries.size(); ++i)
         last[entries[i].name] = i;
     if (last.size() == entries.size())
@@ -366,7 +423,7 @@ std::vector<DocumentTable> fold(std::vector<DocumentEntry> entries, KeptTexts &t
                                 Repetitions &repetitions)
 {
     const auto key_of = [&](std::string_view name) -> std::string_view {
-        return has_blanks(name) ? texts.keep(without_blanks_beside_bars(name)) : name;
+        return has_blanks_beside_bars(name) ? texts.keep(without_blanks_beside_bars(name)) : name;
     };
     std::vector<DocumentTable> tables, flat_rows;
     for (DocumentEntry &entry : entries) {
@@ -393,7 +450,8 @@ std::vector<DocumentTable> fold(std::vector<DocumentEntry> entries, KeptTexts &t
     }
     for (DocumentTable &table : tables) {
         for (DocumentRow &row : table.entries)
-            read_flat_fields(row);
+            if (!row.entries.empty())
+                read_flat_fields(row);
         if (!flat_rows.empty())
             std::stable_sort(table.entries.begin(), table.entries.end(), stands_before);
         repetitions.remove_from(table);
@@ -422,46 +480,51 @@ Document make_document(const std::string &file, std::vector<DocumentEntry> entri
 Document read_document(const std::string &file, const std::string &text, IsRead is_read,
                        std::vector<Finding> &findings)
 {
-    const size_t start = starts_with(text, byte_order_mark) ? byte_order_mark.size() : 0;
+    const Source source(text);
     KeptTexts texts;
     /* The parser takes characters whole: where the text ends within one, from behind its end. */
     constexpr size_t longest_character = 4;
-    rapidjson::InsituStringStream stream(
-        texts.keep(text + std::string(longest_character, '\0')).data());
-    while (stream.Tell() < start)
+    std::string &decoded = texts.keep({});
+    decoded.reserve(text.size() + longest_character);
+    decoded.append(text).append(longest_character, '\0');
+    rapidjson::InsituStringStream stream(decoded.data());
+    while (stream.Tell() < source.start)
         stream.Take();
-    Builder builder(text, stream, start);
 
     /* To the parser, a NUL ends the text. */
     if (const size_t nul = text.find('\0'); nul != text.npos) {
-        findings.push_back(syntax_error(file, text, start, nul,
-                                        "there is a NUL byte: expected UTF-8 text", builder));
+        findings.push_back(
+            syntax_error(file, source, nul, "there is a NUL byte: expected UTF-8 text", {}, 0));
         return {};
     }
 
     /* Without recursion: the file may nest to any depth. */
     constexpr unsigned flags = rapidjson::kParseIterativeFlag | rapidjson::kParseInsituFlag |
-                               rapidjson::kParseValidateEncodingFlag |
                                rapidjson::kParseNumbersAsStringsFlag;
+    Builder builder(source, stream);
     rapid::Reader reader;
-    const rapidjson::ParseResult result = reader.Parse<flags>(stream, builder);
+    const rapidjson::ParseResult result =
+        source.is_ascii
+            ? reader.Parse<flags>(stream, builder)
+            : reader.Parse<flags | rapidjson::kParseValidateEncodingFlag>(stream, builder);
+    const size_t level = builder.level();
+    DocumentEntry root = builder.take_root();
     Repetitions repetitions(file, is_read, findings);
     if (result.IsError()) {
         std::string message = builder.too_deep
                                   ? fmt::format("nested deeper than {} levels", max_depth)
                                   : explain(result.Code(), text, result.Offset());
         findings.push_back(
-            syntax_error(file, text, start, result.Offset(), std::move(message), builder));
-        fold(std::move(builder.root.entries), texts, repetitions);
+            syntax_error(file, source, result.Offset(), std::move(message), root, level));
+        fold(std::move(root.entries), texts, repetitions);
         return {};
     }
-    if (builder.root.kind != ValueKind::object) {
+    if (root.kind != ValueKind::object) {
         findings.push_back(make_finding(FindingId::no_object_of_tables,
-                                        location_of(file, builder.root.value_at),
-                                        {to_text(builder.root.kind)}));
+                                        location_of(file, root.value_at), {to_text(root.kind)}));
         return {};
     }
-    std::vector<DocumentTable> tables = fold(std::move(builder.root.entries), texts, repetitions);
+    std::vector<DocumentTable> tables = fold(std::move(root.entries), texts, repetitions);
     return {std::move(tables), true, {}, std::move(texts)};
 }
 

@@ -58,7 +58,12 @@ std::string_view without_port_class(std::string_view text)
     return letters > 1 ? text.substr(letters) : text;
 }
 
-std::optional<InterfaceName> parse_whole_interface(std::string_view text)
+struct WholeInterface {
+    InterfaceKind kind;
+    uint32_t number;
+};
+
+std::optional<WholeInterface> parse_whole_interface(std::string_view text)
 {
     for (const NameForm &form : name_forms) {
         if (!starts_with(text, form.prefix))
@@ -73,7 +78,7 @@ std::optional<InterfaceName> parse_whole_interface(std::string_view text)
         const auto number = parse_number(digits, form.numbers);
         if (!number)
             return {};
-        return InterfaceName{form.kind, *number, {}, false};
+        return WholeInterface{form.kind, *number};
     }
     return {};
 }
@@ -89,8 +94,9 @@ bool is_digits(std::string_view text)
     return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
 }
 
-bool can_be_parent(const std::optional<InterfaceName> &name)
+bool can_be_parent(std::string_view text)
 {
+    const auto name = parse_whole_interface(text);
     return name && (name->kind == InterfaceKind::port || name->kind == InterfaceKind::port_channel);
 }
 
@@ -104,21 +110,24 @@ std::string to_text(const Range &range)
 std::optional<InterfaceName> parse_interface_name(std::string_view text)
 {
     const size_t dot = text.find('.');
-    if (dot == text.npos)
-        return parse_whole_interface(text);
+    if (dot == text.npos) {
+        const auto whole = parse_whole_interface(text);
+        return whole ? std::optional(InterfaceName{whole->kind, whole->number, {}, false})
+                     : std::nullopt;
+    }
 
     const std::string_view parent = text.substr(0, dot), digits = text.substr(dot + 1);
     const auto number = parse_number(digits, 1, UINT32_MAX);
     if (!number || digits[0] == '0')
         return {};
-    if (can_be_parent(parse_whole_interface(parent)))
+    if (can_be_parent(parent))
         return InterfaceName{InterfaceKind::sub_interface, *number, std::string(parent), false};
     for (const ShortForm &form : short_forms) {
         if (!starts_with(parent, form.prefix))
             continue;
         std::string full{form.full};
         full += parent.substr(form.prefix.size());
-        if (can_be_parent(parse_whole_interface(full)))
+        if (can_be_parent(full))
             return InterfaceName{InterfaceKind::sub_interface, *number, std::move(full), true};
     }
     return {};
@@ -248,7 +257,7 @@ bool is_vrf_name(std::string_view text)
 std::optional<Address> parse_address(std::string_view text)
 {
     const size_t slash = text.find('/');
-    const std::string host{text.substr(0, slash)};
+    const std::string_view host = text.substr(0, slash);
     const bool ipv6 = host.find(':') != host.npos;
     if (host.find('\0') != host.npos)
         return {};
@@ -256,7 +265,7 @@ std::optional<Address> parse_address(std::string_view text)
     Address address;
     address.ipv6 = ipv6;
     address.has_prefix_length = slash != text.npos;
-    if (inet_pton(ipv6 ? AF_INET6 : AF_INET, host.c_str(), address.bytes.data()) != 1)
+    if (inet_pton(ipv6 ? AF_INET6 : AF_INET, std::string(host).c_str(), address.bytes.data()) != 1)
         return {};
     address.prefix_length = ipv6 ? 128 : 32;
     if (!address.has_prefix_length)
@@ -296,23 +305,11 @@ std::optional<bool> parse_boolean(std::string_view text)
     return {};
 }
 
-std::string_view trimmed(std::string_view text)
-{
-    while (!text.empty() && is_space(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && is_space(text.back()))
-        text.remove_suffix(1);
-    return text;
-}
-
 std::vector<std::string_view> split(std::string_view text, char separator)
 {
     std::vector<std::string_view> parts;
     parts.reserve(1 + static_cast<size_t>(std::count(text.begin(), text.end(), separator)));
-    size_t begin = 0;
-    for (size_t end; (end = text.find(separator, begin)) != text.npos; begin = end + 1)
-        parts.push_back(text.substr(begin, end - begin));
-    parts.push_back(text.substr(begin));
+    each_part(text, separator, [&](std::string_view part) { parts.push_back(part); });
     return parts;
 }
 
@@ -327,11 +324,18 @@ bool has_blanks(std::string_view text)
     return std::any_of(text.begin(), text.end(), is_space);
 }
 
+bool has_blanks_beside_bars(std::string_view key)
+{
+    bool has_some = false;
+    each_part(key, '|',
+              [&](std::string_view part) { has_some |= trimmed(part).size() != part.size(); });
+    return has_some;
+}
+
 std::string without_blanks_beside_bars(std::string_view key)
 {
     std::string without;
-    for (const std::string_view part : split(key, '|'))
-        without.append(trimmed(part)) += '|';
+    each_part(key, '|', [&](std::string_view part) { without.append(trimmed(part)) += '|'; });
     without.pop_back();
     return without;
 }

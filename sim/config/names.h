@@ -90,10 +90,18 @@ bool is_link_local(const Address &address); /* IPv6 */
 /* enable, enabled, true, yes, on and their opposites, in upper or lower case. */
 std::optional<bool> parse_boolean(std::string_view text);
 
-/* "Vlan10|Ethernet0" gives both names, for '|': parts of the text. */
+/* Of "Vlan10|Ethernet0" calls take with both names in turn, for '|': parts of the text. */
+template <class Take> void each_part(std::string_view text, char separator, const Take &take)
+{
+    for (size_t end; (end = text.find(separator)) != text.npos; text.remove_prefix(end + 1))
+        take(text.substr(0, end));
+    take(text);
+}
+/* These parts. */
 std::vector<std::string_view> split(std::string_view text, char separator);
 /* Whether it is of the form TABLE|key. */
 bool is_flat_name(const std::string &name);
+bool has_blanks_beside_bars(std::string_view key); /* or at its ends */
 std::string without_blanks_beside_bars(std::string_view key);
 
 /* A blank, a tab or what ends a line. */
@@ -103,7 +111,14 @@ constexpr bool is_space(char c)
 }
 bool has_blanks(std::string_view text);
 /* Without blanks at both ends. */
-std::string_view trimmed(std::string_view text);
+inline std::string_view trimmed(std::string_view text)
+{
+    while (!text.empty() && is_space(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && is_space(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
 /* The same in lower case, to recognise a misspelt name. */
 std::string spelling(std::string_view text);
 bool same_spelling(std::string_view a, std::string_view b);
