@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <deque>
 #include <iterator>
 #include <set>
 #include <string_view>
@@ -68,10 +69,6 @@ private:
     SourceLocation location(const DocumentTable &table) const
     {
         return {configuration_.file, table.at.line, table.at.column, std::string(table.name), {}};
-    }
-    static SourceLocation location(const SourceLocation &of_table, const DocumentRow &row)
-    {
-        return {of_table, row.at.line, row.at.column, std::string(row.name)};
     }
 
     void note_place(size_t table)
@@ -173,8 +170,8 @@ private:
         for (const DocumentRow &row : source.entries) {
             const std::string_view name = split(row.name, '|').front();
             if (named.insert(name).second)
-                draft_.tell(FindingId::interface_not_modelled, location(of_table, row),
-                            printable(name), table.meaning);
+                draft_.tell(FindingId::interface_not_modelled,
+                            SourceRow{&of_table, &row}.location(), printable(name), table.meaning);
         }
     }
 
@@ -222,7 +219,7 @@ private:
                         continue;
                     DesiredPort port;
                     port.admin_up = true;
-                    port.location = location(of_table, row);
+                    port.location = SourceRow{&of_table, &row}.location();
                     ports.emplace(whole, std::move(port));
                 }
             }
@@ -245,23 +242,25 @@ private:
         const std::vector<FieldValue> none(address_fields().size());
         std::vector<const DocumentRow *> own, with_address;
         for (const DocumentRow &row : source.entries) {
-            const auto bars = std::count(row.name.begin(), row.name.end(), '|');
-            (static_cast<size_t>(bars) < table.key.size() ? own : with_address).push_back(&row);
+            size_t parts = 0;
+            each_part(row.name, '|', [&](std::string_view) { ++parts; });
+            (parts <= table.key.size() ? own : with_address).push_back(&row);
         }
-        const SourceLocation of_table = location(source);
+        draft_.l3_settings.clear();
+        const SourceLocation &of_table = of_tables_.emplace_back(location(source));
 
         /* An interface's own row first; address rows add to it. */
         Row row(table);
         for (const auto *rows : {&own, &with_address}) {
             std::vector<std::pair<std::string_view, SourceLocation>> unsound;
             for (const DocumentRow *source_row : *rows) {
-                row.location = location(of_table, *source_row);
+                row.begin({&of_table, source_row});
                 const bool has_key = take_key(row, *source_row);
                 row.values = row.is_address_row ? none : defaults;
                 if (has_key && take_fields(row, *source_row))
                     table.read(draft_, row);
                 else
-                    unsound.emplace_back(trimmed(row.name()), row.location);
+                    unsound.emplace_back(trimmed(row.name()), row.location());
             }
             for (const auto &[name, where] : unsound)
                 draft_.leave_out(table.name, name, where);
@@ -271,31 +270,35 @@ private:
     bool take_key(Row &row, const DocumentRow &source)
     {
         const TableSchema &table = row.table;
-        row.parts = split(source.name, '|');
+        row.parts.clear();
+        each_part(source.name, '|', [&](std::string_view part) { row.parts.push_back(part); });
         const size_t parts = table.key.size();
         row.is_address_row = table.has_address_rows && row.parts.size() == parts + 1;
         if (row.parts.size() != parts && !row.is_address_row)
             return tell_key(row, FindingId::key_form, in_quotes(source.name), key_form(table));
-        for (size_t i = 0; i < parts; ++i) {
+        row.interface.reset();
+        row.l3 = row.is_address_row ? draft_.l3_of(row.name()) : nullptr;
+        const size_t checked = row.l3 ? parts : 0; /* by the row that made it known */
+        for (size_t i = checked; i < parts; ++i) {
             const std::string_view part = row.parts[i];
             std::optional<InterfaceName> interface = parse_interface_name(part);
             if (!has_form(table.key[i], part, interface)) {
                 const TableSchema *const other = where_it_belongs(table, part);
                 return other
-                           ? draft_.tell(FindingId::key_of_another_table, row.location,
+                           ? draft_.tell(FindingId::key_of_another_table, row.location(),
                                          in_quotes(part), expected(table.key[i]), part, other->name)
                            : tell_key(row, FindingId::key_part, in_quotes(part),
                                       expected(table.key[i]));
             }
             if (interface && part.size() > most_name_characters && long_names_.insert(part).second)
-                draft_.tell(FindingId::long_name, row.location, part, most_name_characters);
+                draft_.tell(FindingId::long_name, row.location(), part, most_name_characters);
             if (i == 0)
                 row.interface = std::move(interface);
         }
         if (row.is_address_row)
             row.ip = parse_address(row.address());
         if (row.is_address_row && !row.ip)
-            return draft_.tell(FindingId::address_form, row.location, in_quotes(row.address()));
+            return draft_.tell(FindingId::address_form, row.location(), in_quotes(row.address()));
         return true;
     }
 
@@ -303,15 +306,16 @@ private:
     bool tell_key(const Row &row, FindingId id, const std::string &found,
                   const std::string &expected)
     {
-        return draft_.tell(row.table.use == Use::applied ? id : FindingId::unused_key, row.location,
-                           found, expected);
+        return draft_.tell(row.table.use == Use::applied ? id : FindingId::unused_key,
+                           row.location(), found, expected);
     }
 
     /* Whether the row is valid; every error in it is reported. */
     bool take_fields(Row &row, const DocumentRow &source)
     {
         if (source.kind != ValueKind::object)
-            return draft_.tell(FindingId::no_object_of_fields, row.location, to_text(source.kind));
+            return draft_.tell(FindingId::no_object_of_fields, row.location(),
+                               to_text(source.kind));
         bool sound = true;
         for (const DocumentField &field : source.entries) {
             if (const TableField *declared = find_field(row.fields(), field.name)) {
@@ -320,10 +324,10 @@ private:
             }
             const std::string name = spelling(field.name);
             if (const TableField *meant = find_field(row.fields(), name))
-                draft_.tell(FindingId::unknown_field, moved(row.location, field.at),
+                draft_.tell(FindingId::unknown_field, moved(row.location(), field.at),
                             in_quotes(field.name), meant->name);
             else if (row.is_address_row && find_field(row.table.fields, name))
-                draft_.tell(FindingId::field_of_address_row, moved(row.location, field.at), name,
+                draft_.tell(FindingId::field_of_address_row, moved(row.location(), field.at), name,
                             fmt::format("{}|{}", row.table.name, row.name()));
         }
         return sound;
@@ -341,26 +345,26 @@ private:
     bool take_field(Row &row, const TableField &declared, const DocumentField &field)
     {
         if (declared.type == FieldType::elsewhere) {
-            draft_.tell(FindingId::field_read_elsewhere, moved(row.location, field.at),
+            draft_.tell(FindingId::field_read_elsewhere, moved(row.location(), field.at),
                         declared.name, declared.meaning);
             return true;
         }
-        const SourceLocation where = moved(row.location, field.value_at);
+        const auto where = [&] { return moved(row.location(), field.value_at); };
         const bool is_applied = declared.use == Use::applied && row.table.use == Use::applied;
         const bool is_list = field.kind == ValueKind::list && declared.type == FieldType::list;
         if (field.kind == ValueKind::null) {
-            draft_.tell(FindingId::null_value, where, declared.name);
+            draft_.tell(FindingId::null_value, where(), declared.name);
             return true;
         }
         if (!is_list && (field.kind == ValueKind::list || field.kind == ValueKind::object)) {
-            draft_.tell(is_applied ? FindingId::value_kind : FindingId::unused_value_kind, where,
+            draft_.tell(is_applied ? FindingId::value_kind : FindingId::unused_value_kind, where(),
                         declared.name, to_text(field.kind), expected(declared));
             return !is_applied;
         }
         for (const DocumentEntry &element : field.entries) {
             if (element.kind != ValueKind::text && element.kind != ValueKind::number) {
                 draft_.tell(is_applied ? FindingId::value_kind : FindingId::unused_value_kind,
-                            moved(row.location, element.value_at), declared.name,
+                            moved(row.location(), element.value_at), declared.name,
                             fmt::format("a list with {}", to_text(element.kind)),
                             expected(declared));
                 return !is_applied;
@@ -369,15 +373,16 @@ private:
         auto value = parse_field(declared, is_list ? document_.texts.keep(joined(field))
                                                    : trimmed(field.text));
         if (!value) {
-            draft_.tell(is_applied ? FindingId::value : FindingId::unused_value, where,
+            draft_.tell(is_applied ? FindingId::value : FindingId::unused_value, where(),
                         declared.name, in_quotes(field.text), expected(declared));
             return !is_applied;
         }
         if (declared.use == Use::not_modelled &&
             (declared.type != FieldType::boolean || value->number != 0))
-            draft_.tell(FindingId::field_not_modelled, where, declared.name, in_quotes(field.text));
+            draft_.tell(FindingId::field_not_modelled, where(), declared.name,
+                        in_quotes(field.text));
         if (declared.type == FieldType::group_mac && is_multicast(value->mac))
-            draft_.tell(FindingId::multicast_mac, where, declared.name, value->text);
+            draft_.tell(FindingId::multicast_mac, where(), declared.name, value->text);
         value->at = field.value_at;
         row.values[static_cast<size_t>(&declared - row.fields().data())] = *value;
         return true;
@@ -394,6 +399,7 @@ private:
     Configuration &configuration_;
     Document document_;
     std::unordered_map<std::string_view, size_t> places_; /* of the tables that are objects */
+    std::deque<SourceLocation> of_tables_; /* that are read: their rows refer to them */
     Draft draft_;
     std::set<std::string_view> long_names_;
 };

@@ -11,15 +11,15 @@ namespace kvnsim {
 SourceLocation::SourceLocation(std::string file, uint32_t at_line, uint32_t at_column,
                                std::string table, std::string key)
     : line(at_line), column(at_column),
-      row_(std::make_shared<const Row>(Row{
-          std::make_shared<const Table>(Table{std::move(file), std::move(table)}), std::move(key)}))
+      row_(std::make_shared<const Row>(
+          std::make_shared<const Table>(Table{std::move(file), std::move(table)}), std::move(key)))
 {}
 
 SourceLocation::SourceLocation(const SourceLocation &table, uint32_t at_line, uint32_t at_column,
                                std::string key)
     : line(at_line), column(at_column),
       row_(std::make_shared<const Row>(
-          Row{table.row_ ? table.row_->table : std::make_shared<const Table>(), std::move(key)}))
+          table.row_ ? table.row_->table : std::make_shared<const Table>(), std::move(key)))
 {}
 
 const std::string &SourceLocation::none()

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace kvnsim {
 
@@ -36,6 +37,9 @@ private:
         std::string file, name;
     };
     struct Row {
+        Row(std::shared_ptr<const Table> of, std::string &&named)
+            : table(std::move(of)), key(std::move(named))
+        {}
         std::shared_ptr<const Table> table;
         std::string key;
     };

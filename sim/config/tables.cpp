@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstring>
 #include <functional>
 #include <iterator>
 #include <set>
@@ -23,18 +24,24 @@ Object *referred(Draft &draft, const Row &row, ByName<Object> &objects, const ch
     if (const auto found = objects.find(name); found != objects.end())
         return &found->second;
     if (const SourceLocation *left_out = draft.left_out(table, name))
-        draft.tell(FindingId::left_out_because, {row.location, *left_out}, left_out->row());
+        draft.tell(FindingId::left_out_because, {row.location(), *left_out}, left_out->row());
     else
-        draft.tell(missing, row.location, name, table);
+        draft.tell(missing, row.location(), name, table);
     return nullptr;
+}
+
+/* The object of that name, made if it is new: mostly they come in order. */
+template <class Object> Object &at_end(ByName<Object> &objects, std::string_view name)
+{
+    return objects.emplace_hint(objects.end(), name, Object())->second;
 }
 
 void add_virtual_mac(Draft &draft, const Row &row, std::string_view interface, const Mac &mac)
 {
     const auto [there, is_new] =
-        draft.desired.virtual_macs.try_emplace({std::string(interface), mac}, row.location);
+        draft.desired.virtual_macs.try_emplace({std::string(interface), mac}, row.location());
     if (!is_new)
-        draft.tell(FindingId::virtual_mac_twice, {row.location, there->second}, interface,
+        draft.tell(FindingId::virtual_mac_twice, {row.location(), there->second}, interface,
                    to_text(mac));
 }
 
@@ -45,31 +52,31 @@ void read_device_metadata(Draft &draft, const Row &row)
     constexpr const char *itself = "localhost";
     if (row.name() != itself) {
         if (spelling(row.name()) == itself)
-            draft.tell(FindingId::unknown_row, row.location, in_quotes(row.name()), itself);
+            draft.tell(FindingId::unknown_row, row.location(), in_quotes(row.name()), itself);
         return;
     }
     draft.desired.hostname = row.text("hostname");
     if (!row.given("mac"))
         return;
     draft.desired.router_mac = row.mac("mac");
-    draft.desired.router_mac_location = row.location;
+    draft.desired.router_mac_location = row.location();
 }
 
 void read_vnet(Draft &draft, const Row &row)
 {
-    draft.vnets.emplace(row.name(), row.location);
+    draft.vnets.emplace(row.name(), row.location());
 }
 
 void read_vrf(Draft &draft, const Row &row)
 {
     if (row.name() != "default")
-        draft.desired.vrfs.emplace(row.name(), row.location);
+        draft.desired.vrfs.emplace(row.name(), row.location());
 }
 
 void read_sag(Draft &draft, const Row &row)
 {
     if (row.name() != "GLOBAL") {
-        draft.tell(FindingId::unknown_row, row.location, in_quotes(row.name()), "GLOBAL");
+        draft.tell(FindingId::unknown_row, row.location(), in_quotes(row.name()), "GLOBAL");
         return;
     }
     if (row.given("gateway_mac"))
@@ -84,12 +91,12 @@ void read_port(Draft &draft, const Row &row)
     port.mtu = static_cast<uint16_t>(row.number("mtu"));
     port.admin_up = row.flag("admin_status");
     port.alias = row.text("alias");
-    port.location = row.location;
+    port.location = row.location();
     draft.desired.ports.emplace(row.name(), std::move(port));
     if (row.given("index"))
         draft.port_indexes.emplace(row.name(), row.number("index"));
     if (!row.given("lanes"))
-        draft.ports_without_lanes.push_back(row.location);
+        draft.ports_without_lanes.push_back(row.location());
     std::map<std::string_view, std::vector<std::string_view>>
         shared; /* port -> lanes that it has, too */
     for (const std::string_view lane : row.elements("lanes")) {
@@ -108,18 +115,18 @@ void read_port(Draft &draft, const Row &row)
 void read_port_channel(Draft &draft, const Row &row)
 {
     const uint32_t number = row.interface->number;
-    const auto [there, is_new] = draft.channel_numbers.try_emplace(number, row.location);
+    const auto [there, is_new] = draft.channel_numbers.try_emplace(number, row.location());
     if (!is_new) {
-        draft.tell(FindingId::channel_number_used, {row.location, there->second}, number,
+        draft.tell(FindingId::channel_number_used, {row.location(), there->second}, number,
                    there->second.key());
-        draft.leave_out(row.table.name, row.name(), row.location);
+        draft.leave_out(row.table.name, row.name(), row.location());
         return;
     }
     DesiredPortChannel &channel = draft.desired.port_channels[std::string(row.name())];
     channel.number = number;
     channel.mtu = static_cast<uint16_t>(row.number("mtu"));
     channel.admin_up = row.flag("admin_status");
-    channel.location = row.location;
+    channel.location = row.location();
 }
 
 void read_port_channel_member(Draft &draft, const Row &row)
@@ -130,11 +137,11 @@ void read_port_channel_member(Draft &draft, const Row &row)
     if (!channel ||
         !referred(draft, row, draft.desired.ports, "PORT", port, FindingId::left_out_no_row))
         return;
-    const auto [there, is_new] = draft.joined.try_emplace(port, row.location);
+    const auto [there, is_new] = draft.joined.try_emplace(port, row.location());
     if (is_new)
-        channel->members.emplace(port, row.location);
+        channel->members.emplace(port, row.location());
     else
-        draft.tell(FindingId::member_of_another, {row.location, there->second}, port);
+        draft.tell(FindingId::member_of_another, {row.location(), there->second}, port);
 }
 
 void read_vlan(Draft &draft, const Row &row)
@@ -143,10 +150,10 @@ void read_vlan(Draft &draft, const Row &row)
     if (row.given("vlanid") && row.number("vlanid") != number)
         draft.tell(FindingId::value_unlike_key, row.location_of("vlanid"), "vlanid",
                    row.text("vlanid"), number);
-    DesiredVlan &vlan = draft.desired.vlans[std::string(row.name())];
+    DesiredVlan &vlan = at_end(draft.desired.vlans, row.name());
     vlan.vlan = number;
     vlan.mtu = static_cast<uint16_t>(row.number("mtu"));
-    vlan.location = row.location;
+    vlan.location = row.location();
 }
 
 void read_vlan_member(Draft &draft, const Row &row)
@@ -160,18 +167,18 @@ void read_vlan_member(Draft &draft, const Row &row)
         if (!referred(draft, row, draft.desired.ports, "PORT", member, FindingId::left_out_no_row))
             return;
         if (const auto joined = draft.joined.find(member); joined != draft.joined.end())
-            draft.tell(FindingId::member_of_both, {row.location, joined->second}, member);
+            draft.tell(FindingId::member_of_both, {row.location(), joined->second}, member);
     } else if (!referred(draft, row, draft.desired.port_channels, "PORTCHANNEL", member,
                          FindingId::left_out_no_row)) {
         return;
     }
-    vlan->members.emplace(member, row.location);
-    draft.bridged.try_emplace(member, row.location);
+    vlan->members.emplace(member, row.location());
+    draft.bridged.try_emplace(member, row.location());
     if (row.text("tagging_mode") != untagged)
         return;
-    const auto [there, is_new] = draft.untagged.try_emplace(member, row.location);
+    const auto [there, is_new] = draft.untagged.try_emplace(member, row.location());
     if (!is_new)
-        draft.tell(FindingId::untagged_twice, {row.location, there->second}, member);
+        draft.tell(FindingId::untagged_twice, {row.location(), there->second}, member);
 }
 
 /* ---- Routed interfaces ---- */
@@ -180,21 +187,21 @@ void read_vlan_member(Draft &draft, const Row &row)
 void warn_of_vlan(Draft &draft, const Row &row, std::string_view routed)
 {
     if (const auto bridged = draft.bridged.find(routed); bridged != draft.bridged.end())
-        draft.tell(FindingId::routed_member, {row.location, bridged->second}, routed);
+        draft.tell(FindingId::routed_member, {row.location(), bridged->second}, routed);
 }
 
 void add_address(Draft &draft, const Row &row, L3Settings &l3)
 {
     const Address &address = *row.ip;
     if (const char *unusable = unusable_class(address))
-        draft.tell(FindingId::unusable_address, row.location, row.address(), unusable);
+        draft.tell(FindingId::unusable_address, row.location(), row.address(), unusable);
     const char *const family = address.ipv6 ? "IPv6" : "IPv4";
     if (row.given("family") && row.text("family") != family)
         draft.tell(FindingId::value_unlike_key, row.location_of("family"), "family",
                    row.text("family"), family);
     draft.add_address(row, l3.vrf);
     if (!address.has_prefix_length)
-        draft.tell(FindingId::no_prefix_length, row.location, row.address());
+        draft.tell(FindingId::no_prefix_length, row.location(), row.address());
     (address.ipv6 ? l3.ipv6 : l3.ipv4) = true;
     l3.addresses.emplace_back(row.address());
 }
@@ -203,40 +210,40 @@ void set_l3(Draft &draft, const Row &row, L3Settings &l3)
 {
     l3.ipv6 = row.flag("ipv6_use_link_local_only");
     l3.nat_zone = row.number("nat_zone");
-    const std::string vrf{row.text("vrf_name")};
+    const std::string_view vrf = row.text("vrf_name");
     if (vrf == "default")
         return;
     l3.vrf = vrf;
-    if (draft.desired.vrfs.try_emplace(vrf, row.location).second)
+    if (draft.desired.vrfs.try_emplace(l3.vrf, row.location()).second)
         draft.tell(FindingId::vrf_without_row, row.location_of("vrf_name"), vrf);
 }
 
 void check_vnet(Draft &draft, const Row &row)
 {
-    if (!row.given("vnet_name"))
+    const FieldValue &vnet = row.value("vnet_name");
+    if (!vnet.given)
         return;
-    draft.vnet_of[row.name()] = row.text("vnet_name");
-    if (draft.vnets.count(row.text("vnet_name")) == 0)
-        draft.tell(FindingId::no_vnet, row.location_of("vnet_name"), row.text("vnet_name"));
+    draft.vnet_of[row.name()] = vnet.text;
+    if (draft.vnets.count(vnet.text) == 0)
+        draft.tell(FindingId::no_vnet, row.location_of("vnet_name"), vnet.text);
 }
 
 /* Common to the rows of all routed interfaces: create makes the interface if it does not exist yet,
  * or returns nullptr with a finding. */
 template <class Create> void read_l3_row(Draft &draft, const Row &row, Create &&create)
 {
-    const auto known = draft.l3_settings.find(row.name());
-    L3Settings *l3 = known == draft.l3_settings.end() ? nullptr : known->second;
+    L3Settings *l3 = row.l3;
     if (!l3) {
         if (draft.left_out(row.table.name, row.name()))
             return;
         l3 = create();
         if (!l3) {
-            draft.leave_out(row.table.name, row.name(), row.location);
+            draft.leave_out(row.table.name, row.name(), row.location());
             return;
         }
         draft.l3_settings.emplace(row.name(), l3);
         if (row.is_address_row)
-            draft.tell(FindingId::no_row_of_its_own, row.location, row.name(),
+            draft.tell(FindingId::no_row_of_its_own, row.location(), row.name(),
                        fmt::format("{}|{}", row.table.name, row.name()));
     }
     if (row.is_address_row) {
@@ -255,7 +262,7 @@ void read_interface(Draft &draft, const Row &row)
             return nullptr;
         warn_of_vlan(draft, row, row.name());
         DesiredRoutedPort &port = desired.routed_ports[std::string(row.name())];
-        port.location = row.location;
+        port.location = row.location();
         return &port.l3;
     };
     read_l3_row(draft, row, create);
@@ -269,7 +276,7 @@ void read_port_channel_interface(Draft &draft, const Row &row)
         if (!channel)
             return nullptr;
         warn_of_vlan(draft, row, row.name());
-        channel->l3_location = row.location;
+        channel->l3_location = row.location();
         return &channel->l3.emplace();
     };
     read_l3_row(draft, row, create);
@@ -282,10 +289,10 @@ void read_vlan_interface(Draft &draft, const Row &row)
         const DesiredVlan *vlan = referred(draft, row, desired.vlans, "VLAN", row.name());
         if (!vlan)
             return nullptr;
-        DesiredSvi &svi = desired.svis[std::string(row.name())];
+        DesiredSvi &svi = at_end(desired.svis, row.name());
         svi.vlan = vlan->vlan;
         svi.mtu = vlan->mtu;
-        svi.location = row.location;
+        svi.location = row.location();
         return &svi.l3;
     };
     read_l3_row(draft, row, create);
@@ -316,7 +323,7 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
     const bool is_routed =
         is_port ? desired.routed_ports.count(parent) != 0 : channel->l3.has_value();
     if (const SourceLocation *left_out = is_routed ? nullptr : draft.left_out(l3_table, parent)) {
-        draft.tell(FindingId::left_out_because, {row.location, *left_out}, left_out->row());
+        draft.tell(FindingId::left_out_because, {row.location(), *left_out}, left_out->row());
         return 0;
     }
     if (channel) {
@@ -324,19 +331,19 @@ uint16_t prepare_parent(Draft &draft, const Row &row, const std::string &parent)
             warn_of_vlan(draft, row, parent);
             channel->l3.emplace();
             channel->l3_implied = true;
-            channel->l3_location = row.location;
+            channel->l3_location = row.location();
         }
         return channel->mtu;
     }
     if (const auto joined = draft.joined.find(parent); joined != draft.joined.end()) {
-        draft.tell(FindingId::parent_is_member, {row.location, joined->second}, parent);
+        draft.tell(FindingId::parent_is_member, {row.location(), joined->second}, parent);
         return 0;
     }
     if (!is_routed) {
         warn_of_vlan(draft, row, parent);
         DesiredRoutedPort &routed = desired.routed_ports[parent];
         routed.implied = true;
-        routed.location = row.location;
+        routed.location = row.location();
     }
     return port->mtu;
 }
@@ -350,8 +357,8 @@ Draft::Parent *parent_of(Draft &draft, const Row &row, const std::string &name)
     const uint16_t mtu = prepare_parent(draft, row, name);
     if (mtu == 0)
         return nullptr;
-    return &draft.parents.emplace(name, Draft::Parent{mtu, {}, draft.desired.sub_interfaces.end()})
-                .first->second;
+    Draft::Parent parent{mtu, Draft::VlanRows(&draft.memory), draft.desired.sub_interfaces.end()};
+    return &draft.parents.emplace(name, std::move(parent)).first->second;
 }
 
 void read_sub_interface(Draft &draft, const Row &row)
@@ -359,14 +366,15 @@ void read_sub_interface(Draft &draft, const Row &row)
     const auto create = [&]() -> L3Settings * {
         const InterfaceName &name = *row.interface;
         uint32_t vlan = name.number;
-        if (!row.is_address_row && row.given("vlan")) {
-            vlan = row.number("vlan");
+        const FieldValue *const vlan_of_row = row.is_address_row ? nullptr : &row.value("vlan");
+        if (vlan_of_row && vlan_of_row->given) {
+            vlan = vlan_of_row->number;
         } else if (name.short_form) {
-            draft.tell(FindingId::no_vlan_in_short_name, row.location, to_text(vlan_range),
+            draft.tell(FindingId::no_vlan_in_short_name, row.location(), to_text(vlan_range),
                        row.name());
             return nullptr;
         } else if (!vlan_range.has(vlan)) {
-            draft.tell(FindingId::no_vlan_after_dot, row.location, vlan, to_text(vlan_range));
+            draft.tell(FindingId::no_vlan_after_dot, row.location(), vlan, to_text(vlan_range));
             return nullptr;
         }
         Draft::Parent *const parent = parent_of(draft, row, name.parent);
@@ -374,22 +382,25 @@ void read_sub_interface(Draft &draft, const Row &row)
             return nullptr;
         const auto [there, is_new] = parent->vlans.try_emplace(vlan);
         if (!is_new) {
-            draft.tell(FindingId::encapsulation_used, {row.location, *there->second}, vlan,
+            draft.tell(FindingId::encapsulation_used, {row.location(), *there->second}, vlan,
                        name.parent);
             return nullptr;
         }
         /* Mostly they come in order: behind the one before. */
         ByName<DesiredSubInterface> &subs = draft.desired.sub_interfaces;
         const auto hint = parent->newest == subs.end() ? subs.end() : std::next(parent->newest);
-        parent->newest = subs.try_emplace(hint, std::string(row.name()));
+        parent->newest =
+            subs.emplace_hint(hint, std::piecewise_construct, std::forward_as_tuple(row.name()),
+                              std::forward_as_tuple());
         DesiredSubInterface &sub = parent->newest->second;
         there->second = &sub.location;
         sub.parent = name.parent;
         sub.vlan = vlan;
         sub.mtu = parent->mtu;
-        sub.location = row.location;
-        if (!row.is_address_row && row.given("mtu")) {
-            const auto mtu = static_cast<uint16_t>(row.number("mtu"));
+        sub.location = row.location();
+        const FieldValue *const mtu_of_row = row.is_address_row ? nullptr : &row.value("mtu");
+        if (mtu_of_row && mtu_of_row->given) {
+            const auto mtu = static_cast<uint16_t>(mtu_of_row->number);
             sub.mtu = std::min(mtu, parent->mtu);
             if (mtu > parent->mtu)
                 draft.tell(FindingId::mtu_capped, row.location_of("mtu"), mtu, parent->mtu,
@@ -410,7 +421,7 @@ bool stands(Draft &draft, const Row &row, std::string_view name)
         return true;
     const auto &absence = draft.absence(found->first, found->second);
     return !absence || draft.tell(FindingId::no_interface_for_virtual_mac,
-                                  {row.location, absence->second}, absence->first);
+                                  {row.location(), absence->second}, absence->first);
 }
 
 /* Whether the interface is one that a virtual MAC can be set on; if not, says why. */
@@ -428,7 +439,7 @@ bool takes_virtual_mac(Draft &draft, const Row &row, std::string_view name)
     case InterfaceKind::port: {
         const auto joined = draft.joined.find(name);
         if (joined != draft.joined.end())
-            return draft.tell(FindingId::member_with_virtual_mac, {row.location, joined->second},
+            return draft.tell(FindingId::member_with_virtual_mac, {row.location(), joined->second},
                               name);
         return referred(draft, row, desired.routed_ports, "INTERFACE", name);
     }
@@ -469,7 +480,7 @@ void read_virtual_router_interface(Draft &draft, const Row &row)
     if (row.is_address_row)
         return;
     if (!row.given("parent_interface")) {
-        draft.tell(FindingId::no_parent_interface, row.location);
+        draft.tell(FindingId::no_parent_interface, row.location());
         return;
     }
     const VirtualRouterName name = *parse_virtual_router_name(row.name());
@@ -706,39 +717,32 @@ struct KeyPartForm {
 const KeyPartForm &form_of(KeyPart part)
 {
     using Kind = InterfaceKind;
-    static const std::map<KeyPart, KeyPartForm> forms = {
-        {KeyPart::any, {"name", "a name"}},
-        {KeyPart::port,
-         {"EthernetN",
-          fmt::format("EthernetN or Ethernet-XXN, N {} without leading zeros",
-                      to_text(port_name_range)),
-          {Kind::port}}},
-        {KeyPart::port_channel,
-         {"PortChannelN",
-          fmt::format("PortChannelN, N of 1 to {} digits", most_channel_digits),
-          {Kind::port_channel}}},
-        {KeyPart::vlan,
-         {"VlanN",
-          fmt::format("VlanN, N {} without leading zeros", to_text(vlan_range)),
-          {Kind::svi}}},
-        {KeyPart::sub_interface,
-         {"sub-interface",
-          "EthernetN.VLAN, PortChannelN.VLAN, EthN.ID or PoN.ID",
-          {Kind::sub_interface}}},
-        {KeyPart::port_or_channel,
-         {"member", "EthernetN or PortChannelN", {Kind::port, Kind::port_channel}}},
-        {KeyPart::interface,
-         {"interface",
-          "an interface: EthernetN, PortChannelN, VlanN or a sub-interface",
-          {Kind::port, Kind::port_channel, Kind::svi, Kind::sub_interface}}},
-        {KeyPart::vrid, {"VRID", "a number " + to_text(vrid_range)}},
-        {KeyPart::virtual_router,
-         {"virtual router", fmt::format("VrrpN-v4 or VrrpN-v6, N {}", to_text(vrid_range))}},
-        {KeyPart::vrf,
-         {"VRF", fmt::format("default, or Vrf and 1 to {} letters, digits, '-', '_' or '.'",
-                             most_vrf_characters)}},
+    /* In the order of their numbers. */
+    static const KeyPartForm forms[] = {
+        {"name", "a name"},
+        {"EthernetN",
+         fmt::format("EthernetN or Ethernet-XXN, N {} without leading zeros",
+                     to_text(port_name_range)),
+         {Kind::port}},
+        {"PortChannelN",
+         fmt::format("PortChannelN, N of 1 to {} digits", most_channel_digits),
+         {Kind::port_channel}},
+        {"VlanN",
+         fmt::format("VlanN, N {} without leading zeros", to_text(vlan_range)),
+         {Kind::svi}},
+        {"sub-interface",
+         "EthernetN.VLAN, PortChannelN.VLAN, EthN.ID or PoN.ID",
+         {Kind::sub_interface}},
+        {"member", "EthernetN or PortChannelN", {Kind::port, Kind::port_channel}},
+        {"interface",
+         "an interface: EthernetN, PortChannelN, VlanN or a sub-interface",
+         {Kind::port, Kind::port_channel, Kind::svi, Kind::sub_interface}},
+        {"VRID", "a number " + to_text(vrid_range)},
+        {"virtual router", fmt::format("VrrpN-v4 or VrrpN-v6, N {}", to_text(vrid_range))},
+        {"VRF", fmt::format("default, or Vrf and 1 to {} letters, digits, '-', '_' or '.'",
+                            most_vrf_characters)},
     };
-    return forms.at(part);
+    return forms[static_cast<size_t>(part)];
 }
 
 /* Whether the port is one between the parts of a chassis, such as Ethernet-BP0. */
@@ -873,13 +877,16 @@ std::optional<FieldValue> parse_field(const TableField &field, std::string_view 
         take_number(parse_boolean(text));
         break;
     case FieldType::choice: {
-        const std::vector<std::string_view> choices = split(field.choices, '|');
-        const auto chosen =
-            std::find_if(choices.begin(), choices.end(),
-                         [&](std::string_view choice) { return same_spelling(choice, text); });
-        is_valid = chosen != choices.end();
-        value.number = static_cast<uint32_t>(chosen - choices.begin());
-        value.text = is_valid ? *chosen : text;
+        const std::string_view word = trimmed(text);
+        uint32_t number = 0;
+        each_part(field.choices, '|', [&](std::string_view choice) {
+            if (!is_valid && choice.size() == word.size() && same_spelling(choice, word)) {
+                is_valid = true;
+                value.number = number;
+                value.text = choice;
+            }
+            ++number;
+        });
         break;
     }
     case FieldType::mac:
@@ -989,9 +996,33 @@ void Draft::add_address(const Row &row, const std::string &vrf)
     if (is_link_local(address) || unusable_class(address) != nullptr)
         return;
     const auto vnet = vnet_of.find(row.name());
-    addresses_.push_back({vnet == vnet_of.end() ? vrf : fmt::format("{}|{}", vrf, vnet->second),
-                          address, network(address.bytes, address.prefix_length), row.name(),
-                          row.address(), row.location});
+    std::vector<PlacedAddress> &placed = vnet == vnet_of.end()
+                                             ? addresses_[vrf]
+                                             : addresses_[fmt::format("{}|{}", vrf, vnet->second)];
+    placed.push_back(
+        {{address.ipv6, network(address.bytes, address.prefix_length), address.prefix_length},
+         address.bytes,
+         row.name(),
+         row.address(),
+         row.source()});
+}
+
+bool Draft::Network::holds(const Network &inner) const
+{
+    return ipv6 == inner.ipv6 && start == network(inner.start, prefix_length);
+}
+
+bool Draft::Network::operator<(const Network &other) const
+{
+    if (ipv6 != other.ipv6)
+        return !ipv6;
+    const int order = std::memcmp(start.data(), other.start.data(), start.size());
+    return order != 0 ? order < 0 : prefix_length < other.prefix_length;
+}
+
+bool Draft::Network::operator==(const Network &other) const
+{
+    return start == other.start && prefix_length == other.prefix_length && ipv6 == other.ipv6;
 }
 
 void Draft::sort_addresses()
@@ -1012,46 +1043,49 @@ void Draft::sort_addresses()
 
 void Draft::check_addresses()
 {
-    /* A network sorts before those within it. */
-    const auto place = [](const PlacedAddress &placed) {
-        return std::tie(placed.domain, placed.address.ipv6, placed.network,
-                        placed.address.prefix_length);
-    };
+    for (const auto &[domain, placed] : addresses_)
+        check_addresses(placed);
+}
+
+void Draft::check_addresses(const std::vector<PlacedAddress> &all)
+{
     std::vector<const PlacedAddress *> in_order;
-    for (const PlacedAddress &placed : addresses_)
+    in_order.reserve(all.size());
+    for (const PlacedAddress &placed : all)
         in_order.push_back(&placed);
     std::stable_sort(
         in_order.begin(), in_order.end(),
-        [&](const PlacedAddress *a, const PlacedAddress *b) { return place(*a) < place(*b); });
-    const auto holds = [](const PlacedAddress &outer, const PlacedAddress &inner) {
-        return outer.domain == inner.domain && outer.address.ipv6 == inner.address.ipv6 &&
-               outer.network == network(inner.network, outer.address.prefix_length);
-    };
-    std::map<std::tuple<std::string_view, bool, AddressBytes>, const PlacedAddress *> seen;
+        [](const PlacedAddress *a, const PlacedAddress *b) { return a->network < b->network; });
+    std::map<std::pair<bool, AddressBytes>, const PlacedAddress *> seen;
     /* Each within the one before; of each network at most two, of two interfaces. */
     std::vector<const PlacedAddress *> around;
-    for (const PlacedAddress *each : in_order) {
-        const PlacedAddress &placed = *each;
-        while (!around.empty() && !holds(*around.back(), placed))
+    for (auto each = in_order.begin(); each != in_order.end(); ++each) {
+        const PlacedAddress &placed = **each;
+        while (!around.empty() && !around.back()->network.holds(placed.network))
             around.pop_back();
+        const auto next = std::next(each);
+        const bool is_alone =
+            around.empty() && (next == in_order.end() || !placed.network.holds((*next)->network));
+        if (is_alone)
+            continue;
         /* Mostly behind all others. */
         const PlacedAddress &first =
-            *seen.try_emplace(seen.end(),
-                              {placed.domain, placed.address.ipv6, placed.address.bytes}, &placed)
-                 ->second;
+            *seen.try_emplace(seen.end(), {placed.network.ipv6, placed.bytes}, &placed)->second;
         const auto other =
             std::find_if(around.rbegin(), around.rend(), [&](const PlacedAddress *outer) {
                 return outer->interface != placed.interface;
             });
         if (&first != &placed)
-            tell(FindingId::address_twice, {placed.location, first.location}, placed.text);
+            tell(FindingId::address_twice, {placed.source.location(), first.source.location()},
+                 placed.text);
         else if (other != around.rend())
-            tell(FindingId::subnets_overlap, {placed.location, (*other)->location}, placed.text,
+            tell(FindingId::subnets_overlap,
+                 {placed.source.location(), (*other)->source.location()}, placed.text,
                  (*other)->text, (*other)->interface);
-        const auto is_same_network = [&](const PlacedAddress *outer) {
-            return place(*outer) == place(placed);
-        };
-        const auto same = std::find_if_not(around.rbegin(), around.rend(), is_same_network);
+        const auto same =
+            std::find_if_not(around.rbegin(), around.rend(), [&](const PlacedAddress *outer) {
+                return outer->network == placed.network;
+            });
         const auto there_already = same - around.rbegin();
         if (there_already == 0 ||
             (there_already == 1 && around.back()->interface != placed.interface))
@@ -1088,6 +1122,9 @@ void Draft::check_members()
 
 void Draft::check_waiting()
 {
+    const auto is_there = [&](const auto &named) { return !absence(named.first, named.second); };
+    if (std::all_of(desired.port_channels.begin(), desired.port_channels.end(), is_there))
+        return;
     for (auto &[name, sub] : desired.sub_interfaces) {
         const auto channel = desired.port_channels.find(sub.parent);
         if (channel == desired.port_channels.end())

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory_resource>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -105,6 +106,17 @@ std::optional<FieldValue> parse_field(const TableField &field, std::string_view 
 /* The fields that address rows have. */
 const std::vector<TableField> &address_fields();
 
+/* A row as written, in its table. */
+struct SourceRow {
+    const SourceLocation *table = nullptr;
+    const DocumentRow *row = nullptr;
+
+    SourceLocation location() const
+    {
+        return {*table, row->at.line, row->at.column, std::string(row->name)};
+    }
+};
+
 /* A row with its key split and its fields checked. Only fields of its table may be asked for. Its
  * texts are parts of the document. */
 class Row {
@@ -112,12 +124,27 @@ public:
     explicit Row(const TableSchema &of) : table(of) {}
 
     const TableSchema &table;
-    SourceLocation location;
     std::vector<std::string_view> parts;    /* the key's, the address included */
     std::optional<InterfaceName> interface; /* the first part, if it is the name of one */
     std::optional<Address> ip;              /* of an address row */
+    L3Settings *l3 = nullptr;               /* of an address row's interface, if it is known */
     std::vector<FieldValue> values;         /* as fields() */
     bool is_address_row = false;
+
+    /* From here on it is another row; what it holds is still to be set. */
+    void begin(const SourceRow &source)
+    {
+        source_ = source;
+        location_.reset();
+    }
+    const SourceRow &source() const { return source_; }
+    /* Made when it is asked for: of most rows with an address nobody does. */
+    const SourceLocation &location() const
+    {
+        if (!location_)
+            location_ = source_.location();
+        return *location_;
+    }
 
     const std::vector<TableField> &fields() const
     {
@@ -132,14 +159,16 @@ public:
     std::string_view text(std::string_view field) const { return value(field).text; }
     std::vector<std::string_view> elements(std::string_view field) const; /* of a list */
     const Mac &mac(std::string_view field) const { return value(field).mac; }
+    const FieldValue &value(std::string_view field) const;
     /* The field's place; only for fields that the row has. */
     SourceLocation location_of(std::string_view field) const
     {
-        return moved(location, value(field).at);
+        return moved(location(), value(field).at);
     }
 
 private:
-    const FieldValue &value(std::string_view field) const;
+    SourceRow source_;
+    mutable std::optional<SourceLocation> location_;
 };
 
 /* Where a finding is, and the row it conflicts with. */
@@ -162,6 +191,7 @@ public:
     Desired &desired;
     std::optional<Mac> gateway_mac;                     /* of static anycast gateways */
     std::map<uint32_t, SourceLocation> channel_numbers; /* port-channel number -> its row */
+    std::pmr::monotonic_buffer_resource memory;         /* of the largest look-ups */
     template <class T> using ByText = std::unordered_map<std::string_view, T>;
     ByText<SourceLocation> joined;   /* port -> the row that puts it into a port-channel */
     ByText<SourceLocation> bridged;  /* member -> a row that puts it into a VLAN */
@@ -170,12 +200,20 @@ public:
     ByText<std::string_view> vnet_of; /* interface -> its VNET */
     ByText<std::string_view> lanes;   /* lane -> the first port that has it */
     std::vector<SourceLocation> ports_without_lanes;
-    ByText<uint32_t> port_indexes;    /* port -> its index */
-    ByText<L3Settings *> l3_settings; /* of the interfaces that have a row of their own */
+    ByText<uint32_t> port_indexes; /* port -> its index */
+    /* Of the interfaces of the table that is read. */
+    std::pmr::unordered_map<std::string_view, L3Settings *> l3_settings{&memory};
+    /* nullptr for an interface that is not among them. */
+    L3Settings *l3_of(std::string_view interface) const
+    {
+        const auto found = l3_settings.find(interface);
+        return found == l3_settings.end() ? nullptr : found->second;
+    }
+    using VlanRows = std::pmr::unordered_map<uint32_t, const SourceLocation *>;
     /* What a port or port-channel is to its sub-interfaces. */
     struct Parent {
         uint16_t mtu = 0;
-        std::unordered_map<uint32_t, const SourceLocation *> vlans; /* -> the rows that have them */
+        VlanRows vlans;                               /* -> the rows that have them */
         ByName<DesiredSubInterface>::iterator newest; /* of its sub-interfaces; the end if none */
     };
     std::unordered_map<std::string, Parent> parents;
@@ -216,14 +254,25 @@ private:
     std::vector<Finding> &findings_;
     std::map<std::string, SourceLocation> left_out_;         /* by "table|name" or "table" */
     std::map<std::string, std::optional<Absence>> absences_; /* by port-channel */
-    struct PlacedAddress {
-        std::string domain; /* VRF and VNET: within one of them addresses must differ */
-        Address address;
-        AddressBytes network; /* its start */
-        std::string_view interface, text;
-        SourceLocation location;
+    struct Network {
+        bool ipv6 = false;
+        AddressBytes start{};
+        uint32_t prefix_length = 0;
+        bool holds(const Network &inner) const;
+        /* A network sorts before those within it. */
+        bool operator<(const Network &other) const;
+        bool operator==(const Network &other) const;
     };
-    std::vector<PlacedAddress> addresses_;
+    struct PlacedAddress {
+        Network network;
+        AddressBytes bytes;
+        std::string_view interface, text;
+        SourceRow source;
+    };
+    void check_addresses(const std::vector<PlacedAddress> &placed);
+
+    /* By VRF and VNET: within one of them addresses must differ. */
+    std::map<std::string, std::vector<PlacedAddress>> addresses_;
 };
 
 } // namespace kvnsim

@@ -760,6 +760,11 @@ const std::vector<FindingCase> &finding_cases()
 "Vlan10|Ethernet4": {"tagging_mode": "tagged"}, "Vlan20|Ethernet4": {"tagging_mode": "untagged"}})",
          {"3:67: VLAN_MEMBER|Vlan20|Ethernet0: warning: Ethernet0 is an untagged member of two "
           "VLANs (see 3:17: VLAN_MEMBER|Vlan10|Ethernet0)"}},
+        {"AddressOfAnInterfaceOfAnotherTable",
+         R"("PORT": {"Ethernet0": {}}, "INTERFACE": {"Ethernet0": {}},
+"VLAN_INTERFACE": {"Ethernet0|192.0.2.1/31": {}})",
+         {"3:20: VLAN_INTERFACE|Ethernet0|192.0.2.1/31: \"Ethernet0\": expected VlanN, N 1..4094 "
+          "without leading zeros (Ethernet0 belongs in INTERFACE)"}},
         {"VlanMemberKeyOfAnotherForm",
          R"("VLAN": {"Vlan10": {}}, "VLAN_MEMBER": {"Vlan10": {}})",
          {"2:41: VLAN_MEMBER|Vlan10: warning: left out: \"Vlan10\" is not of the form "
