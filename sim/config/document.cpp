@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <iterator>
 #include <map>
 #include <memory_resource>
@@ -29,18 +28,6 @@ namespace {
 
 constexpr uint32_t max_depth = 64;
 constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
-
-/* Whether each byte is a character: then none of them needs to be checked. */
-bool is_ascii(std::string_view text)
-{
-    uint64_t all = 0;
-    for (uint64_t eight; text.size() >= sizeof eight; text.remove_prefix(sizeof eight)) {
-        std::memcpy(&eight, text.data(), sizeof eight);
-        all |= eight;
-    }
-    return (all & 0x8080808080808080) == 0 &&
-           std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
-}
 
 /* A file's text. */
 struct Source {

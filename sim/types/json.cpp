@@ -9,12 +9,6 @@
 namespace kvnsim {
 namespace {
 
-bool is_ascii(std::string_view text)
-{
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
 std::string valid_utf8(std::string_view text)
 {
     std::string valid;

@@ -1,6 +1,7 @@
 #include "sim/types/text.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include <fmt/format.h>
 
@@ -42,6 +43,17 @@ std::string shown(std::string_view text, bool keep_lines)
 }
 
 } // namespace
+
+bool is_ascii(std::string_view text)
+{
+    uint64_t all = 0;
+    for (uint64_t eight; text.size() >= sizeof eight; text.remove_prefix(sizeof eight)) {
+        std::memcpy(&eight, text.data(), sizeof eight);
+        all |= eight;
+    }
+    return (all & 0x8080808080808080) == 0 &&
+           std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+}
 
 size_t character_length(std::string_view text)
 {

@@ -13,6 +13,8 @@ inline bool starts_with(std::string_view text, std::string_view start)
     return text.substr(0, start.size()) == start;
 }
 
+/* Whether each byte is a character by itself. */
+bool is_ascii(std::string_view text);
 /* The length in bytes of the UTF-8 character at the front of a text, 0 when there is none. */
 size_t character_length(std::string_view text);
 /* The number of such a character. */
