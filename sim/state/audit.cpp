@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <initializer_list>
 #include <map>
+#include <optional>
 #include <set>
 #include <unordered_set>
 
@@ -35,18 +36,18 @@ public:
     std::vector<AuditFinding> findings()
     {
         for (const HostRow &host : s_.host) {
-            const InterfaceRows rows(index_, host.name, &host, false);
+            InterfaceRows rows(index_, host.name, &host, false);
             check_properties(rows);
             check_host(host, rows);
             check_record(host, rows);
         }
         for (const WantedPort &port : s_.wanted_ports) {
             if (index_.host(port.name) == nullptr)
-                check_properties(InterfaceRows(index_, port.name, nullptr, false));
+                check_properties(port.name);
         }
         for (const WantedInterface &wanted : s_.wanted_interfaces) {
             if (index_.host(wanted) == nullptr && index_.wanted_port(wanted.name) == nullptr)
-                check_properties(InterfaceRows(index_, wanted.name, nullptr, false));
+                check_properties(wanted.name);
         }
         check_each(s_.intfs, s_.lids, s_.lid_paths, s_.port_channels, s_.members, s_.pending);
         check_router_macs();
@@ -151,14 +152,22 @@ private:
 
     /* ---- Properties ---- */
 
-    void check_properties(InterfaceRows rows)
+    /* Of an interface that the host does not know. */
+    void check_properties(const std::string &name)
     {
-        Sides verdict; /* one for all properties: only the mismatch is looked at */
+        InterfaceRows rows(index_, name, nullptr, false);
+        check_properties(rows);
+    }
+
+    void check_properties(InterfaceRows &rows)
+    {
         for (const Property &property : interface_properties()) {
-            property.look(rows, verdict, attribute_of(property.id));
-            if (!verdict.mismatch)
+            if (!property.can_differ(rows))
                 continue;
-            verdict.mismatch.reset();
+            property.look(rows, verdict_, attribute_of(property.id));
+            if (!verdict_.mismatch)
+                continue;
+            verdict_.mismatch.reset();
             Sides sides;
             rows.tells = true;
             property.look(rows, sides, attribute_of(property.id));
@@ -310,11 +319,11 @@ private:
         };
         if (host.kind == InterfaceKind::port)
             compare(host.port_lid.value_or(no_id), "its port", "");
-        if (host.kind != InterfaceKind::sub_interface || !host.parent)
+        if (host.kind != InterfaceKind::sub_interface)
             return;
-        const HostRow *parent = index_.host(*host.parent);
-        if (const ContextRow *served = index_.serving_context(parent))
-            compare(served->lid_id, "its parent ", parent->name);
+        const Parent &parent = parent_of(host);
+        if (parent.context != nullptr)
+            compare(parent.context->lid_id, "its parent ", parent.host->name);
     }
 
     static std::string id_words(uint32_t id)
@@ -332,6 +341,22 @@ private:
             .other = owner->name;
     }
 
+    /* A sub-interface's parent and the context that serves it; nullptr without one. */
+    struct Parent {
+        const HostRow *host = nullptr;
+        const ContextRow *context = nullptr;
+    };
+    /* Sub-interfaces in a row share it. */
+    const Parent &parent_of(const HostRow &sub)
+    {
+        if (sub.parent != parent_ifindex_) {
+            parent_ifindex_ = sub.parent;
+            parent_.host = sub.parent ? index_.host(*sub.parent) : nullptr;
+            parent_.context = index_.serving_context(parent_.host);
+        }
+        return parent_;
+    }
+
     /* Checks that the SDK interface is on the host interface's port, port-channel or VLAN. */
     void check_place(const InterfaceRows &rows, const IntfRow &intf, const char *has,
                      PropertyId property)
@@ -342,8 +367,7 @@ private:
             param1 = rows.context != nullptr ? rows.context->pc_id : no_id;
             param3 = 1;
         } else if (host.kind == InterfaceKind::sub_interface) {
-            const ContextRow *context =
-                index_.serving_context(host.parent ? index_.host(*host.parent) : nullptr);
+            const ContextRow *context = parent_of(host).context;
             if (context == nullptr || context->intf_id == no_id) {
                 tell(AuditId::parent_gone, host, PropertyId::parent,
                      fmt::format("{} has SDK interface {}, but its parent {} has none", host.name,
@@ -628,10 +652,11 @@ private:
                          PropertyId::kept_intf);
         }
         for (const LabelRow &row : s_.label) {
-            const HostRow *host = index_.host(row.ifindex);
             const ContextRow *context = index_.context(row.ifindex);
-            if (host != nullptr && host->registered && row.enabled &&
-                (context == nullptr || context->intf_id == no_id))
+            if (!row.enabled || (context != nullptr && context->intf_id != no_id))
+                continue;
+            const HostRow *host = index_.host(row.ifindex);
+            if (host != nullptr && host->registered)
                 tell_row(AuditId::label_without_interface, row,
                          "is set up, but the interface has no SDK interface", PropertyId::label);
         }
@@ -685,6 +710,9 @@ private:
     const Snapshot &s_;
     const Index &index_;
     std::set<std::pair<std::string, std::string>> wanted_members_;
+    Sides verdict_; /* one for all properties: only the mismatch is looked at */
+    std::optional<uint32_t> parent_ifindex_; /* whose rows these are */
+    Parent parent_;
     std::vector<AuditFinding> findings_;
 };
 

@@ -69,6 +69,9 @@ Index::Index(const Snapshot &snapshot) : s_(snapshot)
             ++at;
         attributes_of_.push_back(at);
     }
+    initial_values_.resize(kvnsim::attributes().back().number + 1);
+    for (const AttributeRow &row : kvnsim::attributes())
+        initial_values_[row.number] = row.initial;
     for (const WantedPort &row : snapshot.wanted_ports)
         wanted_ports_.emplace(row.name, &row);
     for (const WantedVlan &row : snapshot.wanted_vlans)
@@ -86,8 +89,16 @@ Index::Index(const Snapshot &snapshot) : s_(snapshot)
             declined_[row.port_channel].push_back(row.port);
     }
     must_exist_.reserve(snapshot.wanted_interfaces.size());
-    for (const WantedInterface &row : snapshot.wanted_interfaces)
-        must_exist_.push_back(has_what_it_needs(row));
+    const WantedInterface *parent = nullptr; /* which sub-interfaces in a row share */
+    for (const WantedInterface &row : snapshot.wanted_interfaces) {
+        if (row.kind != InterfaceKind::sub_interface) {
+            must_exist_.push_back(row.routed && !lacks_members(row));
+            continue;
+        }
+        if (parent == nullptr || parent->name != row.parent)
+            parent = wanted(row.parent);
+        must_exist_.push_back(parent == nullptr || !lacks_members(*parent));
+    }
     for (const WantedVlanMember &row : snapshot.wanted_vlan_members)
         vlans_[row.member].push_back(row.vlan);
     for (const FailureRow &row : snapshot.failures)
@@ -113,17 +124,6 @@ const HostRow *Index::owner_of_front_port(uint32_t front_port) const
     const bool found =
         at != s_.host.end() && at->kind == InterfaceKind::port && at->number + 1 == front_port;
     return found ? &*at : nullptr;
-}
-
-bool Index::has_what_it_needs(const WantedInterface &wanted) const
-{
-    if (wanted.kind == InterfaceKind::sub_interface) {
-        const WantedInterface *parent = this->wanted(wanted.parent);
-        return parent == nullptr || parent->kind != InterfaceKind::port_channel ||
-               joining_members_.count(parent->name) != 0;
-    }
-    return wanted.routed &&
-           (wanted.kind != InterfaceKind::port_channel || joining_members_.count(wanted.name) != 0);
 }
 
 bool Index::programmed(const HostRow *host) const
@@ -192,37 +192,15 @@ std::string Index::state_of_port(std::string_view port) const
                                : fmt::format("switched in {}", fmt::join(vlans(port), ","));
 }
 
-RowRange<AttributeValueRow> Index::attributes(uint32_t intf_id) const
-{
-    const IntfRow *const row = intf(intf_id);
-    if (row == nullptr)
-        return {nullptr, nullptr};
-    const size_t first = attributes_of_[static_cast<size_t>(row - s_.intfs.data())];
-    return rows_from(s_.attributes, first, &AttributeValueRow::intf_id, intf_id);
-}
-
 bool Index::is_for_this_interface(const PendingRow &write) const
 {
     const IntfRow *row = intf(write.intf_id);
     return row != nullptr && write.made.number() >= row->made.number();
 }
 
-AttributeState Index::attribute(const RowRange<AttributeValueRow> &written, uint32_t intf_id,
-                                uint32_t number) const
+const PendingRow *Index::waiting(uint32_t intf_id, uint32_t number) const
 {
-    AttributeState state;
-    if (!pending_.empty())
-        state.waits = found_in(pending_, pair_key(intf_id, number));
-    const auto at = std::find_if(written.begin(), written.end(), [&](const AttributeValueRow &row) {
-        return row.number == number;
-    });
-    if (at != written.end()) {
-        state.written = at;
-        state.value = at->value;
-    } else if (const AttributeRow *known = find_attribute(number)) {
-        state.value = known->initial;
-    }
-    return state;
+    return found_in(pending_, pair_key(intf_id, number));
 }
 
 std::string Index::name(uint32_t ifindex) const

@@ -166,7 +166,18 @@ public:
         return find_row(s_.port_channels, &PortChannelRow::pc_id, id);
     }
     const TrapRow *trap(uint32_t id) const { return find_row(s_.traps, &TrapRow::mac_trap_id, id); }
-    RowRange<AttributeValueRow> attributes(uint32_t intf_id) const;
+    RowRange<AttributeValueRow> attributes(uint32_t intf_id) const
+    {
+        const IntfRow *const row = intf(intf_id);
+        return row != nullptr ? attributes(*row) : RowRange<AttributeValueRow>{nullptr, nullptr};
+    }
+    /* The same, of what intf() found. */
+    RowRange<AttributeValueRow> attributes(const IntfRow &intf) const
+    {
+        return rows_from(s_.attributes,
+                         attributes_of_[static_cast<size_t>(&intf - s_.intfs.data())],
+                         &AttributeValueRow::intf_id, intf.intf_id);
+    }
     /* Whether the flush will apply it: not if the interface is gone or was created since. */
     bool is_for_this_interface(const PendingRow &write) const;
     AttributeState attribute(uint32_t intf_id, uint32_t number) const
@@ -175,7 +186,22 @@ public:
     }
     /* The same, with the interface's attributes already looked up. */
     AttributeState attribute(const RowRange<AttributeValueRow> &written, uint32_t intf_id,
-                             uint32_t number) const;
+                             uint32_t number) const
+    {
+        for (const AttributeValueRow &row : written) {
+            if (row.number == number)
+                return attribute(&row, intf_id, number);
+        }
+        return attribute(nullptr, intf_id, number);
+    }
+    /* The same, with the attribute's row looked up; nullptr when it was not written. */
+    AttributeState attribute(const AttributeValueRow *written, uint32_t intf_id,
+                             uint32_t number) const
+    {
+        const uint32_t initial = number < initial_values_.size() ? initial_values_[number] : 0;
+        return {written != nullptr ? written->value : initial, written,
+                pending_.empty() ? nullptr : waiting(intf_id, number)};
+    }
 
     const L3lifRow *l3lif(uint32_t ifindex) const
     {
@@ -203,7 +229,12 @@ public:
     const FailureRow &failure(std::string_view object) const;
 
 private:
-    bool has_what_it_needs(const WantedInterface &wanted) const;
+    bool lacks_members(const WantedInterface &wanted) const
+    {
+        return wanted.kind == InterfaceKind::port_channel &&
+               joining_members_.count(wanted.name) == 0;
+    }
+    const PendingRow *waiting(uint32_t intf_id, uint32_t number) const;
     std::string state_of_missing(const WantedInterface &interface) const;
     std::string state_of_port(std::string_view port) const;
     bool not_reached(std::string_view name) const;
@@ -218,6 +249,7 @@ private:
     std::vector<const HostRow *> host_of_;           /* by position of the wanted row */
     std::vector<bool> must_exist_;                   /* likewise */
     std::vector<size_t> attributes_of_;              /* start of each SDK interface's attributes */
+    std::vector<uint32_t> initial_values_;           /* of attributes, by number */
     Lookup<std::string_view, const WantedPort *> wanted_ports_{&memory_};
     Lookup<std::string_view, const WantedVlan *> wanted_vlans_{&memory_};
     Lookup<std::string_view, std::vector<const Finding *>> reader_{&memory_};

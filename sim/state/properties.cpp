@@ -5,6 +5,7 @@
 #include "sim/state/properties.h"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 
 #include <fmt/format.h>
@@ -17,6 +18,18 @@ namespace kvnsim {
 namespace {
 
 using Form = SideValue::Form;
+
+constexpr uint8_t bit(InterfaceKind kind)
+{
+    return static_cast<uint8_t>(1U << static_cast<unsigned>(kind));
+}
+constexpr uint8_t no_kind = 0;
+constexpr uint8_t unusual = 1U << std::size(interface_kind_names); /* see InterfaceRows */
+constexpr uint8_t ports = bit(InterfaceKind::port), channels = bit(InterfaceKind::port_channel);
+constexpr uint8_t with_vlan = bit(InterfaceKind::svi) | bit(InterfaceKind::sub_interface);
+constexpr uint8_t ports_and_channels = ports | channels;
+constexpr uint8_t all_but_svis = ports_and_channels | bit(InterfaceKind::sub_interface);
+constexpr uint8_t all_kinds = ports_and_channels | with_vlan;
 
 constexpr uint32_t state_created = 3, state_destroyed = 4;
 constexpr uint32_t routed_igmp_label = 16;
@@ -364,9 +377,9 @@ template <auto column> uint32_t wanted_column(const WantedInterface &wanted)
 {
     return wanted.*column;
 }
-template <auto column> SideValue host_column(const InterfaceRows &of, Form form)
+template <auto column> std::optional<uint32_t> host_column(const InterfaceRows &of)
 {
-    return {form, of.host->*column};
+    return of.host->*column;
 }
 
 /* Which sides know an attribute, and its right value: the configured one, else the library's
@@ -376,25 +389,16 @@ struct AttributeSides {
     Form form;
     uint8_t kinds; /* interfaces of other kinds do not have it */
     uint32_t (*configured)(const WantedInterface &);
-    SideValue (*library)(const InterfaceRows &, Form form);
+    std::optional<uint32_t> (*library)(const InterfaceRows &); /* empty: unknown */
     uint32_t (*always)(const InterfaceRows &);
     uint32_t L3lifRow::*published;
     bool is_identity; /* kept by a half-destroyed interface */
 };
 
-constexpr uint8_t bit(InterfaceKind kind)
-{
-    return static_cast<uint8_t>(1U << static_cast<unsigned>(kind));
-}
-constexpr uint8_t ports_and_channels = bit(InterfaceKind::port) | bit(InterfaceKind::port_channel);
-constexpr uint8_t all_but_svis = ports_and_channels | bit(InterfaceKind::sub_interface);
-constexpr uint8_t all_kinds = all_but_svis | bit(InterfaceKind::svi);
-
 constexpr AttributeSides attribute_sides[] = {
     {SdkIntfAttrLid, Form::number, all_but_svis, nullptr,
-     [](const InterfaceRows &of, Form) {
-         return of.context != nullptr ? identifier(of.context->lid_id)
-                                      : SideValue{Form::unknown, no_id};
+     [](const InterfaceRows &of) {
+         return of.context != nullptr ? std::optional(of.context->lid_id) : std::nullopt;
      },
      nullptr, nullptr, true},
     {SdkIntfAttrDefSgt, Form::hex, ports_and_channels, nullptr, nullptr, tag_of, nullptr, true},
@@ -414,11 +418,16 @@ constexpr AttributeSides attribute_sides[] = {
      host_column<&HostRow::mtu>, nullptr, &L3lifRow::mtu, false},
     /* The property is the inverse of the hardware's check. */
     {SdkIntfAttrIpv4SameIfCheck, Form::flag, all_kinds, nullptr,
-     [](const InterfaceRows &of, Form form) {
-         return SideValue{form, !of.host->ipv4_same_if};
-     },
+     [](const InterfaceRows &of) { return std::optional<uint32_t>(!of.host->ipv4_same_if); },
      nullptr, nullptr, false},
 };
+
+SideValue library_side(const AttributeSides &known, const std::optional<uint32_t> &number)
+{
+    if (!number)
+        return {};
+    return known.number == SdkIntfAttrLid ? identifier(*number) : SideValue{known.form, *number};
+}
 
 /* Attributes that an internal loopback writes. */
 struct LoopbackAttribute {
@@ -458,12 +467,6 @@ const AttributeFacts &facts_of(uint32_t attribute)
     return by_number[attribute];
 }
 
-bool is_written(const InterfaceRows &of, uint32_t attribute)
-{
-    return std::any_of(of.attributes.begin(), of.attributes.end(),
-                       [&](const AttributeValueRow &row) { return row.number == attribute; });
-}
-
 void attribute(const InterfaceRows &of, Sides &sides, uint32_t attribute)
 {
     if (of.host == nullptr || (of.intf == nullptr && !(of.tells && of.must_exist)))
@@ -474,34 +477,32 @@ void attribute(const InterfaceRows &of, Sides &sides, uint32_t attribute)
         known = nullptr;
     const LoopbackAttribute *loopback = of.host->loopback ? facts.loopback : nullptr;
     const bool is_decided = known != nullptr || loopback != nullptr;
-    /* One that is as in a new interface, as most are. */
-    if (!is_decided && !of.tells && of.index.snapshot().pending.empty() &&
-        !is_written(of, attribute))
-        return;
-    const AttributeRow &row = *facts.row;
-    const Form form = known != nullptr ? known->form : row.hex ? Form::hex : Form::number;
     const WantedInterface *wanted = of.tells ? of.wanted : of.judged;
     if (wanted != nullptr && !wanted->routed)
         wanted = nullptr;
 
     const bool is_configured = known != nullptr && known->configured != nullptr;
     const uint32_t right = loopback != nullptr ? loopback->value
-                           : known == nullptr  ? row.initial
+                           : known == nullptr  ? facts.row->initial
                            : is_configured ? (wanted != nullptr ? known->configured(*wanted) : 0)
-                           : known->library != nullptr ? known->library(of, form).number
+                           : known->library != nullptr ? known->library(of).value_or(no_id)
                                                        : known->always(of);
     sides.right = right;
+    const Form form = known != nullptr ? known->form : facts.row->hex ? Form::hex : Form::number;
     if (of.intf != nullptr) {
-        const AttributeState now = of.index.attribute(of.attributes, of.intf->intf_id, attribute);
+        const AttributeState now =
+            of.index.attribute(of.attributes[attribute], of.intf->intf_id, attribute);
         const bool judged = of.judged != nullptr || (known != nullptr && known->is_identity);
-        /* A missing entry is reported with the SDK interface. */
-        const bool told_elsewhere =
-            attribute == SdkIntfAttrLid && now.value != 0 && of.index.lid(now.value) == nullptr;
         const bool published_right =
             of.judged == nullptr || of.published == nullptr || known == nullptr ||
             known->published == nullptr ||
             of.published->*known->published == known->configured(*of.judged);
-        if (judged && !told_elsewhere && (now.after_flush() != right || !published_right))
+        /* A missing entry is reported with the SDK interface. */
+        const auto told_elsewhere = [&] {
+            return attribute == SdkIntfAttrLid && now.value != 0 &&
+                   of.index.lid(now.value) == nullptr;
+        };
+        if (judged && (now.after_flush() != right || !published_right) && !told_elsewhere())
             sides.mismatch = AuditKind::difference;
         if (!of.tells)
             return;
@@ -519,7 +520,7 @@ void attribute(const InterfaceRows &of, Sides &sides, uint32_t attribute)
         if (wanted != nullptr && is_configured)
             sides.configured = {form, known->configured(*wanted)};
         if (known->library != nullptr)
-            sides.library = known->library(of, form);
+            sides.library = library_side(*known, known->library(of));
         if (known->published != nullptr) {
             sides.database = value_of(of.published, known->published, form);
             sides.published = maker_of(of.published);
@@ -626,7 +627,13 @@ std::string SideValue::to_text() const
 InterfaceRows::InterfaceRows(const Index &of, const std::string &named, const HostRow *known,
                              bool in_words)
     : index(of), name(named), tells(in_words), host(known),
-      wanted(known != nullptr ? of.wanted(*known) : of.wanted(named)), port(of.wanted_port(named))
+      wanted(known != nullptr ? of.wanted(*known) : of.wanted(named)),
+      port(in_words || known == nullptr || known->kind == InterfaceKind::port
+               ? of.wanted_port(named)
+               : nullptr),
+      kinds(known == nullptr || known->loopback || !of.snapshot().pending.empty()
+                ? all_kinds | unusual
+                : bit(known->kind))
 {
     must_exist = wanted != nullptr && of.must_exist(*wanted);
     if (host == nullptr)
@@ -636,8 +643,12 @@ InterfaceRows::InterfaceRows(const Index &of, const std::string &named, const Ho
     if (context == nullptr)
         return;
     intf = context->intf_id != no_id ? of.intf(context->intf_id) : nullptr;
-    if (intf != nullptr)
-        attributes = of.attributes(intf->intf_id);
+    if (intf != nullptr) {
+        for (const AttributeValueRow &row : of.attributes(*intf)) {
+            if (row.number < attributes.size() && attributes[row.number] == nullptr)
+                attributes[row.number] = &row;
+        }
+    }
     if (wanted != nullptr && (must_exist || (wanted->routed && of.has_joined_members(*host))))
         judged = wanted;
 }
@@ -648,32 +659,32 @@ const std::vector<Property> &interface_properties()
         constexpr auto never = std::nullopt;
         constexpr auto missing = AuditKind::missing, difference = AuditKind::difference;
         std::vector<Property> rows{
-            {PropertyId::sdk_interface, nullptr, missing, sdk_interface},
-            {PropertyId::state, nullptr, never, state},
-            {PropertyId::publication, nullptr, never, publication},
-            {PropertyId::port_lid, nullptr, missing, port_lid},
-            {PropertyId::port_channel, nullptr, never, port_channel},
-            {PropertyId::path, nullptr, never, path},
-            {PropertyId::ifmap_index, nullptr, never, ifmap_index},
-            {PropertyId::kept_intf, nullptr, never, kept_intf},
-            {PropertyId::membership, "member of", missing, member_of},
-            {PropertyId::membership, "members", missing, members},
-            {PropertyId::loopback, nullptr, never, internal_loopback},
-            {PropertyId::vlan, nullptr, never, vlan},
-            {PropertyId::parent, nullptr, never, parent},
+            {PropertyId::sdk_interface, nullptr, missing, sdk_interface, all_kinds},
+            {PropertyId::state, nullptr, never, state, all_but_svis},
+            {PropertyId::publication, nullptr, never, publication, all_kinds},
+            {PropertyId::port_lid, nullptr, missing, port_lid, ports},
+            {PropertyId::port_channel, nullptr, never, port_channel, channels},
+            {PropertyId::path, nullptr, never, path, no_kind},
+            {PropertyId::ifmap_index, nullptr, never, ifmap_index, ports},
+            {PropertyId::kept_intf, nullptr, never, kept_intf, ports},
+            {PropertyId::membership, "member of", missing, member_of, ports},
+            {PropertyId::membership, "members", missing, members, no_kind},
+            {PropertyId::loopback, nullptr, never, internal_loopback, no_kind},
+            {PropertyId::vlan, nullptr, never, vlan, with_vlan},
+            {PropertyId::parent, nullptr, never, parent, no_kind},
         };
-        const auto add_attribute = [&](uint32_t number, bool is_setting) {
+        const auto add_attribute = [&](uint32_t number, uint8_t kinds, bool is_setting) {
             rows.push_back({attribute_property(number), nullptr,
-                            is_setting ? std::optional(difference) : never, attribute});
+                            is_setting ? std::optional(difference) : never, attribute, kinds});
         };
         for (const AttributeSides &row : attribute_sides)
-            add_attribute(row.number, row.configured != nullptr);
+            add_attribute(row.number, row.kinds, row.configured != nullptr);
         for (const AttributeRow &row : attributes()) {
             if (row_of(attribute_sides, row.number) == nullptr)
-                add_attribute(row.number, false);
+                add_attribute(row.number, unusual, false);
         }
-        rows.push_back({PropertyId::nat_zone, nullptr, difference, nat_zone});
-        rows.push_back({PropertyId::label, nullptr, never, label});
+        rows.push_back({PropertyId::nat_zone, nullptr, difference, nat_zone, all_kinds});
+        rows.push_back({PropertyId::label, nullptr, never, label, all_kinds});
         return rows;
     }();
     return table;

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "platform_api/libsdk.h"
 #include "sim/state/index.h"
 
 /* The properties of an interface: what each side has and whether the sides agree. The audit,
@@ -96,6 +98,10 @@ struct Sides {
     }
 };
 
+/* An SDK interface's attributes, by their numbers: the row of each that was written, else nullptr.
+ */
+using WrittenAttributes = std::array<const AttributeValueRow *, SdkIntfAttrNatOutsideEgrBdDb + 1>;
+
 /* The rows of one interface. */
 struct InterfaceRows {
     InterfaceRows(const Index &of, const std::string &named, const HostRow *known, bool in_words);
@@ -105,12 +111,15 @@ struct InterfaceRows {
     bool tells; /* fill in texts; else only the verdict */
     const HostRow *host;
     const WantedInterface *wanted;
-    const WantedPort *port;
+    const WantedPort *port; /* for a verdict only of what can be a port */
     const ContextRow *context = nullptr;
     const IntfRow *intf = nullptr; /* named by the record and in the ASIC */
-    RowRange<AttributeValueRow> attributes{nullptr, nullptr};
+    WrittenAttributes attributes{};
     const L3lifRow *published = nullptr;
     bool must_exist = false;
+    /* A bit for its kind; all of them, and one more, when it is unknown to the host or in loopback,
+     * or writes wait. */
+    uint8_t kinds;
     /* What the SDK interface is checked against. nullptr for a port-channel without members or a
      * port no longer routed: it is half destroyed and keeps only its identity. */
     const WantedInterface *judged = nullptr;
@@ -129,6 +138,17 @@ struct Property {
     /* The kind of finding that applying the same configuration again repairs. */
     std::optional<AuditKind> made_up_for;
     void (*look)(const InterfaceRows &of, Sides &sides, uint32_t attribute);
+    /* InterfaceRows::kinds of those whose sides can disagree about it; about an attribute that was
+     * written those of any. */
+    uint8_t kinds;
+
+    /* Whether there is anything to judge, which for most properties of an interface there is not.
+     */
+    bool can_differ(const InterfaceRows &of) const
+    {
+        return (kinds & of.kinds) != 0 ||
+               (is_attribute(id) && of.attributes[attribute_of(id)] != nullptr);
+    }
 };
 
 /* In the order of explanations. */

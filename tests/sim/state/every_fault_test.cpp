@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <map>
 
+#include "sim/state/index.h"
+#include "sim/state/properties.h"
 #include "sim/stress/random_desired.h"
 
 #ifndef KVN_EXAMPLES
@@ -112,6 +114,34 @@ std::vector<std::string> names()
 
 INSTANTIATE_TEST_SUITE_P(Examples, EveryFault, testing::ValuesIn(names()),
                          [](const auto &test) { return test.param; });
+
+/* The audit looks only at what can differ. */
+TEST(ManyFaults, LeaveNoDifferenceInAPropertyThatCannotDiffer)
+{
+    size_t differences = 0;
+    for (uint64_t seed = 0; seed < 10; ++seed) {
+        Switch sw;
+        RandomDesired random(25);
+        Journal::instance().faults.set_rate(0.05, seed);
+        for (uint64_t change = 0; change < 30; ++change) {
+            random.change(seed << 32 | change);
+            sw.apply(random.desired());
+            const Snapshot snapshot = capture(sw);
+            const Index index(snapshot);
+            for (const HostRow &host : snapshot.host) {
+                const InterfaceRows rows(index, host.name, &host, false);
+                for (const Property &property : interface_properties()) {
+                    Sides sides;
+                    property.look(rows, sides, attribute_of(property.id));
+                    differences += sides.mismatch.has_value();
+                    EXPECT_TRUE(!sides.mismatch || property.can_differ(rows))
+                        << host.name << ": " << to_text(property.id);
+                }
+            }
+        }
+    }
+    EXPECT_GT(differences, 0u);
+}
 
 /* Failures of all calls together, one after another and upon what earlier ones left. */
 TEST(ManyFaults, LeaveBehindWhatTheAuditFinds)
