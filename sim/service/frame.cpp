@@ -15,6 +15,8 @@
 namespace kvnsim {
 namespace {
 
+const Origin nobody;
+
 /* In the order of Stage. */
 constexpr const char *stage_names[] = {"front port", "port-channel", "SDK interface", "LID entry",
                                        "MAC",        "family",       "VPN",           "MTU"};
@@ -49,15 +51,42 @@ bool is_group_of(Family family, const Mac &mac)
                : mac[0] == 0x33 && mac[1] == 0x33;
 }
 
+constexpr auto any = std::nullopt, nothing = std::nullopt;
+constexpr auto v4 = Family::ipv4, v6 = Family::ipv6;
+constexpr AttributeReadings readings{{
+    {SdkIntfAttrLid, Stage::lid_entry, any, any,
+     "the entry needs a path to the front port or port-channel; an SVI needs no entry"},
+    {SdkIntfAttrDefSgt, nothing, any, any, "security policies are not modelled"},
+    {SdkIntfAttrIpv4UcstEn, Stage::family, v4, false, "1: IPv4 to a router MAC is routed"},
+    {SdkIntfAttrIpv4McstEn, Stage::family, v4, true, "1: IPv4 to a group is routed"},
+    {SdkIntfAttrIpv6UcstEn, Stage::family, v6, false, "1: IPv6 to a router MAC is routed"},
+    {SdkIntfAttrIpv6McstEn, Stage::family, v6, true, "1: IPv6 to a group is routed"},
+    {SdkIntfAttrIpv4RpfMode, nothing, any, any, "looks the source up; routes are not modelled"},
+    {SdkIntfAttrIpv4Vpn, Stage::vpn, v4, any, "the number of the VRF that routes IPv4"},
+    {SdkIntfAttrIpv6Vpn, Stage::vpn, v6, any, "the number of the VRF that routes IPv6"},
+    {SdkIntfAttrIngTblDfMask, nothing, any, any, "designated forwarders are not modelled"},
+    {SdkIntfAttrNatInside, nothing, any, any, "changes addresses of what is routed"},
+    {SdkIntfAttrAclBdLabel, nothing, any, any, "access lists are not modelled"},
+    {SdkIntfAttrIngTblIgmpSnoopLabel, nothing, any, any, "group members are not modelled"},
+    {SdkIntfAttrVlanTableMiss, nothing, any, any, "what becomes of unknown groups"},
+    {SdkIntfAttrIpv4SameIfCheck, nothing, any, any,
+     "compares with the way out; routes are not modelled"},
+    {SdkIntfAttrIpv6SameIfCheck, nothing, any, any,
+     "compares with the way out; routes are not modelled"},
+    {SdkIntfAttrMtuIdx, Stage::mtu, any, any, "longer packets are not routed"},
+    {SdkIntfAttrNatOutside, nothing, any, any, "changes addresses of what is routed"},
+    {SdkIntfAttrNatOutsideEgrBdDb, nothing, any, any, "changes addresses of what leaves"},
+}};
+
 /* The attribute that decides a stage; the stage needs one. */
 uint32_t attribute_of(Stage stage, Family family, bool group)
 {
     struct Numbers {
         uint32_t of[std::size(stage_names)][std::size(family_names)][2];
     };
-    static const Numbers numbers = [] {
+    static constexpr Numbers numbers = [] {
         Numbers found{};
-        for (const AttributeReading &row : attribute_readings()) {
+        for (const AttributeReading &row : readings) {
             for (const Family read : {Family::ipv4, Family::ipv6}) {
                 for (const bool to_group : {false, true}) {
                     if (row.stage && row.is_read(*row.stage, read, to_group))
@@ -78,35 +107,9 @@ const char *to_text(Stage stage)
     return stage_names[static_cast<size_t>(stage)];
 }
 
-const std::vector<AttributeReading> &attribute_readings()
+const AttributeReadings &attribute_readings()
 {
-    constexpr auto any = std::nullopt, nothing = std::nullopt;
-    constexpr auto v4 = Family::ipv4, v6 = Family::ipv6;
-    static const std::vector<AttributeReading> rows{
-        {SdkIntfAttrLid, Stage::lid_entry, any, any,
-         "the entry needs a path to the front port or port-channel; an SVI needs no entry"},
-        {SdkIntfAttrDefSgt, nothing, any, any, "security policies are not modelled"},
-        {SdkIntfAttrIpv4UcstEn, Stage::family, v4, false, "1: IPv4 to a router MAC is routed"},
-        {SdkIntfAttrIpv4McstEn, Stage::family, v4, true, "1: IPv4 to a group is routed"},
-        {SdkIntfAttrIpv6UcstEn, Stage::family, v6, false, "1: IPv6 to a router MAC is routed"},
-        {SdkIntfAttrIpv6McstEn, Stage::family, v6, true, "1: IPv6 to a group is routed"},
-        {SdkIntfAttrIpv4RpfMode, nothing, any, any, "looks the source up; routes are not modelled"},
-        {SdkIntfAttrIpv4Vpn, Stage::vpn, v4, any, "the number of the VRF that routes IPv4"},
-        {SdkIntfAttrIpv6Vpn, Stage::vpn, v6, any, "the number of the VRF that routes IPv6"},
-        {SdkIntfAttrIngTblDfMask, nothing, any, any, "designated forwarders are not modelled"},
-        {SdkIntfAttrNatInside, nothing, any, any, "changes addresses of what is routed"},
-        {SdkIntfAttrAclBdLabel, nothing, any, any, "access lists are not modelled"},
-        {SdkIntfAttrIngTblIgmpSnoopLabel, nothing, any, any, "group members are not modelled"},
-        {SdkIntfAttrVlanTableMiss, nothing, any, any, "what becomes of unknown groups"},
-        {SdkIntfAttrIpv4SameIfCheck, nothing, any, any,
-         "compares with the way out; routes are not modelled"},
-        {SdkIntfAttrIpv6SameIfCheck, nothing, any, any,
-         "compares with the way out; routes are not modelled"},
-        {SdkIntfAttrMtuIdx, Stage::mtu, any, any, "longer packets are not routed"},
-        {SdkIntfAttrNatOutside, nothing, any, any, "changes addresses of what is routed"},
-        {SdkIntfAttrNatOutsideEgrBdDb, nothing, any, any, "changes addresses of what leaves"},
-    };
-    return rows;
+    return readings;
 }
 
 const std::vector<const char *> &not_modelled()
@@ -149,12 +152,17 @@ const TrapRow *Forwarding::trap(uint32_t intf_id, const Mac &mac) const
     return found_in(traps_, trap_key(intf_id, mac));
 }
 
-bool Forwarding::is_on(const IntfRow &intf, Family family, const Mac &to) const
+bool Forwarding::is_to_group(const IntfRow &intf, Family family, const Mac &to) const
 {
-    const bool to_group =
-        is_group_of(family, to) && router_mac(to) == nullptr && trap(intf.intf_id, to) == nullptr;
+    return is_group_of(family, to) && router_mac(to) == nullptr &&
+           trap(intf.intf_id, to) == nullptr;
+}
+
+bool Forwarding::is_on(const RowRange<AttributeValueRow> &written, const IntfRow &intf,
+                       Family family, bool to_group) const
+{
     const uint32_t number = attribute_of(Stage::family, family, to_group);
-    return index_.attribute(intf.intf_id, number).value != 0;
+    return index_.attribute(written, intf.intf_id, number).value != 0;
 }
 
 std::string Forwarding::vrf_of(uint32_t vpn) const
@@ -184,9 +192,9 @@ std::string Forwarding::reason(const Fate &fate)
                : fate.reason;
 }
 
-std::string Forwarding::condition(const Fate &fate)
+std::string Forwarding::condition(const Way &way)
 {
-    return fate.if_in_vlan != 0 ? fmt::format(", if the port is in VLAN {}", fate.if_in_vlan) : "";
+    return way.if_in_vlan != 0 ? fmt::format(", if the port is in VLAN {}", way.if_in_vlan) : "";
 }
 
 std::string Forwarding::words(const Fate &fate) const
@@ -200,54 +208,52 @@ std::string Forwarding::words(const Fate &fate) const
 /* One frame on its way. */
 class Walk {
 public:
-    Walk(const Forwarding &of, const Frame &frame, bool in_words)
-        : of_(of), index_(of.index_), frame_(frame), in_words_(in_words)
+    /* told: the same way, if it is asked for in words; else nullptr. */
+    Walk(const Forwarding &of, const Frame &frame, Way &way, Fate *told)
+        : of_(of), index_(of.index_), frame_(frame), way_(way), told_(told)
     {}
 
-    Fate fate()
+    void go()
     {
-        using Ask = bool (Walk::*)();
-        constexpr Ask stages[] = {&Walk::front_port, &Walk::port_channel, &Walk::sdk_interface,
-                                  &Walk::lid_entry,  &Walk::mac,          &Walk::family,
-                                  &Walk::vpn,        &Walk::mtu};
-        static_assert(std::size(stages) == std::size(stage_names));
-        fate_.routed = true;
-        for (size_t i = 0; i < std::size(stages) && fate_.routed; ++i) {
-            stage_ = static_cast<Stage>(i);
-            const Ask ask = stages[i];
-            fate_.routed = (this->*ask)();
-        }
-        return std::move(fate_);
+        const auto at = [this](Stage stage) {
+            stage_ = stage;
+            return true;
+        };
+        way_.routed = at(Stage::front_port) && front_port() && at(Stage::port_channel) &&
+                      port_channel() && at(Stage::sdk_interface) && sdk_interface() &&
+                      at(Stage::lid_entry) && lid_entry() && at(Stage::mac) && mac() &&
+                      at(Stage::family) && family() && at(Stage::vpn) && vpn() && at(Stage::mtu) &&
+                      mtu();
     }
 
 private:
     /* ---- What a stage says: words() are made only when they are asked for ---- */
 
-    template <class Words> bool passes(const Words &words, const Origin &made = {})
+    template <class Words> bool passes(const Words &words, const Origin &made = nobody)
     {
-        if (in_words_)
-            fate_.stages.push_back({stage_, words(), true, made});
+        if (told_ != nullptr)
+            told_->stages.push_back({stage_, words(), true, made});
         return true;
     }
     /* reason() tells the whole, found() what the stage has instead of what it needs. */
     template <class Found, class Reason>
-    bool ends(const Found &found, const Reason &reason, const Origin &made = {})
+    bool ends(const Found &found, const Reason &reason, const Origin &made = nobody)
     {
-        fate_.decided = stage_;
-        if (in_words_) {
-            fate_.made = made;
-            fate_.reason = reason();
-            fate_.stages.push_back({stage_, found(), false, made});
+        way_.decided = stage_;
+        if (told_ != nullptr) {
+            told_->made = made;
+            told_->reason = reason();
+            told_->stages.push_back({stage_, found(), false, made});
         }
         return false;
     }
     static std::string nothing() { return "none"; }
 
-    std::string intf_words() const { return of_.intf_words(fate_.intf_id); }
+    std::string intf_words() const { return of_.intf_words(way_.intf_id); }
     std::string arrival() const
     {
-        return fate_.pc_id != no_id ? fmt::format("port-channel {}", fate_.pc_id)
-                                    : fmt::format("front port {}", frame_.front_port);
+        return way_.pc_id != no_id ? fmt::format("port-channel {}", way_.pc_id)
+                                   : fmt::format("front port {}", frame_.front_port);
     }
     static std::string name_in_brackets(const HostRow *host)
     {
@@ -255,10 +261,10 @@ private:
     }
 
     /* The attribute that decides the present stage. */
-    uint32_t number() const { return attribute_of(stage_, frame_.family, fate_.to_group); }
+    uint32_t number() const { return attribute_of(stage_, frame_.family, way_.to_group); }
     AttributeState attribute() const
     {
-        return index_.attribute(attributes_, fate_.intf_id, number());
+        return index_.attribute(attributes_, way_.intf_id, number());
     }
     static std::string waiting(const AttributeState &state)
     {
@@ -267,7 +273,6 @@ private:
     }
     static const Origin &writer(const AttributeState &state)
     {
-        static const Origin nobody;
         return state.written != nullptr ? state.written->made : nobody;
     }
     static const char *unless_written(const AttributeState &state)
@@ -296,7 +301,7 @@ private:
             frame_.front_port != 0 ? index_.member(frame_.front_port) : nullptr;
         if (member == nullptr)
             return passes([] { return std::string("member of none"); });
-        fate_.pc_id = member->pc_id;
+        way_.pc_id = member->pc_id;
         return passes(
             [&] {
                 return fmt::format("member of {}{}", member->pc_id,
@@ -310,8 +315,8 @@ private:
     const IntfRow *selected() const
     {
         const IntfRow *routed = frame_.front_port == 0 ? nullptr
-                                : fate_.pc_id != no_id
-                                    ? of_.created_with(sdk_routed_port, fate_.pc_id, 1)
+                                : way_.pc_id != no_id
+                                    ? of_.created_with(sdk_routed_port, way_.pc_id, 1)
                                     : of_.created_with(sdk_routed_port, frame_.front_port, 0);
         if (frame_.vlan == 0)
             return routed;
@@ -333,9 +338,9 @@ private:
                 return fmt::format("VLAN {} selects no sub-interface of {}, and has no SVI",
                                    frame_.vlan, arrival());
             });
-        fate_.intf_id = intf_->intf_id;
+        way_.intf_id = intf_->intf_id;
         if (intf_->type == sdk_svi && frame_.front_port != 0)
-            fate_.if_in_vlan = frame_.vlan;
+            way_.if_in_vlan = frame_.vlan;
         attributes_ = index_.attributes(intf_->intf_id);
         return passes(
             [&] { return fmt::format("{}: {}", intf_words(), Index::kind_words(*intf_)); },
@@ -344,8 +349,8 @@ private:
 
     bool leads_here(const LidPathRow &path) const
     {
-        if (fate_.pc_id != no_id)
-            return path.port_type == SdkPortTypeChannel && path.pc_id == fate_.pc_id;
+        if (way_.pc_id != no_id)
+            return path.port_type == SdkPortTypeChannel && path.pc_id == way_.pc_id;
         return path.port_type == KVNSIM_SDK_PORT_TYPE_FRONT_PANEL &&
                path.front_port == frame_.front_port;
     }
@@ -361,7 +366,7 @@ private:
                             return fmt::format("SDK interface {} is bound to no LID entry",
                                                intf_words());
                         });
-        fate_.lid_id = bound.value;
+        way_.lid_id = bound.value;
         const LidRow *lid = index_.lid(bound.value);
         if (lid == nullptr)
             return ends(
@@ -400,10 +405,10 @@ private:
 
     bool mac()
     {
-        if (is_zero(frame_.to))
+        if (frame_.to == Mac{})
             return passes([] { return std::string("a router MAC, taken as given"); });
         if (const RouterMacRow *row = of_.router_mac(frame_.to)) {
-            fate_.peer_mac_id = row->peer_mac_id;
+            way_.peer_mac_id = row->peer_mac_id;
             return passes(
                 [&] {
                     return fmt::format("{} is router MAC {} of the switch", to_text(frame_.to),
@@ -411,8 +416,8 @@ private:
                 },
                 row->made);
         }
-        if (const TrapRow *row = of_.trap(fate_.intf_id, frame_.to)) {
-            fate_.mac_trap_id = row->mac_trap_id;
+        if (const TrapRow *row = of_.trap(way_.intf_id, frame_.to)) {
+            way_.mac_trap_id = row->mac_trap_id;
             return passes(
                 [&] {
                     return fmt::format("{} is MAC trap {} of SDK interface {}", to_text(frame_.to),
@@ -422,7 +427,7 @@ private:
         }
         if (is_multicast(frame_.to))
             return group();
-        const TrapRow *elsewhere = in_words_ ? trap_elsewhere() : nullptr;
+        const TrapRow *elsewhere = told_ != nullptr ? trap_elsewhere() : nullptr;
         return ends([&] { return to_text(frame_.to) + " is none"; },
                     [&] {
                         const std::string none = fmt::format(
@@ -435,7 +440,7 @@ private:
                                                  elsewhere->mac_trap_id,
                                                  of_.intf_words(elsewhere->intf_id));
                     },
-                    elsewhere != nullptr ? elsewhere->made : Origin());
+                    elsewhere != nullptr ? elsewhere->made : nobody);
     }
 
     const TrapRow *trap_elsewhere() const
@@ -448,8 +453,8 @@ private:
 
     bool group()
     {
-        fate_.to_group = is_group_of(frame_.family, frame_.to);
-        if (fate_.to_group)
+        way_.to_group = is_group_of(frame_.family, frame_.to);
+        if (way_.to_group)
             return passes([&] {
                 return fmt::format("{} is a group of {}", to_text(frame_.to),
                                    to_text(frame_.family));
@@ -483,7 +488,7 @@ private:
     bool vpn()
     {
         const AttributeState vpn = attribute();
-        fate_.vpn = vpn.value;
+        way_.vpn = vpn.value;
         return passes(
             [&] {
                 const std::string vrf = of_.vrf_of(vpn.value);
@@ -496,7 +501,7 @@ private:
     bool mtu()
     {
         const AttributeState mtu = attribute();
-        fate_.mtu = mtu.value;
+        way_.mtu = mtu.value;
         if (frame_.size > mtu.value)
             return ends(
                 [&] {
@@ -522,16 +527,25 @@ private:
     const Forwarding &of_;
     const Index &index_;
     const Frame &frame_;
-    const bool in_words_;
-    Fate fate_;
+    Way &way_;
+    Fate *const told_;
     Stage stage_ = Stage::front_port;
     const IntfRow *intf_ = nullptr;
     RowRange<AttributeValueRow> attributes_{nullptr, nullptr};
 };
 
-Fate Forwarding::follow(const Frame &frame, bool in_words) const
+Fate Forwarding::follow(const Frame &frame) const
 {
-    return Walk(*this, frame, in_words).fate();
+    Fate fate;
+    Walk(*this, frame, fate, &fate).go();
+    return fate;
+}
+
+Way Forwarding::way(const Frame &frame) const
+{
+    Way way;
+    Walk(*this, frame, way, nullptr).go();
+    return way;
 }
 
 } // namespace kvnsim

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <memory_resource>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -50,20 +53,23 @@ struct StageResult {
     Origin made; /* the call that made or wrote it; empty for what is initial or absent */
 };
 
-/* What becomes of a frame. */
-struct Fate {
+/* What becomes of a frame, and what it met as far as it went. */
+struct Way {
     bool routed = false;
     Stage decided = Stage::front_port; /* when not routed: by this stage */
-    std::string reason;                /* then, in words: "IPv4 unicast routing is off" */
-    Origin made; /* then, in words: of the value that decides, if it has one */
-    /* What the frame met, as far as it went. */
     uint32_t pc_id = no_id, intf_id = no_id, lid_id = no_id;
     uint32_t peer_mac_id = no_id, mac_trap_id = no_id; /* the entry that has its MAC */
     bool to_group = false;                             /* to a group of its family */
     uint32_t vpn = 0, mtu = 0;
     /* It came by a front port, and this VLAN's SVI has it: if the port is in that VLAN; else 0. */
     uint32_t if_in_vlan = 0;
-    std::vector<StageResult> stages; /* only when asked for in words */
+};
+
+/* The same in words. */
+struct Fate : Way {
+    std::string reason; /* when not routed: "IPv4 unicast routing is off" */
+    Origin made;        /* then: of the value that decides, if it has one */
+    std::vector<StageResult> stages;
 };
 
 /* The ASIC of one snapshot. The index must outlive it. */
@@ -71,10 +77,17 @@ class Forwarding {
 public:
     explicit Forwarding(const Index &index);
 
-    /* Constant time. in_words: fill in stages and texts; else only what decides. */
-    Fate follow(const Frame &frame, bool in_words = true) const;
-    /* Whether such frames are on; if not, the interface routes none of them. */
-    bool is_on(const IntfRow &intf, Family family, const Mac &to) const;
+    /* Constant time. */
+    Fate follow(const Frame &frame) const;
+    /* The same without words. */
+    Way way(const Frame &frame) const;
+    /* Whether the interface takes such frames for those to a group: the MAC is one of the family's,
+     * and neither a router MAC nor a MAC trap of the interface. */
+    bool is_to_group(const IntfRow &intf, Family family, const Mac &to) const;
+    /* Whether an interface that has written these attributes routes unicast, or multicast, of the
+     * family; if not, it routes no such frame. */
+    bool is_on(const RowRange<AttributeValueRow> &written, const IntfRow &intf, Family family,
+               bool to_group) const;
     /* "routed in VRF VrfBlue by SDK interface 18 (Ethernet36.100)", or "not routed: IPv4 unicast
      * routing of SDK interface 18 (Ethernet36.100) is off (libsdk_intf_attr_set in request 12
      * ...)". */
@@ -83,7 +96,7 @@ public:
     /* Why it is not routed, with the call behind it. */
     static std::string reason(const Fate &fate);
     /* ", if the port is in VLAN 100"; empty without a condition */
-    static std::string condition(const Fate &fate);
+    static std::string condition(const Way &way);
     /* "VrfBlue", "default"; empty when no VRF has the number */
     std::string vrf_of(uint32_t vpn) const;
     /* "VRF VrfBlue", "VPN 9, which no VRF has" */
@@ -100,11 +113,14 @@ private:
     const RouterMacRow *router_mac(const Mac &mac) const;
     const TrapRow *trap(uint32_t intf_id, const Mac &mac) const;
 
+    template <class Key, class Value> using Lookup = std::pmr::unordered_map<Key, Value>;
+
     const Index &index_;
-    std::unordered_map<uint64_t, const IntfRow *> intfs_; /* by place_key() */
-    std::unordered_map<uint32_t, std::string_view> vrfs_; /* by number */
-    std::unordered_map<uint64_t, const RouterMacRow *> router_macs_;
-    std::unordered_map<uint64_t, const TrapRow *> traps_; /* by interface and MAC */
+    std::pmr::monotonic_buffer_resource memory_;        /* of the lookups */
+    Lookup<uint64_t, const IntfRow *> intfs_{&memory_}; /* by place_key() */
+    Lookup<uint32_t, std::string_view> vrfs_{&memory_}; /* by number */
+    Lookup<uint64_t, const RouterMacRow *> router_macs_{&memory_};
+    Lookup<uint64_t, const TrapRow *> traps_{&memory_}; /* by interface and MAC */
 };
 
 /* How the ASIC reads an attribute of an SDK interface. The stages find their attributes here. */
@@ -114,13 +130,14 @@ struct AttributeReading {
     std::optional<Family> family; /* only of frames of this one; else of both */
     std::optional<bool> group;    /* only of frames to a group, or to a router MAC; else of both */
     const char *reading;
-    bool is_read(Stage by, Family of, bool to_group) const
+    constexpr bool is_read(Stage by, Family of, bool to_group) const
     {
         return stage == by && family.value_or(of) == of && group.value_or(to_group) == to_group;
     }
 };
 /* A row for each attribute, in the order of the numbers. */
-const std::vector<AttributeReading> &attribute_readings();
+using AttributeReadings = std::array<AttributeReading, 19>;
+const AttributeReadings &attribute_readings();
 
 /* What a switch needs for routing and the model does not have: "routes", "neighbours", ... */
 const std::vector<const char *> &not_modelled();

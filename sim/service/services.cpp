@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <map>
+#include <memory_resource>
 #include <set>
 #include <string_view>
 #include <unordered_map>
@@ -101,7 +102,7 @@ uint8_t stages_of(const AuditFinding &finding)
 /* What decides a service. */
 struct Judged {
     Frame frame;
-    Fate fate;
+    Way way;
     Stage decided = Stage::front_port;
     std::string_view parent = {}; /* of a sub-interface */
     size_t service = 0;           /* its position */
@@ -115,6 +116,7 @@ public:
         /* Without one in the configuration, whichever the switch may have. */
         if (!s_.wanted_router_mac.empty())
             router_mac_ = s_.wanted_router_mac.front().mac;
+        any_router_mac_ = is_zero(router_mac_);
         router_mac_words_ = words(router_mac_);
         for (const WantedMember &member : s_.wanted_members) {
             if (!member.declined && index_.wanted(member.port) == nullptr)
@@ -136,12 +138,12 @@ public:
 
     std::vector<Service> judge()
     {
-        services_.reserve(s_.wanted_interfaces.size());
-        wanted_frames_.reserve(s_.wanted_interfaces.size());
-        for (const WantedInterface &wanted : s_.wanted_interfaces) {
-            if (index_.must_exist(wanted))
-                want(wanted);
-        }
+        size_t most = 0;
+        each_wanted([&](const auto &...) { ++most; });
+        services_.reserve(most);
+        wanted_frames_.reserve(most);
+        each_wanted([&](const WantedInterface &wanted, const std::string &port,
+                        const Frame &frame) { want(wanted, port, frame); });
         const size_t wanted = services_.size();
         for (const IntfRow &intf : s_.intfs)
             look_for_unwanted(intf);
@@ -189,29 +191,41 @@ private:
         return is_zero(mac) ? "a router MAC" : to_text(mac);
     }
 
-    void want(const WantedInterface &wanted)
+    /* Call visit(interface, port, frame) for each frame that is wanted; some are the same. */
+    template <class Visit> void each_wanted(const Visit &visit)
     {
-        if (wanted.kind == InterfaceKind::svi)
-            return want(wanted, "", 0, wanted.number);
-        if (wanted.kind != InterfaceKind::sub_interface) {
-            for (const Entry &entry : entries(wanted))
-                want(wanted, *entry.port, entry.front_port, 0);
-        } else if (const WantedInterface *parent = index_.wanted(wanted.parent)) {
-            for (const Entry &entry : entries(*parent))
-                want(wanted, *entry.port, entry.front_port, wanted.number);
+        static const std::string any_port;
+        const WantedInterface *parent = nullptr; /* which sub-interfaces in a row share */
+        for (const WantedInterface &wanted : s_.wanted_interfaces) {
+            if (!index_.must_exist(wanted))
+                continue;
+            if (wanted.kind == InterfaceKind::svi) {
+                each_wanted(wanted, any_port, 0, wanted.number, visit);
+                continue;
+            }
+            const bool is_sub = wanted.kind == InterfaceKind::sub_interface;
+            if (is_sub && (parent == nullptr || parent->name != wanted.parent))
+                parent = index_.wanted(wanted.parent);
+            const WantedInterface *const enters = is_sub ? parent : &wanted;
+            if (enters == nullptr)
+                continue;
+            for (const Entry &entry : entries(*enters))
+                each_wanted(wanted, *entry.port, entry.front_port, is_sub ? wanted.number : 0,
+                            visit);
         }
     }
 
-    void want(const WantedInterface &wanted, const std::string &port, uint32_t front_port,
-              uint32_t vlan)
+    template <class Visit>
+    void each_wanted(const WantedInterface &wanted, const std::string &port, uint32_t front_port,
+                     uint32_t vlan, const Visit &visit) const
     {
         const std::vector<Mac> &virtual_macs = found_in(virtual_macs_, wanted.name);
         for (const Family family : families) {
             if (!(family == Family::ipv4 ? wanted.ipv4 : wanted.ipv6))
                 continue;
-            want(wanted, port, {front_port, vlan, family, router_mac_, 0});
+            visit(wanted, port, Frame{front_port, vlan, family, router_mac_, 0});
             for (const Mac &mac : virtual_macs)
-                want(wanted, port, {front_port, vlan, family, mac, 0});
+                visit(wanted, port, Frame{front_port, vlan, family, mac, 0});
         }
     }
 
@@ -219,20 +233,23 @@ private:
     {
         if (!wanted_frames_.insert(frame).second)
             return; /* a virtual MAC that is the router MAC too */
-        Judged judged{frame, forwarding_.follow(frame, false)};
+        Judged judged{frame, forwarding_.way(frame)};
         judged.parent = wanted.parent;
         Service &service = services_.emplace_back();
         service.interface = wanted.name;
         service.port = port;
         service.family = to_text(frame.family);
         service.to_router_mac = frame.to == router_mac_;
-        service.to = service.to_router_mac ? router_mac_words_ : words(frame.to);
-        service.vrf = wanted.vrf.empty() ? "default" : wanted.vrf;
+        if (service.to_router_mac)
+            service.to = router_mac_words_;
+        else
+            service.to = words(frame.to);
+        service.vrf = wanted.vrf.empty() ? std::string_view("default") : wanted.vrf;
         service.mtu = wanted.mtu;
-        if (judged.fate.routed)
+        if (judged.way.routed)
             compare(judged, wanted);
         else
-            fail(judged, ServiceState::not_given, judged.fate.decided,
+            fail(judged, ServiceState::not_given, judged.way.decided,
                  Forwarding::reason(forwarding_.follow(frame)));
     }
 
@@ -261,34 +278,34 @@ private:
     /* A frame that is routed: by whom, in which VRF, and up to which size. */
     void compare(Judged &judged, const WantedInterface &wanted)
     {
-        const Fate &fate = judged.fate;
+        const Way &way = judged.way;
         const auto wrong = [&](Stage stage, const std::string &reason) {
             fail(judged, ServiceState::wrong, stage, reason + writer(judged, stage));
         };
-        const HostRow *owner = index_.owner_of_intf(fate.intf_id);
-        if (owner == nullptr || owner->name != wanted.name || owner->kept_intf == fate.intf_id)
+        const HostRow *owner = index_.owner_of_intf(way.intf_id);
+        if (owner == nullptr || owner->name != wanted.name || owner->kept_intf == way.intf_id)
             wrong(Stage::sdk_interface,
-                  fmt::format("routed by SDK interface {}{}", forwarding_.intf_words(fate.intf_id),
-                              Forwarding::condition(fate)));
-        else if (fate.vpn != wanted.vpn)
+                  fmt::format("routed by SDK interface {}{}", forwarding_.intf_words(way.intf_id),
+                              Forwarding::condition(way)));
+        else if (way.vpn != wanted.vpn)
             wrong(Stage::vpn, fmt::format("routed in {}, not in VRF {}",
-                                          forwarding_.vpn_words(fate.vpn), services_.back().vrf));
-        else if (fate.mtu != wanted.mtu)
-            wrong(Stage::mtu, fmt::format("the MTU is {}, not {}", fate.mtu, wanted.mtu));
-        else if (const AuditFinding *finding = break_in(fate))
+                                          forwarding_.vpn_words(way.vpn), services_.back().vrf));
+        else if (way.mtu != wanted.mtu)
+            wrong(Stage::mtu, fmt::format("the MTU is {}, not {}", way.mtu, wanted.mtu));
+        else if (const AuditFinding *finding = break_in(way))
             wrong(stage_of(finding->about), finding->words);
     }
 
     /* ---- The objects on the way ---- */
 
-    static std::vector<AsicObject> objects(const Fate &fate)
+    static std::vector<AsicObject> objects(const Way &way)
     {
         std::vector<AsicObject> all;
-        for (const AsicObject &object : {AsicObject{AsicTable::interface, fate.intf_id},
-                                         {AsicTable::lid, fate.lid_id},
-                                         {AsicTable::port_channel, fate.pc_id},
-                                         {AsicTable::router_mac, fate.peer_mac_id},
-                                         {AsicTable::trap, fate.mac_trap_id}}) {
+        for (const AsicObject &object : {AsicObject{AsicTable::interface, way.intf_id},
+                                         {AsicTable::lid, way.lid_id},
+                                         {AsicTable::port_channel, way.pc_id},
+                                         {AsicTable::router_mac, way.peer_mac_id},
+                                         {AsicTable::trap, way.mac_trap_id}}) {
             if (object.id != no_id)
                 all.push_back(object);
         }
@@ -311,11 +328,11 @@ private:
     }
 
     /* An orphan or dangling reference on the way; nullptr without one. */
-    const AuditFinding *break_in(const Fate &fate) const
+    const AuditFinding *break_in(const Way &way) const
     {
         if (broken_.empty())
             return nullptr;
-        for (const AsicObject &object : objects(fate)) {
+        for (const AsicObject &object : objects(way)) {
             const auto at = broken_.find(object);
             if (at != broken_.end())
                 return at->second;
@@ -342,18 +359,27 @@ private:
 
     void look_for_unwanted(const IntfRow &intf, uint32_t front_port, uint32_t vlan)
     {
+        const auto written = index_.attributes(intf.intf_id);
         for (const Family family : families) {
             const auto look = [&](const Mac &mac) {
-                if (forwarding_.is_on(intf, family, mac))
-                    look_for_unwanted(intf, {front_port, vlan, family, mac, 0});
+                look_for_unwanted(intf, {front_port, vlan, family, mac, 0});
             };
-            if (is_zero(router_mac_))
-                look(router_mac_);
-            for (const RouterMacRow &mac : s_.router_macs)
-                look(mac.mac);
-            for (const Mac &mac : found_in(traps_, intf.intf_id))
-                look(mac);
-            look(group_of(family));
+            const bool unicast = forwarding_.is_on(written, intf, family, false);
+            if (unicast) {
+                if (any_router_mac_)
+                    look(router_mac_);
+                for (const RouterMacRow &mac : s_.router_macs)
+                    look(mac.mac);
+                for (const Mac &mac : found_in(traps_, intf.intf_id))
+                    look(mac);
+            }
+            const bool multicast = forwarding_.is_on(written, intf, family, true);
+            const Mac group = group_of(family);
+            /* A MAC of the switch is none of a group. */
+            const bool as_group =
+                unicast == multicast || forwarding_.is_to_group(intf, family, group);
+            if (as_group ? multicast : unicast)
+                look(group);
         }
     }
 
@@ -361,8 +387,8 @@ private:
     {
         if (wanted_frames_.count(frame) != 0)
             return;
-        Judged judged{frame, forwarding_.follow(frame, false)};
-        if (!judged.fate.routed || judged.fate.intf_id != intf.intf_id)
+        Judged judged{frame, forwarding_.way(frame)};
+        if (!judged.way.routed || judged.way.intf_id != intf.intf_id)
             return;
         const HostRow *owner = index_.owner_of_intf(intf.intf_id);
         const HostRow *port = index_.owner_of_front_port(frame.front_port);
@@ -370,15 +396,16 @@ private:
         service.interface = owner != nullptr ? owner->name : subject(intf);
         service.port = port != nullptr ? port->name : "";
         service.family =
-            fmt::format("{}{}", to_text(frame.family), judged.fate.to_group ? " multicast" : "");
-        service.to = judged.fate.to_group ? "groups" : words(frame.to);
+            fmt::format("{}{}", to_text(frame.family), judged.way.to_group ? " multicast" : "");
+        service.to = judged.way.to_group ? "groups" : words(frame.to);
         service.wanted = false;
-        service.vrf = forwarding_.vrf_of(judged.fate.vpn);
+        service.vrf = forwarding_.vrf_of(judged.way.vpn);
         if (service.vrf.empty())
-            service.vrf = fmt::format("VPN {}", judged.fate.vpn);
-        service.mtu = judged.fate.mtu;
+            service.vrf = fmt::format("VPN {}", judged.way.vpn);
+        service.mtu = judged.way.mtu;
         const Stage stage = why_unwanted(owner, judged);
-        std::string reason = fmt::format("not wanted, but {}", forwarding_.words(judged.fate));
+        std::string reason =
+            fmt::format("not wanted, but {}", forwarding_.words(forwarding_.follow(frame)));
         if (owner != nullptr && owner->kept_intf == intf.intf_id)
             fail(judged, ServiceState::kept, stage, std::move(reason));
         else
@@ -398,7 +425,7 @@ private:
         if (wanted == nullptr || !index_.must_exist(*wanted))
             return Stage::sdk_interface;
         const bool is_family = frame.family == Family::ipv4 ? wanted->ipv4 : wanted->ipv6;
-        if (!is_family || judged.fate.to_group)
+        if (!is_family || judged.way.to_group)
             return Stage::family;
         const auto &macs = found_in(virtual_macs_, wanted->name);
         const bool is_mac =
@@ -417,7 +444,7 @@ private:
             const Judged &judged = faults_[i];
             const Service &service = services_[judged.service];
             all.push_back(i);
-            for (const AsicObject &object : objects(judged.fate))
+            for (const AsicObject &object : objects(judged.way))
                 by_object[object].push_back(i);
             for (const std::string_view name :
                  std::set<std::string_view>{service.interface, service.port, judged.parent}) {
@@ -460,7 +487,7 @@ private:
         return finding.interface == services_[judged.service].interface &&
                std::any_of(rows.begin(), rows.end(), [&](const AttributeReading &row) {
                    return row.number == attribute_of(finding.property) &&
-                          row.is_read(judged.decided, judged.frame.family, judged.fate.to_group);
+                          row.is_read(judged.decided, judged.frame.family, judged.way.to_group);
                });
     }
 
@@ -473,8 +500,10 @@ private:
     std::unordered_map<uint32_t, std::vector<uint32_t>> joined_;          /* by pc_id */
     std::unordered_map<uint32_t, std::vector<Mac>> traps_;                /* by intf_id */
     std::map<AsicObject, const AuditFinding *> broken_;
-    std::unordered_set<Frame, FrameHash, SameFrame> wanted_frames_;
+    std::pmr::monotonic_buffer_resource memory_; /* of these */
+    std::pmr::unordered_set<Frame, FrameHash, SameFrame> wanted_frames_{&memory_};
     Mac router_mac_{};
+    bool any_router_mac_ = false; /* it is zero */
     std::string router_mac_words_;
     const WantedInterface *entered_ = nullptr; /* whose entries these are */
     std::vector<Entry> entries_;
