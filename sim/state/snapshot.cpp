@@ -15,12 +15,13 @@
 namespace kvnsim {
 namespace {
 
-std::string joined(const std::vector<std::string> &texts)
+void join(const std::vector<std::string> &texts, std::string &into)
 {
-    std::string all;
-    for (const std::string &text : texts)
-        all.append(&text == &texts.front() ? "" : " ").append(text);
-    return all;
+    for (const std::string &text : texts) {
+        if (&text != &texts.front())
+            into += ' ';
+        into += text;
+    }
 }
 
 /* The rows of a Desired, which is what is wanted or what has been applied. */
@@ -53,7 +54,7 @@ void capture_desired(const Desired &desired, const Switch &of, std::vector<Port>
         row.vrf = l3.vrf;
         row.vpn = of.vpn_of(l3.vrf);
         row.nat_zone = l3.nat_zone;
-        row.addresses = joined(l3.addresses);
+        join(l3.addresses, row.addresses);
         row.location = location;
         return row;
     };
