@@ -74,7 +74,7 @@ Listing interface_counts(const Index &index)
     const Snapshot &snapshot = index.snapshot();
     std::map<std::pair<InterfaceKind, std::string>, int64_t> counts;
     for (const WantedInterface &wanted : snapshot.wanted_interfaces)
-        ++counts[{wanted.kind, index.state(wanted.name)}];
+        ++counts[{wanted.kind, index.state(wanted)}];
     for (const HostRow &host : snapshot.host) {
         if (is_unwanted(index, host))
             ++counts[{host.kind, index.state(host.name)}];

@@ -216,10 +216,10 @@ void Diagnostics::debug_message_written()
 
 bool Diagnostics::records_events(int32_t level)
 {
-    if (muted_)
+    if (muted_ || (events_ == nullptr && !is_pending_))
         return false;
     level_known(level);
-    return events_ && sinks_.events.on(level);
+    return events_ != nullptr && sinks_.events.on(level);
 }
 
 void Diagnostics::record_event(uint32_t event, int32_t level, std::string_view text)

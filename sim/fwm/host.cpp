@@ -108,11 +108,7 @@ uint32_t HostInterface::intf_id() const
     return record ? record->intf_id : no_id;
 }
 
-Host &Host::instance()
-{
-    static Host host;
-    return host;
-}
+Host Host::instance_;
 
 HostInterface *Host::add(InterfaceKind kind, const std::string &name, uint32_t number)
 {

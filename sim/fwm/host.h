@@ -119,7 +119,7 @@ struct HostRows {
 
 class Host {
 public:
-    static Host &instance();
+    static Host &instance() { return instance_; }
 
     /* ---- Interfaces. Names and numbers are unique: nullptr when taken or out of range. Once
      * added, an interface is known to the if_index_* services and keeps its place in memory. ----
@@ -215,6 +215,7 @@ private:
     void refer(const HostRow &row, size_t number);
     template <class Row> void restore_db(const std::vector<Row> &rows, InterfaceKind kind);
 
+    static Host instance_;
     /* By kind, then number. A table grows as numbers are used. */
     std::vector<Slot> tables_[4];
     LowestFirst free_sequences_;

@@ -157,6 +157,19 @@ ImportedCall::begin(InFlight &call, std::initializer_list<Argument> arguments, b
     return std::nullopt;
 }
 
+void ImportedCall::note_failure(int64_t status, bool injected) const
+{
+    Journal &journal = Journal::instance();
+    if (journal.current_ == nullptr)
+        return;
+    Request &request = *journal.current_;
+    if (request.failed_calls++ == 0)
+        request.failed_first = std::make_shared<const FailedCall>(
+            FailedCall{name(), status, fmt::format("{}: {}", name(), status_text(status)),
+                       journal.note_, std::move(journal.named_)});
+    request.injected_failures += injected;
+}
+
 void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments, int64_t status,
                        const void *result, const Codec &result_codec) const
 {
@@ -164,14 +177,8 @@ void ImportedCall::end(InFlight &call, std::initializer_list<Argument> arguments
     const bool failed = fails_with(status);
     if (failed && call.injected)
         journal.note_ = "injected";
-    if (failed && journal.current_) {
-        Request &request = *journal.current_;
-        if (request.failed_calls++ == 0)
-            request.failed_first = std::make_shared<const FailedCall>(
-                FailedCall{name(), status, fmt::format("{}: {}", name(), status_text(status)),
-                           journal.note_, std::move(journal.named_)});
-        request.injected_failures += call.injected;
-    }
+    if (failed)
+        note_failure(status, call.injected);
     if (!call.seen)
         return;
     Call &seen = *call.seen;

@@ -168,9 +168,12 @@ private:
     /* Before the body of a call that is watched: the result that replaces the body's, if any. */
     std::optional<int64_t> begin(InFlight &call, std::initializer_list<Argument> arguments,
                                  bool body_runs) const;
-    /* After a call that failed or is seen. */
+    /* After it. */
     void end(InFlight &call, std::initializer_list<Argument> arguments, int64_t status,
              const void *result, const Codec &result_codec) const;
+
+    /* The request remembers its first failed call. */
+    void note_failure(int64_t status, bool injected) const;
 
     const char *name_;
     Result result_;

@@ -50,6 +50,12 @@ void Journal::trace(const TraceRecord &record)
         observer->trace_emitted(record);
 }
 
+void Journal::forget_note()
+{
+    note_.clear();
+    named_.clear();
+}
+
 void Journal::reset()
 {
     current_.reset();
@@ -60,8 +66,7 @@ void Journal::reset()
 
 void Journal::resume(uint64_t requests_made)
 {
-    note_.clear();
-    named_.clear();
+    forget_note();
     made_ = requests_made;
     for (Observer *observer : observers_)
         observer->switch_replaced();

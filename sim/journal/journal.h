@@ -98,10 +98,12 @@ private:
     /* It ended, and its note with it. */
     void leave(const char *outer)
     {
-        note_.clear();
-        named_.clear();
+        if (!note_.empty())
+            forget_note();
         current_call_ = outer;
     }
+
+    void forget_note();
 
     static Journal instance_;
     std::vector<Observer *> observers_;
@@ -120,20 +122,24 @@ auto ImportedCall::operator()(std::initializer_list<Argument> arguments, Body &&
     using R = std::invoke_result_t<Body>;
     Journal &journal = Journal::instance();
     const char *const outer = journal.enter(name_);
-    InFlight call;
-    std::optional<int64_t> stand_in;
-    if (journal.watches(*this))
-        stand_in = begin(call, arguments, std::is_pointer_v<R>);
     R result{};
-    int64_t status = 0;
-    if constexpr (std::is_pointer_v<R>) {
-        result = body();
+    if (journal.watches(*this)) {
+        InFlight call;
+        const std::optional<int64_t> stand_in = begin(call, arguments, std::is_pointer_v<R>);
+        if constexpr (std::is_pointer_v<R>) {
+            result = body();
+            end(call, arguments, 0, &result, codec<R>());
+        } else {
+            result = stand_in ? static_cast<R>(*stand_in) : body();
+            end(call, arguments, static_cast<int64_t>(result), &result, codec<R>());
+        }
     } else {
-        result = stand_in ? static_cast<R>(*stand_in) : body();
-        status = static_cast<int64_t>(result);
+        result = body();
+        if constexpr (!std::is_pointer_v<R>) {
+            if (fails_with(static_cast<int64_t>(result)))
+                note_failure(static_cast<int64_t>(result), false);
+        }
     }
-    if (call.seen || fails_with(status))
-        end(call, arguments, status, &result, codec<R>());
     journal.leave(outer);
     return result;
 }

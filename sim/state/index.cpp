@@ -143,8 +143,17 @@ const char *Index::role(std::string_view port) const
 
 std::string Index::state(std::string_view name) const
 {
-    const HostRow *row = host(name);
-    const WantedInterface *interface = wanted(name);
+    return state(name, host(name), wanted(name));
+}
+
+std::string Index::state(const WantedInterface &wanted) const
+{
+    return state(wanted.name, host(wanted), &wanted);
+}
+
+std::string Index::state(std::string_view name, const HostRow *row,
+                         const WantedInterface *interface) const
+{
     if (programmed(row))
         return interface != nullptr ? "programmed" : "programmed, not wanted";
     if (interface == nullptr && wanted_port(name) == nullptr) {

@@ -144,6 +144,7 @@ public:
      * PortChannel1", "switched in Vlan100", "unused"; or what is wrong: "no member", "not
      * programmed", "programmed, not wanted", "left out of the configuration". */
     std::string state(std::string_view name) const;
+    std::string state(const WantedInterface &wanted) const; /* a row of the snapshot */
     /* The VLANs configured for a port or port-channel. */
     const std::vector<std::string> &vlans(std::string_view member) const
     {
@@ -235,6 +236,8 @@ private:
                joining_members_.count(wanted.name) == 0;
     }
     const PendingRow *waiting(uint32_t intf_id, uint32_t number) const;
+    std::string state(std::string_view name, const HostRow *row,
+                      const WantedInterface *interface) const;
     std::string state_of_missing(const WantedInterface &interface) const;
     std::string state_of_port(std::string_view port) const;
     bool not_reached(std::string_view name) const;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace kvnsim {
@@ -50,7 +51,9 @@ public:
     {
         if (at_ != map_.end())
             ++at_;
-        at_ = map_.insert_or_assign(at_, name, std::forward<Value>(value));
+        at_ = map_.emplace_hint(at_, std::piecewise_construct, std::forward_as_tuple(name),
+                                std::forward_as_tuple());
+        at_->second = std::forward<Value>(value);
     }
 
 private:
