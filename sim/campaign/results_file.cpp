@@ -15,6 +15,7 @@
 
 #include "sim/config/names.h"
 #include "sim/types/lines.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {

@@ -19,6 +19,7 @@
 #include "sim/cli/verb.h"
 #include "sim/config/names.h"
 #include "sim/config/running.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {

@@ -17,6 +17,7 @@
 #include "sim/config/names.h"
 #include "sim/config/similar.h"
 #include "sim/config/tables.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "sim/config/source_location.h"
 #include "sim/types/mac.h"
 #include "sim/types/natural_order.h"
+#include "sim/types/source_location.h"
 
 /* What a configuration wants of the switch, by name, with defaults filled in. */
 namespace kvnsim {

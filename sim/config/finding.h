@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "sim/config/source_location.h"
 #include "sim/types/columns.h"
+#include "sim/types/source_location.h"
 
 namespace kvnsim {
 

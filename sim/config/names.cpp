@@ -353,27 +353,6 @@ bool same_spelling(std::string_view a, std::string_view b)
                       [](char x, char y) { return to_lower(x) == to_lower(y); });
 }
 
-constexpr size_t most_printed = 80;
-
-void append_printable(std::string &to, std::string_view text)
-{
-    size_t end = text.size();
-    if (end > most_printed) {
-        end = 0;
-        for (size_t characters = 0; end < text.size() && characters < most_printed; ++characters)
-            end += std::max(character_length(text.substr(end)), size_t{1});
-    }
-    append_visible(to, text.substr(0, end));
-    to += end < text.size() ? "..." : "";
-}
-
-std::string printable(std::string_view text)
-{
-    std::string all;
-    append_printable(all, text);
-    return all;
-}
-
 std::string in_quotes(std::string_view text)
 {
     return '"' + printable(text) + '"';

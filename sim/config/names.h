@@ -123,10 +123,7 @@ inline std::string_view trimmed(std::string_view text)
 std::string spelling(std::string_view text);
 bool same_spelling(std::string_view a, std::string_view b);
 
-/* The text as visible() shows it, cut to a message's length: 80 characters. */
-std::string printable(std::string_view text);
-void append_printable(std::string &to, std::string_view text);
-/* The same in double quotes. */
+/* The text as printable() gives it, in double quotes. */
 std::string in_quotes(std::string_view text);
 
 } // namespace kvnsim

@@ -10,6 +10,8 @@
 #include <set>
 #include <tuple>
 
+#include "sim/types/text.h"
+
 namespace kvnsim {
 
 namespace {

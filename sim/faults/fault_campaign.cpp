@@ -270,7 +270,7 @@ private:
         }
         place.file = configuration().file;
         if (const RequestRef request = Journal::instance().current()) {
-            place.cause = request->cause;
+            place.cause = request->cause.to_text();
             place.request = request->number;
             place.entry = request->entry;
             place.requested = request->arguments;

@@ -70,7 +70,7 @@ public:
     Faults faults;
     Answers *answers = nullptr;
     uint64_t calls_made = 0;
-    std::string cause; /* of the requests that are made, set by CauseScope */
+    Cause cause; /* of the requests that are made, set by CauseScope */
 
     /* Forget requests, faults and counts; observers stay. */
     void reset();
@@ -144,11 +144,11 @@ auto ImportedCall::operator()(std::initializer_list<Argument> arguments, Body &&
     return result;
 }
 
-/* Requests made during its lifetime have its text as their cause. Scopes nest; the inner one wins.
+/* Requests made during its lifetime have this cause. Scopes nest; the inner one wins.
  */
 class CauseScope {
 public:
-    explicit CauseScope(std::string cause)
+    explicit CauseScope(Cause cause)
         : outer_(std::exchange(Journal::instance().cause, std::move(cause)))
     {}
     ~CauseScope() { Journal::instance().cause = std::move(outer_); }
@@ -156,7 +156,7 @@ public:
     CauseScope &operator=(const CauseScope &) = delete;
 
 private:
-    std::string outer_;
+    Cause outer_;
 };
 
 /* Calls during its lifetime are answered by answers, where it has one; they reach no observer,

@@ -6,6 +6,12 @@
 
 namespace kvnsim {
 
+std::string Cause::to_text() const
+{
+    const auto *const row = std::get_if<SourceLocation>(&what_);
+    return row != nullptr ? row->to_text() : std::get<std::string>(what_);
+}
+
 const FailedCall &Request::first_failure() const
 {
     static const FailedCall none;

@@ -4,16 +4,38 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include "sim/journal/value.h"
 #include "sim/types/columns.h"
+#include "sim/types/source_location.h"
 
 /* What is asked of the library, and who made what the switch holds. */
 namespace kvnsim {
 
 struct Request;
 using RequestRef = std::shared_ptr<const Request>;
+
+/* Why a request is made: the row of a configuration that asks for it, or a command. */
+class Cause {
+public:
+    Cause() = default;
+    Cause(std::string words) : what_(std::move(words)) {}
+    Cause(const char *words) : what_(words) {}
+    Cause(SourceLocation row) : what_(std::move(row)) {}
+
+    std::string to_text() const; /* "leaf.json:12:5: INTERFACE|Ethernet0", "" for none */
+    /* Whether they are the same in words. */
+    friend bool operator==(const Cause &a, const Cause &b)
+    {
+        return a.what_ == b.what_ || a.to_text() == b.to_text();
+    }
+
+private:
+    std::variant<std::string, SourceLocation> what_;
+};
 
 /* A call that failed within a request. */
 struct FailedCall {
@@ -26,15 +48,15 @@ struct FailedCall {
 
 /* A request: one call of a library entry point, or one task that the host does by itself. */
 struct Request {
-    uint64_t number = 0;           /* 1, 2, ... in the order made */
-    const char *entry = "";        /* the entry point's name, or "host ..."; lives as the process */
-    std::string arguments;         /* "l3lif=Ethernet0 create=1" */
-    std::string subject;           /* the interface concerned, by name; empty when there is none */
-    std::string cause;             /* the configuration row or command: "INTERFACE|Ethernet0" */
-    std::vector<Field> values;     /* the arguments as values; filled only when observed */
-    std::optional<int64_t> result; /* set at the end; stays empty for a task of the host */
-    uint32_t failed_calls = 0;     /* calls with a failing status, injected ones included */
-    uint32_t injected_failures = 0;                 /* of these, the injected ones */
+    uint64_t number = 0;    /* 1, 2, ... in the order made */
+    const char *entry = ""; /* the entry point's name, or "host ..."; lives as the process */
+    std::string arguments;  /* "l3lif=Ethernet0 create=1" */
+    std::string subject;    /* the interface concerned, by name; empty when there is none */
+    Cause cause;
+    std::vector<Field> values;      /* the arguments as values; filled only when observed */
+    std::optional<int64_t> result;  /* set at the end; stays empty for a task of the host */
+    uint32_t failed_calls = 0;      /* calls with a failing status, injected ones included */
+    uint32_t injected_failures = 0; /* of these, the injected ones */
     std::shared_ptr<const FailedCall> failed_first; /* the first of them; null without one */
     /* The same; an empty one when no call failed. */
     const FailedCall &first_failure() const;

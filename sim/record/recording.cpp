@@ -169,8 +169,8 @@ Value request_line(const Request &request)
                               {"arguments", Value::record(request.values)}};
     if (!request.subject.empty())
         fields.push_back({"subject", Value::text(request.subject)});
-    if (!request.cause.empty())
-        fields.push_back({"cause", Value::text(request.cause)});
+    if (std::string cause = request.cause.to_text(); !cause.empty())
+        fields.push_back({"cause", Value::text(std::move(cause))});
     return line(LineKind::request, number(request.number), std::move(fields));
 }
 

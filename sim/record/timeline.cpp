@@ -60,9 +60,10 @@ void Timeline::request_begins(const Request &request)
     shown_ = concerns(request);
     if (!shown_)
         return;
-    if (request.cause != cause_ && !request.cause.empty())
-        out_ << painted(bold, request.cause) << '\n';
-    cause_ = request.cause;
+    std::string cause = request.cause.to_text();
+    if (cause != cause_ && !cause.empty())
+        out_ << painted(bold, cause) << '\n';
+    cause_ = std::move(cause);
     out_ << request_indent << request.number << ' ' << request.entry << '(' << request.arguments
          << ")\n";
 }

@@ -40,6 +40,10 @@ template <class T> std::enable_if_t<std::is_enum_v<T>, Cell> cell(T named)
 {
     return cell(std::string_view(to_text(named)));
 }
+template <class T> std::enable_if_t<std::is_same_v<T, Cause>, Cell> cell(const T &cause)
+{
+    return cell(std::string_view(cause.to_text()));
+}
 /* An empty one is nothing. */
 template <class T> Cell cell(const std::optional<T> &value)
 {

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "sim/config/finding.h"
-#include "sim/config/source_location.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/fwm/host.h"
 #include "sim/fwm/state_db.h"
@@ -18,6 +17,7 @@
 #include "sim/switch/virtual_macs.h"
 #include "sim/types/columns.h"
 #include "sim/types/interface_kind.h"
+#include "sim/types/source_location.h"
 
 /* The state of the switch at one moment, as plain rows: what is wanted, what the host, the library,
  * the ASIC and the shared database hold, and the request that made each row. */

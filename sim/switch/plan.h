@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "sim/config/source_location.h"
 #include "sim/types/mac.h"
+#include "sim/types/source_location.h"
 
 /* What is to be done to bring about what is wanted. */
 namespace kvnsim {

@@ -57,7 +57,7 @@ public:
 
     void carry_out(const Step &step)
     {
-        const CauseScope cause(step.cause.to_text());
+        const CauseScope cause(step.cause);
         const size_t failures = applied_.failures.size();
         const Row &row = row_of(step.kind);
         retried_.clear();

@@ -108,6 +108,27 @@ void append_visible(std::string &to, std::string_view text)
     append_shown(to, text, false);
 }
 
+constexpr size_t most_printed = 80;
+
+void append_printable(std::string &to, std::string_view text)
+{
+    size_t end = text.size();
+    if (end > most_printed) {
+        end = 0;
+        for (size_t characters = 0; end < text.size() && characters < most_printed; ++characters)
+            end += std::max(character_length(text.substr(end)), size_t{1});
+    }
+    append_visible(to, text.substr(0, end));
+    to += end < text.size() ? "..." : "";
+}
+
+std::string printable(std::string_view text)
+{
+    std::string all;
+    append_printable(all, text);
+    return all;
+}
+
 std::string visible_lines(std::string_view text)
 {
     return shown(text, true);

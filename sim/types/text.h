@@ -27,7 +27,10 @@ bool steers_terminal(std::string_view character);
  * bytes that are not UTF-8 as \xff. */
 std::string visible(std::string_view text);
 void append_visible(std::string &to, std::string_view text);
-/* The same for whole lines: the ends of lines and tabs stay. */
+/* The same, cut to a message's length: 80 characters. */
+std::string printable(std::string_view text);
+void append_printable(std::string &to, std::string_view text);
+/* As visible(), for whole lines: the ends of lines and tabs stay. */
 std::string visible_lines(std::string_view text);
 
 } // namespace kvnsim

@@ -188,7 +188,7 @@ void expect_as_straight(const std::vector<Configuration> &configurations, const 
         if (request->second->failed_calls == 1) {
             EXPECT_EQ(place.call, request->second->first_failure().name);
         }
-        EXPECT_EQ(place.cause, request->second->cause);
+        EXPECT_EQ(place.cause, request->second->cause.to_text());
     }
     EXPECT_EQ(brief(row.left), one.leftovers->findings(*one.sw));
 

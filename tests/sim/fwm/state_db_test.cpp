@@ -97,7 +97,7 @@ TEST_F(SharedDatabase, MarksEachRowWithTheRequestBehindIt)
     ASSERT_EQ(made.number(), 1u);
     EXPECT_STREQ(made.request->entry, "l3lifpd_kvn_add_l3port");
     EXPECT_EQ(made.request->subject, "Ethernet0");
-    EXPECT_EQ(made.request->cause, "INTERFACE|Ethernet0");
+    EXPECT_EQ(made.request->cause.to_text(), "INTERFACE|Ethernet0");
 }
 
 TEST_F(SharedDatabase, MarksARowAnewWhoeverItIsHandedInFrom)

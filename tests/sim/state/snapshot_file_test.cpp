@@ -308,7 +308,7 @@ TEST_F(SnapshotFile, KeepsInterfaceAndCauseOfARequestThatOnlyPublished)
     EXPECT_EQ(row.nat_zone, 2u);
     ASSERT_TRUE(row.made.request);
     EXPECT_EQ(row.made.request->subject, "Ethernet0");
-    EXPECT_EQ(row.made.request->cause, "test.json:6:19: INTERFACE|Ethernet0");
+    EXPECT_EQ(row.made.request->cause.to_text(), "test.json:6:19: INTERFACE|Ethernet0");
     EXPECT_EQ(row.made.to_text(), snapshot.l3lif[0].made.to_text());
 }
 

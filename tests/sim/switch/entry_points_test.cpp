@@ -53,19 +53,19 @@ TEST_F(EntryPointsTest, ARequestCarriesItsArgumentsSubjectAndCause)
     EXPECT_STREQ(response.request->entry, "l3lifpd_kvn_add_l3port");
     EXPECT_EQ(response.request->arguments, "l3lif=Ethernet0 create=1");
     EXPECT_EQ(response.request->subject, "Ethernet0");
-    EXPECT_EQ(response.request->cause, "INTERFACE|Ethernet0");
+    EXPECT_EQ(response.request->cause.to_text(), "INTERFACE|Ethernet0");
     EXPECT_EQ(response.request->result, 0);
 }
 
 TEST_F(EntryPointsTest, CausesNestAndTheInnerOneCounts)
 {
-    EXPECT_EQ(Journal::instance().cause, "");
+    EXPECT_EQ(Journal::instance().cause.to_text(), "");
     const CauseScope outer("outer");
     {
         const CauseScope inner("inner");
-        EXPECT_EQ(Journal::instance().cause, "inner");
+        EXPECT_EQ(Journal::instance().cause.to_text(), "inner");
     }
-    EXPECT_EQ(Journal::instance().cause, "outer");
+    EXPECT_EQ(Journal::instance().cause.to_text(), "outer");
 }
 
 TEST_F(EntryPointsTest, InterfacesAreGivenByNameByIndexOrAsNull)

@@ -1,9 +1,8 @@
-#include "sim/config/source_location.h"
+#include "sim/types/source_location.h"
 
 #include <tuple>
 #include <utility>
 
-#include "sim/config/names.h"
 #include "sim/types/text.h"
 
 namespace kvnsim {
