@@ -214,10 +214,8 @@ void Diagnostics::debug_message_written()
     }
 }
 
-bool Diagnostics::records_events(int32_t level)
+bool Diagnostics::takes_event(int32_t level)
 {
-    if (muted_ || (events_ == nullptr && !is_pending_))
-        return false;
     level_known(level);
     return events_ != nullptr && sinks_.events.on(level);
 }

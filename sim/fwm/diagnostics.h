@@ -85,7 +85,10 @@ public:
     const char *time_text();
     const char *level_name(int32_t level);
     void debug_message_written();
-    bool records_events(int32_t level);
+    bool records_events(int32_t level)
+    {
+        return !muted_ && (events_ != nullptr || is_pending_) && takes_event(level);
+    }
     void record_event(uint32_t event, int32_t level, std::string_view text);
     bool debug_switch(int32_t level) const { return !muted_ && sinks_.console.on(level); }
     void print(const char *module, const char *format, va_list arguments) FWM_PRINTF(3, 0);
@@ -94,6 +97,7 @@ private:
     Diagnostics() = default;
     ~Diagnostics();
     void level_known(int32_t level);
+    bool takes_event(int32_t level);
     int64_t now_ns() const;
     std::string_view formatted(const char *format, va_list arguments) FWM_PRINTF(2, 0);
 
