@@ -1,5 +1,5 @@
 # What the build takes from Debian, as targets that are the same for every word size:
-#   kvn::glib kvn::sqlite kvn::fmt kvn::edit kvn::hiredis kvn::mimalloc
+#   kvn::glib kvn::sqlite kvn::fmt kvn::edit kvn::hiredis kvn::allocator
 #   kvn::rapidjson kvn::rapidcheck kvn::benchmark GTest::gtest GTest::gtest_main GTest::gmock
 
 find_package(Threads REQUIRED)
@@ -32,7 +32,11 @@ kvn_dependency(sqlite LIBRARY sqlite3 HEADERS sqlite3.h)
 kvn_dependency(fmt LIBRARY fmt HEADERS fmt/format.h)
 kvn_dependency(edit LIBRARY edit HEADERS histedit.h)
 kvn_dependency(hiredis LIBRARY hiredis HEADERS hiredis/hiredis.h)
+# The first to define malloc, mimalloc serves all that a program loads. Its own operator new ends the
+# process where there is no memory: the standard library's is found before it.
 kvn_dependency(mimalloc LIBRARY mimalloc HEADERS mimalloc.h)
+add_library(kvn::allocator INTERFACE IMPORTED GLOBAL)
+target_link_libraries(kvn::allocator INTERFACE stdc++ kvn::mimalloc)
 kvn_dependency(rapidjson HEADERS rapidjson/reader.h)
 kvn_dependency(rapidcheck LIBRARY rapidcheck HEADERS rapidcheck.h)
 kvn_dependency(benchmark LIBRARY benchmark HEADERS benchmark/benchmark.h LINK Threads::Threads)

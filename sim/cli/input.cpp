@@ -183,13 +183,6 @@ void write(Json &json, const Configuration &configuration)
     json.end_object();
 }
 
-std::string counted(uint64_t count, const char *what, const char *many)
-{
-    if (count == 1 || many == nullptr)
-        return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
-    return fmt::format("{} {}", count, many);
-}
-
 std::string finding_counts(const std::vector<Finding> &findings)
 {
     std::map<Finding::Severity, uint64_t, std::greater<>> counts; /* errors first */

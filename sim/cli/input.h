@@ -47,7 +47,4 @@ std::string finding_counts(const Configuration &configuration, const Policy &pol
  */
 std::string ignored_tables(const Configuration &configuration);
 
-/* "1 request", "2 requests"; many is the plural where an s is not enough. */
-std::string counted(uint64_t count, const char *what, const char *many = nullptr);
-
 } // namespace kvnsim

@@ -19,6 +19,7 @@
 #include "sim/config/names.h"
 #include "sim/fwm/diagnostics.h"
 #include "sim/sdk/asic.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {

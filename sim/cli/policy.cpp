@@ -6,6 +6,7 @@
 
 #include "sim/cli/input.h"
 #include "sim/config/findings.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {

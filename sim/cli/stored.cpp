@@ -13,6 +13,7 @@
 #include "sim/state/audit.h"
 #include "sim/state/interface_names.h"
 #include "sim/state/show.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {

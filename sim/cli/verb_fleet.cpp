@@ -15,6 +15,7 @@
 #include "sim/cli/output_file.h"
 #include "sim/cli/policy.h"
 #include "sim/cli/verb.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {

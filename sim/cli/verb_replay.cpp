@@ -11,6 +11,7 @@
 #include "sim/cli/verb.h"
 #include "sim/record/replay.h"
 #include "sim/types/json.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {

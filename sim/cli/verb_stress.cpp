@@ -6,6 +6,7 @@
 #include "sim/cli/verb.h"
 #include "sim/stress/stress.h"
 #include "sim/types/json.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {

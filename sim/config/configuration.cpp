@@ -230,7 +230,7 @@ private:
         draft_.tell(
             FindingId::ports_inferred,
             SourceLocation{configuration_.file, document_.at.line, document_.at.column, {}, {}},
-            fmt::format("{} front-panel port{}", ports.size(), ports.size() == 1 ? "" : "s"));
+            counted(ports.size(), "front-panel port"));
         draft_.desired.ports = std::move(ports);
     }
 

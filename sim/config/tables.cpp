@@ -744,6 +744,7 @@ const KeyPartForm &form_of(KeyPart part)
         {"VRF", fmt::format("default, or Vrf and 1 to {} letters, digits, '-', '_' or '.'",
                             most_vrf_characters)},
     };
+    static_assert(std::size(forms) == static_cast<size_t>(KeyPart::vrf) + 1);
     return forms[static_cast<size_t>(part)];
 }
 

@@ -64,14 +64,6 @@ void remove(std::vector<uint32_t> &ids, uint32_t id)
     ids.erase(std::find(ids.begin(), ids.end(), id));
 }
 
-uint64_t as_number(const Mac &mac)
-{
-    uint64_t number = 0;
-    for (const uint8_t byte : mac)
-        number = number << 8 | byte;
-    return number;
-}
-
 bool is_vlan(uint32_t vlan)
 {
     return vlan >= first_vlan && vlan <= last_vlan;

@@ -31,13 +31,6 @@ uint32_t second_of(const IntfRow &row)
     return row.type == sdk_sub_interface ? row.param2 : row.param3;
 }
 
-uint64_t as_number(const Mac &mac)
-{
-    uint64_t number = 0;
-    for (const uint8_t byte : mac)
-        number = number << 8 | byte;
-    return number;
-}
 uint64_t trap_key(uint32_t intf_id, const Mac &mac)
 {
     return uint64_t{intf_id} << 48 | as_number(mac);
@@ -77,6 +70,7 @@ constexpr AttributeReadings readings{{
     {SdkIntfAttrNatOutside, nothing, any, any, "changes addresses of what is routed"},
     {SdkIntfAttrNatOutsideEgrBdDb, nothing, any, any, "changes addresses of what leaves"},
 }};
+static_assert(readings.back().reading != nullptr);
 
 /* The attribute that decides a stage; the stage needs one. */
 uint32_t attribute_of(Stage stage, Family family, bool group)

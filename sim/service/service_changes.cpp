@@ -10,6 +10,8 @@
 
 #include <fmt/format.h>
 
+#include "sim/types/text.h"
+
 namespace kvnsim {
 namespace {
 
@@ -120,7 +122,7 @@ std::string summary(const std::vector<ServiceChange> &changes)
         if (number == 0)
             continue;
         if (text.empty())
-            text = fmt::format("{} service{} {}", number, number == 1 ? "" : "s",
+            text = fmt::format("{} {}", counted(static_cast<uint64_t>(number), "service"),
                                service_change_names[kind]);
         else
             text += fmt::format(", {} {}", number, service_change_names[kind]);

@@ -17,6 +17,7 @@
 
 #include "sim/config/names.h"
 #include "sim/types/natural_order.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
@@ -99,6 +100,9 @@ uint8_t stages_of(const AuditFinding &finding)
     return stages_of(finding.property);
 }
 
+/* Services that there is room for at once. */
+constexpr size_t most_reserved = size_t{1} << 20;
+
 /* What decides a service. */
 struct Judged {
     Frame frame;
@@ -140,6 +144,7 @@ public:
     {
         size_t most = 0;
         each_wanted([&](const auto &...) { ++most; });
+        most = std::min(most, most_reserved); /* a damaged database may repeat its rows */
         services_.reserve(most);
         wanted_frames_.reserve(most);
         each_wanted([&](const WantedInterface &wanted, const std::string &port,
@@ -552,9 +557,6 @@ ServiceCount count(const std::vector<Service> &services)
 
 std::string summary(const std::vector<Service> &services, const Snapshot &snapshot)
 {
-    const auto counted = [](uint64_t number, const char *what) {
-        return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
-    };
     const ServiceCount of = count(services);
     std::string text = counted(of.wanted, "service") + " wanted";
     if (of.wanted != 0 && of.given == of.wanted)

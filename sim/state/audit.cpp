@@ -480,7 +480,7 @@ private:
         const size_t members = find_rows(s_.members, &MemberRow::pc_id, channel.pc_id).size();
         tell_orphan(AuditId::orphan_port_channel, {AsicTable::port_channel, channel.pc_id},
                     fmt::format("SDK port-channel {}", channel.pc_id),
-                    fmt::format(" ({} member{})", members, members == 1 ? "" : "s"), "port-channel",
+                    fmt::format(" ({})", counted(members, "member")), "port-channel",
                     concerned_channel(channel.made), channel.made);
     }
 
@@ -734,7 +734,7 @@ std::string cost_words(const AuditFinding &finding)
         return "";
     if (*finding.services == 0)
         return "costs no service";
-    return fmt::format("costs {} service{}", *finding.services, *finding.services == 1 ? "" : "s");
+    return "costs " + counted(*finding.services, "service");
 }
 
 std::string to_text(const AuditFinding &finding)
@@ -747,9 +747,6 @@ std::string to_text(const AuditFinding &finding)
 std::string verdict(const Snapshot &snapshot, const std::vector<AuditFinding> &findings,
                     const std::string &more)
 {
-    const auto counted = [](auto count, const char *what) {
-        return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
-    };
     const auto left_out =
         std::count_if(findings.begin(), findings.end(), [](const AuditFinding &finding) {
             return finding.kind == AuditKind::left_out;
@@ -767,7 +764,7 @@ std::string verdict(const Snapshot &snapshot, const std::vector<AuditFinding> &f
             snapshot.reader.begin(), snapshot.reader.end(),
             [of = severity](const Finding &row) { return !row.leaves_out && row.severity == of; });
         if (count != 0)
-            others.push_back(counted(count, what));
+            others.push_back(counted(static_cast<uint64_t>(count), what));
     }
     if (!others.empty())
         text += fmt::format("; {} on the configuration", fmt::join(others, " and "));

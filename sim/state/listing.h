@@ -5,6 +5,8 @@
 #include <initializer_list>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -40,6 +42,7 @@ template <class T> std::enable_if_t<std::is_enum_v<T>, Cell> cell(T named)
 {
     return cell(std::string_view(to_text(named)));
 }
+/* Only of a cause itself: each text converts to one. */
 template <class T> std::enable_if_t<std::is_same_v<T, Cause>, Cell> cell(const T &cause)
 {
     return cell(std::string_view(cause.to_text()));

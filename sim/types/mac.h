@@ -8,6 +8,15 @@ namespace kvnsim {
 
 using Mac = std::array<uint8_t, 6>;
 
+/* The first byte is the highest. */
+constexpr uint64_t as_number(const Mac &mac)
+{
+    uint64_t number = 0;
+    for (const uint8_t byte : mac)
+        number = number << 8 | byte;
+    return number;
+}
+
 /* "00:00:5e:00:01:0a" */
 inline std::string to_text(const Mac &mac)
 {

@@ -44,6 +44,13 @@ std::string shown(std::string_view text, bool keep_lines)
 
 } // namespace
 
+std::string counted(uint64_t count, const char *what, const char *many)
+{
+    if (count == 1 || many == nullptr)
+        return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+    return fmt::format("{} {}", count, many);
+}
+
 bool is_ascii(std::string_view text)
 {
     uint64_t all = 0;

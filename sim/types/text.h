@@ -13,6 +13,9 @@ inline bool starts_with(std::string_view text, std::string_view start)
     return text.substr(0, start.size()) == start;
 }
 
+/* "1 request", "2 requests"; many is the plural where an s is not enough. */
+std::string counted(uint64_t count, const char *what, const char *many = nullptr);
+
 /* Whether each byte is a character by itself. */
 bool is_ascii(std::string_view text);
 /* The length in bytes of the UTF-8 character at the front of a text, 0 when there is none. */

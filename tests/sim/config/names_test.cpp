@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "sim/types/natural_order.h"
+#include "sim/types/text.h"
 
 namespace kvnsim {
 namespace {
