@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "fuzz/switch_oracle.h"
+#include "sim/config/configuration.h"
 #include "sim/journal/journal.h"
 #include "sim/state/restore.h"
 
