@@ -399,7 +399,7 @@ private:
 
     bool mac()
     {
-        if (frame_.to == Mac{})
+        if (is_zero(frame_.to))
             return passes([] { return std::string("a router MAC, taken as given"); });
         if (const RouterMacRow *row = of_.router_mac(frame_.to)) {
             way_.peer_mac_id = row->peer_mac_id;

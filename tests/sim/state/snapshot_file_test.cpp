@@ -67,15 +67,7 @@ TEST_F(SnapshotFile, ComesBackWithPlacesThatNameNoFile)
 
 TEST_F(SnapshotFile, ComesBackWithFailuresKeptInterfacesHeldChannelsAndPendingWrites)
 {
-    small_switch();
-    Host &host = Host::instance();
-    fail("libsdk_intf_create:2");
-    sw.apply(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}},
-                        "PORTCHANNEL": {"PortChannel7": {}},
-                        "VLAN": {"Vlan10": {}, "Vlan11": {}},
-                        "VLAN_INTERFACE": {"Vlan10": {}, "Vlan11": {}}})"));
-    ASSERT_EQ(host.hold_port_channel(*host.find("PortChannel7")), 0);
-    Asic::instance().attr_set_batch(host.find("Vlan10")->intf_id(), SdkIntfAttrMtuIdx, 1500);
+    ASSERT_NO_FATAL_FAILURE(troubled_switch());
     const Snapshot snapshot = capture(sw, {"one.json", "two.json"}, {conflict()}, true);
     ASSERT_EQ(snapshot.reader.size(), 1u);
     ASSERT_FALSE(snapshot.failures.empty());

@@ -3,6 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "platform_api/libsdk.h"
+#include "sim/fwm/host.h"
+#include "sim/sdk/asic.h"
 #include "sim/state/audit.h"
 #include "sim/state/snapshot.h"
 #include "tests/sim/files.h"
@@ -61,6 +64,20 @@ protected:
     {
         bring_about(wanted(small_network));
         return capture(sw, {"test.json"});
+    }
+    /* Another configuration upon it, with a failure, kept interfaces, a held port-channel and a
+     * write that waits. */
+    void troubled_switch()
+    {
+        small_switch();
+        Host &host = Host::instance();
+        fail("libsdk_intf_create:2");
+        sw.apply(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}},
+                            "PORTCHANNEL": {"PortChannel7": {}},
+                            "VLAN": {"Vlan10": {}, "Vlan11": {}},
+                            "VLAN_INTERFACE": {"Vlan10": {}, "Vlan11": {}}})"));
+        ASSERT_EQ(host.hold_port_channel(*host.find("PortChannel7")), 0);
+        Asic::instance().attr_set_batch(host.find("Vlan10")->intf_id(), SdkIntfAttrMtuIdx, 1500);
     }
 };
 

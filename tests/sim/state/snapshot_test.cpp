@@ -1,6 +1,5 @@
 #include "tests/sim/state/snapshot_fixture.h"
 
-#include "platform_api/libsdk.h"
 #include "sim/fwm/host.h"
 #include "sim/sdk/asic.h"
 
@@ -11,15 +10,7 @@ class PowerOff : public SnapshotFixture {};
 
 TEST_F(PowerOff, LeavesTheSnapshotThatTheSwitchWouldHaveGiven)
 {
-    small_switch();
-    Host &host = Host::instance();
-    fail("libsdk_intf_create:2");
-    sw.apply(wanted(R"({"PORT": {"Ethernet0": {}, "Ethernet4": {}},
-                        "PORTCHANNEL": {"PortChannel7": {}},
-                        "VLAN": {"Vlan10": {}, "Vlan11": {}},
-                        "VLAN_INTERFACE": {"Vlan10": {}, "Vlan11": {}}})"));
-    ASSERT_EQ(host.hold_port_channel(*host.find("PortChannel7")), 0);
-    Asic::instance().attr_set_batch(host.find("Vlan10")->intf_id(), SdkIntfAttrMtuIdx, 1500);
+    ASSERT_NO_FATAL_FAILURE(troubled_switch());
     const std::vector<std::string> files{"one.json", "two.json"};
     const Snapshot snapshot = capture(sw, files, {Finding()}, true);
     ASSERT_FALSE(snapshot.failures.empty());
