@@ -91,7 +91,7 @@ private:
         result_.requests = run.requests;
         result_.calls = run.calls;
         for (const Failure &failure : run.applied.failures)
-            result_.failures.push_back({failure.step.words, failure.step.name, failure.message,
+            result_.failures.push_back({failure.step.words(), failure.step.name, failure.message,
                                         made_up_by(failure, run.applied.made_up_for),
                                         failure.step.cause});
         if (any_open(std::vector<ConfigurationRun>{run}, one))

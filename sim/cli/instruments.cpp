@@ -259,7 +259,7 @@ ConfigurationRun apply_configuration(Switch &to, Configuration &configuration, P
         if (by != 0)
             made_up_for.erase(failure.request->number);
         console.error(fmt::format("{}: failed to {}: {}{}", failure.step.cause.to_text(),
-                                  failure.step.words, failure.message,
+                                  failure.step.words(), failure.message,
                                   by != 0 ? fmt::format("; made up for by request {}", by) : ""));
     }
     /* What is left failed in an earlier configuration. */
@@ -271,7 +271,7 @@ ConfigurationRun apply_configuration(Switch &to, Configuration &configuration, P
 
 void write(Json &json, const Step &step)
 {
-    json.field("words", step.words).field("object", step.name);
+    json.field("words", step.words()).field("object", step.name);
     write(json.key("cause").begin_object(), step.cause);
     json.end_object();
 }
@@ -298,7 +298,7 @@ void write(Json &json, const Failure &failure, uint64_t made_up_by)
     }
     const Request &request = *failure.request;
     json.begin_object().field("number", request.number).field("entry", request.entry);
-    json.field("arguments", request.arguments).field("result", request.result);
+    json.field("arguments", request.arguments.to_text()).field("result", request.result);
     json.field("failed_calls", request.failed_calls);
     json.field("first_failure", request.first_failure().words);
     json.field("reason", request.first_failure().reason).end_object().end_object();

@@ -17,7 +17,7 @@ void write_requests(Json &json, const std::vector<Request> &requests)
     for (const Request &request : requests)
         json.begin_object()
             .field("entry", request.entry)
-            .field("arguments", request.arguments)
+            .field("arguments", request.arguments.to_text())
             .end_object();
     json.end_array();
 }

@@ -117,7 +117,8 @@ int tell(Session &session, const Response &response)
 {
     if (response.request != nullptr && response.request->result)
         session.console.out() << fmt::format("{}({}) = {}\n", response.request->entry,
-                                             response.request->arguments, response.result);
+                                             response.request->arguments.to_text(),
+                                             response.result);
     if (!response.output.empty()) {
         session.console.out() << response.output;
         if (response.output.back() != '\n')

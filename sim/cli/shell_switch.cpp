@@ -79,7 +79,7 @@ int plan(Session &session, const Arguments &given)
     const Plan steps = session.power.plan(configuration.desired);
     print_changes(changes(session.power, configuration.desired, steps), session.console);
     for (const Step &step : steps.steps)
-        session.console.out() << step.words << "\n";
+        session.console.out() << step.words() << "\n";
     session.console.out() << counted(steps.steps.size(), "step") << "\n";
     return exit_well;
 }

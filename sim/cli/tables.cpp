@@ -72,17 +72,19 @@ Listing attribute_values(const Snapshot &snapshot)
 Listing interface_counts(const Index &index)
 {
     const Snapshot &snapshot = index.snapshot();
-    std::map<std::pair<InterfaceKind, std::string>, int64_t> counts;
+    std::map<InterfaceKind, std::map<std::string, int64_t>> counts;
     for (const WantedInterface &wanted : snapshot.wanted_interfaces)
-        ++counts[{wanted.kind, index.state(wanted)}];
+        ++counts[wanted.kind][index.state(wanted)];
     for (const HostRow &host : snapshot.host) {
         if (is_unwanted(index, host))
-            ++counts[{host.kind, index.state(host.name)}];
+            ++counts[host.kind][index.state(host.name)];
     }
     Listing listing{"Interfaces by state",
                     {{"kind", "Kind", rank_name}, {"state", "State"}, {"count", "Count"}}};
-    for (const auto &[what, count] : counts)
-        listing.rows.push_back({cell(what.first), what.second, count});
+    for (const auto &[kind, states] : counts) {
+        for (const auto &[state, count] : states)
+            listing.rows.push_back({cell(kind), state, count});
+    }
     return listing;
 }
 

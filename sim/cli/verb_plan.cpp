@@ -111,9 +111,9 @@ private:
     {
         std::ostream &out = console_.out();
         for (size_t i = 0; i < trial.step_requests.size(); ++i) {
-            out << "  " << trial.plan.steps[i].words << "\n";
+            out << "  " << trial.plan.steps[i].words() << "\n";
             for (const Request &request : trial.step_requests[i])
-                out << fmt::format("      {}({})\n", request.entry, request.arguments);
+                out << fmt::format("      {}({})\n", request.entry, request.arguments.to_text());
         }
         out << "  tried: " << summary(trial) << "\n";
         print_effect(trial.service_changes, page_on(console_, arguments_), console_);

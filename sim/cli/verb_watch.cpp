@@ -222,7 +222,7 @@ private:
                 out << ignored_tables(configuration);
             else
                 for (const Step &step : outcome->plan.steps)
-                    out << fmt::format("  {}\n", step.words);
+                    out << fmt::format("  {}\n", step.words());
         }
         for (const std::string &words : gone)
             out << fmt::format("  audit: gone: {}\n", words);

@@ -273,7 +273,7 @@ private:
             place.cause = request->cause.to_text();
             place.request = request->number;
             place.entry = request->entry;
-            place.requested = request->arguments;
+            place.requested = request->arguments.to_text();
         }
         return place;
     }

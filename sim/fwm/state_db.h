@@ -63,7 +63,9 @@ public:
     template <class Row> void store(Row row)
     {
         row.made = Origin::now();
-        table<Row>().insert_or_assign(row.ifindex, std::move(row));
+        Table<Row> &rows = table<Row>();
+        /* New interfaces mostly have the highest index of all. */
+        rows.insert_or_assign(rows.end(), row.ifindex, std::move(row));
     }
     /* Put a row back as it was; false, and nothing done, when its interface has one. */
     template <class Row> bool put_back(const Row &row)

@@ -12,6 +12,16 @@ std::string Cause::to_text() const
     return row != nullptr ? row->to_text() : std::get<std::string>(what_);
 }
 
+std::string RequestArguments::to_text() const
+{
+    if (names_.front() == nullptr)
+        return text_;
+    std::string words = fmt::format("{}={}", names_.front(), text_);
+    for (size_t i = 0; i < numbers_.size() && names_[i + 1] != nullptr; ++i)
+        words += fmt::format(" {}={}", names_[i + 1], numbers_[i]);
+    return words;
+}
+
 const FailedCall &Request::first_failure() const
 {
     static const FailedCall none;
@@ -22,7 +32,7 @@ std::string Request::failure_text() const
 {
     std::string text = fmt::format("request {} {}", number, entry);
     if (result)
-        text += fmt::format("({}) returned {}{}", arguments, *result,
+        text += fmt::format("({}) returned {}{}", arguments.to_text(), *result,
                             *result == 0 ? ", but a call in it failed" : "");
     if (failed_first != nullptr)
         text += ": " + failed_first->words;
@@ -36,7 +46,7 @@ std::string Origin::to_text() const
     if (!request)
         return *call ? call : "made before any request";
     return fmt::format("{}{}request {} {}({})", call, *call ? " in " : "", request->number,
-                       request->entry, request->arguments);
+                       request->entry, request->arguments.to_text());
 }
 
 bool operator==(const Origin &a, const Origin &b)

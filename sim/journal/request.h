@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -37,6 +39,35 @@ private:
     std::variant<std::string, SourceLocation> what_;
 };
 
+/* What a request is made with. The arguments of most are an interface and numbers; they are put
+ * into words when somebody asks. */
+class RequestArguments {
+public:
+    static constexpr size_t most = 3; /* with the interface */
+
+    RequestArguments() = default;
+    RequestArguments(std::string words) : text_(std::move(words)) {}
+    RequestArguments(const char *words) : text_(words) {}
+    /* An interface and up to two numbers, each with the name of its parameter: "l3lif", "create".
+     * The names live as the process; unused ones are null. */
+    RequestArguments(const std::array<const char *, most> &names, std::string interface,
+                     const std::array<int64_t, most - 1> &numbers)
+        : names_(names), numbers_(numbers), text_(std::move(interface))
+    {}
+
+    std::string to_text() const; /* "l3lif=Ethernet0 create=1" */
+    /* Whether they are the same in words. */
+    friend bool operator==(const RequestArguments &a, const RequestArguments &b)
+    {
+        return a.to_text() == b.to_text();
+    }
+
+private:
+    std::array<const char *, most> names_{};
+    std::array<int64_t, most - 1> numbers_{};
+    std::string text_; /* the interface, or without names all words */
+};
+
 /* A call that failed within a request. */
 struct FailedCall {
     const char *name = ""; /* "libsdk_intf_create" */
@@ -50,8 +81,8 @@ struct FailedCall {
 struct Request {
     uint64_t number = 0;    /* 1, 2, ... in the order made */
     const char *entry = ""; /* the entry point's name, or "host ..."; lives as the process */
-    std::string arguments;  /* "l3lif=Ethernet0 create=1" */
-    std::string subject;    /* the interface concerned, by name; empty when there is none */
+    RequestArguments arguments;
+    std::string subject; /* the interface concerned, by name; empty when there is none */
     Cause cause;
     std::vector<Field> values;      /* the arguments as values; filled only when observed */
     std::optional<int64_t> result;  /* set at the end; stays empty for a task of the host */

@@ -64,8 +64,8 @@ void Timeline::request_begins(const Request &request)
     if (cause != cause_ && !cause.empty())
         out_ << painted(bold, cause) << '\n';
     cause_ = std::move(cause);
-    out_ << request_indent << request.number << ' ' << request.entry << '(' << request.arguments
-         << ")\n";
+    out_ << request_indent << request.number << ' ' << request.entry << '('
+         << request.arguments.to_text() << ")\n";
 }
 
 void Timeline::call_made(const Call &call)

@@ -42,10 +42,12 @@ template <class T> std::enable_if_t<std::is_enum_v<T>, Cell> cell(T named)
 {
     return cell(std::string_view(to_text(named)));
 }
-/* Only of a cause itself: each text converts to one. */
-template <class T> std::enable_if_t<std::is_same_v<T, Cause>, Cell> cell(const T &cause)
+/* Only of these types themselves: each text converts to them. */
+template <class T>
+std::enable_if_t<std::is_same_v<T, Cause> || std::is_same_v<T, RequestArguments>, Cell>
+cell(const T &in_parts)
 {
-    return cell(std::string_view(cause.to_text()));
+    return cell(std::string_view(in_parts.to_text()));
 }
 /* An empty one is nothing. */
 template <class T> Cell cell(const std::optional<T> &value)

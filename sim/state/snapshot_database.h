@@ -201,6 +201,7 @@ public:
             put_text(value, SQLITE_STATIC);
     }
     void put(const Cause &cause) { put_text(cause.to_text(), SQLITE_TRANSIENT); }
+    void put(const RequestArguments &arguments) { put_text(arguments.to_text(), SQLITE_TRANSIENT); }
     void put(const Mac &mac) { put_text(to_text(mac), SQLITE_TRANSIENT); }
     template <class T> void put(const std::optional<T> &value)
     {
@@ -249,6 +250,7 @@ public:
     void get(std::string_view &word) { word = lasting(next_text()); }
     void get(const char *&word) { word = lasting(next_text()); }
     void get(Cause &cause) { cause = next_text(); }
+    void get(RequestArguments &arguments) { arguments = next_text(); }
     void get(Mac &mac)
     {
         const std::optional<Mac> read = parse_mac(next_text());

@@ -196,7 +196,7 @@ private:
         std::vector<std::string> failed;
         for (const Failure &failure : applied.failures) {
             if (!watch_.explains(failure)) {
-                problem_ = words + ": " + failure.step.words + ": " + failure.message;
+                problem_ = words + ": " + failure.step.words() + ": " + failure.message;
                 return failed;
             }
             watch_.touch(failure.step.name);

@@ -54,6 +54,15 @@ void unregister_if_unused(HostInterface &interface)
         Host::instance().unregister_l3(interface);
 }
 
+Response register_and_create(HostInterface &interface, uint32_t vlan)
+{
+    Host::instance().register_l3(interface);
+    Response creation = requests_for(interface).create(interface, vlan);
+    if (creation.refused)
+        unregister_if_unused(interface);
+    return creation;
+}
+
 /* The library stops at the first refused call: nothing was done before this one. */
 bool asic_kept(const Response &leaving)
 {
@@ -90,11 +99,7 @@ Response create_interface(HostInterface &interface, uint32_t vlan,
             return release;
     }
     prepare();
-    host.register_l3(interface);
-    Response creation = requests_for(interface).create(interface, vlan);
-    if (creation.refused)
-        unregister_if_unused(interface);
-    return creation;
+    return register_and_create(interface, vlan);
 }
 
 Response delete_interface(HostInterface &interface)

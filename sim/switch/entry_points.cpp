@@ -111,9 +111,6 @@ std::string joined_without_context(l3lif *member, int32_t create)
 
 } // namespace
 
-/* "l3lif=Ethernet100.1000 encap_vlan=1000 create=1" */
-constexpr size_t usual_arguments = 48;
-
 HostInterface *find_interface(const Value &value)
 {
     const Host &host = Host::instance();
@@ -126,6 +123,13 @@ EntryPoint::EntryPoint(const char *name, const char *purpose, Outcome outcome,
     : name_(name), purpose_(purpose), outcome_(outcome), parameters_(std::move(parameters))
 {
     registry().push_back(this);
+    const auto is_number = [](const Parameter &each) { return each.kind == ParameterKind::number; };
+    if (parameters_.empty() || parameters_.size() > names_.size() ||
+        !parameters_.front().names_interface() ||
+        !std::all_of(parameters_.begin() + 1, parameters_.end(), is_number))
+        return;
+    std::transform(parameters_.begin(), parameters_.end(), names_.begin(),
+                   [](const Parameter &each) { return each.name; });
 }
 
 Response EntryPoint::call(const std::vector<Value> &values) const
@@ -217,53 +221,83 @@ EntryPoint::Argument::operator void *() const
     return value.kind() == Value::Kind::null ? nullptr : &storage.output;
 }
 
-Value EntryPoint::value_of(const Parameter &parameter, int64_t argument)
+HostInterface *EntryPoint::interface_of(const Parameter &parameter, const Given &argument)
 {
-    return Value::integer(argument,
-                          parameter.names_interface() ? Value::Style::hex : Value::Style::decimal);
+    if (!parameter.names_interface() ||
+        (parameter.kind == ParameterKind::interface && argument.pointer == nullptr))
+        return nullptr;
+    return Host::instance().find(index_of(parameter, argument));
 }
 
-Value EntryPoint::value_of(const Parameter &parameter, const void *argument)
+uint32_t EntryPoint::index_of(const Parameter &parameter, const Given &argument)
 {
-    if (argument == nullptr)
+    if (parameter.kind == ParameterKind::interface)
+        return static_cast<const l3lif *>(argument.pointer)->ifindex;
+    return static_cast<uint32_t>(argument.number);
+}
+
+Value EntryPoint::value_of(const Parameter &parameter, const Given &argument)
+{
+    if (parameter.kind == ParameterKind::number)
+        return Value::integer(argument.number);
+    if (parameter.kind != ParameterKind::ifindex && argument.pointer == nullptr)
         return Value();
     switch (parameter.kind) {
     case ParameterKind::interface:
-        return value_of(parameter, int64_t{static_cast<const l3lif *>(argument)->ifindex});
+    case ParameterKind::ifindex:
+        return Value::integer(index_of(parameter, argument), Value::Style::hex);
     case ParameterKind::mac: {
         Mac mac;
-        std::copy_n(static_cast<const uint8_t *>(argument), mac.size(), mac.begin());
+        std::copy_n(static_cast<const uint8_t *>(argument.pointer), mac.size(), mac.begin());
         return Value::text(to_text(mac));
     }
     case ParameterKind::text:
-        return Value::text(static_cast<const char *>(argument));
+        return Value::text(static_cast<const char *>(argument.pointer));
     default:
         return Value::text("output");
     }
 }
 
-void EntryPoint::describe(Request &request, const Parameter &parameter, Value value)
+std::shared_ptr<Request> EntryPoint::request_with(std::initializer_list<Given> arguments) const
 {
+    auto request = std::make_shared<Request>();
+    request->entry = name_;
+    const Given *const given = arguments.begin();
+    if (Journal::instance().observed()) {
+        for (size_t i = 0; i < parameters_.size(); ++i)
+            request->values.push_back({parameters_[i].name, value_of(parameters_[i], given[i])});
+    }
     const HostInterface *const interface =
-        parameter.names_interface() && value.kind() == Value::Kind::integer ? find_interface(value)
-                                                                            : nullptr;
-    if (interface != nullptr && request.subject.empty())
-        request.subject = interface->name;
-    const bool bare = value.kind() == Value::Kind::text && parameter.kind != ParameterKind::text;
-    std::string &text = request.arguments;
-    if (text.empty())
-        text.reserve(usual_arguments);
-    else
-        text += ' ';
-    text.append(parameter.name) += '=';
-    if (interface != nullptr)
-        text += interface->name;
-    else if (bare)
-        text += value.string();
-    else
-        text += value.to_text();
-    if (Journal::instance().observed())
-        request.values.push_back({parameter.name, std::move(value)});
+        names_.front() != nullptr ? interface_of(parameters_.front(), *given) : nullptr;
+    if (interface == nullptr) {
+        describe(*request, given);
+        return request;
+    }
+    std::array<int64_t, RequestArguments::most - 1> numbers{};
+    for (size_t i = 1; i < parameters_.size(); ++i)
+        numbers[i - 1] = given[i].number;
+    request->subject = interface->name;
+    request->arguments = RequestArguments(names_, interface->name, numbers);
+    return request;
+}
+
+void EntryPoint::describe(Request &request, const Given *given) const
+{
+    std::string words;
+    for (const Parameter &parameter : parameters_) {
+        const HostInterface *const interface = interface_of(parameter, *given);
+        const Value value = value_of(parameter, *given++);
+        const bool bare =
+            value.kind() == Value::Kind::text && parameter.kind != ParameterKind::text;
+        if (interface != nullptr && request.subject.empty())
+            request.subject = interface->name;
+        words.append(words.empty() ? "" : " ").append(parameter.name) += '=';
+        if (interface != nullptr)
+            words += interface->name;
+        else
+            words += bare ? value.string() : value.to_text();
+    }
+    request.arguments = std::move(words);
 }
 
 const std::vector<const EntryPoint *> &EntryPoint::all()

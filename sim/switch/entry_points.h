@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -102,15 +104,30 @@ protected:
     static void begin(std::shared_ptr<Request> request);
     Response end(int64_t result) const;
 
-    static Value value_of(const Parameter &parameter, int64_t argument);
-    static Value value_of(const Parameter &parameter, const void *argument);
-    static void describe(Request &request, const Parameter &parameter, Value value);
+    /* An argument as it is given: a number or a pointer. */
+    struct Given {
+        Given(int64_t given) : number(given) {}
+        Given(const void *given) : pointer(given) {}
+        int64_t number = 0;
+        const void *pointer = nullptr;
+    };
+    /* A request with these arguments, as many as parameters. */
+    std::shared_ptr<Request> request_with(std::initializer_list<Given> arguments) const;
 
 private:
+    static Value value_of(const Parameter &parameter, const Given &argument);
+    /* The interface that the argument names; nullptr for none. */
+    static HostInterface *interface_of(const Parameter &parameter, const Given &argument);
+    static uint32_t index_of(const Parameter &parameter, const Given &argument);
+    /* Put the arguments into words now; the first interface among them is the subject. */
+    void describe(Request &request, const Given *arguments) const;
+
     const char *name_;
     const char *purpose_;
     Outcome outcome_;
     std::vector<Parameter> parameters_;
+    /* Of the parameters, where these are an interface and numbers; else null. */
+    std::array<const char *, RequestArguments::most> names_{};
 };
 
 /* An entry point that knows the types of its function's arguments. */
@@ -143,11 +160,7 @@ private:
         const std::string reason = abort_ != nullptr ? abort_(arguments...) : std::string();
         if (!reason.empty())
             return would_abort(reason);
-        auto request = std::make_shared<Request>();
-        request->entry = name();
-        [[maybe_unused]] auto parameter = parameters().begin();
-        ((describe(*request, *parameter, value_of(*parameter, arguments)), ++parameter), ...);
-        begin(std::move(request));
+        begin(request_with({Given(arguments)...}));
         if constexpr (std::is_pointer_v<R>) {
             std::string text = function_(arguments...);
             Response response = end(0);

@@ -7,6 +7,8 @@
 #include <deque>
 #include <unordered_set>
 
+#include <fmt/format.h>
+
 #include "sim/switch/cursor.h"
 #include "sim/switch/switch.h"
 
@@ -36,26 +38,67 @@ std::string vrf_name(const std::string &vrf)
     return vrf.empty() ? "default" : vrf;
 }
 
-void append_words(std::string &to, const Settings &settings)
-{
-    to.append("MTU ").append(std::to_string(*settings.mtu));
-    if (*settings.ipv4)
-        to += ", IPv4";
-    if (*settings.ipv6)
-        to += ", IPv6";
-    if (!settings.vrf->empty())
-        to.append(", VRF ").append(*settings.vrf);
-    if (*settings.nat_zone != 0)
-        to.append(", NAT zone ").append(std::to_string(*settings.nat_zone));
-}
-
 } // namespace
 
 std::string in_words(const Settings &settings)
 {
-    std::string text;
-    append_words(text, settings);
-    return text;
+    std::string words = fmt::format("MTU {}", *settings.mtu);
+    if (*settings.ipv4)
+        words += ", IPv4";
+    if (*settings.ipv6)
+        words += ", IPv6";
+    if (!settings.vrf->empty())
+        words += ", VRF " + *settings.vrf;
+    if (*settings.nat_zone != 0)
+        words += fmt::format(", NAT zone {}", *settings.nat_zone);
+    return words;
+}
+
+std::string Step::words() const
+{
+    switch (kind) {
+    case StepKind::remove_virtual_mac:
+        return "remove virtual MAC " + to_text(mac) + " from " + name;
+    case StepKind::delete_sub_interface:
+        return "delete sub-interface " + name;
+    case StepKind::delete_svi:
+        return "delete SVI " + name;
+    case StepKind::remove_member:
+        return "take " + name + " out of port-channel " + other;
+    case StepKind::unroute_port_channel:
+        return "stop routing port-channel " + name;
+    case StepKind::delete_port_channel:
+        return "delete port-channel " + name;
+    case StepKind::unroute_port:
+        return "stop routing port " + name;
+    case StepKind::delete_port:
+        return "remove port " + name;
+    case StepKind::remove_router_mac:
+        return "remove router MAC " + to_text(mac);
+    case StepKind::add_router_mac:
+        return "set router MAC " + to_text(mac);
+    case StepKind::add_port:
+        return completes ? "give port " + name + " its LID" : "add port " + name;
+    case StepKind::route_port:
+        return "route port " + name + ": " + in_words(settings);
+    case StepKind::add_port_channel:
+        return "add port-channel " + name;
+    case StepKind::route_port_channel:
+        return (completes ? "create the SDK interface of port-channel " : "route port-channel ") +
+               name + ": " + in_words(settings);
+    case StepKind::add_member:
+        return "add " + name + " to port-channel " + other;
+    case StepKind::add_svi:
+        return "create SVI " + name + ": " + in_words(settings);
+    case StepKind::add_sub_interface:
+        return fmt::format("create sub-interface {} on {}, VLAN {}: {}", name, parent, vlan,
+                           in_words(settings));
+    case StepKind::change_settings:
+        return "change " + name + ": " + changes;
+    case StepKind::add_virtual_mac:
+        return "add virtual MAC " + to_text(mac) + " to " + name;
+    }
+    return "";
 }
 
 std::vector<SettingChange> difference(const Settings &from, const Settings &to)
@@ -82,9 +125,6 @@ std::vector<SettingChange> difference(const Settings &from, const Settings &to)
     change(Setting::nat_zone, "NAT zone ", from.nat_zone, to.nat_zone, number);
     return changes;
 }
-
-/* "create sub-interface Ethernet100.1000 on Ethernet100, VLAN 1000: MTU 9100, IPv4" */
-constexpr size_t usual_words = 95;
 
 /* Compares what the switch has with what is wanted. */
 class Planner {
@@ -114,24 +154,21 @@ public:
     }
 
 private:
-    Step &add(StepKind kind, const std::string &name, std::string words,
-              const SourceLocation &cause)
+    Step &add(StepKind kind, const std::string &name, const SourceLocation &cause)
     {
-        Step step{};
+        Step &step = steps_[static_cast<size_t>(kind)].emplace_back();
         step.kind = kind;
         step.name = name;
-        step.words = std::move(words);
         step.cause = cause;
-        std::deque<Step> &steps = steps_[static_cast<size_t>(kind)];
-        steps.push_back(std::move(step));
-        return steps.back();
+        return step;
     }
 
-    void add_interface(StepKind kind, const std::string &name, std::string words,
-                       const SourceLocation &cause, Settings settings)
+    Step &add(StepKind kind, const std::string &name, const SourceLocation &cause,
+              Settings settings)
     {
-        append_words(words.append(": "), settings);
-        add(kind, name, std::move(words), cause).settings = std::move(settings);
+        Step &step = add(kind, name, cause);
+        step.settings = std::move(settings);
+        return step;
     }
 
     bool routed(const DesiredPortChannel *port_channel) const
@@ -179,16 +216,12 @@ private:
                 if (stays)
                     staying_members_.insert(name + '|' + port);
                 else
-                    add(StepKind::remove_member, port,
-                        "take " + port + " out of port-channel " + name, location)
-                        .other = name;
+                    add(StepKind::remove_member, port, location).other = name;
             }
             if (routed(&has) && !routed(wants))
-                add(StepKind::unroute_port_channel, name, "stop routing port-channel " + name,
-                    has.l3_location);
+                add(StepKind::unroute_port_channel, name, has.l3_location);
             if (wants == nullptr)
-                add(StepKind::delete_port_channel, name, "delete port-channel " + name,
-                    has.location);
+                add(StepKind::delete_port_channel, name, has.location);
             if (routed(&has) && (!routed(wants) || (built && !stays_built)))
                 gone_.insert(name);
             else if (stays_built)
@@ -205,9 +238,7 @@ private:
             change(name, has, settings, wants.l3_location);
             return;
         }
-        add_interface(StepKind::route_port_channel, name,
-                      "create the SDK interface of port-channel " + name, wants.l3_location,
-                      settings);
+        add(StepKind::route_port_channel, name, wants.l3_location, settings).completes = true;
         gone_.insert(name);
     }
 
@@ -220,13 +251,13 @@ private:
                 change(name, find_in(switch_.settings_, name), settings_of(wants->l3, port->mtu),
                        wants->location);
             } else {
-                add(StepKind::unroute_port, name, "stop routing port " + name, has.location);
+                add(StepKind::unroute_port, name, has.location);
                 gone_.insert(name);
             }
         }
         for (const auto &[name, has] : have_.ports) {
             if (want_.ports.count(name) == 0 || renumbered(name))
-                add(StepKind::delete_port, name, "remove port " + name, has.location);
+                add(StepKind::delete_port, name, has.location);
         }
     }
 
@@ -234,7 +265,7 @@ private:
      * wants) tells whether the two differ in settings only. */
     template <class Map, class Like>
     void compare(const Map &have, const Map &want, StepKind removal, StepKind creation,
-                 const std::string &what, const Like &like)
+                 const Like &like)
     {
         Cursor settings(switch_.settings_);
         walk(have, want, [&](const std::string &name, const auto *has, const auto *wants) {
@@ -244,14 +275,10 @@ private:
                 return change(name, settings.find(name), settings_of(wants->l3, wants->mtu),
                               wants->location);
             if (has != nullptr)
-                add(removal, name, "delete " + what + name, has->location);
-            if (wants != nullptr) {
-                std::string words;
-                words.reserve(usual_words);
-                append_identity(words.append("create ").append(what).append(name), *wants);
-                add_interface(creation, name, std::move(words), wants->location,
-                              settings_of(wants->l3, wants->mtu));
-            }
+                add(removal, name, has->location);
+            if (wants != nullptr)
+                identify(add(creation, name, wants->location, settings_of(wants->l3, wants->mtu)),
+                         *wants);
             if (has != nullptr && wants != nullptr)
                 gone_.insert(name);
         });
@@ -260,16 +287,17 @@ private:
     static bool waits(const DesiredSubInterface &sub) { return sub.waits; }
     static bool waits(const DesiredSvi &) { return false; }
     /* What the name does not say. */
-    static void append_identity(std::string &to, const DesiredSubInterface &sub)
+    static void identify(Step &step, const DesiredSubInterface &sub)
     {
-        to.append(" on ").append(sub.parent).append(", VLAN ").append(std::to_string(sub.vlan));
+        step.parent = sub.parent;
+        step.vlan = sub.vlan;
     }
-    static void append_identity(std::string &, const DesiredSvi &) {}
+    static void identify(Step &, const DesiredSvi &) {}
 
     void sub_interfaces()
     {
         compare(have_.sub_interfaces, want_.sub_interfaces, StepKind::delete_sub_interface,
-                StepKind::add_sub_interface, "sub-interface ",
+                StepKind::add_sub_interface,
                 [&](const DesiredSubInterface &has, const DesiredSubInterface &wants) {
                     return wants.parent == has.parent && wants.vlan == has.vlan &&
                            gone_.count(has.parent) == 0;
@@ -279,7 +307,7 @@ private:
     void svis()
     {
         compare(
-            have_.svis, want_.svis, StepKind::delete_svi, StepKind::add_svi, "SVI ",
+            have_.svis, want_.svis, StepKind::delete_svi, StepKind::add_svi,
             [](const DesiredSvi &has, const DesiredSvi &wants) { return wants.vlan == has.vlan; });
     }
 
@@ -287,9 +315,7 @@ private:
     {
         for (const auto &[mac, location] : have_.virtual_macs) {
             if (want_.virtual_macs.count(mac) == 0 || gone_.count(mac.interface) != 0)
-                add(StepKind::remove_virtual_mac, mac.interface,
-                    "remove virtual MAC " + to_text(mac.mac) + " from " + mac.interface, location)
-                    .mac = mac.mac;
+                add(StepKind::remove_virtual_mac, mac.interface, location).mac = mac.mac;
         }
         const std::string *interface = nullptr; /* those of one follow each other */
         bool exists = false;
@@ -301,9 +327,7 @@ private:
             if (!exists)
                 continue;
             if (have_.virtual_macs.count(mac) == 0 || gone_.count(mac.interface) != 0)
-                add(StepKind::add_virtual_mac, mac.interface,
-                    "add virtual MAC " + to_text(mac.mac) + " to " + mac.interface, location)
-                    .mac = mac.mac;
+                add(StepKind::add_virtual_mac, mac.interface, location).mac = mac.mac;
         }
     }
 
@@ -319,29 +343,26 @@ private:
         if (have_.router_mac == want_.router_mac)
             return;
         if (have_.router_mac)
-            add(StepKind::remove_router_mac, "switch",
-                "remove router MAC " + to_text(*have_.router_mac), have_.router_mac_location)
-                .mac = *have_.router_mac;
+            add(StepKind::remove_router_mac, "switch", have_.router_mac_location).mac =
+                *have_.router_mac;
         if (want_.router_mac)
-            add(StepKind::add_router_mac, "switch", "set router MAC " + to_text(*want_.router_mac),
-                want_.router_mac_location)
-                .mac = *want_.router_mac;
+            add(StepKind::add_router_mac, "switch", want_.router_mac_location).mac =
+                *want_.router_mac;
     }
 
     void new_ports()
     {
         for (const auto &[name, wants] : want_.ports) {
             if (have_.ports.count(name) == 0 || renumbered(name))
-                add(StepKind::add_port, name, "add port " + name, wants.location);
+                add(StepKind::add_port, name, wants.location);
             else if (const HostInterface *port = Host::instance().find(name);
                      port != nullptr && !port->lid_id)
-                add(StepKind::add_port, name, "give port " + name + " its LID", wants.location);
+                add(StepKind::add_port, name, wants.location).completes = true;
         }
         for (const auto &[name, wants] : want_.routed_ports) {
             const DesiredPort *port = find_in(want_.ports, name);
             if (port != nullptr && (have_.routed_ports.count(name) == 0 || renumbered(name)))
-                add_interface(StepKind::route_port, name, "route port " + name, wants.location,
-                              settings_of(wants.l3, port->mtu));
+                add(StepKind::route_port, name, wants.location, settings_of(wants.l3, port->mtu));
         }
     }
 
@@ -350,10 +371,10 @@ private:
         for (const auto &[name, wants] : want_.port_channels) {
             const DesiredPortChannel *has = find_in(have_.port_channels, name);
             if (has == nullptr)
-                add(StepKind::add_port_channel, name, "add port-channel " + name, wants.location);
+                add(StepKind::add_port_channel, name, wants.location);
             if (routed(&wants) && !routed(has))
-                add_interface(StepKind::route_port_channel, name, "route port-channel " + name,
-                              wants.l3_location, settings_of(*wants.l3, wants.mtu));
+                add(StepKind::route_port_channel, name, wants.l3_location,
+                    settings_of(*wants.l3, wants.mtu));
             /* Ports that the library will decline come last: the first member creates the
              * port-channel. */
             for (const bool declined_ones : {false, true}) {
@@ -362,9 +383,7 @@ private:
                         routed(&wants) && want_.routed_ports.count(port) != 0;
                     if (will_be_declined == declined_ones &&
                         staying_members_.count(name + '|' + port) == 0)
-                        add(StepKind::add_member, port, "add " + port + " to port-channel " + name,
-                            location)
-                            .other = name;
+                        add(StepKind::add_member, port, location).other = name;
                 }
             }
         }
@@ -375,11 +394,9 @@ private:
     {
         if (has == nullptr || *has == wants)
             return;
-        std::string words;
+        Step &step = add(StepKind::change_settings, name, location, wants);
         for (const SettingChange &each : difference(*has, wants))
-            words += (words.empty() ? "" : ", ") + each.words;
-        add(StepKind::change_settings, name, "change " + name + ": " + words, location).settings =
-            wants;
+            step.changes += (step.changes.empty() ? "" : ", ") + each.words;
     }
 
     const Switch &switch_;

@@ -71,12 +71,18 @@ inline const char *to_text(StepKind kind)
 
 struct Step {
     StepKind kind;
-    std::string name;     /* the object: "Ethernet0", "PortChannel0001"; of a member the port */
-    std::string other;    /* a member's port-channel; else empty */
-    Mac mac{};            /* of a MAC step */
-    Settings settings;    /* of a creation or change: the target */
-    std::string words;    /* "route port Ethernet0: MTU 9100, IPv4, VRF Vrf42" */
-    SourceLocation cause; /* the row behind it; of a deletion, the removed row */
+    std::string name;       /* the object: "Ethernet0", "PortChannel0001"; of a member the port */
+    std::string other;      /* a member's port-channel; else empty */
+    Mac mac{};              /* of a MAC step */
+    std::string parent;     /* of a new sub-interface */
+    uint32_t vlan = 0;      /* of a new sub-interface */
+    bool completes = false; /* the port or port-channel exists and gets what an earlier step could
+                               not make: its LID or SDK interface */
+    Settings settings;      /* of a creation or change: the target */
+    std::string changes;    /* of a change: "MTU 9100 -> 1500, IPv6 on" */
+    SourceLocation cause;   /* the row behind it; of a deletion, the removed row */
+
+    std::string words() const; /* "route port Ethernet0: MTU 9100, IPv4, VRF Vrf42" */
 };
 
 /* Steps in the order of execution. */

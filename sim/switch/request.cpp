@@ -34,7 +34,8 @@ Response host_task(const char *task, const std::string &subject,
 {
     auto request = std::make_shared<Request>();
     request->entry = task;
-    request->subject = request->arguments = subject;
+    request->subject = subject;
+    request->arguments = subject;
     Journal &journal = Journal::instance();
     journal.begin(std::move(request));
     const int32_t status = work();

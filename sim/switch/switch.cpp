@@ -78,6 +78,23 @@ public:
     /* Take over what only the host keeps, and release unused VPN numbers. */
     void finish()
     {
+        if (had_something_)
+            take_over_all();
+        for (const auto &[name, port] : have_.ports) {
+            if (HostInterface *const there = host_.find(name))
+                there->alias = port.alias;
+        }
+        have_.vlans = want_.vlans;
+        have_.vrfs = want_.vrfs;
+        have_.hostname = want_.hostname;
+        drop_settled_reasons();
+        release_vpns();
+    }
+
+private:
+    /* What this plan created is as wanted already; what was there before may differ. */
+    void take_over_all()
+    {
         const auto all = [](auto &has, const auto &wants) { has = wants; };
         take_over(have_.ports, want_.ports, [](DesiredPort &has, const DesiredPort &wants) {
             /* One that could not be removed still has its old number. */
@@ -102,15 +119,10 @@ public:
                           has = wants;
                   });
         take_over(have_.svis, want_.svis, all);
-        for (const auto &[name, port] : have_.ports) {
-            if (HostInterface *const there = host_.find(name))
-                there->alias = port.alias;
-        }
-        have_.vlans = want_.vlans;
-        have_.vrfs = want_.vrfs;
-        have_.hostname = want_.hostname;
-        drop_settled_reasons();
+    }
 
+    void release_vpns()
+    {
         if (switch_.vpns_.empty())
             return;
         std::set<std::string> used;
@@ -125,7 +137,6 @@ public:
                       : switch_.vpns_.erase(vpn);
     }
 
-private:
     template <class Map, class Take>
     static void take_over(Map &has, const Map &wants, const Take &take)
     {
@@ -623,6 +634,9 @@ private:
     const Desired &want_;
     Applied &applied_;
     Host &host_ = Host::instance();
+    const bool had_something_ = !have_.ports.empty() || !have_.routed_ports.empty() ||
+                                !have_.port_channels.empty() || !have_.sub_interfaces.empty() ||
+                                !have_.svis.empty();
     std::vector<uint64_t> retried_; /* failed requests whose work the step repeats */
     uint32_t last_vpn_ = 0;         /* the last that was given to a new VRF */
     std::set<uint32_t> taken_vpns_; /* before the first was */

@@ -39,7 +39,7 @@ inline std::vector<std::string> words(const Plan &plan)
 {
     std::vector<std::string> all;
     for (const Step &step : plan.steps)
-        all.push_back(step.words);
+        all.push_back(step.words());
     return all;
 }
 
@@ -51,7 +51,7 @@ public:
 
     void request_begins(const Request &request) override
     {
-        made.push_back(std::string(request.entry) + "(" + request.arguments + ")");
+        made.push_back(std::string(request.entry) + "(" + request.arguments.to_text() + ")");
     }
     void call_made(const Call &call) override { calls.push_back(call.what->name()); }
 };
@@ -72,7 +72,7 @@ protected:
     {
         const Applied applied = sw.apply(want);
         for (const Failure &failure : applied.failures)
-            ADD_FAILURE() << failure.step.words << ": " << failure.message;
+            ADD_FAILURE() << failure.step.words() << ": " << failure.message;
     }
 
     /* This call fails from now on: "libsdk_intf_create:1=SDK_E_FULL" once, the next time. */

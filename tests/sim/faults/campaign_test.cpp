@@ -183,7 +183,7 @@ void expect_as_straight(const std::vector<Configuration> &configurations, const 
         const auto request = one.requests.find(place.request);
         ASSERT_NE(request, one.requests.end());
         EXPECT_EQ(place.entry, request->second->entry);
-        EXPECT_EQ(place.requested, request->second->arguments);
+        EXPECT_EQ(place.requested, request->second->arguments.to_text());
         EXPECT_EQ(place.result, request->second->result);
         if (request->second->failed_calls == 1) {
             EXPECT_EQ(place.call, request->second->first_failure().name);

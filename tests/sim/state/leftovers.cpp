@@ -115,12 +115,13 @@ void Leftovers::call_made(const Call &call)
         path_added_ = true;
     } else if (name == "libsdk_switch_router_mac_create") {
         router_mac_ = out("peer_mac_id");
-        router_macs_[*router_mac_] = request_->arguments.substr(4);
+        router_macs_[*router_mac_] = request_->arguments.to_text().substr(4);
     } else if (name == "libsdk_switch_router_mac_destroy") {
         router_macs_.erase(in("peer_mac_id"));
         router_mac_.reset();
     } else if (name == "libsdk_intf_router_mac_trap_create") {
-        made_virtual_mac_ = {{subject_, request_->arguments.substr(4, 17)}, out("mac_trap_id")};
+        made_virtual_mac_ = {{subject_, request_->arguments.to_text().substr(4, 17)},
+                             out("mac_trap_id")};
         traps_[out("mac_trap_id")] = in("intf_id");
     } else if (name == "libsdk_intf_router_mac_trap_destroy") {
         traps_.erase(in("mac_trap_id"));

@@ -35,7 +35,7 @@ TEST_F(Allocations, FailByTheirOccurrence)
         const Applied applied = fresh.apply(two_svis());
         ASSERT_FALSE(applied.failures.empty()) << fault;
         const Request &failed = *applied.failures[0].request;
-        EXPECT_EQ(std::string(failed.entry) + "(" + failed.arguments + ")", request);
+        EXPECT_EQ(std::string(failed.entry) + "(" + failed.arguments.to_text() + ")", request);
         EXPECT_EQ(failed.first_failure().words, "malloc: no memory");
         EXPECT_EQ(failed.first_failure().reason, "injected");
         EXPECT_EQ(failed.result, -1);

@@ -14,11 +14,11 @@ TEST_P(RandomChanges, AnySequenceOfConfigurationsComesAboutAndGoesWithoutATrace)
         const std::string change = random.change(GetParam() * 100000 + step);
         const Applied applied = sw.apply(random.desired());
         for (const Failure &failure : applied.failures)
-            ADD_FAILURE() << "change " << step << " (" << change << "): " << failure.step.words
+            ADD_FAILURE() << "change " << step << " (" << change << "): " << failure.step.words()
                           << ": " << failure.message;
         ASSERT_TRUE(sw.plan(random.desired()).empty())
             << "change " << step << " (" << change
-            << ") is planned again: " << sw.plan(random.desired()).steps.front().words;
+            << ") is planned again: " << sw.plan(random.desired()).steps.front().words();
     }
     bring_about(Desired());
     expect_empty_asic();

@@ -51,10 +51,54 @@ TEST_F(EntryPointsTest, ARequestCarriesItsArgumentsSubjectAndCause)
     const Response response = entry::add_l3port(eth0, 1);
     EXPECT_FALSE(response.failed);
     EXPECT_STREQ(response.request->entry, "l3lifpd_kvn_add_l3port");
-    EXPECT_EQ(response.request->arguments, "l3lif=Ethernet0 create=1");
+    EXPECT_EQ(response.request->arguments.to_text(), "l3lif=Ethernet0 create=1");
     EXPECT_EQ(response.request->subject, "Ethernet0");
     EXPECT_EQ(response.request->cause.to_text(), "INTERFACE|Ethernet0");
     EXPECT_EQ(response.request->result, 0);
+}
+
+TEST_F(EntryPointsTest, ARequestTellsItsArgumentsByTheNamesThatInterfacesHadThen)
+{
+    const uint32_t ifindex = port().ifindex;
+    const Value name = Value::text("Ethernet0"), unknown = Value::integer(0x77);
+    const struct {
+        const char *entry;
+        std::vector<Value> values;
+        const char *arguments, *subject;
+    } rows[] = {
+        {"set_l3_property",
+         {name, Value::integer(12), Value::integer(9100)},
+         "l3lif=Ethernet0 prop_type=12 value=9100",
+         "Ethernet0"},
+        {"add_l3port", {name, Value::integer(-1)}, "l3lif=Ethernet0 create=-1", "Ethernet0"},
+        {"is_lif_pc_member", {name}, "l3lif=Ethernet0", "Ethernet0"},
+        {"is_lif_pc_member", {Value()}, "l3lif=none", ""},
+        {"ifindex_to_port", {Value::integer(ifindex)}, "ifindex=Ethernet0", "Ethernet0"},
+        {"ifindex_to_port", {unknown}, "ifindex=0x77", ""},
+        {"add_l3pc_member", {unknown, name}, "first=0x77 ifindex=Ethernet0", "Ethernet0"},
+        {"pc_SupPortMask_set",
+         {name, Value(), Value::integer(2)},
+         "l3lif=Ethernet0 main_l3lif=none flag=2",
+         "Ethernet0"},
+        {"fhrp_mac_del",
+         {Value::text("00:00:5e:00:01:0a"), name},
+         "mac=00:00:5e:00:01:0a ifindex=Ethernet0",
+         "Ethernet0"},
+        {"peer_mac_del", {Value::integer(7)}, "peer_mac_id=7", ""},
+        {"dump_l3lif",
+         {Value(), Value::text("a b"), name},
+         "cli_ctx=none prefix=\"a b\" l3lif=Ethernet0",
+         "Ethernet0"},
+        {"l3lifpd_process_kvn_l3_prop_batch", {}, "", ""},
+    };
+    std::vector<RequestRef> requests;
+    for (const auto &row : rows)
+        requests.push_back(call(row.entry, row.values).request);
+    host.reset();
+    for (size_t i = 0; i < requests.size(); ++i) {
+        EXPECT_EQ(requests[i]->arguments.to_text(), rows[i].arguments) << rows[i].entry;
+        EXPECT_EQ(requests[i]->subject, rows[i].subject) << rows[i].entry;
+    }
 }
 
 TEST_F(EntryPointsTest, CausesNestAndTheInnerOneCounts)

@@ -23,7 +23,7 @@ Configuration read(const RandomConfiguration &configuration)
 void require_success(const Applied &applied)
 {
     for (const Failure &failure : applied.failures)
-        RC_FAIL(failure.step.words + ": " + failure.message);
+        RC_FAIL(failure.step.words() + ": " + failure.message);
 }
 
 void require_sound(const Switch &sw)

@@ -486,7 +486,7 @@ TEST_F(Applying, APortJoinsNoPortChannelThatCouldNotStopBeingRouted)
     fail("libsdk_intf_destroy:1=SDK_E_TIMEOUT");
     const Applied applied = sw.apply(layer_2);
     ASSERT_FALSE(applied.failures.empty());
-    EXPECT_EQ(applied.failures.back().step.words, "add Ethernet8 to port-channel PortChannel1");
+    EXPECT_EQ(applied.failures.back().step.words(), "add Ethernet8 to port-channel PortChannel1");
     EXPECT_EQ(applied.failures.back().message,
               "PortChannel1 is still routed: an earlier step failed");
     EXPECT_EQ(interface("Ethernet8").channel, nullptr);
