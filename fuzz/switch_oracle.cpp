@@ -43,7 +43,7 @@ void expect_life(const Desired &want)
             wrong("no request failed, but the audit finds: " + to_text(finding));
     }
     if (first.failures.empty() && !power.plan(want).empty())
-        wrong("applied again, there is more to do: " + power.plan(want).steps.front().words);
+        wrong("applied again, there is more to do: " + power.plan(want).steps.front().words());
     const Applied last = power.apply(Desired());
     for (const TableUse &use : Asic::instance().rows<TableUse>()) {
         if (use.used != 0 && first.failures.empty() && last.failures.empty())
