@@ -349,14 +349,15 @@ private:
         std::vector<uint64_t> seconds(index(points_), 0);
         dies_.assign(index(points_), false);
         uint64_t counted = 0;
-        Workers workers(worker_options(options_.jobs, options_.limit), [&](uint64_t first,
-                                                                           Workers::Result result) {
-            begun_.erase(first);
-            dies_[index(first - 1)] = !result.death.empty();
-            seconds[index(first - 1)] = dies_[index(first - 1)] ? 1 : std::stoull(result.text);
-            if (options_.progress)
-                options_.progress("counting what follows failure", ++counted, points_);
-        });
+        Workers workers(
+            worker_options(options_.jobs, options_.limit),
+            [&](uint64_t first, const Workers::Result &result) {
+                begun_.erase(first);
+                dies_[index(first - 1)] = !result.death.empty();
+                seconds[index(first - 1)] = dies_[index(first - 1)] ? 1 : std::stoull(result.text);
+                if (options_.progress)
+                    options_.progress("counting what follows failure", ++counted, points_);
+            });
         at_point_ = [&](const ImportedCall &call, Inputs inputs) {
             if (!fork_for(at_, workers, call, inputs))
                 return false;
