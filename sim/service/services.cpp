@@ -268,7 +268,7 @@ private:
             return;
         judged.decided = decided;
         judged.service = services_.size() - 1;
-        faults_.push_back(std::move(judged));
+        faults_.push_back(judged);
     }
 
     std::string writer(const Judged &judged, Stage stage) const
