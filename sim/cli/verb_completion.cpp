@@ -64,11 +64,11 @@ fi
 /* The names in the database: of interfaces, and of the rows of the table to be shown. */
 Spellings names_in_database(const Arguments &given)
 {
-    const Snapshot snapshot = load_database(given);
     const ShowKind *kind = find_show_kind(given.value("TABLE"));
-    return kind == nullptr || kind->of_interface
-               ? interface_names(snapshot)
-               : names_in(*kind, kind->make(snapshot, {}), snapshot);
+    if (kind == nullptr || kind->is_of_parts)
+        return saved_interface_names(required_database(given));
+    const Snapshot snapshot = load_database(given);
+    return names_in(*kind, kind->make(snapshot, {}), snapshot);
 }
 
 /* Interfaces of the configurations, or else names in the database. Files are left to the user's

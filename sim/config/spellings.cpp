@@ -22,8 +22,8 @@ std::string key_of(const std::string &text)
 
 void Spellings::add(const std::string &name, const std::string &alias)
 {
-    names_.insert(name);
-    by_key_[key_of(name)].insert(name);
+    if (names_.insert(name).second)
+        by_key_[key_of(name)].insert(name);
     if (alias.empty())
         return;
     aliases_[alias].insert(name);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -14,6 +15,9 @@ struct Desired;
 /* Every interface, port and VLAN that is wanted, known to the host, or left out of the
  * configuration, with the aliases of ports. */
 Spellings interface_names(const Snapshot &snapshot);
+/* Those of a saved snapshot, which is not loaded: what holds no name is not read, nor checked.
+ * Throws SnapshotError. */
+Spellings saved_interface_names(const std::string &path);
 /* Those of a configuration. */
 Spellings interface_names(const Desired &desired);
 

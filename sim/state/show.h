@@ -19,7 +19,7 @@ struct ShowKind {
     bool of_interface;   /* shows one interface, which must be named */
     Listing (*make)(const Snapshot &snapshot, const std::string &interface);
     std::vector<std::string_view> about; /* the columns with what a row is about */
-    bool is_of_parts; /* rows about interfaces need only what load_about() loads of them */
+    bool is_of_parts; /* is about interfaces, and needs of some only what load_about() loads */
     std::string json_key() const; /* its name with '_' for '-' */
 };
 const std::vector<ShowKind> &show_kinds();

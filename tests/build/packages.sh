@@ -130,7 +130,7 @@ symbols)
         id=$(readelf --notes "$file" | sed -n 's/.*Build ID: //p')
         debug=$work/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug
         [ -e "$debug" ] || complain "$file: no debug symbols for its build id $id"
-        readelf --sections --wide "$debug" | grep ' \.debug_info ' >/dev/null ||
+        objdump --section-headers "$debug" | grep ' \.debug_info ' >/dev/null ||
             complain "$debug has no debug symbols"
         ! readelf --sections --wide "$file" | grep -e ' \.debug_' -e ' \.symtab ' >/dev/null ||
             complain "$file has debug symbols"

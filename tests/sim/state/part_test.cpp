@@ -4,6 +4,7 @@
 #include <map>
 
 #include <fmt/format.h>
+#include <gmock/gmock.h>
 
 #include "sim/config/names.h"
 #include "sim/journal/journal.h"
@@ -89,6 +90,7 @@ protected:
         const Snapshot whole = load(file.path);
         const Told of_whole(whole);
         const Spellings known = interface_names(whole);
+        EXPECT_EQ(saved_interface_names(file.path).names(), known.names());
         for (const std::string &name : known.names()) {
             const std::optional<SnapshotPart> part = load_about(file.path, {name});
             ASSERT_TRUE(part) << name;
@@ -221,6 +223,34 @@ TEST_F(PartOfSnapshot, TakesEachSpelling)
     }
     EXPECT_FALSE(load_about(file.path, {"Ethernet5"}));
     EXPECT_FALSE(load_about(file.path, {"Ethernet0", "nothing"}));
+}
+
+TEST_F(PartOfSnapshot, NamesOfASavedSwitchAreThoseOfTheWholeOne)
+{
+    Snapshot snapshot = small_switch();
+    Finding left_out, note;
+    left_out.severity = Finding::Severity::warning;
+    left_out.location =
+        SourceLocation("a.json", 1, 1, "PORTCHANNEL_MEMBER", "PortChannel7|Ethernet40");
+    note.severity = Finding::Severity::note;
+    note.location = SourceLocation("a.json", 2, 1, "PORT", "Ethernet44");
+    snapshot.reader = {left_out, note};
+    snapshot.host.front().name = "Ethernet48";
+    snapshot.wanted_vlans.front().name = "Vlan300";
+    snapshot.wanted_interfaces.back().name = "Vlan200";
+    save(snapshot, file.path);
+    const Spellings names = saved_interface_names(file.path);
+    EXPECT_EQ(names.names(), interface_names(snapshot).names());
+    EXPECT_THAT(names.names(), testing::IsSupersetOf({"Ethernet40", "PortChannel7", "Ethernet48",
+                                                      "Vlan200", "Vlan300"}));
+    EXPECT_EQ(names.names().count("Ethernet44"), 0u);
+    EXPECT_EQ(names.meant("spare", "").name, "Ethernet16");
+    EXPECT_EQ(names.meant("po7", "").name, "PortChannel7");
+
+    run_sql("UPDATE l3lif_sdb SET mtu = 'none'"); /* no name */
+    EXPECT_EQ(saved_interface_names(file.path).names(), names.names());
+    run_sql("UPDATE wanted_port SET alias = NULL");
+    EXPECT_THROW(saved_interface_names(file.path), SnapshotError);
 }
 
 /* A row of another interface, which load() refuses. */
