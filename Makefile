@@ -10,6 +10,7 @@ CONFIG ?= examples/leaf.json
 PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
 BENCH_SIZES ?= 1000,10000,65000
+comma := ,
 FUZZ ?= $(notdir $(wildcard fuzz/corpus/*))
 
 tree = build/$(TARGET)
@@ -80,7 +81,11 @@ coverage:
 bench:
 	@scripts/setup bench native
 	@$(MAKE) --no-print-directory bench-targets TARGET=bench
-	@build/bench/bin/bench/bench_switch
+	@mkdir -p build/bench/switches
+	@for count in $(subst $(comma), ,$(BENCH_SIZES)); do \
+	    python3 -B bench/configuration.py $$count build/bench/switches/$$count.json || exit; done
+	@build/bench/bin/bench/bench_switch \
+	    $(patsubst %,build/bench/switches/%.json,$(subst $(comma), ,$(BENCH_SIZES)))
 	@bench/limits.sh build/bench
 	@python3 -B bench/verbs.py build/bench/bin/kvnsim $(BENCH_SIZES) build/bench/verbs \
 	    $(if $(KVN_UPDATE_DOCS),docs)

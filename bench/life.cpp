@@ -1,10 +1,12 @@
-/* The life of a switch with many L3 interfaces: applied, found as wanted, changed, audited and torn
- * down, with the time that each phase takes for one interface. */
+/* The life of a switch: applied, found as wanted, changed, audited and torn down, with the time
+ * that each phase takes for one interface. */
 #include <benchmark/benchmark.h>
 
 #include <ctime>
+#include <functional>
 #include <memory>
 
+#include "bench/switches.h"
 #include "sim/state/audit.h"
 #include "sim/state/snapshot.h"
 #include "sim/switch/switch.h"
@@ -13,61 +15,20 @@ namespace {
 
 using namespace kvnsim;
 
-/* Count L3 interfaces in the same mixture for each count: of 65,000 there are 200 routed ports, 25
- * routed port-channels of two members, 4,000 SVIs, and sub-interfaces on ports and port-channels.
- */
-Desired switch_with(uint32_t count)
-{
-    const auto share = [count](uint32_t of_65000) {
-        return std::max<uint32_t>(1, count * of_65000 / 65000);
-    };
-    const uint32_t routed = share(200), channels = share(25), svis = share(4000);
-    Desired desired;
-    std::vector<std::string> parents;
-    const auto port_name = [](uint32_t number) { return "Ethernet" + std::to_string(number); };
-    for (uint32_t number = 0; number < routed + 2 * channels; ++number)
-        desired.ports[port_name(number)] = DesiredPort();
-    for (uint32_t number = 0; number < routed; ++number) {
-        desired.routed_ports[port_name(number)].l3.ipv4 = true;
-        parents.push_back(port_name(number));
-    }
-    for (uint32_t number = 0; number < channels; ++number) {
-        const std::string name = "PortChannel" + std::to_string(number);
-        DesiredPortChannel &channel = desired.port_channels[name];
-        channel.number = number;
-        channel.l3.emplace().ipv4 = true;
-        channel.members[port_name(routed + 2 * number)];
-        channel.members[port_name(routed + 2 * number + 1)];
-        parents.push_back(name);
-    }
-    for (uint32_t vlan = 2; vlan < 2 + svis; ++vlan) {
-        DesiredSvi &svi = desired.svis["Vlan" + std::to_string(vlan)];
-        svi.vlan = vlan;
-        svi.l3.ipv4 = true;
-    }
-    for (uint32_t made = routed + channels + svis, number = 0; made < count; ++made, ++number) {
-        const std::string &parent = parents[number % parents.size()];
-        const uint32_t vlan = 1 + number / static_cast<uint32_t>(parents.size());
-        DesiredSubInterface &sub = desired.sub_interfaces[parent + '.' + std::to_string(vlan)];
-        sub.parent = parent;
-        sub.vlan = vlan;
-        sub.mtu = 9100;
-        sub.l3.ipv4 = true;
-    }
-    return desired;
-}
-
-/* IPv6 for every interface. */
+/* Every interface's IPv6 is the other way round. */
 Desired changed(Desired desired)
 {
+    const auto change = [](L3Settings &l3) { l3.ipv6 = !l3.ipv6; };
     for (auto &[name, port] : desired.routed_ports)
-        port.l3.ipv6 = true;
-    for (auto &[name, channel] : desired.port_channels)
-        channel.l3->ipv6 = true;
+        change(port.l3);
+    for (auto &[name, channel] : desired.port_channels) {
+        if (channel.l3)
+            change(*channel.l3);
+    }
     for (auto &[name, sub] : desired.sub_interfaces)
-        sub.l3.ipv6 = true;
+        change(sub.l3);
     for (auto &[name, svi] : desired.svis)
-        svi.l3.ipv6 = true;
+        change(svi.l3);
     return desired;
 }
 
@@ -84,25 +45,24 @@ double processor_time()
     return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-/* Live through count interfaces so many times; adds the time that each phase took for one
- * interface, and all of them, to the counters "apply/1000", "change/1000" ... and "life/1000". */
-void live(benchmark::State &state, uint32_t count, int times)
+/* Live through so many times; adds the time that each phase took for one interface, and all of
+ * them, to the counters "apply/1000", "change/1000" ... and "life/1000". */
+void live(benchmark::State &state, const MeasuredSwitch &one, uint32_t times)
 {
-    const auto desired = std::make_shared<const Desired>(switch_with(count));
-    const auto with_ipv6 = std::make_shared<const Desired>(changed(*desired));
+    const auto with_other_ipv6 = std::make_shared<const Desired>(changed(*one.desired));
     const auto phase = [&](const std::string &name, auto &&comes_about) {
         const double start = processor_time();
         if (!comes_about())
             state.SkipWithError(name.c_str());
-        const double time = (processor_time() - start) / times / count;
+        const double time = (processor_time() - start) / times / one.interfaces;
         for (const std::string &of : {name, std::string("life")})
-            state.counters[of + '/' + std::to_string(count)].value += time;
+            state.counters[of + '/' + std::to_string(one.interfaces)].value += time;
     };
-    for (int i = 0; i < times; ++i) {
+    for (uint32_t i = 0; i < times; ++i) {
         Switch sw;
-        phase("apply", [&] { return sw.apply(desired).failures.empty(); });
-        phase("apply_again", [&] { return sw.plan(*desired).empty(); });
-        phase("change", [&] { return sw.apply(with_ipv6).failures.empty(); });
+        phase("apply", [&] { return sw.apply(one.desired).failures.empty(); });
+        phase("apply_again", [&] { return sw.plan(*one.desired).empty(); });
+        phase("change", [&] { return sw.apply(with_other_ipv6).failures.empty(); });
         phase("audit", [&] { return audit_finds_nothing(sw); });
         phase("tear_down", [&] { return sw.apply(Desired()).failures.empty(); });
         if (!audit_finds_nothing(sw))
@@ -112,14 +72,20 @@ void live(benchmark::State &state, uint32_t count, int times)
 
 /* Few interfaces and many in turns, as many of them in all, so that all have the same processor:
  * its speed changes within seconds. */
-void life(benchmark::State &state)
+void live_in_turns(benchmark::State &state, const MeasuredSwitches &switches)
 {
     for (auto _ : state) {
-        live(state, 1000, 65);
-        live(state, 10000, 6);
-        live(state, 65000, 1);
+        for (const MeasuredSwitch &one : switches)
+            live(state, one, switches.back().interfaces / one.interfaces);
     }
 }
-BENCHMARK(life)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(15);
 
 } // namespace
+
+void add_life(const MeasuredSwitches &switches)
+{
+    benchmark::RegisterBenchmark("life", live_in_turns, std::cref(switches))
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(1)
+        ->Repetitions(15);
+}

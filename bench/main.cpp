@@ -1,13 +1,18 @@
-/* Runs the benchmarks and reports how the time for one interface grows with their number. */
+/* bench_switch [--benchmark_...] CONFIG...
+ * Runs the benchmarks on the switches of these configurations and reports how the time for one
+ * interface grows with their number. */
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <limits>
-#include <malloc.h>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
+
+#include "bench/switches.h"
+#include "sim/config/configuration.h"
 
 namespace {
 
@@ -60,17 +65,52 @@ private:
     std::map<std::string, std::map<long, std::vector<double>>> times_;
 };
 
+uint32_t l3_interfaces(const kvnsim::Desired &desired)
+{
+    const auto routed_channels =
+        std::count_if(desired.port_channels.begin(), desired.port_channels.end(),
+                      [](const auto &channel) { return channel.second.l3.has_value(); });
+    return static_cast<uint32_t>(desired.routed_ports.size() + desired.sub_interfaces.size() +
+                                 desired.svis.size() + static_cast<size_t>(routed_channels));
+}
+
+/* false, and says why, when a file is no configuration of a switch with L3 interfaces. */
+bool read_all(const std::vector<std::string> &files, MeasuredSwitches &switches)
+{
+    for (const std::string &file : files) {
+        std::ifstream stream(file);
+        const std::string text{std::istreambuf_iterator<char>(stream), {}};
+        kvnsim::Configuration configuration = kvnsim::read_configuration(file, text);
+        const uint32_t interfaces = l3_interfaces(configuration.desired);
+        if (!stream || configuration.has_errors() || interfaces == 0) {
+            std::fprintf(stderr,
+                         "bench_switch: %s: cannot be read, has errors, or no L3 interface\n",
+                         file.c_str());
+            return false;
+        }
+        switches.push_back(
+            {file, text, std::make_shared<const kvnsim::Desired>(std::move(configuration.desired)),
+             interfaces});
+    }
+    std::sort(switches.begin(), switches.end(),
+              [](const auto &a, const auto &b) { return a.interfaces < b.interfaces; });
+    return true;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+    if (argc == 1) {
+        std::fprintf(stderr, "usage: bench_switch [--benchmark_...] CONFIG...\n");
         return 2;
-    /* Runs with few interfaces reuse their memory; runs with many should too, instead of getting
-     * fresh pages each time. */
-    mallopt(M_MMAP_MAX, 0);
-    mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+    }
+    MeasuredSwitches switches;
+    if (!read_all({argv + 1, argv + argc}, switches))
+        return 2;
+    add_life(switches);
+    add_reading(switches);
     Scaling reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;
