@@ -76,7 +76,11 @@ std::vector<Option> with_instruments(std::vector<Option> before, const std::vect
 
 Instruments::Instruments(const Arguments &arguments, Console &console)
     : arguments_(arguments), console_(console)
-{}
+{
+    if (arguments.has("--json") && arguments.has("--timeline"))
+        throw UsageError("--json prints documents, and nothing else: use --record FILE instead of "
+                         "--timeline");
+}
 
 void Instruments::prepare(const std::vector<std::string> &inputs, bool writes_files)
 {

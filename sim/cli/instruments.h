@@ -33,6 +33,7 @@ std::vector<Option> with_instruments(std::vector<Option> before, const std::vect
 /* Fault injection and observers of a switch. Construct after the switch, which resets them. */
 class Instruments {
 public:
+    /* Throws UsageError when --json and --timeline would share standard output. */
     Instruments(const Arguments &arguments, Console &console);
 
     /* Set faults and capacities, and check every output file; no input may be among them. Throws

@@ -61,9 +61,6 @@ private:
 
     void check_arguments()
     {
-        if (json_ && arguments_.has("--timeline"))
-            throw UsageError("--json prints one document, and nothing else: use --record FILE "
-                             "instead of --timeline");
         before_ = go_on_from(arguments_, switch_);
         instruments_.prepare(arguments_.values("CONFIG"));
     }

@@ -65,9 +65,6 @@ private:
 
     void check_arguments()
     {
-        if (json_ && arguments_.has("--timeline"))
-            throw UsageError("--json prints documents, and nothing else: use --record FILE "
-                             "instead of --timeline");
         const uint64_t every = arguments_.count("--every", 1);
         if (every == 0 || every > longest_interval)
             throw UsageError(

@@ -1,10 +1,7 @@
 /* kvnsim faults from the command line: documents, shares, statuses. */
 #include <algorithm>
 #include <csignal>
-#include <pty.h>
 #include <set>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include "tests/cli/kvnsim.h"
 
@@ -241,29 +238,10 @@ TEST_F(FaultsVerb, WrongCommandLinesAreRefused)
 
 TEST_F(FaultsVerb, ShowsProgressAndTellsOnCtrlCWhatItDidSoFar)
 {
-    int ours = -1, theirs = -1, out[2];
-    ASSERT_EQ(0, openpty(&ours, &theirs, nullptr, nullptr, nullptr));
-    ASSERT_EQ(0, pipe(out));
-    const pid_t process =
-        start({"faults", example("leaf.json"), "--pairs"}, theirs, out[1], theirs);
-    close(theirs);
-    close(out[1]);
-    std::string shown, told;
-    char block[4096];
-    for (ssize_t got; shown.find("\033[Kfailure ") == shown.npos;
-         shown.append(block, static_cast<size_t>(got))) {
-        got = ::read(ours, block, sizeof block);
-        ASSERT_LT(0, got) << shown;
-    }
-    EXPECT_THAT(shown, HasSubstr("counting what follows failure "));
-    ASSERT_EQ(0, kill(process, SIGINT));
-    for (ssize_t got; (got = ::read(ours, block, sizeof block)) > 0;)
-        shown.append(block, static_cast<size_t>(got));
-    for (ssize_t got; (got = ::read(out[0], block, sizeof block)) > 0;)
-        told.append(block, static_cast<size_t>(got));
-    close(ours);
-    close(out[0]);
-    EXPECT_EQ(128 + SIGINT, wait_for(process));
-    EXPECT_THAT(shown, HasSubstr("interrupted: the rest was not tried"));
-    EXPECT_THAT(lines(told).back(), EndsWith(" because of the interrupt"));
+    const Result result =
+        kvnsim_interrupted({"faults", example("leaf.json"), "--pairs"}, "\033[Kfailure ");
+    EXPECT_THAT(result.err, HasSubstr("counting what follows failure "));
+    EXPECT_EQ(128 + SIGINT, result.status);
+    EXPECT_THAT(result.err, HasSubstr("interrupted: the rest was not tried"));
+    EXPECT_THAT(lines(result.out).back(), EndsWith(" because of the interrupt"));
 }

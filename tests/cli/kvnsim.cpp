@@ -146,6 +146,39 @@ Result Kvnsim::kvnsim_into(const std::string &file, const std::vector<std::strin
     return result;
 }
 
+namespace {
+
+/* All that is still to be read, to behind the text if one is given. */
+void read_on(int descriptor, std::string &into, const std::string &text = {})
+{
+    char block[4096];
+    for (ssize_t got; (text.empty() || into.find(text) == into.npos) &&
+                      (got = ::read(descriptor, block, sizeof block)) > 0;)
+        into.append(block, static_cast<size_t>(got));
+}
+
+} // namespace
+
+Result Kvnsim::kvnsim_interrupted(const std::vector<std::string> &arguments,
+                                  const std::string &text)
+{
+    int ours = -1, theirs = -1, out[2];
+    if (openpty(&ours, &theirs, nullptr, nullptr, nullptr) != 0 || pipe(out) != 0)
+        throw std::runtime_error("no terminal");
+    const pid_t process = start(arguments, theirs, out[1], theirs);
+    close(theirs);
+    close(out[1]);
+    Result result;
+    read_on(ours, result.err, text);
+    kill(process, SIGINT);
+    read_on(ours, result.err);
+    read_on(out[0], result.out);
+    close(ours);
+    close(out[0]);
+    result.status = wait_for(process);
+    return result;
+}
+
 Result Kvnsim::kvnsim_on_terminal(const std::vector<std::string> &arguments,
                                   const std::vector<std::string> &environment,
                                   unsigned short columns)
@@ -158,10 +191,7 @@ Result Kvnsim::kvnsim_on_terminal(const std::vector<std::string> &arguments,
     const pid_t process = start(arguments, theirs, theirs, theirs, environment);
     close(theirs);
     Result result;
-    char block[4096];
-    ssize_t got;
-    while ((got = ::read(ours, block, sizeof block)) > 0)
-        result.out.append(block, static_cast<size_t>(got));
+    read_on(ours, result.out);
     close(ours);
     result.status = wait_for(process);
     return result;

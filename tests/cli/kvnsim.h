@@ -42,7 +42,10 @@ public:
     Result kvnsim_on_terminal(const std::vector<std::string> &arguments,
                               const std::vector<std::string> &environment = {},
                               unsigned short columns = 0);
-    /* The same with standard output going to this file. */
+    /* With standard error on a terminal, and interrupted by Ctrl-C as soon as that shows the text.
+     */
+    Result kvnsim_interrupted(const std::vector<std::string> &arguments, const std::string &text);
+    /* With standard output going to this file. */
     Result kvnsim_into(const std::string &file, const std::vector<std::string> &arguments);
 
     /* Files of the test's folder, by their name there. */

@@ -1,8 +1,5 @@
 #include <csignal>
 
-#include <pty.h>
-#include <unistd.h>
-
 #include "tests/shell/shell.h"
 
 using testing::HasSubstr;
@@ -56,29 +53,11 @@ TEST_F(StressVerb, NumbersOutOfRangeAreRefused)
 
 TEST_F(StressVerb, ShowsProgressAndTellsOnCtrlCWhatItDidSoFar)
 {
-    int ours = -1, theirs = -1, out[2];
-    ASSERT_EQ(0, openpty(&ours, &theirs, nullptr, nullptr, nullptr));
-    ASSERT_EQ(0, pipe(out));
-    const pid_t process = start({"stress", "--operations", "4000000000"}, theirs, out[1], theirs);
-    close(theirs);
-    close(out[1]);
-    std::string shown, told;
-    char block[4096];
-    for (ssize_t got; shown.find(" of 4000000000") == shown.npos;
-         shown.append(block, static_cast<size_t>(got))) {
-        got = ::read(ours, block, sizeof block);
-        ASSERT_LT(0, got) << shown;
-    }
-    EXPECT_THAT(shown, HasSubstr("operation "));
-    ASSERT_EQ(0, kill(process, SIGINT));
-    for (ssize_t got; (got = ::read(ours, block, sizeof block)) > 0;)
-        shown.append(block, static_cast<size_t>(got));
-    for (ssize_t got; (got = ::read(out[0], block, sizeof block)) > 0;)
-        told.append(block, static_cast<size_t>(got));
-    close(ours);
-    close(out[0]);
-    EXPECT_EQ(128 + SIGINT, wait_for(process));
-    EXPECT_THAT(shown, HasSubstr("interrupted"));
-    EXPECT_THAT(lines(told).front(), MatchesRegex("[0-9]+ operations? with seed 1: .*"));
-    EXPECT_THAT(told, Not(HasSubstr("4000000000")));
+    const Result result =
+        kvnsim_interrupted({"stress", "--operations", "4000000000"}, " of 4000000000");
+    EXPECT_THAT(result.err, HasSubstr("operation "));
+    EXPECT_EQ(128 + SIGINT, result.status);
+    EXPECT_THAT(result.err, HasSubstr("interrupted"));
+    EXPECT_THAT(lines(result.out).front(), MatchesRegex("[0-9]+ operations? with seed 1: .*"));
+    EXPECT_THAT(result.out, Not(HasSubstr("4000000000")));
 }
